@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "mem_block.h"
+
+class CBrick;
+
+// The node of a command: carries the list of bricks that have already handled it, for commands that travel
+// through several bricks. The payload follows. Never pooled.
+class cCommandNode : public cMemBlock::node {
+ public:
+  // Adds `brick` to the list unless it is there. True when it was not: then the brick is to handle the command.
+  // Throws std::bad_alloc, the list unchanged.
+  bool MarkHandledBy(CBrick* brick);
+
+  void unref() override;
+
+  CBrick** route;  // guarded by routeLock, as the two counts
+  std::uint32_t routeCount = 0;
+  std::uint32_t routeCapacity = kRouteGrowth;
+  CCriticalSection routeLock;
+
+  // Room of a new list, and the step by which a full one grows.
+  static constexpr std::uint32_t kRouteGrowth = 10;
+
+ protected:
+  cCommandNode();
+  ~cCommandNode() override = default;
+
+  // Zeroed memory for a node of `nodeSize` bytes with its payload; throws std::bad_alloc.
+  static void* Allocate(std::size_t nodeSize, std::size_t payloadSize);
+};

@@ -1,0 +1,28 @@
+# What every target of the project is built with.
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+
+set(ZEL3_SANITIZE "" CACHE STRING "Sanitizers, separated by commas: address,undefined or thread")
+option(ZEL3_COVERAGE "Instrument for line and branch coverage" OFF)
+
+# Records that cross brick boundaries hold strings of one pointer, so every part uses the older string ABI.
+add_compile_definitions(_GLIBCXX_USE_CXX11_ABI=0 _FILE_OFFSET_BITS=64)
+# Qt refuses position-dependent code and -fPIE alike.
+add_compile_options(-fPIC -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Wmultichar -Werror)
+
+if(ZEL3_SANITIZE)
+  # Packed records hold members at odd addresses on purpose, hence no alignment check.
+  add_compile_options(-fsanitize=${ZEL3_SANITIZE} -fno-sanitize=alignment -fno-sanitize-recover=all
+                      -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${ZEL3_SANITIZE})
+endif()
+if(ZEL3_COVERAGE)
+  add_compile_options(--coverage -fprofile-update=atomic)
+  add_link_options(--coverage)
+endif()

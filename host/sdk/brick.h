@@ -1,0 +1,81 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "brick_config.h"
+#include "mem_block.h"
+#include "sdk_export.h"
+
+// A processing node of a pipeline: the base of all bricks.
+//
+// A brick has neighbours before it (it was connected after them) and after it. Blocks travel through queues:
+// nothing is delivered from inside a send, a connection call, Create or a destructor. The pipeline delivers all
+// blocks on one thread, in the order in which they were sent, and calls onCtrl, onData and onNotify.
+//
+// A brick that gets the control block 'Kill' is unlinked and destroyed by the pipeline; onCtrl never sees it.
+//
+// The virtual functions stand in this order in the table; plug-ins built elsewhere rely on it.
+class BRICK_SDK_API CBrick {
+ public:
+  // Registers the brick with the host; it is scheduled once Create has named its pipeline.
+  CBrick();
+  CBrick(const CBrick&) = delete;
+  CBrick& operator=(const CBrick&) = delete;
+  // Unlinks the brick and drops its waiting blocks. The application destroys only bricks that it made itself.
+  virtual ~CBrick();
+
+  // Hands the oldest waiting control or data block to its callback. Called by the pipeline.
+  virtual int DoCtrl();
+  virtual int DoData();
+
+  // Links this brick after `before`: what `before` sends as data comes here. Null, itself and a known neighbour
+  // change nothing.
+  virtual void ConnectAfter(CBrick* before);
+  virtual void ConnectOwned(CBrick* owned);
+  // Removes the link to `neighbour` in both directions and drops the blocks from it that still wait here.
+  virtual void DisconnectFrom(CBrick* neighbour);
+  virtual void DisconnectFromAll();
+
+  // Keeps `ownerContext` and `signature`, calls onCreate and returns its result. A result of 0 has no effect on
+  // the brick: a source that is not ready yet may return it.
+  virtual int Create(TBrickConfig const& config);
+
+  virtual void SetStopped(bool stopped);
+  virtual bool HasNextBrick();
+  virtual bool HasPreviousBrick();
+  // The signature kept by Create; 0 before.
+  virtual std::uint32_t GetSignature();
+  virtual bool IsKnownInput(TContentDescriptor const& input);
+  virtual bool IsKnownOutput(TContentDescriptor const& output);
+
+  // Puts a block into this brick's own queue. May be called from any brick.
+  virtual void enqueueControl(cMemBlock const& block);
+  virtual void enqueueData(cMemBlock const& block);
+  virtual void DisconnectOwned(CBrick* owned);
+
+ protected:
+  // The brick's own work. Their results have no meaning for this host. No exception may leave them.
+  virtual int onCtrl(cMemBlock& block);
+  virtual int onData(cMemBlock const& block);
+  virtual int onNotify(cMemBlock const& block);
+  virtual int onCreate(TBrickConfig const& config);
+
+  // Sends to every brick after this one, in the order of connection; with none the block is dropped.
+  virtual void SendData(cMemBlock const& block);
+  // Sends to every neighbour, those before first, into their control queues.
+  virtual void SendCmd(cMemBlock const& block);
+
+  // From which side the block at hand came. Valid inside onCtrl, onData and onNotify.
+  enum class Side { kNone, kUpstream, kDownstream };
+  Side CameFrom() const;
+  // Sends to the bricks before this one only, into their control queues.
+  void SendUp(cMemBlock const& block);
+  // The value kept by Create; 0 before.
+  std::uint32_t OwnerContext() const;
+
+ private:
+  friend class Pipeline;
+  class State;
+  std::unique_ptr<State> mState;
+};
