@@ -19,8 +19,8 @@ void StoreLittleEndian(void* bytes, Integer value) {
   std::memcpy(bytes, &value, sizeof(value));
 }
 
-// Reads bytes that come from a file. Every read is checked against what is left, and moves on only when it
-// succeeds. Borrows the bytes.
+// Reads bytes that come from a file. Every read is checked against what is left, and moves on only
+// when it succeeds. Borrows the bytes.
 class ByteCursor {
  public:
   ByteCursor(const void* bytes, std::size_t size)
@@ -43,10 +43,13 @@ class ByteCursor {
     return true;
   }
 
-  // The length of the text that starts here: up to its NUL, or to the end of the bytes when there is none.
+  // The length of the text that starts here: up to its NUL, or to the end of the bytes when there
+  // is none.
   std::size_t TextLength() const {
     const void* const nul = std::memchr(mNext, 0, mLeft);
-    return nul == nullptr ? mLeft : static_cast<std::size_t>(static_cast<const unsigned char*>(nul) - mNext);
+    return nul == nullptr
+               ? mLeft
+               : static_cast<std::size_t>(static_cast<const unsigned char*>(nul) - mNext);
   }
 
  private:

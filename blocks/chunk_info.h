@@ -13,7 +13,8 @@ struct TZEL3ChunkInfo {
   std::uint64_t indexId = kNoIndexId;
   std::uint64_t time = 0;  // archive time of the entry
   std::uint8_t preview = 0;
-  std::uint8_t timeReached = 0;  // in the answer to a preview: 1 when the end asked for is not after `time`
+  std::uint8_t timeReached =
+      0;  // in the answer to a preview: 1 when the end asked for is not after `time`
 };
 
 #pragma pack(pop)
@@ -23,5 +24,9 @@ static_assert(sizeof(TZEL3ChunkInfo) == 18);
 constexpr std::uint64_t MakeIndexId(std::uint32_t fileNumber, std::uint32_t entryNumber) {
   return std::uint64_t{fileNumber} << 32 | entryNumber;
 }
-constexpr std::uint32_t FileNumber(std::uint64_t indexId) { return static_cast<std::uint32_t>(indexId >> 32); }
-constexpr std::uint32_t EntryNumber(std::uint64_t indexId) { return static_cast<std::uint32_t>(indexId); }
+constexpr std::uint32_t FileNumber(std::uint64_t indexId) {
+  return static_cast<std::uint32_t>(indexId >> 32);
+}
+constexpr std::uint32_t EntryNumber(std::uint64_t indexId) {
+  return static_cast<std::uint32_t>(indexId);
+}

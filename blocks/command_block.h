@@ -7,18 +7,20 @@
 #include "command_node.h"
 #include "four_cc.h"
 
-// A command or notification: one record T, perhaps with bytes behind it. All handles share the record; writing
-// never copies.
+// A command or notification: one record T, perhaps with bytes behind it. All handles share the
+// record; writing never copies.
 template <class T, Tag kTag>
 class cCommandBlock : public cMemBlock {
  public:
   class node;
 
   // A block with a fresh record; the bytes behind the record are zero. Throws std::bad_alloc.
-  static cCommandBlock New(std::uint32_t size = sizeof(T)) { return cCommandBlock(node::Make(size)); }
+  static cCommandBlock New(std::uint32_t size = sizeof(T)) {
+    return cCommandBlock(node::Make(size));
+  }
 
-  // A typed handle on the node of `block`, whose tag must say that it is a command with a T. Takes a reference,
-  // copies nothing.
+  // A typed handle on the node of `block`, whose tag must say that it is a command with a T. Takes
+  // a reference, copies nothing.
   static cCommandBlock View(const cMemBlock& block) { return cCommandBlock(block); }
 
   std::uint32_t Size() const { return mNode->size; }

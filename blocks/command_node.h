@@ -7,12 +7,12 @@
 
 class CBrick;
 
-// The node of a command: carries the list of bricks that have already handled it, for commands that travel
-// through several bricks. The payload follows. Never pooled.
+// The node of a command: carries the list of bricks that have already handled it, for commands that
+// travel through several bricks. The payload follows. Never pooled.
 class cCommandNode : public cMemBlock::node {
  public:
-  // Adds `brick` to the list unless it is there. True when it was not: then the brick is to handle the command.
-  // Throws std::bad_alloc, the list unchanged.
+  // Adds `brick` to the list unless it is there. True when it was not: then the brick is to handle
+  // the command. Throws std::bad_alloc, the list unchanged.
   bool MarkHandledBy(CBrick* brick);
 
   void unref() override;

@@ -6,8 +6,8 @@
 
 // The memory of released data nodes of one type, kept for the next nodes of that type.
 //
-// Only the memory is kept: a pooled node has been destroyed. Its payload size is recorded here, because nothing
-// of a destroyed node may be read.
+// Only the memory is kept: a pooled node has been destroyed. Its payload size is recorded here,
+// because nothing of a destroyed node may be read.
 class chainlist {
  public:
   chainlist() = default;
@@ -16,12 +16,14 @@ class chainlist {
   // Frees every pooled node.
   ~chainlist();
 
-  // The memory of the first pooled node when it was released with at least `payloadSize` payload bytes; null
-  // when the pool is empty or that node is too small. A too small node is freed. Gives the memory to the caller.
+  // The memory of the first pooled node when it was released with at least `payloadSize` payload
+  // bytes; null when the pool is empty or that node is too small. A too small node is freed. Gives
+  // the memory to the caller.
   void* Take(std::uint32_t payloadSize);
 
-  // Puts the memory of a destroyed node at the front. It must come from malloc and have room for more than a
-  // FreeNode, as every node has. Takes the memory. REQUIRES: Section() is held by the caller.
+  // Puts the memory of a destroyed node at the front. It must come from malloc and have room for
+  // more than a FreeNode, as every node has. Takes the memory. REQUIRES: Section() is held by the
+  // caller.
   void PutFront(void* memory, std::uint32_t payloadSize);
 
   CCriticalSection& Section() { return mSection; }

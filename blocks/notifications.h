@@ -9,7 +9,8 @@
 #include "command_block.h"
 #include "tags.h"
 
-// Notifications: command blocks tagged 'ntfy' whose payload begins with the kind. All times are archive times.
+// Notifications: command blocks tagged 'ntfy' whose payload begins with the kind. All times are
+// archive times.
 
 #pragma pack(push, 1)
 

@@ -8,16 +8,20 @@
 #include "struct_block.h"
 #include "tags.h"
 
-// The records of the archive stream: what a parser finds in an archive and reports, record by record.
+// The records of the archive stream: what a parser finds in an archive and reports, record by
+// record.
 //
-// Index time is the 32-bit time of index records. Archive time, used in all requests and answers, is 64 bits wide
-// and counts thousandths of an index unit.
+// Index time is the 32-bit time of index records. Archive time, used in all requests and answers,
+// is 64 bits wide and counts thousandths of an index unit.
 
 constexpr std::uint64_t kArchiveTimePerIndexTime = 1000;
 
-constexpr std::uint64_t ArchiveTime(std::uint32_t indexTime) { return indexTime * kArchiveTimePerIndexTime; }
+constexpr std::uint64_t ArchiveTime(std::uint32_t indexTime) {
+  return indexTime * kArchiveTimePerIndexTime;
+}
 
-// Markers in the file, little-endian: B5 B5 05 B5 before a header, 05 B5 B5 B5 before an index record.
+// Markers in the file, little-endian: B5 B5 05 B5 before a header, 05 B5 B5 B5 before an index
+// record.
 constexpr std::uint32_t kHeaderMarker = 0xB505B5B5;
 constexpr std::uint32_t kIndexMarker = 0xB5B5B505;
 constexpr std::size_t kMarkerSize = 4;

@@ -14,8 +14,9 @@
 
 // A data block: one record T, then extra bytes. The node's size counts both.
 //
-// Handles share their node until one of them writes: writing access to a shared node gives the writer a copy of
-// its own. Released nodes are kept in a pool of the type, because data blocks come at the rate of the archive.
+// Handles share their node until one of them writes: writing access to a shared node gives the
+// writer a copy of its own. Released nodes are kept in a pool of the type, because data blocks come
+// at the rate of the archive.
 template <class T, Tag kTag>
 class cStructBlock : public cMemBlock {
  public:
@@ -28,7 +29,8 @@ class cStructBlock : public cMemBlock {
     return cStructBlock(fresh);
   }
 
-  // A typed handle on the node of `block`, whose tag must say that it holds a T. Takes a reference, copies nothing.
+  // A typed handle on the node of `block`, whose tag must say that it holds a T. Takes a reference,
+  // copies nothing.
   static const cStructBlock View(const cMemBlock& block) { return cStructBlock(block); }
 
   std::uint32_t Size() const { return mNode->size; }
@@ -88,7 +90,8 @@ class cStructBlock<T, kTag>::node final : public cMemBlock::node {
     void* const memory = Allocate(source.size);
     const bool whole = source.size >= sizeof(T);
     node* const copy = Construct(memory, source.size, [&source, whole](unsigned char* place) {
-      // A record with strings must be copied by its constructor; copying its bytes would share them uncounted.
+      // A record with strings must be copied by its constructor; copying its bytes would share them
+      // uncounted.
       if (whole) {
         new (place) T(*RecordOf(&source));
       } else {
@@ -96,7 +99,8 @@ class cStructBlock<T, kTag>::node final : public cMemBlock::node {
       }
     });
     copy->type = source.type;
-    if (whole) std::memcpy(BytesOf(copy) + sizeof(T), BytesOf(&source) + sizeof(T), source.size - sizeof(T));
+    if (whole)
+      std::memcpy(BytesOf(copy) + sizeof(T), BytesOf(&source) + sizeof(T), source.size - sizeof(T));
     return copy;
   }
 
@@ -115,7 +119,8 @@ class cStructBlock<T, kTag>::node final : public cMemBlock::node {
     mChain.PutFront(this, releasedSize);
   }
 
-  // The payload stands right behind the node's fields, so that a node made by any module is read by its place.
+  // The payload stands right behind the node's fields, so that a node made by any module is read by
+  // its place.
   static unsigned char* BytesOf(cMemBlock::node* start) {
     return reinterpret_cast<unsigned char*>(start) + sizeof(cMemBlock::node);
   }

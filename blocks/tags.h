@@ -6,7 +6,7 @@
 namespace tag {
 
 // Commands to the reader.
-constexpr Tag kChunkRequest = FourCc("CRq3");        // which entry holds a time; also the pull of a run
+constexpr Tag kChunkRequest = FourCc("CRq3");  // which entry holds a time; also the pull of a run
 constexpr Tag kParserChunkRequest = FourCc("PCR3");  // the bytes of an entry
 constexpr Tag kPlay = FourCc("Pla3");                // start or restart playing
 constexpr Tag kActivityRequest = FourCc("His3");     // activity of a stream over a range

@@ -9,11 +9,13 @@
 
 // A processing node of a pipeline: the base of all bricks.
 //
-// A brick has neighbours before it (it was connected after them) and after it. Blocks travel through queues:
-// nothing is delivered from inside a send, a connection call, Create or a destructor. The pipeline delivers all
-// blocks on one thread, in the order in which they were sent, and calls onCtrl, onData and onNotify.
+// A brick has neighbours before it (it was connected after them) and after it. Blocks travel
+// through queues: nothing is delivered from inside a send, a connection call, Create or a
+// destructor. The pipeline delivers all blocks on one thread, in the order in which they were sent,
+// and calls onCtrl, onData and onNotify.
 //
-// A brick that gets the control block 'Kill' is unlinked and destroyed by the pipeline; onCtrl never sees it.
+// A brick that gets the control block 'Kill' is unlinked and destroyed by the pipeline; onCtrl
+// never sees it.
 //
 // The virtual functions stand in this order in the table; plug-ins built elsewhere rely on it.
 class BRICK_SDK_API CBrick {
@@ -22,23 +24,25 @@ class BRICK_SDK_API CBrick {
   CBrick();
   CBrick(const CBrick&) = delete;
   CBrick& operator=(const CBrick&) = delete;
-  // Unlinks the brick and drops its waiting blocks. The application destroys only bricks that it made itself.
+  // Unlinks the brick and drops its waiting blocks. The application destroys only bricks that it
+  // made itself.
   virtual ~CBrick();
 
   // Hands the oldest waiting control or data block to its callback. Called by the pipeline.
   virtual int DoCtrl();
   virtual int DoData();
 
-  // Links this brick after `before`: what `before` sends as data comes here. Null, itself and a known neighbour
-  // change nothing.
+  // Links this brick after `before`: what `before` sends as data comes here. Null, itself and a
+  // known neighbour change nothing.
   virtual void ConnectAfter(CBrick* before);
   virtual void ConnectOwned(CBrick* owned);
-  // Removes the link to `neighbour` in both directions and drops the blocks from it that still wait here.
+  // Removes the link to `neighbour` in both directions and drops the blocks from it that still wait
+  // here.
   virtual void DisconnectFrom(CBrick* neighbour);
   virtual void DisconnectFromAll();
 
-  // Keeps `ownerContext` and `signature`, calls onCreate and returns its result. A result of 0 has no effect on
-  // the brick: a source that is not ready yet may return it.
+  // Keeps `ownerContext` and `signature`, calls onCreate and returns its result. A result of 0 has
+  // no effect on the brick: a source that is not ready yet may return it.
   virtual int Create(TBrickConfig const& config);
 
   virtual void SetStopped(bool stopped);
@@ -61,7 +65,8 @@ class BRICK_SDK_API CBrick {
   virtual int onNotify(cMemBlock const& block);
   virtual int onCreate(TBrickConfig const& config);
 
-  // Sends to every brick after this one, in the order of connection; with none the block is dropped.
+  // Sends to every brick after this one, in the order of connection; with none the block is
+  // dropped.
   virtual void SendData(cMemBlock const& block);
   // Sends to every neighbour, those before first, into their control queues.
   virtual void SendCmd(cMemBlock const& block);

@@ -2,7 +2,8 @@
 
 #include <mutex>
 
-// A lock for one short section at a time. Not recursive: a thread that holds it must not lock it again.
+// A lock for one short section at a time. Not recursive: a thread that holds it must not lock it
+// again.
 class CCriticalSection {
  public:
   CCriticalSection() = default;

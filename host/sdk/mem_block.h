@@ -7,11 +7,12 @@
 
 // A shared handle on a reference-counted node: what bricks send to each other.
 //
-// Copying a handle takes a reference, destroying it gives the reference back; the node goes with its last
-// reference. Handles of one node may be copied and destroyed on any threads. One handle object belongs to one
-// thread at a time.
+// Copying a handle takes a reference, destroying it gives the reference back; the node goes with
+// its last reference. Handles of one node may be copied and destroyed on any threads. One handle
+// object belongs to one thread at a time.
 //
-// The virtual functions stand in this order in the table: destructors, GetData, GetData const, GetExtraSize.
+// The virtual functions stand in this order in the table: destructors, GetData, GetData const,
+// GetExtraSize.
 class BRICK_SDK_API cMemBlock {
  public:
   class node;
@@ -22,8 +23,8 @@ class BRICK_SDK_API cMemBlock {
   cMemBlock& operator=(const cMemBlock& other);
   virtual ~cMemBlock();
 
-  // The payload for writing and for reading. A plain handle does not know how its node is laid out and gives
-  // null; typed blocks override all three.
+  // The payload for writing and for reading. A plain handle does not know how its node is laid out
+  // and gives null; typed blocks override all three.
   virtual void* GetData();
   virtual const void* GetData() const;
   virtual std::uint32_t GetExtraSize() const;
@@ -33,7 +34,8 @@ class BRICK_SDK_API cMemBlock {
   // True when the payload has no bytes.
   bool IsEmpty() const;
 
-  // Shared by all default-constructed handles. Never destroyed, so that handles may outlive everything else.
+  // Shared by all default-constructed handles. Never destroyed, so that handles may outlive
+  // everything else.
   static node& mDefNode;
 
  protected:
@@ -54,11 +56,12 @@ class BRICK_SDK_API cMemBlock::node {
 
   // Takes a reference; gives the node back.
   virtual node* ref();
-  // Gives a reference back; the last one ends the node. Throws nothing. A plain node must have been allocated
-  // with new node[1]; other kinds bring their own rule.
+  // Gives a reference back; the last one ends the node. Throws nothing. A plain node must have been
+  // allocated with new node[1]; other kinds bring their own rule.
   virtual void unref();
 
-  // How many nodes of all kinds are alive in the process, the default node among them: for leak checks.
+  // How many nodes of all kinds are alive in the process, the default node among them: for leak
+  // checks.
   static long LiveCount();
 
   std::uint32_t refCount = 1;  // guarded by lock
@@ -67,5 +70,9 @@ class BRICK_SDK_API cMemBlock::node {
   CCriticalSection lock;
 };
 
-inline std::uint32_t cMemBlock::GetType() const { return mNode->type; }
-inline bool cMemBlock::IsEmpty() const { return mNode->size == 0; }
+inline std::uint32_t cMemBlock::GetType() const {
+  return mNode->type;
+}
+inline bool cMemBlock::IsEmpty() const {
+  return mNode->size == 0;
+}

@@ -1,0 +1,84 @@
+#include <algorithm>
+#include <cstring>
+
+#include "painted_bins.h"
+#include "zel3_indexer.h"
+
+namespace {
+
+constexpr std::uint8_t kLevelMask = 0x3F;
+
+// What one entry paints in fine mode; the last stroke of a walk wins.
+struct Stroke {
+  std::int32_t first;
+  std::int32_t last;
+  std::uint8_t level;
+};
+
+// The pair of the stream among the pairs in use; null when there is none.
+const TActivityPair* PairOf(const ZEL_ID3_REC& entry, std::int32_t streamId) {
+  const TActivityPair* const end =
+      entry.activity + std::min(entry.activityCount, kMaxActivityPairs);
+  const TActivityPair* const pair =
+      std::find_if(entry.activity, end,
+                   [streamId](const TActivityPair& other) { return other.streamId == streamId; });
+  return pair == end ? nullptr : pair;
+}
+
+}  // namespace
+
+bool cZel3Indexer::Fill_activity(const TZEL3ActivityRequest& request, TActivityGist* gist) const {
+  gist->from = request.from;
+  gist->to = request.to;
+  gist->streamId = request.streamId;
+  gist->binCount = request.binCount;
+  const std::uint64_t from = request.from;
+  const std::uint64_t to = request.to;
+  const std::uint64_t span = to - from;
+  if (request.binCount <= 0 || span == 0) return false;
+
+  // All arithmetic is unsigned and 64 bits wide; a range that ends before it begins is a huge one.
+  const auto binCount = static_cast<std::uint64_t>(request.binCount);
+  const std::uint64_t lastBin = binCount - 1;
+  const bool fine = to <= from + binCount * kArchiveTimePerIndexTime;
+  const auto binOf = [&](std::uint64_t distance) { return binCount * distance / span; };
+
+  std::uint8_t* const levels = gist->Levels();
+  std::uint64_t low = fine ? lastBin : 0;  // carried from file to file
+  std::vector<Stroke> strokes;
+  bool found = false;
+  for (std::size_t file = files.size(); file-- > 0;) {
+    const sFile_Index_Store& store = files[file];
+    const std::uint64_t step = ArchiveTime(store.indexInterval);
+    for (int number = store.id3Records.size(); number-- > 0;) {
+      const ZEL_ID3_REC& entry = store.id3Records.at(number);
+      const std::uint64_t time = ArchiveTime(entry.time);
+      if (time < from && (low < 1 || time + step < from)) break;
+      if (time > to) continue;
+      const TActivityPair* const pair = PairOf(entry, request.streamId);
+      const auto level = static_cast<std::uint8_t>(pair == nullptr ? 0 : pair->level & kLevelMask);
+      found = found || pair != nullptr;
+      if (fine) {
+        const std::uint64_t first = std::min(time > from ? binOf(time - from) : 0, lastBin);
+        const std::uint64_t last = std::min(binOf(time + step - from), lastBin);
+        low = first;
+        if (first <= last) {
+          strokes.push_back(
+              {static_cast<std::int32_t>(first), static_cast<std::int32_t>(last), level});
+        }
+      } else if (pair != nullptr) {
+        // An entry right at the start of the range counts for bin 1.
+        const std::uint64_t bin = std::min(binOf(time - from) + 1, lastBin);
+        levels[bin] = std::max(levels[bin], level);
+      }
+    }
+  }
+
+  // Each stroke would overwrite those before it. Painted from the last to the first, each bin is
+  // painted once.
+  PaintedBins painted(levels);
+  for (auto stroke = strokes.rbegin(); stroke != strokes.rend(); ++stroke) {
+    painted.Paint(stroke->first, stroke->last, stroke->level);
+  }
+  return found;
+}

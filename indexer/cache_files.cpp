@@ -1,0 +1,60 @@
+#include "plain_file.h"
+#include "zel3_indexer.h"
+
+bool cZel3Indexer::Open_file(const QString& path, std::uint64_t endPosition) {
+  scratchPos = 0;
+  pendingId3RecValid = false;
+  Make_current(path);
+  const bool hasHeaders = OpenPlainFile(hdrFile, hdrFileName, QIODevice::ReadOnly);
+  const bool hasRecords = OpenPlainFile(id3File, id3FileName, QIODevice::ReadOnly);
+  const bool hasEvents = OpenPlainFile(evtFile, evtFileName, QIODevice::ReadOnly);
+  if (!hasRecords || !hasEvents) return false;
+
+  // Each is loaded, whatever the others gave; any one of them makes the cache count.
+  const bool recordsLoaded = Load_ID3();
+  const bool eventsLoaded = Load_EVT();
+  const bool headersLoaded = hasHeaders ? Load_HDR() : Set_empty_HDR();
+  if (!recordsLoaded && !eventsLoaded && !headersLoaded) return false;
+
+  current.partial = false;
+  current.blockPositions.push_back(endPosition);
+  Add_file_index(current);
+  return true;
+}
+
+bool cZel3Indexer::Open_file_draft(const QString& path) {
+  Make_current(path);
+  hdrFile.setFileName(hdrFileName);
+  id3File.setFileName(id3FileName);
+  evtFile.setFileName(evtFileName);
+  current.partial = true;
+  return false;
+}
+
+void cZel3Indexer::Make_current(const QString& path) {
+  CloseCacheFiles();
+  // Assigning empty containers spares the stores in `files` that share the old ones a copy.
+  current.headerPositions = QVector<quint64>();
+  current.id3Records = QVector<ZEL_ID3_REC>();
+  current.events = QList<EVT_FILE_DATA_T>();
+  current.streamMap = StreamMap{};
+  current.indexInterval = 0;
+  current.startTime = sFile_Index_Store::kNoStartTime;
+  current.endTime = 0;
+  current.blockPositions.clear();
+  // Data that comes before the first index point of a run is keyed on zeros.
+  pendingId3Rec = ZEL_ID3_REC();
+
+  currentFilePath = path;
+  current.fileName = path;
+  Check_videodata_folder(path);
+  if (!cacheFolder.isEmpty()) Check_ID3_cache_folder();
+  Make_cached_index_file_names(path);
+  current.id3Path = id3FileName;
+}
+
+void cZel3Indexer::CloseCacheFiles() {
+  hdrFile.close();
+  id3File.close();
+  evtFile.close();
+}

@@ -1,0 +1,24 @@
+#include <exception>
+
+#include "zel3_indexer.h"
+
+bool cZel3Indexer::Put_events_to_vector(QList<TEventListEntry>* list) const {
+  if (list == nullptr || files.empty()) return false;
+  list->clear();
+  try {
+    for (const sFile_Index_Store& store : files) {
+      for (const EVT_FILE_DATA_T& group : store.events) {
+        for (const EVT_FILE_EVENT_T& event : group.events) {
+          TEventListEntry entry;
+          entry.time = ArchiveTime(group.time);
+          entry.eventType = event.eventType;
+          entry.text = event.text;
+          list->append(entry);
+        }
+      }
+    }
+  } catch (const std::exception&) {
+    // What has been listed so far still serves.
+  }
+  return !list->isEmpty();
+}

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QVector>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// Activity of one stream within one index entry.
+struct TActivityPair {
+  std::uint8_t streamId = 0;
+  std::uint8_t level = 0;  // the largest level of the entry's blocks, doubled: 0-62
+};
+
+// One index entry, in memory as in the .id3 cache file.
+struct ZEL_ID3_REC {
+  std::uint8_t flags = 0;          // kEntryFlag or 0
+  std::uint8_t activityCount = 0;  // pairs in use
+  std::uint16_t offsetHigh = 0;    // bits 32-47 of the file position
+  std::uint32_t time = 0;          // index time
+  std::uint32_t offsetLow = 0;     // bits 0-31 of the file position
+  TActivityPair activity[6];       // unused pairs are zero
+};
+static_assert(sizeof(ZEL_ID3_REC) == 24 && offsetof(ZEL_ID3_REC, offsetHigh) == 2);
+static_assert(offsetof(ZEL_ID3_REC, time) == 4 && offsetof(ZEL_ID3_REC, offsetLow) == 8);
+static_assert(offsetof(ZEL_ID3_REC, activity) == 12);
+Q_DECLARE_TYPEINFO(ZEL_ID3_REC, Q_PRIMITIVE_TYPE);
+
+constexpr std::uint8_t kEntryFlag = 0x80;  // the entry's index record carried its flag
+constexpr std::uint8_t kMaxActivityPairs = 6;
+
+// One event.
+struct EVT_FILE_EVENT_T {
+  std::uint8_t eventType = 0;
+  std::string text;
+};
+
+// The events of one index entry; time and offsetLow together are its key.
+struct EVT_FILE_DATA_T {
+  std::uint32_t time = 0;  // index time
+  std::uint32_t offsetLow = 0;
+  std::uint8_t eventCount = 0;  // wraps after 255, whatever `events` holds
+  QList<EVT_FILE_EVENT_T> events;
+};
+
+// The set of the stream ids of a file: stream n is bit (n & 7) of byte (n >> 3).
+using StreamMap = std::array<std::uint8_t, 32>;
+
+inline void AddStream(StreamMap& map, std::uint8_t streamId) {
+  map[streamId >> 3] = static_cast<std::uint8_t>(map[streamId >> 3] | 1 << (streamId & 7));
+}
+
+// Everything known about one archive file. Times are index times, positions are bytes from the
+// file's start.
+struct sFile_Index_Store {
+  QString fileName;  // full path; the identity of the store
+  QString id3Path;   // full path of its .id3 cache file
+  QVector<quint64> headerPositions;
+  QVector<ZEL_ID3_REC> id3Records;  // in file order
+  QList<EVT_FILE_DATA_T> events;
+  std::uint32_t startTime = kNoStartTime;
+  std::uint32_t lastIndexTime = 0;
+  std::uint32_t endTime = 0;
+  std::uint32_t indexInterval = 0;  // typical distance of two entries
+  StreamMap streamMap = {};
+  // Where the file can be cut into stretches to read: entries, headers, and the end position last.
+  std::vector<std::uint64_t> blockPositions;
+  // Only head and tail of the file are known, or nothing yet.
+  bool partial = false;
+
+  static constexpr std::uint32_t kNoStartTime = 0xFFFFFFFF;
+};

@@ -1,0 +1,26 @@
+#include "painted_bins.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+void PaintedBins::Paint(std::int64_t first, std::int64_t last, std::uint8_t level) {
+  // The new stretch swallows every stretch that it overlaps or touches.
+  std::int64_t mergedFirst = first;
+  std::int64_t mergedLast = last;
+  std::int64_t bare = first;
+  auto stretch = mPainted.upper_bound(first);
+  if (stretch != mPainted.begin() && std::prev(stretch)->second + 1 >= first) --stretch;
+  while (stretch != mPainted.end() && stretch->first <= last + 1) {
+    if (bare < stretch->first) {
+      const std::int64_t end = std::min(stretch->first, last + 1);
+      std::memset(mBins + bare, level, static_cast<std::size_t>(end - bare));
+    }
+    bare = std::max(bare, stretch->second + 1);
+    mergedFirst = std::min(mergedFirst, stretch->first);
+    mergedLast = std::max(mergedLast, stretch->second);
+    stretch = mPainted.erase(stretch);
+  }
+  if (bare <= last) std::memset(mBins + bare, level, static_cast<std::size_t>(last + 1 - bare));
+  mPainted.emplace_hint(stretch, mergedFirst, mergedLast);
+}

@@ -1,0 +1,155 @@
+#pragma once
+
+#include <QFile>
+#include <QString>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "chunk_info.h"
+#include "commands.h"
+#include "file_index_store.h"
+#include "notifications.h"
+#include "stream_records.h"
+
+// The time index of a recorded archive: one store per archive file, and the cache files that keep
+// them.
+//
+// Used by one reader on one thread. Times are index times (u32) inside stores and archive times
+// (u64) in lookups. Nothing is reported: an operation that fails returns false or 0.
+class cZel3Indexer {
+ public:
+  cZel3Indexer() = default;
+  cZel3Indexer(const cZel3Indexer&) = delete;
+  cZel3Indexer& operator=(const cZel3Indexer&) = delete;
+  virtual ~cZel3Indexer();
+
+  // The archive's files (stores.cpp).
+
+  // Something can be answered: the reader has opened its source and at least one store is filed.
+  bool Is_ready() const;
+  // Marks the streams that a raw archive header declares active in `current`. `header` is the
+  // header's body; bytes beyond `size` count as zero.
+  void Add_tmp_header(const char* header, std::size_t size);
+  // Copies the stream set of a store into 32 bytes. REQUIRES: fileNumber < files.size().
+  void FillFileStreamMap(std::uint32_t fileNumber, std::uint8_t* map) const;
+  // Put a bare entry at the front or the end of `current` and file it: it then marks where the
+  // file's time range begins or ends.
+  void Add_first_index(const IDX_T& index);
+  void Add_last_index(const IDX_T& index);
+  // Files a copy of `store`: in place of a store of the same file name that is met on the way, else
+  // by start time.
+  void Add_file_index(const sFile_Index_Store& store);
+
+  // Lookups (time_lookup.cpp). They find what a walk from front to back finds, also where times do
+  // not ascend.
+
+  // The entry that a request for archive time `time` means. kAtOrBefore: the entry at or before it;
+  // kNeighbour: the one after that, or before it when not `forward`; any other type finds nothing.
+  // In a gap between files the first entry of the next file (kNeighbour backward: see the source).
+  // Of equal times the last entry is found. On failure `info` names no entry and has time 0; its
+  // flag bytes are never touched. On success fileToIndex says whether the entry's file must be
+  // indexed first.
+  bool IndexInfoFromTime(std::uint64_t time, std::uint32_t type, bool forward,
+                         TZEL3ChunkInfo* info);
+  // The bytes [start, end) of an entry; both 0 when the entry lies in no stretch. False, with
+  // nothing written, when there is no such entry or `end` is null.
+  bool Index_pos_from_IndexId(std::uint64_t indexId, std::uint64_t* start,
+                              std::uint64_t* end) const;
+  // The position of the last header that stands before an entry and below 4 GiB; 0 when there is
+  // none.
+  std::uint64_t Header_pos_for_index(std::uint64_t indexId) const;
+  // Moves `pos` to the start of the stretch of the file that holds it and returns the stretch's
+  // end; 0 and 0 when there is none.
+  std::uint64_t Get_read_size(std::uint32_t fileNumber, std::uint64_t* pos) const;
+
+  // Events and activity (events.cpp, activity.cpp).
+
+  // Summarises the activity of one stream into `gist`, which holds a level for each of the
+  // request's bins, all zero. True when an entry in range carried activity of the stream.
+  bool Fill_activity(const TZEL3ActivityRequest& request, TActivityGist* gist) const;
+  // Replaces `list` by all events, store by store. True when there are any. Throws nothing.
+  bool Put_events_to_vector(QList<TEventListEntry>* list) const;
+
+  // Record intake of an indexing run (intake.cpp). scratchPos holds the position of the record at
+  // hand.
+
+  // Empties what a run collects into.
+  void Begin_intake();
+  void Add_header(const HDR_T& header);
+  void Add_index(const IDX_T& index);
+  // `payload` holds `payloadSize` bytes; a block whose length says more is taken as far as they go.
+  void Add_block(const DATA_T& block, const unsigned char* payload, std::size_t payloadSize);
+
+  // Cache files (cache_files.cpp, cache_load.cpp, cache_save.cpp).
+
+  // Makes the archive file at `path` current and loads its index from the cache. `endPosition`
+  // closes its last stretch. True when the cache gave an index, which is then filed.
+  bool Open_file(const QString& path, std::uint64_t endPosition);
+  // Makes the file current without looking at its cache. Always false.
+  bool Open_file_draft(const QString& path);
+  // Opens the current cache files for writing, emptied; where that is refused, those in the
+  // temporary folder.
+  bool Reopen_for_write();
+  // Writes `current` to its cache files. The cache becomes valid in one step at the very end, so
+  // that a crash or a full disk leaves none rather than half of one.
+  void Save_files();
+
+  // State that the reader shares. `current` is the store being opened or collected; it reaches
+  // `files` only as a copy, through Add_file_index.
+  QString cacheFolder;  // folder of the cache files; empty: beside the archive
+  bool ready = false;   // set by the reader when it has opened its source
+  std::uint64_t scratchPos = 0;
+  sFile_Index_Store current;
+  std::vector<sFile_Index_Store> files;  // by start time
+  // After a successful IndexInfoFromTime: the file to be indexed before the entry can be used, or
+  // empty.
+  QString fileToIndex;
+
+ private:
+  struct Entry {
+    std::uint32_t file;
+    std::uint32_t number;
+    std::uint64_t time;  // archive time
+  };
+
+  void Update_current_index_events(const EVT_FILE_DATA_T& group);
+  void FileBareEntry(const IDX_T& index, int place);
+
+  bool EntryInStore(std::size_t file, std::uint64_t time, std::uint32_t type, bool forward,
+                    Entry* entry) const;
+  bool EntryInGap(std::uint64_t time, std::uint32_t type, bool forward, Entry* entry) const;
+  bool FirstEntryFrom(std::size_t file, Entry* entry) const;
+  bool LastEntryBefore(std::size_t file, Entry* entry) const;
+  const ZEL_ID3_REC* EntryRecord(std::uint64_t indexId) const;
+
+  // Where the cache files lie (cache_location.cpp).
+  void Check_videodata_folder(const QString& path);
+  void Check_ID3_cache_folder();
+  QString Make_cached_index_file_names(const QString& path);
+
+  void Make_current(const QString& path);
+  void CloseCacheFiles();
+  bool OpenForWrite(QFile& file, const QString& name);
+  bool OpenCacheFilesForWrite();
+  bool WriteCacheFiles(QFile& events);
+  bool WriteCurrent(QFile& events);
+
+  bool Load_ID3();
+  bool Load_EVT();
+  bool Load_HDR();
+  bool Set_empty_HDR();
+
+  QString currentFilePath;
+  QString hdrFileName;
+  QFile hdrFile;
+  QString id3FileName;
+  QFile id3File;
+  QString evtFileName;
+  QFile evtFile;
+  ZEL_ID3_REC pendingId3Rec;        // the entry being collected
+  bool pendingId3RecValid = false;  // it is not yet in current.id3Records
+  std::uint32_t firstTime = 0x7FFFFFFF;
+  std::uint32_t lastTime = 0;
+  std::uint32_t minIndexStep = 0;
+};

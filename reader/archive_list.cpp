@@ -1,0 +1,36 @@
+#include "zel3_file_reader.h"
+
+void CZel3FileReader::OnArchivesEntryRequest() {
+  if (noArchive) {
+    Send_No_archive_warning();
+    return;
+  }
+  if (!indexer.Is_ready()) {
+    archivesRequestPending = true;
+    return;
+  }
+  const std::size_t count = indexer.files.size();
+  auto answer = ArchivesBlock::New(
+      static_cast<std::uint32_t>(sizeof(TArchivesInfo) + count * sizeof(TArchiveEntry)));
+  TArchivesInfo& info = answer.Record();
+  info.count = static_cast<std::uint32_t>(count);
+  const QString source = folderMode ? folder.canonicalPath() : CurrentPath();
+  info.source = source.toLocal8Bit().constData();
+  for (std::uint32_t i = 0; i < info.count; ++i) {
+    TArchiveEntry& entry = info.Archives()[i];
+    entry.startTime = ArchiveTime(indexer.files[i].startTime);
+    entry.endTime = ArchiveTime(indexer.files[i].endTime);
+    entry.fileNumber = i;
+    entry.reserved = 0;
+    indexer.FillFileStreamMap(i, entry.streamMap);
+  }
+  SendCmd(answer);
+  archivesRequestPending = false;
+}
+
+void CZel3FileReader::Send_No_archive_warning() {
+  const QString& path = CurrentPath();
+  const QString detail =
+      folderMode ? folder.canonicalPath() : path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
+  SendMessage(tag::kLevelError, tag::kCodeNoArchive, "No archive in", detail);
+}

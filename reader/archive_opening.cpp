@@ -1,0 +1,140 @@
+#include <QFileInfo>
+
+#include "plain_file.h"
+#include "zel3_file_reader.h"
+
+namespace {
+
+// Smaller files cannot hold a header and an index record.
+constexpr qint64 kSmallestArchive = 16;
+
+constexpr char kZel3Suffix[] = "zel3";
+
+bool SameSuffix(const QString& suffix, const QString& other) {
+  return suffix.compare(other, Qt::CaseInsensitive) == 0;
+}
+
+}  // namespace
+
+int CZel3FileReader::open(char const* path) {
+  const QString source = QString::fromLocal8Bit(path);
+  const QFileInfo info(source);
+  bool opened = false;
+  if (info.isFile()) {
+    opened = Open_file(source, false);
+  } else if (info.isDir()) {
+    folderMode = true;
+    opened = Open_folder(source);
+  }
+  if (!opened) return 0;
+
+  // Opening may have answered the request already, hence the look at the flag only now.
+  const bool listRequested = archivesRequestPending;
+  indexer.ready = true;
+  lastChunk = TZEL3ChunkInfo();
+  nextChunk = TZEL3ChunkInfo();
+  if (listRequested) OnArchivesEntryRequest();
+  return 1;
+}
+
+bool CZel3FileReader::Open_folder(QString const& folderPath) {
+  folder.setPath(folderPath);
+  const QStringList patterns{QLatin1String("*.zel3"), QLatin1String("*.zel"),
+                             QLatin1String("*.ZEL3"), QLatin1String("*.ZEL")};
+  const QStringList names =
+      folder.entryList(patterns, QDir::Files | QDir::Readable | QDir::NoDotAndDotDot, QDir::Time);
+  bool allOk = true;
+  QString chosenSuffix;
+  for (const QString& name : names) {
+    if (folderFiles.contains(name)) continue;
+    const QString path = folder.absoluteFilePath(name);
+    const QFileInfo info(path);
+    if (info.size() < kSmallestArchive) {
+      folderFiles.append(name);
+      continue;
+    }
+    // The newest usable file decides which of the two formats the folder is read as.
+    if (chosenSuffix.isEmpty()) chosenSuffix = info.suffix();
+    if (!SameSuffix(info.suffix(), chosenSuffix)) continue;
+
+    // After one failure the later files of the scan are set aside too, although those that open are
+    // served.
+    const bool opened = Open_file(path, true);
+    if (allOk && opened) continue;
+    allOk = false;
+    if (indexing) break;
+    folderFiles.append(name);
+  }
+
+  if (folderFiles.size() >= names.size()) {
+    SetNoArchive();
+  } else if (archivesRequestPending && allOk) {
+    OnArchivesEntryRequest();
+  }
+  return allOk;
+}
+
+bool CZel3FileReader::Open_file(QString const& path, bool headAndTailOnly) {
+  // A file that does not open becomes the current one all the same.
+  const bool isZel3 = SameSuffix(QFileInfo(path).suffix(), QLatin1String(kZel3Suffix));
+  zel3FilePath = isZel3 ? path : QString();
+  zel1FilePath = isZel3 ? QString() : path;
+
+  if (OpenStream(path)) {
+    // An index reader needs no index.
+    if (isIndexReader) return true;
+    if (indexer.Open_file(path, fileSize - 1)) {
+      if (archivesRequestPending && !folderMode) OnArchivesEntryRequest();
+      return true;
+    }
+    if (!failedFiles.contains(path) && MakeIndex(path, headAndTailOnly)) return true;
+  }
+  NoteFailure(path);
+  return false;
+}
+
+bool CZel3FileReader::OpenStream(QString const& path) {
+  if (file.is_open()) close();
+  if (IsNoPlainFile(path)) {
+    file.setstate(std::ios::failbit);
+    return false;
+  }
+  file.open(QFile::encodeName(path).constData(), std::ios::in | std::ios::binary);
+  if (!file.is_open()) return false;
+  file.seekg(0, std::ios::end);
+  const std::streamoff size = file.tellg();
+  fileSize = size < 0 ? 0 : static_cast<std::uint64_t>(size);
+  file.clear();
+  file.seekg(0);
+  readPos = 0;
+  return true;
+}
+
+// Makes at once what index can be made; else starts an indexing run, and the file is not open yet.
+bool CZel3FileReader::MakeIndex(QString const& path, bool headAndTailOnly) {
+  if (headAndTailOnly) {
+    indexer.Open_file_draft(path);
+    return Adv_Read_head_and_tail_index();
+  }
+  Start_make_index(QString());
+  if (!indexing) SetNoArchive();
+  return false;
+}
+
+// The first failure of a file is only noted; a repeated one of a single file is reported.
+void CZel3FileReader::NoteFailure(QString const& path) {
+  if (!failedFiles.contains(path)) {
+    failedFiles.append(path);
+  } else if (!folderMode) {
+    SetNoArchive();
+  }
+}
+
+void CZel3FileReader::SetNoArchive() {
+  noArchive = true;
+  if (archivesRequestPending) Send_No_archive_warning();
+}
+
+QString const& CZel3FileReader::CurrentPath() const {
+  return zel3FilePath.isEmpty() ? zel1FilePath : zel3FilePath;
+}

@@ -1,0 +1,168 @@
+#include <new>
+
+#include "byte_cursor.h"
+#include "index_marker.h"
+#include "scoped_value.h"
+#include "zel3_file_reader.h"
+
+namespace {
+
+// How far the time of a failed lookup is moved, so that the client can go on asking.
+constexpr std::uint64_t kTimeShift = 3000;
+
+constexpr std::uint64_t kLargestAnswer = 0x7FFFFFFF;
+
+}  // namespace
+
+// What the answer to a parser's request holds, front to back: the stream header, the entry's bytes
+// or a time marker, the terminating marker.
+struct CZel3FileReader::Answer {
+  std::uint64_t headerStart = 0;
+  std::uint64_t headerLength = 0;
+  bool headerNeeded = false;
+  bool entryFound = false;
+  std::uint64_t entryStart = 0;
+  std::uint64_t entryLength = 0;
+
+  // Each length is held against the bound on its own: positions from a cache may be anything.
+  bool Fits() const {
+    return headerLength <= kLargestAnswer && entryLength <= kLargestAnswer &&
+           Size() <= kLargestAnswer;
+  }
+  std::uint64_t Size() const {
+    return headerLength + entryLength + (entryFound ? kIndexRecordSize : 2 * kIndexRecordSize);
+  }
+};
+
+void CZel3FileReader::OnChunkRequest(ChunkRequestBlock const& request) {
+  if (indexing) {
+    if (chunkRequestPending) pendingChunkRequest = request;
+    return;
+  }
+  const TCmdRequestChunk wanted = request.Record();
+  if (streamStopped && wanted.type == kAtOrBefore) streamStopped = false;
+
+  if (!indexer.IndexInfoFromTime(wanted.time, wanted.type, playForward, &nextChunk)) {
+    AnswerNotFound(wanted.time);
+    return;
+  }
+  const QString fileToIndex = indexer.fileToIndex;
+  if (fileToIndex.isEmpty()) {
+    nextChunk.preview = 0;
+    SendChunkAnswer(nextChunk);
+    return;
+  }
+  // A run over this very file has just ended and did not help: another one would not either.
+  const bool inVain = answeringAfterRun && fileToIndex == indexedFilePath;
+  if (!inVain) {
+    chunkRequestPending = true;
+    try {
+      indexer.Open_file(fileToIndex, 0);
+      Start_make_index(fileToIndex);
+    } catch (...) {
+      chunkRequestPending = indexing;
+      throw;
+    }
+    if (indexing) return;
+    chunkRequestPending = false;
+  }
+  nextChunk = TZEL3ChunkInfo();
+  AnswerNotFound(wanted.time);
+}
+
+void CZel3FileReader::AnswerNotFound(std::uint64_t time) {
+  nextChunk.preview = 0;
+  nextChunk.time = playForward ? time + kTimeShift : time - kTimeShift;
+  SendChunkAnswer(nextChunk);
+}
+
+void CZel3FileReader::SendChunkAnswer(TZEL3ChunkInfo const& info) {
+  auto answer = ChunkAnswerBlock::New();
+  answer.Record().info = info;
+  SendData(answer);
+}
+
+// A preview is served as any other request.
+void CZel3FileReader::OnParserPreviewRequest(ParserChunkRequestBlock const& request) {
+  OnParserChunkRequest(request);
+}
+
+void CZel3FileReader::OnParserChunkRequest(ParserChunkRequestBlock const& request) {
+  if (isIndexReader) {
+    ReadAndSend();
+    return;
+  }
+  if (streamStopped || indexing) {
+    if (chunkRequestPending) pendingParserRequest = request;
+    return;
+  }
+  const TZEL3ChunkInfo wanted = request.Record();
+  Answer answer = PlanAnswer(wanted);
+  RawDataBlock block = MakeAnswerBlock(answer);
+  FillAnswer(answer, wanted.time, block.WritableBytes());
+  SendData(block);
+}
+
+// The file and the header follow the entry found by time, the bytes follow the entry that the
+// request names.
+CZel3FileReader::Answer CZel3FileReader::PlanAnswer(TZEL3ChunkInfo const& request) {
+  Answer answer;
+  if (!indexer.IndexInfoFromTime(request.time, kAtOrBefore, playForward, &nextChunk)) return answer;
+  OpenFileOf(nextChunk.indexId);
+  std::uint64_t end = 0;
+  answer.headerNeeded = Need_header_for_index(nextChunk.indexId, &answer.headerStart, &end);
+  if (answer.headerNeeded) answer.headerLength = end - answer.headerStart;
+  answer.entryFound = indexer.Index_pos_from_IndexId(request.indexId, &answer.entryStart, &end);
+  if (answer.entryFound) answer.entryLength = end - answer.entryStart;
+  return answer;
+}
+
+void CZel3FileReader::OpenFileOf(std::uint64_t indexId) {
+  const std::uint32_t fileNumber = FileNumber(indexId);
+  if (fileNumber >= indexer.files.size()) return;
+  const QString path = indexer.files[fileNumber].fileName;
+  if (path.isEmpty() || path == CurrentPath()) return;
+  // As in an index reader, opening then touches no cache and starts no run.
+  const ScopedValue<bool> onlyOpen(isIndexReader, true);
+  Open_file(path, false);
+}
+
+bool CZel3FileReader::Need_header_for_index(std::uint64_t indexId, std::uint64_t* headerStart,
+                                            std::uint64_t* headerEnd) {
+  *headerStart = indexer.Header_pos_for_index(indexId);
+  const bool sameFile =
+      lastChunk.indexId != kNoIndexId && FileNumber(lastChunk.indexId) == FileNumber(indexId);
+  if (sameFile && indexer.Header_pos_for_index(lastChunk.indexId) == *headerStart) return false;
+  *headerEnd = indexer.Get_read_size(FileNumber(indexId), headerStart);
+  return true;
+}
+
+// An answer that is too large, or for which there is no memory, becomes that of an entry not found.
+RawDataBlock CZel3FileReader::MakeAnswerBlock(Answer& answer) {
+  if (answer.Fits()) {
+    try {
+      return RawDataBlock::New(static_cast<std::uint32_t>(answer.Size()));
+    } catch (const std::bad_alloc&) {
+      // The small answer below may still be had.
+    }
+  }
+  answer = Answer();
+  return RawDataBlock::New(static_cast<std::uint32_t>(answer.Size()));
+}
+
+// A part of which nothing could be read takes no room, so that the next one stands in its place; a
+// part that was read short keeps its room. What is not written stays as the memory was.
+void CZel3FileReader::FillAnswer(Answer const& answer, std::uint64_t time, unsigned char* bytes) {
+  if (answer.headerNeeded &&
+      ReadFileAt(answer.headerStart, bytes, static_cast<std::size_t>(answer.headerLength)) > 0) {
+    bytes += answer.headerLength;
+  }
+  if (!answer.entryFound) {
+    bytes = WriteIndexMarker(bytes, time / kArchiveTimePerIndexTime);
+  } else if (ReadFileAt(answer.entryStart, bytes, static_cast<std::size_t>(answer.entryLength)) >
+             0) {
+    bytes += answer.entryLength;
+    lastChunk = nextChunk;
+  }
+  WriteIndexMarker(bytes, 0);
+}

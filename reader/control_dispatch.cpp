@@ -1,0 +1,63 @@
+
+#include "zel3_file_reader.h"
+
+int CZel3FileReader::onCtrl(cMemBlock& block) {
+  try {
+    Dispatch(block);
+  } catch (...) {
+    // The request is dropped.
+  }
+  return 1;
+}
+
+// A block too small for its record is ignored.
+void CZel3FileReader::Dispatch(cMemBlock const& block) {
+  switch (block.GetType()) {
+    case tag::kParserChunkRequest: {
+      const auto request = ParserChunkRequestBlock::View(block);
+      if (!request.HoldsRecord()) break;
+      if (request.Record().preview != 0) {
+        OnParserPreviewRequest(request);
+      } else {
+        OnParserChunkRequest(request);
+      }
+      break;
+    }
+    case tag::kPlay: {
+      const auto command = PlayBlock::View(block);
+      if (command.HoldsRecord()) OnPlayCmd(command);
+      break;
+    }
+    case tag::kChunkRequest: {
+      const auto request = ChunkRequestBlock::View(block);
+      if (request.HoldsRecord()) OnChunkRequest(request);
+      break;
+    }
+    case tag::kActivityRequest: {
+      const auto request = ActivityRequestBlock::View(block);
+      if (request.HoldsRecord() && request.MarkHandledBy(this)) OnCmdGetActivity(request);
+      break;
+    }
+    case tag::kPreviewRequest: {
+      const auto request = PreviewRequestBlock::View(block);
+      if (request.HoldsRecord() && request.MarkHandledBy(this)) OnCmdGetPreview(request);
+      break;
+    }
+    case tag::kArchivesRequest:
+      OnArchivesEntryRequest();
+      break;
+    case tag::kDataTick:
+      OnDataTick();
+      break;
+    default:
+      break;
+  }
+}
+
+void CZel3FileReader::OnDataTick() {
+  if (indexing) {
+    Send_indexing_progress();
+  } else {
+    ReadAndSend();
+  }
+}

@@ -1,0 +1,43 @@
+#include "zel3_file_reader.h"
+
+namespace {
+
+// Every message of the reader carries this value.
+constexpr std::int32_t kMessageValue = 6;
+
+}  // namespace
+
+void CZel3FileReader::Send_start_indexing() {
+  if (isIndexReader) return;
+  indexing = true;
+  SendProgress(0);
+}
+
+void CZel3FileReader::Send_indexing_progress() {
+  if (isIndexReader) return;
+  SendProgress(lastProgressPercent);
+}
+
+void CZel3FileReader::SendProgress(std::uint32_t percent) {
+  const QString& path = CurrentPath();
+  const QString detail = path.isEmpty() ? QString(QLatin1String("indexing ZEL3 file..."))
+                                        : path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
+  SendMessage(tag::kLevelWarning, tag::kCodeProgress, std::to_string(percent) + "%", detail);
+}
+
+void CZel3FileReader::SendRunEnded() {
+  SendMessage(tag::kLevelRunEnded, 0, std::string(), QString());
+}
+
+void CZel3FileReader::SendMessage(Tag level, Tag code, std::string const& text,
+                                  QString const& detail) {
+  auto message = MessageBlock::New();
+  TNotifyMessage& record = message.Record();
+  record.sender = GetSignature();
+  record.level = level;
+  record.code = code;
+  record.value = kMessageValue;
+  record.text = text;
+  record.detail = detail.toLocal8Bit().constData();
+  SendData(message);
+}

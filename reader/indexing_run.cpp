@@ -1,0 +1,192 @@
+#include <algorithm>
+#include <cstring>
+
+#include "brick_loader.h"
+#include "scoped_value.h"
+#include "zel3_file_reader.h"
+
+int CZel3FileReader::Start_make_index(QString const& path) {
+  indexedFilePath = path.isEmpty() ? CurrentPath() : path;
+  indexer.Reopen_for_write();
+  // Opening may have loaded an older cache; the records of the run must not come on top of it.
+  indexer.Begin_intake();
+  try {
+    Create_index_reader(indexedFilePath);
+    Create_index_parser();
+    if (indexParser == nullptr) {
+      EndChildren();
+      return 0;
+    }
+    indexParser->ConnectAfter(indexReader);
+    ConnectAfter(indexParser);
+    Send_start_indexing();
+    PullNextBlock();
+  } catch (...) {
+    indexing = false;
+    EndChildren();
+  }
+  return 0;
+}
+
+void CZel3FileReader::Create_index_reader(QString const& path) {
+  auto* const reader = new CZel3FileReader();
+  indexReader = reader;
+  reader->isIndexReader = true;
+  TBrickConfig readerConfig = config;
+  const QByteArray localPath = path.toLocal8Bit();
+  const std::size_t length = std::min<std::size_t>(static_cast<std::size_t>(localPath.size()),
+                                                   sizeof(readerConfig.sourcePath) - 1);
+  std::memset(readerConfig.sourcePath, 0, sizeof(readerConfig.sourcePath));
+  std::memcpy(readerConfig.sourcePath, localPath.constData(), length);
+  reader->Create(readerConfig);
+}
+
+void CZel3FileReader::Create_index_parser() {
+  indexParser = CreateParser();
+}
+
+void CZel3FileReader::Create_preview_parser() {
+  previewParser = CreateParser();
+}
+
+CBrick* CZel3FileReader::CreateParser() {
+  TBrickConfig parserConfig = {};
+  InitBrickConfig(parserConfig);
+  parserConfig.signature = tag::kSignatureParser;
+  parserConfig.input.format = zel3FilePath.isEmpty() ? tag::kFormatZel1 : tag::kFormatZel3;
+  parserConfig.input.kind = tag::kRawData;
+  parserConfig.output.format = tag::kFormatMany;
+  parserConfig.output.kind = tag::kKindMany;
+  return CBrickLoader::CreateBrick(tag::kSignatureParser, parserConfig);
+}
+
+void CZel3FileReader::InitBrickConfig(TBrickConfig& childConfig) {
+  childConfig.ownerContext = OwnerContext();
+}
+
+int CZel3FileReader::onData(cMemBlock const& block) {
+  if (!indexing) return 1;
+  try {
+    TakeRecord(block);
+  } catch (...) {
+    // The record is lost; the run goes on.
+  }
+  return 1;
+}
+
+void CZel3FileReader::TakeRecord(cMemBlock const& block) {
+  switch (block.GetType()) {
+    case tag::kHeader: {
+      const auto header = HeaderBlock::View(block);
+      if (header.HoldsRecord()) indexer.Add_header(header.Record());
+      break;
+    }
+    case tag::kIndex: {
+      const auto index = IndexBlock::View(block);
+      if (index.HoldsRecord()) indexer.Add_index(index.Record());
+      break;
+    }
+    case tag::kData:
+    case tag::kVideo:
+    case tag::kSound:
+    case tag::kImage:
+    case tag::kText:
+    case tag::kBinary:
+    case tag::kUnknownKind: {
+      const auto data = DataBlock::View(block);
+      if (data.HoldsRecord())
+        indexer.Add_block(data.Record(), data.ExtraBytes(), data.GetExtraSize());
+      break;
+    }
+    case tag::kParserTag: {
+      const auto parserTag = ParserTagBlock::View(block);
+      if (parserTag.HoldsRecord()) OnParserTag(parserTag.Record());
+      break;
+    }
+    case tag::kStreamTag: {
+      const auto streamTag = StreamTagBlock::View(block);
+      if (streamTag.HoldsRecord() && streamTag.Record().kind == tag::kBlockFinished)
+        PullNextBlock();
+      break;
+    }
+    default:
+      break;
+  }
+}
+
+void CZel3FileReader::OnParserTag(TParserTag const& parserTag) {
+  indexer.scratchPos = parserTag.position;
+  if (fileSize == 0) return;
+  // The size is that of the file now open, which in a folder need not be the one being indexed: the
+  // result may exceed 100.
+  const auto percent = static_cast<std::uint32_t>(parserTag.position * 100 / fileSize);
+  if (percent == lastProgressPercent) return;
+  lastProgressPercent = percent;
+  Send_indexing_progress();
+}
+
+// The parser takes this as the word to ask the index reader for more.
+void CZel3FileReader::PullNextBlock() {
+  auto request = ChunkRequestBlock::New();
+  request.Record().type = kNeighbour;
+  SendCmd(request);
+}
+
+int CZel3FileReader::onNotify(cMemBlock const& block) {
+  if (!indexing || block.GetType() != tag::kNotify) return 1;
+  const auto notify = NotifyBlock::View(block);
+  if (!notify.HoldsRecord() || notify.Record().kind != tag::kMessage) return 1;
+  const auto message = MessageBlock::View(block);
+  if (!message.HoldsRecord()) return 1;
+  if (message.Record().level != tag::kLevelWarning || message.Record().code != tag::kCodeEndOfFile)
+    return 1;
+  try {
+    Send_finish_indexing();
+  } catch (...) {
+    // The waiting request is dropped, unless it has started a run of its own; clients ask again.
+    chunkRequestPending = indexing;
+  }
+  return 1;
+}
+
+void CZel3FileReader::Send_finish_indexing() {
+  if (isIndexReader) return;
+  indexing = false;
+  try {
+    indexer.current.blockPositions.push_back(fileSize - 1);
+    // After a read error the index is not whole: the cache files stay empty, and the file is
+    // indexed again.
+    if (!static_cast<CZel3FileReader*>(indexReader)->ReadFailed()) indexer.Save_files();
+  } catch (...) {
+    // Without a cache the file is indexed again.
+  }
+  EndChildren();
+  SendRunEnded();
+  if (open(SourcePath().constData()) != 0 && archivesRequestPending) OnArchivesEntryRequest();
+  AnswerPendingChunkRequest();
+}
+
+// One 'Kill' block serves both bricks. They end by themselves, after this brick has let go of them.
+void CZel3FileReader::EndChildren() {
+  CBrick* const parser = indexParser;
+  CBrick* const reader = indexReader;
+  indexParser = nullptr;
+  indexReader = nullptr;
+  if (parser != nullptr) {
+    parser->DisconnectFrom(reader);
+    DisconnectFrom(parser);
+  }
+  const auto kill = KillBlock::New();
+  if (parser != nullptr) parser->enqueueControl(kill);
+  if (reader != nullptr) reader->enqueueControl(kill);
+}
+
+void CZel3FileReader::AnswerPendingChunkRequest() {
+  if (!chunkRequestPending) return;
+  chunkRequestPending = false;
+  Send_all_events_notify();
+  const ScopedValue<bool> afterRun(answeringAfterRun, true);
+  // A handle of its own: the answer may start another run, which keeps another request.
+  const ChunkRequestBlock request = pendingChunkRequest;
+  OnChunkRequest(request);
+}

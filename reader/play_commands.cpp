@@ -1,0 +1,59 @@
+#include "zel3_file_reader.h"
+
+void CZel3FileReader::OnPlayCmd(PlayBlock const& command) {
+  if (!eventsSent) {
+    eventsSent = true;
+    Send_all_events_notify();
+  }
+  // The next bytes sent begin with the stream header again.
+  lastChunk = TZEL3ChunkInfo();
+  const TZEL3Play& play = command.Record();
+  playForward = play.forward != 0;
+
+  auto reset = ResetBlock::New();
+  reset.Record().indexId = play.indexId;
+  reset.Record().time = play.time;
+  reset.Record().mode = play.mode;
+  reset.Record().forward = play.forward;
+  SendData(reset);
+  streamStopped = true;
+}
+
+void CZel3FileReader::OnCmdGetActivity(ActivityRequestBlock const& request) {
+  const TZEL3ActivityRequest wanted = request.Record();
+  const std::uint32_t binCount =
+      wanted.binCount > 0 ? static_cast<std::uint32_t>(wanted.binCount) : 0;
+  auto gist = ActivityGistBlock::New(static_cast<std::uint32_t>(sizeof(TActivityGist)) + binCount);
+  indexer.Fill_activity(wanted, &gist.Record());
+  SendData(gist);
+}
+
+void CZel3FileReader::OnCmdGetPreview(PreviewRequestBlock const& request) {
+  if (streamStopped || indexing) return;
+  const TCmdGetPreview wanted = request.Record();
+  TZEL3ChunkInfo info;
+  if (!FindPreview(wanted.time, &info)) return;
+  // No run is started for a preview.
+  if (!indexer.fileToIndex.isEmpty()) return;
+  info.preview = 1;
+  info.timeReached = wanted.endTime <= info.time ? 1 : 0;
+  SendChunkAnswer(info);
+}
+
+// The entry at the time, or the next one when that entry is earlier.
+bool CZel3FileReader::FindPreview(std::uint64_t time, TZEL3ChunkInfo* info) {
+  if (!indexer.IndexInfoFromTime(time, kAtOrBefore, true, info)) {
+    return indexer.IndexInfoFromTime(time, kNeighbour, true, info);
+  }
+  if (info->time >= time) return true;
+  // From the time found, not from the one asked for.
+  return indexer.IndexInfoFromTime(info->time, kNeighbour, true, info);
+}
+
+void CZel3FileReader::Send_all_events_notify() {
+  auto events = EventListBlock::New();
+  QList<TEventListEntry> list;
+  if (!indexer.Put_events_to_vector(&list)) return;
+  events.Record().events = list;
+  SendData(events);
+}

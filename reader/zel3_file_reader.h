@@ -1,0 +1,150 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDir>
+#include <QString>
+#include <QStringList>
+#include <cstddef>
+#include <cstdint>
+#include <fstream>
+
+#include "brick.h"
+#include "commands.h"
+#include "notifications.h"
+#include "stream_records.h"
+#include "zel3_indexer.h"
+
+// The archive reader: serves one archive file, or one folder of them, by time.
+//
+// A client asks where a time lies ('CRq3') and for the bytes of an entry ('PCR3'); it plays,
+// previews and asks for activity and for the list of archives. A file without an index is indexed
+// first: the reader then streams it through a second reader, the index reader, and a parser of the
+// host, and collects what the parser finds.
+//
+// All calls come on the pipeline's thread. No exception leaves a callback; a request that fails for
+// lack of memory is dropped. Archives are opened for reading only. The reader refers to the bricks
+// that it makes and ends them with 'Kill'; the host owns the reader. Made on the heap only: it is
+// large.
+class CZel3FileReader : public CBrick {
+ public:
+  CZel3FileReader();
+  ~CZel3FileReader() override;
+
+ protected:
+  int onCtrl(cMemBlock& block) override;
+  int onData(cMemBlock const& block) override;
+  int onNotify(cMemBlock const& block) override;
+  int onCreate(TBrickConfig const& config) override;
+
+ private:
+  // Opening (archive_opening.cpp). Paths: local 8-bit encoding as char*, else decoded.
+  int open(char const* path);
+  bool Open_folder(QString const& folderPath);
+  bool Open_file(QString const& path, bool headAndTailOnly);
+  bool OpenStream(QString const& path);
+  bool MakeIndex(QString const& path, bool headAndTailOnly);
+  void NoteFailure(QString const& path);
+  void SetNoArchive();
+  void close();
+  // The path of the creation record.
+  QByteArray SourcePath() const;
+  // The file now open or last tried; empty before the first.
+  QString const& CurrentPath() const;
+
+  // An index made of only the first and last index record of the current file (quick_index.cpp).
+  bool Adv_Read_head_and_tail_index();
+  bool Adv_Read_head_and_tail_index_ZEL3();
+  bool Adv_Read_head_and_tail_index_ZEL1();
+  bool ReadHeadIndex();
+  bool ReadTailIndex();
+  // Reads up to `size` bytes at `position`; the number of bytes read.
+  std::size_t ReadFileAt(std::uint64_t position, void* bytes, std::size_t size);
+
+  // Control blocks (control_dispatch.cpp).
+  void Dispatch(cMemBlock const& block);
+  void OnDataTick();
+
+  // The list of archives (archive_list.cpp).
+  void OnArchivesEntryRequest();
+  void Send_No_archive_warning();
+
+  // Requests by time and for bytes (chunk_requests.cpp).
+  void OnChunkRequest(ChunkRequestBlock const& request);
+  void AnswerNotFound(std::uint64_t time);
+  void SendChunkAnswer(TZEL3ChunkInfo const& info);
+  void OnParserChunkRequest(ParserChunkRequestBlock const& request);
+  void OnParserPreviewRequest(ParserChunkRequestBlock const& request);
+  struct Answer;
+  Answer PlanAnswer(TZEL3ChunkInfo const& request);
+  void OpenFileOf(std::uint64_t indexId);
+  bool Need_header_for_index(std::uint64_t indexId, std::uint64_t* headerStart,
+                             std::uint64_t* headerEnd);
+  RawDataBlock MakeAnswerBlock(Answer& answer);
+  void FillAnswer(Answer const& answer, std::uint64_t time, unsigned char* bytes);
+
+  // Streaming a whole file, portion by portion (streaming.cpp).
+  void ReadAndSend();
+  bool ReadFailed() const { return readFailed; }
+
+  // Play, activity and preview (play_commands.cpp).
+  void OnPlayCmd(PlayBlock const& command);
+  void OnCmdGetActivity(ActivityRequestBlock const& request);
+  void OnCmdGetPreview(PreviewRequestBlock const& request);
+  bool FindPreview(std::uint64_t time, TZEL3ChunkInfo* info);
+  void Send_all_events_notify();
+
+  // The indexing run (indexing_run.cpp). `path` empty: the current file.
+  int Start_make_index(QString const& path);
+  void Create_index_reader(QString const& path);
+  void Create_index_parser();
+  void Create_preview_parser();
+  CBrick* CreateParser();
+  void InitBrickConfig(TBrickConfig& childConfig);
+  void TakeRecord(cMemBlock const& block);
+  void OnParserTag(TParserTag const& parserTag);
+  void PullNextBlock();
+  void Send_finish_indexing();
+  void EndChildren();
+  void AnswerPendingChunkRequest();
+
+  // Messages to the client (indexing_messages.cpp).
+  void Send_start_indexing();
+  void Send_indexing_progress();
+  void SendProgress(std::uint32_t percent);
+  void SendRunEnded();
+  void SendMessage(Tag level, Tag code, std::string const& text, QString const& detail);
+
+  CBrick* indexReader = nullptr;  // not owned, as the next two
+  CBrick* indexParser = nullptr;
+  CBrick* previewParser = nullptr;
+  TBrickConfig config = {};
+  bool isIndexReader = false;        // made by another reader to feed a run
+  bool indexing = false;             // a run of this reader is in progress
+  bool chunkRequestPending = false;  // a chunk request waits for the end of the run
+  bool streamStopped = true;  // no bytes are served until a chunk request of type kAtOrBefore
+  bool noArchive = false;     // the source holds no usable archive
+  bool readFailed = false;    // the last sequential read met an error, not the end of the file
+  std::uint32_t lastProgressPercent = 0;
+  bool archivesRequestPending =
+      false;                // the list of archives is to be sent as soon as there is one
+  bool eventsSent = false;  // a play command has sent the events
+  bool folderMode = false;
+  QString
+      zel3FilePath;  // the current file when its suffix is "zel3", as the next when it is another
+  QString zel1FilePath;
+  QString indexedFilePath;  // the file of the last run
+  bool answeringAfterRun = false;
+  QDir folder;
+  QStringList failedFiles;  // full paths of files that failed once
+  QStringList folderFiles;  // bare names of folder entries set aside
+  std::fstream file;
+  std::uint64_t fileSize = 0;
+  std::uint64_t readPos = 0;  // of the sequential reading
+  unsigned char readBuffer[65535];
+  bool playForward = true;
+  TZEL3ChunkInfo lastChunk;  // the entry whose bytes were sent last
+  TZEL3ChunkInfo nextChunk;  // what the last lookup found
+  cZel3Indexer indexer;
+  ChunkRequestBlock pendingChunkRequest = ChunkRequestBlock::New();
+  ParserChunkRequestBlock pendingParserRequest = ParserChunkRequestBlock::New();
+};
