@@ -1,0 +1,83 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "framing.h"
+
+// Takes what a FramingParser finds, in stream order. Positions are bytes since the start of the
+// stream. What is handed over is borrowed until return.
+class FramingSink {
+ public:
+  virtual ~FramingSink() = default;
+
+  // `position` is the place of the record's marker.
+  virtual void OnHeader(std::uint64_t position, const ArchiveHeader& header) = 0;
+  virtual void OnIndex(std::uint64_t position, const IDX_T& index) = 0;
+  // `position` is the place of the head; `payload` has `head.length` bytes; `kind` is the tag of
+  // blocks of its stream, 'Dat3' for an event.
+  virtual void OnData(std::uint64_t position, const DATA_T& head, const unsigned char* payload,
+                      Tag kind) = 0;
+
+  // `bytes` bytes from `position` on made no sense and have been dropped.
+  virtual void OnDamage(std::uint64_t /*position*/, std::uint64_t /*bytes*/) {}
+  // The stream ended within the record at `position`, after `bytes` bytes of it.
+  virtual void OnCutOff(std::uint64_t /*position*/, std::uint64_t /*bytes*/) {}
+};
+
+// Cuts a stream of archive bytes into its records. The stream comes in pieces of any size, cut
+// anywhere; what is found does not depend on the cuts.
+//
+// The parser has lost its place when a data head names neither an event nor a stream that the last
+// header declares active, or when a header's texts do not end where its length says. It then drops
+// bytes up to the next marker, looking from one byte behind the start of that record; the last good
+// header stays in force. Before the first header only index records are found.
+//
+// Holds at most one incomplete record. Used on one thread.
+class FramingParser {
+ public:
+  // Borrows the sink.
+  explicit FramingParser(FramingSink& sink);
+
+  // Throws std::bad_alloc and what the sink throws; the rest of the bytes is then dropped as
+  // damage.
+  void Feed(const unsigned char* bytes, std::size_t size);
+
+  // Forgets a half record: the next byte is the first of a record. The count of bytes goes on, and
+  // the last header stays in force.
+  void Restart();
+
+  // The end of the stream: tells the sink about bytes at its end that make no whole record, and
+  // forgets them.
+  void Finish();
+
+ private:
+  void FeedPieces(const unsigned char* bytes, std::size_t size);
+  // The four below get bytes that start at mPosition, and give the number of bytes used up: those
+  // of whole records and dropped ones. When more bytes are needed to go on, mWanted says how many
+  // from the first one not used.
+  std::size_t ParseRecords(const unsigned char* bytes, std::size_t size);
+  std::size_t DropToMarker(const unsigned char* bytes, std::size_t size);
+  // One record; 0 when it is not whole yet.
+  std::size_t ParseRecord(const unsigned char* bytes, std::size_t size);
+  std::size_t ParseHeader(const unsigned char* bytes, std::size_t size);
+  std::size_t ParseIndex(const unsigned char* bytes, std::size_t size);
+  std::size_t ParseData(const unsigned char* bytes, std::size_t size);
+
+  bool Reaches(std::size_t size, std::size_t wanted);
+  void KeepKinds(const ArchiveHeader& header);
+  // Marks the record at mPosition as damaged; gives the one byte that is dropped at once.
+  std::size_t LosePlace();
+  void EndDamage();
+
+  FramingSink& mSink;
+  // By data type: the tag of its blocks, 0 for a type that has none.
+  std::array<Tag, 256> mKinds{};
+  std::vector<unsigned char> mHeld;   // the start of a record that is not whole yet
+  std::size_t mWanted = kMarkerSize;  // more than mHeld has
+  std::uint64_t mPosition = 0;        // of the first byte of mHeld, or of the next one fed
+  bool mLost = false;
+  std::uint64_t mLostAt = 0;  // while mLost: the start of the damage
+};

@@ -1,0 +1,168 @@
+#include "parser_brick.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+#include "commands.h"
+#include "notifications.h"
+#include "stream_records.h"
+
+namespace {
+
+// The host must see no exception; what cannot be done for lack of memory is left out.
+template <class Work>
+void Contain(Work work) noexcept {
+  try {
+    work();
+  } catch (...) {
+  }
+}
+
+bool IsForReader(Tag command) {
+  switch (command) {
+    case tag::kChunkRequest:
+    case tag::kPlay:
+    case tag::kActivityRequest:
+    case tag::kPreviewRequest:
+    case tag::kArchivesRequest:
+    case tag::kDataTick:
+      return true;
+    default:
+      return false;
+  }
+}
+
+std::uint32_t SignExtended(std::int16_t word) {
+  return static_cast<std::uint32_t>(std::int32_t{word});
+}
+
+template <Tag kKind>
+cMemBlock NewDataBlock(const DATA_T& head, const unsigned char* payload) {
+  auto block =
+      cStructBlock<DATA_T, kKind>::New(static_cast<std::uint32_t>(sizeof(head)) + head.length);
+  unsigned char* const bytes = block.WritableBytes();
+  std::memcpy(bytes, &head, sizeof(head));
+  std::memcpy(bytes + sizeof(head), payload, head.length);
+  return block;
+}
+
+cMemBlock NewDataBlock(Tag kind, const DATA_T& head, const unsigned char* payload) {
+  switch (kind) {
+    case tag::kVideo:
+      return NewDataBlock<tag::kVideo>(head, payload);
+    case tag::kSound:
+      return NewDataBlock<tag::kSound>(head, payload);
+    case tag::kImage:
+      return NewDataBlock<tag::kImage>(head, payload);
+    case tag::kText:
+      return NewDataBlock<tag::kText>(head, payload);
+    case tag::kBinary:
+      return NewDataBlock<tag::kBinary>(head, payload);
+    case tag::kUnknownKind:
+      return NewDataBlock<tag::kUnknownKind>(head, payload);
+    default:
+      return NewDataBlock<tag::kData>(head, payload);
+  }
+}
+
+}  // namespace
+
+ParserBrick::ParserBrick() : mParser(*this) {}
+
+bool ParserBrick::IsKnownInput(TContentDescriptor const& input) {
+  return input.format == tag::kFormatZel3 && input.kind == tag::kRawData;
+}
+
+bool ParserBrick::IsKnownOutput(TContentDescriptor const& output) {
+  return output.format == tag::kFormatMany && output.kind == tag::kKindMany;
+}
+
+int ParserBrick::onCtrl(cMemBlock& block) {
+  Contain([&] { PassCommand(block); });
+  return 1;
+}
+
+int ParserBrick::onData(cMemBlock const& block) {
+  if (block.GetType() == tag::kRawData) ParseAndAskForMore(block);
+  return 1;
+}
+
+int ParserBrick::onNotify(cMemBlock const& block) {
+  Contain([&] { PassNotification(block); });
+  return 1;
+}
+
+void ParserBrick::PassCommand(const cMemBlock& block) {
+  const Tag command = block.GetType();
+  if (CameFrom() != Side::kUpstream && IsForReader(command)) SendUp(block);
+  // The list goes to both sides, since commands know no other way down; a reader does not know the
+  // tag.
+  if (CameFrom() == Side::kUpstream && command == tag::kArchives) SendCmd(block);
+}
+
+void ParserBrick::PassNotification(const cMemBlock& block) {
+  const NotifyBlock notification = NotifyBlock::View(block);
+  if (!notification.HoldsRecord()) return;
+  if (notification.Record().kind != tag::kChunkAnswer) {
+    SendData(block);
+    return;
+  }
+  const ChunkAnswerBlock answer = ChunkAnswerBlock::View(block);
+  if (!answer.HoldsRecord()) return;
+  const TZEL3ChunkInfo& entry = answer.Record().info;
+  if (entry.indexId != kNoIndexId) mBlocksAreEntries = true;
+  SendData(block);
+  ParserChunkRequestBlock request = ParserChunkRequestBlock::New();
+  request.Record() = entry;
+  SendUp(request);
+}
+
+void ParserBrick::ParseAndAskForMore(const cMemBlock& block) {
+  Contain([&] {
+    const RawDataBlock raw = RawDataBlock::View(block);
+    if (mBlocksAreEntries) mParser.Restart();
+    mParser.Feed(raw.Bytes(), raw.Size());
+  });
+  Contain([&] {
+    StreamTagBlock finished = StreamTagBlock::New();
+    finished.WritableRecord().kind = tag::kBlockFinished;
+    SendData(finished);
+  });
+}
+
+void ParserBrick::OnHeader(std::uint64_t position, const ArchiveHeader& header) {
+  HeaderBlock block = HeaderBlock::New();
+  HDR_T& record = block.WritableRecord();
+  record.headerWord0 = SignExtended(header.length);
+  record.headerWord1 = SignExtended(header.firstIndexDelta);
+  record.title = header.title;
+  const std::size_t count = std::min(header.streams.size(), std::size(record.streams));
+  for (std::size_t i = 0; i < count; ++i) {
+    record.streams[i].streamId = header.streams[i].id;
+    record.streams[i].streamActive = header.streams[i].active;
+    record.streams[i].text1 = header.streams[i].kind;
+    record.streams[i].text2 = header.streams[i].name;
+    record.streams[i].text3 = header.streams[i].format;
+  }
+  SendPosition(position);
+  SendData(block);
+}
+
+void ParserBrick::OnIndex(std::uint64_t position, const IDX_T& index) {
+  IndexBlock block = IndexBlock::New();
+  block.WritableRecord() = index;
+  SendPosition(position);
+  SendData(block);
+}
+
+void ParserBrick::OnData(std::uint64_t, const DATA_T& head, const unsigned char* payload,
+                         Tag kind) {
+  SendData(NewDataBlock(kind, head, payload));
+}
+
+void ParserBrick::SendPosition(std::uint64_t position) {
+  ParserTagBlock block = ParserTagBlock::New();
+  block.WritableRecord().position = position;
+  SendData(block);
+}
