@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# Installs what building and testing need on a Debian 12 machine (amd64). Safe to run again: does nothing when
+# everything is there. Without the 32-bit packages the project still builds in 64 bits; with --require-i386 that is
+# a failure.
+set -euo pipefail
+
+require_i386=no
+[ "${1:-}" = --require-i386 ] && require_i386=yes
+
+packages=(
+  g++ g++-multilib clang clang-format clang-tidy cmake ninja-build binutils git ca-certificates
+  qtbase5-dev googletest libcli11-dev nlohmann-json3-dev libfmt-dev
+)
+i386_packages=(libqt5core5a:i386)
+
+installed() {
+  local package
+  for package in "$@"; do
+    dpkg-query --show --showformat='${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed || return 1
+  done
+}
+
+as_root() {
+  if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi
+}
+
+# One release for both architectures: an index of security updates that has not arrived for i386 would otherwise
+# leave no version of Qt that fits both.
+install() {
+  as_root env DEBIAN_FRONTEND=noninteractive apt-get install --yes --no-install-recommends -t bookworm "$@"
+}
+
+if installed "${packages[@]}" "${i386_packages[@]}"; then exit 0; fi
+
+as_root dpkg --add-architecture i386
+as_root apt-get update || echo "setup: some package lists could not be fetched; going on with the others" >&2
+install "${packages[@]}"
+if ! install "${i386_packages[@]}"; then
+  cat >&2 <<'MESSAGE'
+*******************************************************************************
+setup: the 32-bit packages could not be installed.
+The shipping 32-bit build is left out; only the 64-bit build can be made here.
+*******************************************************************************
+MESSAGE
+  [ "$require_i386" = no ] || exit 1
+fi

@@ -1,0 +1,152 @@
+#include "archive_client.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "archive_source.h"
+#include "byte_cursor.h"
+#include "commands.h"
+#include "notifications.h"
+#include "render.h"
+#include "stream_records.h"
+#include "tool_error.h"
+
+namespace {
+
+// A reader on a folder reports progress against the file that it opened last, not the one that it
+// indexes, so only a single file is named.
+std::string ProgressLabel(const std::string& source, const std::vector<std::string>& files) {
+  const bool single = files.size() == 1 && files.front() == source;
+  return single ? "indexing " + Escaped(archive_source::FileName(source)) : "indexing";
+}
+
+std::vector<unsigned> StreamIds(const std::uint8_t (&streamMap)[32]) {
+  std::vector<unsigned> ids;
+  for (unsigned id = 0; id < 256; ++id) {
+    if ((streamMap[id >> 3] >> (id & 7) & 1) != 0) ids.push_back(id);
+  }
+  return ids;
+}
+
+ArchiveList ListFrom(const ArchivesBlock& block) {
+  const TArchivesInfo& info = block.Record();
+  ArchiveList list;
+  list.source = info.source;
+  const std::size_t held = block.GetExtraSize() / sizeof(TArchiveEntry);
+  for (std::size_t i = 0; i < std::min<std::size_t>(info.count, held); ++i) {
+    const TArchiveEntry& archive = info.Archives()[i];
+    list.archives.push_back(
+        {archive.startTime, archive.endTime, archive.fileNumber, StreamIds(archive.streamMap)});
+  }
+  return list;
+}
+
+bool EndsWithTerminatingMarker(const RawDataBlock& block) {
+  if (block.Size() < kIndexRecordSize) return false;
+  unsigned char marker[kIndexRecordSize] = {};
+  StoreLittleEndian(marker, kIndexMarker);
+  return std::equal(std::begin(marker), std::end(marker),
+                    block.Bytes() + block.Size() - kIndexRecordSize);
+}
+
+}  // namespace
+
+ArchiveClient::ArchiveClient(const HostOptions& host, const std::string& source,
+                             ProgressBar* progress)
+    : mProgress(progress),
+      mProgressLabel(ProgressLabel(source, archive_source::Files(source))),
+      mMostRuns(archive_source::Files(source).size() + 2),
+      mSession(host, source, [this](const cMemBlock& block) { Note(block); }) {
+  mSession.RunUntilIdle();
+  mProgress->Clear();
+}
+
+std::optional<ArchiveList> ArchiveClient::List() {
+  Ask(ArchivesRequestBlock::New());
+  return mAnswers.list;
+}
+
+std::optional<FoundEntry> ArchiveClient::Find(std::uint64_t time, Lookup lookup) {
+  if (lookup != Lookup::kAtOrBefore) SetDirection(lookup == Lookup::kNext);
+  for (std::size_t run = 0; run <= mMostRuns; ++run) {
+    ChunkRequestBlock request = ChunkRequestBlock::New();
+    request.Record().time = time;
+    request.Record().type = lookup == Lookup::kAtOrBefore ? kAtOrBefore : kNeighbour;
+    Ask(request);
+    // A request that makes the reader build an index is not kept: the answer that comes then is to
+    // an older one.
+    if (mAnswers.runEnded) continue;
+    if (!mAnswers.entry || mAnswers.entry->indexId == kNoIndexId) return std::nullopt;
+    const std::uint64_t indexId = mAnswers.entry->indexId;
+    return FoundEntry{FileNumber(indexId), EntryNumber(indexId), mAnswers.entry->time};
+  }
+  throw ToolError("the index of the file at that time cannot be built");
+}
+
+std::optional<std::vector<unsigned char>> ArchiveClient::Read(std::uint32_t fileNumber,
+                                                              std::uint32_t entryNumber,
+                                                              std::uint64_t time) {
+  ParserChunkRequestBlock request = ParserChunkRequestBlock::New();
+  request.Record().indexId = MakeIndexId(fileNumber, entryNumber);
+  request.Record().time = time;
+  Ask(request);
+  return std::move(mAnswers.data);
+}
+
+void ArchiveClient::FailWithNothing() {
+  if (!List() && !mErrorMessage.empty()) throw ToolError(mErrorMessage);
+  throw ToolError("nothing is recorded there", kExitNothing);
+}
+
+void ArchiveClient::SetDirection(bool forward) {
+  if (forward == mForward) return;
+  PlayBlock play = PlayBlock::New();
+  play.Record().forward = forward ? 1 : 0;
+  Ask(play);
+  mForward = forward;
+}
+
+void ArchiveClient::Ask(const cMemBlock& command) {
+  mAnswers = {};
+  mSession.Send(command);
+  mSession.RunUntilIdle();
+  mProgress->Clear();
+}
+
+void ArchiveClient::Note(const cMemBlock& block) {
+  if (block.GetType() == tag::kNotify) {
+    NoteNotification(block);
+  } else if (block.GetType() == tag::kArchives) {
+    const ArchivesBlock archives = ArchivesBlock::View(block);
+    if (archives.HoldsRecord()) mAnswers.list = ListFrom(archives);
+  } else if (block.GetType() == tag::kRawData) {
+    const RawDataBlock data = RawDataBlock::View(block);
+    if (!EndsWithTerminatingMarker(data)) return;
+    mAnswers.data.emplace(data.Bytes(), data.Bytes() + data.Size() - kIndexRecordSize);
+  }
+}
+
+void ArchiveClient::NoteNotification(const cMemBlock& block) {
+  const NotifyBlock notification = NotifyBlock::View(block);
+  if (!notification.HoldsRecord()) return;
+  if (notification.Record().kind == tag::kMessage) NoteMessage(block);
+  if (notification.Record().kind == tag::kChunkAnswer) {
+    const ChunkAnswerBlock answer = ChunkAnswerBlock::View(block);
+    if (answer.HoldsRecord()) mAnswers.entry = answer.Record().info;
+  }
+}
+
+void ArchiveClient::NoteMessage(const cMemBlock& block) {
+  const MessageBlock view = MessageBlock::View(block);
+  if (!view.HoldsRecord()) return;
+  const TNotifyMessage& message = view.Record();
+  if (message.level == tag::kLevelWarning && message.code == tag::kCodeProgress) {
+    mProgress->Show(mProgressLabel,
+                    static_cast<unsigned>(std::strtoul(message.text.c_str(), nullptr, 10)));
+  } else if (message.level == tag::kLevelRunEnded) {
+    mAnswers.runEnded = true;
+    mBuiltAnIndex = true;
+  } else if (message.level == tag::kLevelError) {
+    mErrorMessage = message.detail.empty() ? message.text : message.text + " " + message.detail;
+  }
+}

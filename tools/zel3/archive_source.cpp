@@ -1,0 +1,41 @@
+#include "archive_source.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include "archive_session.h"
+#include "tool_error.h"
+
+namespace archive_source {
+
+std::string Locate(const std::string& path) {
+  const QFileInfo info(QFile::decodeName(path.c_str()));
+  if (path.empty() || !info.exists()) throw ToolError("nothing exists at " + path);
+  if (!info.isFile() && !info.isDir()) {
+    throw ToolError(path + " is neither a file nor a folder");
+  }
+  const std::string absolute = QFile::encodeName(info.absoluteFilePath()).constData();
+  if (absolute.size() > kLongestPath)
+    throw ToolError("the path is longer than 260 bytes", kExitUsage);
+  return absolute;
+}
+
+std::vector<std::string> Files(const std::string& source) {
+  const QFileInfo info(QFile::decodeName(source.c_str()));
+  if (!info.isDir()) return {source};
+  const QStringList patterns{QLatin1String("*.zel3"), QLatin1String("*.zel")};
+  std::vector<std::string> files;
+  for (const QFileInfo& file :
+       QDir(info.filePath()).entryInfoList(patterns, QDir::Files | QDir::Readable, QDir::Name)) {
+    files.push_back(QFile::encodeName(file.absoluteFilePath()).constData());
+  }
+  return files;
+}
+
+std::string FileName(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+}  // namespace archive_source

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+// Where archives are on disk. Paths are in the local 8-bit encoding.
+namespace archive_source {
+
+// The absolute path of an archive file or folder. Throws ToolError when there is neither at `path`,
+// and a usage error when the absolute path is longer than a reader takes.
+std::string Locate(const std::string& path);
+
+// The archive files that a source holds: the file itself, or the files of the folder by name.
+std::vector<std::string> Files(const std::string& source);
+
+// The part after the last "/".
+std::string FileName(const std::string& path);
+
+}  // namespace archive_source

@@ -1,0 +1,264 @@
+#include "command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <limits>
+#include <map>
+#include <memory>
+
+#include "archive_session.h"
+#include "console.h"
+#include "index.h"
+#include "info.h"
+#include "make.h"
+#include "read.h"
+#include "seek.h"
+#include "time_argument.h"
+#include "tool_error.h"
+
+namespace {
+
+struct Options {
+  HostOptions host;
+  MakeOptions make;
+  InfoOptions info;
+  IndexOptions index;
+  SeekOptions seek;
+  ReadOptions read;
+  ConsoleOptions console;
+};
+
+constexpr char kAbout[] = "Serves recorded ZEL3 archives by time.";
+constexpr char kTimesAndExitCodes[] =
+    "Times are integers in the archive's own unit, or UTC dates that stand for the\n"
+    "milliseconds since 1970: 2024-05-01, 2024-05-01T06:00:00Z, 2024-05-01T06:00:00.250Z.\n"
+    "\n"
+    "Exit codes: 0 done, 1 failed, 2 usage, 3 done but something was damaged or skipped,\n"
+    "4 nothing at that time, 130 interrupted.";
+constexpr char kVerbFooter[] = "The options of the program (zel3 --help) may stand here, too.";
+
+// Adds an option whose text is turned into a value by `parse`, which gives nothing for a text that
+// it refuses.
+template <class Target, class Parse>
+CLI::Option* AddParsed(CLI::App* app, const std::string& name, Target* target, Parse parse,
+                       const std::string& kindOfValue, const std::string& help) {
+  const auto take = [name, target, parse, kindOfValue](const std::string& text) {
+    const auto value = parse(text);
+    if (!value) throw CLI::ValidationError(name, "'" + text + "' is no " + kindOfValue);
+    *target = *value;
+  };
+  return app->add_option_function<std::string>(name, take, help)->type_name(kindOfValue);
+}
+
+template <class Target>
+CLI::Option* AddTime(CLI::App* app, const std::string& name, Target* target,
+                     const std::string& help) {
+  return AddParsed(app, name, target, ArchiveTimeFromText, "TIME", help);
+}
+
+template <class Target>
+CLI::Option* AddDuration(CLI::App* app, const std::string& name, Target* target,
+                         const std::string& help) {
+  return AddParsed(app, name, target, SecondsFromText, "DURATION", help);
+}
+
+CLI::Option* AddPath(CLI::App* app, const std::string& name, std::string* target,
+                     const std::string& help) {
+  const auto parse = [](const std::string& text) {
+    return text.size() > kLongestPath ? std::nullopt : std::make_optional(text);
+  };
+  return AddParsed(app, name, target, parse, "path of at most 260 bytes", help)->type_name("PATH");
+}
+
+void AddStyle(CLI::App* app, OutputStyle* style) {
+  const std::map<std::string, OutputFormat> formats{{"text", OutputFormat::kText},
+                                                    {"json", OutputFormat::kJson}};
+  const std::map<std::string, TimeFormat> times{{"int", TimeFormat::kInteger},
+                                                {"iso", TimeFormat::kIso}};
+  const auto named = [](const auto& values) {
+    return [values](const std::string& text) {
+      const auto found = values.find(text);
+      return found == values.end() ? std::nullopt : std::make_optional(found->second);
+    };
+  };
+  AddParsed(app, "--format", &style->format, named(formats), "format (text, json)",
+            "text for people (default), or json for programs")
+      ->type_name("FORMAT");
+  AddParsed(app, "--time-format", &style->askedTimeFormat, named(times), "time format (int, iso)",
+            "int or iso; default: iso in text, int in json")
+      ->type_name("FORMAT");
+}
+
+std::optional<std::uint64_t> ByteLimitFromText(const std::string& text) {
+  if (text == "all") return std::numeric_limits<std::uint64_t>::max();
+  if (text == "none") return 0;
+  std::uint64_t limit = 0;
+  if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos ||
+      !CLI::detail::lexical_cast(text, limit)) {
+    return std::nullopt;
+  }
+  return limit;
+}
+
+std::optional<std::vector<ScenarioGap>> GapsFromText(const std::string& text) {
+  std::vector<ScenarioGap> gaps;
+  if (text == "none") return gaps;
+  for (const std::string& part : CLI::detail::split(text, ',')) {
+    const std::size_t colon = part.find(':');
+    if (colon == std::string::npos) return std::nullopt;
+    ScenarioGap gap;
+    const auto seconds = SecondsFromText(part.substr(colon + 1));
+    if (!seconds || !CLI::detail::lexical_cast(part.substr(0, colon), gap.afterFile))
+      return std::nullopt;
+    gap.seconds = *seconds;
+    gaps.push_back(gap);
+  }
+  return gaps;
+}
+
+// The verbs. Each gets its options and is set to run when it is the one that is asked for.
+
+using Run = std::function<int()>;
+
+CLI::App* AddVerb(CLI::App* app, const std::string& name, const std::string& help, Run* run,
+                  const Run& runVerb) {
+  CLI::App* const verb = app->add_subcommand(name, help);
+  verb->fallthrough();
+  verb->footer(kVerbFooter);
+  verb->callback([run, runVerb] { *run = runVerb; });
+  return verb;
+}
+
+void AddMake(CLI::App* app, Options* options, Run* run) {
+  MakeOptions* const make = &options->make;
+  CLI::App* const verb = AddVerb(app, "make", "write a folder of sample archives", run,
+                                 [make] { return RunMake(*make); });
+  AddPath(verb, "FOLDER", &make->folder, "where to write; made when missing")->required();
+  verb->add_option("--seed", make->seed, "other contents of the same shape");
+  AddTime(verb, "--start", &make->start, "when the recording starts");
+  AddDuration(
+      verb, "--length", &make->lengthSeconds,
+      "how long it lasts, gaps included: 90, 15m, 6h, 1d; leaves out the sample day's gaps and "
+      "change of streams");
+  verb->add_option("--files", make->files,
+                   "into how many files it is cut; leaves out the same as --length")
+      ->check(CLI::Range(1U, 100000U));
+  AddDuration(verb, "--interval", &make->intervalSeconds, "from one index entry to the next");
+  AddParsed(verb, "--gap", &make->gaps, GapsFromText, "list of gaps",
+            "gaps after files, numbered from 0: 1:30m,4:1h; or none")
+      ->type_name("FILE:DURATION,...");
+  verb->add_option("--payload", make->payloadBytes, "mean bytes of data in an entry");
+  verb->add_option("--events", make->eventsPerHour, "mean number of events in an hour");
+  verb->add_option("--name", make->namePrefix, "what the file names begin with");
+  AddPath(verb, "--truth", &make->truthFile, "also write what is at which time, as JSON");
+  verb->add_flag("--force", make->force, "also where archives are already");
+  AddStyle(verb, &make->style);
+}
+
+void AddInfo(CLI::App* app, Options* options, Run* run) {
+  CLI::App* const verb = AddVerb(app, "info", "which archives a source holds", run,
+                                 [options] { return RunInfo(options->host, options->info); });
+  AddPath(verb, "SOURCE", &options->info.source, "an archive file or a folder of them")->required();
+  AddStyle(verb, &options->info.style);
+}
+
+void AddIndex(CLI::App* app, Options* options, Run* run) {
+  CLI::App* const verb =
+      AddVerb(app, "index", "build the missing indexes of all files of a source", run,
+              [options] { return RunIndex(options->host, options->index); });
+  AddPath(verb, "SOURCE", &options->index.source, "an archive file or a folder of them")
+      ->required();
+  AddStyle(verb, &options->index.style);
+}
+
+void AddSeek(CLI::App* app, Options* options, Run* run) {
+  SeekOptions* const seek = &options->seek;
+  CLI::App* const verb = AddVerb(app, "seek", "which index entry a time belongs to", run,
+                                 [options] { return RunSeek(options->host, options->seek); });
+  AddPath(verb, "SOURCE", &seek->source, "an archive file or a folder of them")->required();
+  AddTime(verb, "TIME", &seek->time, "the time to look for")->required();
+  const auto lookup = [](const std::string& text) -> std::optional<Lookup> {
+    if (text == "1") return Lookup::kAtOrBefore;
+    if (text == "2") return Lookup::kNext;
+    return std::nullopt;
+  };
+  const auto type = AddParsed(verb, "--type", &seek->lookup, lookup, "lookup type (1, 2)",
+                              "1: the entry at or before TIME (default); 2: the same as --next")
+                        ->type_name("TYPE");
+  const auto next = verb->add_flag_callback(
+      "--next", [seek] { seek->lookup = Lookup::kNext; },
+      "the entry after the one at or before TIME");
+  const auto previous = verb->add_flag_callback(
+      "--previous", [seek] { seek->lookup = Lookup::kPrevious; },
+      "the entry before the one at or before TIME");
+  next->excludes(type);
+  previous->excludes(type)->excludes(next);
+  AddStyle(verb, &seek->style);
+}
+
+void AddRead(CLI::App* app, Options* options, Run* run) {
+  ReadOptions* const read = &options->read;
+  CLI::App* const verb = AddVerb(app, "read", "the archive bytes of a range of time", run,
+                                 [options] { return RunRead(options->host, options->read); });
+  AddPath(verb, "SOURCE", &read->source, "an archive file or a folder of them")->required();
+  AddTime(verb, "FROM", &read->from, "begins with the entry at or before this time")->required();
+  AddTime(verb, "TO", &read->to, "ends before the first entry at or after this time")->required();
+  verb->add_option("-o,--output", read->output, "where to write; -: the standard output (default)")
+      ->type_name("FILE");
+}
+
+void AddConsole(CLI::App* app, Options* options, Run* run) {
+  ConsoleOptions* const console = &options->console;
+  CLI::App* const verb = AddVerb(app, "console", "drive the reader with JSON lines", run,
+                                 [options] { return RunConsole(options->host, options->console); });
+  AddPath(verb, "SOURCE", &console->source, "what the reader opens")->required();
+  verb->add_flag("--all", console->showAll, "print every block that reaches the client");
+  AddParsed(verb, "--bytes", &console->byteLimit, ByteLimitFromText,
+            "limit (all, none or a number)",
+            "how much of raw data is shown: all (default), none or the first N bytes")
+      ->type_name("LIMIT");
+  verb->add_flag_callback(
+      "--no-parser", [options] { options->host.offerParser = false; }, "the host offers no parser");
+}
+
+void AddHostOptions(CLI::App* app, HostOptions* host) {
+  AddPath(app, "--plugin-folder", &host->pluginFolder, "where the plug-ins are");
+  AddPath(app, "--settings-folder", &host->settingsFolder, "where the host keeps its settings");
+  AddPath(app, "--cache-folder", &host->cacheFolder,
+          "where the reader keeps its indexes; default: beside the archives");
+}
+
+Run Printing(const std::string& text) {
+  return [text] {
+    std::cout << text;
+    return static_cast<int>(kExitDone);
+  };
+}
+
+}  // namespace
+
+std::function<int()> ParseCommandLine(int argc, char** argv) {
+  const auto options = std::make_shared<Options>();
+  Run run;
+  CLI::App app(kAbout, "zel3");
+  app.set_version_flag("--version", "zel3 " ZEL3_VERSION);
+  app.footer(kTimesAndExitCodes);
+  app.require_subcommand(1);
+  AddHostOptions(&app, &options->host);
+  AddMake(&app, options.get(), &run);
+  AddInfo(&app, options.get(), &run);
+  AddIndex(&app, options.get(), &run);
+  AddSeek(&app, options.get(), &run);
+  AddRead(&app, options.get(), &run);
+  AddConsole(&app, options.get(), &run);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp&) {
+    return Printing(app.help());
+  } catch (const CLI::CallForVersion& version) {
+    return Printing(std::string(version.what()) + "\n");
+  } catch (const CLI::ParseError& error) {
+    throw ToolError(error.what(), kExitUsage);
+  }
+  return [options, run] { return run(); };
+}

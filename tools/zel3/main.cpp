@@ -1,0 +1,37 @@
+#include <QCoreApplication>
+#include <exception>
+#include <iostream>
+#include <string>
+
+#include "command_line.h"
+#include "interruption.h"
+#include "render.h"
+#include "tool_error.h"
+
+namespace {
+
+int Fail(const std::string& message, int exitCode) {
+  std::cout.flush();
+  std::cerr << "zel3: " << Escaped(message) << '\n';
+  return exitCode;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  QCoreApplication application(argc, argv);
+  QCoreApplication::setApplicationName(QLatin1String("zel3"));
+  interruption::Watch();
+  try {
+    const int exitCode = ParseCommandLine(argc, argv)();
+    std::cout.flush();
+    if (!std::cout) throw ToolError("cannot write to the standard output");
+    return exitCode;
+  } catch (const ToolError& error) {
+    return Fail(error.what(), error.Code());
+  } catch (const std::bad_alloc&) {
+    return Fail("not enough memory", kExitFailed);
+  } catch (const std::exception& error) {
+    return Fail(error.what(), kExitFailed);
+  }
+}

@@ -1,0 +1,127 @@
+#include "make.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <limits>
+#include <stdexcept>
+
+#include "archive_source.h"
+#include "output_file.h"
+#include "stream_records.h"
+#include "tool_error.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::uint32_t IndexTime(std::uint64_t archiveTime) {
+  const std::uint64_t indexTime = archiveTime / kArchiveTimePerIndexTime;
+  if (ArchiveTime(static_cast<std::uint32_t>(indexTime)) != archiveTime) {
+    throw ToolError("the start must be a whole second before the year 2106", kExitUsage);
+  }
+  return static_cast<std::uint32_t>(indexTime);
+}
+
+std::uint32_t SecondsPerFile(const Scenario& scenario, std::uint32_t files) {
+  std::uint64_t recorded = scenario.lengthSeconds;
+  for (const ScenarioGap& gap : scenario.gaps) {
+    if (gap.seconds > recorded) throw ToolError("the gaps are longer than the archive", kExitUsage);
+    recorded -= gap.seconds;
+  }
+  return static_cast<std::uint32_t>((recorded + files - 1) / files);
+}
+
+Scenario ScenarioFor(const MakeOptions& options) {
+  Scenario scenario = DefaultScenario();
+  if (options.lengthSeconds || options.files) {
+    // These belong to the files of the sample day.
+    scenario.gaps.clear();
+    scenario.headerChanges.clear();
+  }
+  scenario.seed = options.seed.value_or(scenario.seed);
+  if (options.start) scenario.startIndexTime = IndexTime(*options.start);
+  scenario.lengthSeconds = options.lengthSeconds.value_or(scenario.lengthSeconds);
+  scenario.indexIntervalSeconds = options.intervalSeconds.value_or(scenario.indexIntervalSeconds);
+  scenario.payloadBytesPerEntry = options.payloadBytes.value_or(scenario.payloadBytesPerEntry);
+  scenario.eventsPerHour = options.eventsPerHour.value_or(scenario.eventsPerHour);
+  scenario.namePrefix = options.namePrefix.value_or(scenario.namePrefix);
+  scenario.gaps = options.gaps.value_or(scenario.gaps);
+  if (options.files) scenario.fileSeconds = SecondsPerFile(scenario, *options.files);
+  return scenario;
+}
+
+// A cache beside an archive is not tied to the archive's contents: it would be taken for the new
+// file's.
+void RemoveCachesOf(const std::string& folder, const GroundTruth& truth) {
+  for (const GroundTruthFile& file : truth.files) {
+    for (const char* const extension : {"id3", "hdr", "evt"}) {
+      std::error_code ignored;
+      std::filesystem::remove(
+          std::filesystem::path(folder + "/" + file.name).replace_extension(extension), ignored);
+    }
+  }
+}
+
+void WriteTruth(const std::string& path, const GroundTruth& truth) {
+  const std::string json = GroundTruthToJson(truth);
+  OutputFile file(path);
+  file.Write(std::vector<unsigned char>(json.begin(), json.end()));
+  file.Finish();
+}
+
+void PrintAsJson(const GroundTruth& truth, TimeFormat times) {
+  Json json;
+  Json& files = json["files"] = Json::array();
+  for (const GroundTruthFile& file : truth.files) {
+    Json entry;
+    entry["name"] = file.name;
+    entry["size"] = file.size;
+    entry["entries"] = file.entries.size();
+    entry["startTime"] = TimeJson(ArchiveTime(file.entries.front().indexTime), times);
+    entry["endTime"] = TimeJson(ArchiveTime(file.endIndexTime), times);
+    files.push_back(std::move(entry));
+  }
+  Json& gaps = json["gaps"] = Json::array();
+  for (const GroundTruthGap& gap : truth.gaps) {
+    Json entry;
+    entry["from"] = TimeJson(ArchiveTime(gap.fromIndexTime), times);
+    entry["to"] = TimeJson(ArchiveTime(gap.toIndexTime), times);
+    gaps.push_back(std::move(entry));
+  }
+  PrintJsonLine(json);
+}
+
+void PrintAsText(const GroundTruth& truth, TimeFormat times) {
+  std::vector<std::vector<std::string>> rows{{"file", "bytes", "entries", "start", "end"}};
+  for (const GroundTruthFile& file : truth.files) {
+    rows.push_back({Escaped(file.name), std::to_string(file.size),
+                    std::to_string(file.entries.size()),
+                    TimeText(ArchiveTime(file.entries.front().indexTime), times),
+                    TimeText(ArchiveTime(file.endIndexTime), times)});
+  }
+  PrintTable(rows);
+}
+
+}  // namespace
+
+int RunMake(const MakeOptions& options) {
+  const Scenario scenario = ScenarioFor(options);
+  if (!options.force && std::filesystem::is_directory(options.folder) &&
+      !archive_source::Files(options.folder).empty()) {
+    throw ToolError(options.folder + " holds archives already; --force writes all the same");
+  }
+  GroundTruth truth;
+  try {
+    truth = WriteScenario(options.folder, scenario);
+  } catch (const std::invalid_argument& refusal) {
+    throw ToolError(refusal.what(), kExitUsage);
+  }
+  RemoveCachesOf(options.folder, truth);
+  if (!options.truthFile.empty()) WriteTruth(options.truthFile, truth);
+  if (options.style.format == OutputFormat::kJson) {
+    PrintAsJson(truth, options.style.Times());
+  } else {
+    PrintAsText(truth, options.style.Times());
+  }
+  return kExitDone;
+}

@@ -1,0 +1,29 @@
+#include "progress_bar.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+namespace {
+
+constexpr unsigned kCells = 40;
+constexpr char kEraseLine[] = "\r\x1b[K";
+
+}  // namespace
+
+ProgressBar::ProgressBar() : mOnTerminal(isatty(STDERR_FILENO) == 1) {}
+
+void ProgressBar::Show(const std::string& what, unsigned percent) {
+  if (!mOnTerminal) return;
+  const unsigned shown = std::min(percent, 100U);
+  const unsigned filled = kCells * shown / 100;
+  fmt::print(stderr, "{}{} [{}{}] {:3}%", kEraseLine, what, std::string(filled, '#'),
+             std::string(kCells - filled, '.'), shown);
+  mShown = true;
+}
+
+void ProgressBar::Clear() {
+  if (mShown) fmt::print(stderr, "{}", kEraseLine);
+  mShown = false;
+}

@@ -1,0 +1,70 @@
+#include "render.h"
+
+#include <QDateTime>
+#include <QString>
+#include <algorithm>
+#include <iostream>
+
+namespace {
+
+constexpr std::uint64_t kEndOfYear9999 = 253402300800000;
+
+std::size_t Width(const std::string& cell) {
+  return static_cast<std::size_t>(
+      QString::fromUtf8(cell.data(), static_cast<int>(cell.size())).size());
+}
+
+bool IsControl(QChar character) {
+  return character.category() == QChar::Other_Control ||
+         character.category() == QChar::Other_Format;
+}
+
+}  // namespace
+
+std::string TimeText(std::uint64_t archiveTime, TimeFormat format) {
+  if (format == TimeFormat::kInteger || archiveTime >= kEndOfYear9999)
+    return std::to_string(archiveTime);
+  const QDateTime time = QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(archiveTime), Qt::UTC);
+  return time.toString(QLatin1String("yyyy-MM-dd'T'HH:mm:ss.zzz'Z'")).toUtf8().constData();
+}
+
+nlohmann::ordered_json TimeJson(std::uint64_t archiveTime, TimeFormat format) {
+  if (format == TimeFormat::kInteger) return archiveTime;
+  return TimeText(archiveTime, format);
+}
+
+std::string Escaped(const std::string& text) {
+  QString shown;
+  for (const QChar character : QString::fromUtf8(text.data(), static_cast<int>(text.size()))) {
+    if (IsControl(character)) {
+      shown += QString::asprintf("\\u%04x", static_cast<unsigned>(character.unicode()));
+    } else {
+      shown += character;
+    }
+  }
+  return shown.toUtf8().constData();
+}
+
+void PrintTable(const std::vector<std::vector<std::string>>& rows) {
+  std::vector<std::size_t> widths;
+  for (const auto& row : rows) {
+    widths.resize(std::max(widths.size(), row.size()));
+    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], Width(row[i]));
+  }
+  for (const auto& row : rows) {
+    std::string line;
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      line += row[i];
+      if (i + 1 < row.size()) line.append(widths[i] - Width(row[i]) + 2, ' ');
+    }
+    std::cout << line << '\n';
+  }
+}
+
+void PrintJsonLine(const nlohmann::ordered_json& value) {
+  constexpr int kCompact = -1;
+  constexpr bool kOnlyAscii = false;
+  std::cout << value.dump(kCompact, ' ', kOnlyAscii,
+                          nlohmann::ordered_json::error_handler_t::replace)
+            << '\n';
+}

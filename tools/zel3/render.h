@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+// How verbs show their results on the standard output.
+
+enum class OutputFormat { kText, kJson };
+enum class TimeFormat { kInteger, kIso };
+
+struct OutputStyle {
+  OutputFormat format = OutputFormat::kText;
+  std::optional<TimeFormat> askedTimeFormat;
+
+  // Unless asked for otherwise, people get ISO times and programs get integers.
+  TimeFormat Times() const {
+    if (askedTimeFormat) return *askedTimeFormat;
+    return format == OutputFormat::kText ? TimeFormat::kIso : TimeFormat::kInteger;
+  }
+};
+
+// An archive time as an integer, or as milliseconds since 1970 UTC: 2024-05-01T06:00:00.000Z. Times
+// after the year 9999 are always shown as integers.
+std::string TimeText(std::uint64_t archiveTime, TimeFormat format);
+// The same as a JSON number or text.
+nlohmann::ordered_json TimeJson(std::uint64_t archiveTime, TimeFormat format);
+
+// A text that comes from outside, fit for a terminal: control characters are shown as \u001b, bytes
+// that are not UTF-8 as U+FFFD.
+std::string Escaped(const std::string& text);
+
+// Prints rows of cells in aligned columns. Cells that come from outside must be escaped.
+void PrintTable(const std::vector<std::vector<std::string>>& rows);
+
+// Prints one JSON value on one line. Bytes of a text that are not UTF-8 print as U+FFFD.
+void PrintJsonLine(const nlohmann::ordered_json& value);

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "archive_client.h"
+#include "archive_session.h"
+#include "render.h"
+
+struct SeekOptions {
+  std::string source;
+  std::uint64_t time = 0;  // archive time
+  Lookup lookup = Lookup::kAtOrBefore;
+  OutputStyle style;
+};
+
+// The verb seek: which entry a time belongs to.
+int RunSeek(const HostOptions& host, const SeekOptions& options);
