@@ -44,7 +44,7 @@ class ArchiveWriter {
   void Append(const unsigned char* bytes, std::size_t size);
   void CheckStreams(const ArchiveHeader& header) const;
 
-  // What may come next grows from the first to the last.
+  // What may come next.
   enum class State { kNeedsHeader, kNeedsIndex, kTakesAll };
 
   std::string mPath;

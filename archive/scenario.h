@@ -15,8 +15,7 @@ struct ScenarioStream {
   std::string kind;     // video, sound, image, text or binary
   std::string name;     // for people
   std::string format;
-  std::uint32_t share =
-      1;  // of the payload bytes of an entry, relative to the other streams; at most 1000000
+  std::uint32_t share = 1;         // of an entry's payload, relative to the others; to 1000000
   std::uint32_t blockSize = 4096;  // largest payload of one data block: 1-65535 bytes
 };
 

@@ -12,7 +12,7 @@ FramingParser::FramingParser(FramingSink& sink) : mSink(sink) {
 void FramingParser::Feed(const unsigned char* bytes, std::size_t size) {
   const std::uint64_t end = mPosition + mHeld.size() + size;
   try {
-    FeedPieces(bytes, size);
+    TakePiece(bytes, size);
   } catch (...) {
     if (!mLost) LosePlace();
     mHeld.clear();
@@ -21,7 +21,7 @@ void FramingParser::Feed(const unsigned char* bytes, std::size_t size) {
   }
 }
 
-void FramingParser::FeedPieces(const unsigned char* bytes, std::size_t size) {
+void FramingParser::TakePiece(const unsigned char* bytes, std::size_t size) {
   std::size_t taken = 0;
   while (!mHeld.empty()) {
     const std::size_t missing = std::min(mWanted - mHeld.size(), size - taken);

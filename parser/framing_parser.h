@@ -54,10 +54,10 @@ class FramingParser {
   void Finish();
 
  private:
-  void FeedPieces(const unsigned char* bytes, std::size_t size);
-  // The four below get bytes that start at mPosition, and give the number of bytes used up: those
-  // of whole records and dropped ones. When more bytes are needed to go on, mWanted says how many
-  // from the first one not used.
+  void TakePiece(const unsigned char* bytes, std::size_t size);
+  // These get bytes that start at mPosition, and give the number of bytes used up: those of whole
+  // records and dropped ones. When more bytes are needed to go on, mWanted says how many from the
+  // first one not used.
   std::size_t ParseRecords(const unsigned char* bytes, std::size_t size);
   std::size_t DropToMarker(const unsigned char* bytes, std::size_t size);
   // One record; 0 when it is not whole yet.
