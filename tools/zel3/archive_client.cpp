@@ -94,7 +94,11 @@ std::optional<std::vector<unsigned char>> ArchiveClient::Read(std::uint32_t file
 }
 
 void ArchiveClient::FailWithNothing() {
-  if (!List() && !mErrorMessage.empty()) throw ToolError(mErrorMessage);
+  if (!List()) {
+    if (!mErrorMessage.empty()) throw ToolError(mErrorMessage);
+    throw ToolError("nothing is recorded there, but the reader could not open all files",
+                    kExitNothing);
+  }
   throw ToolError("nothing is recorded there", kExitNothing);
 }
 

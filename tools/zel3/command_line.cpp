@@ -1,6 +1,7 @@
 #include "command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <iostream>
 #include <limits>
 #include <map>
@@ -53,13 +54,14 @@ CLI::Option* AddParsed(CLI::App* app, const std::string& name, Target* target, P
 template <class Target>
 CLI::Option* AddTime(CLI::App* app, const std::string& name, Target* target,
                      const std::string& help) {
-  return AddParsed(app, name, target, ArchiveTimeFromText, "TIME", help);
+  return AddParsed(app, name, target, ArchiveTimeFromText, "time", help)->type_name("TIME");
 }
 
 template <class Target>
 CLI::Option* AddDuration(CLI::App* app, const std::string& name, Target* target,
                          const std::string& help) {
-  return AddParsed(app, name, target, SecondsFromText, "DURATION", help);
+  return AddParsed(app, name, target, SecondsFromText, "length of time", help)
+      ->type_name("DURATION");
 }
 
 CLI::Option* AddPath(CLI::App* app, const std::string& name, std::string* target,
@@ -89,15 +91,26 @@ void AddStyle(CLI::App* app, OutputStyle* style) {
       ->type_name("FORMAT");
 }
 
+template <class Integer>
+std::optional<Integer> NumberFromText(const std::string& text) {
+  Integer number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [parsedTo, failure] = std::from_chars(text.data(), end, number);
+  if (failure != std::errc() || parsedTo != end) return std::nullopt;
+  return number;
+}
+
+template <class Target>
+CLI::Option* AddNumber(CLI::App* app, const std::string& name, Target* target,
+                       const std::string& help) {
+  return AddParsed(app, name, target, NumberFromText<typename Target::value_type>, "number", help)
+      ->type_name("NUMBER");
+}
+
 std::optional<std::uint64_t> ByteLimitFromText(const std::string& text) {
   if (text == "all") return std::numeric_limits<std::uint64_t>::max();
   if (text == "none") return 0;
-  std::uint64_t limit = 0;
-  if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos ||
-      !CLI::detail::lexical_cast(text, limit)) {
-    return std::nullopt;
-  }
-  return limit;
+  return NumberFromText<std::uint64_t>(text);
 }
 
 std::optional<std::vector<ScenarioGap>> GapsFromText(const std::string& text) {
@@ -106,12 +119,10 @@ std::optional<std::vector<ScenarioGap>> GapsFromText(const std::string& text) {
   for (const std::string& part : CLI::detail::split(text, ',')) {
     const std::size_t colon = part.find(':');
     if (colon == std::string::npos) return std::nullopt;
-    ScenarioGap gap;
+    const auto file = NumberFromText<std::uint32_t>(part.substr(0, colon));
     const auto seconds = SecondsFromText(part.substr(colon + 1));
-    if (!seconds || !CLI::detail::lexical_cast(part.substr(0, colon), gap.afterFile))
-      return std::nullopt;
-    gap.seconds = *seconds;
-    gaps.push_back(gap);
+    if (!file || !seconds) return std::nullopt;
+    gaps.push_back({*file, *seconds});
   }
   return gaps;
 }
@@ -134,21 +145,20 @@ void AddMake(CLI::App* app, Options* options, Run* run) {
   CLI::App* const verb = AddVerb(app, "make", "write a folder of sample archives", run,
                                  [make] { return RunMake(*make); });
   AddPath(verb, "FOLDER", &make->folder, "where to write; made when missing")->required();
-  verb->add_option("--seed", make->seed, "other contents of the same shape");
+  AddNumber(verb, "--seed", &make->seed, "other contents of the same shape");
   AddTime(verb, "--start", &make->start, "when the recording starts");
   AddDuration(
       verb, "--length", &make->lengthSeconds,
       "how long it lasts, gaps included: 90, 15m, 6h, 1d; leaves out the sample day's gaps and "
       "change of streams");
-  verb->add_option("--files", make->files,
-                   "into how many files it is cut; leaves out the same as --length")
-      ->check(CLI::Range(1U, 100000U));
+  AddNumber(verb, "--files", &make->files,
+            "into how many files it is cut; leaves out the same as --length");
   AddDuration(verb, "--interval", &make->intervalSeconds, "from one index entry to the next");
   AddParsed(verb, "--gap", &make->gaps, GapsFromText, "list of gaps",
             "gaps after files, numbered from 0: 1:30m,4:1h; or none")
       ->type_name("FILE:DURATION,...");
-  verb->add_option("--payload", make->payloadBytes, "mean bytes of data in an entry");
-  verb->add_option("--events", make->eventsPerHour, "mean number of events in an hour");
+  AddNumber(verb, "--payload", &make->payloadBytes, "mean bytes of data in an entry");
+  AddNumber(verb, "--events", &make->eventsPerHour, "mean number of events in an hour");
   verb->add_option("--name", make->namePrefix, "what the file names begin with");
   AddPath(verb, "--truth", &make->truthFile, "also write what is at which time, as JSON");
   verb->add_flag("--force", make->force, "also where archives are already");
@@ -257,6 +267,11 @@ std::function<int()> ParseCommandLine(int argc, char** argv) {
     return Printing(app.help());
   } catch (const CLI::CallForVersion& version) {
     return Printing(std::string(version.what()) + "\n");
+  } catch (const CLI::RequiredError& error) {
+    const bool verbGiven = !app.get_subcommands().empty();
+    throw ToolError(
+        verbGiven ? error.what() : "a verb is missing or unknown; zel3 --help names them",
+        kExitUsage);
   } catch (const CLI::ParseError& error) {
     throw ToolError(error.what(), kExitUsage);
   }

@@ -49,7 +49,7 @@ int RunInfo(const HostOptions& host, const InfoOptions& options) {
   const std::optional<ArchiveList> list = client.List();
   if (!list) {
     if (!client.ErrorMessage().empty()) throw ToolError(client.ErrorMessage());
-    throw ToolError("the reader gives no archive list of " + options.source);
+    throw ToolError("the reader could not open all files and gives no list; zel3 index names them");
   }
   if (options.style.format == OutputFormat::kJson) {
     PrintAsJson(*list, options.style.Times());

@@ -23,12 +23,13 @@ std::uint32_t IndexTime(std::uint64_t archiveTime) {
 }
 
 std::uint32_t SecondsPerFile(const Scenario& scenario, std::uint32_t files) {
+  if (files == 0) throw ToolError("an archive has at least one file", kExitUsage);
   std::uint64_t recorded = scenario.lengthSeconds;
   for (const ScenarioGap& gap : scenario.gaps) {
     if (gap.seconds > recorded) throw ToolError("the gaps are longer than the archive", kExitUsage);
     recorded -= gap.seconds;
   }
-  return static_cast<std::uint32_t>((recorded + files - 1) / files);
+  return static_cast<std::uint32_t>((recorded + (files - 1)) / files);
 }
 
 Scenario ScenarioFor(const MakeOptions& options) {

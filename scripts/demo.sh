@@ -1,0 +1,120 @@
+#!/bin/bash
+# The main job on real files: writes a day of sample archives, opens the folder, asks for times, reads bytes, and
+# compares every answer with what was written. Ends with an error when anything differs.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+heading() { printf '\n== %s\n\n' "$1"; }
+
+fail() {
+  printf 'demo: %s\n' "$1" >&2
+  exit 1
+}
+
+# Shows a command of the program and runs it.
+show() {
+  printf '$ zel3 %s\n' "$*"
+  "$program" "$@"
+}
+
+# The same for a command that shows progress. Where there is no terminal, it gets one of its own, and four steps of its
+# bar are kept.
+show_progress() {
+  if [ -t 2 ]; then
+    show "$@"
+    return
+  fi
+  printf '$ zel3 %s\n' "$*"
+  local command
+  printf -v command '%q ' "$program" "$@"
+  script -qec "$command" /dev/null </dev/null | tr -d '\033' | tr '\r' '\n' | sed 's/^\[K//' |
+    grep -E '^[^[]+$| (1|25|50|75)%$'
+}
+
+# The answer of a seek as JSON must be this.
+expect_seek() {
+  local answer
+  answer=$("$program" seek "$archives" "$1" --format json)
+  [ "$answer" = "$2" ] || fail "a seek to $1 gives $answer instead of $2"
+}
+
+# Where the index entry of a time stands in its file, as the ground truth tells.
+position_of() {
+  local position
+  position=$(sed -nE "s/.*\"indexTime\": ?$(date -u -d "$1" +%s), ?\"position\": ?([0-9]+).*/\1/p" "$truth")
+  [ -n "$position" ] || fail "the ground truth has no entry at $1"
+  echo "$position"
+}
+
+heading 'Setting up the machine'
+scripts/setup.sh
+
+preset=i386
+if [ ! -e /usr/lib/i386-linux-gnu/libQt5Core.so.5 ]; then
+  preset=native
+  printf '\n*** The 32-bit packages cannot be had on this machine: going on in 64 bits. ***\n'
+fi
+
+heading "Building ($preset)"
+cmake --preset "$preset"
+cmake --build --preset "$preset" --target zel3 zel3reader zel3parser
+program=$PWD/build/$preset/bin/zel3
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+archives=$work/archives
+truth=$work/truth.json
+export XDG_CONFIG_HOME=$work
+
+heading 'Writing a day of archives, and beside them what is at which time'
+show make "$archives" --truth "$truth"
+
+heading 'What the reader finds in the folder, from the first and last index records'
+show info "$archives"
+
+heading 'Asking for a time: the file that holds it is indexed'
+show_progress seek "$archives" 2024-05-01T06:00:00Z
+expect_seek 2024-05-01T06:00:00Z '{"fileNumber":2,"entryNumber":180,"time":1714543200000}'
+
+heading 'Asking for a time at which nothing was recorded: the next entry answers'
+show_progress seek "$archives" 2024-05-01T08:30:00Z
+expect_seek 2024-05-01T08:30:00Z '{"fileNumber":3,"entryNumber":0,"time":1714553100000}'
+
+heading 'Indexing the other files'
+show_progress index "$archives"
+
+heading 'A second start: every index comes from its cache'
+show index "$archives"
+cached=$("$program" index "$archives" --format json | grep -o '"state":"cached"' | wc -l)
+files=("$archives"/*.zel3)
+[ "$cached" -eq "${#files[@]}" ] || fail "$cached of ${#files[@]} files are cached"
+request='{"cmd":"CRq3","time":1714543200000,"type":1}'
+printf '$ echo '\''%s'\'' | zel3 console %s\n' "$request" "$archives"
+answer=$(echo "$request" | "$program" console "$archives")
+printf '%s\n' "$answer"
+case $answer in
+  *W008* | *Cewg*) fail 'the second start runs an indexing run' ;;
+  *'"indexId":8589934772,'*) ;;
+  *) fail 'the second start does not find the entry' ;;
+esac
+
+heading 'Reading ten minutes across two files'
+show read "$archives" 2024-05-01T02:40:00Z 2024-05-01T02:50:00Z -o "$work/range"
+first=${files[0]}
+second=${files[1]}
+{
+  # The stream header, which stands before the first entry; the entries without the last byte of the file.
+  head -c "$(position_of 2024-05-01T00:00:00Z)" "$first"
+  tail -c "+$(($(position_of 2024-05-01T02:40:00Z) + 1))" "$first" | head -c -1
+  head -c "$(position_of 2024-05-01T02:50:00Z)" "$second"
+} >"$work/range.expected"
+cmp "$work/range" "$work/range.expected"
+echo 'The bytes are those that were written.'
+
+heading 'Reading the whole day'
+show read "$archives" 2024-05-01 2024-05-02 -o "$work/day"
+for file in "${files[@]}"; do head -c -1 "$file"; done >"$work/day.expected"
+cmp "$work/day" "$work/day.expected"
+echo 'The bytes are those that were written, without the last byte of each file, which a reader never delivers.'
+
+heading 'Done: every answer is what was written'
