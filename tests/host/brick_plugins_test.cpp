@@ -1,0 +1,218 @@
+#include "brick_plugins.h"
+
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <cstring>
+#include <filesystem>
+#include <memory>
+
+#include "brick_loader.h"
+#include "environment_value.h"
+#include "temp_folder.h"
+
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr Tag kSample = FourCc("Smpl");
+const char* const kSampleFile = "sample_plugin.so";
+
+using Brick = std::unique_ptr<CBrick>;
+
+Brick MakeBrick(Tag signature, const char* name = "") {
+  TBrickConfig config = {};
+  config.signature = signature;
+  std::strcpy(config.name, name);
+  return Brick(CBrickLoader::CreateBrick(signature, config));
+}
+
+std::string FailureOf(Tag signature, const char* name = "") {
+  EXPECT_EQ(MakeBrick(signature, name), nullptr);
+  return brick_plugins::LastError();
+}
+
+bool IsLoaded(const std::string& path) {
+  void* const handle = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
+  if (handle != nullptr) dlclose(handle);
+  return handle != nullptr;
+}
+
+std::string SamplePath() {
+  return std::string(PLUGIN_FOLDER "/") + kSampleFile;
+}
+
+void CopySampleTo(const std::string& path) {
+  std::filesystem::copy_file(SamplePath(), path);
+}
+
+class BrickPlugins : public testing::Test {
+ protected:
+  void SetUp() override {
+    brick_plugins::SetSearchFolder(PLUGIN_FOLDER);
+    brick_plugins::RegisterFile(kSample, kSampleFile);
+  }
+  void TearDown() override {
+    brick_plugins::UnloadAll();
+    brick_plugins::ResetRegistrations();
+    brick_plugins::SetSearchFolder("");
+  }
+
+  const EnvironmentValue mNoFolderFromOutside{"ZEL3_PLUGIN_FOLDER", nullptr};
+};
+
+TEST_F(BrickPlugins, MakesABrickOfARegisteredFile) {
+  const Brick brick = MakeBrick(kSample);
+  ASSERT_NE(brick, nullptr);
+  EXPECT_EQ(brick->GetSignature(), kSample);
+  EXPECT_THAT(brick_plugins::LastError(), IsEmpty());
+}
+
+TEST_F(BrickPlugins, LoadsAFileOnlyWhenItIsAskedFor) {
+  EXPECT_FALSE(IsLoaded(SamplePath()));
+  EXPECT_NE(MakeBrick(kSample), nullptr);
+  EXPECT_TRUE(IsLoaded(SamplePath()));
+}
+
+TEST_F(BrickPlugins, UnloadsAPlugInThatHadAPoolInUse) {
+  EXPECT_NE(MakeBrick(kSample), nullptr);
+  EXPECT_NE(MakeBrick(kSample), nullptr);
+  brick_plugins::UnloadAll();
+  EXPECT_FALSE(IsLoaded(SamplePath()));
+
+  EXPECT_NE(MakeBrick(kSample), nullptr);
+}
+
+TEST_F(BrickPlugins, KeepsTheNamesOfAPlugInToItself) {
+  EXPECT_NE(MakeBrick(kSample), nullptr);
+  EXPECT_EQ(dlsym(RTLD_DEFAULT, "CreateBrick"), nullptr);
+}
+
+TEST_F(BrickPlugins, MakesABrickOfAFactory) {
+  const TBrickConfig* seen = nullptr;
+  brick_plugins::RegisterFactory(kSample, [&seen](TBrickConfig* config) {
+    seen = config;
+    return new CBrick;
+  });
+  TBrickConfig config = {};
+  EXPECT_NE(Brick(CBrickLoader::CreateBrick(kSample, config)), nullptr);
+  EXPECT_EQ(seen, &config);
+  EXPECT_FALSE(IsLoaded(SamplePath()));
+}
+
+TEST_F(BrickPlugins, PrefersAFactoryToAFileRegisteredLater) {
+  brick_plugins::RegisterFactory(kSample, [](TBrickConfig*) { return new CBrick; });
+  brick_plugins::RegisterFile(kSample, "missing.so");
+  EXPECT_NE(MakeBrick(kSample), nullptr);
+}
+
+TEST_F(BrickPlugins, OffersNothingWhereTheFactoryIsEmpty) {
+  brick_plugins::RegisterFactory(kSample, nullptr);
+  EXPECT_EQ(FailureOf(kSample), "bricks of 'Smpl' are switched off");
+}
+
+TEST_F(BrickPlugins, ForgetsRegistrationsButThoseKnownFromTheStart) {
+  brick_plugins::RegisterFactory(FourCc("Pars"), nullptr);
+  brick_plugins::ResetRegistrations();
+  EXPECT_EQ(FailureOf(kSample), "no plug-in is known for 'Smpl'");
+
+  const TempFolder folder;
+  CopySampleTo(folder / "zel3parser.so");
+  CopySampleTo(folder / "zel3reader.so");
+  brick_plugins::SetSearchFolder(folder.Path());
+  EXPECT_NE(MakeBrick(FourCc("Pars")), nullptr);
+  EXPECT_NE(MakeBrick(FourCc("Zel3")), nullptr);
+  EXPECT_TRUE(IsLoaded(folder / "zel3parser.so"));
+  EXPECT_TRUE(IsLoaded(folder / "zel3reader.so"));
+}
+
+TEST_F(BrickPlugins, SearchesTheOptionsFolderBeforeThatOfTheEnvironment) {
+  const TempFolder option;
+  const TempFolder environment;
+  const EnvironmentValue variable("ZEL3_PLUGIN_FOLDER", environment.Path().c_str());
+  CopySampleTo(environment / kSampleFile);
+  brick_plugins::SetSearchFolder(option.Path());
+  EXPECT_NE(MakeBrick(kSample), nullptr);
+  EXPECT_TRUE(IsLoaded(environment / kSampleFile));
+
+  CopySampleTo(option / kSampleFile);
+  EXPECT_NE(MakeBrick(kSample), nullptr);
+  EXPECT_TRUE(IsLoaded(option / kSampleFile));
+}
+
+TEST_F(BrickPlugins, SearchesBesideTheProgramAndInTheNeighbouringLibFolder) {
+  const std::filesystem::path program =
+      std::filesystem::read_symlink("/proc/self/exe").parent_path();
+  brick_plugins::RegisterFile(kSample, "missing.so");
+  brick_plugins::SetSearchFolder("");
+  EXPECT_EQ(FailureOf(kSample), "no plug-in file missing.so in " + program.string() + ", " +
+                                    (program.parent_path() / "lib").string());
+}
+
+TEST_F(BrickPlugins, SaysThatNoPlugInIsKnown) {
+  EXPECT_EQ(FailureOf(FourCc("Nope")), "no plug-in is known for 'Nope'");
+  EXPECT_EQ(FailureOf(0x01020304), "no plug-in is known for 16909060");
+}
+
+TEST_F(BrickPlugins, SaysWhichFileItDidNotFindAndWhere) {
+  brick_plugins::RegisterFile(kSample, "missing.so");
+  EXPECT_THAT(FailureOf(kSample), HasSubstr("no plug-in file missing.so in " PLUGIN_FOLDER));
+}
+
+TEST_F(BrickPlugins, SaysWhyAFileCannotBeLoaded) {
+  const TempFolder folder;
+  WriteFile(folder / kSampleFile, std::string(100, 'x'));
+  brick_plugins::SetSearchFolder(folder.Path());
+  EXPECT_THAT(FailureOf(kSample), AllOf(HasSubstr("cannot load " + (folder / kSampleFile) + ": "),
+                                        HasSubstr("invalid ELF header")));
+}
+
+TEST_F(BrickPlugins, SaysThatALibraryIsNoPlugIn) {
+  brick_plugins::RegisterFile(kSample, "no_entry.so");
+  EXPECT_EQ(FailureOf(kSample),
+            PLUGIN_FOLDER "/no_entry.so is no plug-in: it offers no CreateBrick");
+}
+
+TEST_F(BrickPlugins, PassesOverFoldersAndPipesOfTheName) {
+  const TempFolder folder;
+  const TempFolder pipe;
+  std::filesystem::create_directory(folder / kSampleFile);
+  ASSERT_EQ(mkfifo((pipe / kSampleFile).c_str(), 0600), 0);
+  const EnvironmentValue variable("ZEL3_PLUGIN_FOLDER", pipe.Path().c_str());
+  brick_plugins::SetSearchFolder(folder.Path());
+  EXPECT_THAT(FailureOf(kSample), HasSubstr("no plug-in file sample_plugin.so in "));
+}
+
+struct Failure {
+  const char* name;
+  const char* reason;
+};
+
+class BrickPluginsFailure : public BrickPlugins, public testing::WithParamInterface<Failure> {};
+
+TEST_P(BrickPluginsFailure, GivesNullAndTheReason) {
+  EXPECT_THAT(FailureOf(kSample, GetParam().name), HasSubstr(GetParam().reason));
+  EXPECT_NE(MakeBrick(kSample), nullptr);
+  EXPECT_THAT(brick_plugins::LastError(), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    OfThePlugIn, BrickPluginsFailure,
+    testing::Values(Failure{"refuse", "the plug-in for 'Smpl' refused the configuration"},
+                    Failure{"fail", "the plug-in for 'Smpl' failed: the lens is dirty"},
+                    Failure{"no memory", "the plug-in for 'Smpl' failed: std::bad_alloc"},
+                    Failure{"fail oddly", "the plug-in failed without a reason"}));
+
+// A source asks for its parser while it is being made itself.
+TEST_F(BrickPlugins, MayBeAskedWhileABrickIsBeingMade) {
+  brick_plugins::RegisterFactory(FourCc("Outr"), [](TBrickConfig*) {
+    EXPECT_NE(MakeBrick(kSample), nullptr);
+    return new CBrick;
+  });
+  EXPECT_NE(MakeBrick(FourCc("Outr")), nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,102 @@
+#include "found_records.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "framing_parser.h"
+
+namespace {
+
+std::string At(std::uint64_t position) {
+  return "@" + std::to_string(position) + " ";
+}
+
+class LineSink final : public FramingSink {
+ public:
+  void OnHeader(std::uint64_t position, const ArchiveHeader& header) override {
+    std::string line = "header" + At(position) + "length " + std::to_string(header.length) +
+                       " delta " + std::to_string(header.firstIndexDelta) + " \"" + header.title +
+                       "\"";
+    for (const StreamDescriptor& stream : header.streams) {
+      line += " " + std::to_string(stream.id) + (stream.active != 0 ? "+" : "-") + stream.kind +
+              "/" + stream.name + "/" + stream.format;
+    }
+    lines.push_back(line);
+  }
+  void OnIndex(std::uint64_t position, const IDX_T& index) override {
+    lines.push_back("index" + At(position) + "time " + std::to_string(index.time) + " flag " +
+                    std::to_string(index.indexFlag));
+  }
+  void OnData(std::uint64_t position, const DATA_T& head, const unsigned char* payload,
+              Tag kind) override {
+    lines.push_back(FourCcText(kind) + At(position) + "type " + std::to_string(head.type) +
+                    " flags " + std::to_string(head.flags) + " \"" +
+                    std::string(reinterpret_cast<const char*>(payload), head.length) + "\"");
+  }
+  void OnDamage(std::uint64_t position, std::uint64_t bytes) override {
+    lines.push_back("damage" + At(position) + std::to_string(bytes) + " bytes");
+  }
+  void OnCutOff(std::uint64_t position, std::uint64_t bytes) override {
+    lines.push_back("cut" + At(position) + std::to_string(bytes) + " bytes");
+  }
+
+  Lines lines;
+};
+
+}  // namespace
+
+ArchiveBytes& ArchiveBytes::Header(const std::vector<StreamDescriptor>& streams,
+                                   const std::string& title) {
+  ArchiveHeader header;
+  header.title = title;
+  header.streams = streams;
+  return Raw(EncodeHeaderRecord(header).value());
+}
+
+ArchiveBytes& ArchiveBytes::Index(std::uint32_t time, std::uint8_t flag) {
+  const auto record = EncodeIndexRecord({time, 0, flag});
+  return Raw(Bytes(record.begin(), record.end()));
+}
+
+ArchiveBytes& ArchiveBytes::Data(std::uint8_t type, const std::string& payload,
+                                 std::uint8_t flags) {
+  const auto head = EncodeDataHead({static_cast<std::uint16_t>(payload.size()), flags, type});
+  Raw(Bytes(head.begin(), head.end()));
+  return Raw(Bytes(payload.begin(), payload.end()));
+}
+
+ArchiveBytes& ArchiveBytes::Raw(const Bytes& bytes) {
+  mBytes.insert(mBytes.end(), bytes.begin(), bytes.end());
+  return *this;
+}
+
+StreamDescriptor Video(std::uint8_t id) {
+  return {id, 1, "video", "", ""};
+}
+
+StreamDescriptor Inactive(std::uint8_t id) {
+  return {id, 0, "video", "", ""};
+}
+
+Lines FoundInPieces(const Bytes& archive, std::size_t pieceSize) {
+  LineSink sink;
+  FramingParser parser(sink);
+  for (std::size_t at = 0; at < archive.size(); at += pieceSize) {
+    // A piece of its own size, so that reading beyond it is noticed.
+    const auto end =
+        archive.begin() + static_cast<std::ptrdiff_t>(std::min(at + pieceSize, archive.size()));
+    const Bytes piece(archive.begin() + static_cast<std::ptrdiff_t>(at), end);
+    parser.Feed(piece.data(), piece.size());
+  }
+  parser.Finish();
+  return sink.lines;
+}
+
+Lines Found(const Bytes& archive) {
+  const Lines whole = FoundInPieces(archive, std::max<std::size_t>(archive.size(), 1));
+  for (const std::size_t pieceSize : {1, 2, 3, 4, 5, 7, 12, 13, 14, 64, 1000}) {
+    EXPECT_EQ(FoundInPieces(archive, pieceSize), whole) << "in pieces of " << pieceSize << " bytes";
+  }
+  return whole;
+}

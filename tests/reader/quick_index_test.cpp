@@ -1,0 +1,268 @@
+#include <fstream>
+
+#include "reader_test.h"
+
+namespace {
+
+// The longest stretch of a file that is looked at in one go, and how far the search for the last
+// index record steps back. The step is longer, so 16 bytes between two stretches are never seen.
+constexpr std::size_t kStretch = 65535;
+constexpr std::size_t kStep = 65551;
+
+// A folder of one archive whose times are found by its first and last index records.
+class QuickIndex : public ReaderTest {
+ protected:
+  void OpenFolderWith(const Bytes& content) {
+    Place("cam.zel3", content);
+    Open(folder.Path());
+  }
+
+  // Whether a folder with only this file holds an archive.
+  bool IsArchive(const Bytes& content) {
+    OpenFolderWith(content);
+    const Lines answer = Ask(ArchivesRequest());
+    EndReader();
+    return answer == Lines{"ArcA 1 " + folder.Path()};
+  }
+
+  // The index time that is taken for the last one of a file of `size` bytes with index records of
+  // time 10 at its start and of the given time at the given place.
+  std::uint64_t LastTime(std::size_t size, std::uint32_t indexTime, std::size_t place) {
+    ArchiveBuilder builder("cam");
+    builder.Header({{1}}).Index(10);
+    builder.Filler(place - builder.Size()).Index(indexTime);
+    Bytes content = builder.Content();
+    content.resize(size, 0x11);
+    OpenFolderWith(content);
+    const std::vector<TArchiveEntry> entries = ArchiveList();
+    EndReader();
+    return entries.size() == 1 ? entries[0].endTime / 1000 : 0;
+  }
+};
+
+TEST_F(QuickIndex, TakesTheFirstAndTheLastIndexTime) {
+  OpenFolderWith(ArchiveOf("cam", {10, 20, 30, 40}).bytes);
+  EXPECT_THAT(ArchiveTimes(), ElementsAre("10000-40000"));
+}
+
+TEST_F(QuickIndex, ASingleIndexRecordIsFirstAndLast) {
+  OpenFolderWith(ArchiveOf("cam", {10}).bytes);
+  EXPECT_THAT(ArchiveTimes(), ElementsAre("10000-10000"));
+}
+
+TEST_F(QuickIndex, TimesThatRunBackwardWidenTheRangeToBothSides) {
+  OpenFolderWith(ArchiveOf("cam", {30, 90, 20}).bytes);
+  EXPECT_THAT(ArchiveTimes(), ElementsAre("20000-30000"));
+}
+
+TEST_F(QuickIndex, LargeIndexTimesDoNotOverflow) {
+  OpenFolderWith(ArchiveOf("cam", {4'000'000'000, 4'294'967'295}).bytes);
+  EXPECT_THAT(ArchiveTimes(), ElementsAre("4000000000000-4294967295000"));
+}
+
+TEST_F(QuickIndex, MarksTheStreamsThatTheHeaderDeclaresActive) {
+  OpenFolderWith(
+      ArchiveBuilder("cam").Header({{0}, {7}, {9, false}, {255}}).Index(10).Content());
+  const std::vector<TArchiveEntry> entries = ArchiveList();
+  ASSERT_EQ(entries.size(), 1u);
+  Bytes expected(32);
+  expected[0] = 0x81;
+  expected[31] = 0x80;
+  EXPECT_EQ(Bytes(entries[0].streamMap, entries[0].streamMap + 32), expected);
+}
+
+// The place of the first index record counts from the file's start, not from the header.
+TEST_F(QuickIndex, TheHeaderMayStandBehindOtherBytes) {
+  constexpr std::int16_t kInFront = 7;
+  const Bytes content =
+      ArchiveBuilder("cam").Filler(kInFront).Header({{1}}, 5 + kInFront).Index(10).Content();
+  EXPECT_TRUE(IsArchive(content));
+  const Bytes countedFromTheHeader =
+      ArchiveBuilder("cam").Filler(kInFront).Header({{1}}, 5).Index(10).Content();
+  EXPECT_FALSE(IsArchive(countedFromTheHeader));
+}
+
+TEST_F(QuickIndex, TheFirstIndexRecordMayStandFarBehindTheHeader) {
+  EXPECT_TRUE(
+      IsArchive(ArchiveBuilder("cam").Header({{1}}, 1005).Filler(1000).Index(10).Content()));
+}
+
+TEST_F(QuickIndex, TheFirstIndexRecordMustStandWhereTheHeaderSays) {
+  for (const std::int16_t delta : {-32768, -100, 0, 4, 6, 20, 32767}) {
+    EXPECT_FALSE(IsArchive(ArchiveBuilder("cam").Header({{1}}, delta).Index(10).Content()))
+        << delta;
+  }
+}
+
+TEST_F(QuickIndex, TheFirstIndexRecordMustLieWholeInTheFile) {
+  const Bytes whole = ArchiveBuilder("cam").Header({{1}}).Index(10).Content();
+  EXPECT_TRUE(IsArchive(whole));
+  for (std::size_t missing = 1; missing < kIndexRecordSize; ++missing) {
+    EXPECT_FALSE(IsArchive(Part(whole, 0, whole.size() - missing))) << missing;
+  }
+}
+
+TEST_F(QuickIndex, TheHeaderMarkerMustStandInTheFirstStretch) {
+  ArchiveBuilder behind("cam");
+  behind.Filler(kStretch).Header({{1}}, 5).Index(10).Filler(100);
+  EXPECT_FALSE(IsArchive(behind.Content()));
+
+  // A header may name a place before itself.
+  ArchiveBuilder within("cam");
+  within.Filler(20000).Index(10).Filler(20000);
+  const std::size_t place = 20000;
+  ArchiveBuilder header("cam");
+  header.Header({{1}});
+  const auto delta = static_cast<std::int16_t>(place + 5 - header.Size());
+  within.Header({{1}}, delta);
+  EXPECT_TRUE(IsArchive(within.Content()));
+}
+
+// What a header at the very end of a file would say reads as zero: the first index record stands at
+// 0, and there are no streams.
+TEST_F(QuickIndex, AHeaderMarkerMayBeTheLastThingInAFile) {
+  const Bytes marker = {0xB5, 0xB5, 0x05, 0xB5};
+  const Bytes content = Joined(ArchiveBuilder("").Index(10).Content(), marker);
+  EXPECT_TRUE(IsArchive(content));
+  EXPECT_FALSE(IsArchive(Part(content, 0, content.size() - 1)));
+}
+
+TEST_F(QuickIndex, AFileWithoutMarkersIsNoArchive) {
+  for (const std::size_t size : {16u, 17u, 40u, 1000u, 65535u, 65551u, 70000u, 140000u}) {
+    EXPECT_FALSE(IsArchive(Bytes(size, 0x11))) << size;
+  }
+}
+
+TEST_F(QuickIndex, ANegativeHeaderLengthDeclaresNoStreams) {
+  // Length -100 and delta 132 name the place 32.
+  Bytes content = {0xB5, 0xB5, 0x05, 0xB5, 0x9C, 0xFF, 0x84, 0x00, 'c', 'a', 'm', 0};
+  content.insert(content.end(), {1, 1, 'v', 0, 'n', 0, 'f', 0});
+  content.resize(32);
+  content = Joined(content, ArchiveBuilder("").Index(10).Content());
+  OpenFolderWith(content);
+  const std::vector<TArchiveEntry> entries = ArchiveList();
+  ASSERT_EQ(entries.size(), 1u);
+  EXPECT_EQ(Bytes(entries[0].streamMap, entries[0].streamMap + 32), Bytes(32));
+}
+
+TEST_F(QuickIndex, AHeaderLengthThatEndsWithinTheTitleDeclaresNoStreams) {
+  // Body: length 6 and delta 26 (place 32), then the title, whose end is at 7.
+  Bytes content = {0xB5, 0xB5, 0x05, 0xB5, 6, 0, 26, 0, 'c', 'a', 'm', 0};
+  content.insert(content.end(), {1, 1, 'v', 0, 'n', 0, 'f', 0});
+  content.resize(32);
+  content = Joined(content, ArchiveBuilder("").Index(10).Content());
+  OpenFolderWith(content);
+  const std::vector<TArchiveEntry> entries = ArchiveList();
+  ASSERT_EQ(entries.size(), 1u);
+  EXPECT_EQ(Bytes(entries[0].streamMap, entries[0].streamMap + 32), Bytes(32));
+}
+
+// The end of the list is tested on the last NUL of a descriptor. A length that is one too large
+// therefore lets one more descriptor be read: here from the index record, 05 B5 …
+TEST_F(QuickIndex, AHeaderLengthOneTooLargeReadsOneMoreStream) {
+  OpenFolderWith(ArchiveBuilder("cam").Header({{1}}, 4, +1).Index(10).Content());
+  const std::vector<TArchiveEntry> entries = ArchiveList();
+  ASSERT_EQ(entries.size(), 1u);
+  Bytes expected(32);
+  expected[0] = 1 << 1 | 1 << 5;
+  EXPECT_EQ(Bytes(entries[0].streamMap, entries[0].streamMap + 32), expected);
+}
+
+TEST_F(QuickIndex, ADescriptorThatStraddlesTheEndIsReadWhole) {
+  // The length ends on the second stream's id.
+  ArchiveBuilder one("cam");
+  one.Header({{1}});
+  ArchiveBuilder two("cam");
+  two.Header({{1}, {2}});
+  const auto shorter = static_cast<std::int16_t>(one.Size() - two.Size() + 1);
+  ArchiveBuilder archive("cam");
+  archive.Header({{1}, {2}}, static_cast<std::int16_t>(5 - shorter), shorter).Index(10);
+  OpenFolderWith(archive.Content());
+  const std::vector<TArchiveEntry> entries = ArchiveList();
+  ASSERT_EQ(entries.size(), 1u);
+  EXPECT_EQ(entries[0].streamMap[0], 1 << 1 | 1 << 2);
+}
+
+TEST_F(QuickIndex, AHeaderThatPromisesMoreThanTheFileHoldsEndsWithTheFile) {
+  // Length 32767 and delta -32735 name the place 32; the descriptors run over the file's end.
+  Bytes content = {0xB5, 0xB5, 0x05, 0xB5, 0xFF, 0x7F, 0x21, 0x80, 'c', 'a', 'm', 0};
+  content.resize(32, 'x');
+  content = Joined(content, ArchiveBuilder("").Index(10).Content());
+  EXPECT_TRUE(IsArchive(content));
+}
+
+TEST_F(QuickIndex, ASmallFileIsSearchedUpToItsLastRecord) {
+  for (const std::size_t place : {100u, 1000u, 65000u, 65522u}) {
+    EXPECT_EQ(LastTime(place + kIndexRecordSize, 99, place), 99u) << place;
+  }
+}
+
+TEST_F(QuickIndex, ARecordCutOffByTheEndOfTheFileIsNotTheLastOne) {
+  constexpr std::size_t kPlace = 1000;
+  for (std::size_t kept = 4; kept < kIndexRecordSize; ++kept) {
+    EXPECT_EQ(LastTime(kPlace + kept, 99, kPlace), 10u) << kept;
+  }
+}
+
+struct TailCase {
+  std::size_t size;
+  std::size_t place;
+  bool isSeen;
+};
+
+class TailSearch : public QuickIndex, public testing::WithParamInterface<TailCase> {};
+
+// A marker at the end of a stretch counts when all its four bytes and one more lie in the stretch;
+// the rest of its record is taken from behind.
+INSTANTIATE_TEST_SUITE_P(
+    Places, TailSearch,
+    testing::Values(
+        // a file of one step: the stretch is its first 65,535 bytes
+        TailCase{kStep, kStretch - 5, true}, TailCase{kStep, kStretch - 4, false},
+        TailCase{kStep, kStep - 13, false},
+        // one byte shorter: the same stretch, for the search starts at 0
+        TailCase{kStep - 1, kStretch - 5, true}, TailCase{kStep - 1, kStretch - 4, false},
+        // a file below a stretch is seen whole
+        TailCase{kStretch, kStretch - 13, true}, TailCase{kStretch - 1, kStretch - 14, true},
+        // 70,000 bytes: the stretch is 4,449 … 69,983
+        TailCase{70000, 69979, true}, TailCase{70000, 69980, false}, TailCase{70000, 69987, false},
+        TailCase{70000, 4449, true}, TailCase{70000, 4448, true}, TailCase{70000, 1000, true},
+        // 200,000 bytes: 134,449 … 199,983, then 68,898 … 134,432, 3,347 … 68,881, and from 0
+        TailCase{200000, 199979, true}, TailCase{200000, 199980, false},
+        TailCase{200000, 134449, true}, TailCase{200000, 134448, false},
+        TailCase{200000, 134433, false}, TailCase{200000, 134429, false},
+        TailCase{200000, 134428, true}, TailCase{200000, 68898, true},
+        TailCase{200000, 68897, false}, TailCase{200000, 68878, false},
+        TailCase{200000, 68877, true}, TailCase{200000, 3347, true}, TailCase{200000, 3346, true},
+        TailCase{200000, 500, true}));
+
+TEST_P(TailSearch, FindsTheLastMarkerThatStandsInAStretch) {
+  const TailCase& example = GetParam();
+  EXPECT_EQ(LastTime(example.size, 99, example.place), example.isSeen ? 99u : 10u)
+      << example.place << " of " << example.size;
+}
+
+TEST_F(QuickIndex, TheLastMarkerWinsOverEarlierOnes) {
+  ArchiveBuilder builder("cam");
+  builder.Header({{1}}).Index(10);
+  for (std::uint32_t time = 11; time < 20; ++time) builder.Filler(9000).Index(time);
+  builder.Filler(100);
+  OpenFolderWith(builder.Content());
+  EXPECT_THAT(ArchiveTimes(), ElementsAre("10000-19000"));
+}
+
+TEST_F(QuickIndex, AnArchiveAboveFourGibibytesIsSearchedAtItsEnd) {
+  ArchiveBuilder builder("cam");
+  builder.Header({{1}}).Index(10);
+  const std::string path = Place("cam.zel3", builder.Content());
+  std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+  file.seekp(5'368'709'120);
+  const Bytes last = ArchiveBuilder("").Index(99).Filler(100).Content();
+  file.write(reinterpret_cast<const char*>(last.data()),
+             static_cast<std::streamsize>(last.size()));
+  file.close();
+  Open(folder.Path());
+  EXPECT_THAT(ArchiveTimes(), ElementsAre("10000-99000"));
+}
+
+}  // namespace

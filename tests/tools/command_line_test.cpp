@@ -1,0 +1,126 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "program.h"
+
+using testing::HasSubstr;
+using testing::MatchesRegex;
+
+namespace {
+
+class CommandLine : public ProgramTest {};
+
+}  // namespace
+
+TEST_F(CommandLine, HelpNamesTheVerbsAndExitCodes) {
+  const ProgramResult result = Run({"--help"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.err, "");
+  for (const char* const word :
+       {"make", "info", "index", "seek", "read", "console", "130 interrupted"}) {
+    EXPECT_THAT(result.out, HasSubstr(word));
+  }
+}
+
+TEST_F(CommandLine, EveryVerbHasHelp) {
+  for (const char* const verb : {"make", "info", "index", "seek", "read", "console"}) {
+    SCOPED_TRACE(verb);
+    const ProgramResult result = Run({verb, "--help"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.out, HasSubstr(std::string("zel3 ") + verb));
+  }
+}
+
+TEST_F(CommandLine, TheVersionIsPrinted) {
+  const ProgramResult result = Run({"--version"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.out, MatchesRegex("zel3 [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST_F(CommandLine, UsageErrorsAreOneLineAndExitWithTwo) {
+  const Arguments cases[] = {
+      {},
+      {"frobnicate"},
+      {"--bogus"},
+      {"--plugin-folder"},
+      {"info"},
+      {"info", Folder(), "more"},
+      {"info", Folder(), "--bogus"},
+      {"info", Folder(), "--format", "xml"},
+      {"info", Folder(), "--time-format", "local"},
+      {"info", std::string(261, 'x')},
+      {"info", Folder(), "--cache-folder", std::string(261, 'x')},
+      {"seek", Folder()},
+      {"seek", Folder(), "yesterday"},
+      {"seek", Folder(), "2024-02-30"},
+      {"seek", Folder(), "1", "--type", "3"},
+      {"seek", Folder(), "1", "--next", "--previous"},
+      {"seek", Folder(), "1", "--next", "--type", "1"},
+      {"read", Folder(), "1"},
+      {"read", Folder(), "2", "2"},
+      {"read", Folder(), "3", "2"},
+      {"console"},
+      {"console", Folder(), "--bytes", "-1"},
+      {"console", Folder(), "--bytes", "some"},
+      {"console", Folder(), "--bytes", "18446744073709551616"},
+      {"make"},
+      {"make", Folder(), "--files", "0"},
+      {"make", Folder(), "--length", "1w"},
+      {"make", Folder(), "--length", "4294967296"},
+      {"make", Folder(), "--gap", "1"},
+      {"make", Folder(), "--start", "1500"},
+      {"make", Folder(), "--name", "a/b"},
+      {"make", Folder(), "--files", "2", "--length", "1m", "--gap", "0:1h"},
+  };
+  for (const Arguments& arguments : cases) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
+    const ProgramResult result = Run(arguments);
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err.substr(0, 6), "zel3: ");
+    EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1);
+  }
+}
+
+TEST_F(CommandLine, OptionsOfTheProgramMayStandBeforeAndAfterTheVerb) {
+  WriteFile(*this / "zel3reader.so", "no plug-in");
+  EXPECT_EQ(Run({"--plugin-folder", Folder(), "info", Folder()}).exitCode, 1);
+  EXPECT_EQ(Run({"info", Folder(), "--plugin-folder", Folder()}).exitCode, 1);
+}
+
+TEST_F(CommandLine, AFailureIsOneLineAndExitsWithOne) {
+  const Arguments cases[] = {
+      {"info", *this / "missing"},
+      {"index", *this / "missing"},
+      {"seek", *this / "missing", "1"},
+      {"read", *this / "missing", "1", "2"},
+      {"info", "/dev/null"},
+      {"info", Folder()},
+      {"index", Folder()},
+      {"seek", Folder(), "1"},
+      {"read", Folder(), "1", "2"},
+  };
+  for (const Arguments& arguments : cases) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
+    const ProgramResult result = Run(arguments);
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_THAT(result.err, MatchesRegex("zel3: [^\n]+\n"));
+  }
+}
+
+TEST_F(CommandLine, ControlCharactersInMessagesAreShownAsText) {
+  const ProgramResult result = Run({"info", "a\x1b[31m\nb"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.err, "zel3: nothing exists at a\\u001b[31m\\u000ab\n");
+}
+
+TEST_F(CommandLine, AFullDiskIsAFailure) {
+  Start({"--version"}, [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); });
+  const ProgramResult result = Finish();
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.err, "zel3: cannot write to the standard output\n");
+}

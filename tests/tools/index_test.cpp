@@ -1,0 +1,110 @@
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+#include "program.h"
+#include "sample_archive.h"
+#include "terminal.h"
+
+using testing::ElementsAre;
+
+namespace {
+
+class Index : public ProgramTest {
+ protected:
+  // The states of the files in the order of their names.
+  std::vector<std::string> States(int exitCode = 0, const Arguments& options = {}) {
+    Arguments arguments{"index", Folder(), "--format", "json"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const ProgramResult result = Run(arguments);
+    EXPECT_EQ(result.exitCode, exitCode) << result.err;
+    std::vector<std::string> states;
+    const auto json = nlohmann::json::parse(result.out);
+    for (const auto& file : json["files"]) states.push_back(file["state"]);
+    return states;
+  }
+};
+
+}  // namespace
+
+TEST_F(Index, BuildsEachMissingIndexOnce) {
+  const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
+  EXPECT_THAT(States(), ElementsAre("indexed", "indexed", "indexed"));
+  EXPECT_THAT(States(), ElementsAre("cached", "cached", "cached"));
+  const std::string path = SampleFile(Folder(), truth, 1);
+  const std::string withoutExtension = path.substr(0, path.rfind('.'));
+  for (const char* const extension : {".id3", ".hdr", ".evt"}) {
+    EXPECT_TRUE(FileExists(withoutExtension + extension));
+  }
+}
+
+TEST_F(Index, AFileWhoseCacheIsGoneIsIndexedAgain) {
+  const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
+  States();
+  const std::string path = SampleFile(Folder(), truth, 1);
+  ASSERT_EQ(std::remove((path.substr(0, path.rfind('.')) + ".evt").c_str()), 0);
+  EXPECT_THAT(States(), ElementsAre("cached", "indexed", "cached"));
+}
+
+TEST_F(Index, ShowsNamesAndTimes) {
+  const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
+  const std::vector<std::string> lines = Lines(Run({"index", SampleFile(Folder(), truth, 0)}).out);
+  ASSERT_EQ(lines.size(), 2U);
+  EXPECT_THAT(lines[0], testing::MatchesRegex("file +state +start +end"));
+  EXPECT_THAT(lines[1],
+              testing::MatchesRegex(
+                  "cam01_2024-05-01_00-00-00.zel3  indexed  2024-05-01T00:00:00.000Z  2024-.*Z"));
+}
+
+TEST_F(Index, TheCacheFolderIsUsedInsteadOfTheArchives) {
+  const TempFolder caches;
+  WriteScenario(Folder(), SampleScenario());
+  const Arguments options{"--cache-folder", caches.Path()};
+  EXPECT_THAT(States(0, options), ElementsAre("indexed", "indexed", "indexed"));
+  EXPECT_EQ(EntryNames(Folder()).size(), 3U);
+  EXPECT_THAT(States(0, options), ElementsAre("cached", "cached", "cached"));
+}
+
+TEST_F(Index, FilesThatAreNoArchivesFailAndTheRestIsDone) {
+  WriteScenario(Folder(), SampleScenario());
+  WriteFile(*this / "a_empty.zel3", "");
+  WriteFile(*this / "b_short.zel3", std::string(40, '\xb5'));
+  WriteFile(*this / "c_without_markers.zel3", std::string(70000, 'x'));
+  ASSERT_EQ(mkfifo((*this / "d_pipe.zel3").c_str(), 0600), 0);
+  WriteFile(*this / "e_older.zel", std::string(100, 'x'));
+  EXPECT_THAT(States(3),
+              ElementsAre("failed", "failed", "failed", "indexed", "indexed", "indexed", "failed"));
+}
+
+TEST_F(Index, ATerminalShowsTheProgressOfEachFile) {
+  const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
+  const Terminal terminal;
+  Start({"index", Folder()}, [&terminal] { terminal.TakeThePlaceOf(STDERR_FILENO); });
+  EXPECT_EQ(Finish().exitCode, 0);
+  const std::string shown = terminal.Written();
+  for (const GroundTruthFile& file : truth.files) {
+    EXPECT_THAT(shown, testing::ContainsRegex("indexing " + file.name + " \\[#+\\.+\\] +[0-9]+%"));
+  }
+  EXPECT_THAT(shown, testing::EndsWith("\r\x1b[K")) << "the bar is taken back";
+}
+
+TEST_F(Index, OnlyFailuresAreAFailure) {
+  WriteFile(*this / "a.zel3", std::string(1000, 'x'));
+  EXPECT_THAT(States(1), ElementsAre("failed"));
+}
+
+TEST_F(Index, ATruncatedFileIsIndexedAsFarAsItGoes) {
+  const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
+  const std::string path = SampleFile(Folder(), truth, 0);
+  WriteFile(path, Part(ReadFile(path), 0, truth.files[0].entries[3].position + 5));
+  EXPECT_THAT(States(), ElementsAre("indexed", "indexed", "indexed"));
+}
+
+TEST_F(Index, FileNamesAreShownWithoutControlCharacters) {
+  const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
+  const std::string path = *this / "a\x1b[2J.zel3";
+  ASSERT_EQ(std::rename(SampleFile(Folder(), truth, 0).c_str(), path.c_str()), 0);
+  EXPECT_THAT(Run({"index", path}).out, testing::HasSubstr("a\\u001b[2J.zel3"));
+}

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/types.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "temp_folder.h"
+
+struct ProgramResult {
+  int exitCode = 0;  // 128 + the number of a signal that ended the program
+  std::string out;
+  std::string err;
+};
+
+// Runs the program zel3 as a user does, with temporary and settings folders of the test's own.
+class ProgramTest : public testing::Test {
+ protected:
+  using Arguments = std::vector<std::string>;
+
+  ProgramTest();
+
+  // Runs the program to its end with `input` on its standard input.
+  ProgramResult Run(const Arguments& arguments, const std::string& input = "");
+
+  // Starts the program with its standard input open; Input() writes to it. `prepare` runs in the
+  // new process, before the program.
+  void Start(
+      const Arguments& arguments, const std::function<void()>& prepare = [] {});
+  void Input(const std::string& text);
+  void CloseInput();
+  // Waits until the program has printed `text`.
+  void WaitForOutput(const std::string& text);
+  void SendSignal(int signal);
+  bool HasEnded();
+  ProgramResult Finish();
+
+  std::string Out() const;
+  // A path in the test's folder.
+  std::string operator/(const std::string& name) const { return mFolder / name; }
+  const std::string& Folder() const { return mFolder.Path(); }
+
+ private:
+  TempFolder mFolder;
+  TempFolder mOutputs;
+  pid_t mProcess = 0;
+  int mInput = -1;
+  int mStatus = 0;
+};
+
+// The lines of a text, without their ends.
+std::vector<std::string> Lines(const std::string& text);

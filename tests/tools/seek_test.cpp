@@ -1,0 +1,100 @@
+#include <gmock/gmock.h>
+
+#include "program.h"
+#include "sample_archive.h"
+
+using testing::ElementsAre;
+using testing::MatchesRegex;
+
+namespace {
+
+class Seek : public ProgramTest {
+ protected:
+  ProgramResult SeekTo(std::uint64_t time, const Arguments& options = {}) {
+    Arguments arguments{"seek", Folder(), std::to_string(time), "--format", "json"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return Run(arguments);
+  }
+
+  static std::string Entry(int file, int entry, std::uint32_t second) {
+    return R"({"fileNumber":)" + std::to_string(file) + R"(,"entryNumber":)" +
+           std::to_string(entry) + R"(,"time":)" + std::to_string(SampleTime(second)) + "}\n";
+  }
+
+  const GroundTruth mTruth = WriteScenario(Folder(), SampleScenario());
+};
+
+}  // namespace
+
+TEST_F(Seek, FindsEveryEntryThatWasWritten) {
+  for (std::size_t file = 0; file < mTruth.files.size(); ++file) {
+    const auto& entries = mTruth.files[file].entries;
+    for (std::size_t entry = 0; entry < entries.size(); ++entry) {
+      const std::uint64_t time = ArchiveTime(entries[entry].indexTime);
+      const std::string expected = R"({"fileNumber":)" + std::to_string(file) +
+                                   R"(,"entryNumber":)" + std::to_string(entry) + R"(,"time":)" +
+                                   std::to_string(time) + "}\n";
+      EXPECT_EQ(SeekTo(time).out, expected);
+    }
+  }
+}
+
+TEST_F(Seek, LooksAtBeforeAndAfterATime) {
+  const struct {
+    std::uint32_t second;
+    Arguments options;
+    std::string answer;
+  } cases[] = {
+      {25, {}, Entry(0, 2, 20)},
+      {25, {"--type", "1"}, Entry(0, 2, 20)},
+      {25, {"--type", "2"}, Entry(0, 3, 30)},
+      {25, {"--next"}, Entry(0, 3, 30)},
+      {25, {"--previous"}, Entry(0, 1, 10)},
+      {50, {"--next"}, Entry(1, 0, 90)},
+      {90, {"--previous"}, Entry(0, 5, 50)},
+      {70, {}, Entry(1, 0, 90)},
+      {70, {"--next"}, Entry(1, 0, 90)},
+  };
+  ASSERT_EQ(Run({"index", Folder()}).exitCode, 0);
+  for (const auto& each : cases) {
+    SCOPED_TRACE(each.second);
+    const ProgramResult result = SeekTo(SampleTime(each.second), each.options);
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.out, each.answer);
+  }
+}
+
+TEST_F(Seek, IndexesTheFileThatHoldsTheTime) {
+  EXPECT_EQ(SeekTo(SampleTime(100)).out, Entry(1, 1, 100));
+  const std::string path = SampleFile(Folder(), mTruth, 1);
+  EXPECT_TRUE(FileExists(path.substr(0, path.rfind('.')) + ".id3"));
+  EXPECT_EQ(EntryNames(Folder()).size(), 6U) << "the other files are left alone";
+}
+
+TEST_F(Seek, TextIsATable) {
+  const ProgramResult result = Run({"seek", Folder(), "2024-05-01T00:01:45Z"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(Lines(result.out),
+              ElementsAre("file  entry  time", "1     1      2024-05-01T00:01:40.000Z"));
+}
+
+TEST_F(Seek, NothingThereExitsWithFour) {
+  const std::uint64_t times[] = {0, SampleTime(0) - 1, SampleTime(300), ~std::uint64_t{0}};
+  for (const std::uint64_t time : times) {
+    SCOPED_TRACE(time);
+    const ProgramResult result = SeekTo(time);
+    EXPECT_EQ(result.exitCode, 4);
+    EXPECT_EQ(result.out, "");
+    EXPECT_THAT(result.err, MatchesRegex("zel3: nothing is recorded there\n"));
+  }
+}
+
+TEST_F(Seek, NothingStandsBeforeTheFirstEntry) {
+  ASSERT_EQ(Run({"index", Folder()}).exitCode, 0);
+  EXPECT_EQ(SeekTo(SampleTime(5), {"--previous"}).exitCode, 4);
+}
+
+TEST_F(Seek, AFileThatIsNoArchiveIsAFailure) {
+  WriteFile(*this / "x.zel3", std::string(500, 'x'));
+  EXPECT_EQ(Run({"seek", *this / "x.zel3", "1"}).exitCode, 1);
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+// A terminal that a program under test may be given in place of a file.
+class Terminal {
+ public:
+  Terminal();
+  ~Terminal();
+  Terminal(const Terminal&) = delete;
+  Terminal& operator=(const Terminal&) = delete;
+
+  // Makes `descriptor` of the calling process this terminal.
+  void TakeThePlaceOf(int descriptor) const;
+  // What has been written to the terminal so far. REQUIRES: no process holds it any more.
+  std::string Written() const;
+
+ private:
+  int mController;
+  std::string mName;
+};
