@@ -1,0 +1,143 @@
+#include <gmock/gmock.h>
+
+#include <random>
+
+#include "gist_buffer.h"
+#include "stores_for_tests.h"
+
+// Whatever the files hold, activity is what painting entry by entry gives.
+
+namespace {
+
+// The rule as plain as it can be written. Works with unsigned 64-bit numbers throughout.
+ActivityAnswer PlainActivity(const std::vector<sFile_Index_Store>& files,
+                             const TZEL3ActivityRequest& request) {
+  const std::uint64_t from = request.from;
+  const std::uint64_t to = request.to;
+  const std::uint64_t span = to - from;
+  ActivityAnswer answer = {false,
+                           Levels(static_cast<std::size_t>(std::max<int>(request.binCount, 0)), 0)};
+  if (request.binCount <= 0 || span == 0) return answer;
+  const auto bins = static_cast<std::uint64_t>(request.binCount);
+  const bool fine = to <= from + bins * 1000;
+  std::uint64_t low = fine ? bins - 1 : 0;
+  for (auto store = files.rbegin(); store != files.rend(); ++store) {
+    const std::uint64_t step = std::uint64_t{store->indexInterval} * 1000;
+    for (int i = store->id3Records.size() - 1; i >= 0; --i) {
+      const ZEL_ID3_REC& entry = store->id3Records.at(i);
+      const std::uint64_t time = std::uint64_t{entry.time} * 1000;
+      if (time < from) {
+        if (low < 1 || time + step < from) break;
+      }
+      if (time > to) continue;
+      bool hasLevel = false;
+      int level = 0;
+      for (int pair = 0; pair < std::min<int>(entry.activityCount, 6) && !hasLevel; ++pair) {
+        hasLevel = entry.activity[pair].streamId == request.streamId;
+        if (hasLevel) level = entry.activity[pair].level & 0x3F;
+      }
+      answer.found = answer.found || hasLevel;
+      if (fine) {
+        const std::uint64_t first =
+            std::min(time > from ? bins * (time - from) / span : 0, bins - 1);
+        const std::uint64_t last = std::min(bins * (time + step - from) / span, bins - 1);
+        low = first;
+        for (std::uint64_t bin = first; bin <= last; ++bin) answer.levels[bin] = level;
+      } else if (hasLevel) {
+        const std::uint64_t bin = std::min(bins * (time - from) / span + 1, bins - 1);
+        answer.levels[bin] = std::max(answer.levels[bin], level);
+      }
+    }
+  }
+  return answer;
+}
+
+class ActivityComparison : public testing::Test {
+ protected:
+  std::uint32_t Below(std::uint32_t limit) { return static_cast<std::uint32_t>(random() % limit); }
+
+  ZEL_ID3_REC RandomEntry(std::uint32_t time) {
+    ZEL_ID3_REC entry = EntryAt(time);
+    entry.activityCount = static_cast<std::uint8_t>(Below(12) == 0 ? 255 : Below(4));
+    for (TActivityPair& pair : entry.activity) {
+      pair.streamId = static_cast<std::uint8_t>(Below(4));
+      pair.level = static_cast<std::uint8_t>(Below(256));
+    }
+    return entry;
+  }
+
+  std::vector<sFile_Index_Store> RandomFiles(bool ascending) {
+    std::vector<sFile_Index_Store> files(Below(5));
+    for (sFile_Index_Store& store : files) {
+      const std::uint32_t intervals[] = {0, 1, 2, 5, 40, 0xFFFFFFFF};
+      store.indexInterval = intervals[Below(6)];
+      std::uint32_t time = Below(100);
+      for (std::uint32_t count = Below(16); count > 0; --count) {
+        time = ascending ? time + Below(8) : Below(200);
+        store.id3Records.append(RandomEntry(time));
+      }
+    }
+    return files;
+  }
+
+  TZEL3ActivityRequest RandomRequest() {
+    const std::int32_t binCounts[] = {-1, 0, 1, 2, 7, 10, 20, 50, 100, 300};
+    const std::uint64_t lengths[] = {0,      1,      999,    1000,          7000,
+                                     50000,  50000,  100000, 100000,        200000,
+                                     200000, 300000, 300000, ~0ULL - 30000, ~0ULL};
+    const std::uint64_t from = Below(60000);
+    return Span(Below(20) == 0 ? ~0ULL - from : from, from + lengths[Below(15)],
+                binCounts[Below(10)], static_cast<std::int32_t>(Below(5)));
+  }
+
+  void Compare(bool ascending) {
+    int found = 0;
+    for (unsigned seed = 1; seed <= 2000; ++seed) {
+      SCOPED_TRACE(seed);
+      random.seed(seed);
+      cZel3Indexer index;
+      index.files = RandomFiles(ascending);
+      for (int i = 0; i < 5; ++i) {
+        const TZEL3ActivityRequest request = RandomRequest();
+        const ActivityAnswer expected = PlainActivity(index.files, request);
+        const ActivityAnswer answer = ActivityOf(index, request);
+        ASSERT_EQ(answer.found, expected.found);
+        ASSERT_EQ(answer.levels, expected.levels);
+        found += answer.found ? 1 : 0;
+      }
+    }
+    EXPECT_GT(found, 2000) << "a good part of the requests should be answered from entries";
+  }
+
+  std::mt19937 random;
+};
+
+TEST_F(ActivityComparison, PaintsAsThePlainRuleDoes) {
+  Compare(true);
+}
+
+TEST_F(ActivityComparison, PaintsAsThePlainRuleDoesWhereTimesDoNotAscend) {
+  Compare(false);
+}
+
+// Painting each of these entries over all bins behind it would take hours.
+TEST(ActivityOfAHostileCache, CostsEntriesAndBinsNotTheirProduct) {
+  constexpr int kCount = 1000000;
+  sFile_Index_Store store;
+  store.indexInterval = 0xFFFFFFFF;
+  store.id3Records.resize(kCount);
+  for (int i = 0; i < kCount; ++i) {
+    ZEL_ID3_REC& record = store.id3Records[i];
+    record.time = static_cast<std::uint32_t>(i);
+    record.activityCount = 1;
+    record.activity[0] = TActivityPair{5, static_cast<std::uint8_t>(7 + i % 50)};
+  }
+  cZel3Indexer index;
+  index.files.push_back(store);
+  const ActivityAnswer answer = ActivityOf(index, Span(0, kCount * 1000ULL, kCount));
+  EXPECT_TRUE(answer.found);
+  // The earliest entry is walked last and lasts longest.
+  EXPECT_EQ(answer.levels, Levels(kCount, 7));
+}
+
+}  // namespace

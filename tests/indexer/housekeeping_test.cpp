@@ -1,0 +1,242 @@
+#include <QCoreApplication>
+#include <QDir>
+#include <filesystem>
+
+#include "cache_test.h"
+#include "read_only_folder.h"
+#include "sparse_file.h"
+
+// Opening an archive keeps the cache folder below its limit.
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr std::int64_t kMiB = 1048576;
+
+struct CacheFile {
+  const char* name;
+  std::int64_t size;
+};
+
+class Housekeeping : public CacheTest {
+ protected:
+  void SetLimit(const std::string& megabytes) {
+    WriteFile(settings / "zel3index_cache", "ID3_HDR_EVT_total_MB=" + megabytes + "\n");
+  }
+
+  // Files in the cache folder, the oldest first.
+  void MakeCacheFiles(const std::vector<CacheFile>& oldestFirst) {
+    std::int64_t time = 1000000000;
+    for (const CacheFile& file : oldestFirst) {
+      MakeSparseFile(cache / file.name, file.size);
+      SetModificationTime(cache / file.name, time += 60);
+    }
+  }
+
+  void OpenArchive() {
+    index.cacheFolder = Path(cache.Path());
+    index.Open_file_draft(Path(archive));
+  }
+
+  Texts Names() const { return EntryNames(cache.Path()); }
+
+  const TempFolder cache;
+};
+
+struct LimitCase {
+  const char* what;
+  const char* limit;
+  std::vector<CacheFile> oldestFirst;
+  Texts left;
+};
+
+TEST_F(Housekeeping, DeletesTheOldestFileAboveTheLimitAndOnlyThat) {
+  const LimitCase cases[] = {
+      {"60, 50 and 10 MiB",
+       "100",
+       {{"a.id3", 60 * kMiB}, {"b.id3", 50 * kMiB}, {"c.id3", 10 * kMiB}},
+       {"b.id3", "c.id3"}},
+      {"still above the limit afterwards",
+       "100",
+       {{"a.id3", 10 * kMiB}, {"b.id3", 100 * kMiB}, {"c.id3", 100 * kMiB}},
+       {"b.id3", "c.id3"}},
+      {"exactly the limit",
+       "100",
+       {{"a.id3", 60 * kMiB}, {"b.id3", 40 * kMiB}},
+       {"a.id3", "b.id3"}},
+      {"one byte more", "100", {{"a.id3", 60 * kMiB}, {"b.id3", 40 * kMiB + 1}}, {"b.id3"}},
+      {"the oldest by time, not by name", "1", {{"z.id3", kMiB}, {"a.id3", kMiB}}, {"a.id3"}},
+      {"an empty oldest file frees nothing",
+       "1",
+       {{"a.id3", 0}, {"b.id3", 2 * kMiB}, {"c.id3", 2 * kMiB}},
+       {"b.id3", "c.id3"}},
+      {"limit 0 without files", "0", {}, {}},
+      {"limit 0 and an empty file", "0", {{"a.id3", 0}}, {"a.id3"}},
+      {"limit 0", "0", {{"a.id3", 1}, {"b.id3", 1}}, {"b.id3"}},
+      {"a negative limit without files", "-1", {}, {}},
+      {"a negative limit and an empty file", "-1", {{"a.id3", 0}}, {}},
+      {"a negative limit", "-2147483648", {{"a.id3", 1}, {"b.id3", 1}}, {"b.id3"}},
+      {"a limit of 4 GiB", "4096", {{"a.id3", 3072 * kMiB}}, {"a.id3"}},
+      {"a limit of 2 GiB", "2048", {{"a.id3", 100 * kMiB}}, {"a.id3"}},
+      {"the largest limit",
+       "2147483647",
+       {{"a.id3", 5000 * kMiB}, {"b.id3", 5000 * kMiB}},
+       {"a.id3", "b.id3"}},
+      {"a file above 4 GiB", "100", {{"a.id3", 4097 * kMiB}}, {}},
+      {"a total above 4 GiB", "100", {{"a.id3", 2048 * kMiB}, {"b.id3", 2049 * kMiB}}, {"b.id3"}},
+  };
+  for (const LimitCase& row : cases) {
+    SCOPED_TRACE(row.what);
+    for (const std::string& name : Names()) fs::remove(cache / name);
+    SetLimit(row.limit);
+    MakeCacheFiles(row.oldestFirst);
+    OpenArchive();
+    EXPECT_EQ(Names(), row.left);
+  }
+}
+
+TEST_F(Housekeeping, HoldsTheDefaultLimitOf100MiB) {
+  MakeCacheFiles({{"a.id3", 104857600}});
+  OpenArchive();
+  EXPECT_THAT(Names(), ElementsAre("a.id3"));
+  MakeCacheFiles({{"a.id3", 104857601}});
+  OpenArchive();
+  EXPECT_THAT(Names(), IsEmpty());
+}
+
+TEST_F(Housekeeping, LooksAtAllThreeKindsOfCacheFilesAndNothingElse) {
+  const LimitCase cases[] = {
+      {"id3", "1", {{"a.id3", 2 * kMiB}}, {}},
+      {"hdr", "1", {{"a.hdr", 2 * kMiB}}, {}},
+      {"evt", "1", {{"a.evt", 2 * kMiB}}, {}},
+      {"all together",
+       "1",
+       {{"c.evt", kMiB}, {"b.id3", kMiB}, {"a.hdr", kMiB}},
+       {"a.hdr", "b.id3"}},
+      {"capitals", "1", {{"a.ID3", 2 * kMiB}}, {}},
+      {"another suffix", "1", {{"a.zel3", 2 * kMiB}}, {"a.zel3"}},
+      {"a suffix behind it", "1", {{"a.id3.bak", 2 * kMiB}}, {"a.id3.bak"}},
+      {"no dot", "1", {{"id3", 2 * kMiB}}, {"id3"}},
+      {"hidden", "1", {{".a.id3", 2 * kMiB}}, {".a.id3"}},
+      {"other files do not count",
+       "1",
+       {{"old.zel3", 2 * kMiB}, {"a.id3", kMiB}},
+       {"a.id3", "old.zel3"}},
+  };
+  for (const LimitCase& row : cases) {
+    SCOPED_TRACE(row.what);
+    for (const std::string& name : Names()) fs::remove(cache / name);
+    SetLimit(row.limit);
+    MakeCacheFiles(row.oldestFirst);
+    OpenArchive();
+    EXPECT_EQ(Names(), row.left);
+  }
+}
+
+TEST_F(Housekeeping, LeavesFoldersAlone) {
+  fs::create_directory(cache / "a.id3");
+  MakeSparseFile(cache / "a.id3" + "/b.id3", 2 * kMiB);
+  SetLimit("1");
+  OpenArchive();
+  EXPECT_TRUE(FileExists(cache / "a.id3" + "/b.id3"));
+}
+
+TEST_F(Housekeeping, OfEquallyOldFilesDeletesTheFirstOneListed) {
+  SetLimit("1");
+  for (const char* name : {"d.id3", "b.evt", "a.hdr", "c.id3", "e.evt"}) {
+    MakeSparseFile(cache / name, kMiB);
+    SetModificationTime(cache / name, kArchiveTime);
+  }
+  const QStringList patterns = {QLatin1String("*.id3"), QLatin1String("*.hdr"),
+                                QLatin1String("*.evt")};
+  const QStringList listed = QDir(Path(cache.Path())).entryList(patterns, QDir::Files);
+  ASSERT_EQ(listed.size(), 5);
+  OpenArchive();
+  EXPECT_THAT(Names(), testing::SizeIs(4));
+  EXPECT_THAT(Names(), testing::Not(testing::Contains(Text(listed.first()))));
+}
+
+TEST_F(Housekeeping, TakesOneMoreFileEachTime) {
+  SetLimit("1");
+  MakeCacheFiles({{"a.id3", 10 * kMiB}, {"b.id3", 10 * kMiB}, {"c.id3", kMiB}});
+  OpenArchive();
+  EXPECT_THAT(Names(), ElementsAre("b.id3", "c.id3"));
+  OpenArchive();
+  EXPECT_THAT(Names(), ElementsAre("c.id3"));
+  OpenArchive();
+  EXPECT_THAT(Names(), ElementsAre("c.id3"));
+}
+
+TEST_F(Housekeeping, RunsWhenAFileIsOpenedToo) {
+  SetLimit("1");
+  MakeCacheFiles({{"a.id3", 2 * kMiB}});
+  index.cacheFolder = Path(cache.Path() + "/");
+  index.Open_file(Path(archive), 1);
+  EXPECT_THAT(Names(), IsEmpty());
+}
+
+TEST_F(Housekeeping, DoesNotRunBesideTheArchive) {
+  SetLimit("1");
+  MakeSparseFile(Beside("id3"), 2 * kMiB);
+  index.Open_file_draft(Path(archive));
+  EXPECT_TRUE(FileExists(Beside("id3")));
+}
+
+TEST_F(Housekeeping, TrimsTheTemporaryFolderItselfWhenItHasNoSubfolder) {
+  SetLimit("1");
+  WriteFile(temporary / "Vorn auxillary files", std::string("in the way"));
+  MakeSparseFile(temporary / "a.id3", 2 * kMiB);
+  index.Open_file_draft(Path("/videodata/a.zel3"));
+  EXPECT_FALSE(FileExists(temporary / "a.id3"));
+}
+
+TEST_F(Housekeeping, LeavesTheTemporaryFolderAloneWhenItHas) {
+  SetLimit("1");
+  MakeSparseFile(temporary / "a.id3", 2 * kMiB);
+  index.Open_file_draft(Path("/videodata/a.zel3"));
+  EXPECT_TRUE(FileExists(temporary / "a.id3"));
+}
+
+TEST_F(Housekeeping, GivesUpOnAFileThatCannotBeDeleted) {
+  SetLimit("1");
+  MakeCacheFiles({{"a.id3", 10 * kMiB}, {"b.id3", 10 * kMiB}});
+  const ReadOnlyFolder readOnly(cache.Path());
+  OpenArchive();
+  EXPECT_THAT(Names(), ElementsAre("a.id3", "b.id3"));
+}
+
+TEST_F(Housekeeping, OfAMissingFolderDoesNothing) {
+  SetLimit("-1");
+  index.cacheFolder = Path(folder / "missing");
+  index.Open_file_draft(Path(archive));
+  EXPECT_THAT(ArchiveFolderNames(), ElementsAre("cam.zel3"));
+}
+
+TEST_F(Housekeeping, WritesTheDefaultLimitToTheSettings) {
+  OpenArchive();
+  ASSERT_THAT(EntryNames(settings.Path()), ElementsAre("zel3index_cache"));
+  const Bytes text = ReadFile(settings / "zel3index_cache");
+  EXPECT_THAT(std::string(text.begin(), text.end()),
+              testing::HasSubstr("ID3_HDR_EVT_total_MB=100"));
+}
+
+TEST_F(Housekeeping, KeepsTheSettingsOfTheApplicationApart) {
+  QCoreApplication::setApplicationName(QLatin1String("player"));
+  OpenArchive();
+  QCoreApplication::setApplicationName(QLatin1String("zel3"));
+  EXPECT_THAT(EntryNames(settings.Path()), ElementsAre("playerindex_cache"));
+}
+
+TEST_F(Housekeeping, ReadsTheLimitEachTime) {
+  MakeCacheFiles({{"a.id3", 2 * kMiB}});
+  OpenArchive();
+  EXPECT_THAT(Names(), ElementsAre("a.id3"));
+  SetLimit("1");
+  OpenArchive();
+  EXPECT_THAT(Names(), IsEmpty());
+}
+
+}  // namespace

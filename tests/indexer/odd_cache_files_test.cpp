@@ -1,0 +1,150 @@
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <functional>
+
+#include "cache_test.h"
+#include "process_limit.h"
+#include "sparse_file.h"
+
+// What stands under the name of a cache file need not be one.
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr std::int64_t kGiB = 1LL << 30;
+
+#if defined(__has_feature)
+constexpr bool kIsSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kIsSanitized = true;
+#else
+constexpr bool kIsSanitized = false;
+#endif
+
+struct OddFile {
+  const char* what;
+  std::function<void(const std::string& path)> make;
+};
+
+void MakePipe(const std::string& path) {
+  ASSERT_EQ(mkfifo(path.c_str(), 0666), 0);
+}
+
+const OddFile kOddFiles[] = {
+    {"pipe", MakePipe},
+    {"folder", [](const std::string& path) { fs::create_directory(path); }},
+    {"link to nothing", [](const std::string& path) { fs::create_symlink("nowhere", path); }},
+    {"link to itself", [](const std::string& path) { fs::create_symlink(path, path); }},
+    {"link to a folder", [](const std::string& path) { fs::create_symlink(".", path); }},
+    {"link to an endless device",
+     [](const std::string& path) { fs::create_symlink("/dev/zero", path); }},
+    {"link to a pipe",
+     [](const std::string& path) {
+       fs::remove(path + ".pipe");
+       MakePipe(path + ".pipe");
+       fs::create_symlink(path + ".pipe", path);
+     }},
+};
+
+class OddCacheFiles : public CacheTest {
+ protected:
+  void Replace(const std::string& kind, const OddFile& odd) {
+    WriteSmallCache();
+    fs::remove(Beside(kind));
+    odd.make(Beside(kind));
+  }
+  void TearDown() override {
+    for (const char* kind : {"id3", "hdr", "evt"}) fs::remove_all(Beside(kind));
+  }
+};
+
+TEST_F(OddCacheFiles, CountAsMissing) {
+  for (const OddFile& odd : kOddFiles) {
+    for (const char* kind : {"id3", "hdr", "evt"}) {
+      SCOPED_TRACE(testing::Message() << odd.what << " as " << kind);
+      TearDown();
+      Replace(kind, odd);
+      const bool isHeaderFile = std::string(kind) == "hdr";
+      cZel3Indexer fresh;
+      EXPECT_EQ(fresh.Open_file(Path(archive), 9000), isHeaderFile);
+      EXPECT_EQ(fresh.files.size(), isHeaderFile ? 1U : 0U);
+      EXPECT_EQ(Positions(fresh.current.headerPositions),
+                std::vector<std::uint64_t>(isHeaderFile ? 1 : 0, 0));
+    }
+  }
+}
+
+TEST_F(OddCacheFiles, AreOneWhenTheyLinkToOne) {
+  WriteSmallCache();
+  for (const char* kind : {"id3", "hdr", "evt"}) {
+    fs::rename(Beside(kind), folder / kind);
+    fs::create_symlink(folder / kind, Beside(kind));
+  }
+  ASSERT_TRUE(Open());
+  EXPECT_EQ(ContentsOf(index.files[0]), (Contents{{"100@700"}, {5}, {"100@700 x1 80'door'"}}));
+}
+
+struct GiantCase {
+  const char* kind;
+  std::int64_t size;
+};
+
+// Sizes whose number of items, or whose low 32 bits, look harmless.
+TEST_F(OddCacheFiles, TooLargeForTheBuildAreNotLoaded) {
+  const GiantCase cases[] = {
+      {"id3", 24LL << 32},  // 2^32 records
+      {"id3", (24LL << 32) + 24}, {"id3", 24 * kGiB},    {"id3", 2 * kGiB + 24},
+      {"id3", 4 * kGiB + 24},     {"hdr", 8LL << 32},  // 2^32 positions
+      {"hdr", (8LL << 32) + 8},   {"hdr", 4 * kGiB + 8}, {"hdr", 2 * kGiB + 8},
+      {"evt", 4 * kGiB + 20},     {"evt", 2 * kGiB},     {"evt", 100 * kGiB},
+  };
+  for (const GiantCase& row : cases) {
+    SCOPED_TRACE(testing::Message() << row.kind << ' ' << row.size);
+    WriteCache({}, {}, {});
+    MakeSparseFile(Beside(row.kind), row.size);
+    cZel3Indexer fresh;
+    EXPECT_FALSE(fresh.Open_file(Path(archive), 9000));
+    EXPECT_THAT(fresh.files, IsEmpty());
+    EXPECT_EQ(ContentsOf(fresh.current), Contents());
+    EXPECT_THAT(fresh.current.blockPositions, IsEmpty());
+  }
+}
+
+TEST_F(OddCacheFiles, TooLargeDoNotSpoilTheOthers) {
+  WriteSmallCache();
+  MakeSparseFile(Beside("hdr"), 4 * kGiB + 8);
+  MakeSparseFile(Beside("evt"), 4 * kGiB + 20);
+  ASSERT_TRUE(Open());
+  EXPECT_EQ(ContentsOf(index.files[0]), (Contents{{"100@700"}, {}, {}}));
+  EXPECT_THAT(index.files[0].blockPositions, ElementsAre(700, 9000));
+}
+
+TEST_F(OddCacheFiles, OfZerosAreEntriesLikeAnyOthers) {
+  WriteCache({}, {}, {});
+  MakeSparseFile(Beside("id3"), 24 * 1000);
+  MakeSparseFile(Beside("hdr"), 8 * 1000);
+  MakeSparseFile(Beside("evt"), 1000);
+  ASSERT_TRUE(Open());
+  EXPECT_EQ(index.files[0].id3Records.size(), 1000);
+  EXPECT_EQ(index.files[0].headerPositions.size(), 1000);
+  EXPECT_TRUE(index.files[0].events.isEmpty());
+}
+
+TEST_F(OddCacheFiles, ForWhichThereIsNoMemoryAreNotLoaded) {
+  if (kIsSanitized) GTEST_SKIP() << "sanitizers need more address space than this test leaves";
+  for (const char* kind : {"id3", "hdr", "evt"}) {
+    SCOPED_TRACE(kind);
+    WriteCache({}, {}, {});
+    MakeSparseFile(Beside(kind), kGiB + kGiB / 2);
+    const ProcessLimit memory(RLIMIT_AS, static_cast<rlim_t>(kGiB));
+    cZel3Indexer fresh;
+    EXPECT_FALSE(fresh.Open_file(Path(archive), 9000));
+    EXPECT_EQ(ContentsOf(fresh.current), Contents());
+  }
+}
+
+}  // namespace

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+// A folder in which no file can be made, removed or renamed until the end of a scope, not by root
+// either. Files in it can still be written.
+class ReadOnlyFolder {
+ public:
+  explicit ReadOnlyFolder(const std::string& path);
+  ~ReadOnlyFolder();
+  ReadOnlyFolder(const ReadOnlyFolder&) = delete;
+  ReadOnlyFolder& operator=(const ReadOnlyFolder&) = delete;
+
+ private:
+  std::string mPath;
+  unsigned mCapabilities = 0;  // as they were
+};

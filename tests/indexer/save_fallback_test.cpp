@@ -1,0 +1,289 @@
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <functional>
+
+#include "cache_test.h"
+#include "process_limit.h"
+#include "read_only_folder.h"
+
+// Where the cache files cannot be written beside the archive they go to the temporary folder, and
+// what goes wrong while writing leaves no cache that could be taken for a whole one.
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class SaveTest : public CacheTest {
+ protected:
+  void Collect() {
+    Open();
+    index.Begin_intake();
+    index.Add_header(HDR_T());
+    for (const std::uint32_t time : {100U, 110U, 130U}) {
+      index.scratchPos = time;
+      index.Add_index(IndexAt(time));
+    }
+    DATA_T block;
+    block.type = 0x80;
+    block.length = 100;
+    const Bytes text(100, 'x');
+    index.Add_block(block, text.data(), text.size());
+  }
+  const Contents collected = {
+      {"100@100", "110@110", "130@130"}, {0}, {"130@130 x1 80'" + std::string(100, 'x') + "'"}};
+
+  // What a later start of the reader finds beside the archive.
+  bool OpensBeside() const {
+    cZel3Indexer fresh;
+    return fresh.Open_file(Path(archive), 9000);
+  }
+  // What it finds in the cache folder.
+  Contents InCacheFolder() const {
+    cZel3Indexer fresh;
+    fresh.cacheFolder = Path(CacheSubfolder());
+    EXPECT_TRUE(fresh.Open_file(Path(archive), 9000));
+    return ContentsOf(fresh.current);
+  }
+  Texts NamesInCacheFolder() const {
+    const std::string stem = std::string(kArchiveTimeInNames) + "cam.";
+    return {stem + "evt", stem + "hdr", stem + "id3"};
+  }
+};
+
+struct Obstacle {
+  const char* what;
+  std::function<void(const std::string& path)> make;
+};
+
+const Obstacle kObstacles[] = {
+    {"a folder", [](const std::string& path) { fs::create_directory(path); }},
+    {"a pipe", [](const std::string& path) { ASSERT_EQ(mkfifo(path.c_str(), 0666), 0); }},
+    {"a link to a device", [](const std::string& path) { fs::create_symlink("/dev/null", path); }},
+    {"a link into a missing folder",
+     [](const std::string& path) { fs::create_symlink("/no/such/file", path); }},
+};
+
+class SaveFallback : public SaveTest {};
+
+TEST_F(SaveFallback, IsTheCacheFolderOfTheTemporaryFolder) {
+  for (const Obstacle& obstacle : kObstacles) {
+    for (const char* kind : {"hdr", "id3", "evt"}) {
+      SCOPED_TRACE(testing::Message() << obstacle.what << " as " << kind);
+      for (const char* each : {"hdr", "id3", "evt"}) fs::remove_all(Beside(each));
+      fs::remove_all(CacheSubfolder());
+      obstacle.make(Beside(kind));
+      index.cacheFolder = QString();
+      Collect();
+      index.Save_files();
+      EXPECT_EQ(Text(index.cacheFolder), CacheSubfolder());
+      EXPECT_EQ(CacheSubfolderNames(), NamesInCacheFolder());
+      EXPECT_EQ(InCacheFolder(), collected);
+      EXPECT_TRUE(fs::symlink_status(Beside(kind)).type() != fs::file_type::not_found);
+      EXPECT_THAT(OpenFilesIn(folder.Path()), IsEmpty());
+    }
+  }
+}
+
+// A later start looks beside the archive first.
+TEST_F(SaveFallback, LeavesNothingBesideTheArchiveThatPassesForACache) {
+  for (const char* kind : {"hdr", "id3", "evt"}) {
+    SCOPED_TRACE(kind);
+    for (const char* each : {"hdr", "id3", "evt"}) fs::remove_all(Beside(each));
+    fs::create_directory(Beside(kind));
+    index.cacheFolder = QString();
+    Collect();
+    index.Save_files();
+    EXPECT_FALSE(OpensBeside());
+  }
+}
+
+TEST_F(SaveFallback, KeepsTheNameOfTheEntriesInTheStore) {
+  fs::create_directory(Beside("evt"));
+  Collect();
+  index.Save_files();
+  EXPECT_EQ(Text(index.current.id3Path), Beside("id3"));
+}
+
+TEST_F(SaveFallback, ServesTheIndexerFromThenOn) {
+  fs::create_directory(Beside("evt"));
+  Collect();
+  index.Save_files();
+  ASSERT_TRUE(Open());
+  EXPECT_EQ(ContentsOf(index.current), collected);
+  EXPECT_EQ(Text(index.current.id3Path), CacheSubfolder() + kArchiveTimeInNames + "cam.id3");
+}
+
+TEST_F(SaveFallback, IsUsedWhereNoFileCanBeMade) {
+  Collect();
+  {
+    const ReadOnlyFolder readOnly(folder.Path());
+    index.Save_files();
+  }
+  EXPECT_THAT(ArchiveFolderNames(), ElementsAre("cam.zel3"));
+  EXPECT_EQ(InCacheFolder(), collected);
+}
+
+TEST_F(SaveFallback, ReplacesAConfiguredFolderThatIsMissing) {
+  index.cacheFolder = Path(folder / "missing");
+  Collect();
+  index.Save_files();
+  EXPECT_EQ(Text(index.cacheFolder), CacheSubfolder());
+  EXPECT_EQ(InCacheFolder(), collected);
+  EXPECT_FALSE(FileExists(folder / "missing"));
+}
+
+TEST_F(SaveFallback, IsTheTemporaryFolderItselfWhenItsSubfolderCannotBeMade) {
+  fs::create_directory(Beside("evt"));
+  WriteFile(temporary / "Vorn auxillary files", std::string("in the way"));
+  Collect();
+  index.Save_files();
+  EXPECT_EQ(Text(index.cacheFolder), Temporary());
+  EXPECT_TRUE(FileExists(temporary / (std::string(kArchiveTimeInNames) + "cam.id3")));
+}
+
+// Nothing can be written in either place.
+class NoFallback : public SaveTest {
+ protected:
+  void ExpectNothingWritten() {
+    EXPECT_FALSE(index.Reopen_for_write());
+    index.Save_files();
+    EXPECT_EQ(index.current.id3Records.size(), 2) << "the last entry stays apart";
+    for (const char* kind : {"hdr", "id3", "evt"}) {
+      EXPECT_THAT(fs::is_regular_file(Beside(kind)) ? ReadFile(Beside(kind)) : Bytes(), IsEmpty())
+          << kind;
+    }
+  }
+};
+
+TEST_F(NoFallback, WritesNothingWhenThatIsObstructedToo) {
+  for (const char* kind : {"hdr", "id3", "evt"}) {
+    SCOPED_TRACE(kind);
+    fs::remove_all(CacheSubfolder());
+    for (const char* each : {"hdr", "id3", "evt"}) fs::remove_all(Beside(each));
+    fs::create_directory(Beside("hdr"));
+    fs::create_directories(CacheSubfolder() + kArchiveTimeInNames + "cam." + kind);
+    index.cacheFolder = QString();
+    Collect();
+    ExpectNothingWritten();
+    cZel3Indexer fresh;
+    fresh.cacheFolder = Path(CacheSubfolder());
+    fresh.Open_file(Path(archive), 9000);
+    EXPECT_EQ(ContentsOf(fresh.current).records, Texts());
+  }
+}
+
+TEST_F(NoFallback, WritesNothingWithoutATemporaryFolder) {
+  fs::create_directory(Beside("evt"));
+  Collect();
+  const EnvironmentValue nowhere("TMPDIR", "/no/such/folder");
+  ExpectNothingWritten();
+  EXPECT_EQ(Text(index.cacheFolder), "");
+  EXPECT_FALSE(FileExists("/Vorn auxillary files"));
+}
+
+TEST_F(NoFallback, WritesNothingForABareNameWhoseNamesAreTheSameInBothPlaces) {
+  const fs::path old = fs::current_path();
+  fs::current_path(folder.Path());
+  fs::create_directory("cam.evt");
+  index.Open_file(Path("cam.zel3"), 9000);
+  index.Add_index(IndexAt(100));
+  EXPECT_FALSE(index.Reopen_for_write());
+  EXPECT_THAT(CacheSubfolderNames(), IsEmpty());
+  fs::current_path(old);
+}
+
+// Writing fails after so many bytes of a file: the headers take 8, the entries 72, the events 111.
+class FullDisk : public SaveTest, public testing::WithParamInterface<int> {
+ protected:
+  void SaveWithoutRoom() {
+    const ProcessLimit room(RLIMIT_FSIZE, static_cast<rlim_t>(GetParam()));
+    index.Save_files();
+  }
+  static Texts Unsuitable(Texts names) {
+    const Texts suitable = {"cam.evt", "cam.hdr", "cam.id3", "cam.zel3"};
+    Texts unsuitable;
+    for (const std::string& name : names) {
+      if (std::find(suitable.begin(), suitable.end(), name) == suitable.end())
+        unsuitable.push_back(name);
+    }
+    return unsuitable;
+  }
+};
+
+TEST_P(FullDisk, LeavesNoCache) {
+  Collect();
+  SaveWithoutRoom();
+  EXPECT_FALSE(OpensBeside());
+  EXPECT_THAT(Unsuitable(ArchiveFolderNames()), IsEmpty());
+  EXPECT_THAT(OpenFilesIn(folder.Path()), IsEmpty());
+}
+
+TEST_P(FullDisk, LeavesNoPartOfAnOlderCache) {
+  Collect();
+  index.Save_files();
+  ASSERT_TRUE(OpensBeside());
+  Collect();
+  SaveWithoutRoom();
+  EXPECT_FALSE(OpensBeside());
+}
+
+TEST_P(FullDisk, LeavesNoCacheInTheCacheFolder) {
+  fs::create_directory(Beside("evt"));
+  fs::create_directory(CacheSubfolder());
+  Collect();
+  SaveWithoutRoom();
+  cZel3Indexer fresh;
+  fresh.cacheFolder = Path(CacheSubfolder());
+  EXPECT_FALSE(fresh.Open_file(Path(archive), 9000));
+  for (const std::string& name : CacheSubfolderNames())
+    EXPECT_THAT(NamesInCacheFolder(), Contains(name));
+}
+
+TEST_P(FullDisk, LeavesNoCacheWhereFilesAreWrittenInPlace) {
+  WriteSmallCache();
+  Collect();
+  {
+    const ReadOnlyFolder readOnly(folder.Path());
+    SaveWithoutRoom();
+  }
+  EXPECT_FALSE(OpensBeside());
+  EXPECT_THAT(Unsuitable(ArchiveFolderNames()), IsEmpty());
+  EXPECT_THAT(OpenFilesIn(folder.Path()), IsEmpty());
+}
+
+TEST_P(FullDisk, DoesNotKeepALaterSaveFromWorking) {
+  Collect();
+  SaveWithoutRoom();
+  index.Save_files();
+  ASSERT_TRUE(Open());
+  EXPECT_EQ(ContentsOf(index.current), collected);
+}
+
+INSTANTIATE_TEST_SUITE_P(After, FullDisk, testing::Values(0, 7, 8, 24, 71, 72, 80, 110),
+                         [](const auto& parameter) {
+                           return std::to_string(parameter.param) + "Bytes";
+                         });
+
+class SaveInPlace : public SaveTest {};
+
+TEST_F(SaveInPlace, WorksWhereFilesMayBeWrittenButNotMade) {
+  WriteSmallCache();
+  Collect();
+  {
+    const ReadOnlyFolder readOnly(folder.Path());
+    ASSERT_THROW(WriteFile(folder / "new", Bytes()), std::runtime_error);
+    index.Save_files();
+  }
+  EXPECT_THAT(ArchiveFolderNames(), ElementsAre("cam.evt", "cam.hdr", "cam.id3", "cam.zel3"));
+  EXPECT_EQ(Text(index.cacheFolder), "");
+  cZel3Indexer reader;
+  ASSERT_TRUE(reader.Open_file(Path(archive), 9000));
+  EXPECT_EQ(ContentsOf(reader.current), collected);
+}
+
+}  // namespace

@@ -1,0 +1,283 @@
+#include <filesystem>
+
+#include "cache_test.h"
+#include "folder_watch.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+void AddEvent(cZel3Indexer& index, std::uint8_t type, const std::string& text) {
+  DATA_T block;
+  block.type = type;
+  block.flags = 7;
+  block.length = static_cast<std::uint16_t>(text.size());
+  index.Add_block(block, reinterpret_cast<const unsigned char*>(text.data()), text.size());
+}
+
+class Save : public CacheTest {
+ protected:
+  // A short indexing run: a header, entries at 100, 110 and 130, and three events.
+  void Collect() {
+    Open();
+    index.Begin_intake();
+    index.scratchPos = 16;
+    index.Add_header(HDR_T());
+    index.scratchPos = 500;
+    index.Add_index(IndexAt(100, 1));
+    AddEvent(index, 0x80, "door");
+    AddEvent(index, 0x81, "");
+    index.scratchPos = (1ULL << 32) + 600;
+    index.Add_index(IndexAt(110));
+    index.scratchPos = 700;
+    index.Add_index(IndexAt(130));
+    AddEvent(index, 0xFF, "last \xFF");
+  }
+  const Contents collected = {
+      {"100@500 flags 80 128:14 129:14", "110@4294967896", "130@700 255:14"},
+      {16},
+      {"100@500 x2 80'door' 81''", "130@700 x1 ff'last \xFF'"}};
+};
+
+TEST_F(Save, GivesBackTheSameWhenTheFileIsOpened) {
+  Collect();
+  index.Save_files();
+  cZel3Indexer reader;
+  ASSERT_TRUE(reader.Open_file(Path(archive), 9000));
+  EXPECT_EQ(ContentsOf(reader.files[0]), collected);
+  EXPECT_EQ(reader.files[0].startTime, 100U);
+  EXPECT_EQ(reader.files[0].endTime, 136U);
+  EXPECT_FALSE(reader.files[0].partial);
+  EXPECT_THAT(reader.files[0].blockPositions, ElementsAre(16, 500, 600, 700, 9000));
+}
+
+TEST_F(Save, GivesBackTheSameToTheIndexerThatSaved) {
+  Collect();
+  index.Save_files();
+  ASSERT_TRUE(Open());
+  EXPECT_EQ(ContentsOf(index.current), collected);
+}
+
+TEST_F(Save, WritesTheFilesByteByByte) {
+  Collect();
+  index.Save_files();
+  EXPECT_EQ(ReadFile(Beside("hdr")), (Bytes{16, 0, 0, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(ReadFile(Beside("id3")),
+            (Bytes{0x80, 2,  0, 0, 100, 0, 0, 0, 0xF4, 1, 0, 0, 0x80, 14, 0x81, 14, 0,    0, 0, 0,
+                   0,    0,  0, 0, 0,   0, 1, 0, 110,  0, 0, 0, 0x58, 2,  0,    0,  0,    0, 0, 0,
+                   0,    0,  0, 0, 0,   0, 0, 0, 0,    1, 0, 0, 130,  0,  0,    0,  0xBC, 2, 0, 0,
+                   0xFF, 14, 0, 0, 0,   0, 0, 0, 0,    0, 0, 0}));
+  EXPECT_EQ(ReadFile(Beside("evt")),
+            (Bytes{100, 0, 0, 0, 0xF4, 1, 0, 0, 2, 0x80, 'd', 'o', 'o', 'r', 0,   0x81, 0,
+                   130, 0, 0, 0, 0xBC, 2, 0, 0, 1, 0xFF, 'l', 'a', 's', 't', ' ', 0xFF, 0}));
+}
+
+TEST_F(Save, LeavesTheThreeCacheFilesAndNothingElse) {
+  Collect();
+  index.Save_files();
+  EXPECT_THAT(ArchiveFolderNames(), ElementsAre("cam.evt", "cam.hdr", "cam.id3", "cam.zel3"));
+}
+
+TEST_F(Save, LeavesNoFileOpen) {
+  Collect();
+  index.Save_files();
+  EXPECT_THAT(OpenFilesIn(folder.Path()), IsEmpty());
+}
+
+TEST_F(Save, AppendsTheLastEntryOnce) {
+  Collect();
+  EXPECT_EQ(index.current.id3Records.size(), 2);
+  index.Save_files();
+  index.Save_files();
+  EXPECT_EQ(ContentsOf(index.current), collected);
+  EXPECT_EQ(ReadFile(Beside("id3")).size(), 72U);
+}
+
+TEST_F(Save, WidensTheRangeByTheLastEntry) {
+  struct {
+    std::vector<std::uint32_t> times;
+    std::uint32_t start;
+    std::uint32_t end;
+  } const cases[] = {{{100}, 100, 100},
+                     {{100, 150}, 100, 150},
+                     {{100, 50}, 50, 100},
+                     {{100, 90, 120, 130}, 90, 130}};
+  for (const auto& row : cases) {
+    SCOPED_TRACE(testing::PrintToString(row.times));
+    Open();
+    index.Begin_intake();
+    for (const std::uint32_t time : row.times) index.Add_index(IndexAt(time));
+    index.Save_files();
+    EXPECT_EQ(index.current.startTime, row.start);
+    EXPECT_EQ(index.current.endTime, row.end);
+  }
+}
+
+TEST_F(Save, DoesNotTouchTheFilesThatAreFiled) {
+  WriteSmallCache();
+  Open();
+  const Contents before = ContentsOf(index.files[0]);
+  Collect();
+  index.Save_files();
+  EXPECT_EQ(ContentsOf(index.files[0]), before);
+}
+
+TEST_F(Save, ReplacesLongerFiles) {
+  WriteCache(Bytes(24000, 1), Bytes(8000, 1), Bytes(9000, 1));
+  Collect();
+  index.Save_files();
+  EXPECT_EQ(ReadFile(Beside("hdr")).size(), 8U);
+  EXPECT_EQ(ReadFile(Beside("id3")).size(), 72U);
+  EXPECT_EQ(ReadFile(Beside("evt")).size(), 34U);
+}
+
+TEST_F(Save, OfAnEmptyIndexIsNoCache) {
+  Open();
+  index.Save_files();
+  EXPECT_THAT(ArchiveFolderNames(), ElementsAre("cam.evt", "cam.hdr", "cam.id3", "cam.zel3"));
+  EXPECT_FALSE(Open());
+}
+
+struct CountCase {
+  const char* what;
+  std::uint8_t count;
+  int held;
+  Bytes bytes;
+};
+
+TEST_F(Save, WritesTheEventCountAsItIsHeldAndNoMoreEventsThanThat) {
+  const CountCase cases[] = {
+      {"as many", 2, 2, EvtFile().Group(7, 8, 2).Event(0x80, "e0").Event(0x81, "e1")},
+      {"more counted", 3, 2, EvtFile().Group(7, 8, 3).Event(0x80, "e0").Event(0x81, "e1")},
+      {"more held", 1, 2, EvtFile().Group(7, 8, 1).Event(0x80, "e0")},
+      {"none counted", 0, 2, EvtFile().Group(7, 8, 0)},
+      {"none held", 255, 0, EvtFile().Group(7, 8, 255)},
+  };
+  for (const CountCase& row : cases) {
+    SCOPED_TRACE(row.what);
+    Open();
+    EVT_FILE_DATA_T group;
+    group.time = 7;
+    group.offsetLow = 8;
+    group.eventCount = row.count;
+    for (int i = 0; i < row.held; ++i) {
+      EVT_FILE_EVENT_T event;
+      event.eventType = static_cast<std::uint8_t>(0x80 + i);
+      event.text = "e" + std::to_string(i);
+      group.events.append(event);
+    }
+    index.current.events = {group};
+    index.Save_files();
+    EXPECT_EQ(ReadFile(Beside("evt")), row.bytes);
+  }
+}
+
+TEST_F(Save, WritesTextsWithTheirInnerNuls) {
+  Open();
+  index.Add_index(IndexAt(7));
+  AddEvent(index, 0x80, std::string("a\0b", 3));
+  index.Save_files();
+  EXPECT_EQ(ReadFile(Beside("evt")), (Bytes{7, 0, 0, 0, 0, 0, 0, 0, 1, 0x80, 'a', 0, 'b', 0}));
+}
+
+TEST_F(Save, OfManyEntriesKeepsThemAll) {
+  Open();
+  index.Begin_intake();
+  for (std::uint32_t i = 0; i < 5000; ++i) {
+    index.scratchPos = i * 100;
+    if (i % 50 == 0) index.Add_header(HDR_T());
+    index.Add_index(IndexAt(i * 10));
+    if (i % 7 == 0) AddEvent(index, 0x80, "event " + std::to_string(i));
+  }
+  index.Save_files();
+  cZel3Indexer reader;
+  ASSERT_TRUE(reader.Open_file(Path(archive), 9000));
+  EXPECT_EQ(ContentsOf(reader.current), ContentsOf(index.current));
+  EXPECT_EQ(reader.current.id3Records.size(), 5000);
+  EXPECT_EQ(reader.current.headerPositions.size(), 100);
+  EXPECT_EQ(reader.current.events.size(), 715);
+}
+
+// A cache counts with its .evt file; so that one is gone before anything is written, and comes last
+// and whole.
+TEST_F(Save, BecomesVisibleInOneStepAtTheEnd) {
+  for (const bool again : {false, true}) {
+    SCOPED_TRACE(again ? "over an older cache" : "for the first time");
+    Collect();
+    const FolderWatch watch(folder.Path());
+    index.Save_files();
+    const Texts steps = watch.Steps();
+    ASSERT_GE(steps.size(), 2U);
+    EXPECT_EQ(steps.back(), "to cam.evt") << testing::PrintToString(steps);
+    const std::string renamed = steps[steps.size() - 2];
+    ASSERT_EQ(renamed.substr(0, 8), "renamed ");
+    EXPECT_THAT(renamed, testing::AnyOf(testing::EndsWith(".id3"), testing::EndsWith(".hdr"),
+                                        testing::EndsWith(".evt")))
+        << "what a crash leaves is swept up by the housekeeping";
+
+    const auto removed = std::find(steps.begin(), steps.end(), "removed cam.evt");
+    EXPECT_NE(removed, steps.end());
+    EXPECT_NE(std::find(removed, steps.end(), "written cam.hdr"), steps.end());
+    EXPECT_NE(std::find(removed, steps.end(), "written cam.id3"), steps.end());
+    EXPECT_EQ(std::find(removed, steps.end(), "made cam.evt"), steps.end());
+    EXPECT_EQ(std::find(removed, steps.end(), "written cam.evt"), steps.end());
+  }
+}
+
+TEST_F(Save, WorksOverAnUnfinishedOne) {
+  std::string unfinished;
+  {
+    Collect();
+    const FolderWatch watch(folder.Path());
+    index.Save_files();
+    const Texts steps = watch.Steps();
+    ASSERT_GE(steps.size(), 2U);
+    unfinished = steps[steps.size() - 2].substr(8);
+  }
+  WriteFile(folder / unfinished, Bytes(5000, 'x'));
+  Collect();
+  index.Save_files();
+  EXPECT_THAT(ArchiveFolderNames(), ElementsAre("cam.evt", "cam.hdr", "cam.id3", "cam.zel3"));
+  EXPECT_EQ(ReadFile(Beside("evt")).size(), 34U);
+}
+
+class ReopenForWrite : public Save {};
+
+TEST_F(ReopenForWrite, EmptiesTheCacheFiles) {
+  WriteSmallCache();
+  Open();
+  EXPECT_TRUE(index.Reopen_for_write());
+  for (const char* kind : {"id3", "hdr", "evt"}) {
+    EXPECT_TRUE(FileExists(Beside(kind))) << kind;
+    EXPECT_THAT(ReadFile(Beside(kind)), IsEmpty()) << kind;
+  }
+}
+
+TEST_F(ReopenForWrite, MakesThemAfterADraft) {
+  index.Open_file_draft(Path(archive));
+  EXPECT_TRUE(index.Reopen_for_write());
+  EXPECT_THAT(ArchiveFolderNames(), ElementsAre("cam.evt", "cam.hdr", "cam.id3", "cam.zel3"));
+  EXPECT_THAT(OpenFilesIn(folder.Path()), ElementsAre("cam.evt", "cam.hdr", "cam.id3"));
+}
+
+TEST_F(ReopenForWrite, WithoutASaveLeavesNoCache) {
+  WriteSmallCache();
+  {
+    cZel3Indexer run;
+    run.Open_file_draft(Path(archive));
+    ASSERT_TRUE(run.Reopen_for_write());
+  }
+  EXPECT_FALSE(Open());
+  EXPECT_THAT(index.files, IsEmpty());
+}
+
+TEST_F(ReopenForWrite, KeepsWhatWasCollected) {
+  Collect();
+  EXPECT_TRUE(index.Reopen_for_write());
+  index.Save_files();
+  EXPECT_EQ(ContentsOf(index.current), collected);
+}
+
+}  // namespace
