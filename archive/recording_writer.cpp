@@ -23,8 +23,6 @@ constexpr EventKind kEventKinds[] = {
     {0xFF, "Camera answers again"},
 };
 
-constexpr unsigned kHighestLevel = kActivityMask;
-
 bool IsQuiet(const ScenarioQuietHours& hours, std::uint32_t indexTime) {
   const unsigned hour = indexTime % kSecondsPerDay / kSecondsPerHour;
   if (hours.from <= hours.to) return hour >= hours.from && hour < hours.to;
