@@ -118,16 +118,4 @@ TEST_F(ArchiveSafety, HoldsForItsOwnNameInAnotherSpelling) {
   fs::current_path(old);
 }
 
-// A later start of the reader looks beside the archive first.
-TEST_F(ArchiveSafety, DoesNotMakeTheArchiveItsOwnCache) {
-  for (const char* name : {"other.evt", "other.hdr", "other.id3"}) {
-    SCOPED_TRACE(name);
-    RemoveCaches();
-    const std::string path = MakeArchive(folder / name);
-    IndexAndExpectUntouched(path);
-    cZel3Indexer fresh;
-    EXPECT_FALSE(fresh.Open_file(Path(path), 9000));
-  }
-}
-
 }  // namespace

@@ -1,14 +1,41 @@
 #include "cache_test.h"
 
+#include <QtGlobal>
 #include <algorithm>
 #include <filesystem>
 
 namespace fs = std::filesystem;
 
+namespace {
+
+void Hear(QtMsgType, const QMessageLogContext&, const QString& message) {
+  QtComplaints::Heard().push_back(Text(message));
+}
+
+}  // namespace
+
+QtComplaints::QtComplaints() {
+  Heard().clear();
+  qInstallMessageHandler(Hear);
+}
+
+QtComplaints::~QtComplaints() {
+  qInstallMessageHandler(nullptr);
+}
+
+Texts& QtComplaints::Heard() {
+  static Texts heard;
+  return heard;
+}
+
 CacheTest::CacheTest()
     : temporaryVariable("TMPDIR", temporary.Path().c_str()),
       settingsVariable("XDG_CONFIG_HOME", settings.Path().c_str()),
       archive(MakeArchive(folder / "cam.zel3")) {}
+
+CacheTest::~CacheTest() {
+  EXPECT_THAT(complaints.Heard(), testing::IsEmpty());
+}
 
 std::string CacheTest::MakeArchive(const std::string& path) const {
   WriteFile(path, std::string("the bytes of an archive, none of which may change"));

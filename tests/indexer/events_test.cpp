@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 #include "scarce_memory.h"
 #include "stores_for_tests.h"
 

@@ -1,5 +1,9 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
 #include "stores_for_tests.h"
 
 // Records as a parser reports them, one after the other.

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "cache_test.h"
 
 namespace {

@@ -17,10 +17,11 @@ using testing::IsEmpty;
 
 constexpr std::int64_t kGiB = 1LL << 30;
 
-#if defined(__has_feature)
-constexpr bool kIsSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+// g++ tells by a macro, clang by a feature, for which g++ may know the name only.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool kIsSanitized = true;
+#elif defined(__has_feature)
+constexpr bool kIsSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
 #else
 constexpr bool kIsSanitized = false;
 #endif

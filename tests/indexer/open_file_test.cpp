@@ -157,6 +157,14 @@ TEST_F(OpenFile, AgainReplacesWhatIsFiled) {
   EXPECT_EQ(ContentsOf(index.files[0]), (Contents{{"900@0"}, {}, {}}));
 }
 
+TEST_F(OpenFile, AfterADraftIsNoLongerPartial) {
+  WriteSmallCache();
+  index.Open_file_draft(Path(archive));
+  ASSERT_TRUE(Open());
+  EXPECT_FALSE(index.current.partial);
+  EXPECT_FALSE(index.files[0].partial);
+}
+
 TEST_F(OpenFile, LeavesTheStreamsEmpty) {
   WriteSmallCache();
   ASSERT_TRUE(Open());

@@ -1,5 +1,6 @@
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <functional>
 
@@ -89,19 +90,6 @@ TEST_F(SaveFallback, IsTheCacheFolderOfTheTemporaryFolder) {
   }
 }
 
-// A later start looks beside the archive first.
-TEST_F(SaveFallback, LeavesNothingBesideTheArchiveThatPassesForACache) {
-  for (const char* kind : {"hdr", "id3", "evt"}) {
-    SCOPED_TRACE(kind);
-    for (const char* each : {"hdr", "id3", "evt"}) fs::remove_all(Beside(each));
-    fs::create_directory(Beside(kind));
-    index.cacheFolder = QString();
-    Collect();
-    index.Save_files();
-    EXPECT_FALSE(OpensBeside());
-  }
-}
-
 TEST_F(SaveFallback, KeepsTheNameOfTheEntriesInTheStore) {
   fs::create_directory(Beside("evt"));
   Collect();
@@ -186,6 +174,14 @@ TEST_F(NoFallback, WritesNothingWithoutATemporaryFolder) {
   EXPECT_FALSE(FileExists("/Vorn auxillary files"));
 }
 
+TEST_F(NoFallback, WritesNothingBesideTheArchiveInsteadOfAConfiguredFolder) {
+  index.cacheFolder = Path(folder / "missing");
+  Collect();
+  const EnvironmentValue nowhere("TMPDIR", "/no/such/folder");
+  ExpectNothingWritten();
+  EXPECT_THAT(ArchiveFolderNames(), ElementsAre("cam.zel3"));
+}
+
 TEST_F(NoFallback, WritesNothingForABareNameWhoseNamesAreTheSameInBothPlaces) {
   const fs::path old = fs::current_path();
   fs::current_path(folder.Path());
@@ -268,6 +264,30 @@ INSTANTIATE_TEST_SUITE_P(After, FullDisk, testing::Values(0, 7, 8, 24, 71, 72, 8
                          [](const auto& parameter) {
                            return std::to_string(parameter.param) + "Bytes";
                          });
+
+struct LongFileCase {
+  const char* what;
+  int headers;
+  int entries;
+};
+
+// One file alone is too long; the events take nothing.
+TEST_F(SaveTest, LeavesNoCacheWhenOnlyOneFileFindsNoRoom) {
+  const LongFileCase cases[] = {
+      {"headers", 100, 1}, {"entries", 1, 100}, {"many entries", 0, 5000}};
+  for (const LongFileCase& row : cases) {
+    SCOPED_TRACE(row.what);
+    Open();
+    index.Begin_intake();
+    for (int i = 0; i < row.headers; ++i) index.Add_header(HDR_T());
+    for (int i = 0; i < row.entries; ++i) index.Add_index(IndexAt(100));
+    {
+      const ProcessLimit room(RLIMIT_FSIZE, 200);
+      index.Save_files();
+    }
+    EXPECT_FALSE(OpensBeside());
+  }
+}
 
 class SaveInPlace : public SaveTest {};
 

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <cstring>
 #include <type_traits>
 
 #include "lookup_answer.h"

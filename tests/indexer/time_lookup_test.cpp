@@ -133,6 +133,8 @@ TEST(TimeLookup, InAGapFindsTheNextFileOrTheFirstOneBefore) {
                                                 FileOf("b", {300, 400}), FileOf("c", {500, 600})};
   const std::vector<sFile_Index_Store> shrunk = {FileOf("a", {100, 900}), FileOf("a", {100, 200}),
                                                  FileOf("b", {300, 400})};
+  const std::vector<sFile_Index_Store> wrapped = {FileOf("a", {1, 3}),
+                                                  FileOf("a", {0xFFFFFFFE}, 4)};
   const std::vector<sFile_Index_Store> shrunkFront = {FileOf("a", {100, 900}),
                                                       FileOf("a", {500, 900})};
   const LookupCase cases[] = {
@@ -145,6 +147,8 @@ TEST(TimeLookup, InAGapFindsTheNextFileOrTheFirstOneBefore) {
       {"behind all files that are left", shrunk, 800000, kNothing, kNothing, At(0, 0, 200000)},
       {"before all files that are left", shrunkFront, 300000, At(0, 0, 500000), At(0, 0, 500000),
        kNothing},
+      {"backward at the very end of a file whose end time has wrapped", wrapped, 4000,
+       At(0, 0, 4294967294000), At(0, 0, 4294967294000), At(0, 0, 4294967294000)},
       {"before the first time", two, 99999, kNothing, kNothing, kNothing},
       {"behind the last time", two, 400001, kNothing, kNothing, kNothing},
       {"the latest time there is", two, ~0ULL, kNothing, kNothing, kNothing},

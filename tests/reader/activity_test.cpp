@@ -57,8 +57,8 @@ TEST_F(Activity, InCoarseBinsTheLargestLevelStays) {
 
 TEST_F(Activity, InFineBinsAnEntryLastsUntilTheNext) {
   OpenWith({{10, 100, {{5, 8}}}, {12, 200}});
-  EXPECT_EQ(Levels(0, 50000, 100, 5),
-            Bins(100, {{20, 8}, {21, 8}, {22, 8}, {23, 8}}));
+  EXPECT_EQ(Levels(0, 50000, 100, 5), Bins(100, {{20, 8}, {21, 8}, {22, 8}, {23, 8}, {24, 8}}))
+      << "an earlier entry wins the bin that it shares with the next";
 }
 
 TEST_F(Activity, CountsOnlyTheRequestedStream) {
@@ -120,6 +120,15 @@ TEST_F(Activity, IsAnsweredWhileTheStreamIsStopped) {
   OpenWith({{50, 100, {{5, 10}}}});
   Ask(Play());
   EXPECT_EQ(Levels(0, 100000, 10, 5), Bins(10, {{6, 10}}));
+}
+
+// Its bytes cost nothing before they are used; where they cannot be had at all, no answer comes.
+TEST_F(Activity, OfMoreBinsThanMemoryHoldsIsAnsweredOrNot) {
+  OpenWith({{50, 100, {{5, 10}}}});
+  constexpr std::int32_t kMostBins = std::numeric_limits<std::int32_t>::max();
+  EXPECT_THAT(Ask(ActivityRequest(0, ~std::uint64_t{0}, kMostBins, 5)),
+              testing::AnyOf(ElementsAre("Gist 2147483675"), IsEmpty()));
+  EXPECT_EQ(Levels(0, 100000, 10, 5), Bins(10, {{6, 10}})) << "the reader stays usable";
 }
 
 // A damaged cache may claim intervals of years; every bin is painted once all the same.

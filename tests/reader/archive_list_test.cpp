@@ -94,8 +94,7 @@ TEST_F(ArchiveListing, WaitsForTheEndOfTheFirstRunAndComesOnce) {
   EXPECT_THAT(Ask(ArchivesRequest()), IsEmpty());
   EXPECT_THAT(Ask(ArchivesRequest()), IsEmpty());
   EndTheRunWithRecords();
-  EXPECT_THAT(Without("Warn W008", Told()),
-              ElementsAre("Cewg", "ArcA 1 " + (folder / "cam.zel3")));
+  EXPECT_THAT(Without("Warn W008", Told()), ElementsAre("Cewg", "ArcA 1 " + (folder / "cam.zel3")));
 }
 
 TEST_F(ArchiveListing, IsNotSentUnaskedAtTheEndOfARun) {

@@ -60,6 +60,13 @@ std::string BlockText(const cMemBlock& block) {
       return "CRq3 " + std::to_string(view.Record().time) + " type " +
              std::to_string(view.Record().type);
     }
+    case tag::kKill: {
+      const KillBlock view = KillBlock::View(block);
+      const char* const bytes = &view.Record();
+      std::string text = "Kill";
+      for (std::uint32_t i = 0; i < view.Size(); ++i) text += " " + std::to_string(bytes[i]);
+      return text;
+    }
     default:
       return FourCcText(block.GetType());
   }

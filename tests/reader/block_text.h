@@ -14,4 +14,5 @@
 //   "Gist 128", "rset 25"         bytes of the payload
 //   "Evt 3"                       events
 //   "CRq3 0 type 2"               a chunk request
+//   "Kill 0"                      the bytes of the command
 std::string BlockText(const cMemBlock& block);

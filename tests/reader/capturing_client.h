@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "brick.h"
 #include "block_text.h"
+#include "brick.h"
 #include "tags.h"
 
 // The brick after a reader: keeps every block in the order of arrival.

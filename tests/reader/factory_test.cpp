@@ -22,18 +22,23 @@ class Factory : public ReaderTest {
 
 TEST_F(Factory, RefusesWhatIsNotForAReader) {
   const Refusal refusals[] = {
-      {"a single-file kind",
-       [](TBrickConfig* config) { config->input.kind = FourCc("File"); }},
+      {"a single-file kind", [](TBrickConfig* config) { config->input.kind = FourCc("File"); }},
       {"raw data as the kind of input",
        [](TBrickConfig* config) { config->input.kind = tag::kRawData; }},
       {"a kind in other case", [](TBrickConfig* config) { config->input.kind = FourCc("fold"); }},
       {"older archives", [](TBrickConfig* config) { config->input.format = tag::kFormatZel1; }},
-      {"older archives out", [](TBrickConfig* config) { config->output.format = tag::kFormatZel1; }},
-      {"another kind of output", [](TBrickConfig* config) { config->output.kind = tag::kKindMany; }},
-      {"parsers", [](TBrickConfig* config) {
+      {"older archives out",
+       [](TBrickConfig* config) { config->output.format = tag::kFormatZel1; }},
+      {"another kind of output",
+       [](TBrickConfig* config) { config->output.kind = tag::kKindMany; }},
+      {"parsers",
+       [](TBrickConfig* config) {
          config->output = {tag::kFormatMany, tag::kKindMany};
        }},
-      {"nothing", [](TBrickConfig* config) { config->input = config->output = {0, 0}; }},
+      {"nothing",
+       [](TBrickConfig* config) {
+         config->input = config->output = {0, 0};
+       }},
   };
   Open(folder.Path());
   for (const Refusal& refusal : refusals) {
@@ -56,8 +61,7 @@ TEST_F(Factory, AcceptsAnySignatureParameterAndName) {
 TEST_F(Factory, RefusesAMissingConfiguration) {
   void* const module = dlopen(PLUGIN_FILE, RTLD_NOW | RTLD_LOCAL);
   ASSERT_NE(module, nullptr) << dlerror();
-  const auto create =
-      reinterpret_cast<CBrick* (*)(TBrickConfig*)>(dlsym(module, "CreateBrick"));
+  const auto create = reinterpret_cast<CBrick* (*)(TBrickConfig*)>(dlsym(module, "CreateBrick"));
   ASSERT_NE(create, nullptr);
   EXPECT_EQ(create(nullptr), nullptr);
   dlclose(module);

@@ -1,5 +1,7 @@
 #include "index_cache.h"
 
+#include <filesystem>
+
 namespace {
 
 template <class Integer>
@@ -51,9 +53,14 @@ Bytes IndexCache::Evt() const {
 }
 
 void IndexCache::WriteBeside(const std::string& archivePath) const {
-  WriteFile(CachePath(archivePath, "id3"), Id3());
-  WriteFile(CachePath(archivePath, "hdr"), Hdr());
-  WriteFile(CachePath(archivePath, "evt"), Evt());
+  ReplaceFile(CachePath(archivePath, "id3"), Id3());
+  ReplaceFile(CachePath(archivePath, "hdr"), Hdr());
+  ReplaceFile(CachePath(archivePath, "evt"), Evt());
+}
+
+void ReplaceFile(const std::string& path, const Bytes& content) {
+  std::filesystem::remove(path);
+  WriteFile(path, content);
 }
 
 std::string CachePath(const std::string& archivePath, const std::string& extension) {

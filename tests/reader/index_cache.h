@@ -33,5 +33,9 @@ struct IndexCache {
   void WriteBeside(const std::string& archivePath) const;
 };
 
+// Puts a new file in the place of an old one. Writing over it would be slow where a file system
+// waits for the disk when a file is emptied and filled anew.
+void ReplaceFile(const std::string& path, const Bytes& content);
+
 // The path of an archive with another extension: "id3", "hdr" or "evt".
 std::string CachePath(const std::string& archivePath, const std::string& extension);

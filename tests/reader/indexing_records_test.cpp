@@ -58,7 +58,7 @@ TEST_F(IndexedRecords, EventsAreGroupedByTheirIndexEntry) {
   DataOf(0x80, 0, "door");
   DataOf(0xFF, 0, "");
   EndRun();
-  const Bytes expected = {0x04, 0x03, 0x02, 0x01, 0x34, 0x12, 0, 0,   2,
+  const Bytes expected = {0x04, 0x03, 0x02, 0x01, 0x34, 0x12, 0,    0, 2,
                           0x80, 'd',  'o',  'o',  'r',  0,    0xFF, 0};
   EXPECT_EQ(ReadFile(CachePath(path, "evt")), expected);
 }
@@ -88,8 +88,8 @@ TEST_F(IndexedRecords, AnyIndexFlagGivesTheSameBit) {
 TEST_F(IndexedRecords, AllKindsOfDataCountAlike) {
   IndexAt(100, 10);
   std::uint8_t stream = 1;
-  for (const Tag kind : {tag::kData, tag::kVideo, tag::kSound, tag::kImage, tag::kText,
-                         tag::kBinary}) {
+  for (const Tag kind :
+       {tag::kData, tag::kVideo, tag::kSound, tag::kImage, tag::kText, tag::kBinary}) {
     DataOf(stream++, 2, "x", kind);
   }
   IndexAt(200, 20);

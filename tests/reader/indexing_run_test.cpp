@@ -194,7 +194,7 @@ TEST_F(IndexingRun, EndsTheParserFirstAndThenTheIndexReader) {
   OpenInARun(Place("cam.zel3", NumberedBytes(100)));
   Parser().Report(Message(tag::kLevelWarning, tag::kCodeEndOfFile));
   ASSERT_TRUE(pipeline.RunOne());
-  EXPECT_THAT(workshop.log, ElementsAre("queued Kill"));
+  EXPECT_THAT(workshop.log, ElementsAre("queued Kill 0"));
   EXPECT_FALSE(Parser().HasPreviousBrick());
   EXPECT_FALSE(Parser().HasNextBrick());
   EXPECT_FALSE(reader->HasPreviousBrick());
@@ -266,7 +266,7 @@ TEST_F(WholeRun, PullsTheFileThroughTheParser) {
   EXPECT_THAT(Without("data", workshop.log),
               ElementsAre("ctrl CRq3 0 type 2", "notify IRN3 none at 3000", "ctrl CRq3 0 type 2",
                           "notify IRN3 none at 3000", "notify Warn EOF EOF End of file reached",
-                          "queued Kill", "gone"));
+                          "queued Kill 0", "gone"));
 }
 
 TEST_F(WholeRun, LeavesNoChildren) {

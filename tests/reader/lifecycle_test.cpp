@@ -46,7 +46,7 @@ TEST_F(Lifecycle, DuringARunEndsTheIndexReaderFirstAndThenTheParser) {
   workshop.log.clear();
 
   reader.reset();
-  EXPECT_THAT(workshop.log, ElementsAre("queued Kill"));
+  EXPECT_THAT(workshop.log, ElementsAre("queued Kill 0"));
   EXPECT_TRUE(pipeline.RunOne());
   EXPECT_EQ(pipeline.BrickCount(), 2u);
   EXPECT_NE(workshop.current, nullptr) << "the index reader goes first";
@@ -69,6 +69,15 @@ TEST_F(Lifecycle, AnAbandonedRunLeavesThreeEmptyCacheFilesAndTheNextStartRunsAga
   Run();
   EXPECT_EQ(workshop.orders.size(), 2u);
   EXPECT_THAT(Told(), testing::Contains("Cewg"));
+}
+
+TEST_F(Lifecycle, EndsItsChildrenAlsoWhenItIsEndedByACommandItself) {
+  OpenAndStayInARun();
+  Send(KillBlock::New());
+  reader.release();
+  Run();
+  EXPECT_EQ(workshop.current, nullptr);
+  EXPECT_EQ(pipeline.BrickCount(), 1u);
 }
 
 TEST_F(Lifecycle, TheChildrenAreDestroyedEvenWhenBlocksStillWaitForThem) {

@@ -13,9 +13,7 @@ const IndexCache kThreeEntries{{{10, 100}, {20, 200}, {30, 300}}};
 class OpeningAFile : public ReaderTest {
  protected:
   // A parser that finds nothing, so that the index stays empty.
-  std::string PlaceUnparsable(const std::string& name) {
-    return Place(name, Bytes(100, 0x11));
-  }
+  std::string PlaceUnparsable(const std::string& name) { return Place(name, Bytes(100, 0x11)); }
 };
 
 TEST_F(OpeningAFile, TakesTheIndexFromItsCache) {
@@ -55,11 +53,10 @@ TEST_F(OpeningAFile, KnowsTheFormatByTheSuffix) {
   const struct {
     const char* name;
     Tag format;
-  } cases[] = {{"a.zel3", tag::kFormatZel3}, {"a.ZEL3", tag::kFormatZel3},
-               {"a.Zel3", tag::kFormatZel3}, {"a.zel", tag::kFormatZel1},
-               {"a.ZEL", tag::kFormatZel1},  {"a.zel33", tag::kFormatZel1},
-               {"a.dat", tag::kFormatZel1},  {"zel3", tag::kFormatZel1},
-               {"a.zel3.x", tag::kFormatZel1}};
+  } cases[] = {
+      {"a.zel3", tag::kFormatZel3}, {"a.ZEL3", tag::kFormatZel3}, {"a.Zel3", tag::kFormatZel3},
+      {"a.zel", tag::kFormatZel1},  {"a.ZEL", tag::kFormatZel1},  {"a.zel33", tag::kFormatZel1},
+      {"a.dat", tag::kFormatZel1},  {"zel3", tag::kFormatZel1},   {"a.zel3.x", tag::kFormatZel1}};
   for (const auto& example : cases) {
     workshop.orders.clear();
     Open(Place(example.name, ArchiveOf(example.name, {10, 20})));

@@ -45,7 +45,7 @@ TEST_F(Playing, WithoutEventsOnlyTheEchoComes) {
 TEST_F(Playing, TheEventsOfAllFilesComeInTheirOrder) {
   const std::string late = Place("late.zel3", NumberedBytes(401));
   const std::string early = Place("early.zel3", NumberedBytes(401));
-  IndexCache{{{110, 100}, {4'000'000'000, 200}}, {0}, {{4'000'000'000, 200, {{0xFF, ""}}}}}
+  IndexCache{{{110, 100}, {4'000'000'000, 200}}, {0}, {{4'000'000'000, 200, {{0xFF, "last"}}}}}
       .WriteBeside(late);
   IndexCache{{{10, 100}, {20, 200}},
              {0},
@@ -63,9 +63,9 @@ TEST_F(Playing, TheEventsOfAllFilesComeInTheirOrder) {
   const TEventListEntry expected[] = {{20000, 0x80, "door"},
                                       {20000, 0x91, "gate"},
                                       {10000, 0xFA, "first"},
-                                      {4'000'000'000'000, 0xFF, ""}};
+                                      {4'000'000'000'000, 0xFF, "last"}};
   for (int i = 0; i < events.size(); ++i) {
-    EXPECT_EQ(events[i].time + 0, expected[i].time + 0) << i;
+    EXPECT_EQ(events[i].time, expected[i].time) << i;
     EXPECT_EQ(events[i].eventType, expected[i].eventType) << i;
     EXPECT_EQ(events[i].text, expected[i].text) << i;
   }

@@ -61,8 +61,7 @@ TEST_F(QuickIndex, LargeIndexTimesDoNotOverflow) {
 }
 
 TEST_F(QuickIndex, MarksTheStreamsThatTheHeaderDeclaresActive) {
-  OpenFolderWith(
-      ArchiveBuilder("cam").Header({{0}, {7}, {9, false}, {255}}).Index(10).Content());
+  OpenFolderWith(ArchiveBuilder("cam").Header({{0}, {7}, {9, false}, {255}}).Index(10).Content());
   const std::vector<TArchiveEntry> entries = ArchiveList();
   ASSERT_EQ(entries.size(), 1u);
   Bytes expected(32);
@@ -258,8 +257,7 @@ TEST_F(QuickIndex, AnArchiveAboveFourGibibytesIsSearchedAtItsEnd) {
   std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
   file.seekp(5'368'709'120);
   const Bytes last = ArchiveBuilder("").Index(99).Filler(100).Content();
-  file.write(reinterpret_cast<const char*>(last.data()),
-             static_cast<std::streamsize>(last.size()));
+  file.write(reinterpret_cast<const char*>(last.data()), static_cast<std::streamsize>(last.size()));
   file.close();
   Open(folder.Path());
   EXPECT_THAT(ArchiveTimes(), ElementsAre("10000-99000"));

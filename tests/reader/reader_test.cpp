@@ -15,7 +15,6 @@ void ReaderTest::TearDown() {
   EndReader();
   client.reset();
   workshop.archives.clear();
-  workshop.lastNotification = cMemBlock();
   EXPECT_EQ(pipeline.BrickCount(), 0u);
   EXPECT_EQ(cMemBlock::node::LiveCount(), mLiveNodesBefore);
 }
@@ -40,7 +39,8 @@ void ReaderTest::Open(const TBrickConfig& config) {
 
 void ReaderTest::EndReader() {
   reader.reset();
-  Run();
+  Settle();
+  workshop.lastNotification = cMemBlock();
 }
 
 void ReaderTest::Run() {
@@ -103,7 +103,7 @@ Lines ReaderTest::ArchiveTimes() {
 std::string ReaderTest::Place(const std::string& name, const Bytes& content,
                               std::int64_t modified) {
   const std::string path = folder / name;
-  WriteFile(path, content);
+  ReplaceFile(path, content);
   SetModificationTime(path, modified != 0 ? modified : ++mLastModified);
   return path;
 }

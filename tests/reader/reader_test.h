@@ -32,7 +32,7 @@ class ReaderTest : public testing::Test {
   // Makes the reader and puts the client after it. Nothing is delivered yet.
   void Open(const std::string& source) { Open(Config(source)); }
   void Open(const TBrickConfig& config);
-  // Destroys the reader, then lets its children end.
+  // Destroys the reader and lets its children end. Nothing of the plug-in is kept.
   void EndReader();
 
   void Send(const cMemBlock& block) { reader->enqueueControl(block); }

@@ -37,7 +37,7 @@ void ScriptedParser::Pull() {
 }
 
 void ScriptedParser::enqueueControl(cMemBlock const& block) {
-  if (block.GetType() == tag::kKill) mWorkshop->log.push_back("queued Kill");
+  if (block.GetType() == tag::kKill) mWorkshop->log.push_back("queued " + BlockText(block));
   CBrick::enqueueControl(block);
 }
 

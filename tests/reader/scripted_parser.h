@@ -33,7 +33,7 @@ class ParserWorkshop {
   // The last notification that a parser got.
   cMemBlock lastNotification;
   // What parsers got, in words: "ctrl CRq3 0 type 2", "data RDat 65535", "notify Warn EOF …",
-  // "queued Kill", and "gone".
+  // "queued Kill 0", and "gone".
   std::vector<std::string> log;
 };
 

@@ -28,6 +28,10 @@ std::vector<unsigned> StreamIds(const std::uint8_t (&streamMap)[32]) {
   return ids;
 }
 
+FoundEntry AsFound(const TZEL3ChunkInfo& info) {
+  return {FileNumber(info.indexId), EntryNumber(info.indexId), info.time};
+}
+
 ArchiveList ListFrom(const ArchivesBlock& block) {
   const TArchivesInfo& info = block.Record();
   ArchiveList list;
@@ -39,6 +43,19 @@ ArchiveList ListFrom(const ArchivesBlock& block) {
         {archive.startTime, archive.endTime, archive.fileNumber, StreamIds(archive.streamMap)});
   }
   return list;
+}
+
+std::vector<RecordedEvent> EventsFrom(const TEventList& list) {
+  std::vector<RecordedEvent> events;
+  for (const TEventListEntry& event : list.events) {
+    events.push_back({event.time, event.eventType, event.text});
+  }
+  return events;
+}
+
+std::vector<std::uint8_t> LevelsFrom(const ActivityGistBlock& block) {
+  const std::uint8_t* const levels = block.Record().Levels();
+  return std::vector<std::uint8_t>(levels, levels + block.GetExtraSize());
 }
 
 bool EndsWithTerminatingMarker(const RawDataBlock& block) {
@@ -66,6 +83,12 @@ std::optional<ArchiveList> ArchiveClient::List() {
   return mAnswers.list;
 }
 
+ArchiveList ArchiveClient::ListOrFail() {
+  if (auto list = List()) return *list;
+  if (!mErrorMessage.empty()) throw ToolError(mErrorMessage);
+  throw ToolError("the reader could not open all files and gives no list; zel3 index names them");
+}
+
 std::optional<FoundEntry> ArchiveClient::Find(std::uint64_t time, Lookup lookup) {
   if (lookup != Lookup::kAtOrBefore) SetDirection(lookup == Lookup::kNext);
   for (std::size_t run = 0; run <= mMostRuns; ++run) {
@@ -73,12 +96,12 @@ std::optional<FoundEntry> ArchiveClient::Find(std::uint64_t time, Lookup lookup)
     request.Record().time = time;
     request.Record().type = lookup == Lookup::kAtOrBefore ? kAtOrBefore : kNeighbour;
     Ask(request);
+    if (lookup == Lookup::kAtOrBefore) mStopped = false;
     // A request that makes the reader build an index is not kept: the answer that comes then is to
     // an older one.
     if (mAnswers.runEnded) continue;
     if (!mAnswers.entry || mAnswers.entry->indexId == kNoIndexId) return std::nullopt;
-    const std::uint64_t indexId = mAnswers.entry->indexId;
-    return FoundEntry{FileNumber(indexId), EntryNumber(indexId), mAnswers.entry->time};
+    return AsFound(*mAnswers.entry);
   }
   throw ToolError("the index of the file at that time cannot be built");
 }
@@ -93,21 +116,61 @@ std::optional<std::vector<unsigned char>> ArchiveClient::Read(std::uint32_t file
   return std::move(mAnswers.data);
 }
 
-void ArchiveClient::FailWithNothing() {
+std::optional<PreviewEntry> ArchiveClient::Preview(std::uint64_t time, std::uint64_t endTime) {
+  EndStoppedState();
+  PreviewRequestBlock request = PreviewRequestBlock::New();
+  request.Record().time = time;
+  request.Record().endTime = endTime;
+  Ask(request);
+  if (!mAnswers.entry) return std::nullopt;
+  return PreviewEntry{AsFound(*mAnswers.entry), mAnswers.entry->timeReached != 0};
+}
+
+const std::vector<RecordedEvent>& ArchiveClient::Events() {
+  Play(mForward);
+  return mEvents;
+}
+
+std::vector<std::uint8_t> ArchiveClient::Activity(std::uint64_t from, std::uint64_t to,
+                                                  std::int32_t binCount, std::int32_t streamId) {
+  ActivityRequestBlock request = ActivityRequestBlock::New();
+  request.Record().from = from;
+  request.Record().to = to;
+  request.Record().binCount = binCount;
+  request.Record().streamId = streamId;
+  Ask(request);
+  mAnswers.levels.resize(static_cast<std::size_t>(binCount));
+  return std::move(mAnswers.levels);
+}
+
+void ArchiveClient::FailWithNothing(const std::string& what) {
   if (!List()) {
     if (!mErrorMessage.empty()) throw ToolError(mErrorMessage);
-    throw ToolError("nothing is recorded there, but the reader could not open all files",
-                    kExitNothing);
+    throw ToolError(what + ", but the reader could not open all files", kExitNothing);
   }
-  throw ToolError("nothing is recorded there", kExitNothing);
+  throw ToolError(what, kExitNothing);
 }
 
 void ArchiveClient::SetDirection(bool forward) {
-  if (forward == mForward) return;
+  if (forward != mForward) Play(forward);
+}
+
+void ArchiveClient::Play(bool forward) {
   PlayBlock play = PlayBlock::New();
   play.Record().forward = forward ? 1 : 0;
   Ask(play);
   mForward = forward;
+  mStopped = true;
+}
+
+void ArchiveClient::EndStoppedState() {
+  if (!mStopped) return;
+  // At a time that no archive reaches, so that no index is built.
+  ChunkRequestBlock request = ChunkRequestBlock::New();
+  request.Record().time = ~std::uint64_t{0};
+  request.Record().type = kAtOrBefore;
+  Ask(request);
+  mStopped = false;
 }
 
 void ArchiveClient::Ask(const cMemBlock& command) {
@@ -133,10 +196,27 @@ void ArchiveClient::Note(const cMemBlock& block) {
 void ArchiveClient::NoteNotification(const cMemBlock& block) {
   const NotifyBlock notification = NotifyBlock::View(block);
   if (!notification.HoldsRecord()) return;
-  if (notification.Record().kind == tag::kMessage) NoteMessage(block);
-  if (notification.Record().kind == tag::kChunkAnswer) {
-    const ChunkAnswerBlock answer = ChunkAnswerBlock::View(block);
-    if (answer.HoldsRecord()) mAnswers.entry = answer.Record().info;
+  switch (notification.Record().kind) {
+    case tag::kMessage:
+      NoteMessage(block);
+      break;
+    case tag::kChunkAnswer: {
+      const ChunkAnswerBlock answer = ChunkAnswerBlock::View(block);
+      if (answer.HoldsRecord()) mAnswers.entry = answer.Record().info;
+      break;
+    }
+    case tag::kEventList: {
+      const EventListBlock events = EventListBlock::View(block);
+      if (events.HoldsRecord()) mEvents = EventsFrom(events.Record());
+      break;
+    }
+    case tag::kActivityGist: {
+      const ActivityGistBlock gist = ActivityGistBlock::View(block);
+      if (gist.HoldsRecord()) mAnswers.levels = LevelsFrom(gist);
+      break;
+    }
+    default:
+      break;
   }
 }
 

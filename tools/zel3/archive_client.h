@@ -29,6 +29,17 @@ struct FoundEntry {
   std::uint64_t time = 0;
 };
 
+struct PreviewEntry {
+  FoundEntry entry;
+  bool timeReached = false;  // the end asked for is not after the entry
+};
+
+struct RecordedEvent {
+  std::uint64_t time = 0;
+  std::uint8_t type = 0;
+  std::string text;  // as recorded: any bytes
+};
+
 enum class Lookup {
   kAtOrBefore,
   kNext,      // the entry after the one at or before the time
@@ -47,6 +58,9 @@ class ArchiveClient {
   // The archives of the source; nothing when the reader knows none.
   std::optional<ArchiveList> List();
 
+  // The same list. Throws ToolError with the reader's reason when it knows none.
+  ArchiveList ListOrFail();
+
   // The entry that a time belongs to; nothing when there is none. Throws ToolError when the index
   // that the answer needs cannot be built.
   std::optional<FoundEntry> Find(std::uint64_t time, Lookup lookup);
@@ -58,9 +72,23 @@ class ArchiveClient {
   std::optional<std::vector<unsigned char>> Read(std::uint32_t fileNumber,
                                                  std::uint32_t entryNumber, std::uint64_t time);
 
+  // The entry to show for `time`: the first one at or after it. Nothing for a time before all
+  // archives or behind the last entry. Never makes the reader build an index: nothing, too, when
+  // the entry's file has none.
+  std::optional<PreviewEntry> Preview(std::uint64_t time, std::uint64_t endTime);
+
+  // The events of all files that have an index, file by file. The reader tells them once, so they
+  // are those of the first call.
+  const std::vector<RecordedEvent>& Events();
+
+  // How active a stream was from `from` to `to`, one level (0-63) for each of `binCount` bins as
+  // the reader fills them. Files without an index add nothing. REQUIRES: `binCount` is above 0.
+  std::vector<std::uint8_t> Activity(std::uint64_t from, std::uint64_t to, std::int32_t binCount,
+                                     std::int32_t streamId);
+
   // Ends the verb because nothing was found: with the reader's reason when it has no archive, else
-  // as nothing at that time.
-  [[noreturn]] void FailWithNothing();
+  // as nothing at that time, which `what` says.
+  [[noreturn]] void FailWithNothing(const std::string& what = "nothing is recorded there");
 
   // Whether an index has been built since the client was made.
   bool BuiltAnIndex() const { return mBuiltAnIndex; }
@@ -73,6 +101,7 @@ class ArchiveClient {
     std::optional<ArchiveList> list;
     std::optional<TZEL3ChunkInfo> entry;
     std::optional<std::vector<unsigned char>> data;
+    std::vector<std::uint8_t> levels;
     bool runEnded = false;
   };
 
@@ -81,12 +110,16 @@ class ArchiveClient {
   void NoteNotification(const cMemBlock& block);
   void NoteMessage(const cMemBlock& block);
   void SetDirection(bool forward);
+  void Play(bool forward);
+  void EndStoppedState();
 
   ProgressBar* const mProgress;
   const std::string mProgressLabel;
   const std::size_t mMostRuns;
   Answers mAnswers;
+  std::vector<RecordedEvent> mEvents;
   bool mForward = true;
+  bool mStopped = true;  // the reader gives no previews
   bool mBuiltAnIndex = false;
   std::string mErrorMessage;
   ArchiveSession mSession;

@@ -1,20 +1,22 @@
 #include "command_line.h"
 
-#include <CLI/CLI.hpp>
-#include <charconv>
 #include <iostream>
 #include <limits>
-#include <map>
 #include <memory>
 
+#include "activity.h"
 #include "archive_session.h"
 #include "console.h"
+#include "dump.h"
+#include "event_types.h"
+#include "events.h"
 #include "index.h"
 #include "info.h"
 #include "make.h"
+#include "option_kinds.h"
+#include "preview.h"
 #include "read.h"
 #include "seek.h"
-#include "time_argument.h"
 #include "tool_error.h"
 
 namespace {
@@ -26,6 +28,10 @@ struct Options {
   IndexOptions index;
   SeekOptions seek;
   ReadOptions read;
+  EventsOptions events;
+  ActivityOptions activity;
+  PreviewOptions preview;
+  DumpOptions dump;
   ConsoleOptions console;
 };
 
@@ -37,75 +43,6 @@ constexpr char kTimesAndExitCodes[] =
     "Exit codes: 0 done, 1 failed, 2 usage, 3 done but something was damaged or skipped,\n"
     "4 nothing at that time, 130 interrupted.";
 constexpr char kVerbFooter[] = "The options of the program (zel3 --help) may stand here, too.";
-
-// Adds an option whose text is turned into a value by `parse`, which gives nothing for a text that
-// it refuses.
-template <class Target, class Parse>
-CLI::Option* AddParsed(CLI::App* app, const std::string& name, Target* target, Parse parse,
-                       const std::string& kindOfValue, const std::string& help) {
-  const auto take = [name, target, parse, kindOfValue](const std::string& text) {
-    const auto value = parse(text);
-    if (!value) throw CLI::ValidationError(name, "'" + text + "' is no " + kindOfValue);
-    *target = *value;
-  };
-  return app->add_option_function<std::string>(name, take, help)->type_name(kindOfValue);
-}
-
-template <class Target>
-CLI::Option* AddTime(CLI::App* app, const std::string& name, Target* target,
-                     const std::string& help) {
-  return AddParsed(app, name, target, ArchiveTimeFromText, "time", help)->type_name("TIME");
-}
-
-template <class Target>
-CLI::Option* AddDuration(CLI::App* app, const std::string& name, Target* target,
-                         const std::string& help) {
-  return AddParsed(app, name, target, SecondsFromText, "length of time", help)
-      ->type_name("DURATION");
-}
-
-CLI::Option* AddPath(CLI::App* app, const std::string& name, std::string* target,
-                     const std::string& help) {
-  const auto parse = [](const std::string& text) {
-    return text.size() > kLongestPath ? std::nullopt : std::make_optional(text);
-  };
-  return AddParsed(app, name, target, parse, "path of at most 260 bytes", help)->type_name("PATH");
-}
-
-void AddStyle(CLI::App* app, OutputStyle* style) {
-  const std::map<std::string, OutputFormat> formats{{"text", OutputFormat::kText},
-                                                    {"json", OutputFormat::kJson}};
-  const std::map<std::string, TimeFormat> times{{"int", TimeFormat::kInteger},
-                                                {"iso", TimeFormat::kIso}};
-  const auto named = [](const auto& values) {
-    return [values](const std::string& text) {
-      const auto found = values.find(text);
-      return found == values.end() ? std::nullopt : std::make_optional(found->second);
-    };
-  };
-  AddParsed(app, "--format", &style->format, named(formats), "format (text, json)",
-            "text for people (default), or json for programs")
-      ->type_name("FORMAT");
-  AddParsed(app, "--time-format", &style->askedTimeFormat, named(times), "time format (int, iso)",
-            "int or iso; default: iso in text, int in json")
-      ->type_name("FORMAT");
-}
-
-template <class Integer>
-std::optional<Integer> NumberFromText(const std::string& text) {
-  Integer number = 0;
-  const char* const end = text.data() + text.size();
-  const auto [parsedTo, failure] = std::from_chars(text.data(), end, number);
-  if (failure != std::errc() || parsedTo != end) return std::nullopt;
-  return number;
-}
-
-template <class Target>
-CLI::Option* AddNumber(CLI::App* app, const std::string& name, Target* target,
-                       const std::string& help) {
-  return AddParsed(app, name, target, NumberFromText<typename Target::value_type>, "number", help)
-      ->type_name("NUMBER");
-}
 
 std::optional<std::uint64_t> ByteLimitFromText(const std::string& text) {
   if (text == "all") return std::numeric_limits<std::uint64_t>::max();
@@ -125,6 +62,12 @@ std::optional<std::vector<ScenarioGap>> GapsFromText(const std::string& text) {
     gaps.push_back({*file, *seconds});
   }
   return gaps;
+}
+
+void AddNoIndex(CLI::App* app, MissingIndexes* missing) {
+  app->add_flag_callback(
+      "--no-index", [missing] { *missing = MissingIndexes::kLeaveOut; },
+      "leave out files that have no index instead of building it");
 }
 
 // The verbs. Each gets its options and is set to run when it is the one that is asked for.
@@ -217,6 +160,61 @@ void AddRead(CLI::App* app, Options* options, Run* run) {
       ->type_name("FILE");
 }
 
+void AddEvents(CLI::App* app, Options* options, Run* run) {
+  EventsOptions* const events = &options->events;
+  CLI::App* const verb = AddVerb(app, "events", "what has happened", run,
+                                 [options] { return RunEvents(options->host, options->events); });
+  AddPath(verb, "SOURCE", &events->source, "an archive file or a folder of them")->required();
+  CLI::Option* const from = AddTime(verb, "FROM", &events->from, "events at or after this time");
+  from->needs(AddTime(verb, "TO", &events->to, "and before this one; default: all events"));
+  const auto addType = [events](const std::vector<std::string>& texts) {
+    for (const std::string& text : texts) {
+      const std::optional<std::uint8_t> type = event_types::FromText(text);
+      if (!type) throw CLI::ValidationError("--type", "'" + text + "' is no type of event");
+      events->types.push_back(*type);
+    }
+  };
+  verb->add_option_function<std::vector<std::string>>(
+          "--type", addType, "only events of this type, a name or a number; may be repeated")
+      ->allow_extra_args(false)
+      ->type_name("TYPE");
+  AddNoIndex(verb, &events->missingIndexes);
+  AddStyle(verb, &events->style, {"text", "jsonl", "csv", "json"});
+}
+
+void AddActivity(CLI::App* app, Options* options, Run* run) {
+  ActivityOptions* const activity = &options->activity;
+  CLI::App* const verb =
+      AddVerb(app, "activity", "how active a stream was, and where nothing is recorded", run,
+              [options] { return RunActivity(options->host, options->activity); });
+  AddPath(verb, "SOURCE", &activity->source, "an archive file or a folder of them")->required();
+  CLI::Option* const from = AddTime(verb, "FROM", &activity->from, "where the range begins");
+  from->needs(
+      AddTime(verb, "TO", &activity->to, "where it ends; default: from first to last archive"));
+  AddNumber(verb, "--stream", &activity->streamId, "number of the stream")->required();
+  AddNumber(verb, "--bins", &activity->bins, "into how many parts the range is cut; default: 96");
+  AddNoIndex(verb, &activity->missingIndexes);
+  AddStyle(verb, &activity->style, {"text", "json", "csv"});
+}
+
+void AddPreview(CLI::App* app, Options* options, Run* run) {
+  PreviewOptions* const preview = &options->preview;
+  CLI::App* const verb = AddVerb(app, "preview", "which entries to show for a range of time", run,
+                                 [options] { return RunPreview(options->host, options->preview); });
+  AddPath(verb, "SOURCE", &preview->source, "an archive file or a folder of them")->required();
+  AddTime(verb, "FROM", &preview->from, "the first time to show")->required();
+  AddTime(verb, "TO", &preview->to, "where the range ends")->required();
+  AddNumber(verb, "--count", &preview->count, "how many times, evenly spaced; default: 10");
+  AddStyle(verb, &preview->style, {"text", "json", "csv"});
+}
+
+void AddDump(CLI::App* app, Options* options, Run* run) {
+  CLI::App* const verb = AddVerb(app, "dump", "the records of archive files as a parser finds them",
+                                 run, [options] { return RunDump(options->dump); });
+  AddPath(verb, "SOURCE", &options->dump.source, "an archive file or a folder of them")->required();
+  AddStyle(verb, &options->dump.style, {"text", "jsonl"});
+}
+
 void AddConsole(CLI::App* app, Options* options, Run* run) {
   ConsoleOptions* const console = &options->console;
   CLI::App* const verb = AddVerb(app, "console", "drive the reader with JSON lines", run,
@@ -260,6 +258,10 @@ std::function<int()> ParseCommandLine(int argc, char** argv) {
   AddIndex(&app, options.get(), &run);
   AddSeek(&app, options.get(), &run);
   AddRead(&app, options.get(), &run);
+  AddEvents(&app, options.get(), &run);
+  AddActivity(&app, options.get(), &run);
+  AddPreview(&app, options.get(), &run);
+  AddDump(&app, options.get(), &run);
   AddConsole(&app, options.get(), &run);
   try {
     app.parse(argc, argv);

@@ -3,15 +3,13 @@
 #include <algorithm>
 #include <iostream>
 
-#include "archive_client.h"
 #include "archive_source.h"
+#include "index_builder.h"
 #include "tool_error.h"
 
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-enum class FileState { kCached, kIndexed, kFailed };
 
 const char* Name(FileState state) {
   switch (state) {
@@ -23,29 +21,6 @@ const char* Name(FileState state) {
       break;
   }
   return "failed";
-}
-
-struct IndexedFile {
-  std::string name;
-  FileState state = FileState::kFailed;
-  std::uint64_t startTime = 0;  // archive times; of no meaning for a failed file
-  std::uint64_t endTime = 0;
-};
-
-// Through a reader of the file's own: a reader on the folder would index only what is asked for,
-// and report progress against another file.
-IndexedFile IndexOne(const HostOptions& host, const std::string& path, ProgressBar* progress) {
-  IndexedFile file;
-  file.name = archive_source::FileName(path);
-  if (path.size() > kLongestPath) return file;
-  ArchiveClient client(host, path, progress);
-  const std::optional<ArchiveList> list = client.List();
-  if (!list || list->archives.empty()) return file;
-  file.startTime = list->archives.front().startTime;
-  file.endTime = list->archives.front().endTime;
-  const bool holdsEntries = file.startTime <= file.endTime;
-  if (holdsEntries) file.state = client.BuiltAnIndex() ? FileState::kIndexed : FileState::kCached;
-  return file;
 }
 
 void PrintAsJson(const std::vector<IndexedFile>& files, TimeFormat times) {
@@ -88,11 +63,8 @@ int ExitCodeFor(const std::vector<IndexedFile>& files) {
 
 int RunIndex(const HostOptions& host, const IndexOptions& options) {
   const std::string source = archive_source::Locate(options.source);
-  const std::vector<std::string> paths = archive_source::Files(source);
-  if (paths.empty()) throw ToolError("no archive in " + options.source);
   ProgressBar progress;
-  std::vector<IndexedFile> files;
-  for (const std::string& path : paths) files.push_back(IndexOne(host, path, &progress));
+  const std::vector<IndexedFile> files = BuildIndexes(host, source, &progress);
   if (options.style.format == OutputFormat::kJson) {
     PrintAsJson(files, options.style.Times());
   } else {

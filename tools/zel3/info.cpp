@@ -46,15 +46,11 @@ void PrintAsText(const ArchiveList& list, TimeFormat times) {
 int RunInfo(const HostOptions& host, const InfoOptions& options) {
   ProgressBar progress;
   ArchiveClient client(host, archive_source::Locate(options.source), &progress);
-  const std::optional<ArchiveList> list = client.List();
-  if (!list) {
-    if (!client.ErrorMessage().empty()) throw ToolError(client.ErrorMessage());
-    throw ToolError("the reader could not open all files and gives no list; zel3 index names them");
-  }
+  const ArchiveList list = client.ListOrFail();
   if (options.style.format == OutputFormat::kJson) {
-    PrintAsJson(*list, options.style.Times());
+    PrintAsJson(list, options.style.Times());
   } else {
-    PrintAsText(*list, options.style.Times());
+    PrintAsText(list, options.style.Times());
   }
   return kExitDone;
 }

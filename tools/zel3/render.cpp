@@ -19,6 +19,16 @@ bool IsControl(QChar character) {
          character.category() == QChar::Other_Format;
 }
 
+std::string CsvCell(const std::string& cell) {
+  if (cell.find_first_of(",\"") == std::string::npos) return cell;
+  std::string quoted = "\"";
+  for (const char character : cell) {
+    if (character == '"') quoted += '"';
+    quoted += character;
+  }
+  return quoted + '"';
+}
+
 }  // namespace
 
 std::string TimeText(std::uint64_t archiveTime, TimeFormat format) {
@@ -57,6 +67,14 @@ void PrintTable(const std::vector<std::vector<std::string>>& rows) {
       line += row[i];
       if (i + 1 < row.size()) line.append(widths[i] - Width(row[i]) + 2, ' ');
     }
+    std::cout << line << '\n';
+  }
+}
+
+void PrintCsv(const std::vector<std::vector<std::string>>& rows) {
+  for (const auto& row : rows) {
+    std::string line;
+    for (const std::string& cell : row) line += (&cell == &row.front() ? "" : ",") + CsvCell(cell);
     std::cout << line << '\n';
   }
 }

@@ -8,7 +8,7 @@
 
 // How verbs show their results on the standard output.
 
-enum class OutputFormat { kText, kJson };
+enum class OutputFormat { kText, kJson, kJsonLines, kCsv };
 enum class TimeFormat { kInteger, kIso };
 
 struct OutputStyle {
@@ -34,6 +34,10 @@ std::string Escaped(const std::string& text);
 
 // Prints rows of cells in aligned columns. Cells that come from outside must be escaped.
 void PrintTable(const std::vector<std::vector<std::string>>& rows);
+
+// Prints rows of cells as comma-separated values; cells with commas or quotes are quoted. Cells
+// that come from outside must be escaped.
+void PrintCsv(const std::vector<std::vector<std::string>>& rows);
 
 // Prints one JSON value on one line. Bytes of a text that are not UTF-8 print as U+FFFD.
 void PrintJsonLine(const nlohmann::ordered_json& value);

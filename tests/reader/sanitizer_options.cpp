@@ -1,0 +1,7 @@
+// The address sanitizer asks the program for its options by this name. The reader has an answer for
+// memory that cannot be had, so an allocation that fails must come back to it.
+extern "C" __attribute__((visibility("default"))) const char* __asan_default_options();
+
+const char* __asan_default_options() {
+  return "allocator_may_return_null=1";
+}

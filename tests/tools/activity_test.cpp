@@ -1,0 +1,249 @@
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "archive_writer.h"
+#include "program.h"
+#include "sample_archive.h"
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr unsigned kStream = 1;
+
+// The sample, without quiet hours.
+Scenario LivelySample() {
+  Scenario scenario = SampleScenario();
+  scenario.quietHours = {0, 0};
+  return scenario;
+}
+
+// The highest level that the entries from second `from` up to `to` have.
+unsigned LevelOf(const GroundTruth& truth, std::uint32_t from, std::uint32_t to) {
+  const std::uint32_t start = SampleScenario().startIndexTime;
+  unsigned level = 0;
+  for (const GroundTruthFile& file : truth.files) {
+    for (const GroundTruthEntry& entry : file.entries) {
+      if (entry.indexTime < start + from || entry.indexTime >= start + to) continue;
+      for (const ActivityPair& pair : entry.activity) {
+        if (pair.streamId == kStream) level = std::max<unsigned>(level, pair.level);
+      }
+    }
+  }
+  return level;
+}
+
+class Activity : public ProgramTest {
+ protected:
+  ProgramResult Measure(const Arguments& options) {
+    Arguments arguments{"activity", Folder(), "--stream", std::to_string(kStream)};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return Run(arguments);
+  }
+
+  // The bins of a successful run.
+  Json Bins(const Arguments& options, int exitCode = 0) {
+    Arguments arguments{"--format", "json"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const ProgramResult result = Measure(arguments);
+    EXPECT_EQ(result.exitCode, exitCode) << result.err;
+    return Json::parse(result.out)["bins"];
+  }
+
+  // One letter for each bin: '+' recorded, '-' missing.
+  std::string Recorded(const Arguments& options, int exitCode = 0) {
+    std::string marks;
+    for (const auto& bin : Bins(options, exitCode)) marks += bin["recorded"] ? '+' : '-';
+    return marks;
+  }
+
+  static std::string Second(std::uint32_t second) { return std::to_string(SampleTime(second)); }
+};
+
+class ActivityOfSample : public Activity {
+ protected:
+  const GroundTruth mTruth = WriteScenario(Folder(), LivelySample());
+};
+
+// Writes an archive whose entries stand at these index times; stream 1 has the level 10 in each.
+void WriteEntries(const std::string& path, const std::vector<std::uint32_t>& indexTimes) {
+  ArchiveWriter writer(path);
+  writer.WriteHeader(OneStreamHeader());
+  for (const std::uint32_t time : indexTimes) {
+    writer.WriteIndex({time, 0, 0});
+    writer.WriteData(kStream, 5, reinterpret_cast<const unsigned char*>("x"), 1);
+  }
+  writer.Close();
+}
+
+}  // namespace
+
+TEST_F(ActivityOfSample, EachBinHasTheLevelOfWhatWasWrittenInIt) {
+  const Json bins = Bins({Second(0), Second(200), "--bins", "10"});
+  ASSERT_EQ(bins.size(), 10U);
+  unsigned highest = 0;
+  for (std::uint32_t i = 0; i < 10; ++i) {
+    SCOPED_TRACE(i);
+    EXPECT_EQ(bins[i]["time"], SampleTime(i * 20));
+    EXPECT_EQ(bins[i]["level"], LevelOf(mTruth, i * 20, i * 20 + 20));
+    highest = std::max(highest, bins[i]["level"].get<unsigned>());
+  }
+  EXPECT_GT(highest, 0U);
+}
+
+TEST_F(ActivityOfSample, ARangeOfSomeEntriesHasTheirLevelsOnly) {
+  const Json bins = Bins({Second(100), Second(130), "--bins", "3"});
+  ASSERT_EQ(bins.size(), 3U);
+  for (std::uint32_t i = 0; i < 3; ++i) {
+    EXPECT_EQ(bins[i]["level"], LevelOf(mTruth, 100 + i * 10, 110 + i * 10));
+  }
+}
+
+TEST_F(ActivityOfSample, AnEntryLastsUntilTheNextInFineBins) {
+  const Json bins = Bins({Second(0), Second(200), "--bins", "200"});
+  ASSERT_EQ(bins.size(), 200U);
+  for (std::uint32_t i = 0; i < 200; ++i) {
+    SCOPED_TRACE(i);
+    const std::uint32_t entry = i / 10 * 10;
+    if (bins[i]["recorded"]) {
+      EXPECT_EQ(bins[i]["level"], LevelOf(mTruth, entry, entry + 1));
+    }
+  }
+}
+
+TEST_F(ActivityOfSample, MissingIsWhatLiesBetweenFiles) {
+  EXPECT_EQ(Recorded({Second(0), Second(200), "--bins", "20"}), "++++++---+++++++++++");
+  EXPECT_EQ(Recorded({Second(50), Second(62), "--bins", "12"}), "++++++------")
+      << "a file ends some seconds behind its last entry";
+  EXPECT_EQ(Recorded({Second(80), Second(100), "--bins", "20"}), "----------++++++++++");
+  EXPECT_EQ(Recorded({Second(140), Second(160), "--bins", "20"}), std::string(20, '+'))
+      << "a change of files is no gap";
+}
+
+TEST_F(ActivityOfSample, TheWholeArchiveIsTheDefault) {
+  const ProgramResult result = Measure({"--format", "json"});
+  const Json json = Json::parse(result.out);
+  EXPECT_EQ(json["stream"], kStream);
+  EXPECT_EQ(json["from"], SampleTime(0));
+  EXPECT_GT(json["to"], SampleTime(190)) << "the last entry is part of it";
+  EXPECT_EQ(json["bins"].size(), 96U);
+  EXPECT_EQ(EntryNames(Folder()).size(), 12U) << "every file has been given its index";
+}
+
+TEST_F(ActivityOfSample, TextIsOneCharacterForABin) {
+  const std::vector<std::string> lines =
+      Lines(Measure({Second(0), Second(200), "--bins", "20"}).out);
+  ASSERT_EQ(lines.size(), 3U);
+  EXPECT_EQ(lines[0],
+            "stream 1 from 2024-05-01T00:00:00.000Z to 2024-05-01T00:03:20.000Z, one character for "
+            "10.000 s");
+  static const char* const kMarks[] = {"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
+  std::string expected;
+  for (std::uint32_t second = 0; second < 200; second += 10) {
+    const bool gap = second >= 60 && second < 90;
+    expected += gap ? "·" : kMarks[LevelOf(mTruth, second, second + 10) / 8];
+  }
+  EXPECT_EQ(lines[1], expected);
+  EXPECT_THAT(lines[2], testing::AllOf(HasSubstr("▁ quiet"), HasSubstr("· nothing recorded")));
+}
+
+TEST_F(ActivityOfSample, CsvHasARowForABin) {
+  const std::vector<std::string> lines =
+      Lines(Measure({Second(40), Second(80), "--bins", "2", "--format", "csv"}).out);
+  EXPECT_THAT(lines,
+              ElementsAre("time,level,recorded",
+                          Second(40) + "," + std::to_string(LevelOf(mTruth, 40, 60)) + ",true",
+                          Second(60) + ",0,false"));
+}
+
+TEST_F(ActivityOfSample, AShortRangeHasFewerBins) {
+  EXPECT_EQ(Bins({Second(0), std::to_string(SampleTime(0) + 3)}).size(), 3U);
+  EXPECT_EQ(Bins({Second(0), std::to_string(SampleTime(0) + 10), "--bins", "4"}).size(), 4U);
+}
+
+TEST_F(ActivityOfSample, NoIndexShowsFilesWithoutOneAsMissing) {
+  ASSERT_EQ(Run({"index", SampleFile(Folder(), mTruth, 1)}).exitCode, 0);
+  EXPECT_EQ(Recorded({Second(0), Second(200), "--bins", "20", "--no-index"}, 3),
+            "---------++++++-----");
+  EXPECT_EQ(EntryNames(Folder()).size(), 6U) << "nothing has been written";
+}
+
+TEST_F(ActivityOfSample, NothingThereExitsWithFour) {
+  const Arguments cases[] = {
+      {"0", Second(0)},
+      {Second(62), Second(88)},
+      {Second(300), Second(400)},
+      {"18446744073709551614", "18446744073709551615"},
+  };
+  for (const Arguments& range : cases) {
+    SCOPED_TRACE(testing::PrintToString(range));
+    const ProgramResult result = Measure(range);
+    EXPECT_EQ(result.exitCode, 4);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "zel3: nothing is recorded there\n");
+  }
+}
+
+TEST_F(ActivityOfSample, AllOfTimeIsARange) {
+  const Json bins = Bins({"0", "18446744073709551615", "--bins", "10000"});
+  EXPECT_EQ(
+      std::count_if(bins.begin(), bins.end(), [](const Json& bin) { return bin["recorded"]; }), 1);
+}
+
+TEST_F(ActivityOfSample, ABinThatBeginsBeforeTheArchiveIsRecorded) {
+  const std::uint64_t before = SampleTime(0) - 15000;
+  EXPECT_EQ(Recorded({std::to_string(before), Second(25), "--bins", "4"}), "-+++");
+}
+
+TEST_F(Activity, QuietIsNotMissing) {
+  const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
+  Arguments otherStream{"activity",  Folder(), "--stream", "9",        Second(0),
+                        Second(100), "--bins", "10",       "--format", "csv"};
+  const std::vector<std::string> lines = Lines(Run(otherStream).out);
+  ASSERT_EQ(lines.size(), 11U);
+  for (std::uint32_t i = 0; i < 10; ++i) {
+    EXPECT_EQ(lines[i + 1], Second(i * 10) + (i >= 6 && i <= 8 ? ",0,false" : ",0,true"));
+  }
+}
+
+TEST_F(Activity, AHoleWithinAFileIsMissing) {
+  WriteEntries(*this / "a.zel3", {1000, 1010, 1020, 1060, 1070, 1120, 1130});
+  EXPECT_EQ(Recorded({"1000000", "1130000", "--bins", "13"}), "++++++++----+")
+      << "four times the first step is no hole yet";
+}
+
+TEST_F(Activity, ASingleEntryIsRecorded) {
+  WriteEntries(*this / "a.zel3", {1000});
+  EXPECT_EQ(Recorded({"990000", "1020000", "--bins", "3"}), "-+-");
+  EXPECT_THAT(Recorded({}), Each('+'));
+}
+
+TEST_F(Activity, FilesInAnyOrderOfTheirTimesCanBeMeasured) {
+  WriteEntries(*this / "a.zel3", {1000, 1010, 1005, 900, 1020});
+  WriteEntries(*this / "b.zel3", {1000, 1010, 1020});
+  WriteEntries(*this / "c.zel3", {1015, 1015, 1015});
+  EXPECT_THAT(Recorded({"1000000", "1020000", "--bins", "4"}), HasSubstr("+"));
+}
+
+TEST_F(Activity, WithoutAnArchiveThereIsAFailure) {
+  EXPECT_EQ(Measure({}).exitCode, 1);
+  WriteFile(*this / "empty.zel3", "");
+  EXPECT_EQ(Run({"activity", *this / "empty.zel3", "--stream", "1"}).exitCode, 1);
+}
+
+TEST_F(Activity, BadArgumentsAreUsageErrors) {
+  EXPECT_EQ(Run({"activity", Folder()}).exitCode, 2);
+  EXPECT_EQ(Run({"activity", Folder(), "--stream", "256"}).exitCode, 2);
+  const Arguments cases[] = {{"1"},           {"2", "2"},          {"3", "2"},
+                             {"--bins", "0"}, {"--bins", "10001"}, {"--format", "jsonl"}};
+  for (const Arguments& arguments : cases) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
+    EXPECT_EQ(Measure(arguments).exitCode, 2);
+  }
+}

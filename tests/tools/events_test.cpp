@@ -1,0 +1,176 @@
+#include <gmock/gmock.h>
+
+#include <nlohmann/json.hpp>
+
+#include "archive_writer.h"
+#include "event_types.h"
+#include "program.h"
+#include "sample_archive.h"
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+// About one event in each entry of the sample.
+Scenario BusySample() {
+  Scenario scenario = SampleScenario();
+  scenario.eventsPerHour = 1440;
+  return scenario;
+}
+
+std::string EventLine(const GroundTruthEvent& event) {
+  return R"({"time":)" + std::to_string(ArchiveTime(event.indexTime)) + R"(,"type":")" +
+         event_types::Name(event.type) + R"(","text":")" + event.text + "\"}";
+}
+
+class Events : public ProgramTest {
+ protected:
+  ProgramResult EventLines(const Arguments& options = {}) {
+    Arguments arguments{"events", Folder(), "--format", "jsonl"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return Run(arguments);
+  }
+};
+
+class EventsOfSample : public Events {
+ protected:
+  // The lines of the events of these files that are wanted.
+  std::vector<std::string> Expected(
+      const std::vector<std::size_t>& files = {0, 1, 2},
+      const std::function<bool(const GroundTruthEvent&)>& isWanted = [](const GroundTruthEvent&) {
+        return true;
+      }) const {
+    std::vector<std::string> lines;
+    for (const std::size_t file : files) {
+      for (const GroundTruthEvent& event : mTruth.files[file].events) {
+        if (isWanted(event)) lines.push_back(EventLine(event));
+      }
+    }
+    return lines;
+  }
+
+  const GroundTruth mTruth = WriteScenario(Folder(), BusySample());
+};
+
+// An archive with one event.
+void WriteEvent(const std::string& path, const std::string& text) {
+  ArchiveWriter writer(path);
+  writer.WriteHeader(OneStreamHeader());
+  writer.WriteIndex({7, 0, 1});
+  writer.WriteData(0xFA, 0, reinterpret_cast<const unsigned char*>(text.data()), text.size());
+  writer.WriteIndex({8, 0, 0});
+  writer.WriteData(1, 0, reinterpret_cast<const unsigned char*>("x"), 1);
+  writer.Close();
+}
+
+}  // namespace
+
+TEST_F(EventsOfSample, AreThoseThatWereWrittenInOrder) {
+  ASSERT_GT(Expected().size(), 5U);
+  const ProgramResult result = EventLines();
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(Lines(result.out), Expected());
+  EXPECT_EQ(EntryNames(Folder()).size(), 12U) << "every file has been given its index";
+}
+
+TEST_F(EventsOfSample, OfARangeWithoutItsEnd) {
+  const std::uint32_t first = mTruth.files[0].events.front().indexTime;
+  const std::uint32_t last = mTruth.files[2].events.back().indexTime;
+  const auto lines = [this](std::uint64_t from, std::uint64_t to) {
+    return Lines(EventLines({std::to_string(from), std::to_string(to)}).out);
+  };
+  EXPECT_EQ(lines(ArchiveTime(first), ArchiveTime(last)),
+            Expected({0, 1, 2},
+                     [last](const GroundTruthEvent& event) { return event.indexTime < last; }));
+  EXPECT_EQ(lines(ArchiveTime(first) + 1, ArchiveTime(last) + 1),
+            Expected({0, 1, 2},
+                     [first](const GroundTruthEvent& event) { return event.indexTime > first; }));
+}
+
+TEST_F(EventsOfSample, OfTheTypesAskedFor) {
+  const std::uint8_t first = mTruth.files[0].events.front().type;
+  const std::uint8_t last = mTruth.files[2].events.back().type;
+  const ProgramResult result =
+      EventLines({"--type", event_types::Name(first), "--type", std::to_string(last)});
+  EXPECT_EQ(Lines(result.out), Expected({0, 1, 2}, [=](const GroundTruthEvent& event) {
+              return event.type == first || event.type == last;
+            }));
+  EXPECT_EQ(EventLines({"--type", "132"}).exitCode, 4);
+}
+
+TEST_F(EventsOfSample, NoIndexLeavesOutFilesWithoutOne) {
+  ASSERT_EQ(Run({"index", SampleFile(Folder(), mTruth, 0)}).exitCode, 0);
+  const ProgramResult result = EventLines({"--no-index"});
+  EXPECT_EQ(result.exitCode, 3);
+  EXPECT_EQ(Lines(result.out), Expected({0}));
+  EXPECT_THAT(result.err, HasSubstr("without an index"));
+  EXPECT_EQ(EntryNames(Folder()).size(), 6U) << "nothing has been written";
+  ASSERT_EQ(Run({"index", Folder()}).exitCode, 0);
+  EXPECT_EQ(Lines(EventLines({"--no-index"}).out), Expected());
+}
+
+TEST_F(EventsOfSample, OfASingleFile) {
+  const std::string file = SampleFile(Folder(), mTruth, 1);
+  EXPECT_EQ(Run({"events", file, "--no-index"}).exitCode, 4);
+  EXPECT_EQ(Lines(Run({"events", file, "--format", "jsonl"}).out), Expected({1}));
+  EXPECT_EQ(Run({"events", file, "--no-index"}).exitCode, 0);
+}
+
+TEST_F(EventsOfSample, AFileThatIsNoArchiveIsLeftOut) {
+  WriteFile(*this / "z.zel3", std::string(1000, 'x'));
+  const ProgramResult result = EventLines();
+  EXPECT_EQ(result.exitCode, 3);
+  EXPECT_EQ(Lines(result.out), Expected());
+  EXPECT_THAT(result.err, HasSubstr("without an index"));
+}
+
+TEST_F(Events, EveryFormatShowsTheSame) {
+  WriteEvent(*this / "a.zel3", "gate 1, \"left\"");
+  EXPECT_THAT(Lines(Run({"events", Folder()}).out),
+              ElementsAre("time                      type  text",
+                          "1970-01-01T00:00:07.000Z  note  gate 1, \"left\""));
+  EXPECT_THAT(Lines(Run({"events", Folder(), "--format", "csv"}).out),
+              ElementsAre("time,type,text", "7000,note,\"gate 1, \"\"left\"\"\""));
+  const std::string line = R"({"time":7000,"type":"note","text":"gate 1, \"left\""})";
+  EXPECT_EQ(EventLines().out, line + "\n");
+  EXPECT_EQ(Run({"events", Folder(), "--format", "json"}).out, R"({"events":[)" + line + "]}\n");
+  EXPECT_THAT(EventLines({"--time-format", "iso"}).out, HasSubstr("1970-01-01T00:00:07.000Z"));
+}
+
+TEST_F(Events, TextsFromArchivesCannotHarmATerminal) {
+  WriteEvent(*this / "a.zel3", "\x1b[2J\n\xff");
+  for (const char* const format : {"text", "csv"}) {
+    const std::vector<std::string> lines = Lines(Run({"events", Folder(), "--format", format}).out);
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_THAT(lines[1], testing::EndsWith("\\u001b[2J\\u000a\xef\xbf\xbd"));
+  }
+  EXPECT_EQ(Lines(EventLines().out).size(), 1U);
+}
+
+TEST_F(Events, NothingThereExitsWithFour) {
+  WriteScenario(Folder(), SampleScenario());
+  const ProgramResult result = EventLines();
+  EXPECT_EQ(result.exitCode, 4);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "zel3: no event is recorded there\n");
+}
+
+TEST_F(Events, WithoutAnArchiveThereIsAFailure) {
+  EXPECT_EQ(EventLines().exitCode, 1);
+  WriteFile(*this / "empty.zel3", "");
+  const ProgramResult result = Run({"events", *this / "empty.zel3"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_THAT(result.err, HasSubstr("No archive in"));
+}
+
+TEST_F(Events, BadArgumentsAreUsageErrors) {
+  const Arguments cases[] = {
+      {"1"}, {"2", "2"}, {"3", "2"}, {"--type", "door"}, {"--type", "256"}, {"--format", "xml"},
+  };
+  for (const Arguments& arguments : cases) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
+    EXPECT_EQ(EventLines(arguments).exitCode, 2);
+  }
+}

@@ -1,0 +1,74 @@
+#include "coverage.h"
+
+#include <algorithm>
+
+namespace {
+
+// Cameras skip an entry now and then; beyond this many steps it is a gap. A change of files takes
+// less time than a gap that people care about.
+constexpr std::uint64_t kMostStepsInAFile = 4;
+constexpr std::uint64_t kMostStepsToTheNextFile = 2;
+
+}  // namespace
+
+Coverage::Coverage(ArchiveClient* client, const std::vector<ListedArchive>& archives)
+    : mClient(client) {
+  for (const ListedArchive& archive : archives) mArchives[archive.fileNumber] = {archive, {}};
+}
+
+bool Coverage::Reaches(std::uint64_t from, std::uint64_t to) {
+  if (HoldsAStart(from, to)) return true;
+  const std::optional<FoundEntry> after = FirstFrom(from);
+  if (after && after->time < to) return true;
+  const std::optional<std::uint64_t> held = LastHeldTime(from);
+  if (!held) return false;
+  const std::optional<FoundEntry> before = mClient->Find(*held, Lookup::kAtOrBefore);
+  return before && ContinuesTo(*before, after, from);
+}
+
+// Where an entry stands that the reader does not name when asked by a time before all archives, or
+// in one without an index.
+bool Coverage::HoldsAStart(std::uint64_t from, std::uint64_t to) const {
+  return std::any_of(mArchives.begin(), mArchives.end(), [from, to](const auto& numbered) {
+    const std::uint64_t start = numbered.second.listed.startTime;
+    return from <= start && start < to;
+  });
+}
+
+// A question about a time outside the archives might make the reader build an index.
+std::optional<std::uint64_t> Coverage::LastHeldTime(std::uint64_t time) const {
+  std::optional<std::uint64_t> held;
+  for (const auto& numbered : mArchives) {
+    const ListedArchive& archive = numbered.second.listed;
+    if (archive.startTime > time) continue;
+    held = std::max(held.value_or(0), std::min(time, archive.endTime));
+  }
+  return held;
+}
+
+bool Coverage::ContinuesTo(const FoundEntry& before, const std::optional<FoundEntry>& after,
+                           std::uint64_t time) {
+  const auto archive = mArchives.find(before.fileNumber);
+  if (archive == mArchives.end()) return false;
+  const bool sameFile = after && after->fileNumber == before.fileNumber;
+  if (!sameFile && time < archive->second.listed.endTime) return true;
+  if (!after || after->time < before.time) return false;
+  const std::uint64_t mostSteps = sameFile ? kMostStepsInAFile : kMostStepsToTheNextFile;
+  return after->time - before.time <= mostSteps * FirstStep(&archive->second);
+}
+
+std::uint64_t Coverage::FirstStep(Archive* archive) {
+  if (!archive->firstStep) {
+    const std::uint64_t start = archive->listed.startTime;
+    const std::optional<FoundEntry> second = FirstFrom(start + 1);
+    const bool sameFile = second && second->fileNumber == archive->listed.fileNumber;
+    archive->firstStep = sameFile ? second->time - start : 0;
+  }
+  return *archive->firstStep;
+}
+
+std::optional<FoundEntry> Coverage::FirstFrom(std::uint64_t time) {
+  const std::optional<PreviewEntry> shown = mClient->Preview(time, time);
+  if (!shown) return std::nullopt;
+  return shown->entry;
+}

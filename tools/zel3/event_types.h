@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+// The types of events as people read and write them.
+namespace event_types {
+
+// motion, door-open and so on; 0x9c for a type that has no name.
+std::string Name(std::uint8_t type);
+
+// The type that a name or a number (144, 0x90) stands for; nothing for another text.
+std::optional<std::uint8_t> FromText(const std::string& text);
+
+}  // namespace event_types
