@@ -7,25 +7,26 @@
 #include "four_cc.h"
 #include "host_export.h"
 
-// The plug-ins of the process: which file offers the bricks of which signature, and where the files are.
-// Used on one thread.
+// The plug-ins of the process: which file offers the bricks of which signature, and where the files
+// are. Used on one thread.
 namespace brick_plugins {
 
 using Factory = std::function<CBrick*(TBrickConfig*)>;
 
-// Makes bricks of `signature` come from the plug-in file `fileName` ("zel3parser.so"), loaded when first asked
-// for. The reader ('Zel3') and the reference parser ('Pars') are known from the start.
+// Makes bricks of `signature` come from the plug-in file `fileName` ("zel3parser.so"), loaded when
+// first asked for. The reader ('Zel3') and the reference parser ('Pars') are known from the start.
 BRICK_HOST_API void RegisterFile(Tag signature, const std::string& fileName);
 
-// Makes bricks of `signature` come from a function; it wins over a file. An empty one offers no such bricks.
+// Makes bricks of `signature` come from a function; it wins over a file. An empty one offers no
+// such bricks.
 BRICK_HOST_API void RegisterFactory(Tag signature, Factory factory);
 
 // Forgets all registrations but those known from the start.
 BRICK_HOST_API void ResetRegistrations();
 
 // Where plug-in files are looked for: this folder, then the folder that the environment variable
-// ZEL3_PLUGIN_FOLDER names, then beside the program and in the folder lib beside the program's own. An empty
-// folder is passed over.
+// ZEL3_PLUGIN_FOLDER names, then beside the program and in the folder lib beside the program's own.
+// An empty folder is passed over.
 BRICK_HOST_API void SetSearchFolder(const std::string& folder);
 
 // Why the last CBrickLoader::CreateBrick gave null: one line for people. Empty after a success.

@@ -6,11 +6,12 @@
 
 #include "host_export.h"
 
-// Delivers the blocks of a set of bricks: single-threaded and in the order in which they were sent, across all
-// bricks and both of their queues.
+// Delivers the blocks of a set of bricks: single-threaded and in the order in which they were sent,
+// across all bricks and both of their queues.
 //
-// A brick joins the pipeline that its creation record names (`ownerContext` = Id()). The application destroys
-// the bricks that it made, readers before their clients, runs until idle, and only then the pipeline.
+// A brick joins the pipeline that its creation record names (`ownerContext` = Id()). The
+// application destroys the bricks that it made, readers before their clients, runs until idle, and
+// only then the pipeline.
 class BRICK_HOST_API Pipeline {
  public:
   Pipeline();
@@ -18,7 +19,8 @@ class BRICK_HOST_API Pipeline {
   Pipeline(const Pipeline&) = delete;
   Pipeline& operator=(const Pipeline&) = delete;
 
-  // What `ownerContext` of the bricks of this pipeline holds. Never 0, never used twice in a process.
+  // What `ownerContext` of the bricks of this pipeline holds. Never 0, never used twice in a
+  // process.
   std::uint32_t Id() const;
 
   static constexpr std::uint64_t kNoLimit = ~std::uint64_t{0};

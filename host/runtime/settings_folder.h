@@ -7,8 +7,8 @@
 // The folder of the files that CIniFile reads and writes.
 namespace settings_folder {
 
-// An empty path brings back the default: XDG_CONFIG_HOME when it is an absolute path, else .config in the home
-// folder.
+// An empty path brings back the default: XDG_CONFIG_HOME when it is an absolute path, else .config
+// in the home folder.
 BRICK_HOST_API void Set(const std::string& path);
 
 // Without a trailing "/". Empty when there is no such folder to be named.
