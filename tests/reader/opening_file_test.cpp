@@ -49,14 +49,18 @@ TEST_F(OpeningAFile, NeverMakesDoWithTheFirstAndLastIndexRecord) {
   EXPECT_THAT(Ask(ArchivesRequest()), IsEmpty());
 }
 
+// Cache names are cut at the last dot of the whole path, so a name without one needs a folder with
+// one; else the cache would land in the working folder.
 TEST_F(OpeningAFile, KnowsTheFormatByTheSuffix) {
+  fs::create_directory(folder / "the.folder");
   const struct {
     const char* name;
     Tag format;
-  } cases[] = {
-      {"a.zel3", tag::kFormatZel3}, {"a.ZEL3", tag::kFormatZel3}, {"a.Zel3", tag::kFormatZel3},
-      {"a.zel", tag::kFormatZel1},  {"a.ZEL", tag::kFormatZel1},  {"a.zel33", tag::kFormatZel1},
-      {"a.dat", tag::kFormatZel1},  {"zel3", tag::kFormatZel1},   {"a.zel3.x", tag::kFormatZel1}};
+  } cases[] = {{"a.zel3", tag::kFormatZel3},  {"a.ZEL3", tag::kFormatZel3},
+               {"a.Zel3", tag::kFormatZel3},  {"a.zel", tag::kFormatZel1},
+               {"a.ZEL", tag::kFormatZel1},   {"a.zel33", tag::kFormatZel1},
+               {"a.dat", tag::kFormatZel1},   {"the.folder/zel3", tag::kFormatZel1},
+               {"a.zel3.x", tag::kFormatZel1}};
   for (const auto& example : cases) {
     workshop.orders.clear();
     Open(Place(example.name, ArchiveOf(example.name, {10, 20})));
