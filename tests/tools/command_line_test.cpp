@@ -11,6 +11,9 @@ using testing::MatchesRegex;
 
 namespace {
 
+constexpr const char* kVerbs[] = {"make",   "info",     "index",   "seek", "read",
+                                  "events", "activity", "preview", "dump", "console"};
+
 class CommandLine : public ProgramTest {};
 
 }  // namespace
@@ -19,14 +22,12 @@ TEST_F(CommandLine, HelpNamesTheVerbsAndExitCodes) {
   const ProgramResult result = Run({"--help"});
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.err, "");
-  for (const char* const word :
-       {"make", "info", "index", "seek", "read", "console", "130 interrupted"}) {
-    EXPECT_THAT(result.out, HasSubstr(word));
-  }
+  for (const char* const verb : kVerbs) EXPECT_THAT(result.out, HasSubstr(verb));
+  EXPECT_THAT(result.out, HasSubstr("130 interrupted"));
 }
 
 TEST_F(CommandLine, EveryVerbHasHelp) {
-  for (const char* const verb : {"make", "info", "index", "seek", "read", "console"}) {
+  for (const char* const verb : kVerbs) {
     SCOPED_TRACE(verb);
     const ProgramResult result = Run({verb, "--help"});
     EXPECT_EQ(result.exitCode, 0);
