@@ -16,6 +16,11 @@ add_compile_definitions(_GLIBCXX_USE_CXX11_ABI=0 _FILE_OFFSET_BITS=64)
 # Qt refuses position-dependent code and -fPIE alike.
 add_compile_options(-fPIC -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Wmultichar -Werror)
 
+if(CMAKE_UNITY_BUILD)
+  # The unnamed namespaces of files that are compiled together are not those of headers.
+  add_compile_options(-Wno-subobject-linkage)
+  set(CMAKE_UNITY_BUILD_BATCH_SIZE 12)
+endif()
 if(ZEL3_SANITIZE)
   # Packed records hold members at odd addresses on purpose, hence no alignment check.
   add_compile_options(-fsanitize=${ZEL3_SANITIZE} -fno-sanitize=alignment -fno-sanitize-recover=all

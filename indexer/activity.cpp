@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstring>
 
 #include "painted_bins.h"
 #include "zel3_indexer.h"

@@ -1,3 +1,4 @@
+#include <QFileInfo>
 #include <algorithm>
 #include <cstdio>
 #include <new>
@@ -35,15 +36,26 @@ bool WriteGroup(QFile& file, const EVT_FILE_DATA_T& group) {
   return written;
 }
 
+// What a file was given is on the disk before another file is made to count on it. A disk may be
+// found full as late as here.
 bool FlushAndClose(QFile& file) {
-  const bool flushed = file.flush();
+  const bool flushed = file.flush() && WaitForDisk(file);
   file.close();
-  return flushed;
+  return flushed && file.error() == QFileDevice::NoError;
 }
 
 // A name beside the .evt file that the housekeeping of the cache folder takes for an .evt file too.
 QString UnfinishedName(const QString& evtFileName) {
   return evtFileName + QLatin1String(".unfinished.evt");
+}
+
+// Nothing counts as a cache without its .evt file: that one goes before the others are emptied, so
+// that a kill in between does not leave half of an older cache. A file that cannot be written
+// stays.
+void RemoveWritable(const QString& evtFileName) {
+  QFile events;
+  if (!OpenPlainFile(events, evtFileName, QIODevice::WriteOnly | QIODevice::Append)) return;
+  QFile::remove(QFileInfo(evtFileName).canonicalFilePath());
 }
 
 bool RenameFile(const QString& from, const QString& to) {
@@ -70,25 +82,33 @@ bool cZel3Indexer::OpenForWrite(QFile& file, const QString& name) {
 }
 
 bool cZel3Indexer::OpenCacheFilesForWrite() {
-  const bool hasHeaders = OpenForWrite(hdrFile, hdrFileName);
-  const bool hasRecords = OpenForWrite(id3File, id3FileName);
-  const bool hasEvents = OpenForWrite(evtFile, evtFileName);
-  return hasHeaders && hasRecords && hasEvents;
+  // Where one of the names is taken by the archive, none of them is used: the archive would be
+  // read as a part of its own cache.
+  for (const QString& name : {hdrFileName, id3FileName, evtFileName}) {
+    if (IsSameFile(name, currentFilePath)) return false;
+  }
+  RemoveWritable(evtFileName);
+  // All three are tried, whatever becomes of the others.
+  const bool headersOpen = OpenForWrite(hdrFile, hdrFileName);
+  const bool recordsOpen = OpenForWrite(id3File, id3FileName);
+  const bool eventsOpen = OpenForWrite(evtFile, evtFileName);
+  return headersOpen && recordsOpen && eventsOpen;
 }
 
 void cZel3Indexer::Save_files() {
   if (!Reopen_for_write()) return;
   // A cache counts only with its .evt file, so that one comes last and whole: without it, whatever
-  // else is there is indexed again.
-  const QString unfinishedName = UnfinishedName(evtFileName);
+  // else is there is indexed again. A link leads to the file that counts.
+  const QString eventsName = QFileInfo(evtFileName).canonicalFilePath();
+  const QString unfinishedName = UnfinishedName(eventsName);
   QFile unfinished;
-  const bool apart = OpenForWrite(unfinished, unfinishedName) && QFile::remove(evtFileName);
+  const bool apart = OpenForWrite(unfinished, unfinishedName) && QFile::remove(eventsName);
   if (apart) {
     evtFile.close();
-    if (WriteCacheFiles(unfinished) && RenameFile(unfinishedName, evtFileName)) return;
+    if (WriteCacheFiles(unfinished) && RenameFile(unfinishedName, eventsName)) return;
   } else {
-    // The folder takes no new files: the best left is to write in place, and to empty the files
-    // after a failure.
+    // No file can be made under that name, or the .evt file cannot be replaced: the best left is to
+    // write in place, and to empty the files after a failure.
     if (!WriteCacheFiles(evtFile)) {
       for (const QString& name : {hdrFileName, id3FileName, evtFileName}) QFile::resize(name, 0);
     }
@@ -120,7 +140,7 @@ bool cZel3Indexer::WriteCurrent(QFile& events) {
     pendingId3RecValid = false;
   }
   written = WriteItems(id3File, current.id3Records) && written;
-  for (const EVT_FILE_DATA_T& group : qAsConst(current.events))
-    written = written && WriteGroup(events, group);
+  const QList<EVT_FILE_DATA_T>& groups = current.events;
+  for (const EVT_FILE_DATA_T& group : groups) written = written && WriteGroup(events, group);
   return written;
 }

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstring>
 
 #include "zel3_indexer.h"
 

@@ -2,8 +2,10 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <QFileInfo>
+#include <cerrno>
 
 namespace {
 
@@ -31,4 +33,9 @@ bool IsSameFile(const QString& path, const QString& other) {
   struct statx second;
   return Identify(path, &first) && Identify(other, &second) && first.stx_ino == second.stx_ino &&
          first.stx_dev_major == second.stx_dev_major && first.stx_dev_minor == second.stx_dev_minor;
+}
+
+bool WaitForDisk(QFile& file) {
+  // A file system that cannot do this has nothing to wait for.
+  return fdatasync(file.handle()) == 0 || errno == EINVAL || errno == ENOTSUP;
 }

@@ -3,7 +3,7 @@
 #include <QFile>
 #include <QString>
 
-// Opening files that may be anything: a pipe, a folder or a device never blocks and never opens.
+// Files of which only the name is known: a pipe, a folder or a device never blocks and never opens.
 
 // The path exists and is not a plain file, links followed.
 bool IsNoPlainFile(const QString& path);
@@ -13,3 +13,6 @@ bool OpenPlainFile(QFile& file, const QString& path, QIODevice::OpenMode mode);
 
 // Both paths name one existing file, be it through links of either kind, or are equal.
 bool IsSameFile(const QString& path, const QString& other);
+
+// Returns when what was written is on the disk. False when that failed.
+bool WaitForDisk(QFile& file);

@@ -79,24 +79,27 @@ void cZel3Indexer::FileBareEntry(const IDX_T& index, int place) {
 }
 
 void cZel3Indexer::Add_file_index(const sFile_Index_Store& store) {
+  // `store` may be one of `files`, which move when another is inserted.
   sFile_Index_Store copy(store);
+  const std::uint32_t startTime = copy.startTime;
+  const std::uint32_t endTime = copy.endTime;
   if (files.empty()) {
-    firstTime = store.startTime;
-    lastTime = store.endTime;
+    firstTime = startTime;
+    lastTime = endTime;
     files.push_back(std::move(copy));
     return;
   }
   // The name is looked for only on the way to the place by start time: a store of the same name
   // behind it stays, and the file is then listed twice.
   const auto place =
-      std::find_if(files.begin(), files.end(), [&store](const sFile_Index_Store& filed) {
-        return filed.fileName == store.fileName || store.startTime < filed.startTime;
+      std::find_if(files.begin(), files.end(), [&copy](const sFile_Index_Store& filed) {
+        return filed.fileName == copy.fileName || copy.startTime < filed.startTime;
       });
-  if (place != files.end() && place->fileName == store.fileName) {
+  if (place != files.end() && place->fileName == copy.fileName) {
     *place = std::move(copy);
   } else {
     files.insert(place, std::move(copy));
   }
-  firstTime = std::min(firstTime, store.startTime);
-  lastTime = std::max(lastTime, store.endTime);
+  firstTime = std::min(firstTime, startTime);
+  lastTime = std::max(lastTime, endTime);
 }

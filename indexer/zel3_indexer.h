@@ -33,8 +33,9 @@ class cZel3Indexer {
   void Add_tmp_header(const char* header, std::size_t size);
   // Copies the stream set of a store into 32 bytes. REQUIRES: fileNumber < files.size().
   void FillFileStreamMap(std::uint32_t fileNumber, std::uint8_t* map) const;
-  // Put a bare entry at the front or the end of `current` and file it: it then marks where the
-  // file's time range begins or ends.
+  // Put a bare entry at the front or the end of `current`, where it marks how far the file's time
+  // range reaches, and file `current`. Each does so by itself: between the two calls a file is
+  // listed with its head only.
   void Add_first_index(const IDX_T& index);
   void Add_last_index(const IDX_T& index);
   // Files a copy of `store`: in place of a store of the same file name that is met on the way, else
@@ -46,10 +47,12 @@ class cZel3Indexer {
 
   // The entry that a request for archive time `time` means. kAtOrBefore: the entry at or before it;
   // kNeighbour: the one after that, or before it when not `forward`; any other type finds nothing.
-  // In a gap between files the first entry of the next file (kNeighbour backward: see the source).
-  // Of equal times the last entry is found. On failure `info` names no entry and has time 0; its
-  // flag bytes are never touched. On success fileToIndex says whether the entry's file must be
-  // indexed first.
+  // Of equal times the last entry is found.
+  // In a gap between files it is the first entry of the next file; kNeighbour backward gives entry
+  // 0 of the first file that ends before the gap, with the time of that file's last entry. In a
+  // file of one entry kNeighbour backward gives entry number 0xFFFFFFFF with that entry's time.
+  // On failure `info` names no entry and has time 0; its flag bytes are never touched. On success
+  // fileToIndex says whether the entry's file must be indexed first.
   bool IndexInfoFromTime(std::uint64_t time, std::uint32_t type, bool forward,
                          TZEL3ChunkInfo* info);
   // The bytes [start, end) of an entry; both 0 when the entry lies in no stretch. False, with
@@ -66,9 +69,12 @@ class cZel3Indexer {
   // Events and activity (events.cpp, activity.cpp).
 
   // Summarises the activity of one stream into `gist`, which holds a level for each of the
-  // request's bins, all zero. True when an entry in range carried activity of the stream.
+  // request's bins, all zero. True when an entry in range carried activity of the stream. Without
+  // bins, and for a range of no length, only the request's fields are copied (false); a range that
+  // ends before it begins is a huge one. Throws std::bad_alloc.
   bool Fill_activity(const TZEL3ActivityRequest& request, TActivityGist* gist) const;
-  // Replaces `list` by all events, store by store. True when there are any. Throws nothing.
+  // Replaces `list` by all events, store by store; leaves it alone when nothing is filed. True when
+  // there are any. Throws nothing: the list ends where memory does.
   bool Put_events_to_vector(QList<TEventListEntry>* list) const;
 
   // Record intake of an indexing run (intake.cpp). scratchPos holds the position of the record at
@@ -81,15 +87,17 @@ class cZel3Indexer {
   // `payload` holds `payloadSize` bytes; a block whose length says more is taken as far as they go.
   void Add_block(const DATA_T& block, const unsigned char* payload, std::size_t payloadSize);
 
-  // Cache files (cache_files.cpp, cache_load.cpp, cache_save.cpp).
+  // Cache files (cache_open.cpp, cache_load.cpp, cache_save.cpp).
 
   // Makes the archive file at `path` current and loads its index from the cache. `endPosition`
-  // closes its last stretch. True when the cache gave an index, which is then filed.
+  // closes its last stretch. True when the cache gave an index, which is then filed. When false the
+  // file is current all the same, and an indexing run may follow.
   bool Open_file(const QString& path, std::uint64_t endPosition);
   // Makes the file current without looking at its cache. Always false.
   bool Open_file_draft(const QString& path);
-  // Opens the current cache files for writing, emptied; where that is refused, those in the
-  // temporary folder.
+  // Opens the current cache files for writing, emptied; where one is refused, those in the cache
+  // folder of the temporary folder, which then stays `cacheFolder`. What the first place gave
+  // stays there, emptied. False when both places refuse.
   bool Reopen_for_write();
   // Writes `current` to its cache files. The cache becomes valid in one step at the very end, so
   // that a crash or a full disk leaves none rather than half of one.
@@ -97,8 +105,11 @@ class cZel3Indexer {
 
   // State that the reader shares. `current` is the store being opened or collected; it reaches
   // `files` only as a copy, through Add_file_index.
-  QString cacheFolder;  // folder of the cache files; empty: beside the archive
-  bool ready = false;   // set by the reader when it has opened its source
+  // Folder of the cache files; empty: beside the archive. As the host gave it until the first file
+  // is opened, then with a trailing "/". An archive in a /videodata folder and a refused
+  // Reopen_for_write set it for good.
+  QString cacheFolder;
+  bool ready = false;  // set by the reader when it has opened its source
   std::uint64_t scratchPos = 0;
   sFile_Index_Store current;
   std::vector<sFile_Index_Store> files;  // by start time
@@ -147,9 +158,10 @@ class cZel3Indexer {
   QFile id3File;
   QString evtFileName;
   QFile evtFile;
-  ZEL_ID3_REC pendingId3Rec;        // the entry being collected
+  ZEL_ID3_REC pendingId3Rec;        // the entry being collected, or the last bare one
   bool pendingId3RecValid = false;  // it is not yet in current.id3Records
+  // The range of all files, in index time: empty before the first, then only ever widened.
   std::uint32_t firstTime = 0x7FFFFFFF;
   std::uint32_t lastTime = 0;
-  std::uint32_t minIndexStep = 0;
+  std::uint32_t minIndexStep = 0;  // while a file's entries are loaded
 };

@@ -29,8 +29,6 @@ void CZel3FileReader::OnArchivesEntryRequest() {
 }
 
 void CZel3FileReader::Send_No_archive_warning() {
-  const QString& path = CurrentPath();
-  const QString detail =
-      folderMode ? folder.canonicalPath() : path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
+  const QString detail = folderMode ? folder.canonicalPath() : CurrentFileName();
   SendMessage(tag::kLevelError, tag::kCodeNoArchive, "No archive in", detail);
 }

@@ -1,11 +1,10 @@
 #include <QFileInfo>
 
-#include "plain_file.h"
 #include "zel3_file_reader.h"
 
 namespace {
 
-// Smaller files cannot hold a header and an index record.
+// Smaller files are never opened.
 constexpr qint64 kSmallestArchive = 16;
 
 constexpr char kZel3Suffix[] = "zel3";
@@ -93,23 +92,6 @@ bool CZel3FileReader::Open_file(QString const& path, bool headAndTailOnly) {
   return false;
 }
 
-bool CZel3FileReader::OpenStream(QString const& path) {
-  if (file.is_open()) close();
-  if (IsNoPlainFile(path)) {
-    file.setstate(std::ios::failbit);
-    return false;
-  }
-  file.open(QFile::encodeName(path).constData(), std::ios::in | std::ios::binary);
-  if (!file.is_open()) return false;
-  file.seekg(0, std::ios::end);
-  const std::streamoff size = file.tellg();
-  fileSize = size < 0 ? 0 : static_cast<std::uint64_t>(size);
-  file.clear();
-  file.seekg(0);
-  readPos = 0;
-  return true;
-}
-
 // Makes at once what index can be made; else starts an indexing run, and the file is not open yet.
 bool CZel3FileReader::MakeIndex(QString const& path, bool headAndTailOnly) {
   if (headAndTailOnly) {
@@ -133,8 +115,4 @@ void CZel3FileReader::NoteFailure(QString const& path) {
 void CZel3FileReader::SetNoArchive() {
   noArchive = true;
   if (archivesRequestPending) Send_No_archive_warning();
-}
-
-QString const& CZel3FileReader::CurrentPath() const {
-  return zel3FilePath.isEmpty() ? zel1FilePath : zel3FilePath;
 }

@@ -1,4 +1,3 @@
-
 #include "zel3_file_reader.h"
 
 int CZel3FileReader::onCtrl(cMemBlock& block) {

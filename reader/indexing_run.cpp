@@ -7,6 +7,7 @@
 
 int CZel3FileReader::Start_make_index(QString const& path) {
   indexedFilePath = path.isEmpty() ? CurrentPath() : path;
+  EndChildren();
   indexer.Reopen_for_write();
   // Opening may have loaded an older cache; the records of the run must not come on top of it.
   indexer.Begin_intake();
@@ -161,24 +162,33 @@ void CZel3FileReader::Send_finish_indexing() {
     // Without a cache the file is indexed again.
   }
   EndChildren();
-  SendRunEnded();
+  try {
+    SendRunEnded();
+  } catch (...) {
+    // The archive is opened again all the same.
+  }
   if (open(SourcePath().constData()) != 0 && archivesRequestPending) OnArchivesEntryRequest();
   AnswerPendingChunkRequest();
 }
 
 // One 'Kill' block serves both bricks. They end by themselves, after this brick has let go of them.
+// A brick that cannot be told for lack of memory is told when the next run starts or the reader
+// ends.
 void CZel3FileReader::EndChildren() {
-  CBrick* const parser = indexParser;
-  CBrick* const reader = indexReader;
-  indexParser = nullptr;
-  indexReader = nullptr;
-  if (parser != nullptr) {
-    parser->DisconnectFrom(reader);
-    DisconnectFrom(parser);
+  if (indexParser == nullptr && indexReader == nullptr) return;
+  if (indexParser != nullptr) {
+    indexParser->DisconnectFrom(indexReader);
+    DisconnectFrom(indexParser);
   }
-  const auto kill = KillBlock::New();
-  if (parser != nullptr) parser->enqueueControl(kill);
-  if (reader != nullptr) reader->enqueueControl(kill);
+  try {
+    const auto kill = KillBlock::New();
+    for (CBrick** const child : {&indexParser, &indexReader}) {
+      if (*child != nullptr) (*child)->enqueueControl(kill);
+      *child = nullptr;
+    }
+  } catch (...) {
+    // Told later.
+  }
 }
 
 void CZel3FileReader::AnswerPendingChunkRequest() {

@@ -40,11 +40,6 @@ QByteArray CZel3FileReader::SourcePath() const {
   return FieldText(config.sourcePath);
 }
 
-void CZel3FileReader::close() {
-  // A stream that cannot close sets its fail state by itself.
-  file.close();
-}
-
 CZel3FileReader::~CZel3FileReader() {
   close();
   Kill(indexReader);

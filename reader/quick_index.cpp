@@ -109,11 +109,3 @@ bool CZel3FileReader::ReadTailIndex() {
   } while (position > 0);
   return false;
 }
-
-std::size_t CZel3FileReader::ReadFileAt(std::uint64_t position, void* bytes, std::size_t size) {
-  // A read that came up short must not disable the next one. A seek that fails disables this one.
-  file.clear();
-  file.seekg(static_cast<std::streamoff>(position));
-  file.read(static_cast<char*>(bytes), static_cast<std::streamsize>(size));
-  return static_cast<std::size_t>(file.gcount());
-}

@@ -37,19 +37,27 @@ class CZel3FileReader : public CBrick {
   int onCreate(TBrickConfig const& config) override;
 
  private:
-  // Opening (archive_opening.cpp). Paths: local 8-bit encoding as char*, else decoded.
+  // Opening (archive_opening.cpp). Paths: local 8-bit encoding as char*, else decoded. Nothing is
+  // opened (0 or false) also when an indexing run has been started: its end opens again. A file
+  // that is not opened is the current one all the same. `headAndTailOnly`: a quick index will do.
   int open(char const* path);
   bool Open_folder(QString const& folderPath);
   bool Open_file(QString const& path, bool headAndTailOnly);
-  bool OpenStream(QString const& path);
   bool MakeIndex(QString const& path, bool headAndTailOnly);
   void NoteFailure(QString const& path);
   void SetNoArchive();
-  void close();
   // The path of the creation record.
   QByteArray SourcePath() const;
+
+  // The archive file (archive_file.cpp).
+  bool OpenStream(QString const& path);
+  void close();
   // The file now open or last tried; empty before the first.
   QString const& CurrentPath() const;
+  // What follows its last "/".
+  QString CurrentFileName() const;
+  // Reads up to `size` bytes at `position`; the number of bytes read.
+  std::size_t ReadFileAt(std::uint64_t position, void* bytes, std::size_t size);
 
   // An index made of only the first and last index record of the current file (quick_index.cpp).
   bool Adv_Read_head_and_tail_index();
@@ -57,8 +65,6 @@ class CZel3FileReader : public CBrick {
   bool Adv_Read_head_and_tail_index_ZEL1();
   bool ReadHeadIndex();
   bool ReadTailIndex();
-  // Reads up to `size` bytes at `position`; the number of bytes read.
-  std::size_t ReadFileAt(std::uint64_t position, void* bytes, std::size_t size);
 
   // Control blocks (control_dispatch.cpp).
   void Dispatch(cMemBlock const& block);
@@ -107,33 +113,39 @@ class CZel3FileReader : public CBrick {
   void EndChildren();
   void AnswerPendingChunkRequest();
 
-  // Messages to the client (indexing_messages.cpp).
+  // Messages to the client (messages.cpp).
   void Send_start_indexing();
   void Send_indexing_progress();
   void SendProgress(std::uint32_t percent);
   void SendRunEnded();
   void SendMessage(Tag level, Tag code, std::string const& text, QString const& detail);
 
-  CBrick* indexReader = nullptr;  // not owned, as the next two
+  // Not owned. The last one is never set: nothing asks for a parser for previews.
+  CBrick* indexReader = nullptr;
   CBrick* indexParser = nullptr;
   CBrick* previewParser = nullptr;
   TBrickConfig config = {};
-  bool isIndexReader = false;        // made by another reader to feed a run
-  bool indexing = false;             // a run of this reader is in progress
-  bool chunkRequestPending = false;  // a chunk request waits for the end of the run
+  // Made by another reader to feed a run: only opens and streams its file. Borrowed by a reader
+  // that only opens another file of its folder.
+  bool isIndexReader = false;
+  bool indexing = false;  // a run of this reader is in progress
+  // The end of the run answers pendingChunkRequest. Set by the request that starts the run, which
+  // is itself not kept.
+  bool chunkRequestPending = false;
   bool streamStopped = true;  // no bytes are served until a chunk request of type kAtOrBefore
-  bool noArchive = false;     // the source holds no usable archive
-  bool readFailed = false;    // the last sequential read met an error, not the end of the file
+  // The source holds no usable archive: the list of archives is refused. Never cleared; times are
+  // looked up and served all the same.
+  bool noArchive = false;
+  bool readFailed = false;  // the last sequential read met an error, not the end of the file
   std::uint32_t lastProgressPercent = 0;
-  bool archivesRequestPending =
-      false;                // the list of archives is to be sent as soon as there is one
-  bool eventsSent = false;  // a play command has sent the events
+  bool archivesRequestPending = false;  // the list is to be sent as soon as there is one
+  bool eventsSent = false;              // a play command has sent the events
   bool folderMode = false;
-  QString
-      zel3FilePath;  // the current file when its suffix is "zel3", as the next when it is another
+  // The current file, by its suffix: at most one of the two is set.
+  QString zel3FilePath;
   QString zel1FilePath;
-  QString indexedFilePath;  // the file of the last run
-  bool answeringAfterRun = false;
+  QString indexedFilePath;         // the file of the last run, also of one that could not start
+  bool answeringAfterRun = false;  // the request at hand was kept during a run
   QDir folder;
   QStringList failedFiles;  // full paths of files that failed once
   QStringList folderFiles;  // bare names of folder entries set aside
@@ -146,5 +158,6 @@ class CZel3FileReader : public CBrick {
   TZEL3ChunkInfo nextChunk;  // what the last lookup found
   cZel3Indexer indexer;
   ChunkRequestBlock pendingChunkRequest = ChunkRequestBlock::New();
+  // Kept, but never answered: a parser asks again after the answer to the chunk request.
   ParserChunkRequestBlock pendingParserRequest = ParserChunkRequestBlock::New();
 };

@@ -9,7 +9,7 @@ require_i386=no
 
 packages=(
   g++ g++-multilib clang clang-format clang-tidy cmake ninja-build binutils git ca-certificates
-  qtbase5-dev googletest libcli11-dev nlohmann-json3-dev libfmt-dev
+  qtbase5-dev googletest gcovr libcli11-dev nlohmann-json3-dev libfmt-dev
 )
 i386_packages=(libqt5core5a:i386)
 

@@ -16,8 +16,10 @@ CBrick::State::State() : id(NewBrickId()) {}
 
 void CBrick::State::Enqueue(Queue queue, cMemBlock const& block) {
   const std::uint64_t number = mNextItem++;
-  ItemsOf(queue).push_back({block, number, sendingId, sendingSide});
+  // The ticket first: one without an item is passed over, an item without one would block its queue
+  // for good when memory fails in between.
   if (pipeline != nullptr) pipeline->tickets.push_back({id, queue, number});
+  ItemsOf(queue).push_back({block, number, sendingId, sendingSide});
 }
 
 CBrick::State::Item CBrick::State::Take(Queue queue) {

@@ -19,7 +19,8 @@ struct TBrickConfig {
   std::uint32_t param;    // for the host's own use; 0 when unused
   char name[261];         // NUL-terminated
   char sourcePath[261];   // NUL-terminated, local 8-bit encoding: the archive file or folder
-  char cacheFolder[261];  // NUL-terminated: folder of the index cache, empty for none
+  char cacheFolder[261];  // NUL-terminated, Latin-1: folder of the index cache; empty: beside the
+                          // archive
 };
 
 #pragma pack(pop)

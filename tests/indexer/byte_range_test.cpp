@@ -73,9 +73,9 @@ TEST(Stretch, OfAFileThatIsNotThereIsNone) {
 
 // Two files; the second holds headers at 0 and 700 and entries at 700, 1500 and 9000, the last of
 // which lies behind all cuts.
-class EntryBytes : public testing::Test {
+class ByteRange : public testing::Test {
  protected:
-  EntryBytes() {
+  ByteRange() {
     index.Add_file_index(FileWithCuts({0, 300}));
     sFile_Index_Store store = FileOf("b", {});
     store.startTime = 20;
@@ -91,32 +91,32 @@ class EntryBytes : public testing::Test {
   std::uint64_t end = kUntouched;
 };
 
-TEST_F(EntryBytes, AreTheStretchThatHoldsItsPosition) {
+TEST_F(ByteRange, AreTheStretchThatHoldsItsPosition) {
   EXPECT_TRUE(index.Index_pos_from_IndexId(MakeIndexId(1, 0), &start, &end));
   EXPECT_EQ(start, 700U);
   EXPECT_EQ(end, 1500U);
 }
 
-TEST_F(EntryBytes, AreFoundByTheLow32BitsOfThePosition) {
+TEST_F(ByteRange, AreFoundByTheLow32BitsOfThePosition) {
   EXPECT_TRUE(index.Index_pos_from_IndexId(MakeIndexId(1, 1), &start, &end));
   EXPECT_EQ(start, 1500U);
   EXPECT_EQ(end, 5000U);
 }
 
-TEST_F(EntryBytes, BeginWhereTheStretchBegins) {
+TEST_F(ByteRange, BeginWhereTheStretchBegins) {
   index.files[1].blockPositions = {600, 800};
   EXPECT_TRUE(index.Index_pos_from_IndexId(MakeIndexId(1, 0), &start, &end));
   EXPECT_EQ(start, 600U);
   EXPECT_EQ(end, 800U);
 }
 
-TEST_F(EntryBytes, AreNoneButFoundWhenNoStretchHoldsThePosition) {
+TEST_F(ByteRange, AreNoneButFoundWhenNoStretchHoldsThePosition) {
   EXPECT_TRUE(index.Index_pos_from_IndexId(MakeIndexId(1, 2), &start, &end));
   EXPECT_EQ(start, 0U);
   EXPECT_EQ(end, 0U);
 }
 
-TEST_F(EntryBytes, AreRefusedWithoutAPlaceForTheEnd) {
+TEST_F(ByteRange, AreRefusedWithoutAPlaceForTheEnd) {
   EXPECT_FALSE(index.Index_pos_from_IndexId(MakeIndexId(1, 0), &start, nullptr));
   EXPECT_EQ(start, kUntouched);
 }
@@ -127,7 +127,7 @@ const std::uint64_t kNoSuchEntries[] = {
     MakeIndexId(0x80000000, 0), MakeIndexId(0xFFFFFFFF, 0), kNoIndexId,
 };
 
-TEST_F(EntryBytes, AreNotFoundForAnEntryThatIsNotThere) {
+TEST_F(ByteRange, AreNotFoundForAnEntryThatIsNotThere) {
   for (const std::uint64_t indexId : kNoSuchEntries) {
     EXPECT_FALSE(index.Index_pos_from_IndexId(indexId, &start, &end)) << std::hex << indexId;
     EXPECT_EQ(start, kUntouched);
@@ -135,7 +135,7 @@ TEST_F(EntryBytes, AreNotFoundForAnEntryThatIsNotThere) {
   }
 }
 
-TEST_F(EntryBytes, HaveNoHeaderForAnEntryThatIsNotThere) {
+TEST_F(ByteRange, HaveNoHeaderForAnEntryThatIsNotThere) {
   index.files[1].headerPositions = {5};
   index.files[0].headerPositions = {5};
   for (const std::uint64_t indexId : kNoSuchEntries) {
@@ -143,15 +143,15 @@ TEST_F(EntryBytes, HaveNoHeaderForAnEntryThatIsNotThere) {
   }
 }
 
-struct HeaderCase {
+struct HeaderPositionCase {
   const char* what;
   QVector<quint64> headers;
   std::uint64_t entry;
   std::uint64_t header;
 };
 
-TEST_F(EntryBytes, FollowTheLastHeaderThatStandsBeforeThem) {
-  const HeaderCase cases[] = {
+TEST_F(ByteRange, FollowTheLastHeaderThatStandsBeforeThem) {
+  const HeaderPositionCase cases[] = {
       {"a header at the entry's place is not before it", {0, 700}, 700, 0},
       {"one byte behind the header", {0, 700}, 701, 700},
       {"between two", {0, 700, 900}, 800, 700},
@@ -167,7 +167,7 @@ TEST_F(EntryBytes, FollowTheLastHeaderThatStandsBeforeThem) {
       {"and passed over where they are not before", {300, 700, 900}, 650, 300},
       {"a position with its highest bit set", {0, 0x80000000}, 0xFFFFFFFF, 0x80000000},
   };
-  for (const HeaderCase& row : cases) {
+  for (const HeaderPositionCase& row : cases) {
     SCOPED_TRACE(row.what);
     index.files[1].headerPositions = row.headers;
     index.files[1].id3Records[0] = EntryAt(20, row.entry);
@@ -175,7 +175,7 @@ TEST_F(EntryBytes, FollowTheLastHeaderThatStandsBeforeThem) {
   }
 }
 
-TEST_F(EntryBytes, HaveNoHeaderInAnEmptyIndex) {
+TEST_F(ByteRange, HaveNoHeaderInAnEmptyIndex) {
   const cZel3Indexer empty;
   EXPECT_EQ(empty.Header_pos_for_index(MakeIndexId(0, 0)), 0U);
   EXPECT_FALSE(empty.Index_pos_from_IndexId(MakeIndexId(0, 0), &start, &end));

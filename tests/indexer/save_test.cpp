@@ -21,7 +21,7 @@ void AddEvent(cZel3Indexer& index, std::uint8_t type, const std::string& text) {
 class Save : public CacheTest {
  protected:
   // A short indexing run: a header, entries at 100, 110 and 130, and three events.
-  void Collect() {
+  void CollectThreeEvents() {
     Open();
     index.Begin_intake();
     index.scratchPos = 16;
@@ -43,7 +43,7 @@ class Save : public CacheTest {
 };
 
 TEST_F(Save, GivesBackTheSameWhenTheFileIsOpened) {
-  Collect();
+  CollectThreeEvents();
   index.Save_files();
   cZel3Indexer reader;
   ASSERT_TRUE(reader.Open_file(Path(archive), 9000));
@@ -55,14 +55,14 @@ TEST_F(Save, GivesBackTheSameWhenTheFileIsOpened) {
 }
 
 TEST_F(Save, GivesBackTheSameToTheIndexerThatSaved) {
-  Collect();
+  CollectThreeEvents();
   index.Save_files();
   ASSERT_TRUE(Open());
   EXPECT_EQ(ContentsOf(index.current), collected);
 }
 
 TEST_F(Save, WritesTheFilesByteByByte) {
-  Collect();
+  CollectThreeEvents();
   index.Save_files();
   EXPECT_EQ(ReadFile(Beside("hdr")), (Bytes{16, 0, 0, 0, 0, 0, 0, 0}));
   EXPECT_EQ(ReadFile(Beside("id3")),
@@ -76,19 +76,19 @@ TEST_F(Save, WritesTheFilesByteByByte) {
 }
 
 TEST_F(Save, LeavesTheThreeCacheFilesAndNothingElse) {
-  Collect();
+  CollectThreeEvents();
   index.Save_files();
   EXPECT_THAT(ArchiveFolderNames(), ElementsAre("cam.evt", "cam.hdr", "cam.id3", "cam.zel3"));
 }
 
 TEST_F(Save, LeavesNoFileOpen) {
-  Collect();
+  CollectThreeEvents();
   index.Save_files();
   EXPECT_THAT(OpenFilesIn(folder.Path()), IsEmpty());
 }
 
 TEST_F(Save, AppendsTheLastEntryOnce) {
-  Collect();
+  CollectThreeEvents();
   EXPECT_EQ(index.current.id3Records.size(), 2);
   index.Save_files();
   index.Save_files();
@@ -120,14 +120,14 @@ TEST_F(Save, DoesNotTouchTheFilesThatAreFiled) {
   WriteSmallCache();
   Open();
   const Contents before = ContentsOf(index.files[0]);
-  Collect();
+  CollectThreeEvents();
   index.Save_files();
   EXPECT_EQ(ContentsOf(index.files[0]), before);
 }
 
 TEST_F(Save, ReplacesLongerFiles) {
   WriteCache(Bytes(24000, 1), Bytes(8000, 1), Bytes(9000, 1));
-  Collect();
+  CollectThreeEvents();
   index.Save_files();
   EXPECT_EQ(ReadFile(Beside("hdr")).size(), 8U);
   EXPECT_EQ(ReadFile(Beside("id3")).size(), 72U);
@@ -183,6 +183,47 @@ TEST_F(Save, WritesTextsWithTheirInnerNuls) {
   EXPECT_EQ(ReadFile(Beside("evt")), (Bytes{7, 0, 0, 0, 0, 0, 0, 0, 1, 0x80, 'a', 0, 'b', 0}));
 }
 
+struct ReadBackCase {
+  const char* what;
+  std::vector<Texts> eventsOfEntries;
+  Texts readBack;
+};
+
+// Counts wrap and texts end at their first NUL; what follows is read as what should stand there.
+TEST_F(Save, GivesBackWhatTheWrittenBytesMean) {
+  Texts numbered;
+  for (int i = 0; i < 257; ++i) numbered.push_back("e" + std::to_string(i));
+  const Texts first256 = Texts(numbered.begin(), numbered.end() - 1);
+  const ReadBackCase cases[] = {
+      {"256 events count as none, which ends the list", {first256, {"last"}}, {}},
+      {"257 events count as one",
+       {numbered, {"last"}},
+       {"100@500 x1 80'e0'", "110@600 x1 80'last'"}},
+      {"11 bytes behind a NUL are no group",
+       {{std::string("a\0bcdefghijk", 12)}},
+       {"100@500 x1 80'a'"}},
+      {"12 bytes are",
+       {{std::string("a\0bcdefghijkl", 13)}},
+       {"100@500 x1 80'a'", "1701077858@1768449894 x1 6b'l'"}},
+  };
+  for (const ReadBackCase& row : cases) {
+    SCOPED_TRACE(row.what);
+    Open();
+    index.Begin_intake();
+    std::uint32_t time = 100;
+    for (const Texts& events : row.eventsOfEntries) {
+      index.scratchPos = time * 10 - 500;
+      index.Add_index(IndexAt(time));
+      for (const std::string& text : events) AddEvent(index, 0x80, text);
+      time += 10;
+    }
+    index.Save_files();
+    cZel3Indexer reader;
+    ASSERT_TRUE(reader.Open_file(Path(archive), 9000));
+    EXPECT_EQ(Shown(reader.current.events), row.readBack);
+  }
+}
+
 TEST_F(Save, OfManyEntriesKeepsThemAll) {
   Open();
   index.Begin_intake();
@@ -206,7 +247,7 @@ TEST_F(Save, OfManyEntriesKeepsThemAll) {
 TEST_F(Save, BecomesVisibleInOneStepAtTheEnd) {
   for (const bool again : {false, true}) {
     SCOPED_TRACE(again ? "over an older cache" : "for the first time");
-    Collect();
+    CollectThreeEvents();
     const FolderWatch watch(folder.Path());
     index.Save_files();
     const Texts steps = watch.Steps();
@@ -218,8 +259,12 @@ TEST_F(Save, BecomesVisibleInOneStepAtTheEnd) {
                                         testing::EndsWith(".evt")))
         << "what a crash leaves is swept up by the housekeeping";
 
-    const auto removed = std::find(steps.begin(), steps.end(), "removed cam.evt");
-    EXPECT_NE(removed, steps.end());
+    const auto first = std::find(steps.begin(), steps.end(), "removed cam.evt");
+    EXPECT_EQ(std::find(steps.begin(), first, "written cam.hdr"), first);
+    EXPECT_EQ(std::find(steps.begin(), first, "written cam.id3"), first);
+
+    const auto removed = std::find(steps.rbegin(), steps.rend(), "removed cam.evt").base();
+    EXPECT_NE(removed, steps.begin());
     EXPECT_NE(std::find(removed, steps.end(), "written cam.hdr"), steps.end());
     EXPECT_NE(std::find(removed, steps.end(), "written cam.id3"), steps.end());
     EXPECT_EQ(std::find(removed, steps.end(), "made cam.evt"), steps.end());
@@ -230,7 +275,7 @@ TEST_F(Save, BecomesVisibleInOneStepAtTheEnd) {
 TEST_F(Save, WorksOverAnUnfinishedOne) {
   std::string unfinished;
   {
-    Collect();
+    CollectThreeEvents();
     const FolderWatch watch(folder.Path());
     index.Save_files();
     const Texts steps = watch.Steps();
@@ -238,7 +283,7 @@ TEST_F(Save, WorksOverAnUnfinishedOne) {
     unfinished = steps[steps.size() - 2].substr(8);
   }
   WriteFile(folder / unfinished, Bytes(5000, 'x'));
-  Collect();
+  CollectThreeEvents();
   index.Save_files();
   EXPECT_THAT(ArchiveFolderNames(), ElementsAre("cam.evt", "cam.hdr", "cam.id3", "cam.zel3"));
   EXPECT_EQ(ReadFile(Beside("evt")).size(), 34U);
@@ -275,7 +320,7 @@ TEST_F(ReopenForWrite, WithoutASaveLeavesNoCache) {
 }
 
 TEST_F(ReopenForWrite, KeepsWhatWasCollected) {
-  Collect();
+  CollectThreeEvents();
   EXPECT_TRUE(index.Reopen_for_write());
   index.Save_files();
   EXPECT_EQ(ContentsOf(index.current), collected);

@@ -239,7 +239,11 @@ TEST_F(ParserBrickTest, PullsAlsoWhenTheReaderNamesNoEntry) {
 TEST_F(ParserBrickTest, PassesOtherNotificationsDown) {
   ReaderSends(ResetBlock::New());
   ReaderSends(MessageBlock::New());
-  EXPECT_THAT(mClient.data, ElementsAre("rset", "NMsg"));
+  ReaderSends(EventListBlock::New());
+  NotifyBlock unknown = NotifyBlock::New();
+  unknown.Record().kind = FourCc("xyz ");
+  ReaderSends(unknown);
+  EXPECT_THAT(mClient.data, ElementsAre("rset", "NMsg", "Evt ", "xyz "));
   EXPECT_THAT(mReader.commands, IsEmpty());
 }
 
@@ -265,13 +269,41 @@ TEST_F(ParserBrickTest, TakesBlocksForOneStreamUntilAnEntryIsNamed) {
 TEST_F(ParserBrickTest, StartsEveryBlockWithARecordOnceAnEntryIsNamed) {
   ReaderSends(ChunkAnswer(MakeIndexId(0, 5), 7000));
   mClient.data.clear();
-  // As a reader ends the last entry of a file: one byte short, with a marker behind it.
+  // A record that is not whole.
   ReaderSendsBytes(ArchiveBytes().Header({Video(1)}, "Day").Raw({3, 0, 0, 1, 'a', 'b'}));
   ReaderSends(ChunkAnswer(kNoIndexId, 9000));
   ReaderSendsBytes(ArchiveBytes().Index(8).Data(1, "next"));
   EXPECT_THAT(mClient.data, ElementsAre("TagP 0", "Hdr3 Day", "Tag  TagF",
                                         "IRN3 entry none time 9000 preview 0 reached 0", "TagP 28",
                                         "Idx3 time 8", "vid3 next", "Tag  TagF"));
+}
+
+TEST_F(ParserBrickTest, ForgetsAHalfRecordOfTheStreamWhenAnEntryIsNamed) {
+  ReaderSendsBytes(ArchiveBytes().Header({Video(1)}, "").Raw({9, 0, 0, 1, 'h'}));
+  ReaderSends(ChunkAnswer(MakeIndexId(0, 5), 7000));
+  mClient.data.clear();
+  ReaderSendsBytes(ArchiveBytes().Index(8));
+  EXPECT_THAT(mClient.data, ElementsAre("TagP 24", "Idx3 time 8", "Tag  TagF"));
+}
+
+// The last entry of a file comes one byte short. Its last record takes the first byte of the
+// terminating marker for its own; the rest of the marker is damage.
+TEST_F(ParserBrickTest, FindsNothingInTheRestOfAMarkerWhoseFirstByteIsTaken) {
+  ReaderSends(ChunkAnswer(MakeIndexId(0, 5), 7000));
+  mClient.data.clear();
+  ReaderSendsBytes(ArchiveBytes()
+                       .Header({Video(1)}, "Day")
+                       .Raw({3, 0, 0, 1, 'a', 'b'})
+                       .Raw({5, 0xB5, 0xB5, 0xB5, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+  EXPECT_THAT(mClient.data, ElementsAre("TagP 0", "Hdr3 Day", "vid3 ab\x05", "Tag  TagF"));
+}
+
+TEST_F(ParserBrickTest, CarriesTheBodyOfAnIndexRecordUnchanged) {
+  ReaderSendsBytes({5, 0xB5, 0xB5, 0xB5, 1, 2, 3, 4, 5, 6, 7, 8, 9});
+  const IDX_T& index = IndexBlock::View(mClient.blocks.at(1)).Record();
+  EXPECT_EQ(index.time, 0x04030201u);
+  EXPECT_EQ(index.reserved, 0x08070605u);
+  EXPECT_EQ(index.indexFlag, 9);
 }
 
 TEST_F(ParserBrickTest, PassesTheCommandsOfClientsUp) {

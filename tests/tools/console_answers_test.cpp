@@ -10,8 +10,6 @@ using testing::IsEmpty;
 
 namespace {
 
-constexpr char kIdle[] = R"({"idle":true})";
-
 // The console on the sample archive: what it prints after its first idle line.
 class ConsoleAnswers : public ProgramTest {
  protected:
@@ -73,6 +71,23 @@ TEST_F(ConsoleAnswers, AnArchiveListHasTheFilesInOrder) {
                   kIdle));
 }
 
+TEST_F(ConsoleAnswers, EveryStreamIdOfAnArchiveIsListed) {
+  ArchiveHeader header = OneStreamHeader();
+  const StreamDescriptor one = header.streams.at(0);
+  header.streams.clear();
+  for (const std::uint8_t id : {200, 7, 8, 253}) {
+    header.streams.push_back(one);
+    header.streams.back().id = id;
+  }
+  const TempFolder folder;
+  ArchiveWriter writer(folder / "streams.zel3");
+  writer.WriteHeader(header);
+  for (int i = 0; i < 3; ++i) writer.WriteIndex(IDX_T());
+  writer.Close();
+  EXPECT_THAT(Run({"console", folder.Path()}, R"({"cmd":"ArcR"})").out,
+              testing::HasSubstr(R"("streams":[7,8,200,253]}]})"));
+}
+
 TEST_F(ConsoleAnswers, ATimeIsAnsweredWithItsEntry) {
   IndexAll();
   EXPECT_THAT(
@@ -109,6 +124,15 @@ TEST_F(ConsoleAnswers, ActivityHasALevelForEachBin) {
       AnswersTo({R"({"cmd":"His3","from":1,"to":4000,"binCount":3,"streamId":1})"}),
       ElementsAre(
           R"({"block":"ntfy","kind":"Gist","from":1,"to":4000,"streamId":1,"binCount":3,"levels":[0,0,0]})",
+          kIdle));
+}
+
+TEST_F(ConsoleAnswers, AllBitsOfARangeAreKept) {
+  EXPECT_THAT(
+      AnswersTo(
+          {R"({"cmd":"His3","from":18446744073709551614,"to":18446744073709551615,"binCount":0,"streamId":2147483647})"}),
+      ElementsAre(
+          R"({"block":"ntfy","kind":"Gist","from":18446744073709551614,"to":18446744073709551615,"streamId":2147483647,"binCount":0,"levels":[]})",
           kIdle));
 }
 
@@ -200,27 +224,39 @@ TEST_F(ConsoleAnswers, WithoutAParserTheRequestIsAnsweredAtOnce) {
                   kIdle));
 }
 
-TEST_F(ConsoleAnswers, TextsThatAreNotUtf8AreReplaced) {
+struct TextCase {
+  std::string recorded;
+  const char* shown;
+};
+
+TEST_F(ConsoleAnswers, TextsAreEscapedAndWhatIsNotUtf8IsReplaced) {
+  const TextCase cases[] = {
+      {"caf\xe9 \"x\"\n", "caf\xEF\xBF\xBD \\\"x\\\"\\n"},
+      {"\x01\b\t\f\r\x1f\x7f/\\", "\\u0001\\b\\t\\f\\r\\u001f\x7f/\\\\"},
+      {"\xc3\xa4\xe2\x82\xac", "\xc3\xa4\xe2\x82\xac"},
+      {"cut short \xe2\x82", "cut short \xEF\xBF\xBD"},
+  };
+  std::uint32_t time = 7;
   const std::string path = *this / "events.zel3";
   ArchiveWriter writer(path);
   writer.WriteHeader(OneStreamHeader());
-  IDX_T index;
-  index.time = 7;
-  writer.WriteIndex(index);
-  const std::string text = "caf\xe9 \"x\"\n";
-  writer.WriteData(0x80, 0, reinterpret_cast<const unsigned char*>(text.data()), text.size());
-  index.time = 9;
-  writer.WriteIndex(index);
-  writer.WriteIndex(index);
+  std::string events;
+  for (const TextCase& row : cases) {
+    IDX_T index;
+    index.time = time;
+    writer.WriteIndex(index);
+    writer.WriteData(0x80, 0, reinterpret_cast<const unsigned char*>(row.recorded.data()),
+                     row.recorded.size());
+    events += (events.empty() ? "" : ",") + std::string(R"({"time":)") + std::to_string(time) +
+              R"(000,"eventType":128,"text":")" + row.shown + "\"}";
+    ++time;
+  }
+  writer.WriteIndex(IDX_T());
   writer.Close();
   ASSERT_EQ(Run({"index", path}).exitCode, 0);
-  const std::vector<std::string> lines =
-      Lines(Run({"console", path}, R"({"cmd":"Pla3","forward":1})").out);
   EXPECT_THAT(
-      lines,
-      ElementsAre(
-          kIdle,
-          "{\"block\":\"ntfy\",\"kind\":\"Evt \",\"events\":[{\"time\":7000,\"eventType\":128,"
-          "\"text\":\"caf\xEF\xBF\xBD \\\"x\\\"\\n\"}]}",
-          R"({"block":"ntfy","kind":"rset","indexId":0,"time":0,"mode":0,"forward":1})", kIdle));
+      Lines(Run({"console", path}, R"({"cmd":"Pla3","forward":1})").out),
+      ElementsAre(kIdle, R"({"block":"ntfy","kind":"Evt ","events":[)" + events + "]}",
+                  R"({"block":"ntfy","kind":"rset","indexId":0,"time":0,"mode":0,"forward":1})",
+                  kIdle));
 }

@@ -7,8 +7,6 @@ using testing::MatchesRegex;
 
 namespace {
 
-constexpr char kIdle[] = R"({"idle":true})";
-
 // A folder without archives: opening it prints nothing.
 class ConsoleErrors : public ProgramTest {
  protected:
@@ -70,6 +68,23 @@ TEST_F(ConsoleErrors, ALineThatIsNoCommandIsRefused) {
   }
 }
 
+TEST_F(ConsoleErrors, ALineWithANulIsRefused) {
+  const std::string lines[] = {
+      std::string("{\"cmd\":\"datr\"}\0garbage", 22),
+      std::string("{\"cmd\":\"datr\"}\0", 15),
+      std::string("{\"cmd\":\0\"datr\"}", 15),
+      std::string("[]\0", 3),
+      std::string("\0", 1),
+  };
+  for (const std::string& line : lines) {
+    SCOPED_TRACE(testing::PrintToString(line));
+    const ProgramResult result = Console(line + "\n");
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(Lines(result.out),
+                ElementsAre(kIdle, R"({"error":"line 1: not a JSON value"})", kIdle));
+  }
+}
+
 TEST_F(ConsoleErrors, LargestAndSmallestNumbersAreTaken) {
   const char* const lines[] = {
       R"({"cmd":"CRq3","time":18446744073709551615,"type":4294967295})",
@@ -77,6 +92,7 @@ TEST_F(ConsoleErrors, LargestAndSmallestNumbersAreTaken) {
       R"({"cmd":"Pla3","indexId":18446744073709551615,"time":0,"mode":4294967295,"forward":255})",
       R"({"cmd":"His3","from":18446744073709551615,"to":0,"binCount":-2147483648,"streamId":2147483647})",
       R"({"cmd":"Prev","time":18446744073709551615,"endTime":18446744073709551615})",
+      R"({"cmd":"CRq3","time":-0,"type":-0})",
       R"( { "time" : 0 , "cmd" : "CRq3" } )",
   };
   for (const char* const line : lines) {
@@ -97,6 +113,14 @@ TEST_F(ConsoleErrors, TheConsoleGoesOnAfterAnError) {
       Lines(result.out),
       ElementsAre(kIdle, testing::HasSubstr("line 1: "), kIdle,
                   R"({"block":"RDat","size":13,"bytes":"05b5b5b5000000000000000000"})", kIdle));
+}
+
+TEST_F(ConsoleErrors, AnErrorInTheMiddleIsKeptInTheExitStatus) {
+  const ProgramResult result = Console("{\"cmd\":\"datr\"}\r\nx\r\n{\"cmd\":\"datr\"}\r\n");
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_THAT(Lines(result.out),
+              ElementsAre(kIdle, testing::HasSubstr("RDat"), kIdle, testing::HasSubstr("line 2: "),
+                          kIdle, testing::HasSubstr("RDat"), kIdle));
 }
 
 TEST_F(ConsoleErrors, BlankLinesAreSkippedButCounted) {

@@ -12,8 +12,6 @@ using testing::StartsWith;
 
 namespace {
 
-constexpr char kIdle[] = R"({"idle":true})";
-
 class ConsoleRun : public ProgramTest {};
 
 }  // namespace
@@ -78,7 +76,11 @@ TEST_F(ConsoleRun, ALongPathIsAUsageError) {
   const std::string longest(260, 'x');
   EXPECT_EQ(Run({"console", longest}).exitCode, 0);
   EXPECT_EQ(Run({"console", longest + "x"}).exitCode, 2);
-  EXPECT_EQ(Run({"console", "--cache-folder", longest + "x", Folder()}).exitCode, 2);
+  for (const char* const folder : {"--cache-folder", "--settings-folder"}) {
+    SCOPED_TRACE(folder);
+    EXPECT_EQ(Run({"console", folder, longest, Folder()}).exitCode, 0);
+    EXPECT_EQ(Run({"console", folder, longest + "x", Folder()}).exitCode, 2);
+  }
 }
 
 TEST_F(ConsoleRun, APlugInThatCannotBeLoadedIsAFailure) {
@@ -96,6 +98,39 @@ TEST_F(ConsoleRun, AnswersAreFlushedWhileTheInputStaysOpen) {
   WaitForOutput(R"("size":13)");
   CloseInput();
   EXPECT_EQ(Finish().exitCode, 0);
+}
+
+TEST_F(ConsoleRun, ErrorsAreFlushedWhileTheInputStaysOpen) {
+  Start({"console", Folder()});
+  Input("x\n");
+  WaitForOutput("{\"error\":\"line 1: not a JSON value\"}\n{\"idle\":true}\n");
+  CloseInput();
+  EXPECT_EQ(Finish().exitCode, 2);
+}
+
+TEST_F(ConsoleRun, AsManyBinsAsMemoryHoldsAreShown) {
+  constexpr std::size_t kBins = 20000000;
+  const std::string head =
+      R"({"block":"ntfy","kind":"Gist","from":1,"to":2,"streamId":0,"binCount":20000000,"levels":[)";
+  const ProgramResult result =
+      Run({"console", Folder()}, R"({"cmd":"His3","from":1,"to":2,"binCount":20000000})");
+  EXPECT_EQ(result.exitCode, 0) << result.err;
+  const std::vector<std::string> lines = Lines(result.out);
+  ASSERT_EQ(lines.size(), 3U);
+  EXPECT_THAT(lines[1], StartsWith(head + "0,0,"));
+  EXPECT_THAT(lines[1], EndsWith(",0,0]}"));
+  EXPECT_EQ(lines[1].size(), head.size() + 2 * kBins - 1 + 2);
+}
+
+TEST_F(ConsoleRun, AnInterruptDuringARunEndsIt) {
+  Scenario scenario = SampleScenario();
+  scenario.gaps.clear();
+  scenario.headerChanges.clear();
+  scenario.lengthSeconds = scenario.fileSeconds = 60000;
+  const GroundTruth truth = WriteScenario(Folder(), scenario);
+  Start({"console", SampleFile(Folder(), truth, 0)});
+  while (!HasEnded()) SendSignal(SIGINT);
+  EXPECT_EQ(Finish().exitCode, 130);
 }
 
 TEST_F(ConsoleRun, AnInterruptEndsIt) {

@@ -9,6 +9,9 @@
 
 #include "temp_folder.h"
 
+// What the console prints when nothing is left to do.
+constexpr char kIdle[] = R"({"idle":true})";
+
 struct ProgramResult {
   int exitCode = 0;  // 128 + the number of a signal that ended the program
   std::string out;

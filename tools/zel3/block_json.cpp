@@ -1,10 +1,15 @@
 #include "block_json.h"
 
 #include <algorithm>
+#include <optional>
+#include <ostream>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "commands.h"
 #include "notifications.h"
+#include "render.h"
 #include "stream_records.h"
 
 namespace {
@@ -53,10 +58,7 @@ Json ActivityGist(const ActivityGistBlock& block) {
   json["to"] = gist.to;
   json["streamId"] = gist.streamId;
   json["binCount"] = gist.binCount;
-  const std::uint32_t wanted = gist.binCount < 0 ? 0 : static_cast<std::uint32_t>(gist.binCount);
-  const std::uint32_t count = std::min(wanted, block.GetExtraSize());
-  Json& levels = json["levels"] = Json::array();
-  for (std::uint32_t i = 0; i < count; ++i) levels.push_back(gist.Levels()[i]);
+  json["levels"] = Json::array();
   return json;
 }
 
@@ -85,7 +87,7 @@ Json Message(const MessageBlock& block) {
   return json;
 }
 
-Json StreamIds(const std::uint8_t (&streamMap)[32]) {
+Json StreamIdsJson(const std::uint8_t (&streamMap)[32]) {
   Json ids = Json::array();
   for (unsigned id = 0; id < 256; ++id) {
     if ((streamMap[id >> 3] >> (id & 7) & 1) != 0) ids.push_back(id);
@@ -107,24 +109,16 @@ Json Archives(const ArchivesBlock& block) {
     entry["endTime"] = archive.endTime;
     entry["fileNumber"] = archive.fileNumber;
     entry["reserved"] = archive.reserved;
-    entry["streams"] = StreamIds(archive.streamMap);
+    entry["streams"] = StreamIdsJson(archive.streamMap);
     archives.push_back(std::move(entry));
   }
   return json;
 }
 
-Json RawData(const RawDataBlock& block, std::uint64_t byteLimit) {
-  static constexpr char kDigits[] = "0123456789abcdef";
-  const std::size_t shown = std::min<std::uint64_t>(block.Size(), byteLimit);
-  std::string hex;
-  hex.reserve(2 * shown);
-  for (std::size_t i = 0; i < shown; ++i) {
-    hex += kDigits[block.Bytes()[i] >> 4];
-    hex += kDigits[block.Bytes()[i] & 15];
-  }
+Json RawData(const RawDataBlock& block) {
   Json json = Labelled(tag::kRawData);
   json["size"] = block.Size();
-  json["bytes"] = std::move(hex);
+  json["bytes"] = "";
   return json;
 }
 
@@ -196,16 +190,15 @@ std::optional<Json> NotificationAsJson(const cMemBlock& block) {
   }
 }
 
-}  // namespace
-
-std::optional<Json> BlockAsJson(const cMemBlock& block, std::uint64_t byteLimit) {
+// The block without the bytes of its last value.
+std::optional<Json> AsJson(const cMemBlock& block) {
   switch (block.GetType()) {
     case tag::kNotify:
       return NotificationAsJson(block);
     case tag::kArchives:
       return IfWhole<ArchivesBlock>(block, Archives);
     case tag::kRawData:
-      return RawData(RawDataBlock::View(block), byteLimit);
+      return RawData(RawDataBlock::View(block));
     case tag::kChunkRequest:
       return IfWhole<ChunkRequestBlock>(block, ChunkRequest);
     case tag::kParserChunkRequest:
@@ -219,6 +212,71 @@ std::optional<Json> BlockAsJson(const cMemBlock& block, std::uint64_t byteLimit)
     default:
       return Labelled(block.GetType());
   }
+}
+
+// Text that may be longer than memory: it goes out piece by piece.
+class Pieces {
+ public:
+  explicit Pieces(std::ostream* out) : mOut(out) {}
+  ~Pieces() { *mOut << mPiece; }
+  Pieces(const Pieces&) = delete;
+  Pieces& operator=(const Pieces&) = delete;
+
+  void Add(std::string_view text) {
+    mPiece += text;
+    if (mPiece.size() < kPieceSize) return;
+    *mOut << mPiece;
+    mPiece.clear();
+  }
+
+ private:
+  static constexpr std::size_t kPieceSize = 65536;
+  std::ostream* const mOut;
+  std::string mPiece;
+};
+
+void PrintLevels(const ActivityGistBlock& block, std::ostream& out) {
+  std::vector<std::string> texts;
+  for (unsigned level = 0; level < 256; ++level) texts.push_back("," + std::to_string(level));
+  const TActivityGist& gist = block.Record();
+  const std::uint32_t wanted = gist.binCount < 0 ? 0 : static_cast<std::uint32_t>(gist.binCount);
+  const std::uint32_t count = std::min(wanted, block.GetExtraSize());
+  Pieces pieces(&out);
+  for (std::uint32_t i = 0; i < count; ++i) {
+    const std::string_view text = texts[gist.Levels()[i]];
+    pieces.Add(i == 0 ? text.substr(1) : text);
+  }
+}
+
+void PrintBytes(const RawDataBlock& block, std::uint64_t byteLimit, std::ostream& out) {
+  static constexpr char kDigits[] = "0123456789abcdef";
+  const std::uint64_t shown = std::min<std::uint64_t>(block.Size(), byteLimit);
+  Pieces pieces(&out);
+  for (std::uint64_t i = 0; i < shown; ++i) {
+    const unsigned char byte = block.Bytes()[i];
+    const char digits[] = {kDigits[byte >> 4], kDigits[byte & 15]};
+    pieces.Add({digits, sizeof(digits)});
+  }
+}
+
+bool IsActivityGist(const cMemBlock& block) {
+  return block.GetType() == tag::kNotify &&
+         NotifyBlock::View(block).Record().kind == tag::kActivityGist;
+}
+
+}  // namespace
+
+void PrintBlock(const cMemBlock& block, std::uint64_t byteLimit, std::ostream& out) {
+  const std::optional<Json> json = AsJson(block);
+  if (!json) return;
+  const std::string text = JsonText(*json);
+  // Levels and bytes may be as many as memory holds, so they go out without a copy: between the
+  // two characters that begin and end the last value.
+  const std::size_t end = text.size() - 2;
+  out << text.substr(0, end);
+  if (IsActivityGist(block)) PrintLevels(ActivityGistBlock::View(block), out);
+  if (block.GetType() == tag::kRawData) PrintBytes(RawDataBlock::View(block), byteLimit, out);
+  out << text.substr(end) << '\n';
 }
 
 bool IsAnswer(const cMemBlock& block) {

@@ -126,6 +126,8 @@ cMemBlock CommandFromJson(const Json& value) {
 
 std::vector<cMemBlock> CommandsFromJson(const std::string& text) {
   constexpr bool kMayThrow = false;
+  // The parser would take a NUL for the end of the text.
+  if (text.find('\0') != std::string::npos) throw CommandError("not a JSON value");
   const Json value = Json::parse(text, nullptr, kMayThrow);
   if (value.is_discarded()) throw CommandError("not a JSON value");
   if (!value.is_array()) return {CommandFromJson(value)};

@@ -32,8 +32,7 @@ bool IsBlank(const std::string& line) {
 
 int RunConsole(const HostOptions& host, const ConsoleOptions& options) {
   ArchiveSession session(host, options.source, [&options](const cMemBlock& block) {
-    if (!options.showAll && !IsAnswer(block)) return;
-    if (const auto json = BlockAsJson(block, options.byteLimit)) PrintJsonLine(*json);
+    if (options.showAll || IsAnswer(block)) PrintBlock(block, options.byteLimit, std::cout);
   });
   session.RunUntilIdle();
   PrintIdle();

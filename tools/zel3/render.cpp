@@ -79,10 +79,12 @@ void PrintCsv(const std::vector<std::vector<std::string>>& rows) {
   }
 }
 
-void PrintJsonLine(const nlohmann::ordered_json& value) {
+std::string JsonText(const nlohmann::ordered_json& value) {
   constexpr int kCompact = -1;
   constexpr bool kOnlyAscii = false;
-  std::cout << value.dump(kCompact, ' ', kOnlyAscii,
-                          nlohmann::ordered_json::error_handler_t::replace)
-            << '\n';
+  return value.dump(kCompact, ' ', kOnlyAscii, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+void PrintJsonLine(const nlohmann::ordered_json& value) {
+  std::cout << JsonText(value) << '\n';
 }

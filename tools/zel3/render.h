@@ -39,5 +39,6 @@ void PrintTable(const std::vector<std::vector<std::string>>& rows);
 // that come from outside must be escaped.
 void PrintCsv(const std::vector<std::vector<std::string>>& rows);
 
-// Prints one JSON value on one line. Bytes of a text that are not UTF-8 print as U+FFFD.
+// One JSON value on one line. Bytes of a text that are not UTF-8 become U+FFFD.
+std::string JsonText(const nlohmann::ordered_json& value);
 void PrintJsonLine(const nlohmann::ordered_json& value);

@@ -19,9 +19,8 @@ void CZel3FileReader::Send_indexing_progress() {
 }
 
 void CZel3FileReader::SendProgress(std::uint32_t percent) {
-  const QString& path = CurrentPath();
-  const QString detail = path.isEmpty() ? QString(QLatin1String("indexing ZEL3 file..."))
-                                        : path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
+  const QString detail =
+      CurrentPath().isEmpty() ? QString(QLatin1String("indexing ZEL3 file...")) : CurrentFileName();
   SendMessage(tag::kLevelWarning, tag::kCodeProgress, std::to_string(percent) + "%", detail);
 }
 

@@ -5,15 +5,15 @@ bool cZel3Indexer::Open_file(const QString& path, std::uint64_t endPosition) {
   scratchPos = 0;
   pendingId3RecValid = false;
   Make_current(path);
-  const bool hasHeaders = OpenPlainFile(hdrFile, hdrFileName, QIODevice::ReadOnly);
-  const bool hasRecords = OpenPlainFile(id3File, id3FileName, QIODevice::ReadOnly);
-  const bool hasEvents = OpenPlainFile(evtFile, evtFileName, QIODevice::ReadOnly);
-  if (!hasRecords || !hasEvents) return false;
+  const bool headersOpen = OpenPlainFile(hdrFile, hdrFileName, QIODevice::ReadOnly);
+  const bool recordsOpen = OpenPlainFile(id3File, id3FileName, QIODevice::ReadOnly);
+  const bool eventsOpen = OpenPlainFile(evtFile, evtFileName, QIODevice::ReadOnly);
+  if (!recordsOpen || !eventsOpen) return false;
 
   // Each is loaded, whatever the others gave; any one of them makes the cache count.
   const bool recordsLoaded = Load_ID3();
   const bool eventsLoaded = Load_EVT();
-  const bool headersLoaded = hasHeaders ? Load_HDR() : Set_empty_HDR();
+  const bool headersLoaded = headersOpen ? Load_HDR() : Set_empty_HDR();
   if (!recordsLoaded && !eventsLoaded && !headersLoaded) return false;
 
   current.partial = false;
