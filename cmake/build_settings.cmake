@@ -16,6 +16,7 @@ add_compile_definitions(_GLIBCXX_USE_CXX11_ABI=0 _FILE_OFFSET_BITS=64)
 # Qt refuses position-dependent code and -fPIE alike.
 add_compile_options(-fPIC -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Wmultichar -Werror)
 
+# Saves half of the time. The preset native goes without: it finds files that lack an include.
 if(CMAKE_UNITY_BUILD)
   # The unnamed namespaces of files that are compiled together are not those of headers.
   add_compile_options(-Wno-subobject-linkage)

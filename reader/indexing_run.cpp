@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstring>
+#include <memory>
 
 #include "brick_loader.h"
 #include "scoped_value.h"
@@ -30,8 +31,7 @@ int CZel3FileReader::Start_make_index(QString const& path) {
 }
 
 void CZel3FileReader::Create_index_reader(QString const& path) {
-  auto* const reader = new CZel3FileReader();
-  indexReader = reader;
+  auto reader = std::make_unique<CZel3FileReader>();
   reader->isIndexReader = true;
   TBrickConfig readerConfig = config;
   const QByteArray localPath = path.toLocal8Bit();
@@ -40,6 +40,8 @@ void CZel3FileReader::Create_index_reader(QString const& path) {
   std::memset(readerConfig.sourcePath, 0, sizeof(readerConfig.sourcePath));
   std::memcpy(readerConfig.sourcePath, localPath.constData(), length);
   reader->Create(readerConfig);
+  // From here on it ends by itself, when told so.
+  indexReader = reader.release();
 }
 
 void CZel3FileReader::Create_index_parser() {

@@ -1,11 +1,14 @@
 #include "command_block.h"
 
 #include <cstring>
+#include <vector>
 
 #include "block_test.h"
 #include "brick.h"
 #include "commands.h"
+#include "heap_growth.h"
 #include "notifications.h"
+#include "scarce_memory.h"
 
 namespace {
 
@@ -92,6 +95,27 @@ TEST_F(CommandBlock, ReleasesTheStringsOfItsRecord) {
   EXPECT_TRUE(IsOnlyOwner(text));
 }
 
+TEST_F(CommandBlock, GivesItsMemoryBack) {
+  CBrick bricks[21];
+  const auto makeAndRelease = [&bricks] {
+    std::vector<PreviewRequestBlock> blocks;
+    for (int count = 0; count < 1000; ++count) blocks.push_back(PreviewRequestBlock::New(1000));
+    for (CBrick& brick : bricks) blocks.front().MarkHandledBy(&brick);
+  };
+  EXPECT_LT(HeapGrowthOf(makeAndRelease), kHeapNoise);
+}
+
+TEST_F(CommandBlock, GivesItsMemoryBackWhenThereIsNoneForItsList) {
+  const auto fail = [] {
+    const ScarceMemory none(0);
+    ChunkRequestBlock::New(1000);
+  };
+  const auto failOften = [fail] {
+    for (int count = 0; count < 1000; ++count) EXPECT_THROW(fail(), std::bad_alloc);
+  };
+  EXPECT_LT(HeapGrowthOf(failOften), kHeapNoise);
+}
+
 TEST_F(CommandBlock, PassesAListOnWithoutCopyingIt) {
   QList<TEventListEntry> events;
   events.append(TEventListEntry{});
@@ -140,6 +164,22 @@ TEST_F(CommandBlock, GetsTenMorePlacesForTheEleventhBrick) {
     EXPECT_FALSE(block.MarkHandledBy(&bricks[place]));
   }
   EXPECT_EQ(node.routeCount, 21U);
+}
+
+TEST_F(CommandBlock, KeepsItsListWhenThereIsNoMemoryForALargerOne) {
+  CBrick bricks[11];
+  const PreviewRequestBlock block = PreviewRequestBlock::New();
+  for (int count = 0; count < 10; ++count) block.MarkHandledBy(&bricks[count]);
+  const auto fail = [&] {
+    const ScarceMemory none(0);
+    block.MarkHandledBy(&bricks[10]);
+  };
+  EXPECT_THROW(fail(), std::bad_alloc);
+  const cCommandNode& node = NodeOf(block);
+  ASSERT_EQ(node.routeCount, 10U);
+  EXPECT_EQ(node.routeCapacity, 10U);
+  for (int place = 0; place < 10; ++place) EXPECT_EQ(node.route[place], &bricks[place]);
+  EXPECT_TRUE(block.MarkHandledBy(&bricks[10]));
 }
 
 // Other modules may build the node with no list at all.

@@ -1,8 +1,11 @@
 #include "node_pool.h"
 
+#include <malloc.h>
+
 #include <cstdlib>
 
 #include "block_test.h"
+#include "heap_growth.h"
 #include "struct_block.h"
 
 namespace {
@@ -50,9 +53,11 @@ TEST_F(NodePool, FreesATooSmallNodeAndLooksAtNoOther) {
 }
 
 TEST_F(NodePool, FreesItsNodesWhenItGoes) {
-  chainlist pool;
-  PutNew(pool, 10);
-  EXPECT_NE(PutNew(pool, 10), nullptr);
+  const auto fillAndGo = [] {
+    chainlist pool;
+    for (int count = 0; count < 1000; ++count) PutNew(pool, 1000);
+  };
+  EXPECT_LT(HeapGrowthOf(fillAndGo), kHeapNoise);
 }
 
 // Blocks of one type share a pool; each test has a type, and so a pool, of its own.
@@ -112,6 +117,7 @@ TEST_F(NodePool, LetsGoOfATooSmallNodeAndKeepsTheOthers) {
   }
   const Pooled fresh = Pooled::New(kLarge / 2);
   EXPECT_NE(fresh.Bytes(), large);
+  EXPECT_GE(malloc_usable_size(&NodeAccess::Of(fresh)), sizeof(cMemBlock::node) + kLarge / 2);
   EXPECT_EQ(Pooled::New(kLarge / 2).Bytes(), large);
 }
 

@@ -74,26 +74,7 @@ TEST(Tags, AreAllDifferent) {
 }
 
 TEST(Tags, HaveTheirFirstCharacterInTheLowestByte) {
-  EXPECT_EQ(FourCc("Hdr3"), 863134792U);
-  EXPECT_EQ(FourCc("Hdr3"), 0x33726448U);
   EXPECT_EQ(FourCc("\xFF\x01\x80\x7F"), 0x7F8001FFU);
-}
-
-TEST(Tags, HaveTheAgreedValues) {
-  EXPECT_EQ(tag::kHeader, 863134792U);
-  EXPECT_EQ(tag::kIndex, 863528009U);
-  EXPECT_EQ(tag::kData, 863265092U);
-  EXPECT_EQ(tag::kParserTag, 1348952404U);
-  EXPECT_EQ(tag::kStreamTag, 543646036U);
-  EXPECT_EQ(tag::kRawData, 1952531538U);
-  EXPECT_EQ(tag::kChunkRequest, 863064643U);
-  EXPECT_EQ(tag::kParserChunkRequest, 861029200U);
-  EXPECT_EQ(tag::kPlay, 862022736U);
-  EXPECT_EQ(tag::kActivityRequest, 863201608U);
-  EXPECT_EQ(tag::kPreviewRequest, 1986359888U);
-  EXPECT_EQ(tag::kArchives, 1097036353U);
-  EXPECT_EQ(tag::kKill, 1819044171U);
-  EXPECT_EQ(tag::kNotify, 2036757614U);
 }
 
 }  // namespace

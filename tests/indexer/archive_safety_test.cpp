@@ -7,6 +7,7 @@
 namespace {
 
 namespace fs = std::filesystem;
+using testing::ElementsAre;
 using testing::SizeIs;
 
 class ArchiveSafety : public CacheTest {
@@ -55,6 +56,8 @@ TEST_F(ArchiveSafety, HoldsForTheNameOfACacheFile) {
     RemoveCaches();
     const std::string path = MakeArchive(folder / name);
     IndexAndExpectUntouched(path);
+    EXPECT_THAT(ArchiveFolderNames(), ElementsAre("cam.zel3", name));
+    EXPECT_FALSE(cZel3Indexer().Open_file(Path(path), 9000)) << "it is no part of its own cache";
     ExpectCachedInTheCacheFolder(path);
   }
 }

@@ -100,6 +100,11 @@ TEST_F(CacheLocation, OfAChangedArchiveIsAnother) {
   EXPECT_EQ(Id3Name(archive, cache.Path() + "/"), cache.Path() + "/70.01.01 00-00-01 cam.id3");
 }
 
+TEST_F(CacheLocation, OfAMissingArchiveHasNoTimeInItsName) {
+  const TempFolder cache;
+  EXPECT_EQ(Id3Name("/no/such/cam.zel3", cache.Path() + "/"), cache.Path() + "/cam.id3");
+}
+
 TEST_F(CacheLocation, IsSharedByArchivesOfOneNameAndTime) {
   const TempFolder cache;
   const TempFolder other;

@@ -5,6 +5,7 @@
 
 #include "cache_test.h"
 #include "process_limit.h"
+#include "sanitized.h"
 #include "sparse_file.h"
 
 // What stands under the name of a cache file need not be one.
@@ -16,15 +17,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr std::int64_t kGiB = 1LL << 30;
-
-// g++ tells by a macro, clang by a feature, for which g++ may know the name only.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kIsSanitized = true;
-#elif defined(__has_feature)
-constexpr bool kIsSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool kIsSanitized = false;
-#endif
 
 struct OddFile {
   const char* what;

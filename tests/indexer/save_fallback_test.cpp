@@ -19,10 +19,11 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class SaveTest : public CacheTest {
+class ObstructedSave : public CacheTest {
  protected:
-  void Collect() {
-    Open();
+  void CollectOneLongEvent() { CollectOneLongEvent(archive); }
+  void CollectOneLongEvent(const std::string& path) {
+    index.Open_file(Path(path), 9000);
     index.Begin_intake();
     index.Add_header(HDR_T());
     for (const std::uint32_t time : {100U, 110U, 130U}) {
@@ -69,7 +70,7 @@ const Obstacle kObstacles[] = {
      [](const std::string& path) { fs::create_symlink("/no/such/file", path); }},
 };
 
-class SaveFallback : public SaveTest {};
+class SaveFallback : public ObstructedSave {};
 
 TEST_F(SaveFallback, IsTheCacheFolderOfTheTemporaryFolder) {
   for (const Obstacle& obstacle : kObstacles) {
@@ -79,7 +80,7 @@ TEST_F(SaveFallback, IsTheCacheFolderOfTheTemporaryFolder) {
       fs::remove_all(CacheSubfolder());
       obstacle.make(Beside(kind));
       index.cacheFolder = QString();
-      Collect();
+      CollectOneLongEvent();
       index.Save_files();
       EXPECT_EQ(Text(index.cacheFolder), CacheSubfolder());
       EXPECT_EQ(CacheSubfolderNames(), NamesInCacheFolder());
@@ -92,22 +93,60 @@ TEST_F(SaveFallback, IsTheCacheFolderOfTheTemporaryFolder) {
 
 TEST_F(SaveFallback, KeepsTheNameOfTheEntriesInTheStore) {
   fs::create_directory(Beside("evt"));
-  Collect();
+  CollectOneLongEvent();
   index.Save_files();
   EXPECT_EQ(Text(index.current.id3Path), Beside("id3"));
 }
 
 TEST_F(SaveFallback, ServesTheIndexerFromThenOn) {
   fs::create_directory(Beside("evt"));
-  Collect();
+  CollectOneLongEvent();
   index.Save_files();
   ASSERT_TRUE(Open());
   EXPECT_EQ(ContentsOf(index.current), collected);
   EXPECT_EQ(Text(index.current.id3Path), CacheSubfolder() + kArchiveTimeInNames + "cam.id3");
 }
 
+TEST_F(SaveFallback, EmptiesWhatIsNotRefused) {
+  for (const bool olderFiles : {true, false}) {
+    SCOPED_TRACE(olderFiles ? "older files" : "no files");
+    for (const char* kind : {"hdr", "id3", "evt"}) fs::remove_all(Beside(kind));
+    if (olderFiles) WriteSmallCache();
+    fs::remove(Beside("hdr"));
+    fs::create_directory(Beside("hdr"));
+    index.cacheFolder = QString();
+    Open();
+    EXPECT_TRUE(index.Reopen_for_write());
+    for (const char* kind : {"id3", "evt"}) {
+      EXPECT_TRUE(FileExists(Beside(kind))) << kind;
+      EXPECT_THAT(ReadFile(Beside(kind)), IsEmpty()) << kind;
+    }
+  }
+}
+
+// Empty entries and events with no header file are a cache, of an archive without entries.
+TEST_F(SaveFallback, IsNotLookedForByALaterStartThatFindsTheEmptiedFiles) {
+  fs::create_directory(Beside("hdr"));
+  CollectOneLongEvent();
+  index.Save_files();
+  cZel3Indexer fresh;
+  ASSERT_TRUE(fresh.Open_file(Path(archive), 9000));
+  EXPECT_EQ(ContentsOf(fresh.files[0]), (Contents{{}, {0}, {}}));
+  EXPECT_THAT(fresh.files[0].blockPositions, ElementsAre(9000));
+}
+
+TEST_F(SaveFallback, NamesTheTimeThatTheArchiveHasByThen) {
+  fs::create_directory(Beside("evt"));
+  CollectOneLongEvent();
+  SetModificationTime(archive, kArchiveTime + 1);
+  index.Save_files();
+  EXPECT_THAT(CacheSubfolderNames(),
+              ElementsAre("13.05.07 14-03-10 cam.evt", "13.05.07 14-03-10 cam.hdr",
+                          "13.05.07 14-03-10 cam.id3"));
+}
+
 TEST_F(SaveFallback, IsUsedWhereNoFileCanBeMade) {
-  Collect();
+  CollectOneLongEvent();
   {
     const ReadOnlyFolder readOnly(folder.Path());
     index.Save_files();
@@ -118,7 +157,7 @@ TEST_F(SaveFallback, IsUsedWhereNoFileCanBeMade) {
 
 TEST_F(SaveFallback, ReplacesAConfiguredFolderThatIsMissing) {
   index.cacheFolder = Path(folder / "missing");
-  Collect();
+  CollectOneLongEvent();
   index.Save_files();
   EXPECT_EQ(Text(index.cacheFolder), CacheSubfolder());
   EXPECT_EQ(InCacheFolder(), collected);
@@ -128,14 +167,14 @@ TEST_F(SaveFallback, ReplacesAConfiguredFolderThatIsMissing) {
 TEST_F(SaveFallback, IsTheTemporaryFolderItselfWhenItsSubfolderCannotBeMade) {
   fs::create_directory(Beside("evt"));
   WriteFile(temporary / "Vorn auxillary files", std::string("in the way"));
-  Collect();
+  CollectOneLongEvent();
   index.Save_files();
   EXPECT_EQ(Text(index.cacheFolder), Temporary());
   EXPECT_TRUE(FileExists(temporary / (std::string(kArchiveTimeInNames) + "cam.id3")));
 }
 
 // Nothing can be written in either place.
-class NoFallback : public SaveTest {
+class NoFallback : public ObstructedSave {
  protected:
   void ExpectNothingWritten() {
     EXPECT_FALSE(index.Reopen_for_write());
@@ -156,7 +195,7 @@ TEST_F(NoFallback, WritesNothingWhenThatIsObstructedToo) {
     fs::create_directory(Beside("hdr"));
     fs::create_directories(CacheSubfolder() + kArchiveTimeInNames + "cam." + kind);
     index.cacheFolder = QString();
-    Collect();
+    CollectOneLongEvent();
     ExpectNothingWritten();
     cZel3Indexer fresh;
     fresh.cacheFolder = Path(CacheSubfolder());
@@ -167,7 +206,7 @@ TEST_F(NoFallback, WritesNothingWhenThatIsObstructedToo) {
 
 TEST_F(NoFallback, WritesNothingWithoutATemporaryFolder) {
   fs::create_directory(Beside("evt"));
-  Collect();
+  CollectOneLongEvent();
   const EnvironmentValue nowhere("TMPDIR", "/no/such/folder");
   ExpectNothingWritten();
   EXPECT_EQ(Text(index.cacheFolder), "");
@@ -176,7 +215,7 @@ TEST_F(NoFallback, WritesNothingWithoutATemporaryFolder) {
 
 TEST_F(NoFallback, WritesNothingBesideTheArchiveInsteadOfAConfiguredFolder) {
   index.cacheFolder = Path(folder / "missing");
-  Collect();
+  CollectOneLongEvent();
   const EnvironmentValue nowhere("TMPDIR", "/no/such/folder");
   ExpectNothingWritten();
   EXPECT_THAT(ArchiveFolderNames(), ElementsAre("cam.zel3"));
@@ -194,7 +233,7 @@ TEST_F(NoFallback, WritesNothingForABareNameWhoseNamesAreTheSameInBothPlaces) {
 }
 
 // Writing fails after so many bytes of a file: the headers take 8, the entries 72, the events 111.
-class FullDisk : public SaveTest, public testing::WithParamInterface<int> {
+class FullDisk : public ObstructedSave, public testing::WithParamInterface<int> {
  protected:
   void SaveWithoutRoom() {
     const ProcessLimit room(RLIMIT_FSIZE, static_cast<rlim_t>(GetParam()));
@@ -212,7 +251,7 @@ class FullDisk : public SaveTest, public testing::WithParamInterface<int> {
 };
 
 TEST_P(FullDisk, LeavesNoCache) {
-  Collect();
+  CollectOneLongEvent();
   SaveWithoutRoom();
   EXPECT_FALSE(OpensBeside());
   EXPECT_THAT(Unsuitable(ArchiveFolderNames()), IsEmpty());
@@ -220,10 +259,10 @@ TEST_P(FullDisk, LeavesNoCache) {
 }
 
 TEST_P(FullDisk, LeavesNoPartOfAnOlderCache) {
-  Collect();
+  CollectOneLongEvent();
   index.Save_files();
   ASSERT_TRUE(OpensBeside());
-  Collect();
+  CollectOneLongEvent();
   SaveWithoutRoom();
   EXPECT_FALSE(OpensBeside());
 }
@@ -231,7 +270,7 @@ TEST_P(FullDisk, LeavesNoPartOfAnOlderCache) {
 TEST_P(FullDisk, LeavesNoCacheInTheCacheFolder) {
   fs::create_directory(Beside("evt"));
   fs::create_directory(CacheSubfolder());
-  Collect();
+  CollectOneLongEvent();
   SaveWithoutRoom();
   cZel3Indexer fresh;
   fresh.cacheFolder = Path(CacheSubfolder());
@@ -242,7 +281,7 @@ TEST_P(FullDisk, LeavesNoCacheInTheCacheFolder) {
 
 TEST_P(FullDisk, LeavesNoCacheWhereFilesAreWrittenInPlace) {
   WriteSmallCache();
-  Collect();
+  CollectOneLongEvent();
   {
     const ReadOnlyFolder readOnly(folder.Path());
     SaveWithoutRoom();
@@ -253,7 +292,7 @@ TEST_P(FullDisk, LeavesNoCacheWhereFilesAreWrittenInPlace) {
 }
 
 TEST_P(FullDisk, DoesNotKeepALaterSaveFromWorking) {
-  Collect();
+  CollectOneLongEvent();
   SaveWithoutRoom();
   index.Save_files();
   ASSERT_TRUE(Open());
@@ -272,7 +311,7 @@ struct LongFileCase {
 };
 
 // One file alone is too long; the events take nothing.
-TEST_F(SaveTest, LeavesNoCacheWhenOnlyOneFileFindsNoRoom) {
+TEST_F(ObstructedSave, LeavesNoCacheWhenOnlyOneFileFindsNoRoom) {
   const LongFileCase cases[] = {
       {"headers", 100, 1}, {"entries", 1, 100}, {"many entries", 0, 5000}};
   for (const LongFileCase& row : cases) {
@@ -289,11 +328,11 @@ TEST_F(SaveTest, LeavesNoCacheWhenOnlyOneFileFindsNoRoom) {
   }
 }
 
-class SaveInPlace : public SaveTest {};
+class SaveInPlace : public ObstructedSave {};
 
 TEST_F(SaveInPlace, WorksWhereFilesMayBeWrittenButNotMade) {
   WriteSmallCache();
-  Collect();
+  CollectOneLongEvent();
   {
     const ReadOnlyFolder readOnly(folder.Path());
     ASSERT_THROW(WriteFile(folder / "new", Bytes()), std::runtime_error);
@@ -304,6 +343,47 @@ TEST_F(SaveInPlace, WorksWhereFilesMayBeWrittenButNotMade) {
   cZel3Indexer reader;
   ASSERT_TRUE(reader.Open_file(Path(archive), 9000));
   EXPECT_EQ(ContentsOf(reader.current), collected);
+}
+
+TEST_F(SaveInPlace, WorksWhereTheTemporaryNameIsTaken) {
+  const std::string taken = Beside("evt.unfinished.evt");
+  fs::create_directory(taken);
+  CollectOneLongEvent();
+  index.Save_files();
+  ASSERT_TRUE(Open());
+  EXPECT_EQ(ContentsOf(index.current), collected);
+  EXPECT_TRUE(fs::is_directory(taken));
+}
+
+TEST_F(SaveInPlace, WorksWhereTheTemporaryNameIsTooLong) {
+  const std::string stem(245, 'c');
+  const std::string path = MakeArchive(folder / (stem + ".zel3"));
+  CollectOneLongEvent(path);
+  index.Save_files();
+  EXPECT_THAT(ArchiveFolderNames(),
+              ElementsAre("cam.zel3", stem + ".evt", stem + ".hdr", stem + ".id3", stem + ".zel3"));
+  ASSERT_TRUE(index.Open_file(Path(path), 9000));
+  EXPECT_EQ(ContentsOf(index.current), collected);
+}
+
+class SaveThroughLinks : public ObstructedSave {};
+
+TEST_F(SaveThroughLinks, ReachesTheFilesThatTheyLeadTo) {
+  WriteSmallCache();
+  for (const char* kind : {"hdr", "id3", "evt"}) {
+    const std::string real = std::string("real.") + kind;
+    fs::rename(Beside(kind), folder / real);
+    fs::create_symlink(real, Beside(kind));
+  }
+  CollectOneLongEvent();
+  index.Save_files();
+  EXPECT_THAT(ArchiveFolderNames(), ElementsAre("cam.evt", "cam.hdr", "cam.id3", "cam.zel3",
+                                                "real.evt", "real.hdr", "real.id3"));
+  for (const char* kind : {"hdr", "id3", "evt"}) {
+    EXPECT_EQ(fs::read_symlink(Beside(kind)), std::string("real.") + kind);
+  }
+  ASSERT_TRUE(Open());
+  EXPECT_EQ(ContentsOf(index.current), collected);
 }
 
 }  // namespace

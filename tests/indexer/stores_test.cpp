@@ -128,11 +128,47 @@ TEST_F(Stores, MoveWithoutCopyingWhenTheListGrows) {
   EXPECT_TRUE(std::is_nothrow_move_assignable<sFile_Index_Store>::value);
 }
 
-TEST_F(Stores, CanFileAStoreOfTheListItself) {
+TEST_F(Stores, CanReplaceAStoreByItself) {
   FileAll(index, {FileOf("a", {10}), FileOf("b", {20})});
   index.Add_file_index(index.files[1]);
   EXPECT_THAT(FileNames(index), ElementsAre("a", "b"));
   EXPECT_THAT(Shown(index.files[1].id3Records), ElementsAre("20@0"));
+}
+
+// Filing moves the stores behind the place, be it within their memory or to a larger one.
+TEST_F(Stores, CanBeFiledOnceMoreFromTheListItself) {
+  for (const std::size_t room : {3U, 10U}) {
+    SCOPED_TRACE(room);
+    sFile_Index_Store whole = FileOf("c", {30});
+    whole.id3Path = Path("c.id3");
+    whole.headerPositions = {5};
+    whole.events = {EVT_FILE_DATA_T()};
+    whole.lastIndexTime = 31;
+    whole.indexInterval = 32;
+    whole.streamMap.fill(0xFF);
+    whole.blockPositions = {5, 30};
+    whole.partial = true;
+    cZel3Indexer fresh;
+    fresh.files.reserve(room);
+    FileAll(fresh, {FileOf("a", {10}), FileOf("b", {20}), whole, FileOf("b", {90})});
+    fresh.Add_file_index(fresh.files[2]);
+    EXPECT_THAT(FileNames(fresh), ElementsAre("a", "c", "b", "c"));
+    for (const std::size_t place : {1U, 3U}) {
+      SCOPED_TRACE(place);
+      const sFile_Index_Store& filed = fresh.files[place];
+      EXPECT_EQ(Text(filed.id3Path), "c.id3");
+      EXPECT_EQ(Positions(filed.headerPositions), std::vector<std::uint64_t>{5});
+      EXPECT_THAT(Shown(filed.id3Records), ElementsAre("30@0"));
+      EXPECT_THAT(Shown(filed.events), ElementsAre("0@0 x0"));
+      EXPECT_EQ(filed.startTime, 30U);
+      EXPECT_EQ(filed.lastIndexTime, 31U);
+      EXPECT_EQ(filed.endTime, 30U);
+      EXPECT_EQ(filed.indexInterval, 32U);
+      EXPECT_EQ(filed.streamMap, whole.streamMap);
+      EXPECT_THAT(filed.blockPositions, ElementsAre(5, 30));
+      EXPECT_TRUE(filed.partial);
+    }
+  }
 }
 
 // The overall range shows in gaps: a time outside it finds nothing, a time inside it finds a
@@ -241,6 +277,16 @@ TEST_F(BareEntries, TakeNothingFromDataThatCameBefore) {
   index.Add_block(active, nullptr, 0);
   index.Add_first_index(IndexAt(100, 1));
   EXPECT_THAT(Shown(index.current.id3Records), ElementsAre("100@0"));
+}
+
+TEST_F(BareEntries, KeyTheEventsThatFollowThem) {
+  DATA_T event;
+  event.type = 0x80;
+  index.Add_first_index(IndexAt(100));
+  index.Add_block(event, nullptr, 0);
+  index.Add_last_index(IndexAt(900));
+  index.Add_block(event, nullptr, 0);
+  EXPECT_THAT(Shown(index.current.events), ElementsAre("100@0 x1 80''", "900@0 x1 80''"));
 }
 
 TEST_F(BareEntries, WhoseTailIsEarlierThanAnotherFileAreListedTwice) {

@@ -135,6 +135,8 @@ TEST(TimeLookup, InAGapFindsTheNextFileOrTheFirstOneBefore) {
                                                  FileOf("b", {300, 400})};
   const std::vector<sFile_Index_Store> wrapped = {FileOf("a", {1, 3}),
                                                   FileOf("a", {0xFFFFFFFE}, 4)};
+  const std::vector<sFile_Index_Store> wrappedFirst = {FileOf("a", {0xFFFFFFFE}, 4),
+                                                       FileOf("b", {0xFFFFFFFF})};
   const std::vector<sFile_Index_Store> shrunkFront = {FileOf("a", {100, 900}),
                                                       FileOf("a", {500, 900})};
   const LookupCase cases[] = {
@@ -149,6 +151,8 @@ TEST(TimeLookup, InAGapFindsTheNextFileOrTheFirstOneBefore) {
        kNothing},
       {"backward at the very end of a file whose end time has wrapped", wrapped, 4000,
        At(0, 0, 4294967294000), At(0, 0, 4294967294000), At(0, 0, 4294967294000)},
+      {"at the very start of such a file", wrappedFirst, 4294967294000, At(0, 0, 4294967294000),
+       At(0, 0, 4294967294000), At(0, 0, 4294967294000)},
       {"before the first time", two, 99999, kNothing, kNothing, kNothing},
       {"behind the last time", two, 400001, kNothing, kNothing, kNothing},
       {"the latest time there is", two, ~0ULL, kNothing, kNothing, kNothing},

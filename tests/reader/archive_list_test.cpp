@@ -156,24 +156,4 @@ TEST_F(ArchiveListing, TheWarningNamesASingleFileByItsBareName) {
   EXPECT_THAT(Ask(ArchivesRequest()), ElementsAre("Err W010 No archive in a.zel3"));
 }
 
-// The warning is a notification, the list a command.
-TEST_F(ArchiveListing, TheWarningGoesOnlyToTheBricksBehindTheReader) {
-  CapturingClient before;
-  before.Create(Config(""));
-  Open(folder.Path());
-  reader->ConnectAfter(&before);
-  EXPECT_THAT(Ask(ArchivesRequest()), testing::SizeIs(1));
-  EXPECT_THAT(before.Take(), IsEmpty());
-}
-
-TEST_F(ArchiveListing, TheListGoesToTheBricksOnBothSides) {
-  CapturingClient before;
-  before.Create(Config(""));
-  Place("cam.zel3", ArchiveOf("cam", {10, 20, 30}));
-  Open(folder.Path());
-  reader->ConnectAfter(&before);
-  EXPECT_THAT(Ask(ArchivesRequest()), testing::SizeIs(1));
-  EXPECT_THAT(before.Take(), testing::SizeIs(1));
-}
-
 }  // namespace

@@ -74,6 +74,27 @@ TEST_F(CacheUse, AnArchiveThatHasChangedIsIndexedAnew) {
   EXPECT_EQ(workshop.orders.size(), 2u);
 }
 
+// The names are made when the archive is opened, before the run.
+TEST_F(CacheUse, TheIndexOfAnArchiveThatChangesDuringItsRunIsSavedUnderTheOldTime) {
+  fs::create_directory(folder / "cache");
+  const std::string path = PlaceArchive("cam.zel3");
+  Open(Config(path, folder / "cache"));
+  SetModificationTime(path, kModified + 1);
+  Settle();
+  EXPECT_THAT(EntryNames(folder / "cache"),
+              ElementsAre(kStamp + std::string("cam.evt"), kStamp + std::string("cam.hdr"),
+                          kStamp + std::string("cam.id3")));
+  EXPECT_THAT(Ask(ArchivesRequest()), ElementsAre("Err W010 No archive in cam.zel3"));
+}
+
+TEST_F(CacheUse, BesideAnArchiveThatChangesDuringItsRunTheIndexIsFound) {
+  const std::string path = PlaceArchive("cam.zel3");
+  Open(path);
+  SetModificationTime(path, kModified + 1);
+  Settle();
+  EXPECT_THAT(ArchiveTimes(), ElementsAre("10000-36000"));
+}
+
 // A missing folder is not made; the common one is used from then on.
 TEST_F(CacheUse, AMissingConfiguredFolderGivesWayToTheCommonOne) {
   const std::string path = PlaceArchive("cam.zel3");
@@ -84,6 +105,25 @@ TEST_F(CacheUse, AMissingConfiguredFolderGivesWayToTheCommonOne) {
   EXPECT_THAT(ArchiveTimes(), ElementsAre("10000-36000"));
 }
 
+// The name of the folder is read one character per byte, unlike that of the archive.
+TEST_F(CacheUse, AConfiguredFolderOutsideAsciiIsTakenByteForByte) {
+  const std::string given = folder / "\xC3\xA9";
+  fs::create_directory(given);
+  const std::string path = PlaceArchive("cam.zel3");
+  Open(Config(path, given));
+  Settle();
+  EXPECT_TRUE(fs::is_empty(given));
+  EXPECT_TRUE(fs::exists(CommonFolder() + "/" + kStamp + "cam.id3"));
+  EndReader();
+
+  const std::string readAs = folder / "\xC3\x83\xC2\xA9";
+  fs::create_directory(readAs);
+  Open(Config(path, given));
+  Settle();
+  EXPECT_TRUE(fs::is_empty(given));
+  EXPECT_TRUE(fs::exists(readAs + "/" + kStamp + "cam.id3"));
+}
+
 TEST_F(CacheUse, WhereNothingCanBeWrittenBesideTheArchiveTheCommonFolderIsUsed) {
   const std::string path = PlaceArchive("cam.zel3");
   fs::create_directory(folder / "cam.id3");
@@ -91,6 +131,21 @@ TEST_F(CacheUse, WhereNothingCanBeWrittenBesideTheArchiveTheCommonFolderIsUsed) 
   Settle();
   EXPECT_TRUE(fs::exists(CommonFolder() + "/" + kStamp + "cam.id3"));
   EXPECT_THAT(ArchiveTimes(), ElementsAre("10000-36000"));
+}
+
+TEST_F(CacheUse, OnceTheCommonFolderIsUsedItIsSoForAllArchivesOfAFolder) {
+  IndexCache{{{10, 100}, {20, 200}, {30, 300}}}.WriteBeside(PlaceArchive("a.zel3"));
+  Place("b.zel3", ArchiveOf("b", {110, 120, 130}));
+  fs::create_directory(folder / "b.id3");
+  Open(folder.Path());
+  EXPECT_THAT(ArchiveTimes(), ElementsAre("10000-36000", "110000-130000"));
+  Ask(ChunkRequest(115000));
+  EXPECT_EQ(workshop.orders.size(), 1u);
+  EXPECT_THAT(ArchiveTimes(), ElementsAre("10000-30000", "110000-136000"))
+      << "what lies beside the other archive is not looked at any more";
+  Ask(ChunkRequest(15000));
+  EXPECT_EQ(workshop.orders.size(), 2u);
+  EXPECT_THAT(ArchiveTimes(), ElementsAre("10000-36000", "110000-136000"));
 }
 
 // The first look takes it as it is, the second one recognises it: what the first run has written is
@@ -187,6 +242,7 @@ TEST_F(CacheUse, AnIndexWithEventsOnlyCounts) {
   EXPECT_THAT(Ask(ArchivesRequest()), ElementsAre("ArcA 1 " + path));
   EXPECT_THAT(Ask(ChunkRequest(10000)), ElementsAre("IRN3 none at 13000"));
   EXPECT_THAT(Ask(Play()), ElementsAre("Evt 1", "rset 25"));
+  EXPECT_THAT(ArchiveTimes(), ElementsAre("4294967295000-0")) << "a range without any time";
   EXPECT_TRUE(workshop.orders.empty());
 }
 

@@ -1,3 +1,4 @@
+#include "callbacks.h"
 #include "reader_test.h"
 
 namespace {
@@ -13,12 +14,18 @@ class Route : public cMemBlock {
   const cCommandNode& Node() const { return *static_cast<const cCommandNode*>(mNode); }
 };
 
-// Lets a test call the callbacks as a host does.
-class Callbacks : public CBrick {
+// Looks into a request's list of bricks as soon as an answer arrives, while the reader still
+// handles the request.
+class MarkingClient : public CBrick {
  public:
-  using CBrick::onCtrl;
-  using CBrick::onData;
-  using CBrick::onNotify;
+  explicit MarkingClient(const ActivityRequestBlock& request) : mRequest(request) {}
+  void enqueueData(cMemBlock const& block) override {
+    mRequest.MarkHandledBy(this);
+    CBrick::enqueueData(block);
+  }
+
+ private:
+  ActivityRequestBlock mRequest;
 };
 
 // A reader over one archive with three entries, at 10, 20 and 30 index units.
@@ -132,6 +139,16 @@ TEST_F(Dispatch, OtherRequestsMayComeAgain) {
   const ChunkRequestBlock request = ChunkRequest(20000);
   EXPECT_THAT(Ask(request), ElementsAre("IRN3 0/1 at 20000"));
   EXPECT_THAT(Ask(request), ElementsAre("IRN3 0/1 at 20000"));
+}
+
+// The list is locked only for the look into it; a handler inside the lock would wait for ever here.
+TEST_F(Dispatch, ARequestMayBeMarkedByAnotherBrickWhileItIsHandled) {
+  const ActivityRequestBlock activity = ActivityRequest(0, 100000, 10, 1);
+  MarkingClient marking(activity);
+  marking.Create(Config(""));
+  marking.ConnectAfter(reader.get());
+  EXPECT_THAT(Ask(activity), ElementsAre("Gist 38"));
+  EXPECT_THAT(Route(activity).Bricks(), ElementsAre(reader.get(), &marking));
 }
 
 TEST_F(Dispatch, APreviewRefusedWhileStoppedCountsAsHandled) {

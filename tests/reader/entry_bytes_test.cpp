@@ -1,6 +1,8 @@
 #include <filesystem>
 
+#include "process_limit.h"
 #include "reader_test.h"
+#include "sanitized.h"
 
 namespace {
 
@@ -152,6 +154,16 @@ TEST_F(EntryBytes, ANewHeaderWithinAFileComesWithItsFirstEntry) {
   EXPECT_EQ(Entry(0, 10000), EndingIn(Part(twoHeaders, 0, 100), Part(twoHeaders, 100, 100)));
 }
 
+TEST_F(EntryBytes, WhichHeaderAClientHasFollowsTheTimesAndNotTheIdentities) {
+  const Bytes twoHeaders = NumberedBytes(601);
+  const std::string path = Place("cam.zel3", twoHeaders);
+  IndexCache{{{10, 100}, {20, 200}, {30, 300}, {40, 400}}, {0, 250}}.WriteBeside(path);
+  OpenAndStart(path);
+  EXPECT_EQ(Entry(2, 10000), EndingIn(Part(twoHeaders, 0, 100), Part(twoHeaders, 300, 100)));
+  EXPECT_EQ(Entry(1, 20000), EndingIn(Part(twoHeaders, 200, 50)));
+  EXPECT_EQ(Entry(0, 30000), EndingIn(Part(twoHeaders, 250, 50), Part(twoHeaders, 100, 100)));
+}
+
 // A header counts for an entry only when it stands before it.
 TEST_F(EntryBytes, AHeaderAtTheEntryItselfIsNotItsHeader) {
   const std::string path = Place("cam.zel3", content);
@@ -229,6 +241,21 @@ TEST_F(EntryBytes, AnEntryOfWhichNothingCouldBeReadDoesNotCount) {
   EXPECT_EQ(Part(Entry(0, 10000), 0, 100), header) << "the header is still needed";
 }
 
+TEST_F(EntryBytes, AnEntryOfWhichAByteCouldBeReadCounts) {
+  const std::string path = Place("cam.zel3", content);
+  IndexCache{{{10, 100}, {20, 350}, {30, 1000}}, {0}}.WriteBeside(path);
+  OpenAndStart(path);
+  EXPECT_EQ(Entry(1, 20000).size(), 100u + 650 + 13);
+  EXPECT_EQ(Entry(0, 10000), EndingIn(Part(content, 100, 250))) << "the header is there already";
+}
+
+TEST_F(EntryBytes, OfAnOpenFileComeAlsoWhenItsNameIsGone) {
+  OpenArchive();
+  Entry(0, 10000);
+  std::filesystem::remove(folder / "cam.zel3");
+  EXPECT_EQ(Entry(1, 20000), EndingIn(Part(content, 200, 100)));
+}
+
 TEST_F(EntryBytes, AnAnswerTooLargeForABlockIsAnsweredAsNotFound) {
   const std::string path = Place("cam.zel3", content);
   IndexCache{{{10, 100}, {20, 200}, {30, 0xF0000000}}, {0}}.WriteBeside(path);
@@ -245,6 +272,39 @@ TEST_F(EntryBytes, TheLengthOfAnAnswerIsCountedWithHeaderAndMarker) {
   IndexCache{{{10, 100}, {20, 100 + kTooLong}, {30, 100 + kTooLong + 10}}, {0}}.WriteBeside(path);
   OpenAndStart(path);
   EXPECT_EQ(Entry(0, 10000), NotFound(10000));
+}
+
+TEST_F(EntryBytes, AnAnswerForWhichThereIsNoMemoryIsAnsweredAsNotFound) {
+  if (kIsSanitized) GTEST_SKIP() << "sanitizers need more address space than this test leaves";
+  const std::string path = Place("cam.zel3", content);
+  IndexCache{{{10, 100}, {20, 0x70000000}, {30, 0x70000010}}, {0}}.WriteBeside(path);
+  OpenAndStart(path);
+  {
+    const ProcessLimit memory(RLIMIT_AS, rlim_t{1} << 30);
+    EXPECT_EQ(Entry(0, 10000), NotFound(10000));
+  }
+  EXPECT_EQ(Entry(2, 30000), EndingIn(header)) << "it did not count as sent";
+}
+
+// Of a file without full index only the times of two entries are known, and no places.
+TEST_F(EntryBytes, OfAFileKnownByHeadAndTailAreTheEndMarkerAlone) {
+  Place("cam.zel3", ArchiveOf("cam", {10, 20, 30}));
+  OpenAndStart(folder.Path());
+  Ask(ChunkRequest(999000));
+  EXPECT_EQ(Entry(0, 10000), EndMarker());
+  EXPECT_EQ(Entry(1, 30000), EndMarker());
+  EXPECT_EQ(Entry(2, 10000), NotFound(10000));
+  EXPECT_TRUE(workshop.orders.empty()) << "bytes never start a run";
+}
+
+TEST_F(EntryBytes, OfAFileKnownByHeadAndTailDoNotCountAsSent) {
+  IndexCache{{{10, 100}, {20, 200}, {30, 300}}}.WriteBeside(Place("a.zel3", content));
+  Place("b.zel3", ArchiveOf("b", {110, 120, 130}));
+  OpenAndStart(folder.Path());
+  Entry(0, 10000);
+  EXPECT_EQ(BytesFor(BytesRequest(MakeIndexId(1, 0), 110000)), EndMarker());
+  EXPECT_EQ(Entry(1, 20000), EndingIn(Part(content, 200, 100)))
+      << "the header of the first file is still the last one sent";
 }
 
 // The end of an empty archive lies one before its start.
@@ -323,6 +383,37 @@ TEST_F(EntryBytesOfAFolder, AFileThatHasVanishedGivesTheMarkerAndNothingElse) {
   EXPECT_EQ(EntryOf(0, 0, 10000), EndingIn(Part(early, 100, 100))) << "others still come";
 }
 
+TEST_F(EntryBytesOfAFolder, AFileThatCouldNotBeOpenedIsTriedAgainOnlyAfterAnother) {
+  EntryOf(0, 0, 10000);
+  std::filesystem::remove(latePath);
+  EXPECT_EQ(Part(EntryOf(1, 0, 110000), 0, 13), EndMarker());
+  WriteFile(latePath, late);
+  const Bytes answer = EntryOf(1, 0, 110000);
+  EXPECT_EQ(answer.size(), 50u + 200 + 13);
+  EXPECT_EQ(Part(answer, 0, 13), EndMarker()) << "it is the current file and not opened again";
+  EntryOf(0, 0, 10000);
+  EXPECT_EQ(EntryOf(1, 0, 110000), EndingIn(Part(late, 0, 50), Part(late, 50, 200)));
+}
+
+// Only a single file that fails again counts as no archive.
+TEST_F(EntryBytesOfAFolder, AFileThatHasVanishedLeavesTheListAsItIs) {
+  std::filesystem::remove(latePath);
+  for (int i = 0; i < 3; ++i) {
+    EntryOf(0, 0, 10000);
+    EntryOf(1, 0, 110000);
+  }
+  EXPECT_THAT(ArchiveTimes(), ElementsAre("10000-36000", "110000-136000"));
+}
+
+TEST_F(EntryBytesOfAFolder, AHeaderThatIsReadShortKeepsItsRoom) {
+  EntryOf(0, 0, 10000);
+  std::filesystem::resize_file(latePath, 30);
+  const Bytes answer = EntryOf(1, 0, 110000);
+  EXPECT_EQ(answer.size(), 50u + 200 + 13);
+  EXPECT_EQ(Part(answer, 0, 30), Part(late, 0, 30));
+  EXPECT_EQ(Part(answer, 50, 13), EndMarker()) << "nothing of the entry could be read";
+}
+
 TEST_F(EntryBytesOfAFolder, AFileThatHasShrunkGivesWhatIsLeft) {
   EntryOf(0, 0, 10000);
   std::filesystem::resize_file(latePath, 60);
@@ -330,6 +421,34 @@ TEST_F(EntryBytesOfAFolder, AFileThatHasShrunkGivesWhatIsLeft) {
   EXPECT_EQ(answer.size(), 50u + 200 + 13);
   EXPECT_EQ(Part(answer, 0, 60), Part(late, 0, 60));
   EXPECT_EQ(Part(answer, 250, 13), EndMarker());
+}
+
+// A folder of a file with an index and one that is indexed only when a time in it is asked for.
+class EntryBytesAfterARun : public EntryBytes {
+ protected:
+  void SetUp() override {
+    const std::string path = Place("a.zel3", content);
+    IndexCache{{{10, 100}, {20, 200}, {30, 300}}}.WriteBeside(path);
+    Place("b.zel3", ArchiveOf("b", {110, 120, 130}));
+    OpenAndStart(folder.Path());
+    EXPECT_EQ(Entry(0, 10000).size(), 213u);
+    EXPECT_EQ(Entry(1, 20000).size(), 113u);
+  }
+  void Index() {
+    Ask(ChunkRequest(115000));
+    ASSERT_EQ(workshop.orders.size(), 1u) << "a run has ended by opening the folder again";
+  }
+};
+
+TEST_F(EntryBytesAfterARun, BeginWithTheHeaderAgain) {
+  Index();
+  EXPECT_EQ(Entry(1, 20000), EndingIn(header, Part(content, 200, 100)));
+}
+
+TEST_F(EntryBytesAfterARun, GoOnWithoutTheHeaderWhenTheFolderDidNotOpenAgain) {
+  Place("bad.zel3", Bytes(100, 0x11));
+  Index();
+  EXPECT_EQ(Entry(1, 20000), EndingIn(Part(content, 200, 100)));
 }
 
 }  // namespace

@@ -45,6 +45,8 @@ TEST_F(Factory, RefusesWhatIsNotForAReader) {
     TBrickConfig config = Config(folder.Path());
     refusal.spoil(&config);
     EXPECT_EQ(Make(config), nullptr) << refusal.name;
+    EXPECT_EQ(brick_plugins::LastError(), "the plug-in for 'Zel3' refused the configuration")
+        << "it does not throw";
   }
   EXPECT_EQ(pipeline.BrickCount(), 2u) << "the reader that was not spoilt, and its client";
 }

@@ -161,6 +161,18 @@ TEST_F(FailingRun, APathTooLongForTheIndexReaderEndsWithoutAnIndex) {
   EXPECT_THAT(Told(), ElementsAre("Warn W008 0% " + name, "Cewg", "IRN3 none at 18000"));
 }
 
+TEST_F(FailingRun, TheLongestPathThatTheIndexReaderTakesHas260Bytes) {
+  constexpr std::size_t kLongestPath = 260;
+  const std::string name = std::string(kLongestPath - folder.Path().size() - 1 - 5, 'c') + ".zel3";
+  const SmallArchive archive = ArchiveOf("cam", {10, 20, 30});
+  ASSERT_EQ(Place(name, archive).size(), kLongestPath);
+  workshop.pullsItself = true;
+  Open(folder.Path());
+  Send(ChunkRequest(15000));
+  Send(ChunkRequest(15000));
+  EXPECT_THAT(Without("Warn W008", Told()), ElementsAre("Cewg", "IRN3 0/0 at 10000"));
+}
+
 TEST_F(FailingRun, AnArchiveThatVanishesDuringItsRunIsGoneAfterwards) {
   const std::string path = Place("cam.zel3", ArchiveOf("cam", {10, 20}));
   OpenInARun(path);
@@ -194,6 +206,41 @@ TEST_F(FailingRun, ARunWhoseEndNeverComesGoesOnUntilTheReaderIsDestroyed) {
   EXPECT_THAT(Ask(ChunkRequest(0)), IsEmpty());
   EndReader();
   EXPECT_EQ(pipeline.BrickCount(), 1u);
+}
+
+// The list has been asked for and never been sent, so that every step of reading the folder again
+// answers with the warning.
+class ListWaitingForAFolder : public RunTest {
+ protected:
+  void SetUp() override {
+    RunTest::SetUp();
+    good = Place("good.zel3", ArchiveOf("good", {100, 110, 120}), 2'000'000);
+    bad = Place("bad.zel3", Bytes(100, 0x11), 1'000'000);
+    Open(folder.Path());
+    EXPECT_THAT(Ask(ArchivesRequest()), IsEmpty());
+    EXPECT_THAT(Ask(ChunkRequest(110000)), ElementsAre("Warn W008 0% bad.zel3"));
+  }
+  auto AreThreeWarningsAfterTheEnd() const {
+    const std::string warning = "Err W010 No archive in " + folder.Path();
+    return ElementsAre("Cewg", warning, warning, warning, kNoAnswerForward);
+  }
+
+  std::string good;
+  std::string bad;
+};
+
+TEST_F(ListWaitingForAFolder, IsRefusedThreeTimesWhenAllFilesAreGone) {
+  fs::remove(good);
+  fs::remove(bad);
+  EXPECT_THAT(EndRun(), AreThreeWarningsAfterTheEnd());
+}
+
+TEST_F(ListWaitingForAFolder, IsRefusedAtEveryFurtherRunAlsoWhenANewFileHasCome) {
+  fs::remove(good);
+  EXPECT_THAT(EndRun(), AreThreeWarningsAfterTheEnd());
+  Place("new.zel3", ArchiveOf("new", {500, 510, 520}), 3'000'000);
+  EXPECT_THAT(Ask(ChunkRequest(110000)), ElementsAre("Warn W008 0% bad.zel3"));
+  EXPECT_THAT(EndRun(), AreThreeWarningsAfterTheEnd());
 }
 
 }  // namespace

@@ -236,4 +236,14 @@ TEST_F(RunTest, ACacheThatAppearsMeanwhileIsReplacedAndNotContinued) {
   EXPECT_THAT(ReadFile(CachePath(path, "evt")), IsEmpty());
 }
 
+// No progress can be counted on an empty file, but the places of its records are kept.
+TEST_F(RunTest, AnEntryOfAnEmptyFileStandsWhereTheParserSaysToo) {
+  const std::string path = Place("cam.zel3", Bytes());
+  OpenInARun(path);
+  Parser().Report(ParsedPlace(1000));
+  Parser().Report(ParsedIndex(10));
+  EndRun();
+  EXPECT_EQ(ReadFile(CachePath(path, "id3")), (IndexCache{{{10, 1000}}}.Id3()));
+}
+
 }  // namespace

@@ -1,3 +1,4 @@
+#include <cstring>
 #include <filesystem>
 
 #include "run_test.h"
@@ -9,7 +10,10 @@ namespace fs = std::filesystem;
 class IndexingRun : public RunTest {};
 
 TEST_F(IndexingRun, AsksTheHostForAParser) {
-  OpenInARun(Place("cam.zel3", NumberedBytes(100)));
+  TBrickConfig own = Config(Place("cam.zel3", NumberedBytes(100)));
+  own.param = 0x01020304;
+  std::memset(own.name, 'n', sizeof(own.name));
+  Open(own);
   ASSERT_EQ(workshop.orders.size(), 1u);
   TBrickConfig expected = {};
   expected.ownerContext = pipeline.Id();
@@ -117,6 +121,13 @@ TEST_F(IndexingRun, NamesAnOlderFileToo) {
   EXPECT_THAT(Ask(DataTick()), ElementsAre("Warn W008 0% old.zel"));
 }
 
+TEST_F(IndexingRun, NamesAFileInTheLocalEncoding) {
+  OpenInARun(Place("камера.zel3", Bytes(100, 0x11)));
+  EXPECT_THAT(Ask(DataTick()), ElementsAre("Warn W008 0% камера.zel3"));
+  EndRun();
+  EXPECT_THAT(Ask(ArchivesRequest()), ElementsAre("Err W010 No archive in камера.zel3"));
+}
+
 TEST_F(IndexingRun, NamesAFileWithoutFolderByItsWholePath) {
   Place("cam.zel3", NumberedBytes(100));
   const fs::path before = fs::current_path();
@@ -168,6 +179,11 @@ TEST_F(IndexingRun, OnlyTheEndOfFileWarningEndsIt) {
   EXPECT_THAT(Report(Message(tag::kLevelRunEnded, 0)), IsEmpty());
   EXPECT_THAT(Report(ChunkAnswerBlock::New()), IsEmpty());
   EXPECT_THAT(Report(MessageBlock::New(sizeof(TNotifyMessage) - 1)), IsEmpty());
+  for (const Tag kind : {tag::kEventList, Tag{0}}) {
+    MessageBlock otherKind = MessageBlock::View(Message(tag::kLevelWarning, tag::kCodeEndOfFile));
+    otherKind.Record().kind = kind;
+    EXPECT_THAT(Report(otherKind), IsEmpty()) << FourCcText(kind);
+  }
   EXPECT_THAT(Report(NotifyBlock::New(3)), IsEmpty());
   EXPECT_THAT(Report(NotifyBlock::New(0)), IsEmpty());
   EXPECT_EQ(pipeline.BrickCount(), 4u);
@@ -188,6 +204,31 @@ TEST_F(IndexingRun, ItsEndIsToldByAMessageWithoutCodeAndTexts) {
   EXPECT_EQ(end.Record().value, 6);
   EXPECT_EQ(end.Record().text, "");
   EXPECT_EQ(end.Record().detail, "");
+}
+
+// The index reader is made with the whole configuration of its owner.
+TEST_F(IndexingRun, ItsMessagesBearTheSignatureOfTheConfiguration) {
+  TBrickConfig config = Config(Place("cam.zel3", Bytes(100, 0x11)));
+  config.signature = FourCc("Many");
+  Open(config);
+  Settle();
+  Parser().Pull();
+  Settle();
+  Parser().Pull();
+  Settle();
+  ASSERT_EQ(BlockText(workshop.lastNotification), "Warn EOF EOF End of file reached");
+  EXPECT_EQ(MessageBlock::View(workshop.lastNotification).Record().sender, FourCc("Many"));
+
+  Send(DataTick());
+  Parser().Report(Message(tag::kLevelWarning, tag::kCodeEndOfFile));
+  Send(ArchivesRequest());
+  Lines told;
+  for (const cMemBlock& block : Received()) {
+    told.push_back(BlockText(block));
+    EXPECT_EQ(MessageBlock::View(block).Record().sender, FourCc("Many")) << told.back();
+  }
+  EXPECT_THAT(told,
+              ElementsAre("Warn W008 0% cam.zel3", "Cewg", "Err W010 No archive in cam.zel3"));
 }
 
 TEST_F(IndexingRun, EndsTheParserFirstAndThenTheIndexReader) {

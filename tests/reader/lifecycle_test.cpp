@@ -21,6 +21,17 @@ TEST_F(Lifecycle, SaysNothingUntilItIsAsked) {
   EXPECT_THAT(Told(), IsEmpty());
 }
 
+TEST_F(Lifecycle, CreationTellsWhetherTheSourceWasOpened) {
+  const std::string cached = Place("cached.zel3", NumberedBytes(100));
+  IndexCache{{{10, 20}, {20, 60}}}.WriteBeside(cached);
+  const std::string uncached = Place("uncached.zel3", ArchiveOf("cam", {10, 20}));
+  Open(folder / "missing");
+  EXPECT_EQ(reader->Create(Config(folder / "missing")), 0);
+  EXPECT_NE(reader->Create(Config(cached)), 0);
+  EXPECT_EQ(reader->Create(Config(uncached)), 0) << "it is indexed first";
+  EXPECT_EQ(workshop.orders.size(), 1u);
+}
+
 TEST_F(Lifecycle, WithoutARunEndsAlone) {
   const std::string path = Place("cam.zel3", NumberedBytes(100));
   IndexCache{{{10, 20}, {20, 60}}}.WriteBeside(path);

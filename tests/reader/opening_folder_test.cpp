@@ -87,6 +87,21 @@ TEST_F(OpeningAFolder, AFileTooShortDoesNotDecideTheFormat) {
   EXPECT_THAT(Ask(ArchivesRequest()), ElementsAre(List(1)));
 }
 
+TEST_F(OpeningAFolder, AFileOfSixteenBytesIsLongEnoughToDecideTheFormat) {
+  Place("a.zel", Bytes(16, 0x11), kNewest);
+  PlaceGood("b.zel3", 100, kOlder);
+  Open(folder.Path());
+  EXPECT_THAT(Ask(ArchivesRequest()), IsEmpty());
+  EXPECT_THAT(Ask(ChunkRequest(110000)), ElementsAre("IRN3 none at 113000"));
+}
+
+TEST_F(OpeningAFolder, AFileOfSixteenBytesIsServedFromItsCache) {
+  IndexCache{{{10, 4}, {20, 8}}}.WriteBeside(Place("long.zel3", Bytes(16, 0x11)));
+  IndexCache{{{110, 4}, {120, 8}}}.WriteBeside(Place("short.zel3", Bytes(15, 0x11)));
+  Open(folder.Path());
+  EXPECT_THAT(ArchiveTimes(), ElementsAre("10000-26000"));
+}
+
 // Files of the other format are never set aside, so the folder does not count as empty.
 TEST_F(OpeningAFolder, FilesOfTheOtherFormatKeepTheWarningAway) {
   PlaceGood("a.zel", 100, kNewest);
@@ -165,6 +180,11 @@ TEST_F(OpeningAFolder, FilesOlderThanABadOneAreSetAsideEvenWhenTheyAreGood) {
   EXPECT_THAT(AskTwice(510000), ElementsAre("Cewg", "IRN3 none at 513000"));
   EXPECT_THAT(AskTwice(510000), ElementsAre("Cewg", "IRN3 1/1 at 510000"));
   EXPECT_THAT(AskTwice(510000), ElementsAre("IRN3 1/1 at 510000", "IRN3 1/1 at 510000"));
+
+  // Brought in by a request, the file ends with its last entry, which so has no bytes.
+  const std::size_t firstEntry = ArchiveBuilder("older.zel3").Header({{1}, {2}}).Size();
+  EXPECT_EQ(BytesFor(BytesRequest(MakeIndexId(1, 2), 520000)),
+            Joined(Part(ReadFile(folder / "older.zel3"), 0, firstEntry), EndMarker()));
 }
 
 TEST_F(OpeningAFolder, TheOrderOfTheScanIsByTimeAndNotByName) {
@@ -207,6 +227,92 @@ TEST_F(OpeningAFolder, FilesThatComeLaterAreFoundAtTheEndOfARun) {
   PlaceGood("b.zel3", 500, kNewest);
   Ask(ChunkRequest(110000));
   EXPECT_THAT(Ask(ArchivesRequest()), ElementsAre(List(2)));
+}
+
+TEST_F(OpeningAFolder, FilesThatAreGoneAreStillListed) {
+  PlaceGood("a.zel3", 100, kOldest);
+  PlaceGood("b.zel3", 500, kNewest);
+  Open(folder.Path());
+  fs::remove(folder / "b.zel3");
+  AskTwice(110000);
+  EXPECT_THAT(ArchiveTimes(), ElementsAre("100000-126000", "500000-520000"));
+}
+
+TEST_F(OpeningAFolder, SetAsideFilesCountAgainstItAlsoWhenTheyAreGone) {
+  PlaceGood("good.zel3", 100, kNewest);
+  PlaceBad("bad1.zel3", kOlder);
+  PlaceBad("bad2.zel3", kOldest);
+  Open(folder.Path());
+  fs::remove(folder / "bad1.zel3");
+  fs::remove(folder / "bad2.zel3");
+  EXPECT_THAT(AskTwice(110000), ElementsAre("Cewg", "IRN3 0/1 at 110000"));
+  EXPECT_THAT(Ask(ArchivesRequest()), ElementsAre(Warning())) << "two set aside, one listed";
+}
+
+TEST_F(OpeningAFolder, OnceItCountsAsEmptyANewFileDoesNotMendIt) {
+  PlaceBad("bad.zel3", kNewest - 1);
+  PlaceGood("good.zel3", 100, kOldest);
+  Open(folder.Path());
+  PlaceGood("new.zel3", 500, kNewest);
+  EXPECT_THAT(AskTwice(110000), ElementsAre("Cewg", "IRN3 none at 113000"));
+  EXPECT_THAT(Ask(ArchivesRequest()), ElementsAre(Warning()));
+}
+
+TEST_F(OpeningAFolder, TheFormatIsChosenAnewWheneverItIsReadAgain) {
+  PlaceGood("a.zel3", 100, kOldest);
+  Open(folder.Path());
+  PlaceGood("b.zel", 500, kNewest);
+  EXPECT_THAT(AskTwice(110000), ElementsAre("Cewg", "IRN3 none at 113000"))
+      << "the files of the newer format are passed over";
+
+  Send(ChunkRequest(110000));
+  Send(ChunkRequest(110000));
+  const Lines told = Told();
+  EXPECT_EQ(told.front(), "Warn W008 0% b.zel");
+  EXPECT_THAT(Without("Warn W008", told), ElementsAre("Cewg", "IRN3 0/1 at 110000"));
+  ASSERT_EQ(workshop.orders.size(), 2u);
+  EXPECT_EQ(workshop.orders[1].input.format, tag::kFormatZel1);
+}
+
+// It was not there when its bytes were asked for; that is remembered when the folder is read again.
+TEST_F(OpeningAFolder, AFileThatFailedOnceGetsNoQuickIndexAgain) {
+  IndexCache{{{10, 100}, {20, 200}, {30, 300}}}.WriteBeside(
+      Place("a.zel3", NumberedBytes(401), kNewest));
+  PlaceGood("b.zel3", 110, kOlder);
+  PlaceGood("c.zel3", 210, kOldest);
+  Open(folder.Path());
+  Ask(ChunkRequest(10000));
+  Ask(BytesRequest(MakeIndexId(0, 0), 10000));
+  fs::remove(folder / "c.zel3");
+  Ask(BytesRequest(MakeIndexId(2, 0), 210000));
+  PlaceGood("c.zel3", 210, kOldest);
+
+  EXPECT_THAT(AskTwice(115000), ElementsAre("Cewg", "IRN3 1/0 at 110000"));
+  EXPECT_THAT(Ask(ArchivesRequest()), ElementsAre(List(3)));
+  EXPECT_THAT(AskTwice(215000), ElementsAre("Cewg", "IRN3 none at 218000"))
+      << "it was set aside and is not opened again after its run";
+}
+
+TEST_F(OpeningAFolder, AFileSetAsideForItsSizeStaysAsideWhenItHasGrown) {
+  PlaceGood("a.zel3", 100, kNewest);
+  Place("late.zel3", Bytes(15, 0x11), kOldest);
+  Open(folder.Path());
+  PlaceGood("late.zel3", 500, kOldest);
+  EXPECT_THAT(AskTwice(110000), ElementsAre("Cewg", "IRN3 0/1 at 110000"));
+  EXPECT_THAT(Ask(ArchivesRequest()), ElementsAre(List(1)));
+}
+
+TEST_F(OpeningAFolder, NamesSetAsideAreToldApartByCase) {
+  Place("cam.zel3", Bytes(15, 0x11), kNewest);
+  PlaceGood("CAM.zel3", 100, kOldest);
+  Open(folder.Path());
+  EXPECT_THAT(Ask(ArchivesRequest()), ElementsAre(List(1)));
+}
+
+TEST_F(OpeningAFolder, HiddenFilesAreNotLookedAt) {
+  PlaceGood(".cam.zel3", 100, kNewest);
+  Open(folder.Path());
+  EXPECT_THAT(Ask(ArchivesRequest()), ElementsAre(Warning()));
 }
 
 }  // namespace

@@ -11,6 +11,11 @@ class ParkedRequests : public ReaderTest {
     Place("a.zel3", ArchiveOf("a", {10, 20, 30}));
     Place("b.zel3", ArchiveOf("b", {110, 120, 130}));
   }
+  void PlaceArchiveWithTwoEvents() {
+    ArchiveBuilder builder("a");
+    builder.Header({{1}}).Index(10).Data(0x80, 0, "door").Index(20).Data(0x81, 0, "gate");
+    Place("a.zel3", builder.Archive());
+  }
   Lines ToldAtTheEnd() { return Without("Warn W008", Told()); }
 };
 
@@ -49,6 +54,15 @@ TEST_F(ParkedRequests, AreDroppedDuringARunThatOpeningAFileHasStarted) {
   EXPECT_THAT(Ask(ChunkRequest(20000)), ElementsAre("IRN3 0/1 at 20000"));
 }
 
+TEST_F(ParkedRequests, OneThatIsDroppedDoesNotStartTheStream) {
+  Open(Place("a.zel3", ArchiveOf("a", {10, 20, 30})));
+  Send(ChunkRequest(10000, kAtOrBefore));
+  EXPECT_THAT(ToldAtTheEnd(), ElementsAre("Cewg"));
+  EXPECT_THAT(Ask(BytesRequest(MakeIndexId(0, 0), 10000)), IsEmpty());
+  Ask(ChunkRequest(10000, kAtOrBefore));
+  EXPECT_THAT(Ask(BytesRequest(MakeIndexId(0, 0), 10000)), testing::SizeIs(1));
+}
+
 TEST_F(ParkedRequests, ForAnotherUnindexedFileStartTheNextRun) {
   PlaceTwoArchives();
   Open(folder.Path());
@@ -82,13 +96,31 @@ TEST_F(ParkedRequests, TheDirectionOfTheLastPlayCommandHolds) {
 }
 
 TEST_F(ParkedRequests, AnEventListComesBeforeTheAnswer) {
-  ArchiveBuilder builder("a");
-  builder.Header({{1}}).Index(10).Data(0x80, 0, "door").Index(20).Data(0x81, 0, "gate");
-  Place("a.zel3", builder.Archive());
+  PlaceArchiveWithTwoEvents();
   Open(folder.Path());
   Send(ChunkRequest(10000));
   Send(ChunkRequest(10000));
   EXPECT_THAT(ToldAtTheEnd(), ElementsAre("Cewg", "Evt 2", "IRN3 0/0 at 10000"));
+}
+
+TEST_F(ParkedRequests, TheFirstPlayCommandBringsTheEventsAlsoWhenTheEndOfARunHasBroughtThem) {
+  PlaceArchiveWithTwoEvents();
+  Open(folder.Path());
+  Send(ChunkRequest(10000));
+  Send(ChunkRequest(10000));
+  EXPECT_THAT(ToldAtTheEnd(), ElementsAre("Cewg", "Evt 2", "IRN3 0/0 at 10000"));
+  EXPECT_THAT(Ask(Play()), ElementsAre("Evt 2", "rset 25"));
+  EXPECT_THAT(Ask(Play()), ElementsAre("rset 25"));
+}
+
+TEST_F(ParkedRequests, TheEndOfARunBringsTheEventsAlsoAfterAPlayCommand) {
+  PlaceArchiveWithTwoEvents();
+  Open(folder.Path());
+  EXPECT_THAT(Ask(Play()), ElementsAre("rset 25"));
+  Send(ChunkRequest(10000));
+  Send(ChunkRequest(10000));
+  EXPECT_THAT(ToldAtTheEnd(), ElementsAre("Cewg", "Evt 2", "IRN3 0/0 at 10000"));
+  EXPECT_THAT(Ask(Play()), ElementsAre("rset 25"));
 }
 
 TEST_F(ParkedRequests, WithoutAWaitingChunkRequestNoEventListComes) {

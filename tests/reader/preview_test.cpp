@@ -52,6 +52,23 @@ TEST_F(Preview, InAGapNamesTheFirstEntryBehindIt) {
       << "behind the last entry of a file as well";
 }
 
+// The next entry is looked for from the time of the entry found, not from the time asked for.
+TEST_F(Preview, WhereTimesRunBackwardNamesTheEntryThatFollowsTheTimeFound) {
+  const std::string path = Place("cam.zel3", NumberedBytes(501));
+  IndexCache{{{10, 100}, {20, 200}, {15, 300}, {40, 400}}}.WriteBeside(path);
+  Open(path);
+  Ask(ChunkRequest(10000));
+  EXPECT_THAT(PreviewOf(30000), ElementsAre("IRN3 0/1 at 20000 preview"));
+}
+
+TEST_F(Preview, WhereFilesOverlapNamesTheEntryThatFollowsTheTimeFound) {
+  IndexCache{{{100, 100}, {200, 200}, {300, 300}}}.WriteBeside(Place("a.zel3", NumberedBytes(401)));
+  IndexCache{{{150, 100}, {250, 200}}}.WriteBeside(Place("b.zel3", NumberedBytes(301)));
+  Open(folder.Path());
+  Ask(ChunkRequest(100000));
+  EXPECT_THAT(PreviewOf(260000), ElementsAre("IRN3 1/1 at 250000 preview"));
+}
+
 TEST_F(Preview, TellsWhenTheEndThatWasAskedForIsReached) {
   OpenArchive();
   EXPECT_THAT(PreviewOf(15000, 20001), ElementsAre("IRN3 0/1 at 20000 preview"));
@@ -115,6 +132,16 @@ TEST_F(Preview, NeverStartsARun) {
   Ask(ChunkRequest(115000));
   EXPECT_THAT(PreviewOf(15000), IsEmpty());
   EXPECT_THAT(PreviewOf(10000), IsEmpty());
+  EXPECT_TRUE(workshop.orders.empty());
+}
+
+TEST_F(Preview, IsNotShownFromTheNextFileWhileThatHasNoFullIndex) {
+  const std::string path = Place("a.zel3", NumberedBytes(401));
+  IndexCache{{{10, 100}, {20, 200}, {30, 300}}}.WriteBeside(path);
+  Place("b.zel3", ArchiveOf("b", {110, 120, 130}));
+  Open(folder.Path());
+  Ask(ChunkRequest(10000));
+  EXPECT_THAT(PreviewOf(35000), IsEmpty());
   EXPECT_TRUE(workshop.orders.empty());
 }
 

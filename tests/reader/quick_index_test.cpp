@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <fstream>
 
 #include "reader_test.h"
@@ -23,6 +24,12 @@ class QuickIndex : public ReaderTest {
     const Lines answer = Ask(ArchivesRequest());
     EndReader();
     return answer == Lines{"ArcA 1 " + folder.Path()};
+  }
+
+  // The streams of the only archive of the folder.
+  Bytes StreamMap() {
+    const std::vector<TArchiveEntry> entries = ArchiveList();
+    return entries.size() == 1 ? Bytes(entries[0].streamMap, entries[0].streamMap + 32) : Bytes();
   }
 
   // The index time that is taken for the last one of a file of `size` bytes with index records of
@@ -62,12 +69,10 @@ TEST_F(QuickIndex, LargeIndexTimesDoNotOverflow) {
 
 TEST_F(QuickIndex, MarksTheStreamsThatTheHeaderDeclaresActive) {
   OpenFolderWith(ArchiveBuilder("cam").Header({{0}, {7}, {9, false}, {255}}).Index(10).Content());
-  const std::vector<TArchiveEntry> entries = ArchiveList();
-  ASSERT_EQ(entries.size(), 1u);
   Bytes expected(32);
   expected[0] = 0x81;
   expected[31] = 0x80;
-  EXPECT_EQ(Bytes(entries[0].streamMap, entries[0].streamMap + 32), expected);
+  EXPECT_EQ(StreamMap(), expected);
 }
 
 // The place of the first index record counts from the file's start, not from the header.
@@ -117,6 +122,46 @@ TEST_F(QuickIndex, TheHeaderMarkerMustStandInTheFirstStretch) {
   EXPECT_TRUE(IsArchive(within.Content()));
 }
 
+TEST_F(QuickIndex, OfAHeaderThatRunsOverTheFirstStretchTheRestReadsAsZero) {
+  const auto withMarkerAt = [](std::size_t place) {
+    ArchiveBuilder builder("cam");
+    builder.Index(10);
+    return builder.Filler(place - builder.Size()).Header({{1}}, 5).Content();
+  };
+  EXPECT_FALSE(IsArchive(withMarkerAt(kStretch - 3))) << "the marker itself runs over it";
+  OpenFolderWith(withMarkerAt(kStretch - 4));
+  EXPECT_THAT(ArchiveTimes(), ElementsAre("10000-10000"));
+  EXPECT_EQ(StreamMap(), Bytes(32));
+}
+
+TEST_F(QuickIndex, TheFirstHeaderMarkerCounts) {
+  Bytes content = ArchiveBuilder("cam").Filler(12).Header({{1}}, 5 + 12).Index(10).Content();
+  EXPECT_TRUE(IsArchive(content));
+  const Bytes emptyHeader = {0xB5, 0xB5, 0x05, 0xB5, 0, 0, 0, 0, 0, 0, 0, 0};
+  std::copy(emptyHeader.begin(), emptyHeader.end(), content.begin());
+  EXPECT_FALSE(IsArchive(content));
+}
+
+TEST_F(QuickIndex, AHeaderMarkerMayFollowPartOfAnother) {
+  EXPECT_TRUE(
+      IsArchive(ArchiveBuilder("cam").Filler(1, 0xB5).Header({{1}}, 5 + 1).Index(10).Content()));
+}
+
+TEST_F(QuickIndex, TheFirstIndexRecordMustLieWholeInTheFirstStretch) {
+  const auto withFirstIndexAt = [](std::size_t place) {
+    // The header is as long as it can claim to be: 32,767 bytes.
+    constexpr std::int16_t kLongest = 32767;
+    ArchiveBuilder header("cam");
+    header.Header({{1}});
+    const auto extraLength = static_cast<std::int16_t>(kLongest - (header.Size() - 5));
+    ArchiveBuilder builder("cam");
+    builder.Header({{1}}, static_cast<std::int16_t>(place - kLongest), extraLength);
+    return builder.Filler(place - builder.Size()).Index(10).Filler(100).Content();
+  };
+  EXPECT_TRUE(IsArchive(withFirstIndexAt(kStretch - kIndexRecordSize)));
+  EXPECT_FALSE(IsArchive(withFirstIndexAt(kStretch - kIndexRecordSize + 1)));
+}
+
 // What a header at the very end of a file would say reads as zero: the first index record stands at
 // 0, and there are no streams.
 TEST_F(QuickIndex, AHeaderMarkerMayBeTheLastThingInAFile) {
@@ -139,9 +184,7 @@ TEST_F(QuickIndex, ANegativeHeaderLengthDeclaresNoStreams) {
   content.resize(32);
   content = Joined(content, ArchiveBuilder("").Index(10).Content());
   OpenFolderWith(content);
-  const std::vector<TArchiveEntry> entries = ArchiveList();
-  ASSERT_EQ(entries.size(), 1u);
-  EXPECT_EQ(Bytes(entries[0].streamMap, entries[0].streamMap + 32), Bytes(32));
+  EXPECT_EQ(StreamMap(), Bytes(32));
 }
 
 TEST_F(QuickIndex, AHeaderLengthThatEndsWithinTheTitleDeclaresNoStreams) {
@@ -151,20 +194,16 @@ TEST_F(QuickIndex, AHeaderLengthThatEndsWithinTheTitleDeclaresNoStreams) {
   content.resize(32);
   content = Joined(content, ArchiveBuilder("").Index(10).Content());
   OpenFolderWith(content);
-  const std::vector<TArchiveEntry> entries = ArchiveList();
-  ASSERT_EQ(entries.size(), 1u);
-  EXPECT_EQ(Bytes(entries[0].streamMap, entries[0].streamMap + 32), Bytes(32));
+  EXPECT_EQ(StreamMap(), Bytes(32));
 }
 
 // The end of the list is tested on the last NUL of a descriptor. A length that is one too large
 // therefore lets one more descriptor be read: here from the index record, 05 B5 …
 TEST_F(QuickIndex, AHeaderLengthOneTooLargeReadsOneMoreStream) {
   OpenFolderWith(ArchiveBuilder("cam").Header({{1}}, 4, +1).Index(10).Content());
-  const std::vector<TArchiveEntry> entries = ArchiveList();
-  ASSERT_EQ(entries.size(), 1u);
   Bytes expected(32);
   expected[0] = 1 << 1 | 1 << 5;
-  EXPECT_EQ(Bytes(entries[0].streamMap, entries[0].streamMap + 32), expected);
+  EXPECT_EQ(StreamMap(), expected);
 }
 
 TEST_F(QuickIndex, ADescriptorThatStraddlesTheEndIsReadWhole) {
@@ -177,9 +216,9 @@ TEST_F(QuickIndex, ADescriptorThatStraddlesTheEndIsReadWhole) {
   ArchiveBuilder archive("cam");
   archive.Header({{1}, {2}}, static_cast<std::int16_t>(5 - shorter), shorter).Index(10);
   OpenFolderWith(archive.Content());
-  const std::vector<TArchiveEntry> entries = ArchiveList();
-  ASSERT_EQ(entries.size(), 1u);
-  EXPECT_EQ(entries[0].streamMap[0], 1 << 1 | 1 << 2);
+  Bytes expected(32);
+  expected[0] = 1 << 1 | 1 << 2;
+  EXPECT_EQ(StreamMap(), expected);
 }
 
 TEST_F(QuickIndex, AHeaderThatPromisesMoreThanTheFileHoldsEndsWithTheFile) {
