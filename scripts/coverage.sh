@@ -8,7 +8,9 @@ scripts/setup.sh
 cmake --preset coverage >/dev/null
 cmake --build --preset coverage >/dev/null
 find build/coverage -name '*.gcda' -delete
-ctest --preset coverage --parallel "$(nproc)" --no-tests=error >/dev/null || { echo 'coverage: tests fail' >&2; exit 1; }
+# A program that may write small files only would spoil the counts of all others when it ends.
+ctest --preset coverage --parallel "$(nproc)" --no-tests=error --exclude-regex AHalfWrittenOutputIsRemoved \
+  --quiet --output-log build/coverage/tests.log || { cat build/coverage/tests.log; exit 1; }
 
 # Branches that only an exception takes are the compiler's, not ours.
 count() {
