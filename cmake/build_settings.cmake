@@ -10,6 +10,7 @@ set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
 set(ZEL3_SANITIZE "" CACHE STRING "Sanitizers, separated by commas: address,undefined or thread")
 option(ZEL3_COVERAGE "Instrument for line and branch coverage" OFF)
+option(ZEL3_FUZZ "Make the fuzzers, with clang" OFF)
 
 # Records that cross brick boundaries hold strings of one pointer, so every part uses the older string ABI.
 add_compile_definitions(_GLIBCXX_USE_CXX11_ABI=0 _FILE_OFFSET_BITS=64)
@@ -31,4 +32,7 @@ endif()
 if(ZEL3_COVERAGE)
   add_compile_options(--coverage -fprofile-update=atomic)
   add_link_options(--coverage)
+endif()
+if(ZEL3_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
 endif()

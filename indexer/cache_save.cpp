@@ -51,11 +51,12 @@ QString UnfinishedName(const QString& evtFileName) {
 
 // Nothing counts as a cache without its .evt file: that one goes before the others are emptied, so
 // that a kill in between does not leave half of an older cache. A file that cannot be written
-// stays.
+// stays, and so does a link: what it leads to is written in place.
 void RemoveWritable(const QString& evtFileName) {
   QFile events;
+  if (QFileInfo(evtFileName).isSymLink()) return;
   if (!OpenPlainFile(events, evtFileName, QIODevice::WriteOnly | QIODevice::Append)) return;
-  QFile::remove(QFileInfo(evtFileName).canonicalFilePath());
+  QFile::remove(evtFileName);
 }
 
 bool RenameFile(const QString& from, const QString& to) {
@@ -98,17 +99,17 @@ bool cZel3Indexer::OpenCacheFilesForWrite() {
 void cZel3Indexer::Save_files() {
   if (!Reopen_for_write()) return;
   // A cache counts only with its .evt file, so that one comes last and whole: without it, whatever
-  // else is there is indexed again. A link leads to the file that counts.
-  const QString eventsName = QFileInfo(evtFileName).canonicalFilePath();
-  const QString unfinishedName = UnfinishedName(eventsName);
+  // else is there is indexed again.
+  const QString unfinishedName = UnfinishedName(evtFileName);
   QFile unfinished;
-  const bool apart = OpenForWrite(unfinished, unfinishedName) && QFile::remove(eventsName);
+  const bool apart = !QFileInfo(evtFileName).isSymLink() &&
+                     OpenForWrite(unfinished, unfinishedName) && QFile::remove(evtFileName);
   if (apart) {
     evtFile.close();
-    if (WriteCacheFiles(unfinished) && RenameFile(unfinishedName, eventsName)) return;
+    if (WriteCacheFiles(unfinished) && RenameFile(unfinishedName, evtFileName)) return;
   } else {
-    // No file can be made under that name, or the .evt file cannot be replaced: the best left is to
-    // write in place, and to empty the files after a failure.
+    // The .evt file is a link or cannot be replaced, or no file can be made under the other name:
+    // the best left is to write in place, and to empty the files after a failure.
     if (!WriteCacheFiles(evtFile)) {
       for (const QString& name : {hdrFileName, id3FileName, evtFileName}) QFile::resize(name, 0);
     }

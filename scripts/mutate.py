@@ -3,11 +3,11 @@
 
 A change that no test notices (a survivor) is listed: a missing test, or code that does not matter.
 
-    scripts/mutate.py [--jobs N] [--every N] [--accepted FILE] [PATH...]
+    scripts/mutate.py [--jobs N] [--every N] [--from N] [--accepted FILE] [PATH...]
 
-PATH: source files, by default all of indexer/ and reader/. --every N takes each N-th change only. Survivors listed in
-FILE (default: scripts/mutants_accepted.txt) are known, each with its reason, and are counted apart.
-Ends with 1 when another survivor is found. Works on copies under build/mutants.
+PATH: source files, by default all of indexer/ and reader/. --every N takes each N-th change only, --from N begins with
+the N-th (from 0). Survivors listed in FILE (default: scripts/mutants_accepted.txt) are known, each with its reason, and
+are counted apart. Ends with 1 when another survivor is found. Works on copies under build/mutants.
 """
 
 import argparse
@@ -23,7 +23,7 @@ import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 WORK = ROOT / "build" / "mutants"
-TIME_LIMIT_SECONDS = 60
+TIME_LIMIT_SECONDS = 30
 
 SWAPS = {
     " < ": " <= ",
@@ -62,13 +62,9 @@ STATEMENT = re.compile(r"^ +(?!return|const|auto|using|case|else|throw|if|for|wh
 
 
 class Mutant:
-    def __init__(self, path, line, before, after, start, end):
-        self.path, self.line = path, line
-        self.before, self.after = before, after
-        self.start, self.end = start, end
-
-    def key(self):
-        return f"{self.path}: {self.before.strip()} => {self.after.strip()}"
+    def __init__(self, path, line, before, after, text):
+        self.path, self.line, self.text = path, line, text
+        self.key = f"{path}: {before.strip()} => {after.strip()}"
 
 
 def blanked(text):
@@ -86,8 +82,8 @@ def mutants_of(path):
         first = text.rfind("\n", 0, start) + 1
         last = text.find("\n", end)
         found.append(Mutant(path, text.count("\n", 0, start) + 1, text[first:last],
-                            text[first:start] + replacement + text[end:last], start, end))
-        found[-1].replacement = replacement
+                            text[first:start] + replacement + text[end:last],
+                            text[:start] + replacement + text[end:]))
 
     for match in SWAP.finditer(code):
         add(match.start(), match.end(), SWAPS[match.group()])
@@ -105,7 +101,7 @@ def mutants_of(path):
     for match in re.finditer(r"^[^\n]*$", code, flags=re.MULTILINE):
         if STATEMENT.match(match.group()):
             add(match.start(), match.end(), "")
-    return sorted(found, key=lambda mutant: (mutant.start, mutant.end, mutant.replacement))
+    return sorted(found, key=lambda mutant: (mutant.line, mutant.key))
 
 
 class Copy:
@@ -125,24 +121,27 @@ class Copy:
                               stderr=subprocess.DEVNULL).returncode == 0
 
     def passes(self, program):
-        # A folder of its own: a mutant may write anywhere below its working folder.
         place = self.build / "run"
         shutil.rmtree(place, ignore_errors=True)
         place.mkdir()
-        command = [self.build / "bin" / program, "--gtest_fail_fast", "--gtest_brief=1"]
-        # Limited, so that a mutant which never ends does not fill memory or disk.
-        limited = ["bash", "-c", 'ulimit -v 8000000 -f 4000000; exec "$@"', "-", *map(str, command)]
+        # A mutant may fill memory or remove whatever it comes across: it sees the system read-only but for its folder.
+        guard = 'cd "$0"; ulimit -v 8000000; exec "$@"'
+        command = ["bash", "-c", guard]
+        if os.geteuid() == 0:
+            read_only = 'mount --bind "$0" "$0" && mount -o remount,bind,ro / && mount -o remount,bind,ro /dev && '
+            command = ["unshare", "--mount", "bash", "-c", read_only + guard]
+        command += [place, self.build / "bin" / program, "--gtest_fail_fast", "--gtest_brief=1"]
         environment = dict(os.environ, TMPDIR=str(place))
         try:
-            return subprocess.run(limited, cwd=place, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+            return subprocess.run(list(map(str, command)), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
                                   env=environment, timeout=TIME_LIMIT_SECONDS).returncode == 0
         except subprocess.TimeoutExpired:
             return False
 
     def verdict(self, mutant):
         path = self.source / mutant.path
-        text = (ROOT / mutant.path).read_text()
-        path.write_text(text[:mutant.start] + mutant.replacement + text[mutant.end:])
+        original = path.read_text()
+        path.write_text(mutant.text)
         try:
             in_indexer = mutant.path.startswith("indexer/")
             if not self.make("zel3reader", *(["indexer_tests"] if in_indexer else [])):
@@ -150,7 +149,7 @@ class Copy:
             programs = (["indexer_tests"] if in_indexer else []) + ["reader_tests"]
             return "survived" if all(self.passes(program) for program in programs) else "killed"
         finally:
-            path.write_text(text)
+            path.write_text(original)
 
 
 def accepted_keys(path):
@@ -162,12 +161,13 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--jobs", type=int, default=os.cpu_count())
     parser.add_argument("--every", type=int, default=1)
+    parser.add_argument("--from", type=int, default=0, dest="first")
     parser.add_argument("--accepted", type=pathlib.Path, default=ROOT / "scripts" / "mutants_accepted.txt")
     parser.add_argument("paths", nargs="*")
     options = parser.parse_args()
     paths = options.paths or [str(path.relative_to(ROOT)) for folder in ("indexer", "reader")
                               for path in sorted((ROOT / folder).glob("*.cpp"))]
-    mutants = [mutant for path in paths for mutant in mutants_of(path)][::options.every]
+    mutants = [mutant for path in paths for mutant in mutants_of(path)][options.first::options.every]
     accepted = accepted_keys(options.accepted)
     print(f"{len(mutants)} mutants", flush=True)
 
@@ -177,7 +177,7 @@ def main():
         if not copy.make("zel3reader", "zel3parser", "indexer_tests", "reader_tests"):
             sys.exit("mutate: the unchanged sources do not build")
         if not (copy.passes("indexer_tests") and copy.passes("reader_tests")):
-            sys.exit("mutate: the unchanged sources do not pass")
+            sys.exit(f"mutate: the unchanged sources do not pass; see {copy.build}/bin")
         copies.put(copy)
 
     def judge(mutant):
@@ -191,11 +191,11 @@ def main():
     start = time.time()
     with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
         for mutant, verdict in zip(mutants, pool.map(judge, mutants)):
-            if verdict == "survived" and mutant.key() in accepted:
+            if verdict == "survived" and mutant.key in accepted:
                 verdict = "accepted"
             counts[verdict] = counts.get(verdict, 0) + 1
             if verdict == "survived":
-                print(f"{mutant.path}:{mutant.line}\n{mutant.key()}", flush=True)
+                print(f"{mutant.path}:{mutant.line}\n{mutant.key}", flush=True)
     judged = sum(counts.values()) - counts.get("does not compile", 0)
     killed = counts.get("killed", 0)
     print(f"{counts} in {time.time() - start:.0f} s: {killed} of {judged} killed ({100 * killed / max(judged, 1):.1f} %)")

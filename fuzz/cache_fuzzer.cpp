@@ -1,0 +1,129 @@
+// Any bytes in the three cache files: loaded as the plain rules say, looked up as a plain walk
+// does, and the same again after saving.
+
+#include <unistd.h>
+
+#include "fuzz_folder.h"
+#include "fuzz_input.h"
+#include "plain_cache.h"
+#include "plain_time_index.h"
+#include "zel3_indexer.h"
+
+namespace {
+
+constexpr std::uint64_t kEndPosition = 9000;
+
+struct Place {
+  FuzzFolder folder;
+  std::string archive = folder / "cam.zel3";
+  Place() { WriteFile(archive, "an archive"); }
+};
+
+QString Path(const std::string& path) {
+  return QString::fromLocal8Bit(path.c_str());
+}
+
+std::vector<std::uint64_t> Positions(const Bytes& hdr) {
+  std::vector<std::uint64_t> positions;
+  FuzzInput input(hdr.data(), hdr.size() / 8 * 8);
+  while (!input.IsEmpty()) positions.push_back(input.Number(8));
+  return positions;
+}
+
+bool SameEvents(const QList<EVT_FILE_DATA_T>& loaded, const std::vector<PlainGroup>& plain) {
+  if (static_cast<std::size_t>(loaded.size()) != plain.size()) return false;
+  for (std::size_t i = 0; i < plain.size(); ++i) {
+    const EVT_FILE_DATA_T& group = loaded.at(static_cast<int>(i));
+    if (group.time != plain[i].time || group.offsetLow != plain[i].offsetLow) return false;
+    if (group.eventCount != plain[i].events.size()) return false;
+    if (static_cast<std::size_t>(group.events.size()) != plain[i].events.size()) return false;
+    for (std::size_t k = 0; k < plain[i].events.size(); ++k) {
+      const EVT_FILE_EVENT_T& event = group.events.at(static_cast<int>(k));
+      if (event.eventType != plain[i].events[k].type) return false;
+      if (std::string(event.text.data(), event.text.size()) != plain[i].events[k].text)
+        return false;
+    }
+  }
+  return true;
+}
+
+void CompareLookups(cZel3Indexer& index, const PlainEntries& entries) {
+  PlainTimeIndex plain;
+  plain.File({"cam", entries.start, entries.end, false, entries.times});
+  std::vector<std::uint64_t> times{0, ArchiveTime(entries.start), ArchiveTime(entries.end)};
+  for (std::size_t i = 0; i < entries.times.size() && i < 20; ++i)
+    times.push_back(ArchiveTime(entries.times[i]));
+  for (const std::uint64_t time : times) {
+    for (const std::uint64_t asked : {time - 1, time, time + 1}) {
+      for (const Ask ask : kAllAsks)
+        FUZZ_REQUIRE(Look(index, asked, ask) == plain.Find(asked, ask));
+    }
+  }
+}
+
+void AskForBytes(const cZel3Indexer& index, std::uint32_t entry) {
+  std::uint64_t start = 0;
+  std::uint64_t end = 0;
+  const bool exists =
+      !index.files.empty() && entry < static_cast<std::uint32_t>(index.files[0].id3Records.size());
+  FUZZ_REQUIRE(index.Index_pos_from_IndexId(MakeIndexId(0, entry), &start, &end) == exists);
+  if (!exists) return;
+  const std::uint64_t position = index.files[0].id3Records.at(static_cast<int>(entry)).offsetLow;
+  FUZZ_REQUIRE((start <= position && position < end) || (start == 0 && end == 0));
+  const std::uint64_t header = index.Header_pos_for_index(MakeIndexId(0, entry));
+  FUZZ_REQUIRE(header == 0 || header < position);
+}
+
+void CompareAfterSaving(cZel3Indexer& index, const std::string& archive) {
+  const sFile_Index_Store before = index.current;
+  index.Save_files();
+  cZel3Indexer again;
+  const bool anything =
+      !before.id3Records.isEmpty() || !before.headerPositions.isEmpty() || !before.events.isEmpty();
+  FUZZ_REQUIRE(again.Open_file(Path(archive), kEndPosition) == anything);
+  FUZZ_REQUIRE(again.current.headerPositions == before.headerPositions);
+  FUZZ_REQUIRE(again.current.id3Records.size() == before.id3Records.size());
+  FUZZ_REQUIRE(again.current.blockPositions == before.blockPositions);
+  FUZZ_REQUIRE(again.current.startTime == before.startTime);
+  FUZZ_REQUIRE(again.current.endTime == before.endTime);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+  static const Place place;
+  FuzzInput input(bytes, size);
+  const std::uint8_t choices = input.Byte();
+  const Bytes id3 = input.Take(input.Number(2));
+  const Bytes hdr = input.Take(input.Number(2));
+  const Bytes evt = input.Rest();
+  WriteFile(place.folder / "cam.id3", id3);
+  WriteFile(place.folder / "cam.evt", evt);
+  const bool withHeaders = (choices & 1) != 0;
+  if (withHeaders) {
+    WriteFile(place.folder / "cam.hdr", hdr);
+  } else {
+    unlink((place.folder / "cam.hdr").c_str());
+  }
+
+  PlainEntries entries = PlainId3(id3);
+  const std::vector<std::uint64_t> headers =
+      withHeaders ? Positions(hdr) : std::vector<std::uint64_t>{0};
+  const std::vector<PlainGroup> events = PlainEvents(evt);
+  if (withHeaders || !entries.cuts.empty()) PlainInsertHeaders(headers, &entries.cuts);
+  const bool anything = !entries.times.empty() || !headers.empty() || !events.empty();
+  if (anything) entries.cuts.push_back(kEndPosition);
+
+  cZel3Indexer index;
+  FUZZ_REQUIRE(index.Open_file(Path(place.archive), kEndPosition) == anything);
+  FUZZ_REQUIRE(static_cast<std::size_t>(index.current.id3Records.size()) == entries.times.size());
+  FUZZ_REQUIRE(index.current.startTime == entries.start);
+  FUZZ_REQUIRE(index.current.endTime == entries.end);
+  FUZZ_REQUIRE(index.current.indexInterval == entries.interval);
+  FUZZ_REQUIRE(index.current.blockPositions == entries.cuts);
+  FUZZ_REQUIRE(SameEvents(index.current.events, events));
+  if (anything) CompareLookups(index, entries);
+  for (std::uint32_t entry = 0; entry < 10; ++entry) AskForBytes(index, entry);
+  if ((choices & 2) != 0) CompareAfterSaving(index, place.archive);
+  return 0;
+}

@@ -1,0 +1,39 @@
+// Any line of the console is refused with a reason or stands for commands, and a command that is
+// printed stands for itself.
+
+#include <sstream>
+
+#include "block_json.h"
+#include "command_json.h"
+#include "commands.h"
+#include "fuzz_input.h"
+
+namespace {
+
+std::string Printed(const cMemBlock& block) {
+  std::ostringstream out;
+  PrintBlock(block, 0, out);
+  return out.str();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+  FuzzInput input(bytes, size);
+  std::vector<cMemBlock> commands;
+  try {
+    commands = CommandsFromJson(input.RestAsText());
+  } catch (const CommandError& error) {
+    FUZZ_REQUIRE(*error.what() != 0);
+    return 0;
+  }
+  for (const cMemBlock& command : commands) {
+    const std::string printed = Printed(command);
+    // A command from a line has no byte `timeReached`.
+    if (command.GetType() == tag::kParserChunkRequest) continue;
+    const std::string line = "{\"cmd\"" + printed.substr(std::string("{\"block\"").size());
+    const std::vector<cMemBlock> again = CommandsFromJson(line);
+    FUZZ_REQUIRE(again.size() == 1 && Printed(again[0]) == printed);
+  }
+  return 0;
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdlib>
+#include <string>
+
+#include "temp_folder.h"
+
+// A folder that a fuzz target writes its files to, input after input, and that also holds the
+// temporary and the settings folder of the process. In memory where the system has such a place.
+class FuzzFolder {
+ public:
+  FuzzFolder() {
+    setenv("TMPDIR", mFolder.Path().c_str(), 1);
+    setenv("XDG_CONFIG_HOME", mFolder.Path().c_str(), 1);
+  }
+
+  std::string operator/(const std::string& name) const { return mFolder / name; }
+  const std::string& Path() const { return mFolder.Path(); }
+
+ private:
+  // The folder is made where TMPDIR says, so that comes first.
+  const bool mInMemory = UseMemory();
+  const TempFolder mFolder;
+
+  static bool UseMemory() { return FileExists("/dev/shm") && setenv("TMPDIR", "/dev/shm", 1) == 0; }
+};

@@ -1,0 +1,14 @@
+// The records that the reference parser finds in any bytes do not depend on how the stream is cut.
+
+#include "found_records.h"
+#include "fuzz_input.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+  FuzzInput input(bytes, size);
+  const std::size_t oddSize = input.Byte() + 2;
+  const Bytes stream = input.Rest();
+  const Lines whole = FoundInPieces(stream, std::max<std::size_t>(stream.size(), 1));
+  FUZZ_REQUIRE(FoundInPieces(stream, 1) == whole);
+  FUZZ_REQUIRE(FoundInPieces(stream, oddSize) == whole);
+  return 0;
+}
