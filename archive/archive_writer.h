@@ -10,8 +10,8 @@
 #include "framing.h"
 
 // Writes one archive file, record by record, so that it is a good one: a header comes first, an
-// index record follows every header, and data follows an index record and belongs to a stream that
-// the last header declares active or is an event.
+// index record follows every header (unless the file ends there), and data follows an index record
+// and belongs to a stream that the last header declares active or is an event.
 //
 // What would break this is refused with std::invalid_argument; then nothing is written and the
 // writer stays usable. A failure of the disk throws std::runtime_error, at once or at a later call,

@@ -71,27 +71,26 @@ bool operator==(const GroundTruth& left, const GroundTruth& right);
 
 // The ground truth as JSON, one line for each entry, event and gap:
 //
-//   {
-//     "files": [
-//       {
-//         "name": "cam01_2024-05-01_00-00-00.zel3",
-//         "size": 5012345,
-//         "endIndexTime": 1714531500,
-//         "headerPositions": [0],
-//         "streamIds": [1,2],
-//         "entries": [
-//           {"indexTime": 1714521600, "position": 77, "flagged": false, "activity": [[1, 20], [2,
-//           6]]}
-//         ],
-//         "events": [
-//           {"indexTime":1714521600,"type":128,"text":"Motion at the gate"}
-//         ]
-//       }
-//     ],
-//     "gaps": [
-//       {"fromIndexTime":1714531500,"toIndexTime":1714533300}
-//     ]
-//   }
+// {
+//   "files": [
+//     {
+//       "name": "cam01_2024-05-01_00-00-00.zel3",
+//       "size": 5012345,
+//       "endIndexTime": 1714531500,
+//       "headerPositions": [0],
+//       "streamIds": [1,2],
+//       "entries": [
+//         {"indexTime":1714521600,"position":77,"flagged":false,"activity":[[1,20],[2,6]]}
+//       ],
+//       "events": [
+//         {"indexTime":1714521600,"type":128,"text":"Motion at the gate"}
+//       ]
+//     }
+//   ],
+//   "gaps": [
+//     {"fromIndexTime":1714531500,"toIndexTime":1714533300}
+//   ]
+// }
 //
 // An activity pair is [stream id, doubled level]. Bytes of a text that are not UTF-8 become U+FFFD.
 std::string GroundTruthToJson(const GroundTruth& truth);

@@ -13,8 +13,8 @@ struct TZEL3ChunkInfo {
   std::uint64_t indexId = kNoIndexId;
   std::uint64_t time = 0;  // archive time of the entry
   std::uint8_t preview = 0;
-  std::uint8_t timeReached =
-      0;  // in the answer to a preview: 1 when the end asked for is not after `time`
+  // In the answer to a preview: 1 when the end asked for is not after `time`.
+  std::uint8_t timeReached = 0;
 };
 
 #pragma pack(pop)

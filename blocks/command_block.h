@@ -1,7 +1,9 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <new>
 
 #include "command_node.h"
@@ -14,7 +16,8 @@ class cCommandBlock : public cMemBlock {
  public:
   class node;
 
-  // A block with a fresh record; the bytes behind the record are zero. Throws std::bad_alloc.
+  // A block of `size` bytes, record and all: with a fresh record, and zeros behind it. Throws
+  // std::bad_alloc.
   static cCommandBlock New(std::uint32_t size = sizeof(T)) {
     return cCommandBlock(node::Make(size));
   }
@@ -24,7 +27,8 @@ class cCommandBlock : public cMemBlock {
   static cCommandBlock View(const cMemBlock& block) { return cCommandBlock(block); }
 
   std::uint32_t Size() const { return mNode->size; }
-  // False for a node too small for its record; then only Size may be asked.
+  // False for a node too small for its record; one that came from elsewhere may then only be asked
+  // for its Size, one that New has made has room for the record all the same.
   bool HoldsRecord() const { return mNode->size >= sizeof(T); }
 
   // Borrowed from the node.

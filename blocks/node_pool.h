@@ -4,7 +4,7 @@
 
 #include "critical_section.h"
 
-// The memory of released data nodes of one type, kept for the next nodes of that type.
+// The pool of one type of data nodes: the memory of released ones, chained for the next.
 //
 // Only the memory is kept: a pooled node has been destroyed. Its payload size is recorded here,
 // because nothing of a destroyed node may be read.

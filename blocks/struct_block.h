@@ -22,7 +22,8 @@ class cStructBlock : public cMemBlock {
  public:
   class node;
 
-  // A block with a fresh record; the bytes behind the record are not set. Throws std::bad_alloc.
+  // A block of `size` bytes, record and all: with a fresh record, and bytes behind it that are not
+  // set. Throws std::bad_alloc.
   static cStructBlock New(std::uint32_t size = sizeof(T)) {
     node* const fresh = node::Make(size);
     fresh->type = kTag;
@@ -30,11 +31,13 @@ class cStructBlock : public cMemBlock {
   }
 
   // A typed handle on the node of `block`, whose tag must say that it holds a T. Takes a reference,
-  // copies nothing.
+  // copies nothing. For reading, hence const: writing to a copy of the handle would write to
+  // another node than the sender's.
   static const cStructBlock View(const cMemBlock& block) { return cStructBlock(block); }
 
   std::uint32_t Size() const { return mNode->size; }
-  // False for a node too small for its record; then only Size may be asked.
+  // False for a node too small for its record; one that came from elsewhere may then only be asked
+  // for its Size, one that New has made has room for the record all the same.
   bool HoldsRecord() const { return mNode->size >= sizeof(T); }
 
   // Reading: never copies. Borrowed from the node.

@@ -36,7 +36,7 @@ struct StreamDescriptor {
 constexpr std::int16_t kFirstIndexDelta = 5;
 
 struct ArchiveHeader {
-  std::int16_t length = 0;  // of the body without its last NUL; found out when encoding
+  std::int16_t length = 0;  // as decoded, of the body without its last NUL; encoding finds it out
   std::int16_t firstIndexDelta = kFirstIndexDelta;
   std::string title;  // holds no NUL
   std::vector<StreamDescriptor> streams;

@@ -12,7 +12,8 @@
 // A brick has neighbours before it (it was connected after them) and after it. Blocks travel
 // through queues: nothing is delivered from inside a send, a connection call, Create or a
 // destructor. The pipeline delivers all blocks on one thread, in the order in which they were sent,
-// and calls onCtrl, onData and onNotify.
+// and calls onNotify for a notification ('ntfy'), whichever queue it waited in, onCtrl for other
+// blocks of the control queue and onData for other blocks of the data queue.
 //
 // A brick that gets the control block 'Kill' is unlinked and destroyed by the pipeline; onCtrl
 // never sees it.
@@ -20,7 +21,7 @@
 // The virtual functions stand in this order in the table; plug-ins built elsewhere rely on it.
 class BRICK_SDK_API CBrick {
  public:
-  // Registers the brick with the host; it is scheduled once Create has named its pipeline.
+  // The brick is scheduled once Create has named its pipeline.
   CBrick();
   CBrick(const CBrick&) = delete;
   CBrick& operator=(const CBrick&) = delete;
@@ -28,13 +29,15 @@ class BRICK_SDK_API CBrick {
   // made itself.
   virtual ~CBrick();
 
-  // Hands the oldest waiting control or data block to its callback. Called by the pipeline.
+  // Hands the oldest waiting control or data block to its callback; the callback's result. Called
+  // by the pipeline.
   virtual int DoCtrl();
   virtual int DoData();
 
   // Links this brick after `before`: what `before` sends as data comes here. Null, itself and a
   // known neighbour change nothing.
   virtual void ConnectAfter(CBrick* before);
+  // This host has no owned bricks and stops none: this, SetStopped and DisconnectOwned do nothing.
   virtual void ConnectOwned(CBrick* owned);
   // Removes the link to `neighbour` in both directions and drops the blocks from it that still wait
   // here.
@@ -50,6 +53,7 @@ class BRICK_SDK_API CBrick {
   virtual bool HasPreviousBrick();
   // The signature kept by Create; 0 before.
   virtual std::uint32_t GetSignature();
+  // Whether the brick takes, or gives, content of this kind; false unless overridden.
   virtual bool IsKnownInput(TContentDescriptor const& input);
   virtual bool IsKnownOutput(TContentDescriptor const& output);
 
