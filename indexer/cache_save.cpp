@@ -123,7 +123,7 @@ bool cZel3Indexer::WriteCacheFiles(QFile& events) {
   try {
     written = WriteCurrent(events);
   } catch (const std::bad_alloc&) {
-    written = false;
+    // As good as not written.
   }
   // All three are closed, whatever has failed.
   const bool headersClosed = FlushAndClose(hdrFile);

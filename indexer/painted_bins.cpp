@@ -13,8 +13,7 @@ void PaintedBins::Paint(std::int64_t first, std::int64_t last, std::uint8_t leve
   if (stretch != mPainted.begin() && std::prev(stretch)->second + 1 >= first) --stretch;
   while (stretch != mPainted.end() && stretch->first <= last + 1) {
     if (bare < stretch->first) {
-      const std::int64_t end = std::min(stretch->first, last + 1);
-      std::memset(mBins + bare, level, static_cast<std::size_t>(end - bare));
+      std::memset(mBins + bare, level, static_cast<std::size_t>(stretch->first - bare));
     }
     bare = std::max(bare, stretch->second + 1);
     mergedFirst = std::min(mergedFirst, stretch->first);

@@ -24,7 +24,7 @@ class cZel3Indexer {
   cZel3Indexer& operator=(const cZel3Indexer&) = delete;
   virtual ~cZel3Indexer();
 
-  // The archive's files (stores.cpp).
+  // The archive's files (stores.cpp, header_walk.cpp).
 
   // Something can be answered: the reader has opened its source and at least one store is filed.
   bool Is_ready() const;

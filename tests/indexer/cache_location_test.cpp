@@ -103,6 +103,7 @@ TEST_F(CacheLocation, OfAChangedArchiveIsAnother) {
 TEST_F(CacheLocation, OfAMissingArchiveHasNoTimeInItsName) {
   const TempFolder cache;
   EXPECT_EQ(Id3Name("/no/such/cam.zel3", cache.Path() + "/"), cache.Path() + "/cam.id3");
+  EXPECT_EQ(Id3Name("/no-such-cam.zel3", cache.Path() + "/"), cache.Path() + "/no-such-cam.id3");
 }
 
 TEST_F(CacheLocation, IsSharedByArchivesOfOneNameAndTime) {

@@ -1,11 +1,14 @@
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <functional>
+#include <new>
 
 #include "cache_test.h"
 #include "process_limit.h"
 #include "sanitized.h"
+#include "scarce_memory.h"
 #include "sparse_file.h"
 
 // What stands under the name of a cache file need not be one.
@@ -138,6 +141,32 @@ TEST_F(OddCacheFiles, ForWhichThereIsNoMemoryAreNotLoaded) {
     EXPECT_FALSE(fresh.Open_file(Path(archive), 9000));
     EXPECT_EQ(ContentsOf(fresh.current), Contents());
   }
+}
+
+// Whatever allocation fails: entries come with their cuts, or not at all.
+TEST_F(OddCacheFiles, AreLoadedWholeOrNotAtAllWhenMemoryFails) {
+  if (kIsSanitized) GTEST_SKIP() << "sanitizers bring their own allocation";
+  WriteCache(Id3File({{100, 700}, {110, 800}}), HdrFile({5, 750}),
+             EvtFile().Group(100, 700, 2).Event(0x80, "door").Event(0x81, "gate"));
+  bool loadedAll = false;
+  for (int allocations = 0; !loadedAll && allocations < 300; ++allocations) {
+    SCOPED_TRACE(allocations);
+    cZel3Indexer fresh;
+    try {
+      const ScarceMemory memory(allocations);
+      fresh.Open_file(Path(archive), 9000);
+    } catch (const std::bad_alloc&) {
+      continue;
+    }
+    for (const sFile_Index_Store& store : fresh.files) {
+      const auto entries = static_cast<std::size_t>(store.id3Records.size());
+      const auto headers = static_cast<std::size_t>(store.headerPositions.size());
+      EXPECT_EQ(store.blockPositions.size(),
+                entries + (entries > 0 ? headers : std::min<std::size_t>(headers, 1)) + 1);
+      loadedAll = entries == 2 && headers == 2 && store.events.size() == 1;
+    }
+  }
+  EXPECT_TRUE(loadedAll);
 }
 
 }  // namespace
