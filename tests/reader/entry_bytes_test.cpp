@@ -406,21 +406,25 @@ TEST_F(EntryBytesOfAFolder, AFileThatHasVanishedLeavesTheListAsItIs) {
 }
 
 TEST_F(EntryBytesOfAFolder, AHeaderThatIsReadShortKeepsItsRoom) {
-  EntryOf(0, 0, 10000);
-  std::filesystem::resize_file(latePath, 30);
-  const Bytes answer = EntryOf(1, 0, 110000);
-  EXPECT_EQ(answer.size(), 50u + 200 + 13);
-  EXPECT_EQ(Part(answer, 0, 30), Part(late, 0, 30));
-  EXPECT_EQ(Part(answer, 50, 13), EndMarker()) << "nothing of the entry could be read";
+  for (const std::size_t left : {30, 1}) {
+    EntryOf(0, 0, 10000);
+    std::filesystem::resize_file(latePath, left);
+    const Bytes answer = EntryOf(1, 0, 110000);
+    EXPECT_EQ(answer.size(), 50u + 200 + 13);
+    EXPECT_EQ(Part(answer, 0, left), Part(late, 0, left));
+    EXPECT_EQ(Part(answer, 50, 13), EndMarker()) << "nothing of the entry could be read";
+  }
 }
 
 TEST_F(EntryBytesOfAFolder, AFileThatHasShrunkGivesWhatIsLeft) {
-  EntryOf(0, 0, 10000);
-  std::filesystem::resize_file(latePath, 60);
-  const Bytes answer = EntryOf(1, 0, 110000);
-  EXPECT_EQ(answer.size(), 50u + 200 + 13);
-  EXPECT_EQ(Part(answer, 0, 60), Part(late, 0, 60));
-  EXPECT_EQ(Part(answer, 250, 13), EndMarker());
+  for (const std::size_t left : {60, 51}) {
+    EntryOf(0, 0, 10000);
+    std::filesystem::resize_file(latePath, left);
+    const Bytes answer = EntryOf(1, 0, 110000);
+    EXPECT_EQ(answer.size(), 50u + 200 + 13);
+    EXPECT_EQ(Part(answer, 0, left), Part(late, 0, left));
+    EXPECT_EQ(Part(answer, 250, 13), EndMarker());
+  }
 }
 
 // A folder of a file with an index and one that is indexed only when a time in it is asked for.

@@ -184,6 +184,15 @@ TEST_F(IndexedRecords, BlocksTooSmallForTheirRecordsAreIgnored) {
   Parser().Report(IndexBlock::New(8));
   Parser().Report(HeaderBlock::New(sizeof(HDR_T) - 1));
   Parser().Report(DataBlock::New(3));
+  // Also when there is something where the record would be.
+  auto place = ParserTagBlock::New(7);
+  place.WritableRecord().position = 150;
+  Parser().Report(place);
+  auto event = DataBlock::New(3);
+  event.WritableRecord().flags = 7;
+  event.WritableRecord().type = 0x80;
+  Parser().Report(event);
+  Parser().Report(ParsedIndex(15));
   for (const std::uint32_t size : {0u, 1u}) {
     Parser().Report(ParserTagBlock::New(size));
     Parser().Report(IndexBlock::New(size));
@@ -191,7 +200,7 @@ TEST_F(IndexedRecords, BlocksTooSmallForTheirRecordsAreIgnored) {
     Parser().Report(DataBlock::New(size));
   }
   IndexAt(200, 20);
-  ExpectSaved({{{10, 100}, {20, 200}}, {}});
+  ExpectSaved({{{10, 100}, {15, 100}, {20, 200}}, {}});
 }
 
 TEST_F(IndexedRecords, OtherBlocksAreIgnored) {

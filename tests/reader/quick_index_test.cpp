@@ -106,6 +106,19 @@ TEST_F(QuickIndex, TheFirstIndexRecordMustLieWholeInTheFile) {
   }
 }
 
+// What would be the body of a header is looked at only behind a marker.
+TEST_F(QuickIndex, WithoutAHeaderMarkerThereIsNoArchive) {
+  Bytes content = ArchiveBuilder("cam").Filler(20, 0).Index(10).Content();
+  content[3] = 20;
+  EXPECT_FALSE(IsArchive(content));
+}
+
+TEST_F(QuickIndex, TheHeaderMarkerMayBeTheEndOfTheFile) {
+  const Bytes content =
+      Joined(ArchiveBuilder("cam").Index(10).Content(), {0xB5, 0xB5, 0xB5, 0x05, 0xB5});
+  EXPECT_TRUE(IsArchive(content)) << "both lengths read as zero";
+}
+
 TEST_F(QuickIndex, TheHeaderMarkerMustStandInTheFirstStretch) {
   ArchiveBuilder behind("cam");
   behind.Filler(kStretch).Header({{1}}, 5).Index(10).Filler(100);
