@@ -6,6 +6,20 @@
 #include "scoped_value.h"
 #include "zel3_file_reader.h"
 
+namespace {
+
+// The warning with which an index reader tells that it has read all of its file.
+bool IsEndOfFile(cMemBlock const& block) {
+  if (block.GetType() != tag::kNotify) return false;
+  const auto notify = NotifyBlock::View(block);
+  if (!notify.HoldsRecord() || notify.Record().kind != tag::kMessage) return false;
+  const auto message = MessageBlock::View(block);
+  return message.HoldsRecord() && message.Record().level == tag::kLevelWarning &&
+         message.Record().code == tag::kCodeEndOfFile;
+}
+
+}  // namespace
+
 int CZel3FileReader::Start_make_index(QString const& path) {
   indexedFilePath = path.isEmpty() ? CurrentPath() : path;
   EndChildren();
@@ -68,9 +82,8 @@ void CZel3FileReader::InitBrickConfig(TBrickConfig& childConfig) {
 }
 
 int CZel3FileReader::onData(cMemBlock const& block) {
-  if (!indexing) return 1;
   try {
-    TakeRecord(block);
+    if (indexing) TakeRecord(block);
   } catch (...) {
     // The record is lost; the run goes on.
   }
@@ -136,15 +149,8 @@ void CZel3FileReader::PullNextBlock() {
 }
 
 int CZel3FileReader::onNotify(cMemBlock const& block) {
-  if (!indexing || block.GetType() != tag::kNotify) return 1;
-  const auto notify = NotifyBlock::View(block);
-  if (!notify.HoldsRecord() || notify.Record().kind != tag::kMessage) return 1;
-  const auto message = MessageBlock::View(block);
-  if (!message.HoldsRecord()) return 1;
-  if (message.Record().level != tag::kLevelWarning || message.Record().code != tag::kCodeEndOfFile)
-    return 1;
   try {
-    Send_finish_indexing();
+    if (indexing && IsEndOfFile(block)) Send_finish_indexing();
   } catch (...) {
     // The waiting request is dropped, unless it has started a run of its own; clients ask again.
     chunkRequestPending = indexing;

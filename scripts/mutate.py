@@ -64,7 +64,7 @@ STATEMENT = re.compile(r"^ +(?!return|const|auto|using|case|else|throw|if|for|wh
 class Mutant:
     def __init__(self, path, line, before, after, text):
         self.path, self.line, self.text = path, line, text
-        self.key = f"{path}: {before.strip()} => {after.strip()}"
+        self.key = f"{path}: {before.strip()} => {after.strip()}".strip()
 
 
 def blanked(text):

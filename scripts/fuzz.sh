@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# Runs the fuzzers, all of them or those named, each for so many executions or until it finds something.
+#   scripts/fuzz.sh [--runs N] [--keep] [NAME...]
+# What they find on the way is kept in build/fuzz/found; with --keep what reaches new code is added to fuzz/corpus.
+# A finding is left as build/fuzz/crash-...; replay it with build/native/bin/NAME_fuzzer FILE.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+runs=2000000
+keep=false
+names=()
+while [ $# -gt 0 ]; do
+  case $1 in
+    --runs) runs=$2; shift ;;
+    --keep) keep=true ;;
+    *) names+=("$1") ;;
+  esac
+  shift
+done
+if [ "${#names[@]}" = 0 ]; then
+  for folder in fuzz/corpus/*/; do names+=("$(basename "$folder")"); done
+fi
+
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz --target "${names[@]/%/_fuzzer}" zel3parser >/dev/null
+
+# Plug-ins that a host unloads are no leaks; blocks are counted by the targets themselves.
+export ASAN_OPTIONS=detect_leaks=0
+for name in "${names[@]}"; do
+  found=build/fuzz/found/$name
+  mkdir -p "$found"
+  printf '%s: ' "$name"
+  log=build/fuzz/$name.log
+  build/fuzz/bin/"${name}_fuzzer" -runs="$runs" -timeout=10 -rss_limit_mb=4096 -max_len=4096 -print_final_stats=1 \
+    -artifact_prefix=build/fuzz/ "$found" "fuzz/corpus/$name" >"$log" 2>&1 || { tail -40 "$log"; exit 1; }
+  sed -nE 's/^stat::number_of_executed_units: *([0-9]+)/\1 executions/p' "$log"
+  if $keep; then build/fuzz/bin/"${name}_fuzzer" -merge=1 "fuzz/corpus/$name" "$found" >>"$log" 2>&1; fi
+done
