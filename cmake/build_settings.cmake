@@ -33,6 +33,10 @@ if(ZEL3_COVERAGE)
   add_compile_options(--coverage -fprofile-update=atomic)
   add_link_options(--coverage)
 endif()
+# What plug-ins are linked with: a symbol that neither they nor the host have is found at once.
+set(ZEL3_PLUGIN_LINK_OPTIONS -Wl,--no-undefined)
 if(ZEL3_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
+  # With clang the sanitizers' symbols are those of the program.
+  set(ZEL3_PLUGIN_LINK_OPTIONS "")
 endif()
