@@ -111,7 +111,8 @@ class Copy:
         self.source = WORK / f"source{number}"
         self.build = WORK / f"build{number}"
         shutil.rmtree(self.source, ignore_errors=True)
-        shutil.copytree(ROOT, self.source, ignore=shutil.ignore_patterns("build", ".git"))
+        # With new times: what an earlier run has built of its last mutant must not stay.
+        shutil.copytree(ROOT, self.source, ignore=shutil.ignore_patterns("build", ".git"), copy_function=shutil.copy)
         environment = {name: value for name, value in os.environ.items() if not name.startswith("CMAKE_")}
         subprocess.run(["cmake", "-S", self.source, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                         "-DCMAKE_CXX_FLAGS=-w -O0 -g0"], check=True, stdout=subprocess.DEVNULL, env=environment)
