@@ -74,7 +74,7 @@ void AskForBytes(const cZel3Indexer& index, std::uint32_t entry) {
   FUZZ_REQUIRE(header == 0 || header < position);
 }
 
-void CompareAfterSaving(cZel3Indexer& index, const std::string& archive) {
+void CompareAfterSaving(cZel3Indexer& index, const std::string& archive, bool withHeaders) {
   const sFile_Index_Store before = index.current;
   index.Save_files();
   cZel3Indexer again;
@@ -83,7 +83,10 @@ void CompareAfterSaving(cZel3Indexer& index, const std::string& archive) {
   FUZZ_REQUIRE(again.Open_file(Path(archive), kEndPosition) == anything);
   FUZZ_REQUIRE(again.current.headerPositions == before.headerPositions);
   FUZZ_REQUIRE(again.current.id3Records.size() == before.id3Records.size());
-  FUZZ_REQUIRE(again.current.blockPositions == before.blockPositions);
+  // A missing .hdr file stands for a header at the start, which makes a cut only beside entries;
+  // the saved one always does.
+  if (withHeaders || !before.id3Records.isEmpty())
+    FUZZ_REQUIRE(again.current.blockPositions == before.blockPositions);
   FUZZ_REQUIRE(again.current.startTime == before.startTime);
   FUZZ_REQUIRE(again.current.endTime == before.endTime);
 }
@@ -124,6 +127,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   FUZZ_REQUIRE(SameEvents(index.current.events, events));
   if (anything) CompareLookups(index, entries);
   for (std::uint32_t entry = 0; entry < 10; ++entry) AskForBytes(index, entry);
-  if ((choices & 2) != 0) CompareAfterSaving(index, place.archive);
+  if ((choices & 2) != 0) CompareAfterSaving(index, place.archive, withHeaders);
   return 0;
 }

@@ -1,10 +1,13 @@
 // Any sequence of commands, records and notifications to a live reader over a folder or a file,
-// also blocks that are too small for their record, and also in the middle of an indexing run: each
-// answer is what its kind promises, everything comes to an end, and nothing stays behind.
+// also blocks that are too small for their record, also in the middle of an indexing run, and while
+// archives and cache files are cut, overwritten, removed and put back: each answer is what its kind
+// promises, everything comes to an end, and nothing stays behind.
 
 #include <unistd.h>
 
+#include <map>
 #include <memory>
+#include <set>
 
 #include "archive_writer.h"
 #include "fuzz_client.h"
@@ -16,19 +19,68 @@
 namespace {
 
 constexpr std::uint64_t kMostSteps = 100000;
-constexpr const char* kArchives[] = {"a.zel3", "b.zel3", "c.zel3", "d.zel"};
 
 // Four archives, one after the other with a gap, one overlapping, one older.
-struct Place {
-  FuzzFolder folder;
+class Place {
+ public:
   Place() {
     Write("a.zel3", {10, 20, 30, 40});
     Write("b.zel3", {35, 45, 55});
     Write("c.zel3", {100, 90, 110, 110});
     Write("d.zel", {200, 210});
   }
-  void Write(const std::string& name, const std::vector<std::uint32_t>& times) const {
-    ArchiveWriter writer(folder / name);
+
+  std::string Path() const { return mFolder.Path(); }
+  std::string operator/(const std::string& name) const { return mFolder / name; }
+
+  // Cuts, overwrites, lengthens or removes an archive or one of its cache files.
+  void Change(FuzzInput& input) {
+    const std::string archive = kArchives[input.Byte() % std::size(kArchives)];
+    const std::uint8_t kind = input.Byte() % 4;
+    const std::string name =
+        kind == 0 ? archive : archive.substr(0, 2) + kCacheExtensions[kind - 1];
+    const std::string path = mFolder / name;
+    if (kind == 0) mChanged.insert(archive);
+    Bytes content = ReadFile(path);
+    switch (input.Byte() % 4) {
+      case 0:
+        content.resize(std::min<std::size_t>(content.size(), input.Byte()));
+        break;
+      case 1: {
+        const std::size_t at = input.Byte();
+        const Bytes other = input.Take(input.Byte() % 40);
+        if (content.size() < at + other.size()) content.resize(at + other.size());
+        std::copy(other.begin(), other.end(), content.begin() + static_cast<std::ptrdiff_t>(at));
+        break;
+      }
+      case 2:
+        unlink(path.c_str());
+        return;
+      default:
+        content = mContents.count(name) != 0 ? mContents.at(name) : Bytes();
+        break;
+    }
+    WriteFile(path, content);
+  }
+
+  void RestoreArchives() {
+    for (const std::string& name : mChanged) WriteFile(mFolder / name, mContents.at(name));
+    mChanged.clear();
+  }
+
+  void RemoveCaches() const {
+    for (const char* const archive : kArchives) {
+      const std::string stem = std::string(archive).substr(0, 2);
+      for (const char* const kind : kCacheExtensions) unlink((mFolder / (stem + kind)).c_str());
+    }
+  }
+
+ private:
+  static constexpr const char* kArchives[] = {"a.zel3", "b.zel3", "c.zel3", "d.zel"};
+  static constexpr const char* kCacheExtensions[] = {"id3", "hdr", "evt"};
+
+  void Write(const std::string& name, const std::vector<std::uint32_t>& times) {
+    ArchiveWriter writer(mFolder / name);
     ArchiveHeader header;
     header.title = "Day";
     header.streams = {{1, 1, "video", "Gate", "h264"}};
@@ -42,7 +94,12 @@ struct Place {
       writer.WriteData(0x80, 0, payload.data(), payload.size());
     }
     writer.Close();
+    mContents[name] = ReadFile(mFolder / name);
   }
+
+  FuzzFolder mFolder;
+  std::map<std::string, Bytes> mContents;
+  std::set<std::string> mChanged;
 };
 
 // Sends what a parser or another reader would.
@@ -152,21 +209,14 @@ cMemBlock Record(FuzzInput& input) {
   }
 }
 
-void RemoveCaches(const FuzzFolder& folder) {
-  for (const char* const archive : kArchives) {
-    const std::string stem = std::string(archive).substr(0, 2);
-    for (const char* const kind : {"id3", "hdr", "evt"}) unlink((folder / (stem + kind)).c_str());
-  }
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-  static const Place place;
+  static Place place;
   FuzzInput input(bytes, size);
   const std::uint8_t choices = input.Byte();
-  if ((choices & 1) != 0) RemoveCaches(place.folder);
-  const std::string source = (choices & 2) != 0 ? place.folder.Path() : place.folder / kArchives[0];
+  if ((choices & 1) != 0) place.RemoveCaches();
+  const std::string source = (choices & 2) != 0 ? place.Path() : place / "a.zel3";
 
   const long liveBefore = cMemBlock::node::LiveCount();
   {
@@ -190,8 +240,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         neighbour.SendData(Record(input));
       } else if (action < 224) {
         for (int steps = action % 8; steps > 0; --steps) pipeline.RunOne();
-      } else {
+      } else if (action < 240) {
         FUZZ_REQUIRE(pipeline.RunUntilIdle(kMostSteps));
+      } else {
+        place.Change(input);
       }
       client.blocks.clear();
     }
@@ -201,5 +253,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     FUZZ_REQUIRE(pipeline.BrickCount() == 2);
   }
   FUZZ_REQUIRE(cMemBlock::node::LiveCount() == liveBefore);
+  place.RestoreArchives();
   return 0;
 }
