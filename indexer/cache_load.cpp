@@ -15,26 +15,24 @@ constexpr int kStepsForInterval = 5;
 
 constexpr qint64 kEventGroupHead = 9;
 // A file of just one group with one empty text is never read.
-constexpr qint64 kSmallestReadEventFile = 12;
+constexpr std::uint64_t kSmallestReadEventFile = 12;
 constexpr qint64 kSmallestNextGroup = 12;
 constexpr qint64 kSmallestEvent = 3;
 
 // Reads the whole items of a file into `items`. False when there is none, and when the file is
 // larger than the container or the memory.
 template <class Item>
-bool ReadItems(QFile& file, QVector<Item>* items) {
-  const qint64 count = file.size() / qint64{sizeof(Item)};
-  if (count < 1 || count > std::numeric_limits<int>::max() / qint64{sizeof(Item)}) return false;
+bool ReadItems(PlainFile& file, QVector<Item>* items) {
+  const std::uint64_t count = file.Size() / sizeof(Item);
+  if (count < 1 || count > std::numeric_limits<int>::max() / sizeof(Item)) return false;
   try {
     items->resize(static_cast<int>(count));
   } catch (const std::bad_alloc&) {
     *items = QVector<Item>();
     return false;
   }
-  const bool placed = file.seek(0);
-  const qint64 got =
-      placed ? file.read(reinterpret_cast<char*>(items->data()), count * qint64{sizeof(Item)}) : 0;
-  items->resize(static_cast<int>(std::max<qint64>(got, 0) / qint64{sizeof(Item)}));
+  const std::size_t got = file.Read(items->data(), static_cast<std::size_t>(count) * sizeof(Item));
+  items->resize(static_cast<int>(got / sizeof(Item)));
   return !items->isEmpty();
 }
 
@@ -120,12 +118,12 @@ bool cZel3Indexer::Load_ID3() {
 }
 
 bool cZel3Indexer::Load_EVT() {
-  const qint64 size = evtFile.size();
+  const std::uint64_t size = evtFile.Size();
   if (size < kSmallestReadEventFile || size >= std::numeric_limits<int>::max()) return false;
   try {
     QByteArray bytes(static_cast<int>(size), Qt::Uninitialized);
-    const qint64 got = evtFile.seek(0) ? evtFile.read(bytes.data(), size) : 0;
-    current.events = ReadEventGroups(bytes.constData(), std::max<qint64>(got, 0));
+    const std::size_t got = evtFile.Read(bytes.data(), static_cast<std::size_t>(size));
+    current.events = ReadEventGroups(bytes.constData(), static_cast<qint64>(got));
   } catch (const std::bad_alloc&) {
     current.events = QList<EVT_FILE_DATA_T>();
   }

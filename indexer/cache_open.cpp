@@ -1,13 +1,12 @@
-#include "plain_file.h"
 #include "zel3_indexer.h"
 
 bool cZel3Indexer::Open_file(const QString& path, std::uint64_t endPosition) {
   scratchPos = 0;
   pendingId3RecValid = false;
   Make_current(path);
-  const bool headersOpen = OpenPlainFile(hdrFile, hdrFileName, QIODevice::ReadOnly);
-  const bool recordsOpen = OpenPlainFile(id3File, id3FileName, QIODevice::ReadOnly);
-  const bool eventsOpen = OpenPlainFile(evtFile, evtFileName, QIODevice::ReadOnly);
+  const bool headersOpen = hdrFile.Open(hdrFileName, PlainFile::Mode::kRead);
+  const bool recordsOpen = id3File.Open(id3FileName, PlainFile::Mode::kRead);
+  const bool eventsOpen = evtFile.Open(evtFileName, PlainFile::Mode::kRead);
   if (!recordsOpen || !eventsOpen) return false;
 
   // Each is loaded, whatever the others gave; any one of them makes the cache count.
@@ -24,9 +23,6 @@ bool cZel3Indexer::Open_file(const QString& path, std::uint64_t endPosition) {
 
 bool cZel3Indexer::Open_file_draft(const QString& path) {
   Make_current(path);
-  hdrFile.setFileName(hdrFileName);
-  id3File.setFileName(id3FileName);
-  evtFile.setFileName(evtFileName);
   current.partial = true;
   return false;
 }
@@ -54,7 +50,7 @@ void cZel3Indexer::Make_current(const QString& path) {
 }
 
 void cZel3Indexer::CloseCacheFiles() {
-  hdrFile.close();
-  id3File.close();
-  evtFile.close();
+  hdrFile.Close();
+  id3File.Close();
+  evtFile.Close();
 }

@@ -1,47 +1,37 @@
+#include <QFile>
 #include <QFileInfo>
 #include <algorithm>
 #include <cstdio>
 #include <new>
 
-#include "plain_file.h"
 #include "temporary_folder.h"
 #include "zel3_indexer.h"
 
 namespace {
 
 template <class Item>
-bool WriteItems(QFile& file, const QVector<Item>& items) {
-  const qint64 size = qint64{items.size()} * qint64{sizeof(Item)};
-  return file.write(reinterpret_cast<const char*>(items.constData()), size) == size;
+bool WriteItems(PlainFile& file, const QVector<Item>& items) {
+  return file.Write(items.constData(), static_cast<std::size_t>(items.size()) * sizeof(Item));
 }
 
 template <class Integer>
-bool WriteInteger(QFile& file, Integer value) {
-  return file.write(reinterpret_cast<const char*>(&value), sizeof(value)) == qint64{sizeof(value)};
+bool WriteInteger(PlainFile& file, Integer value) {
+  return file.Write(&value, sizeof(value));
 }
 
-bool WriteEvent(QFile& file, const EVT_FILE_EVENT_T& event) {
-  const qint64 sizeWithNul = static_cast<qint64>(event.text.size()) + 1;
+bool WriteEvent(PlainFile& file, const EVT_FILE_EVENT_T& event) {
   return WriteInteger(file, event.eventType) &&
-         file.write(event.text.c_str(), sizeWithNul) == sizeWithNul;
+         file.Write(event.text.c_str(), event.text.size() + 1);
 }
 
 // The count is written as it is held: it wraps after 255, and then fewer events follow than the
 // group has.
-bool WriteGroup(QFile& file, const EVT_FILE_DATA_T& group) {
+bool WriteGroup(PlainFile& file, const EVT_FILE_DATA_T& group) {
   bool written = WriteInteger(file, group.time) && WriteInteger(file, group.offsetLow) &&
                  WriteInteger(file, group.eventCount);
   const int count = std::min<int>(group.eventCount, group.events.size());
   for (int i = 0; written && i < count; ++i) written = WriteEvent(file, group.events.at(i));
   return written;
-}
-
-// What a file was given is on the disk before another file is made to count on it. A disk may be
-// found full as late as here.
-bool FlushAndClose(QFile& file) {
-  const bool flushed = file.flush() && WaitForDisk(file);
-  file.close();
-  return flushed && file.error() == QFileDevice::NoError;
 }
 
 // A name beside the .evt file that the housekeeping of the cache folder takes for an .evt file too.
@@ -53,10 +43,9 @@ QString UnfinishedName(const QString& evtFileName) {
 // that a kill in between does not leave half of an older cache. A file that cannot be written
 // stays, and so does a link: what it leads to is written in place.
 void RemoveWritable(const QString& evtFileName) {
-  QFile events;
+  PlainFile events;
   if (QFileInfo(evtFileName).isSymLink()) return;
-  if (!OpenPlainFile(events, evtFileName, QIODevice::WriteOnly | QIODevice::Append)) return;
-  QFile::remove(evtFileName);
+  if (events.Open(evtFileName, PlainFile::Mode::kUpdate)) QFile::remove(evtFileName);
 }
 
 bool RenameFile(const QString& from, const QString& to) {
@@ -77,9 +66,9 @@ bool cZel3Indexer::Reopen_for_write() {
   return OpenCacheFilesForWrite();
 }
 
-bool cZel3Indexer::OpenForWrite(QFile& file, const QString& name) {
+bool cZel3Indexer::OpenForWrite(PlainFile& file, const QString& name) {
   // An archive may have the very name of a cache file; it is never opened for writing.
-  return !IsSameFile(name, currentFilePath) && OpenPlainFile(file, name, QIODevice::WriteOnly);
+  return !IsSameFile(name, currentFilePath) && file.Open(name, PlainFile::Mode::kEmpty);
 }
 
 bool cZel3Indexer::OpenCacheFilesForWrite() {
@@ -101,11 +90,11 @@ void cZel3Indexer::Save_files() {
   // A cache counts only with its .evt file, so that one comes last and whole: without it, whatever
   // else is there is indexed again.
   const QString unfinishedName = UnfinishedName(evtFileName);
-  QFile unfinished;
+  PlainFile unfinished;
   const bool apart = !QFileInfo(evtFileName).isSymLink() &&
                      OpenForWrite(unfinished, unfinishedName) && QFile::remove(evtFileName);
   if (apart) {
-    evtFile.close();
+    evtFile.Close();
     if (WriteCacheFiles(unfinished) && RenameFile(unfinishedName, evtFileName)) return;
   } else {
     // The .evt file is a link or cannot be replaced, or no file can be made under the other name:
@@ -113,26 +102,27 @@ void cZel3Indexer::Save_files() {
     if (!WriteCacheFiles(evtFile)) {
       for (const QString& name : {hdrFileName, id3FileName, evtFileName}) QFile::resize(name, 0);
     }
-    if (!unfinished.isOpen()) return;
+    if (!unfinished.IsOpen()) return;
   }
-  unfinished.remove();
+  QFile::remove(unfinishedName);
 }
 
-bool cZel3Indexer::WriteCacheFiles(QFile& events) {
+bool cZel3Indexer::WriteCacheFiles(PlainFile& events) {
   bool written = false;
   try {
     written = WriteCurrent(events);
   } catch (const std::bad_alloc&) {
     // As good as not written.
   }
-  // All three are closed, whatever has failed.
-  const bool headersClosed = FlushAndClose(hdrFile);
-  const bool recordsClosed = FlushAndClose(id3File);
-  const bool eventsClosed = FlushAndClose(events);
-  return written && headersClosed && recordsClosed && eventsClosed;
+  // All three are on the disk before one of them is made to count on the others, and closed,
+  // whatever has failed.
+  const bool headersSaved = hdrFile.SaveAndClose();
+  const bool recordsSaved = id3File.SaveAndClose();
+  const bool eventsSaved = events.SaveAndClose();
+  return written && headersSaved && recordsSaved && eventsSaved;
 }
 
-bool cZel3Indexer::WriteCurrent(QFile& events) {
+bool cZel3Indexer::WriteCurrent(PlainFile& events) {
   bool written = WriteItems(hdrFile, current.headerPositions);
   if (pendingId3RecValid) {
     current.id3Records.append(pendingId3Rec);

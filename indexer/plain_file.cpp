@@ -4,10 +4,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <QFile>
 #include <QFileInfo>
 #include <cerrno>
 
 namespace {
+
+// Smaller pieces are collected before they are passed on.
+constexpr std::size_t kLargestPiece = 65536;
 
 // statx is the one call that copes with large files and late dates in the 32-bit build too.
 bool Identify(const QString& path, struct statx* identity) {
@@ -15,16 +19,107 @@ bool Identify(const QString& path, struct statx* identity) {
                identity) == 0;
 }
 
+bool Examine(int handle, struct statx* status) {
+  return statx(handle, "", AT_EMPTY_PATH, STATX_TYPE | STATX_SIZE, status) == 0;
+}
+
+int OpenFlags(PlainFile::Mode mode) {
+  switch (mode) {
+    case PlainFile::Mode::kRead:
+      return O_RDONLY;
+    case PlainFile::Mode::kUpdate:
+      return O_WRONLY;
+    default:
+      return O_WRONLY | O_CREAT;
+  }
+}
+
+// What is no file of bytes must not be emptied, so that is done only when its kind is known.
+bool IsUsable(int handle, PlainFile::Mode mode) {
+  struct statx status;
+  if (!Examine(handle, &status) || !S_ISREG(status.stx_mode)) return false;
+  return mode != PlainFile::Mode::kEmpty || status.stx_size == 0 || ftruncate(handle, 0) == 0;
+}
+
 }  // namespace
+
+PlainFile::~PlainFile() {
+  Close();
+}
+
+bool PlainFile::Open(const QString& path, Mode mode) {
+  constexpr int kNeverWait = O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+  mHandle = open(QFile::encodeName(path).constData(), OpenFlags(mode) | kNeverWait, 0666);
+  if (mHandle >= 0 && !IsUsable(mHandle, mode)) Close();
+  return IsOpen();
+}
+
+void PlainFile::Close() {
+  if (mHandle >= 0) close(mHandle);
+  mHandle = -1;
+  mWaiting.clear();
+  mFailed = false;
+}
+
+std::uint64_t PlainFile::Size() const {
+  struct statx status;
+  return Examine(mHandle, &status) ? status.stx_size : 0;
+}
+
+std::size_t PlainFile::Read(void* bytes, std::size_t size) {
+  auto* const place = static_cast<char*>(bytes);
+  std::size_t done = 0;
+  while (done < size) {
+    const ssize_t count = read(mHandle, place + done, size - done);
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) break;
+    done += static_cast<std::size_t>(count);
+  }
+  return done;
+}
+
+bool PlainFile::Write(const void* bytes, std::size_t size) {
+  const auto* const first = static_cast<const char*>(bytes);
+  if (mWaiting.size() + size > kLargestPiece) Flush();
+  if (size > kLargestPiece) {
+    PassOn(first, size);
+  } else {
+    mWaiting.insert(mWaiting.end(), first, first + size);
+  }
+  return !mFailed;
+}
+
+bool PlainFile::SaveAndClose() {
+  if (!IsOpen()) return false;
+  Flush();
+  // A file system that cannot wait for the disk has nothing to wait for.
+  const bool onDisk = fdatasync(mHandle) == 0 || errno == EINVAL || errno == ENOTSUP;
+  const bool saved = onDisk && !mFailed;
+  // A disk may be found full as late as here.
+  const bool closed = close(mHandle) == 0;
+  mHandle = -1;
+  Close();
+  return saved && closed;
+}
+
+void PlainFile::Flush() {
+  PassOn(mWaiting.data(), mWaiting.size());
+  mWaiting.clear();
+}
+
+void PlainFile::PassOn(const char* bytes, std::size_t size) {
+  std::size_t done = 0;
+  while (done < size && !mFailed) {
+    const ssize_t count = write(mHandle, bytes + done, size - done);
+    if (count < 0 && errno == EINTR) continue;
+    mFailed = count <= 0;
+    if (!mFailed) done += static_cast<std::size_t>(count);
+  }
+}
 
 bool IsNoPlainFile(const QString& path) {
   const QFileInfo info(path);
   return info.exists() && !info.isFile();
-}
-
-bool OpenPlainFile(QFile& file, const QString& path, QIODevice::OpenMode mode) {
-  file.setFileName(path);
-  return !IsNoPlainFile(path) && file.open(mode);
 }
 
 bool IsSameFile(const QString& path, const QString& other) {
@@ -33,9 +128,4 @@ bool IsSameFile(const QString& path, const QString& other) {
   struct statx second;
   return Identify(path, &first) && Identify(other, &second) && first.stx_ino == second.stx_ino &&
          first.stx_dev_major == second.stx_dev_major && first.stx_dev_minor == second.stx_dev_minor;
-}
-
-bool WaitForDisk(QFile& file) {
-  // A file system that cannot do this has nothing to wait for.
-  return fdatasync(file.handle()) == 0 || errno == EINVAL || errno == ENOTSUP;
 }

@@ -1,18 +1,55 @@
 #pragma once
 
-#include <QFile>
 #include <QString>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
 
-// Files of which only the name is known: a pipe, a folder or a device never blocks and never opens.
+// A plain file, links followed. What has the name but is something else, a pipe, a folder or a
+// device, never opens, and nothing waits for it. Used on one thread.
+class PlainFile {
+ public:
+  enum class Mode {
+    kRead,
+    kUpdate,  // for writing a file that exists, as it is
+    kEmpty,   // for writing a file that is made or emptied
+  };
+
+  PlainFile() = default;
+  // Closes the file; what Write has not yet passed on is lost.
+  ~PlainFile();
+  PlainFile(const PlainFile&) = delete;
+  PlainFile& operator=(const PlainFile&) = delete;
+
+  // REQUIRES: the file is closed. Throws std::bad_alloc.
+  bool Open(const QString& path, Mode mode);
+  bool IsOpen() const { return mHandle >= 0; }
+  void Close();
+
+  // In bytes; 0 when it cannot be told.
+  std::uint64_t Size() const;
+  // Goes on behind the bytes read last. Gives fewer than `size` bytes at the end of the file and
+  // where reading fails.
+  std::size_t Read(void* bytes, std::size_t size);
+
+  // Goes on behind the bytes written last. False when this or an earlier write has failed. Throws
+  // std::bad_alloc.
+  bool Write(const void* bytes, std::size_t size);
+  // Closes the file when all that was written is on the disk. False when that or a write has
+  // failed; the file is closed then, too.
+  bool SaveAndClose();
+
+ private:
+  void Flush();
+  void PassOn(const char* bytes, std::size_t size);
+
+  int mHandle = -1;
+  std::vector<char> mWaiting;  // written, but not yet passed on to the system
+  bool mFailed = false;
+};
 
 // The path exists and is not a plain file, links followed.
 bool IsNoPlainFile(const QString& path);
 
-// Opens `file`, which must be closed, on `path`. False when it does not open or is no plain file.
-bool OpenPlainFile(QFile& file, const QString& path, QIODevice::OpenMode mode);
-
 // Both paths name one existing file, be it through links of either kind, or are equal.
 bool IsSameFile(const QString& path, const QString& other);
-
-// Returns when what was written is on the disk. False when that failed.
-bool WaitForDisk(QFile& file);

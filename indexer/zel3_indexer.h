@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QFile>
 #include <QString>
 #include <cstddef>
 #include <cstdint>
@@ -10,6 +9,7 @@
 #include "commands.h"
 #include "file_index_store.h"
 #include "notifications.h"
+#include "plain_file.h"
 #include "stream_records.h"
 
 // The time index of a recorded archive: one store per archive file, and the cache files that keep
@@ -141,10 +141,10 @@ class cZel3Indexer {
 
   void Make_current(const QString& path);
   void CloseCacheFiles();
-  bool OpenForWrite(QFile& file, const QString& name);
+  bool OpenForWrite(PlainFile& file, const QString& name);
   bool OpenCacheFilesForWrite();
-  bool WriteCacheFiles(QFile& events);
-  bool WriteCurrent(QFile& events);
+  bool WriteCacheFiles(PlainFile& events);
+  bool WriteCurrent(PlainFile& events);
 
   bool Load_ID3();
   bool Load_EVT();
@@ -153,11 +153,11 @@ class cZel3Indexer {
 
   QString currentFilePath;
   QString hdrFileName;
-  QFile hdrFile;
+  PlainFile hdrFile;
   QString id3FileName;
-  QFile id3File;
+  PlainFile id3File;
   QString evtFileName;
-  QFile evtFile;
+  PlainFile evtFile;
   ZEL_ID3_REC pendingId3Rec;        // the entry being collected, or the last bare one
   bool pendingId3RecValid = false;  // it is not yet in current.id3Records
   // The range of all files, in index time: empty before the first, then only ever widened.

@@ -2,6 +2,7 @@
 
 int CZel3FileReader::onCtrl(cMemBlock& block) {
   try {
+    if (indexing && pullMissed) PullNextBlock();
     Dispatch(block);
   } catch (...) {
     // The request is dropped.

@@ -26,6 +26,8 @@ int CZel3FileReader::Start_make_index(QString const& path) {
   indexer.Reopen_for_write();
   // Opening may have loaded an older cache; the records of the run must not come on top of it.
   indexer.Begin_intake();
+  recordLost = false;
+  pullMissed = false;
   try {
     Create_index_reader(indexedFilePath);
     Create_index_parser();
@@ -85,7 +87,8 @@ int CZel3FileReader::onData(cMemBlock const& block) {
   try {
     if (indexing) TakeRecord(block);
   } catch (...) {
-    // The record is lost; the run goes on.
+    // The run goes on, but without a record its index is not kept.
+    if (!pullMissed) recordLost = true;
   }
   return 1;
 }
@@ -141,11 +144,14 @@ void CZel3FileReader::OnParserTag(TParserTag const& parserTag) {
   Send_indexing_progress();
 }
 
-// The parser takes this as the word to ask the index reader for more.
+// The parser takes this as the word to ask the index reader for more. Without it nothing moves on,
+// so a word that finds no memory is sent with the next command.
 void CZel3FileReader::PullNextBlock() {
+  pullMissed = true;
   auto request = ChunkRequestBlock::New();
   request.Record().type = kNeighbour;
   SendCmd(request);
+  pullMissed = false;
 }
 
 int CZel3FileReader::onNotify(cMemBlock const& block) {
@@ -163,9 +169,10 @@ void CZel3FileReader::Send_finish_indexing() {
   indexing = false;
   try {
     indexer.current.blockPositions.push_back(fileSize - 1);
-    // After a read error the index is not whole: the cache files stay empty, and the file is
-    // indexed again.
-    if (!static_cast<CZel3FileReader*>(indexReader)->ReadFailed()) indexer.Save_files();
+    // After a read error or a lost record the index is not whole: the cache files stay empty, and
+    // the file is indexed again.
+    const bool whole = !recordLost && !static_cast<CZel3FileReader*>(indexReader)->ReadFailed();
+    if (whole) indexer.Save_files();
   } catch (...) {
     // Without a cache the file is indexed again.
   }

@@ -2,8 +2,8 @@
 
 void CZel3FileReader::OnPlayCmd(PlayBlock const& command) {
   if (!eventsSent) {
-    eventsSent = true;
     Send_all_events_notify();
+    eventsSent = true;
   }
   // The next bytes sent begin with the stream header again.
   lastChunk = TZEL3ChunkInfo();

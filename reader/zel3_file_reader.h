@@ -136,6 +136,8 @@ class CZel3FileReader : public CBrick {
   // The source holds no usable archive: the list of archives is refused. Never cleared; times are
   // looked up and served all the same.
   bool noArchive = false;
+  bool recordLost = false;  // the run at hand has missed a record for lack of memory
+  bool pullMissed = false;  // it waits for a block that has not been asked for
   bool readFailed = false;  // the last sequential read met an error, not the end of the file
   std::uint32_t lastProgressPercent = 0;
   bool archivesRequestPending = false;  // the list is to be sent as soon as there is one
