@@ -19,6 +19,7 @@
 namespace {
 
 constexpr std::uint64_t kMostSteps = 100000;
+constexpr int kMostActions = 30;
 
 // Four archives, one after the other with a gap, one overlapping, one older.
 class Place {
@@ -232,7 +233,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     FuzzClient client;
     client.Create(config);
     client.ConnectAfter(reader.get());
-    for (int count = 0; count < 60 && !input.IsEmpty(); ++count) {
+    for (int count = 0; count < kMostActions && !input.IsEmpty(); ++count) {
       const std::uint8_t action = input.Byte();
       if (action < 128) {
         reader->enqueueControl(Command(input));

@@ -11,8 +11,8 @@
 namespace {
 
 // Small numbers, so that files overlap, meet, are replaced and have equal times.
-PlainFile RandomFile(std::mt19937& random, bool ascending) {
-  PlainFile file;
+PlainStore RandomFile(std::mt19937& random, bool ascending) {
+  PlainStore file;
   file.name = std::string(1, static_cast<char>('a' + random() % 8));
   file.partial = random() % 2 == 0;
   const std::uint32_t from = random() % 60;
@@ -32,7 +32,7 @@ PlainFile RandomFile(std::mt19937& random, bool ascending) {
   return file;
 }
 
-sFile_Index_Store StoreOf(const PlainFile& file) {
+sFile_Index_Store StoreOf(const PlainStore& file) {
   sFile_Index_Store store = FileOf(file.name, file.times, file.end);
   store.startTime = file.start;
   store.partial = file.partial;
@@ -42,7 +42,7 @@ sFile_Index_Store StoreOf(const PlainFile& file) {
 // What a lookup leaves in fileToIndex.
 std::string ExpectedFileToIndex(const PlainTimeIndex& plain, const Answer& answer) {
   if (!answer.found) return "as before";
-  const PlainFile& file = plain.Files()[static_cast<std::size_t>(answer.file)];
+  const PlainStore& file = plain.Files()[static_cast<std::size_t>(answer.file)];
   return file.partial ? file.name : "";
 }
 
@@ -67,12 +67,12 @@ TEST_P(LookupComparison, AnswersAsThePlainWalk) {
     cZel3Indexer index;
     PlainTimeIndex plain;
     for (std::size_t count = random() % 12; count > 0; --count) {
-      const PlainFile file = RandomFile(random, GetParam());
+      const PlainStore file = RandomFile(random, GetParam());
       index.Add_file_index(StoreOf(file));
       plain.File(file);
     }
     Texts names;
-    for (const PlainFile& file : plain.Files()) names.push_back(file.name);
+    for (const PlainStore& file : plain.Files()) names.push_back(file.name);
     ASSERT_EQ(FileNames(index), names);
     CompareAtAllTimes(index, plain);
     if (HasFatalFailure()) return;

@@ -148,25 +148,33 @@ TEST_F(OddCacheFiles, AreLoadedWholeOrNotAtAllWhenMemoryFails) {
   if (kIsSanitized) GTEST_SKIP() << "sanitizers bring their own allocation";
   WriteCache(Id3File({{100, 700}, {110, 800}}), HdrFile({5, 750}),
              EvtFile().Group(100, 700, 2).Event(0x80, "door").Event(0x81, "gate"));
-  bool loadedAll = false;
-  for (int allocations = 0; !loadedAll && allocations < 300; ++allocations) {
-    SCOPED_TRACE(allocations);
-    cZel3Indexer fresh;
-    try {
-      const ScarceMemory memory(allocations);
-      fresh.Open_file(Path(archive), 9000);
-    } catch (const std::bad_alloc&) {
-      continue;
-    }
-    for (const sFile_Index_Store& store : fresh.files) {
-      const auto entries = static_cast<std::size_t>(store.id3Records.size());
-      const auto headers = static_cast<std::size_t>(store.headerPositions.size());
-      EXPECT_EQ(store.blockPositions.size(),
-                entries + (entries > 0 ? headers : std::min<std::size_t>(headers, 1)) + 1);
-      loadedAll = entries == 2 && headers == 2 && store.events.size() == 1;
+  for (const auto refusal : {ScarceMemory::kOnce, ScarceMemory::kFromThenOn}) {
+    bool refused = true;
+    for (int allocations = 0; refused; ++allocations) {
+      SCOPED_TRACE(testing::Message() << allocations << ", mode " << refusal);
+      cZel3Indexer fresh;
+      {
+        const ScarceMemory memory(allocations, refusal);
+        try {
+          fresh.Open_file(Path(archive), 9000);
+        } catch (const std::bad_alloc&) {
+          // What has been filed by then is looked at all the same.
+        }
+        refused = memory.Refused() > 0;
+      }
+      for (const sFile_Index_Store& store : fresh.files) {
+        const auto entries = static_cast<std::size_t>(store.id3Records.size());
+        const auto headers = static_cast<std::size_t>(store.headerPositions.size());
+        EXPECT_EQ(store.blockPositions.size(),
+                  entries + (entries > 0 ? headers : std::min<std::size_t>(headers, 1)) + 1);
+      }
+      if (refused) continue;
+      ASSERT_EQ(fresh.files.size(), 1U);
+      EXPECT_EQ(fresh.files[0].id3Records.size(), 2);
+      EXPECT_EQ(fresh.files[0].headerPositions.size(), 2);
+      EXPECT_EQ(fresh.files[0].events.size(), 1);
     }
   }
-  EXPECT_TRUE(loadedAll);
 }
 
 }  // namespace

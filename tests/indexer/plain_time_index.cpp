@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-void PlainTimeIndex::File(const PlainFile& file) {
+void PlainTimeIndex::File(const PlainStore& file) {
   if (mFiles.empty()) {
     mFirst = file.start;
     mLast = file.end;

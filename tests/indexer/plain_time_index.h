@@ -6,7 +6,7 @@
 
 #include "lookup_answer.h"
 
-struct PlainFile {
+struct PlainStore {
   std::string name;
   std::uint32_t start;
   std::uint32_t end;
@@ -18,10 +18,10 @@ struct PlainFile {
 // times except where a lookup is asked or answers.
 class PlainTimeIndex {
  public:
-  void File(const PlainFile& file);
+  void File(const PlainStore& file);
   Answer Find(std::uint64_t time, Ask ask) const;
 
-  const std::vector<PlainFile>& Files() const { return mFiles; }
+  const std::vector<PlainStore>& Files() const { return mFiles; }
 
  private:
   bool IsEmpty(int file) const { return mFiles[static_cast<std::size_t>(file)].times.empty(); }
@@ -35,7 +35,7 @@ class PlainTimeIndex {
   Answer LastEntryBefore(int file) const;
   Answer FirstEntryBehind(int file) const;
 
-  std::vector<PlainFile> mFiles;
+  std::vector<PlainStore> mFiles;
   std::uint32_t mFirst = 0;
   std::uint32_t mLast = 0;
 };

@@ -268,6 +268,10 @@ struct TailCase {
   bool isSeen;
 };
 
+std::ostream& operator<<(std::ostream& out, const TailCase& row) {
+  return out << row.size << " bytes, marker at " << row.place << (row.isSeen ? "" : ", unseen");
+}
+
 class TailSearch : public QuickIndex, public testing::WithParamInterface<TailCase> {};
 
 // A marker at the end of a stretch counts when all its four bytes and one more lie in the stretch;

@@ -13,7 +13,7 @@ struct Kind {
 };
 constexpr Kind kKinds[] = {
     {IN_CREATE, "made "},        {IN_MODIFY, "written "}, {IN_DELETE, "removed "},
-    {IN_MOVED_FROM, "renamed "}, {IN_MOVED_TO, "to "},
+    {IN_MOVED_FROM, "renamed "}, {IN_MOVED_TO, "to "},    {IN_CLOSE_WRITE, "closed "},
 };
 
 }  // namespace
@@ -31,8 +31,8 @@ FolderWatch::~FolderWatch() {
   close(mHandle);
 }
 
-Texts FolderWatch::Steps() const {
-  Texts steps;
+std::vector<std::string> FolderWatch::Steps() const {
+  std::vector<std::string> steps;
   alignas(inotify_event) char buffer[65536];
   for (ssize_t size; (size = read(mHandle, buffer, sizeof(buffer))) > 0;) {
     for (ssize_t place = 0; place < size;) {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "stores_for_tests.h"
+#include <vector>
 
 // What happens in a folder from here on, step by step.
 class FolderWatch {
@@ -12,8 +12,9 @@ class FolderWatch {
   FolderWatch(const FolderWatch&) = delete;
   FolderWatch& operator=(const FolderWatch&) = delete;
 
-  // "made a", "written a", "removed a", "renamed a", "to b". Repeated steps are given once.
-  Texts Steps() const;
+  // "made a", "written a", "closed a" after it was open for writing, "removed a", "renamed a",
+  // "to b". Repeated steps are given once.
+  std::vector<std::string> Steps() const;
 
  private:
   int mHandle;

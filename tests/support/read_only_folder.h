@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "unprivileged.h"
+
 // A folder in which no file can be made, removed or renamed until the end of a scope, not by root
 // either. Files in it can still be written.
 class ReadOnlyFolder {
@@ -13,5 +15,5 @@ class ReadOnlyFolder {
 
  private:
   std::string mPath;
-  unsigned mCapabilities = 0;  // as they were
+  Unprivileged mUnprivileged;
 };

@@ -1,30 +1,59 @@
 #include "scarce_memory.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <new>
 
 namespace {
 
-constexpr int kUnlimited = -1;
-thread_local int allocationsLeft = kUnlimited;
+// The state of the scope that this thread is in; without a scope nothing is counted. It takes no
+// memory to reach, and none to start with.
+struct Scope {
+  bool active;
+  bool onlyOnce;
+  int allocationsLeft;
+  int refused;
+};
+thread_local Scope scope;
+
+bool IsRefused() {
+  if (!scope.active) return false;
+  if (scope.allocationsLeft > 0) {
+    --scope.allocationsLeft;
+    return false;
+  }
+  if (scope.onlyOnce && scope.refused > 0) return false;
+  ++scope.refused;
+  errno = ENOMEM;
+  return true;
+}
+
+}  // namespace
+
+ScarceMemory::ScarceMemory(int allocations, Refusal refusal) {
+  scope = {true, refusal == kOnce, allocations, 0};
+}
+
+ScarceMemory::~ScarceMemory() {
+  scope.active = false;
+}
+
+int ScarceMemory::Refused() const {
+  return scope.refused;
+}
+
+#ifdef SCARCE_MEMORY_OF_NEW_ONLY
+
+// A sanitizer has a malloc of its own, which must stay; only `new` can be refused.
+namespace {
 
 void* Allocate(std::size_t size) {
-  if (allocationsLeft == 0) throw std::bad_alloc();
-  if (allocationsLeft > 0) --allocationsLeft;
-  void* const memory = std::malloc(size == 0 ? 1 : size);
+  void* const memory = IsRefused() ? nullptr : std::malloc(size == 0 ? 1 : size);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
 
 }  // namespace
-
-ScarceMemory::ScarceMemory(int allocations) {
-  allocationsLeft = allocations;
-}
-
-ScarceMemory::~ScarceMemory() {
-  allocationsLeft = kUnlimited;
-}
 
 void* operator new(std::size_t size) {
   return Allocate(size);
@@ -44,3 +73,30 @@ void operator delete(void* memory, std::size_t) noexcept {
 void operator delete[](void* memory, std::size_t) noexcept {
   std::free(memory);
 }
+
+#else
+
+// The allocator of the C library, under the names that nobody replaces.
+extern "C" {
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* memory, std::size_t size);
+}
+
+// These take the place of the C library's functions in all libraries of the program, and `new`
+// comes by them, too. Libraries see them, whatever the build hides.
+#define FOR_ALL_LIBRARIES extern "C" __attribute__((visibility("default")))
+
+FOR_ALL_LIBRARIES void* malloc(std::size_t size) noexcept {
+  return IsRefused() ? nullptr : __libc_malloc(size);
+}
+
+FOR_ALL_LIBRARIES void* calloc(std::size_t count, std::size_t size) noexcept {
+  return IsRefused() ? nullptr : __libc_calloc(count, size);
+}
+
+FOR_ALL_LIBRARIES void* realloc(void* memory, std::size_t size) noexcept {
+  return IsRefused() ? nullptr : __libc_realloc(memory, size);
+}
+
+#endif

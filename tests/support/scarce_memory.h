@@ -1,10 +1,17 @@
 #pragma once
 
-// Until the end of a scope only so many more allocations with `new` succeed; all others throw.
+// Until the end of a scope some allocations of this thread fail: those with `new` throw, those with
+// malloc, calloc and realloc return null, also where libraries make them.
 class ScarceMemory {
  public:
-  explicit ScarceMemory(int allocations);
+  enum Refusal { kOnce, kFromThenOn };
+
+  // `allocations` succeed. The next one is refused, or all from there on.
+  explicit ScarceMemory(int allocations, Refusal refusal = kFromThenOn);
   ~ScarceMemory();
   ScarceMemory(const ScarceMemory&) = delete;
   ScarceMemory& operator=(const ScarceMemory&) = delete;
+
+  // How many allocations have been refused so far in this scope. 0 means that nothing was short.
+  int Refused() const;
 };

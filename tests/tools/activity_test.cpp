@@ -138,7 +138,7 @@ TEST_F(ActivityOfSample, TheWholeArchiveIsTheDefault) {
 
 TEST_F(ActivityOfSample, TextIsOneCharacterForABin) {
   const std::vector<std::string> lines =
-      Lines(Measure({Second(0), Second(200), "--bins", "20"}).out);
+      LinesOf(Measure({Second(0), Second(200), "--bins", "20"}).out);
   ASSERT_EQ(lines.size(), 3U);
   EXPECT_EQ(lines[0],
             "stream 1 from 2024-05-01T00:00:00.000Z to 2024-05-01T00:03:20.000Z, one character for "
@@ -155,7 +155,7 @@ TEST_F(ActivityOfSample, TextIsOneCharacterForABin) {
 
 TEST_F(ActivityOfSample, CsvHasARowForABin) {
   const std::vector<std::string> lines =
-      Lines(Measure({Second(40), Second(80), "--bins", "2", "--format", "csv"}).out);
+      LinesOf(Measure({Second(40), Second(80), "--bins", "2", "--format", "csv"}).out);
   EXPECT_THAT(lines,
               ElementsAre("time,level,recorded",
                           Second(40) + "," + std::to_string(LevelOf(mTruth, 40, 60)) + ",true",
@@ -205,7 +205,7 @@ TEST_F(Activity, QuietIsNotMissing) {
   const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
   Arguments otherStream{"activity",  Folder(), "--stream", "9",        Second(0),
                         Second(100), "--bins", "10",       "--format", "csv"};
-  const std::vector<std::string> lines = Lines(Run(otherStream).out);
+  const std::vector<std::string> lines = LinesOf(Run(otherStream).out);
   ASSERT_EQ(lines.size(), 11U);
   for (std::uint32_t i = 0; i < 10; ++i) {
     EXPECT_EQ(lines[i + 1], Second(i * 10) + (i >= 6 && i <= 8 ? ",0,false" : ",0,true"));

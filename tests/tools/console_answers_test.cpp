@@ -22,7 +22,7 @@ class ConsoleAnswers : public ProgramTest {
     const ProgramResult result = Run(arguments, input);
     EXPECT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(result.err, "");
-    std::vector<std::string> lines = Lines(result.out);
+    std::vector<std::string> lines = LinesOf(result.out);
     EXPECT_EQ(lines.at(0), kIdle);
     lines.erase(lines.begin());
     return lines;
@@ -255,7 +255,7 @@ TEST_F(ConsoleAnswers, TextsAreEscapedAndWhatIsNotUtf8IsReplaced) {
   writer.Close();
   ASSERT_EQ(Run({"index", path}).exitCode, 0);
   EXPECT_THAT(
-      Lines(Run({"console", path}, R"({"cmd":"Pla3","forward":1})").out),
+      LinesOf(Run({"console", path}, R"({"cmd":"Pla3","forward":1})").out),
       ElementsAre(kIdle, R"({"block":"ntfy","kind":"Evt ","events":[)" + events + "]}",
                   R"({"block":"ntfy","kind":"rset","indexId":0,"time":0,"mode":0,"forward":1})",
                   kIdle));

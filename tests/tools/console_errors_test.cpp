@@ -62,7 +62,7 @@ TEST_F(ConsoleErrors, ALineThatIsNoCommandIsRefused) {
     SCOPED_TRACE(line);
     const ProgramResult result = Console(line);
     EXPECT_EQ(result.exitCode, 2);
-    EXPECT_THAT(Lines(result.out),
+    EXPECT_THAT(LinesOf(result.out),
                 ElementsAre(kIdle, MatchesRegex(R"(\{"error":"line 1: [a-zA-Z ]+"\})"), kIdle));
     EXPECT_EQ(result.err, "");
   }
@@ -80,7 +80,7 @@ TEST_F(ConsoleErrors, ALineWithANulIsRefused) {
     SCOPED_TRACE(testing::PrintToString(line));
     const ProgramResult result = Console(line + "\n");
     EXPECT_EQ(result.exitCode, 2);
-    EXPECT_THAT(Lines(result.out),
+    EXPECT_THAT(LinesOf(result.out),
                 ElementsAre(kIdle, R"({"error":"line 1: not a JSON value"})", kIdle));
   }
 }
@@ -103,14 +103,14 @@ TEST_F(ConsoleErrors, LargestAndSmallestNumbersAreTaken) {
 
 TEST_F(ConsoleErrors, OneBadElementRefusesTheWholeLine) {
   const ProgramResult result = Console(R"([{"cmd":"Pla3"},{"cmd":"Pla3","forward":-1}])");
-  EXPECT_THAT(Lines(result.out), ElementsAre(kIdle, testing::HasSubstr("line 1: "), kIdle));
+  EXPECT_THAT(LinesOf(result.out), ElementsAre(kIdle, testing::HasSubstr("line 1: "), kIdle));
 }
 
 TEST_F(ConsoleErrors, TheConsoleGoesOnAfterAnError) {
   const ProgramResult result = Console("x\n{\"cmd\":\"datr\"}\n");
   EXPECT_EQ(result.exitCode, 2);
   EXPECT_THAT(
-      Lines(result.out),
+      LinesOf(result.out),
       ElementsAre(kIdle, testing::HasSubstr("line 1: "), kIdle,
                   R"({"block":"RDat","size":13,"bytes":"05b5b5b5000000000000000000"})", kIdle));
 }
@@ -118,21 +118,21 @@ TEST_F(ConsoleErrors, TheConsoleGoesOnAfterAnError) {
 TEST_F(ConsoleErrors, AnErrorInTheMiddleIsKeptInTheExitStatus) {
   const ProgramResult result = Console("{\"cmd\":\"datr\"}\r\nx\r\n{\"cmd\":\"datr\"}\r\n");
   EXPECT_EQ(result.exitCode, 2);
-  EXPECT_THAT(Lines(result.out),
+  EXPECT_THAT(LinesOf(result.out),
               ElementsAre(kIdle, testing::HasSubstr("RDat"), kIdle, testing::HasSubstr("line 2: "),
                           kIdle, testing::HasSubstr("RDat"), kIdle));
 }
 
 TEST_F(ConsoleErrors, BlankLinesAreSkippedButCounted) {
   const ProgramResult result = Console("\n \t \r\nx\n\n\ny");
-  EXPECT_THAT(Lines(result.out), ElementsAre(kIdle, testing::HasSubstr("line 3: "), kIdle,
-                                             testing::HasSubstr("line 6: "), kIdle));
+  EXPECT_THAT(LinesOf(result.out), ElementsAre(kIdle, testing::HasSubstr("line 3: "), kIdle,
+                                               testing::HasSubstr("line 6: "), kIdle));
 }
 
 TEST_F(ConsoleErrors, AnEmptyArrayIsALineOfNoCommands) {
   const ProgramResult result = Console("[]\n[ ]\r\n");
   EXPECT_EQ(result.exitCode, 0);
-  EXPECT_THAT(Lines(result.out), ElementsAre(kIdle, kIdle, kIdle));
+  EXPECT_THAT(LinesOf(result.out), ElementsAre(kIdle, kIdle, kIdle));
 }
 
 TEST_F(ConsoleErrors, ErrorsDoNotRepeatTheInput) {

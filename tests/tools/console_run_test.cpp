@@ -19,7 +19,7 @@ class ConsoleRun : public ProgramTest {};
 TEST_F(ConsoleRun, ASingleFileWithoutIndexIsIndexedBeforeTheFirstIdle) {
   const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
   const ProgramResult result = Run({"console", SampleFile(Folder(), truth, 0)});
-  std::vector<std::string> lines = Lines(result.out);
+  std::vector<std::string> lines = LinesOf(result.out);
   ASSERT_GE(lines.size(), 3U);
   EXPECT_EQ(lines.back(), kIdle);
   EXPECT_THAT(lines[lines.size() - 2], HasSubstr(R"("level":"Cewg")"));
@@ -33,13 +33,13 @@ TEST_F(ConsoleRun, ASingleFileWithoutIndexIsIndexedBeforeTheFirstIdle) {
 TEST_F(ConsoleRun, AMissingSourceGivesAReaderThatHasNothing) {
   const ProgramResult result = Run({"console", *this / "nothing.zel3"}, R"({"cmd":"ArcR"})");
   EXPECT_EQ(result.exitCode, 0);
-  EXPECT_THAT(Lines(result.out), ElementsAre(kIdle, kIdle));
+  EXPECT_THAT(LinesOf(result.out), ElementsAre(kIdle, kIdle));
 }
 
 TEST_F(ConsoleRun, AFolderWithoutArchivesIsReported) {
   const ProgramResult result = Run({"console", Folder()}, R"({"cmd":"ArcR"})");
   EXPECT_THAT(
-      Lines(result.out),
+      LinesOf(result.out),
       ElementsAre(
           kIdle,
           R"({"block":"ntfy","kind":"NMsg","sender":862741850,"level":"Err ","code":"W010","value":6,"text":"No archive in","detail":")" +
@@ -51,8 +51,8 @@ TEST_F(ConsoleRun, ASingleFileWithoutAParserIsNoArchive) {
   const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
   const ProgramResult result =
       Run({"console", "--no-parser", SampleFile(Folder(), truth, 0)}, R"({"cmd":"ArcR"})");
-  EXPECT_THAT(Lines(result.out), testing::Contains(AllOf(HasSubstr(R"("code":"W010")"),
-                                                         EndsWith(truth.files[0].name + "\"}"))));
+  EXPECT_THAT(LinesOf(result.out), testing::Contains(AllOf(HasSubstr(R"("code":"W010")"),
+                                                           EndsWith(truth.files[0].name + "\"}"))));
 }
 
 TEST_F(ConsoleRun, TheCacheFolderHoldsTheIndex) {
@@ -115,7 +115,7 @@ TEST_F(ConsoleRun, AsManyBinsAsMemoryHoldsAreShown) {
   const ProgramResult result =
       Run({"console", Folder()}, R"({"cmd":"His3","from":1,"to":2,"binCount":20000000})");
   EXPECT_EQ(result.exitCode, 0) << result.err;
-  const std::vector<std::string> lines = Lines(result.out);
+  const std::vector<std::string> lines = LinesOf(result.out);
   ASSERT_EQ(lines.size(), 3U);
   EXPECT_THAT(lines[1], StartsWith(head + "0,0,"));
   EXPECT_THAT(lines[1], EndsWith(",0,0]}"));

@@ -24,7 +24,7 @@ class Dump : public ProgramTest {
     const ProgramResult result = Run({"dump", path, "--format", "jsonl"});
     EXPECT_EQ(result.exitCode, exitCode) << result.err;
     std::vector<Json> records;
-    for (const std::string& line : Lines(result.out)) records.push_back(Json::parse(line));
+    for (const std::string& line : LinesOf(result.out)) records.push_back(Json::parse(line));
     return records;
   }
 
@@ -103,7 +103,7 @@ TEST_F(Dump, TextIsATable) {
   EXPECT_EQ(result.err, "");
   const std::string time = "1970-01-01T00:00:07\\.000Z";
   EXPECT_THAT(
-      Lines(result.out),
+      LinesOf(result.out),
       ElementsAre("small.zel3", MatchesRegex(" +position +kind +time +stream +bytes +level +text"),
                   MatchesRegex(
                       " +0 +header +- +- +- +-  Title: 1 video \"Gate\" h264, 2 sound \"Mast\" pcm "
@@ -164,7 +164,7 @@ TEST_F(Dump, TextsFromArchivesCannotHarmATerminal) {
   const ProgramResult result = Run({"dump", WriteSmall("\x1b[2J", "a\nb\xff")});
   EXPECT_THAT(result.out, HasSubstr("\\u001b[2J: 1 video"));
   EXPECT_THAT(result.out, HasSubstr("door-open: a\\u000ab\xef\xbf\xbd"));
-  EXPECT_EQ(Lines(result.out).size(), 7U);
+  EXPECT_EQ(LinesOf(result.out).size(), 7U);
   EXPECT_EQ(Records(mSmall).size(), 5U);
 }
 

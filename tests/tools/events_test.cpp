@@ -71,7 +71,7 @@ TEST_F(EventsOfSample, AreThoseThatWereWrittenInOrder) {
   const ProgramResult result = EventLines();
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.err, "");
-  EXPECT_EQ(Lines(result.out), Expected());
+  EXPECT_EQ(LinesOf(result.out), Expected());
   EXPECT_EQ(EntryNames(Folder()).size(), 12U) << "every file has been given its index";
 }
 
@@ -79,7 +79,7 @@ TEST_F(EventsOfSample, OfARangeWithoutItsEnd) {
   const std::uint32_t first = mTruth.files[0].events.front().indexTime;
   const std::uint32_t last = mTruth.files[2].events.back().indexTime;
   const auto lines = [this](std::uint64_t from, std::uint64_t to) {
-    return Lines(EventLines({std::to_string(from), std::to_string(to)}).out);
+    return LinesOf(EventLines({std::to_string(from), std::to_string(to)}).out);
   };
   EXPECT_EQ(lines(ArchiveTime(first), ArchiveTime(last)),
             Expected({0, 1, 2},
@@ -94,7 +94,7 @@ TEST_F(EventsOfSample, OfTheTypesAskedFor) {
   const std::uint8_t last = mTruth.files[2].events.back().type;
   const ProgramResult result =
       EventLines({"--type", event_types::Name(first), "--type", std::to_string(last)});
-  EXPECT_EQ(Lines(result.out), Expected({0, 1, 2}, [=](const GroundTruthEvent& event) {
+  EXPECT_EQ(LinesOf(result.out), Expected({0, 1, 2}, [=](const GroundTruthEvent& event) {
               return event.type == first || event.type == last;
             }));
   EXPECT_EQ(EventLines({"--type", "132"}).exitCode, 4);
@@ -104,17 +104,17 @@ TEST_F(EventsOfSample, NoIndexLeavesOutFilesWithoutOne) {
   ASSERT_EQ(Run({"index", SampleFile(Folder(), mTruth, 0)}).exitCode, 0);
   const ProgramResult result = EventLines({"--no-index"});
   EXPECT_EQ(result.exitCode, 3);
-  EXPECT_EQ(Lines(result.out), Expected({0}));
+  EXPECT_EQ(LinesOf(result.out), Expected({0}));
   EXPECT_THAT(result.err, HasSubstr("without an index"));
   EXPECT_EQ(EntryNames(Folder()).size(), 6U) << "nothing has been written";
   ASSERT_EQ(Run({"index", Folder()}).exitCode, 0);
-  EXPECT_EQ(Lines(EventLines({"--no-index"}).out), Expected());
+  EXPECT_EQ(LinesOf(EventLines({"--no-index"}).out), Expected());
 }
 
 TEST_F(EventsOfSample, OfASingleFile) {
   const std::string file = SampleFile(Folder(), mTruth, 1);
   EXPECT_EQ(Run({"events", file, "--no-index"}).exitCode, 4);
-  EXPECT_EQ(Lines(Run({"events", file, "--format", "jsonl"}).out), Expected({1}));
+  EXPECT_EQ(LinesOf(Run({"events", file, "--format", "jsonl"}).out), Expected({1}));
   EXPECT_EQ(Run({"events", file, "--no-index"}).exitCode, 0);
 }
 
@@ -122,16 +122,16 @@ TEST_F(EventsOfSample, AFileThatIsNoArchiveIsLeftOut) {
   WriteFile(*this / "z.zel3", std::string(1000, 'x'));
   const ProgramResult result = EventLines();
   EXPECT_EQ(result.exitCode, 3);
-  EXPECT_EQ(Lines(result.out), Expected());
+  EXPECT_EQ(LinesOf(result.out), Expected());
   EXPECT_THAT(result.err, HasSubstr("without an index"));
 }
 
 TEST_F(Events, EveryFormatShowsTheSame) {
   WriteEvent(*this / "a.zel3", "gate 1, \"left\"");
-  EXPECT_THAT(Lines(Run({"events", Folder()}).out),
+  EXPECT_THAT(LinesOf(Run({"events", Folder()}).out),
               ElementsAre("time                      type  text",
                           "1970-01-01T00:00:07.000Z  note  gate 1, \"left\""));
-  EXPECT_THAT(Lines(Run({"events", Folder(), "--format", "csv"}).out),
+  EXPECT_THAT(LinesOf(Run({"events", Folder(), "--format", "csv"}).out),
               ElementsAre("time,type,text", "7000,note,\"gate 1, \"\"left\"\"\""));
   const std::string line = R"({"time":7000,"type":"note","text":"gate 1, \"left\""})";
   EXPECT_EQ(EventLines().out, line + "\n");
@@ -142,11 +142,12 @@ TEST_F(Events, EveryFormatShowsTheSame) {
 TEST_F(Events, TextsFromArchivesCannotHarmATerminal) {
   WriteEvent(*this / "a.zel3", "\x1b[2J\n\xff");
   for (const char* const format : {"text", "csv"}) {
-    const std::vector<std::string> lines = Lines(Run({"events", Folder(), "--format", format}).out);
+    const std::vector<std::string> lines =
+        LinesOf(Run({"events", Folder(), "--format", format}).out);
     ASSERT_EQ(lines.size(), 2U);
     EXPECT_THAT(lines[1], testing::EndsWith("\\u001b[2J\\u000a\xef\xbf\xbd"));
   }
-  EXPECT_EQ(Lines(EventLines().out).size(), 1U);
+  EXPECT_EQ(LinesOf(EventLines().out).size(), 1U);
 }
 
 TEST_F(Events, NothingThereExitsWithFour) {

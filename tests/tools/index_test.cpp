@@ -50,7 +50,8 @@ TEST_F(Index, AFileWhoseCacheIsGoneIsIndexedAgain) {
 
 TEST_F(Index, ShowsNamesAndTimes) {
   const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
-  const std::vector<std::string> lines = Lines(Run({"index", SampleFile(Folder(), truth, 0)}).out);
+  const std::vector<std::string> lines =
+      LinesOf(Run({"index", SampleFile(Folder(), truth, 0)}).out);
   ASSERT_EQ(lines.size(), 2U);
   EXPECT_THAT(lines[0], testing::MatchesRegex("file +state +start +end"));
   EXPECT_THAT(lines[1],

@@ -21,7 +21,7 @@ TEST_F(Info, ShowsFilesTimesAndStreams) {
   const ProgramResult result = Run({"info", Folder()});
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_THAT(
-      Lines(result.out),
+      LinesOf(result.out),
       ElementsAre(Folder(), "file  start                     end                       streams",
                   "0     2024-05-01T00:00:00.000Z  2024-05-01T00:00:50.000Z  1 2 3",
                   "1     2024-05-01T00:01:30.000Z  2024-05-01T00:02:20.000Z  1 2 3",

@@ -72,7 +72,7 @@ TEST_F(Preview, NothingIsShownBehindTheLastEntryAndBeforeTheFirst) {
 
 TEST_F(Preview, TextIsATable) {
   EXPECT_THAT(
-      Lines(Show(SampleTime(190), SampleTime(210), {"--count", "2"}).out),
+      LinesOf(Show(SampleTime(190), SampleTime(210), {"--count", "2"}).out),
       ElementsAre("position                  file  entry  entry time                time reached",
                   "2024-05-01T00:03:10.000Z  2     4      2024-05-01T00:03:10.000Z  no",
                   "2024-05-01T00:03:20.000Z  none  none   none                      none"));
@@ -80,7 +80,7 @@ TEST_F(Preview, TextIsATable) {
 
 TEST_F(Preview, CsvLeavesMissingCellsEmpty) {
   EXPECT_THAT(
-      Lines(Show(SampleTime(190), SampleTime(210), {"--count", "2", "--format", "csv"}).out),
+      LinesOf(Show(SampleTime(190), SampleTime(210), {"--count", "2", "--format", "csv"}).out),
       ElementsAre(
           "position,file,entry,entry time,time reached",
           std::to_string(SampleTime(190)) + ",2,4," + std::to_string(SampleTime(190)) + ",no",
@@ -112,7 +112,7 @@ TEST_F(Preview, AFileThatIsNoArchiveIsLeftOut) {
   WriteFile(*this / "z.zel3", std::string(1000, 'x'));
   const ProgramResult result = Show(SampleTime(0), SampleTime(60));
   EXPECT_EQ(result.exitCode, 3);
-  EXPECT_EQ(Lines(result.out).size(), 11U);
+  EXPECT_EQ(LinesOf(result.out).size(), 11U);
   EXPECT_THAT(result.err, testing::HasSubstr("without an index"));
 }
 

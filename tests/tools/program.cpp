@@ -108,7 +108,7 @@ std::string ProgramTest::Out() const {
   return Text(mOutputs / "out");
 }
 
-std::vector<std::string> Lines(const std::string& text) {
+std::vector<std::string> LinesOf(const std::string& text) {
   std::vector<std::string> lines;
   std::istringstream stream(text);
   for (std::string line; std::getline(stream, line);) lines.push_back(line);

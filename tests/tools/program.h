@@ -54,4 +54,4 @@ class ProgramTest : public testing::Test {
 };
 
 // The lines of a text, without their ends.
-std::vector<std::string> Lines(const std::string& text);
+std::vector<std::string> LinesOf(const std::string& text);

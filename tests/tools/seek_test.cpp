@@ -74,7 +74,7 @@ TEST_F(Seek, IndexesTheFileThatHoldsTheTime) {
 TEST_F(Seek, TextIsATable) {
   const ProgramResult result = Run({"seek", Folder(), "2024-05-01T00:01:45Z"});
   EXPECT_EQ(result.exitCode, 0);
-  EXPECT_THAT(Lines(result.out),
+  EXPECT_THAT(LinesOf(result.out),
               ElementsAre("file  entry  time", "1     1      2024-05-01T00:01:40.000Z"));
 }
 

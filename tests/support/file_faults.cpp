@@ -1,0 +1,147 @@
+// The functions through which the standard library and Qt reach files, in the place of those of
+// the C library: each asks here first whether it is to fail.
+
+#include "file_faults.h"
+
+#include <dirent.h>
+#include <dlfcn.h>
+#include <sys/types.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <optional>
+#include <utility>
+
+namespace {
+
+struct Plan {
+  std::optional<FileOperation> kind;
+  int first = 0;
+  FileFaults::Repeats repeats = FileFaults::Repeats::kOnce;
+  int error = 0;
+  std::function<void()> act;
+  int counted = 0;
+  int struck = 0;
+};
+
+thread_local Plan* plan = nullptr;
+thread_local int mostAtOnce = 0;
+
+// Whether the operation is to fail; errno is set then.
+bool Fails(FileOperation operation) {
+  if (plan == nullptr || (plan->kind && *plan->kind != operation)) return false;
+  const int number = plan->counted++;
+  const bool strikes = number == plan->first ||
+                       (number > plan->first && plan->repeats == FileFaults::Repeats::kFromThenOn);
+  if (!strikes) return false;
+  ++plan->struck;
+  if (plan->act) {
+    plan->act();
+    return false;
+  }
+  errno = plan->error;
+  return true;
+}
+
+template <class Function>
+Function* Original(const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+FileFaults::FileFaults(int first, Repeats repeats, int error) {
+  plan = new Plan{std::nullopt, first, repeats, error, {}};
+}
+
+FileFaults::FileFaults(FileOperation kind, int first, Repeats repeats, int error) {
+  plan = new Plan{kind, first, repeats, error, {}};
+}
+
+FileFaults::FileFaults(int first, std::function<void()> act) {
+  plan = new Plan{std::nullopt, first, Repeats::kOnce, 0, std::move(act)};
+}
+
+FileFaults::~FileFaults() {
+  delete std::exchange(plan, nullptr);
+}
+
+int FileFaults::Struck() const {
+  return plan->struck;
+}
+
+ShortReads::ShortReads(int most) {
+  mostAtOnce = most;
+}
+
+ShortReads::~ShortReads() {
+  mostAtOnce = 0;
+}
+
+// The C library's headers name some of these functions by others when files may be large, hence no
+// declarations but these.
+extern "C" {
+
+#define EXPORTED __attribute__((visibility("default")))
+
+EXPORTED int FaultyOpen(const char* path, int flags, ...) asm("open64");
+int FaultyOpen(const char* path, int flags, ...) {
+  std::va_list arguments;
+  va_start(arguments, flags);
+  const int mode = va_arg(arguments, int);
+  va_end(arguments);
+  if (Fails(FileOperation::kOpen)) return -1;
+  return Original<int(const char*, int, ...)>("open64")(path, flags, mode);
+}
+
+EXPORTED FILE* FaultyStreamOpen(const char* path, const char* mode) asm("fopen64");
+FILE* FaultyStreamOpen(const char* path, const char* mode) {
+  if (Fails(FileOperation::kOpen)) return nullptr;
+  return Original<FILE*(const char*, const char*)>("fopen64")(path, mode);
+}
+
+EXPORTED ssize_t read(int file, void* bytes, std::size_t size) {
+  if (Fails(FileOperation::kRead)) return -1;
+  if (mostAtOnce > 0) size = std::min(size, static_cast<std::size_t>(mostAtOnce));
+  return Original<ssize_t(int, void*, std::size_t)>("read")(file, bytes, size);
+}
+
+EXPORTED ssize_t write(int file, const void* bytes, std::size_t size) {
+  if (Fails(FileOperation::kWrite)) return -1;
+  return Original<ssize_t(int, const void*, std::size_t)>("write")(file, bytes, size);
+}
+
+EXPORTED int FaultyTruncate(int file, long long size) asm("ftruncate64");
+int FaultyTruncate(int file, long long size) {
+  if (Fails(FileOperation::kWrite)) return -1;
+  return Original<int(int, long long)>("ftruncate64")(file, size);
+}
+
+EXPORTED int FaultyTruncatePath(const char* path, long long size) asm("truncate64");
+int FaultyTruncatePath(const char* path, long long size) {
+  if (Fails(FileOperation::kWrite)) return -1;
+  return Original<int(const char*, long long)>("truncate64")(path, size);
+}
+
+EXPORTED DIR* opendir(const char* path) {
+  if (Fails(FileOperation::kOpen)) return nullptr;
+  return Original<DIR*(const char*)>("opendir")(path);
+}
+
+EXPORTED int fdatasync(int file) {
+  if (Fails(FileOperation::kSync)) return -1;
+  return Original<int(int)>("fdatasync")(file);
+}
+
+EXPORTED int rename(const char* from, const char* to) noexcept {
+  if (Fails(FileOperation::kRename)) return -1;
+  return Original<int(const char*, const char*)>("rename")(from, to);
+}
+
+EXPORTED int unlink(const char* path) noexcept {
+  if (Fails(FileOperation::kRemove)) return -1;
+  return Original<int(const char*)>("unlink")(path);
+}
+}

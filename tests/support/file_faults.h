@@ -1,0 +1,35 @@
+#pragma once
+
+#include <functional>
+
+// What programs ask of the system for files.
+enum class FileOperation { kOpen, kRead, kWrite, kSync, kRename, kRemove };
+
+// Lets a file operation of this thread go wrong until the end of a scope. Only one object at a
+// time. Counts the operations of all kinds, or of one kind only.
+class FileFaults {
+ public:
+  enum class Repeats { kOnce, kFromThenOn };
+
+  // The operation number `first`, counted from 0, fails with the error number `error`; so do all
+  // that follow it, when they are to. A read that fails from then on is a disk that cannot be read.
+  FileFaults(int first, Repeats repeats, int error);
+  FileFaults(FileOperation kind, int first, Repeats repeats, int error);
+  // `act` is called in place of failing, before the operation number `first`.
+  FileFaults(int first, std::function<void()> act);
+  ~FileFaults();
+  FileFaults(const FileFaults&) = delete;
+  FileFaults& operator=(const FileFaults&) = delete;
+
+  // Operations that failed, or before which `act` was called.
+  int Struck() const;
+};
+
+// Until the end of a scope no read of this thread gives more than `most` bytes at once.
+class ShortReads {
+ public:
+  explicit ShortReads(int most);
+  ~ShortReads();
+  ShortReads(const ShortReads&) = delete;
+  ShortReads& operator=(const ShortReads&) = delete;
+};

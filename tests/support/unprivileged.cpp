@@ -1,0 +1,34 @@
+#include "unprivileged.h"
+
+#include <linux/capability.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <stdexcept>
+
+namespace {
+
+// What lets root pass over the permissions of files.
+constexpr unsigned kOverride = 1U << CAP_DAC_OVERRIDE | 1U << CAP_DAC_READ_SEARCH;
+
+// Leaves the thread those of its first 32 effective capabilities that are to be kept, and gives it
+// those to be added as far as they are permitted. Returns what they were.
+unsigned ChangeCapabilities(unsigned keep, unsigned add) {
+  __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+  __user_cap_data_struct sets[_LINUX_CAPABILITY_U32S_3] = {};
+  if (syscall(SYS_capget, &header, sets) != 0)
+    throw std::runtime_error("cannot read the capabilities");
+  const unsigned old = sets[0].effective;
+  sets[0].effective = (old & keep) | (add & sets[0].permitted);
+  if (syscall(SYS_capset, &header, sets) != 0)
+    throw std::runtime_error("cannot set the capabilities");
+  return old;
+}
+
+}  // namespace
+
+Unprivileged::Unprivileged() : mCapabilities(ChangeCapabilities(~kOverride, 0)) {}
+
+Unprivileged::~Unprivileged() {
+  ChangeCapabilities(~0U, mCapabilities);
+}
