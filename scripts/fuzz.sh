@@ -26,7 +26,10 @@ cmake --build --preset fuzz --target "${names[@]/%/_fuzzer}" zel3parser >/dev/nu
 
 # Plug-ins that a host unloads are no leaks; blocks are counted by the targets themselves. Long stacks of allocations
 # and a large quarantine would cost half of the speed.
-export ASAN_OPTIONS=detect_leaks=0:malloc_context_size=4:quarantine_size_mb=16
+ASAN_OPTIONS=detect_leaks=0:malloc_context_size=1:quarantine_size_mb=16:max_malloc_fill_size=0
+# Where a cache lies about positions an answer may be as large as 2 GiB; what there is no memory for is refused.
+ASAN_OPTIONS+=:max_allocation_size_mb=64:allocator_may_return_null=1
+export ASAN_OPTIONS
 for name in "${names[@]}"; do
   found=build/fuzz/found/$name
   mkdir -p "$found"

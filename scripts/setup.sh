@@ -8,7 +8,7 @@ require_i386=no
 [ "${1:-}" = --require-i386 ] && require_i386=yes
 
 packages=(
-  g++ g++-multilib clang libclang-rt-dev clang-format clang-tidy cmake ninja-build binutils git ca-certificates
+  g++ g++-multilib clang libclang-rt-dev clang-format clang-tidy cmake ninja-build valgrind binutils git ca-certificates
   qtbase5-dev googletest gcovr libcli11-dev nlohmann-json3-dev libfmt-dev
 )
 i386_packages=(libqt5core5a:i386)

@@ -1,0 +1,71 @@
+#!/usr/bin/env bash
+# The long proof that nothing crashes, hangs, leaks or lies: hours where the tests take minutes.
+#   scripts/reliability.sh [load|faults|threads|memcheck|sanitizers|fuzz...]
+# Without a name all of them run. Ends with 1 at the first finding. The figures are printed as they come.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+parts=("$@")
+[ "${#parts[@]}" != 0 ] || parts=(load faults threads memcheck sanitizers fuzz)
+
+builds=(native)
+[ -e /usr/lib/i386-linux-gnu/libQt5Core.so.5 ] && builds=(i386 native)
+
+# build PRESET: quiet unless it fails.
+build() {
+  cmake --preset "$1" >/dev/null
+  cmake --build --preset "$1" >build/reliability.log || { cat build/reliability.log; exit 1; }
+}
+
+# tests PRESET PROGRAM [ARGUMENT...]: prints the figures and the closing lines.
+tests() {
+  local program=build/$1/bin/$2
+  echo "-- $1 $2 ${*:3}"
+  "${runner[@]}" "$program" --gtest_brief=1 "${@:3}" >build/reliability.log 2>&1 || { cat build/reliability.log; exit 1; }
+  grep -E '^figure:|PASSED|SKIPPED' build/reliability.log
+}
+
+mkdir -p build
+runner=()
+for part in "${parts[@]}"; do
+  echo "== $part"
+  case $part in
+    # Folders of 10,000 archives, files of ten million entries, a million requests, a thousand runs, 200 kills.
+    load)
+      for preset in "${builds[@]}"; do
+        build "$preset"
+        ZEL3_LONG=1 tests "$preset" reliability_tests
+      done ;;
+    # Memory, files and disks that fail at every single step.
+    faults)
+      for preset in "${builds[@]}"; do
+        build "$preset"
+        tests "$preset" reader_tests \
+          --gtest_filter='LittleMemory*:FailingFiles*:ChangedArchive*:EndedRun*:BadInput*'
+      done ;;
+    threads)
+      build native-tsan
+      ZEL3_LONG=1 tests native-tsan blocks_tests ;;
+    memcheck)
+      build native
+      # Regular expressions that are compiled as they run are beyond what valgrind can follow.
+      export QT_ENABLE_REGEXP_JIT=0
+      runner=(valgrind --quiet --error-exitcode=9 --leak-check=full --errors-for-leak-kinds=definite
+              --soname-synonyms=somalloc=NONE)
+      # Without the tests that bring an allocator of their own or limit the memory of the process.
+      for program in blocks_tests host_tests indexer_tests parser_tests archive_tests reader_tests; do
+        tests native "$program" --gtest_filter='-*Memory*:*FindNoRoom*:*TooLarge*:BadInput.HugeCacheFiles'
+      done
+      runner=() ;;
+    sanitizers)
+      sanitized=(native-asan)
+      [ "${builds[0]}" = i386 ] && sanitized=(i386-asan native-asan)
+      scripts/test.sh "${sanitized[@]}" ;;
+    fuzz)
+      scripts/fuzz.sh ;;
+    *)
+      echo "no part is called $part" >&2
+      exit 2 ;;
+  esac
+done
+echo "reliability: nothing found"
