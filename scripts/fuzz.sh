@@ -35,7 +35,7 @@ for name in "${names[@]}"; do
   mkdir -p "$found"
   printf '%s: ' "$name"
   log=build/fuzz/$name.log
-  build/fuzz/bin/"${name}_fuzzer" -runs="$runs" -timeout=10 -rss_limit_mb=1024 -max_len=4096 -entropic=0 \
+  build/fuzz/bin/"${name}_fuzzer" -runs="$runs" -timeout=10 -rss_limit_mb=1024 -max_len=1024 -entropic=0 \
     -dict="fuzz/dictionary/$name.dict" -print_final_stats=1 -artifact_prefix=build/fuzz/ \
     "$found" "fuzz/corpus/$name" >"$log" 2>&1 || { tail -40 "$log"; exit 1; }
   sed -nE 's/^Done ([0-9]+) runs in ([0-9]+) second.*/\1 executions in \2 s/p' "$log"
