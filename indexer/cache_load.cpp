@@ -36,6 +36,50 @@ bool ReadItems(PlainFile& file, QVector<Item>* items) {
   return !items->isEmpty();
 }
 
+// Reads on until `items` has so many more items that the processor keeps them near, or as many as
+// `most` in all. The number of items added. Throws std::bad_alloc.
+template <class Item>
+int ReadPortion(PlainFile& file, int most, QVector<Item>* items) {
+  constexpr int kPortion = 65536 / sizeof(Item);
+  const int before = items->size();
+  const int wanted = std::min(kPortion, most - before);
+  if (wanted < 1) return 0;
+  items->resize(before + wanted);
+  const std::size_t got =
+      file.Read(items->data() + before, static_cast<std::size_t>(wanted) * sizeof(Item));
+  const int added = static_cast<int>(got / sizeof(Item));
+  items->resize(before + added);
+  return added;
+}
+
+// What the times of a file's entries say when they are met one after the other.
+struct EntryTimes {
+  std::uint32_t first = 0;  // the smallest
+  std::uint32_t last = 0;   // the greatest
+  // Between a time and the smallest or greatest before it.
+  std::uint32_t smallestStep = kStartMinIndexStep;
+  bool ascend = true;
+  std::uint32_t previous = 0;
+  bool any = false;
+
+  void Add(std::uint32_t time) {
+    if (!any) {
+      first = last = time;
+      any = true;
+    }
+    ascend = ascend && previous <= time;
+    previous = time;
+    if (time < first) {
+      smallestStep = std::min(smallestStep, first - time);
+      first = time;
+    }
+    if (time > last) {
+      smallestStep = std::min(smallestStep, time - last);
+      last = time;
+    }
+  }
+};
+
 // The upper median of the first steps between entries; they may wrap where times run backwards.
 std::uint32_t TypicalInterval(const QVector<ZEL_ID3_REC>& records) {
   std::vector<std::uint32_t> steps;
@@ -87,32 +131,49 @@ QList<EVT_FILE_DATA_T> ReadEventGroups(const char* bytes, qint64 size) {
 }  // namespace
 
 bool cZel3Indexer::Load_ID3() {
-  if (!ReadItems(id3File, &current.id3Records)) return false;
-  const QVector<ZEL_ID3_REC>& records = current.id3Records;
   try {
-    // One more for the end position.
-    current.blockPositions.reserve(static_cast<std::size_t>(records.size()) + 1);
+    if (LoadEntries()) return true;
   } catch (const std::bad_alloc&) {
-    current.id3Records = QVector<ZEL_ID3_REC>();
-    return false;
+    // As good as not there.
   }
+  current.id3Records = QVector<ZEL_ID3_REC>();
+  current.blockPositions = QVector<quint64>();
+  return false;
+}
 
-  minIndexStep = kStartMinIndexStep;
-  current.startTime = current.lastIndexTime = records.at(0).time;
-  for (const ZEL_ID3_REC& record : records) {
-    // Positions from 4 GiB on wrap: the high bits are kept in the entry only.
-    current.blockPositions.push_back(record.offsetLow);
-    if (record.time < current.startTime) {
-      minIndexStep = std::min(minIndexStep, current.startTime - record.time);
-      current.startTime = record.time;
-    }
-    if (record.time > current.lastIndexTime) {
-      minIndexStep = std::min(minIndexStep, record.time - current.lastIndexTime);
-      current.lastIndexTime = record.time;
+bool cZel3Indexer::LoadEntries() {
+  const std::uint64_t count = id3File.Size() / sizeof(ZEL_ID3_REC);
+  if (count < 1 || count > std::numeric_limits<int>::max() / sizeof(ZEL_ID3_REC)) return false;
+  QVector<ZEL_ID3_REC>& records = current.id3Records;
+  QVector<quint64>& cuts = current.blockPositions;
+  records.reserve(static_cast<int>(count));
+  // One more for the end position.
+  cuts.reserve(static_cast<int>(count) + current.headerPositions.size() + 1);
+
+  HeaderCuts headers(current.headerPositions);
+  EntryTimes times;
+  bool cutsAscend = true;
+  // Memory is filled portion by portion: what has just been read is looked at while it is still
+  // near.
+  while (const int added = ReadPortion(id3File, static_cast<int>(count), &records)) {
+    const ZEL_ID3_REC* const end = records.constData() + records.size();
+    for (const ZEL_ID3_REC* record = end - added; record != end; ++record) {
+      // Positions from 4 GiB on wrap: the high bits are kept in the entry only.
+      cutsAscend = cutsAscend && (cuts.isEmpty() || cuts.constLast() <= record->offsetLow);
+      headers.AddCut(record->offsetLow, &cuts);
+      times.Add(record->time);
     }
   }
+  if (records.isEmpty()) return false;
+  // Headers that cut nothing leave no room unused.
+  if (cuts.capacity() - cuts.size() > cuts.size() / 8 + 1) cuts.squeeze();
+
+  current.entriesAscend = times.ascend;
+  current.cutsAscend = cutsAscend;
+  current.startTime = times.first;
+  current.lastIndexTime = times.last;
   current.indexInterval = TypicalInterval(records);
-  minIndexStep = std::max(minIndexStep, kFloorMinIndexStep);
+  minIndexStep = std::max(times.smallestStep, kFloorMinIndexStep);
   current.endTime = current.lastIndexTime + minIndexStep;
   return true;
 }
@@ -132,18 +193,13 @@ bool cZel3Indexer::Load_EVT() {
 
 bool cZel3Indexer::Load_HDR() {
   if (!ReadItems(hdrFile, &current.headerPositions)) return false;
-  try {
-    InsertHeaderCuts(current.headerPositions, &current.blockPositions);
-  } catch (const std::bad_alloc&) {
-    current.headerPositions = QVector<quint64>();
-    return false;
-  }
+  const QVector<quint64>& positions = current.headerPositions;
+  current.headersAscend = std::is_sorted(positions.begin(), positions.end());
   return true;
 }
 
+// Without a .hdr file the file's start counts as a header.
 bool cZel3Indexer::Set_empty_HDR() {
   current.headerPositions = QVector<quint64>(1, 0);
-  if (!current.blockPositions.empty())
-    InsertHeaderCuts(current.headerPositions, &current.blockPositions);
   return true;
 }

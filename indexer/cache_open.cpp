@@ -1,3 +1,4 @@
+#include "header_cuts.h"
 #include "zel3_indexer.h"
 
 bool cZel3Indexer::Open_file(const QString& path, std::uint64_t endPosition) {
@@ -9,14 +10,19 @@ bool cZel3Indexer::Open_file(const QString& path, std::uint64_t endPosition) {
   const bool eventsOpen = evtFile.Open(evtFileName, PlainFile::Mode::kRead);
   if (!recordsOpen || !eventsOpen) return false;
 
-  // Each is loaded, whatever the others gave; any one of them makes the cache count.
+  // Each is loaded, whatever the others gave; any one of them makes the cache count. The headers
+  // come first, because the entries are cut by them while they are loaded.
+  const bool headersLoaded = headersOpen ? Load_HDR() : Set_empty_HDR();
   const bool recordsLoaded = Load_ID3();
   const bool eventsLoaded = Load_EVT();
-  const bool headersLoaded = headersOpen ? Load_HDR() : Set_empty_HDR();
   if (!recordsLoaded && !eventsLoaded && !headersLoaded) return false;
+  if (!recordsLoaded && headersOpen)
+    InsertHeaderCuts(current.headerPositions, &current.blockPositions);
 
   current.partial = false;
-  current.blockPositions.push_back(endPosition);
+  const QVector<quint64>& cuts = current.blockPositions;
+  current.cutsAscend = current.cutsAscend && (cuts.isEmpty() || cuts.last() <= endPosition);
+  current.blockPositions.append(endPosition);
   Add_file_index(current);
   return true;
 }
@@ -37,7 +43,8 @@ void cZel3Indexer::Make_current(const QString& path) {
   current.indexInterval = 0;
   current.startTime = sFile_Index_Store::kNoStartTime;
   current.endTime = 0;
-  current.blockPositions.clear();
+  current.blockPositions = QVector<quint64>();
+  current.entriesAscend = current.headersAscend = current.cutsAscend = false;
   // Data that comes before the first index point of a run is keyed on zeros.
   pendingId3Rec = ZEL_ID3_REC();
 

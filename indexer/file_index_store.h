@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <vector>
 
 // Activity of one stream within one index entry.
 struct TActivityPair {
@@ -67,9 +66,13 @@ struct sFile_Index_Store {
   std::uint32_t indexInterval = 0;  // typical distance of two entries
   StreamMap streamMap = {};
   // Where the file can be cut into stretches to read: entries, headers, and the end position last.
-  std::vector<std::uint64_t> blockPositions;
+  QVector<quint64> blockPositions;
   // Only head and tail of the file are known, or nothing yet.
   bool partial = false;
+  // Known to ascend, so that they may be searched by halves; else they are walked through.
+  bool entriesAscend = false;  // the times of id3Records
+  bool headersAscend = false;  // headerPositions
+  bool cutsAscend = false;     // blockPositions
 
   static constexpr std::uint32_t kNoStartTime = 0xFFFFFFFF;
 };

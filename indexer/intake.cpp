@@ -24,7 +24,7 @@ void cZel3Indexer::Begin_intake() {
   current.headerPositions = QVector<quint64>();
   current.id3Records = QVector<ZEL_ID3_REC>();
   current.events.clear();
-  current.blockPositions.clear();
+  current.blockPositions = QVector<quint64>();
   current.streamMap = StreamMap{};
   scratchPos = 0;
   pendingId3Rec = ZEL_ID3_REC();
@@ -33,7 +33,7 @@ void cZel3Indexer::Begin_intake() {
 
 void cZel3Indexer::Add_header(const HDR_T& header) {
   current.headerPositions.append(scratchPos);
-  current.blockPositions.push_back(scratchPos);
+  current.blockPositions.append(scratchPos);
   for (const STREAM_T& stream : header.streams) {
     if (stream.streamActive != 0) AddStream(current.streamMap, stream.streamId);
   }
@@ -53,7 +53,7 @@ void cZel3Indexer::Add_index(const IDX_T& index) {
   }
   pendingId3Rec = ZEL_ID3_REC();
   pendingId3RecValid = true;
-  current.blockPositions.push_back(scratchPos);
+  current.blockPositions.append(scratchPos);
   pendingId3Rec.offsetLow = static_cast<std::uint32_t>(scratchPos);
   pendingId3Rec.offsetHigh = static_cast<std::uint16_t>(scratchPos >> 32);
   pendingId3Rec.time = index.time;

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "zel3_indexer.h"
@@ -41,23 +42,42 @@ void cZel3Indexer::Add_file_index(const sFile_Index_Store& store) {
   sFile_Index_Store copy(store);
   const std::uint32_t startTime = copy.startTime;
   const std::uint32_t endTime = copy.endTime;
-  if (files.empty()) {
-    firstTime = startTime;
-    lastTime = endTime;
-    files.push_back(std::move(copy));
-    return;
-  }
-  // The name is looked for only on the way to the place by start time: a store of the same name
-  // behind it stays, and the file is then listed twice.
-  const auto place =
-      std::find_if(files.begin(), files.end(), [&copy](const sFile_Index_Store& filed) {
-        return filed.fileName == copy.fileName || copy.startTime < filed.startTime;
-      });
+  const bool isFirst = files.empty();
+  spansValid = false;
+  auto place = PlaceFor(copy);
   if (place != files.end() && place->fileName == copy.fileName) {
     *place = std::move(copy);
   } else {
-    files.insert(place, std::move(copy));
+    ++storesOf[copy.fileName];
+    place = files.insert(place, std::move(copy));
   }
-  firstTime = std::min(firstTime, startTime);
-  lastTime = std::max(lastTime, endTime);
+  const bool afterPrevious =
+      place == files.begin() || std::prev(place)->startTime <= place->startTime;
+  const bool beforeNext =
+      std::next(place) == files.end() || place->startTime <= std::next(place)->startTime;
+  filesAscend = filesAscend && afterPrevious && beforeNext;
+  firstTime = isFirst ? startTime : std::min(firstTime, startTime);
+  lastTime = isFirst ? endTime : std::max(lastTime, endTime);
+}
+
+// The name is looked for only on the way to the place by start time: a store of the same name
+// behind it stays, and the file is then listed twice.
+std::deque<sFile_Index_Store>::iterator cZel3Indexer::PlaceFor(const sFile_Index_Store& store) {
+  if (filesAscend) {
+    const auto isBefore = [](const sFile_Index_Store& one, const sFile_Index_Store& other) {
+      return one.startTime < other.startTime;
+    };
+    const auto place = std::upper_bound(files.begin(), files.end(), store, isBefore);
+    const int sameName = storesOf.value(store.fileName);
+    if (sameName == 0) return place;
+    // Mostly the file has been filed before, with the same start.
+    for (auto filed = place; sameName == 1 && filed != files.begin();) {
+      --filed;
+      if (filed->startTime != store.startTime) break;
+      if (filed->fileName == store.fileName) return filed;
+    }
+  }
+  return std::find_if(files.begin(), files.end(), [&store](const sFile_Index_Store& filed) {
+    return filed.fileName == store.fileName || store.startTime < filed.startTime;
+  });
 }

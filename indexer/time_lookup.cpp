@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "zel3_indexer.h"
 
 namespace {
@@ -10,10 +12,34 @@ std::uint64_t EntryTime(const sFile_Index_Store& store, int number) {
 // interval.
 int IntervalOf(const sFile_Index_Store& store, std::uint64_t time) {
   const int count = store.id3Records.size();
+  if (store.entriesAscend) {
+    // The first entry behind the time is the one that follows it.
+    const ZEL_ID3_REC* const first = store.id3Records.constData();
+    const auto isBefore = [](std::uint64_t indexTime, const ZEL_ID3_REC& record) {
+      return indexTime < record.time;
+    };
+    const ZEL_ID3_REC* const behind =
+        std::upper_bound(first, first + count, time / kArchiveTimePerIndexTime, isBefore);
+    return behind == first + count ? 0 : static_cast<int>(behind - first);
+  }
   for (int i = 1; i < count; ++i) {
     if (EntryTime(store, i - 1) <= time && time < EntryTime(store, i)) return i;
   }
   return 0;
+}
+
+// The first cut that ends a stretch which holds the position; null when there is none.
+const quint64* EndOfStretch(const sFile_Index_Store& store, std::uint64_t position) {
+  const quint64* const first = store.blockPositions.constData();
+  const quint64* const end = first + store.blockPositions.size();
+  if (store.cutsAscend) {
+    const quint64* const behind = std::upper_bound(first, end, position);
+    return behind == first || behind == end ? nullptr : behind;
+  }
+  for (const quint64* cut = first; cut != end; ++cut) {
+    if (cut != first && cut[-1] <= position && position < *cut) return cut;
+  }
+  return nullptr;
 }
 
 }  // namespace
@@ -25,16 +51,9 @@ bool cZel3Indexer::IndexInfoFromTime(std::uint64_t time, std::uint32_t type, boo
   if (type != kAtOrBefore && type != kNeighbour) return false;
 
   Entry entry = {};
-  bool found = false;
-  bool contained = false;
-  // Of overlapping files the later one wins. A file without entries holds no time.
-  for (std::size_t file = files.size(); file-- > 0 && !contained;) {
-    const sFile_Index_Store& store = files[file];
-    contained = ArchiveTime(store.startTime) <= time && time <= ArchiveTime(store.endTime) &&
-                !store.id3Records.isEmpty();
-    if (contained) found = EntryInStore(file, time, type, forward, &entry);
-  }
-  if (!contained) found = EntryInGap(time, type, forward, &entry);
+  std::size_t file = 0;
+  const bool found = FileAt(time, &file) ? EntryInStore(file, time, type, forward, &entry)
+                                         : EntryInGap(time, type, forward, &entry);
   if (!found) return false;
 
   const sFile_Index_Store& store = files[entry.file];
@@ -42,6 +61,42 @@ bool cZel3Indexer::IndexInfoFromTime(std::uint64_t time, std::uint32_t type, boo
   info->indexId = MakeIndexId(entry.file, entry.number);
   info->time = entry.time;
   return true;
+}
+
+// Of overlapping files the later one wins. A file without entries holds no time.
+bool cZel3Indexer::FileAt(std::uint64_t time, std::size_t* file) {
+  const std::vector<FileSpan>& all = Spans();
+  auto span = all.end();
+  if (spansAscend) {
+    span = std::upper_bound(all.begin(), span, time, [](std::uint64_t at, const FileSpan& other) {
+      return at < ArchiveTime(other.startTime);
+    });
+  }
+  while (span != all.begin()) {
+    --span;
+    if (ArchiveTime(span->latestEnd) < time) return false;
+    if (ArchiveTime(span->startTime) <= time && time <= ArchiveTime(span->endTime)) {
+      *file = span->file;
+      return true;
+    }
+  }
+  return false;
+}
+
+const std::vector<cZel3Indexer::FileSpan>& cZel3Indexer::Spans() {
+  if (spansValid) return spans;
+  spans.clear();
+  spansAscend = true;
+  std::uint32_t latestEnd = 0;
+  for (std::size_t file = 0; file < files.size(); ++file) {
+    const sFile_Index_Store& store = files[file];
+    if (store.id3Records.isEmpty()) continue;
+    spansAscend = spansAscend && (spans.empty() || spans.back().startTime <= store.startTime);
+    latestEnd = std::max(latestEnd, store.endTime);
+    spans.push_back({store.startTime, store.endTime, latestEnd, static_cast<std::uint32_t>(file)});
+  }
+  spansValid = true;
+  return spans;
 }
 
 bool cZel3Indexer::EntryInStore(std::size_t file, std::uint64_t time, std::uint32_t type,
@@ -67,27 +122,26 @@ bool cZel3Indexer::EntryInStore(std::size_t file, std::uint64_t time, std::uint3
   return behindLast && take(last - 1, last > 0 ? last - 1 : 0);
 }
 
-bool cZel3Indexer::EntryInGap(std::uint64_t time, std::uint32_t type, bool forward,
-                              Entry* entry) const {
+bool cZel3Indexer::EntryInGap(std::uint64_t time, std::uint32_t type, bool forward, Entry* entry) {
   if (time > ArchiveTime(lastTime) || time < ArchiveTime(firstTime)) return false;
+  const std::vector<FileSpan>& all = Spans();
   if (type == kAtOrBefore || forward) {
-    for (std::size_t file = 0; file < files.size(); ++file) {
-      if (time <= ArchiveTime(files[file].startTime) && !files[file].id3Records.isEmpty()) {
-        return FirstEntryFrom(file, entry);
-      }
-    }
-    return false;
+    const auto startsBefore = [time](const FileSpan& span) {
+      return ArchiveTime(span.startTime) < time;
+    };
+    const auto next = spansAscend ? std::partition_point(all.begin(), all.end(), startsBefore)
+                                  : std::find_if_not(all.begin(), all.end(), startsBefore);
+    return next != all.end() && FirstEntryFrom(next->file, entry);
   }
   // Backward, the first file that ends before the time wins, and its first entry is named with the
   // time of its last one: clients rely on this pairing.
-  for (std::size_t file = 0; file < files.size(); ++file) {
-    const sFile_Index_Store& store = files[file];
-    if (ArchiveTime(store.endTime) > time || store.id3Records.isEmpty()) continue;
-    *entry =
-        Entry{static_cast<std::uint32_t>(file), 0, EntryTime(store, store.id3Records.size() - 1)};
-    return true;
-  }
-  return false;
+  const auto ended = std::find_if(all.begin(), all.end(), [time](const FileSpan& span) {
+    return ArchiveTime(span.endTime) <= time;
+  });
+  if (ended == all.end()) return false;
+  const sFile_Index_Store& store = files[ended->file];
+  *entry = Entry{ended->file, 0, EntryTime(store, store.id3Records.size() - 1)};
+  return true;
 }
 
 bool cZel3Indexer::FirstEntryFrom(std::size_t file, Entry* entry) const {
@@ -131,7 +185,12 @@ bool cZel3Indexer::Index_pos_from_IndexId(std::uint64_t indexId, std::uint64_t* 
 std::uint64_t cZel3Indexer::Header_pos_for_index(std::uint64_t indexId) const {
   const ZEL_ID3_REC* const record = EntryRecord(indexId);
   if (record == nullptr) return 0;
-  const QVector<quint64>& positions = files[FileNumber(indexId)].headerPositions;
+  const sFile_Index_Store& store = files[FileNumber(indexId)];
+  const QVector<quint64>& positions = store.headerPositions;
+  if (store.headersAscend) {
+    const auto behind = std::lower_bound(positions.begin(), positions.end(), record->offsetLow);
+    return behind == positions.begin() ? 0 : *(behind - 1);
+  }
   for (int i = positions.size(); i-- > 0;) {
     if (positions.at(i) < record->offsetLow) return positions.at(i);
   }
@@ -139,15 +198,8 @@ std::uint64_t cZel3Indexer::Header_pos_for_index(std::uint64_t indexId) const {
 }
 
 std::uint64_t cZel3Indexer::Get_read_size(std::uint32_t fileNumber, std::uint64_t* pos) const {
-  if (fileNumber < files.size()) {
-    const std::vector<std::uint64_t>& cuts = files[fileNumber].blockPositions;
-    for (std::size_t i = 1; i < cuts.size(); ++i) {
-      if (cuts[i - 1] <= *pos && *pos < cuts[i]) {
-        *pos = cuts[i - 1];
-        return cuts[i];
-      }
-    }
-  }
-  *pos = 0;
-  return 0;
+  const quint64* const cut =
+      fileNumber < files.size() ? EndOfStretch(files[fileNumber], *pos) : nullptr;
+  *pos = cut == nullptr ? 0 : cut[-1];
+  return cut == nullptr ? 0 : *cut;
 }

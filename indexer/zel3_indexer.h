@@ -1,8 +1,10 @@
 #pragma once
 
+#include <QHash>
 #include <QString>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <vector>
 
 #include "chunk_info.h"
@@ -112,7 +114,7 @@ class cZel3Indexer {
   bool ready = false;  // set by the reader when it has opened its source
   std::uint64_t scratchPos = 0;
   sFile_Index_Store current;
-  std::vector<sFile_Index_Store> files;  // by start time
+  std::deque<sFile_Index_Store> files;  // by start time; changed by Add_file_index only
   // After a successful IndexInfoFromTime: the file to be indexed before the entry can be used, or
   // empty.
   QString fileToIndex;
@@ -124,12 +126,24 @@ class cZel3Indexer {
     std::uint64_t time;  // archive time
   };
 
+  // From when to when a file with entries lasts; what a lookup needs to find the file.
+  struct FileSpan {
+    std::uint32_t startTime;
+    std::uint32_t endTime;
+    std::uint32_t latestEnd;  // of this and all files before it
+    std::uint32_t file;
+  };
+  // Of `files`, as they are now.
+  const std::vector<FileSpan>& Spans();
+
   void Update_current_index_events(const EVT_FILE_DATA_T& group);
   void FileBareEntry(const IDX_T& index, int place);
+  std::deque<sFile_Index_Store>::iterator PlaceFor(const sFile_Index_Store& store);
 
   bool EntryInStore(std::size_t file, std::uint64_t time, std::uint32_t type, bool forward,
                     Entry* entry) const;
-  bool EntryInGap(std::uint64_t time, std::uint32_t type, bool forward, Entry* entry) const;
+  bool EntryInGap(std::uint64_t time, std::uint32_t type, bool forward, Entry* entry);
+  bool FileAt(std::uint64_t time, std::size_t* file);
   bool FirstEntryFrom(std::size_t file, Entry* entry) const;
   bool LastEntryBefore(std::size_t file, Entry* entry) const;
   const ZEL_ID3_REC* EntryRecord(std::uint64_t indexId) const;
@@ -147,6 +161,7 @@ class cZel3Indexer {
   bool WriteCurrent(PlainFile& events);
 
   bool Load_ID3();
+  bool LoadEntries();
   bool Load_EVT();
   bool Load_HDR();
   bool Set_empty_HDR();
@@ -160,6 +175,12 @@ class cZel3Indexer {
   PlainFile evtFile;
   ZEL_ID3_REC pendingId3Rec;        // the entry being collected, or the last bare one
   bool pendingId3RecValid = false;  // it is not yet in current.id3Records
+  // Made anew by the lookup that follows a change of `files`.
+  std::vector<FileSpan> spans;
+  bool spansValid = false;
+  bool spansAscend = false;      // by start time
+  bool filesAscend = true;       // so do all `files`
+  QHash<QString, int> storesOf;  // how often a file name is among `files`
   // The range of all files, in index time: empty before the first, then only ever widened.
   std::uint32_t firstTime = 0x7FFFFFFF;
   std::uint32_t lastTime = 0;

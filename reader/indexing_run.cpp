@@ -168,7 +168,7 @@ void CZel3FileReader::Send_finish_indexing() {
   if (isIndexReader) return;
   indexing = false;
   try {
-    indexer.current.blockPositions.push_back(fileSize - 1);
+    indexer.current.blockPositions.append(fileSize - 1);
     // After a read error or a lost record the index is not whole: the cache files stay empty, and
     // the file is indexed again.
     const bool whole = !recordLost && !static_cast<CZel3FileReader*>(indexReader)->ReadFailed();

@@ -11,7 +11,7 @@
 namespace {
 
 // The rule as plain as it can be written. Works with unsigned 64-bit numbers throughout.
-ActivityAnswer PlainActivity(const std::vector<sFile_Index_Store>& files,
+ActivityAnswer PlainActivity(const std::deque<sFile_Index_Store>& files,
                              const TZEL3ActivityRequest& request) {
   const std::uint64_t from = request.from;
   const std::uint64_t to = request.to;
@@ -67,8 +67,8 @@ class ActivityComparison : public testing::Test {
     return entry;
   }
 
-  std::vector<sFile_Index_Store> RandomFiles(bool ascending) {
-    std::vector<sFile_Index_Store> files(Below(5));
+  std::deque<sFile_Index_Store> RandomFiles(bool ascending) {
+    std::deque<sFile_Index_Store> files(Below(5));
     for (sFile_Index_Store& store : files) {
       const std::uint32_t intervals[] = {0, 1, 2, 5, 40, 0xFFFFFFFF};
       store.indexInterval = intervals[Below(6)];

@@ -10,7 +10,7 @@ constexpr std::uint64_t kFourGiB = 1ULL << 32;
 // One file with these cuts.
 sFile_Index_Store FileWithCuts(const std::vector<std::uint64_t>& cuts) {
   sFile_Index_Store store = FileOf("a", {10});
-  store.blockPositions = cuts;
+  store.blockPositions = AsPositions(cuts);
   return store;
 }
 
@@ -49,12 +49,15 @@ TEST(Stretch, IsTheFirstOneThatHoldsThePosition) {
       {"the largest position", {0, 100, ~0ULL}, ~0ULL, 0, 0},
   };
   for (const StretchCase& row : cases) {
-    SCOPED_TRACE(row.what);
-    cZel3Indexer index;
-    index.Add_file_index(FileWithCuts(row.cuts));
-    std::uint64_t position = row.position;
-    EXPECT_EQ(index.Get_read_size(0, &position), row.end);
-    EXPECT_EQ(position, row.start);
+    for (const bool known : {false, true}) {
+      SCOPED_TRACE(testing::Message() << row.what << (known ? ", order known" : ""));
+      cZel3Indexer index;
+      const sFile_Index_Store store = FileWithCuts(row.cuts);
+      index.Add_file_index(known ? WithKnownOrder(store) : store);
+      std::uint64_t position = row.position;
+      EXPECT_EQ(index.Get_read_size(0, &position), row.end);
+      EXPECT_EQ(position, row.start);
+    }
   }
 }
 
@@ -172,6 +175,9 @@ TEST_F(ByteRange, FollowTheLastHeaderThatStandsBeforeThem) {
     index.files[1].headerPositions = row.headers;
     index.files[1].id3Records[0] = EntryAt(20, row.entry);
     EXPECT_EQ(index.Header_pos_for_index(MakeIndexId(1, 0)), row.header);
+    index.files[1] = WithKnownOrder(index.files[1]);
+    EXPECT_EQ(index.Header_pos_for_index(MakeIndexId(1, 0)), row.header) << "order known";
+    index.files[1].headersAscend = false;
   }
 }
 

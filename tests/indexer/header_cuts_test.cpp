@@ -6,16 +6,16 @@
 #include <random>
 
 #include "plain_cache.h"
+#include "stores_for_tests.h"
 
 namespace {
 
 using Cuts = std::vector<std::uint64_t>;
 
-Cuts WithHeaders(const Cuts& headers, Cuts cuts) {
-  QVector<quint64> positions;
-  for (const std::uint64_t header : headers) positions.append(header);
-  InsertHeaderCuts(positions, &cuts);
-  return cuts;
+Cuts WithHeaders(const Cuts& headers, const Cuts& cuts) {
+  QVector<quint64> all = AsPositions(cuts);
+  InsertHeaderCuts(AsPositions(headers), &all);
+  return Positions(all);
 }
 
 struct CutsCase {

@@ -51,7 +51,7 @@ TEST_F(LoadedHeaders, CutTheFileBeforeTheFirstGreaterPosition) {
     ASSERT_TRUE(OpenWith(row.entries, row.headers));
     std::vector<std::uint64_t> expected = row.cuts;
     expected.push_back(kEnd);
-    EXPECT_EQ(index.current.blockPositions, expected);
+    EXPECT_EQ(Positions(index.current.blockPositions), expected);
     EXPECT_EQ(Positions(index.current.headerPositions), row.headers);
   }
 }
@@ -68,7 +68,7 @@ TEST_F(LoadedHeaders, WithoutTheirFileAreOneAtTheStart) {
     ASSERT_TRUE(OpenWith(row.entries, row.headers));
     std::vector<std::uint64_t> expected = row.cuts;
     expected.push_back(kEnd);
-    EXPECT_EQ(index.current.blockPositions, expected);
+    EXPECT_EQ(Positions(index.current.blockPositions), expected);
     EXPECT_THAT(Positions(index.current.headerPositions), ElementsAre(0));
   }
 }

@@ -101,7 +101,7 @@ TEST_P(RandomCache, IsLoadedByThePlainRules) {
     ASSERT_EQ(loaded.endTime, entries.end);
     ASSERT_EQ(loaded.indexInterval, entries.interval);
     ASSERT_EQ(Positions(loaded.headerPositions), headers);
-    ASSERT_EQ(loaded.blockPositions, entries.cuts);
+    ASSERT_EQ(Positions(loaded.blockPositions), entries.cuts);
     ASSERT_EQ(::Shown(loaded.events), Shown(events));
     if (anything) AskEverything(fresh);
   }

@@ -49,6 +49,19 @@ sFile_Index_Store Partial(sFile_Index_Store store) {
   return store;
 }
 
+sFile_Index_Store WithKnownOrder(sFile_Index_Store store) {
+  const auto isEarlier = [](const ZEL_ID3_REC& one, const ZEL_ID3_REC& other) {
+    return one.time < other.time;
+  };
+  const auto& entries = store.id3Records;
+  const auto& headers = store.headerPositions;
+  const auto& cuts = store.blockPositions;
+  store.entriesAscend = std::is_sorted(entries.begin(), entries.end(), isEarlier);
+  store.headersAscend = std::is_sorted(headers.begin(), headers.end());
+  store.cutsAscend = std::is_sorted(cuts.begin(), cuts.end());
+  return store;
+}
+
 void FileAll(cZel3Indexer& index, const std::vector<sFile_Index_Store>& stores) {
   for (const sFile_Index_Store& store : stores) index.Add_file_index(store);
 }
@@ -92,4 +105,10 @@ Texts Shown(const QList<EVT_FILE_DATA_T>& groups) {
 
 std::vector<std::uint64_t> Positions(const QVector<quint64>& positions) {
   return std::vector<std::uint64_t>(positions.begin(), positions.end());
+}
+
+QVector<quint64> AsPositions(const std::vector<std::uint64_t>& positions) {
+  QVector<quint64> copy;
+  for (const std::uint64_t position : positions) copy.append(position);
+  return copy;
 }

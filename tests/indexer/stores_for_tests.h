@@ -26,6 +26,9 @@ sFile_Index_Store FileOf(const std::string& name, const std::vector<std::uint32_
 // The same with only head and tail known.
 sFile_Index_Store Partial(sFile_Index_Store store);
 
+// The same as the loader leaves it, which sees whether entries, headers and cuts ascend.
+sFile_Index_Store WithKnownOrder(sFile_Index_Store store);
+
 void FileAll(cZel3Indexer& index, const std::vector<sFile_Index_Store>& stores);
 std::vector<std::string> FileNames(const cZel3Indexer& index);
 
@@ -39,3 +42,4 @@ std::string Shown(const EVT_FILE_DATA_T& group);
 Texts Shown(const QList<EVT_FILE_DATA_T>& groups);
 
 std::vector<std::uint64_t> Positions(const QVector<quint64>& positions);
+QVector<quint64> AsPositions(const std::vector<std::uint64_t>& positions);
