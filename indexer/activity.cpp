@@ -24,6 +24,49 @@ const TActivityPair* PairOf(const ZEL_ID3_REC& entry, std::int32_t streamId) {
   return pair == end ? nullptr : pair;
 }
 
+// Gives the bin of a distance from the start of the range: distance * binCount / span, unsigned and
+// 64 bits wide. Distances that follow each other mostly fall into one bin, which costs no division.
+class BinScale {
+ public:
+  BinScale(std::uint64_t binCount, std::uint64_t span)
+      : mBinCount(binCount), mSpan(span), mWraps(span > ~std::uint64_t{0} / (binCount + 1)) {}
+
+  std::uint64_t BinOf(std::uint64_t distance) {
+    if (distance - mFirst < mLength) return mBin;
+    mBin = mBinCount * distance / mSpan;
+    // Where the products wrap, or behind the range, the bin tells nothing about its neighbours.
+    const bool known = !mWraps && mBin < mBinCount;
+    mFirst = known ? FirstDistanceIn(mBin) : 0;
+    mLength = known ? FirstDistanceIn(mBin + 1) - mFirst : 0;
+    return mBin;
+  }
+
+ private:
+  std::uint64_t FirstDistanceIn(std::uint64_t bin) const {
+    return (bin * mSpan + mBinCount - 1) / mBinCount;
+  }
+
+  std::uint64_t mBinCount;
+  std::uint64_t mSpan;
+  bool mWraps;
+  // The last bin, and the distances that fall into it.
+  std::uint64_t mBin = 0;
+  std::uint64_t mFirst = 0;
+  std::uint64_t mLength = 0;
+};
+
+// How many entries at the start of a file may lie at or before a time; the others do not.
+int EntriesUntil(const sFile_Index_Store& store, std::uint64_t time) {
+  const ZEL_ID3_REC* const first = store.id3Records.constData();
+  const ZEL_ID3_REC* const end = first + store.id3Records.size();
+  if (!store.entriesAscend) return store.id3Records.size();
+  const auto isBefore = [](std::uint64_t indexTime, const ZEL_ID3_REC& entry) {
+    return indexTime < entry.time;
+  };
+  return static_cast<int>(std::upper_bound(first, end, time / kArchiveTimePerIndexTime, isBefore) -
+                          first);
+}
+
 }  // namespace
 
 bool cZel3Indexer::Fill_activity(const TZEL3ActivityRequest& request, TActivityGist* gist) const {
@@ -40,7 +83,8 @@ bool cZel3Indexer::Fill_activity(const TZEL3ActivityRequest& request, TActivityG
   const auto binCount = static_cast<std::uint64_t>(request.binCount);
   const std::uint64_t lastBin = binCount - 1;
   const bool fine = to <= from + binCount * kArchiveTimePerIndexTime;
-  const auto binOf = [&](std::uint64_t distance) { return binCount * distance / span; };
+  BinScale starts(binCount, span);
+  BinScale ends(binCount, span);
 
   std::uint8_t* const levels = gist->Levels();
   std::uint64_t low = fine ? lastBin : 0;  // carried from file to file
@@ -49,8 +93,9 @@ bool cZel3Indexer::Fill_activity(const TZEL3ActivityRequest& request, TActivityG
   for (std::size_t file = files.size(); file-- > 0;) {
     const sFile_Index_Store& store = files[file];
     const std::uint64_t step = ArchiveTime(store.indexInterval);
-    for (int number = store.id3Records.size(); number-- > 0;) {
-      const ZEL_ID3_REC& entry = store.id3Records.at(number);
+    const ZEL_ID3_REC* const entries = store.id3Records.constData();
+    for (int number = EntriesUntil(store, to); number-- > 0;) {
+      const ZEL_ID3_REC& entry = entries[number];
       const std::uint64_t time = ArchiveTime(entry.time);
       if (time < from && (low < 1 || time + step < from)) break;
       if (time > to) continue;
@@ -58,8 +103,8 @@ bool cZel3Indexer::Fill_activity(const TZEL3ActivityRequest& request, TActivityG
       const auto level = static_cast<std::uint8_t>(pair == nullptr ? 0 : pair->level & kLevelMask);
       found = found || pair != nullptr;
       if (fine) {
-        const std::uint64_t first = std::min(time > from ? binOf(time - from) : 0, lastBin);
-        const std::uint64_t last = std::min(binOf(time + step - from), lastBin);
+        const std::uint64_t first = std::min(time > from ? starts.BinOf(time - from) : 0, lastBin);
+        const std::uint64_t last = std::min(ends.BinOf(time + step - from), lastBin);
         low = first;
         if (first <= last) {
           strokes.push_back(
@@ -67,7 +112,7 @@ bool cZel3Indexer::Fill_activity(const TZEL3ActivityRequest& request, TActivityG
         }
       } else if (pair != nullptr) {
         // An entry right at the start of the range counts for bin 1.
-        const std::uint64_t bin = std::min(binOf(time - from) + 1, lastBin);
+        const std::uint64_t bin = std::min(starts.BinOf(time - from) + 1, lastBin);
         levels[bin] = std::max(levels[bin], level);
       }
     }

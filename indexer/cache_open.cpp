@@ -39,6 +39,7 @@ void cZel3Indexer::Make_current(const QString& path) {
   current.headerPositions = QVector<quint64>();
   current.id3Records = QVector<ZEL_ID3_REC>();
   current.events = QList<EVT_FILE_DATA_T>();
+  groupPlaces.clear();
   current.streamMap = StreamMap{};
   current.indexInterval = 0;
   current.startTime = sFile_Index_Store::kNoStartTime;

@@ -18,12 +18,17 @@ void AddActivity(ZEL_ID3_REC& entry, std::uint8_t streamId, std::uint8_t level) 
   }
 }
 
+quint64 KeyOf(const EVT_FILE_DATA_T& group) {
+  return quint64{group.time} << 32 | group.offsetLow;
+}
+
 }  // namespace
 
 void cZel3Indexer::Begin_intake() {
   current.headerPositions = QVector<quint64>();
   current.id3Records = QVector<ZEL_ID3_REC>();
   current.events.clear();
+  groupPlaces.clear();
   current.blockPositions = QVector<quint64>();
   current.streamMap = StreamMap{};
   scratchPos = 0;
@@ -80,12 +85,19 @@ void cZel3Indexer::Add_block(const DATA_T& block, const unsigned char* payload,
 }
 
 void cZel3Indexer::Update_current_index_events(const EVT_FILE_DATA_T& group) {
-  bool matched = false;
-  for (EVT_FILE_DATA_T& other : current.events) {
-    if (other.time != group.time || other.offsetLow != group.offsetLow) continue;
+  // Other groups than those of this run may have been loaded.
+  if (groupPlaces.size() != current.events.size()) {
+    groupPlaces.clear();
+    for (int place = 0; place < current.events.size(); ++place)
+      groupPlaces.insert(KeyOf(current.events.at(place)), place);
+  }
+  const QList<int> places = groupPlaces.values(KeyOf(group));
+  for (const int place : places) {
+    EVT_FILE_DATA_T& other = current.events[place];
     other.events.append(group.events.first());
     ++other.eventCount;
-    matched = true;
   }
-  if (!matched) current.events.append(group);
+  if (!places.isEmpty()) return;
+  current.events.append(group);
+  groupPlaces.insert(KeyOf(group), current.events.size() - 1);
 }

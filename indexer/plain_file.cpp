@@ -78,6 +78,20 @@ std::size_t PlainFile::Read(void* bytes, std::size_t size) {
   return done;
 }
 
+std::size_t PlainFile::ReadAt(std::uint64_t position, void* bytes, std::size_t size,
+                              bool* failed) const {
+  auto* const place = static_cast<char*>(bytes);
+  std::size_t done = 0;
+  ssize_t count = 1;
+  while (done < size && count != 0) {
+    count = pread(mHandle, place + done, size - done, static_cast<off_t>(position + done));
+    if (count < 0 && errno != EINTR) break;
+    if (count > 0) done += static_cast<std::size_t>(count);
+  }
+  *failed = count < 0;
+  return done;
+}
+
 bool PlainFile::Write(const void* bytes, std::size_t size) {
   const auto* const first = static_cast<const char*>(bytes);
   if (mWaiting.size() + size > kLargestPiece) Flush();

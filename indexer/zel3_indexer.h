@@ -5,8 +5,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <vector>
 
+#include "cache_housekeeping.h"
 #include "chunk_info.h"
 #include "commands.h"
 #include "file_index_store.h"
@@ -91,6 +93,10 @@ class cZel3Indexer {
 
   // Cache files (cache_open.cpp, cache_load.cpp, cache_save.cpp).
 
+  // Between the two calls files are only opened, and nobody else works in the cache folder: it is
+  // listed once, not for every file.
+  void Begin_scan();
+  void End_scan();
   // Makes the archive file at `path` current and loads its index from the cache. `endPosition`
   // closes its last stretch. True when the cache gave an index, which is then filed. When false the
   // file is current all the same, and an indexing run may follow.
@@ -166,6 +172,8 @@ class cZel3Indexer {
   bool Load_HDR();
   bool Set_empty_HDR();
 
+  bool scanning = false;
+  std::unique_ptr<CacheHousekeeping> housekeeping;  // kept during a scan only
   QString currentFilePath;
   QString hdrFileName;
   PlainFile hdrFile;
@@ -175,6 +183,8 @@ class cZel3Indexer {
   PlainFile evtFile;
   ZEL_ID3_REC pendingId3Rec;        // the entry being collected, or the last bare one
   bool pendingId3RecValid = false;  // it is not yet in current.id3Records
+  // Where the groups of current.events lie, by their keys. Cleared whenever they are replaced.
+  QMultiHash<quint64, int> groupPlaces;
   // Made anew by the lookup that follows a change of `files`.
   std::vector<FileSpan> spans;
   bool spansValid = false;

@@ -13,6 +13,18 @@ bool SameSuffix(const QString& suffix, const QString& other) {
   return suffix.compare(other, Qt::CaseInsensitive) == 0;
 }
 
+// Lets the indexer know that files are opened one after the other.
+class FolderScan {
+ public:
+  explicit FolderScan(cZel3Indexer& indexer) : mIndexer(indexer) { mIndexer.Begin_scan(); }
+  ~FolderScan() { mIndexer.End_scan(); }
+  FolderScan(const FolderScan&) = delete;
+  FolderScan& operator=(const FolderScan&) = delete;
+
+ private:
+  cZel3Indexer& mIndexer;
+};
+
 }  // namespace
 
 int CZel3FileReader::open(char const* path) {
@@ -42,6 +54,7 @@ bool CZel3FileReader::Open_folder(QString const& folderPath) {
                              QLatin1String("*.ZEL3"), QLatin1String("*.ZEL")};
   const QStringList names =
       folder.entryList(patterns, QDir::Files | QDir::Readable | QDir::NoDotAndDotDot, QDir::Time);
+  const FolderScan scan(indexer);
   bool allOk = true;
   QString chosenSuffix;
   for (const QString& name : names) {

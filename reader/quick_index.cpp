@@ -87,10 +87,7 @@ bool CZel3FileReader::ReadHeadIndex() {
 }
 
 bool CZel3FileReader::ReadTailIndex() {
-  file.clear();
-  file.seekg(0, std::ios::end);
-  const std::streamoff end = file.tellg();
-  std::uint64_t position = end < 0 ? 0 : static_cast<std::uint64_t>(end);
+  std::uint64_t position = file.Size();
   // The body of a marker at the end of the stretch may reach beyond it.
   QByteArray stretch(static_cast<int>(kStretch + sizeof(IDX_T)), Qt::Uninitialized);
   do {

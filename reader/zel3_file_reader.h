@@ -6,11 +6,11 @@
 #include <QStringList>
 #include <cstddef>
 #include <cstdint>
-#include <fstream>
 
 #include "brick.h"
 #include "commands.h"
 #include "notifications.h"
+#include "plain_file.h"
 #include "stream_records.h"
 #include "zel3_indexer.h"
 
@@ -23,8 +23,7 @@
 //
 // All calls come on the pipeline's thread. No exception leaves a callback; a request that fails for
 // lack of memory is dropped. Archives are opened for reading only. The reader refers to the bricks
-// that it makes and ends them with 'Kill'; the host owns the reader. Made on the heap only: it is
-// large.
+// that it makes and ends them with 'Kill'; the host owns the reader.
 class CZel3FileReader : public CBrick {
  public:
   CZel3FileReader();
@@ -138,7 +137,7 @@ class CZel3FileReader : public CBrick {
   bool noArchive = false;
   bool recordLost = false;  // the run at hand has missed a record for lack of memory
   bool pullMissed = false;  // it waits for a block that has not been asked for
-  bool readFailed = false;  // the last sequential read met an error, not the end of the file
+  bool readFailed = false;  // the last read met an error, not the end of the file
   std::uint32_t lastProgressPercent = 0;
   bool archivesRequestPending = false;  // the list is to be sent as soon as there is one
   bool eventsSent = false;              // a play command has sent the events
@@ -151,10 +150,9 @@ class CZel3FileReader : public CBrick {
   QDir folder;
   QStringList failedFiles;  // full paths of files that failed once
   QStringList folderFiles;  // bare names of folder entries set aside
-  std::fstream file;
+  PlainFile file;
   std::uint64_t fileSize = 0;
   std::uint64_t readPos = 0;  // of the sequential reading
-  unsigned char readBuffer[65535];
   bool playForward = true;
   TZEL3ChunkInfo lastChunk;  // the entry whose bytes were sent last
   TZEL3ChunkInfo nextChunk;  // what the last lookup found

@@ -77,6 +77,7 @@ class ActivityComparison : public testing::Test {
         time = ascending ? time + Below(8) : Below(200);
         store.id3Records.append(RandomEntry(time));
       }
+      if (Below(2) == 0) store = WithKnownOrder(store);
     }
     return files;
   }

@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
-#include <cstdio>
 #include <optional>
 #include <utility>
 
@@ -96,16 +95,19 @@ int FaultyOpen(const char* path, int flags, ...) {
   return Original<int(const char*, int, ...)>("open64")(path, flags, mode);
 }
 
-EXPORTED FILE* FaultyStreamOpen(const char* path, const char* mode) asm("fopen64");
-FILE* FaultyStreamOpen(const char* path, const char* mode) {
-  if (Fails(FileOperation::kOpen)) return nullptr;
-  return Original<FILE*(const char*, const char*)>("fopen64")(path, mode);
-}
-
 EXPORTED ssize_t read(int file, void* bytes, std::size_t size) {
   if (Fails(FileOperation::kRead)) return -1;
   if (mostAtOnce > 0) size = std::min(size, static_cast<std::size_t>(mostAtOnce));
   return Original<ssize_t(int, void*, std::size_t)>("read")(file, bytes, size);
+}
+
+EXPORTED ssize_t FaultyReadAt(int file, void* bytes, std::size_t size,
+                              long long position) asm("pread64");
+ssize_t FaultyReadAt(int file, void* bytes, std::size_t size, long long position) {
+  if (Fails(FileOperation::kRead)) return -1;
+  if (mostAtOnce > 0) size = std::min(size, static_cast<std::size_t>(mostAtOnce));
+  return Original<ssize_t(int, void*, std::size_t, long long)>("pread64")(file, bytes, size,
+                                                                          position);
 }
 
 EXPORTED ssize_t write(int file, const void* bytes, std::size_t size) {

@@ -1,0 +1,106 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "bench.h"
+#include "cache_files.h"
+#include "zel3_indexer.h"
+
+namespace {
+
+enum class Headers { kOne, kOneInHundred, kUnsorted };
+
+std::vector<std::uint64_t> HeaderPositions(int entryCount, Headers headers) {
+  std::vector<std::uint64_t> positions;
+  switch (headers) {
+    case Headers::kOne:
+      positions.push_back(0);
+      break;
+    case Headers::kOneInHundred:
+      for (int i = 0; i < entryCount; i += 100) {
+        positions.push_back(std::uint64_t{kBytesPerEntry} * static_cast<unsigned>(i) + 1);
+      }
+      break;
+    case Headers::kUnsorted:
+      for (int i = 0; i < entryCount; ++i) {
+        positions.push_back(std::uint64_t{kBytesPerEntry} * static_cast<unsigned>(i) + 1);
+      }
+      std::shuffle(positions.begin(), positions.end(), std::mt19937(1));
+      break;
+  }
+  return positions;
+}
+
+// The cache of one archive.
+struct Cache {
+  Cache(int entryCount, Headers headers)
+      : stem(BenchFolder() + "/cam" + std::to_string(entryCount) + "_" +
+             std::to_string(static_cast<int>(headers)) + "."),
+        buffer(static_cast<std::size_t>(entryCount) * sizeof(ZEL_ID3_REC)) {
+    WriteCacheFiles(stem, EntriesFrom(kFirstTime, entryCount),
+                    HeaderPositions(entryCount, headers));
+  }
+
+  std::string stem;
+  std::vector<char> buffer;
+};
+
+Work ReadEntries(int entryCount) {
+  return [=](benchmark::State& state) {
+    Cache& cache = Shared<Cache>(entryCount, Headers::kOne);
+    const std::string path = cache.stem + "id3";
+    ssize_t got = 0;
+    for (auto _ : state) {
+      const int file = open(path.c_str(), O_RDONLY);
+      got = read(file, cache.buffer.data(), cache.buffer.size());
+      close(file);
+    }
+    Expect(state, got == static_cast<ssize_t>(cache.buffer.size()), "the file was not read");
+  };
+}
+
+Work OpenCache(int entryCount, Headers headers) {
+  return [=](benchmark::State& state) {
+    const Cache& cache = Shared<Cache>(entryCount, headers);
+    const QString path = QString::fromStdString(cache.stem + "zel3");
+    const std::uint64_t end = std::uint64_t{kBytesPerEntry} * static_cast<unsigned>(entryCount + 2);
+    bool right = true;
+    for (auto _ : state) {
+      auto index = std::make_unique<cZel3Indexer>();
+      right = index->Open_file(path, end) && right;
+      state.PauseTiming();
+      right = right && index->files.size() == 1 &&
+              index->files[0].id3Records.size() == entryCount &&
+              index->files[0].lastIndexTime == kFirstTime + static_cast<unsigned>(entryCount) - 1;
+      index.reset();
+      state.ResumeTiming();
+    }
+    Expect(state, right, "the cache gave another index");
+  };
+}
+
+void AddLoad(int entryCount) {
+  AddPair("cache_load", std::to_string(entryCount), ReadEntries(entryCount),
+          OpenCache(entryCount, Headers::kOne));
+}
+
+void AddHeaders(const std::string& row, int entryCount, Headers headers) {
+  AddPair(row, std::to_string(entryCount), OpenCache(entryCount, Headers::kOne),
+          OpenCache(entryCount, headers));
+}
+
+}  // namespace
+
+void AddRows() {
+  AddLoad(Sized(100'000, 1000));
+  AddLoad(Sized(1'000'000, 10'000));
+  AddLoad(Sized(10'000'000, 100'000));
+  for (const int entryCount : {Sized(100'000, 1000), Sized(1'000'000, 10'000)}) {
+    AddHeaders("cache_load.1_header_per_100", entryCount, Headers::kOneInHundred);
+    AddHeaders("cache_load.unsorted_headers", entryCount, Headers::kUnsorted);
+  }
+}

@@ -1,0 +1,51 @@
+#include <memory>
+
+#include "bench.h"
+#include "cache_files.h"
+#include "zel3_indexer.h"
+
+namespace {
+
+constexpr std::uint8_t kEvent = 0x80;
+
+// Ten events for every three entries.
+void TakeIn(cZel3Indexer& index, int eventCount) {
+  constexpr unsigned char kText[] = "the gate was opened";
+  DATA_T block;
+  block.type = kEvent;
+  block.length = sizeof(kText) - 1;
+  IDX_T entry;
+  index.Begin_intake();
+  for (int i = 0; i < eventCount; ++i) {
+    if (i % 10 == 0 || i % 10 == 3 || i % 10 == 6) {
+      entry.time = kFirstTime + static_cast<unsigned>(i);
+      index.scratchPos = std::uint64_t{kBytesPerEntry} * static_cast<unsigned>(i);
+      index.Add_index(entry);
+    }
+    index.Add_block(block, kText, block.length);
+  }
+}
+
+Work CollectEvents(int eventCount) {
+  return [=](benchmark::State& state) {
+    bool right = true;
+    for (auto _ : state) {
+      auto index = std::make_unique<cZel3Indexer>();
+      TakeIn(*index, eventCount);
+      state.PauseTiming();
+      right = right && index->current.events.size() == eventCount / 10 * 3 &&
+              index->current.events.last().eventCount == 4;
+      index.reset();
+      state.ResumeTiming();
+    }
+    Expect(state, right, "events are missing");
+  };
+}
+
+}  // namespace
+
+void AddRows() {
+  for (const int eventCount : {Sized(10'000, 100), Sized(100'000, 1000)}) {
+    AddAlone("events", std::to_string(eventCount), CollectEvents(eventCount));
+  }
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "commands.h"
+#include "pipeline.h"
+#include "zel3_file_reader.h"
+
+// A client that keeps the last block it got.
+class LastBlockClient : public CBrick {
+ public:
+  cMemBlock last;
+
+ protected:
+  int onCtrl(cMemBlock& block) override { return Keep(block); }
+  int onData(cMemBlock const& block) override { return Keep(block); }
+  int onNotify(cMemBlock const& block) override { return Keep(block); }
+
+ private:
+  int Keep(cMemBlock const& block) {
+    last = block;
+    return 1;
+  }
+};
+
+// A reader with one client after it, as a host would have them. Made, it has opened its source, and
+// an indexing run that this takes has ended.
+class ArchiveHost {
+ public:
+  explicit ArchiveHost(const std::string& source, const std::string& cacheFolder = "");
+  ~ArchiveHost();
+  ArchiveHost(const ArchiveHost&) = delete;
+  ArchiveHost& operator=(const ArchiveHost&) = delete;
+
+  // The last block with which the reader answers.
+  const cMemBlock& Ask(const cMemBlock& request) {
+    mReader->enqueueControl(request);
+    Run();
+    return mClient->last;
+  }
+
+  // How many archives the reader lists.
+  std::uint32_t ArchiveCount();
+
+ private:
+  // Without a limit it always comes to rest.
+  void Run() { static_cast<void>(mPipeline.RunUntilIdle()); }
+
+  Pipeline mPipeline;
+  std::unique_ptr<LastBlockClient> mClient = std::make_unique<LastBlockClient>();
+  std::unique_ptr<CZel3FileReader> mReader = std::make_unique<CZel3FileReader>();
+};

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <tuple>
+
+// Rows of the table of measurements. A row compares what this system does with what the machine
+// must do anyway, the baseline, in one process.
+
+// What each program adds to the table.
+void AddRows();
+
+using Work = std::function<void(benchmark::State&)>;
+
+// `row` names what is measured, `size` how much of it.
+void AddPair(const std::string& row, const std::string& size, Work baseline, Work ours);
+// For work without a baseline.
+void AddAlone(const std::string& row, const std::string& size, Work ours);
+
+// The size to measure with: a small one in a run that only shows that everything works.
+int Sized(int full, int small);
+
+// Fails the benchmark when its result is wrong.
+void Expect(benchmark::State& state, bool right, const char* what);
+
+// A folder for the files of this program, removed at its end.
+const std::string& BenchFolder();
+
+// The fixture for these arguments: made when it is first asked for, kept to the end of the program.
+template <class Fixture, class... Arguments>
+Fixture& Shared(Arguments... arguments) {
+  static std::map<std::tuple<Arguments...>, std::unique_ptr<Fixture>> fixtures;
+  std::unique_ptr<Fixture>& fixture = fixtures[std::tuple<Arguments...>(arguments...)];
+  if (fixture == nullptr) fixture = std::make_unique<Fixture>(arguments...);
+  return *fixture;
+}

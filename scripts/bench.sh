@@ -1,0 +1,126 @@
+#!/usr/bin/env bash
+# Measures this system against what the machine must do anyway and prints one table.
+#   scripts/bench.sh [--smoke] [--row REGEX] [--repetitions N] [PRESET...]
+# --smoke: small sizes, once: shows that everything works, not how fast. --row: only the rows whose names match. The
+# builds are i386 and native, or the presets given. Programs and results stay in build/PRESET/bin and build/bench.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+rows=.
+repetitions=9
+presets=()
+while [ $# -gt 0 ]; do
+  case $1 in
+    --smoke) export ZEL3_BENCH_SMOKE=1; repetitions=1 ;;
+    --row) rows=$2; shift ;;
+    --repetitions) repetitions=$2; shift ;;
+    *) presets+=("$1") ;;
+  esac
+  shift
+done
+if [ "${#presets[@]}" = 0 ]; then
+  presets=(native)
+  [ -e /usr/lib/i386-linux-gnu/libQt5Core.so.5 ] && presets=(i386 native)
+fi
+
+# fetch_library FOLDER: the sources of the packaged library, from the archive that the machine has its packages of.
+fetch_library() {
+  local fetched=$PWD/build/bench/fetched
+  mkdir -p "$fetched/parts" "$fetched/lists/partial"
+  cat /etc/apt/sources.list /etc/apt/sources.list.d/*.list /etc/apt/sources.list.d/*.sources 2>/dev/null |
+    awk '/^URIs:/ { uri = $2 } /^Suites:/ && $2 == "bookworm" { print "deb-src", uri, "bookworm main"; exit }
+         /^deb / { for (i = 2; i < NF; ++i) if ($(i + 1) == "bookworm") { print "deb-src", $i, "bookworm main"; exit } }' \
+      >"$fetched/parts/sources.list"
+  local options=(-o Dir::Etc::SourceList=/dev/null -o "Dir::Etc::SourceParts=$fetched/parts"
+                 -o "Dir::State::Lists=$fetched/lists")
+  (cd "$fetched" && apt-get "${options[@]}" update && apt-get "${options[@]}" source --download-only benchmark) \
+    >build/bench/fetch.log 2>&1 || { cat build/bench/fetch.log; exit 1; }
+  tar -x -f "$fetched"/benchmark_*.orig.tar.gz -C build
+}
+
+# The programs' files go where memory holds them, if there is room.
+memory_folder() {
+  local free_kibibytes
+  free_kibibytes=$(df --output=avail /dev/shm 2>/dev/null | tail -1)
+  if [ "${free_kibibytes:-0}" -gt 4000000 ]; then echo /dev/shm; else echo "${TMPDIR:-/tmp}"; fi
+}
+
+# One result in the form of the library: result ROW WHOSE MILLISECONDS, or figure ROW NAME VALUE.
+result() { printf '{"run_name": "%s/%s", "cpu_time": %s, "time_unit": "ms"},\n' "$1" "$2" "$3"; }
+figure() { printf '{"run_name": "%s/ours", "cpu_time": 0, "time_unit": "ms", "%s": %s},\n' "$1" "$2" "$3"; }
+
+# The median time of so many runs of a command, in milliseconds.
+median_milliseconds() {
+  local count=$1 start i
+  shift
+  for ((i = 0; i < count; ++i)); do
+    start=${EPOCHREALTIME/./}
+    "$@" >/dev/null
+    echo $((${EPOCHREALTIME/./} - start))
+  done | sort -n | awk '{ taken[NR] = $1 } END { print taken[int((NR + 1) / 2)] / 1000 }'
+}
+
+# How many system calls a conversation of so many requests needs.
+conversation_calls() {
+  local program=$1 archive=$2 count=$3 request=$4
+  for ((i = 0; i < count; ++i)); do echo "$request"; done |
+    strace -f -c -U calls,name -o "$work/calls" "$program" console "$archive" >/dev/null
+  awk '$2 == "total" { print $1 }' "$work/calls"
+}
+
+# measure_program PRESET: the start of the program, and the system calls of its requests, over an archive of a day.
+measure_program() {
+  local program=build/$1/bin/zel3 folder=$work/program archive calls
+  local time='"time":1714564800000'
+  mkdir "$folder"
+  "$program" make "$folder" --files 1 --length 24h --interval 1s --payload 100 --start 2024-05-01 >/dev/null
+  archive=$(echo "$folder"/*.zel3)
+  "$program" index "$archive" >/dev/null 2>&1
+  result program_start.seek/86400 baseline "$(median_milliseconds "$runs" stat "$archive")"
+  result program_start.seek/86400 ours \
+    "$(median_milliseconds "$runs" "$program" seek "$archive" 2024-05-01T12:00:00Z)"
+  if command -v strace >/dev/null; then
+    for request in "{\"cmd\":\"CRq3\",$time,\"type\":1}" "{\"cmd\":\"PCR3\",\"indexId\":43200,$time}"; do
+      calls=$(($(conversation_calls "$program" "$archive" 1100 "$request") -
+               $(conversation_calls "$program" "$archive" 100 "$request")))
+      figure "system_calls.${request:8:4}/1" calls "$(awk "BEGIN { print $calls / 1000 }")"
+    done
+  fi
+  rm -r "$folder"
+}
+
+mkdir -p build/bench
+library=build/benchmark-1.7.1
+[ -d "$library" ] || fetch_library
+[ -d "$library" ] || { echo "bench: the packaged library is not version 1.7.1" >&2; exit 1; }
+
+work=$(mktemp -d "$(memory_folder)/bench-XXXXXX")
+trap 'rm -rf "$work"' EXIT
+export TMPDIR=$work XDG_CONFIG_HOME=$work
+
+runs=15
+[ "$repetitions" = 1 ] && runs=1
+failed=no
+for preset in "${presets[@]}"; do
+  results=build/bench/$preset
+  rm -rf "$results"
+  mkdir -p "$results"
+  log=$results/build.log
+  cmake --preset "$preset" -DZEL3_BENCHMARK_DIR="$PWD/$library" >"$log" 2>&1 || { cat "$log"; exit 1; }
+  cmake --build --preset "$preset" --target benchmarks zel3 zel3reader zel3parser >"$log" 2>&1 || { cat "$log"; exit 1; }
+  for source in bench/*_bench.cpp; do
+    name=$(basename "$source" .cpp)
+    build/$preset/bin/$name --benchmark_filter="$rows" --benchmark_list_tests 2>/dev/null | grep -q / || continue
+    echo "bench: $preset $name" >&2
+    "build/$preset/bin/$name" --benchmark_filter="$rows" --benchmark_repetitions="$repetitions" \
+      --benchmark_enable_random_interleaving=true --benchmark_min_time=0.05 \
+      --benchmark_out="$results/$name.json" --benchmark_out_format=json >"$results/$name.log" 2>&1 ||
+      { cat "$results/$name.log"; failed=yes; }
+  done
+  if [[ program_start.seek/86400 =~ $rows || system_calls =~ $rows ]]; then
+    echo "bench: $preset program" >&2
+    { echo '{"benchmarks": ['; measure_program "$preset" | sed '$ s/,$//'; echo ']}'; } >"$results/program.json"
+  fi
+done
+scripts/bench_table.py "${presets[@]/#/build/bench/}"
+[ "$failed" = no ]

@@ -1,0 +1,160 @@
+#!/usr/bin/env python3
+"""Prints the results of the benchmarks as one table, with the goal of each row.
+
+    scripts/bench_table.py FOLDER...
+
+FOLDER: named after a build, holds the JSON files of its programs. A row is a pair of benchmarks ROW/SIZE/baseline and
+ROW/SIZE/ours; each time is the median of the repetitions, in processor time, so that other work on the machine counts
+less. Ends with 1 when a benchmark has failed; a goal that is not met is only shown.
+"""
+
+import json
+import math
+import pathlib
+import re
+import statistics
+import sys
+
+MICROSECONDS = {"ns": 0.001, "us": 1.0, "ms": 1000.0, "s": 1000000.0}
+LINEAR = 1 + math.log10(1.25)  # within a quarter of ten times the work for ten times the size
+
+# By the row's name: what is held against the limit, and the limit.
+GOALS = [
+    ("indexing_run.parser", "throughput", 0.45),
+    ("indexing_run.byte_counter", "throughput", 0.75),
+    ("cache_load.1_header_per_100", "time", 1.5),
+    ("cache_load.unsorted_headers", "time", 1.5),
+    ("cache_load", "time", 2.0),
+    ("lookup.one_file", "time", 1.5),
+    ("lookup.1000_files", "time", 2.0),
+    ("chunk_request", "figures", {"median_us": 2.0, "p99_us": 10.0}),
+    ("entry_bytes.in_order", "throughput", 0.8),
+    ("entry_bytes.at_random", "time", 1.3),
+    ("folder_open.no_caches", "time", 1.5),
+    ("folder_open.caches_beside", "time", 2.0),
+    ("folder_open.cache_folder", "time", 4.0),
+    ("activity", "throughput", 0.4),
+    ("blocks", "time", 1.3),
+    ("index_memory", "figures", {"bytes_per_entry": 48.0, "peak_to_final": 1.5}),
+    ("program_start", "milliseconds more", 60.0),
+]
+# Rows whose time must grow no faster than their size.
+GROWING = ("filing", "events", "cache_load.unsorted_headers", "folder_open")
+FIGURES = ("median_us", "p99_us", "bytes_per_entry", "peak_to_final", "calls")
+
+
+class Measurement:
+    """One benchmark: its times in microseconds, one for each repetition, and its own figures."""
+
+    def __init__(self):
+        self.times = []
+        self.figures = {}
+
+    def time(self):
+        return statistics.median(self.times)
+
+    def figure(self, name):
+        return statistics.median(self.figures[name])
+
+
+def read_results(folder):
+    """The measurements of a build by (row, size, "baseline" or "ours"), and the failures in words."""
+    measurements, failures = {}, []
+    for path in sorted(folder.glob("*.json")):
+        for result in json.loads(path.read_text())["benchmarks"]:
+            if result.get("run_type") == "aggregate":
+                continue
+            row, size, whose = re.match(r"(.+)/([^/]+)/(baseline|ours)", result["run_name"]).groups()
+            if result.get("error_occurred"):
+                failures.append(f"{folder.name} {row}/{size}/{whose}: {result['error_message']}")
+                continue
+            measurement = measurements.setdefault((row, size, whose), Measurement())
+            measurement.times.append(result["cpu_time"] * MICROSECONDS[result["time_unit"]])
+            for name in FIGURES:
+                if name in result:
+                    measurement.figures.setdefault(name, []).append(result[name])
+    return measurements, failures
+
+
+def goal_of(row):
+    return next(((kind, limit) for name, kind, limit in GOALS if row == name or row.startswith(name + ".")), (None, None))
+
+
+def shown_time(microseconds):
+    for unit, name in ((1000000, "s"), (1000, "ms"), (1, "µs")):
+        if microseconds >= unit:
+            return f"{microseconds / unit:.3g} {name}"
+    return f"{microseconds * 1000:.3g} ns"
+
+
+def judged(met):
+    return "yes" if met else "**no**"
+
+
+def compared(row, baseline, ours):
+    """The ratio, the goal and whether it is met, as shown."""
+    kind, limit = goal_of(row)
+    if kind == "throughput":
+        ratio = baseline.time() / ours.time()
+        return f"{ratio:.2f}", f"≥ {limit}x throughput", judged(ratio >= limit)
+    if kind == "milliseconds more":
+        more = (ours.time() - baseline.time()) / 1000
+        return f"+{more:.1f} ms", f"≤ {limit:g} ms more", judged(more <= limit)
+    ratio = ours.time() / baseline.time()
+    return f"{ratio:.2f}", f"≤ {limit}x time", judged(ratio <= limit)
+
+
+def lines_of(build, measurements):
+    for row, size in dict.fromkeys((row, size) for row, size, _ in measurements):
+        ours = measurements.get((row, size, "ours"))
+        baseline = measurements.get((row, size, "baseline"))
+        if ours is None:
+            continue
+        if baseline is not None:
+            yield [row, size, shown_time(baseline.time()), shown_time(ours.time()), *compared(row, baseline, ours), build]
+        elif ours.figures:
+            limits = goal_of(row)[1] or {}
+            for name in ours.figures:
+                goal = limits.get(name)
+                value = ours.figure(name)
+                yield [row, size, "", f"{value:.3g} {name}", "", f"≤ {goal:g}" if goal else "",
+                       judged(value <= goal) if goal else "", build]
+        else:
+            yield [row, size, "", shown_time(ours.time()), "", "", "", build]
+    yield from growth_lines(build, measurements)
+
+
+def growth_lines(build, measurements):
+    """For rows with sizes a decade apart: by which power of the size the time grows."""
+    times = {}
+    for (row, size, whose), measurement in measurements.items():
+        if whose == "ours" and size.isdigit() and not measurement.figures:
+            times.setdefault(row, {})[int(size)] = measurement.time()
+    for row, by_size in times.items():
+        for size in sorted(by_size):
+            if 10 * size not in by_size:
+                continue
+            power = math.log10(by_size[10 * size] / by_size[size])
+            limit = LINEAR if row.startswith(GROWING) else None
+            yield [row, f"{size} to {10 * size}", "", "", f"power {power:.2f}", f"≤ {limit:.2f}" if limit else "",
+                   judged(power <= limit) if limit else "", build]
+
+
+def main():
+    if len(sys.argv) < 2:
+        sys.exit(__doc__)
+    print("| row | size | baseline | ours | ratio | goal | met | build |")
+    print("|---|---|---|---|---|---|---|---|")
+    failures = []
+    for folder in map(pathlib.Path, sys.argv[1:]):
+        measurements, failed = read_results(folder)
+        failures += failed
+        for line in lines_of(folder.name, measurements):
+            print("| " + " | ".join(line) + " |")
+    for failure in failures:
+        print(failure, file=sys.stderr)
+    sys.exit(1 if failures else 0)
+
+
+if __name__ == "__main__":
+    main()
