@@ -174,6 +174,27 @@ TEST_F(Housekeeping, TakesOneMoreFileEachTime) {
   EXPECT_THAT(Names(), ElementsAre("c.id3"));
 }
 
+// The folder is then listed only once, which must not show.
+TEST_F(Housekeeping, TakesTheSameFilesDuringAScan) {
+  const std::vector<CacheFile> files = {{"c.id3", kMiB},    {"a.hdr", 2 * kMiB}, {"e.evt", 0},
+                                        {"b.id3", kMiB},    {"d.evt", kMiB},     {"f.id3", kMiB},
+                                        {"g.id3", 3 * kMiB}};
+  SetLimit("4");
+  for (int opened = 1; opened <= 8; ++opened) {
+    SCOPED_TRACE(opened);
+    Texts left[2];
+    for (const bool scanning : {false, true}) {
+      MakeCacheFiles(files);
+      if (scanning) index.Begin_scan();
+      for (int i = 0; i < opened; ++i) OpenArchive();
+      if (scanning) index.End_scan();
+      left[scanning ? 1 : 0] = Names();
+    }
+    EXPECT_EQ(left[0], left[1]);
+    EXPECT_EQ(left[0].size(), files.size() - static_cast<std::size_t>(std::min(opened, 5)));
+  }
+}
+
 TEST_F(Housekeeping, RunsWhenAFileIsOpenedToo) {
   SetLimit("1");
   MakeCacheFiles({{"a.id3", 2 * kMiB}});
