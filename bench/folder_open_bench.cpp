@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 constexpr std::size_t kFileSize = 256 * 1024;
 constexpr std::size_t kEnd = 64 * 1024;
 int CacheFilesInFolder() {
-  return Sized(30'000, 600);
+  return Sized(30'000, 300);
 }
 
 enum class Cache { kNone, kBeside, kInFolder };
@@ -152,7 +152,7 @@ Work OpenFolder(int count, Cache cache) {
 }  // namespace
 
 void AddRows() {
-  for (const int count : {Sized(1000, 20), Sized(10'000, 200)}) {
+  for (const int count : {Sized(1000, 10), Sized(10'000, 100)}) {
     const std::string size = std::to_string(count);
     AddPair("folder_open.no_caches", size, ReadBothEnds(count), OpenFolder(count, Cache::kNone));
     AddPair("folder_open.caches_beside", size, ReadCacheFiles(count, Cache::kBeside),

@@ -23,14 +23,14 @@ if [ "${#presets[@]}" = 0 ]; then
   [ -e /usr/lib/i386-linux-gnu/libQt5Core.so.5 ] && presets=(i386 native)
 fi
 
-# fetch_library FOLDER: the sources of the packaged library, from the archive that the machine has its packages of.
+# The sources of the packaged library, from the archive that the machine has its packages of.
 fetch_library() {
   local fetched=$PWD/build/bench/fetched
   mkdir -p "$fetched/parts" "$fetched/lists/partial"
-  cat /etc/apt/sources.list /etc/apt/sources.list.d/*.list /etc/apt/sources.list.d/*.sources 2>/dev/null |
-    awk '/^URIs:/ { uri = $2 } /^Suites:/ && $2 == "bookworm" { print "deb-src", uri, "bookworm main"; exit }
-         /^deb / { for (i = 2; i < NF; ++i) if ($(i + 1) == "bookworm") { print "deb-src", $i, "bookworm main"; exit } }' \
-      >"$fetched/parts/sources.list"
+  { cat /etc/apt/sources.list /etc/apt/sources.list.d/*.list /etc/apt/sources.list.d/*.sources 2>/dev/null || true; } |
+    awk '/^URIs:/ { uri = $2 } /^Suites:/ && $2 == "bookworm" { print "deb-src", uri, "bookworm main" }
+         /^deb / { for (i = 2; i < NF; ++i) if ($(i + 1) == "bookworm") print "deb-src", $i, "bookworm main" }' |
+    head -1 >"$fetched/parts/sources.list"
   local options=(-o Dir::Etc::SourceList=/dev/null -o "Dir::Etc::SourceParts=$fetched/parts"
                  -o "Dir::State::Lists=$fetched/lists")
   (cd "$fetched" && apt-get "${options[@]}" update && apt-get "${options[@]}" source --download-only benchmark) \
@@ -60,30 +60,30 @@ median_milliseconds() {
   done | sort -n | awk '{ taken[NR] = $1 } END { print taken[int((NR + 1) / 2)] / 1000 }'
 }
 
-# How many system calls a conversation of so many requests needs.
+# How many system calls a conversation of so many requests needs. The first request opens the stream of bytes.
 conversation_calls() {
   local program=$1 archive=$2 count=$3 request=$4
-  for ((i = 0; i < count; ++i)); do echo "$request"; done |
+  { echo "$first_request"; for ((i = 0; i < count; ++i)); do echo "$request"; done; } |
     strace -f -c -U calls,name -o "$work/calls" "$program" console "$archive" >/dev/null
   awk '$2 == "total" { print $1 }' "$work/calls"
 }
 
 # measure_program PRESET: the start of the program, and the system calls of its requests, over an archive of a day.
 measure_program() {
-  local program=build/$1/bin/zel3 folder=$work/program archive calls
-  local time='"time":1714564800000'
+  local program=build/$1/bin/zel3 folder=$work/program archive calls request
+  local time='"time":1714564800000' first_request='{"cmd":"CRq3","time":1714564800000,"type":1}'
   mkdir "$folder"
-  "$program" make "$folder" --files 1 --length 24h --interval 1s --payload 100 --start 2024-05-01 >/dev/null
+  "$program" make "$folder" --files 1 --length "$length" --start 2024-05-01 --interval 1s --payload 100 >/dev/null
   archive=$(echo "$folder"/*.zel3)
   "$program" index "$archive" >/dev/null 2>&1
   result program_start.seek/86400 baseline "$(median_milliseconds "$runs" stat "$archive")"
   result program_start.seek/86400 ours \
     "$(median_milliseconds "$runs" "$program" seek "$archive" 2024-05-01T12:00:00Z)"
   if command -v strace >/dev/null; then
-    for request in "{\"cmd\":\"CRq3\",$time,\"type\":1}" "{\"cmd\":\"PCR3\",\"indexId\":43200,$time}"; do
-      calls=$(($(conversation_calls "$program" "$archive" 1100 "$request") -
-               $(conversation_calls "$program" "$archive" 100 "$request")))
-      figure "system_calls.${request:8:4}/1" calls "$(awk "BEGIN { print $calls / 1000 }")"
+    for request in "$first_request" "{\"cmd\":\"PCR3\",\"indexId\":3000,$time}"; do
+      calls=$(($(conversation_calls "$program" "$archive" $((2 * requests)) "$request") -
+               $(conversation_calls "$program" "$archive" "$requests" "$request")))
+      figure "system_calls.${request:8:4}/1" calls "$(awk "BEGIN { print $calls / $requests }")"
     done
   fi
   rm -r "$folder"
@@ -99,7 +99,13 @@ trap 'rm -rf "$work"' EXIT
 export TMPDIR=$work XDG_CONFIG_HOME=$work
 
 runs=15
-[ "$repetitions" = 1 ] && runs=1
+requests=1000
+length=24h
+if [ -n "${ZEL3_BENCH_SMOKE:-}" ]; then
+  runs=1
+  requests=10
+  length=13h
+fi
 failed=no
 for preset in "${presets[@]}"; do
   results=build/bench/$preset

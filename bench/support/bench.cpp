@@ -35,3 +35,8 @@ const std::string& BenchFolder() {
   static const TempFolder folder;
   return folder.Path();
 }
+
+std::vector<std::shared_ptr<void>>& KeptFixtures() {
+  static std::vector<std::shared_ptr<void>> fixtures;
+  return fixtures;
+}

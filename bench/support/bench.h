@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <tuple>
+#include <vector>
 
 // Rows of the table of measurements. A row compares what this system does with what the machine
 // must do anyway, the baseline, in one process.
@@ -31,11 +32,18 @@ void Expect(benchmark::State& state, bool right, const char* what);
 // A folder for the files of this program, removed at its end.
 const std::string& BenchFolder();
 
-// The fixture for these arguments: made when it is first asked for, kept to the end of the program.
+// All fixtures. They go at the end of the run: later, plug-ins whose blocks they hold are unloaded.
+std::vector<std::shared_ptr<void>>& KeptFixtures();
+
+// The fixture for these arguments: made when it is first asked for, kept to the end of the run.
 template <class Fixture, class... Arguments>
 Fixture& Shared(Arguments... arguments) {
-  static std::map<std::tuple<Arguments...>, std::unique_ptr<Fixture>> fixtures;
-  std::unique_ptr<Fixture>& fixture = fixtures[std::tuple<Arguments...>(arguments...)];
-  if (fixture == nullptr) fixture = std::make_unique<Fixture>(arguments...);
+  static std::map<std::tuple<Arguments...>, Fixture*> fixtures;
+  Fixture*& fixture = fixtures[std::tuple<Arguments...>(arguments...)];
+  if (fixture == nullptr) {
+    const auto made = std::make_shared<Fixture>(arguments...);
+    KeptFixtures().push_back(made);
+    fixture = made.get();
+  }
   return *fixture;
 }

@@ -9,6 +9,7 @@ int main(int argc, char** argv) {
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   AddRows();
   benchmark::RunSpecifiedBenchmarks();
+  KeptFixtures().clear();
   benchmark::Shutdown();
   return 0;
 }
