@@ -1,18 +1,21 @@
 #!/usr/bin/env bash
 # Runs the fuzzers, all of them or those named, each for so many executions or until it finds something.
-#   scripts/fuzz.sh [--runs N] [--keep] [NAME...]
+#   scripts/fuzz.sh [--runs N] [--keep] [--plain] [NAME...]
 # What they find on the way is kept in build/fuzz/found; with --keep what reaches new code is added to fuzz/corpus.
-# A finding is left as build/fuzz/crash-...; replay it with build/native/bin/NAME_fuzzer FILE.
+# A finding is left as build/fuzz/crash-...; replay it with build/native/bin/NAME_fuzzer FILE. With --plain the
+# programs are built without sanitizers, and run several times as fast.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 runs=2000000
 keep=false
+build=build/fuzz
 names=()
 while [ $# -gt 0 ]; do
   case $1 in
     --runs) runs=$2; shift ;;
     --keep) keep=true ;;
+    --plain) build=build/fuzz-plain ;;
     *) names+=("$1") ;;
   esac
   shift
@@ -21,8 +24,10 @@ if [ "${#names[@]}" = 0 ]; then
   for folder in fuzz/corpus/*/; do names+=("$(basename "$folder")"); done
 fi
 
-cmake --preset fuzz >/dev/null
-cmake --build --preset fuzz --target "${names[@]/%/_fuzzer}" zel3parser >/dev/null
+sanitize=()
+[ "$build" = build/fuzz ] || sanitize=(-DZEL3_SANITIZE=)
+cmake --preset fuzz -B "$build" "${sanitize[@]}" >/dev/null
+cmake --build "$build" --target "${names[@]/%/_fuzzer}" zel3parser >/dev/null
 
 # Plug-ins that a host unloads are no leaks; blocks are counted by the targets themselves. Long stacks of allocations
 # and a large quarantine would cost half of the speed.
@@ -34,10 +39,10 @@ for name in "${names[@]}"; do
   found=build/fuzz/found/$name
   mkdir -p "$found"
   printf '%s: ' "$name"
-  log=build/fuzz/$name.log
-  build/fuzz/bin/"${name}_fuzzer" -runs="$runs" -timeout=10 -rss_limit_mb=1024 -max_len=1024 -entropic=0 \
-    -dict="fuzz/dictionary/$name.dict" -print_final_stats=1 -artifact_prefix=build/fuzz/ \
+  log=$build/$name.log
+  "$build/bin/${name}_fuzzer" -runs="$runs" -timeout=10 -rss_limit_mb=4096 -max_len=1024 -entropic=0 \
+    -dict="fuzz/dictionary/$name.dict" -print_final_stats=1 -artifact_prefix="$build/" \
     "$found" "fuzz/corpus/$name" >"$log" 2>&1 || { tail -40 "$log"; exit 1; }
   sed -nE 's/^Done ([0-9]+) runs in ([0-9]+) second.*/\1 executions in \2 s/p' "$log"
-  if $keep; then build/fuzz/bin/"${name}_fuzzer" -merge=1 "fuzz/corpus/$name" "$found" >>"$log" 2>&1; fi
+  if $keep; then "$build/bin/${name}_fuzzer" -merge=1 "fuzz/corpus/$name" "$found" >>"$log" 2>&1; fi
 done
