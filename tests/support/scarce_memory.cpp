@@ -61,6 +61,12 @@ void* operator new(std::size_t size) {
 void* operator new[](std::size_t size) {
   return Allocate(size);
 }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return IsRefused() ? nullptr : std::malloc(size == 0 ? 1 : size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return IsRefused() ? nullptr : std::malloc(size == 0 ? 1 : size);
+}
 void operator delete(void* memory) noexcept {
   std::free(memory);
 }
