@@ -52,9 +52,9 @@ for part in "${parts[@]}"; do
       export QT_ENABLE_REGEXP_JIT=0
       runner=(valgrind --quiet --error-exitcode=9 --leak-check=full --errors-for-leak-kinds=definite
               --soname-synonyms=somalloc=NONE)
-      # Without the tests that bring an allocator of their own or limit the memory of the process.
+      # Without the tests that bring an allocator of their own, limit the memory of the process or end it.
       for program in blocks_tests host_tests indexer_tests parser_tests archive_tests reader_tests; do
-        tests native "$program" --gtest_filter='-*Memory*:*FindNoRoom*:*TooLarge*:BadInput.HugeCacheFiles'
+        tests native "$program" --gtest_filter='-*Memory*:*FindNoRoom*:*TooLarge*:*ProcessIsKilled*:BadInput.HugeCacheFiles'
       done
       runner=() ;;
     sanitizers)
