@@ -165,8 +165,6 @@ bool cZel3Indexer::LoadEntries() {
     }
   }
   if (records.isEmpty()) return false;
-  // Headers that cut nothing leave no room unused.
-  if (cuts.capacity() - cuts.size() > cuts.size() / 8 + 1) cuts.squeeze();
 
   current.entriesAscend = times.ascend;
   current.cutsAscend = cutsAscend;

@@ -30,6 +30,7 @@ void cZel3Indexer::Begin_intake() {
   current.events.clear();
   groupPlaces.clear();
   current.blockPositions = QVector<quint64>();
+  current.entriesAscend = current.headersAscend = current.cutsAscend = false;
   current.streamMap = StreamMap{};
   scratchPos = 0;
   pendingId3Rec = ZEL_ID3_REC();

@@ -82,7 +82,7 @@ std::size_t PlainFile::ReadAt(std::uint64_t position, void* bytes, std::size_t s
                               bool* failed) const {
   auto* const place = static_cast<char*>(bytes);
   std::size_t done = 0;
-  ssize_t count = 1;
+  ssize_t count = IsOpen() ? 1 : 0;
   while (done < size && count != 0) {
     count = pread(mHandle, place + done, size - done, static_cast<off_t>(position + done));
     if (count < 0 && errno != EINTR) break;

@@ -31,7 +31,7 @@ class PlainFile {
   // Goes on behind the bytes read last. Gives fewer than `size` bytes at the end of the file and
   // where reading fails.
   std::size_t Read(void* bytes, std::size_t size);
-  // The same from `position` on. `failed`: not because the file ends.
+  // The same from `position` on. `failed`: not because the file ends. A closed file is empty.
   std::size_t ReadAt(std::uint64_t position, void* bytes, std::size_t size, bool* failed) const;
 
   // Goes on behind the bytes written last. False when this or an earlier write has failed. Throws

@@ -32,6 +32,7 @@ void cZel3Indexer::FileBareEntry(const IDX_T& index, int place) {
   pendingId3Rec = ZEL_ID3_REC();
   pendingId3Rec.time = time;
   current.id3Records.insert(place, pendingId3Rec);
+  current.entriesAscend = false;
   current.startTime = std::min(current.startTime, time);
   current.endTime = std::max(current.endTime, time);
   Add_file_index(current);
@@ -40,6 +41,8 @@ void cZel3Indexer::FileBareEntry(const IDX_T& index, int place) {
 void cZel3Indexer::Add_file_index(const sFile_Index_Store& store) {
   // `store` may be one of `files`, which move when another is inserted.
   sFile_Index_Store copy(store);
+  // A filed store stays: it keeps no room that it does not need.
+  copy.blockPositions.squeeze();
   const std::uint32_t startTime = copy.startTime;
   const std::uint32_t endTime = copy.endTime;
   const bool isFirst = files.empty();

@@ -115,6 +115,15 @@ TEST_F(Stores, AreCopiesOfWhatWasFiled) {
   EXPECT_EQ(index.files[0].endTime, 10U);
 }
 
+TEST_F(Stores, AreFiledWithBuffersOfExactlyTheirLength) {
+  index.current = FileOf("a", {10});
+  index.current.blockPositions.reserve(1000);
+  index.current.blockPositions += {0, 10, 20};
+  ASSERT_GE(index.current.blockPositions.capacity(), 1000);
+  index.Add_file_index(index.current);
+  EXPECT_EQ(index.files[0].blockPositions.capacity(), 3);
+}
+
 TEST_F(Stores, AreFiledWithoutACopyOfWhatTheyHold) {
   index.current = FileOf("a", {10});
   index.current.blockPositions = {0, 10, 20};
