@@ -1,4 +1,5 @@
 #include "cache_test.h"
+#include "lookup_answer.h"
 
 namespace {
 
@@ -93,6 +94,14 @@ TEST_F(LoadedEntries, CutTheFileAtTheLow32BitsOfTheirPositions) {
   EXPECT_THAT(index.current.blockPositions, ElementsAre(700, 0xFFFFFFFF, 5, 9000));
   EXPECT_THAT(Shown(index.current.id3Records),
               ElementsAre("100@700", "101@4294967295", "102@4294967301"));
+}
+
+// They ascended when they were loaded; with the one that is added they do not.
+TEST_F(LoadedEntries, AreFoundBesideABareOneThatIsAddedBehindThem) {
+  ASSERT_TRUE(OpenWith(Id3FileWithTimes({10, 20, 30, 40, 50})));
+  EXPECT_EQ(Look(index, 45000, Ask::kAtOrBefore), At(0, 3, 40000));
+  index.Add_last_index(IndexAt(15));
+  EXPECT_EQ(Look(index, 45000, Ask::kAtOrBefore), At(0, 3, 40000));
 }
 
 TEST_F(LoadedEntries, AreWholeOnesOnly) {

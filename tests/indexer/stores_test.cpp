@@ -118,7 +118,7 @@ TEST_F(Stores, AreCopiesOfWhatWasFiled) {
 TEST_F(Stores, AreFiledWithBuffersOfExactlyTheirLength) {
   index.current = FileOf("a", {10});
   index.current.blockPositions.reserve(1000);
-  index.current.blockPositions += {0, 10, 20};
+  for (const quint64 position : {0, 10, 20}) index.current.blockPositions.append(position);
   ASSERT_GE(index.current.blockPositions.capacity(), 1000);
   index.Add_file_index(index.current);
   EXPECT_EQ(index.files[0].blockPositions.capacity(), 3);

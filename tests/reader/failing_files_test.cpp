@@ -5,10 +5,10 @@
 #include <csignal>
 #include <filesystem>
 #include <functional>
-#include <iostream>
 
 #include "brick_plugins.h"
 #include "every_request.h"
+#include "figure.h"
 #include "file_faults.h"
 
 namespace {
@@ -111,7 +111,7 @@ TEST_F(FailingFiles, LeaveTheNextStartRight) {
       }
     }
   }
-  std::cout << "figure: injected file faults = " << injected << '\n';
+  ReportFigure("injected file faults", injected);
 }
 
 // Where a cache file cannot be opened for writing, the two others stay behind empty and count as
@@ -201,6 +201,7 @@ TEST_F(FailingFiles, NeverHalfSaveAnIndexWhenTheProcessIsKilled) {
     ExpectTheNextStartToBeRight();
   }
   EXPECT_GT(kills, 10);
+  ReportFigure("kills before a file operation", kills - 1);
 }
 
 }  // namespace

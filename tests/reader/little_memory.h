@@ -2,9 +2,9 @@
 
 #include <filesystem>
 #include <functional>
-#include <iostream>
 
 #include "callbacks.h"
+#include "figure.h"
 #include "run_test.h"
 #include "scarce_memory.h"
 
@@ -31,7 +31,7 @@ class LittleMemory : public RunTest {
     RunTest::TearDown();
   }
   static void TearDownTestSuite() {
-    std::cout << "figure: injected allocation failures = " << injectedFailures << std::endl;
+    ReportFigure("injected allocation failures", injectedFailures);
   }
 
   void OnCtrl(cMemBlock block) { (reader.get()->*(&Callbacks::onCtrl))(block); }

@@ -51,10 +51,6 @@ Function* Original(const char* name) {
 
 }  // namespace
 
-FileFaults::FileFaults(int first, Repeats repeats, int error) {
-  plan = new Plan{std::nullopt, first, repeats, error, {}};
-}
-
 FileFaults::FileFaults(FileOperation kind, int first, Repeats repeats, int error) {
   plan = new Plan{kind, first, repeats, error, {}};
 }

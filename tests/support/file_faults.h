@@ -6,16 +6,15 @@
 enum class FileOperation { kOpen, kRead, kWrite, kSync, kRename, kRemove };
 
 // Lets a file operation of this thread go wrong until the end of a scope. Only one object at a
-// time. Counts the operations of all kinds, or of one kind only.
+// time.
 class FileFaults {
  public:
   enum class Repeats { kOnce, kFromThenOn };
 
-  // The operation number `first`, counted from 0, fails with the error number `error`; so do all
-  // that follow it, when they are to. A read that fails from then on is a disk that cannot be read.
-  FileFaults(int first, Repeats repeats, int error);
+  // Of the operations of a kind, the one number `first`, counted from 0, fails with the error
+  // number `error`; so do all that follow it, when they are to.
   FileFaults(FileOperation kind, int first, Repeats repeats, int error);
-  // `act` is called in place of failing, before the operation number `first`.
+  // `act` is called before the operation number `first`, of whatever kind; none fails.
   FileFaults(int first, std::function<void()> act);
   ~FileFaults();
   FileFaults(const FileFaults&) = delete;
