@@ -19,6 +19,7 @@ struct ActiveFile {
           kFirstTime +
           static_cast<std::uint32_t>(std::uint64_t(i) * unsigned(duration) / unsigned(entryCount));
     }
+    store.entriesAscend = true;
     store.startTime = kFirstTime;
     store.lastIndexTime = store.endTime = kFirstTime + static_cast<unsigned>(duration);
     store.indexInterval = 1;

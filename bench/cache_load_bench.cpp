@@ -12,26 +12,17 @@
 
 namespace {
 
-enum class Headers { kOne, kOneInHundred, kUnsorted };
+enum class Headers { kOne, kOneInHundred, kOneInHundredUnsorted, kOneEachUnsorted };
 
 std::vector<std::uint64_t> HeaderPositions(int entryCount, Headers headers) {
+  if (headers == Headers::kOne) return {0};
+  const int distance = headers == Headers::kOneEachUnsorted ? 1 : 100;
   std::vector<std::uint64_t> positions;
-  switch (headers) {
-    case Headers::kOne:
-      positions.push_back(0);
-      break;
-    case Headers::kOneInHundred:
-      for (int i = 0; i < entryCount; i += 100) {
-        positions.push_back(std::uint64_t{kBytesPerEntry} * static_cast<unsigned>(i) + 1);
-      }
-      break;
-    case Headers::kUnsorted:
-      for (int i = 0; i < entryCount; ++i) {
-        positions.push_back(std::uint64_t{kBytesPerEntry} * static_cast<unsigned>(i) + 1);
-      }
-      std::shuffle(positions.begin(), positions.end(), std::mt19937(1));
-      break;
+  for (int i = 0; i < entryCount; i += distance) {
+    positions.push_back(std::uint64_t{kBytesPerEntry} * static_cast<unsigned>(i) + 1);
   }
+  if (headers != Headers::kOneInHundred)
+    std::shuffle(positions.begin(), positions.end(), std::mt19937(1));
   return positions;
 }
 
@@ -101,6 +92,7 @@ void AddRows() {
   AddLoad(Sized(10'000'000, 100'000));
   for (const int entryCount : {Sized(100'000, 1000), Sized(1'000'000, 10'000)}) {
     AddHeaders("cache_load.1_header_per_100", entryCount, Headers::kOneInHundred);
-    AddHeaders("cache_load.unsorted_headers", entryCount, Headers::kUnsorted);
+    AddHeaders("cache_load.1_header_per_100_unsorted", entryCount, Headers::kOneInHundredUnsorted);
+    AddHeaders("cache_load.1_header_per_1_unsorted", entryCount, Headers::kOneEachUnsorted);
   }
 }

@@ -16,6 +16,7 @@ struct FiledIndex {
       sFile_Index_Store store;
       store.fileName = QString::fromLatin1("/archives/cam%1.zel3").arg(i);
       store.id3Records = fileCount == 1 ? all : all.mid(i * entriesPerFile, entriesPerFile);
+      store.entriesAscend = true;
       store.startTime = store.id3Records.first().time;
       store.lastIndexTime = store.endTime = store.id3Records.last().time;
       index.Add_file_index(store);

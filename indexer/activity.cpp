@@ -14,6 +14,15 @@ struct Stroke {
   std::uint8_t level;
 };
 
+// A stroke leaves nothing of those before it that it covers.
+void AddStroke(std::vector<Stroke>& strokes, const Stroke& stroke) {
+  while (!strokes.empty() && stroke.first <= strokes.back().first &&
+         strokes.back().last <= stroke.last) {
+    strokes.pop_back();
+  }
+  strokes.push_back(stroke);
+}
+
 // The pair of the stream among the pairs in use; null when there is none.
 const TActivityPair* PairOf(const ZEL_ID3_REC& entry, std::int32_t streamId) {
   const TActivityPair* const end =
@@ -107,8 +116,8 @@ bool cZel3Indexer::Fill_activity(const TZEL3ActivityRequest& request, TActivityG
         const std::uint64_t last = std::min(ends.BinOf(time + step - from), lastBin);
         low = first;
         if (first <= last) {
-          strokes.push_back(
-              {static_cast<std::int32_t>(first), static_cast<std::int32_t>(last), level});
+          AddStroke(strokes,
+                    {static_cast<std::int32_t>(first), static_cast<std::int32_t>(last), level});
         }
       } else if (pair != nullptr) {
         // An entry right at the start of the range counts for bin 1.

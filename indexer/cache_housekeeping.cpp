@@ -1,9 +1,7 @@
 #include "cache_housekeeping.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <algorithm>
 
 #include "ini_file.h"
@@ -24,24 +22,20 @@ qint64 CacheLimit() {
 }  // namespace
 
 CacheHousekeeping::CacheHousekeeping(const QString& folder)
-    : mFolder(folder), mLimit(CacheLimit()) {
-  const QStringList patterns{QLatin1String("*.id3"), QLatin1String("*.hdr"),
-                             QLatin1String("*.evt")};
-  for (const QString& name : QDir(folder).entryList(patterns, QDir::Files, QDir::Unsorted)) {
-    const QFileInfo info(folder + QLatin1Char('/') + name);
-    mFiles.push_back({info.filePath(), info.lastModified(), info.size()});
-    mTotal += info.size();
-  }
+    : mFolder(folder),
+      mFiles(ListFolder(folder, {".id3", ".hdr", ".evt"}, false)),
+      mLimit(CacheLimit()) {
+  for (const ListedFile& file : mFiles) mTotal += static_cast<std::int64_t>(file.size);
   std::reverse(mFiles.begin(), mFiles.end());
-  std::stable_sort(mFiles.begin(), mFiles.end(), [](const CacheFile& one, const CacheFile& other) {
-    return other.time < one.time;
-  });
+  std::stable_sort(
+      mFiles.begin(), mFiles.end(),
+      [](const ListedFile& one, const ListedFile& other) { return other.modified < one.modified; });
 }
 
 void CacheHousekeeping::Trim() {
   if (mTotal <= mLimit || mFiles.empty()) return;
-  const CacheFile& oldest = mFiles.back();
-  if (!QFile::remove(oldest.path)) return;
-  mTotal -= oldest.size;
+  const ListedFile& oldest = mFiles.back();
+  if (!QFile::remove(mFolder + QLatin1Char('/') + oldest.name)) return;
+  mTotal -= static_cast<std::int64_t>(oldest.size);
   mFiles.pop_back();
 }

@@ -1,8 +1,10 @@
 #pragma once
 
-#include <QDateTime>
 #include <QString>
+#include <cstdint>
 #include <vector>
+
+#include "folder_listing.h"
 
 // Keeps the cache files of one folder below the limit of the settings. What is in the folder is
 // listed when the object is made, since listing costs more than all else.
@@ -17,14 +19,8 @@ class CacheHousekeeping {
   void Trim();
 
  private:
-  struct CacheFile {
-    QString path;
-    QDateTime time;
-    qint64 size;
-  };
-
   QString mFolder;
-  std::vector<CacheFile> mFiles;  // the oldest last; of equal times the first one listed
-  qint64 mTotal = 0;
-  qint64 mLimit = 0;
+  std::vector<ListedFile> mFiles;  // the oldest last; of equal times the first one listed
+  std::int64_t mTotal = 0;
+  std::int64_t mLimit = 0;
 };

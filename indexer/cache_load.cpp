@@ -1,3 +1,5 @@
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <limits>
 #include <new>
@@ -36,20 +38,34 @@ bool ReadItems(PlainFile& file, QVector<Item>* items) {
   return !items->isEmpty();
 }
 
-// Reads on until `items` has so many more items that the processor keeps them near, or as many as
-// `most` in all. The number of items added. Throws std::bad_alloc.
-template <class Item>
-int ReadPortion(PlainFile& file, int most, QVector<Item>* items) {
-  constexpr int kPortion = 65536 / sizeof(Item);
-  const int before = items->size();
+// So many entries are read at a time that the processor keeps them near until they are looked at.
+constexpr int kPortion = 1024;
+
+// Reads on until there is a portion of entries more, or `most` in all. The number of entries added.
+// Throws std::bad_alloc.
+int ReadPortion(PlainFile& file, int most, QVector<ZEL_ID3_REC>* records) {
+  const int before = records->size();
   const int wanted = std::min(kPortion, most - before);
   if (wanted < 1) return 0;
-  items->resize(before + wanted);
+  records->resize(before + wanted);
   const std::size_t got =
-      file.Read(items->data() + before, static_cast<std::size_t>(wanted) * sizeof(Item));
-  const int added = static_cast<int>(got / sizeof(Item));
-  items->resize(before + added);
+      file.Read(records->data() + before, static_cast<std::size_t>(wanted) * sizeof(ZEL_ID3_REC));
+  const int added = static_cast<int>(got / sizeof(ZEL_ID3_REC));
+  records->resize(before + added);
   return added;
+}
+
+// Memory used for the first time costs more than reading a file into it; by large pages, far less.
+template <class Item>
+void ReserveLargePages(QVector<Item>* items, int count) {
+  items->reserve(count);
+  constexpr std::uintptr_t kLargePage = 2 << 20;
+  const auto begin = reinterpret_cast<std::uintptr_t>(items->data());
+  const std::uintptr_t end = begin + static_cast<std::size_t>(count) * sizeof(Item);
+  const std::uintptr_t first = (begin + kLargePage - 1) & ~(kLargePage - 1);
+  const std::uintptr_t last = end & ~(kLargePage - 1);
+  // It is no more than advice: where it is not taken the pages are small ones.
+  if (first < last) madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
 }
 
 // What the times of a file's entries say when they are met one after the other.
@@ -59,16 +75,30 @@ struct EntryTimes {
   // Between a time and the smallest or greatest before it.
   std::uint32_t smallestStep = kStartMinIndexStep;
   bool ascend = true;
-  std::uint32_t previous = 0;
   bool any = false;
 
-  void Add(std::uint32_t time) {
-    if (!any) {
-      first = last = time;
-      any = true;
+  void Add(const ZEL_ID3_REC* record, const ZEL_ID3_REC* end) {
+    if (!any) first = last = record->time;
+    any = true;
+    if (ascend) record = AddAscending(record, end);
+    for (; record != end; ++record) AddAny(record->time);
+  }
+
+ private:
+  // Takes the entries as far as times ascend, which they mostly do to the end.
+  const ZEL_ID3_REC* AddAscending(const ZEL_ID3_REC* record, const ZEL_ID3_REC* end) {
+    // Less 1, so that no step counts as a huge one.
+    std::uint32_t smallest = smallestStep - 1;
+    for (; record != end && last <= record->time; ++record) {
+      smallest = std::min(smallest, record->time - last - 1);
+      last = record->time;
     }
-    ascend = ascend && previous <= time;
-    previous = time;
+    smallestStep = smallest + 1;
+    ascend = record == end;
+    return record;
+  }
+
+  void AddAny(std::uint32_t time) {
     if (time < first) {
       smallestStep = std::min(smallestStep, first - time);
       first = time;
@@ -146,23 +176,23 @@ bool cZel3Indexer::LoadEntries() {
   if (count < 1 || count > std::numeric_limits<int>::max() / sizeof(ZEL_ID3_REC)) return false;
   QVector<ZEL_ID3_REC>& records = current.id3Records;
   QVector<quint64>& cuts = current.blockPositions;
-  records.reserve(static_cast<int>(count));
+  ReserveLargePages(&records, static_cast<int>(count));
   // One more for the end position.
-  cuts.reserve(static_cast<int>(count) + current.headerPositions.size() + 1);
+  ReserveLargePages(&cuts, static_cast<int>(count) + current.headerPositions.size() + 1);
 
   HeaderCuts headers(current.headerPositions);
   EntryTimes times;
   bool cutsAscend = true;
-  // Memory is filled portion by portion: what has just been read is looked at while it is still
-  // near.
+  quint64 positions[1 + kPortion] = {0};
   while (const int added = ReadPortion(id3File, static_cast<int>(count), &records)) {
-    const ZEL_ID3_REC* const end = records.constData() + records.size();
-    for (const ZEL_ID3_REC* record = end - added; record != end; ++record) {
-      // Positions from 4 GiB on wrap: the high bits are kept in the entry only.
-      cutsAscend = cutsAscend && (cuts.isEmpty() || cuts.constLast() <= record->offsetLow);
-      headers.AddCut(record->offsetLow, &cuts);
-      times.Add(record->time);
-    }
+    const ZEL_ID3_REC* const first = records.constData() + records.size() - added;
+    times.Add(first, first + added);
+    // Positions from 4 GiB on wrap: the high bits are kept in the entry only.
+    quint64* const end = std::transform(first, first + added, positions + 1,
+                                        [](const ZEL_ID3_REC& record) { return record.offsetLow; });
+    cutsAscend = cutsAscend && std::is_sorted(positions, end);
+    headers.AddCuts(positions + 1, added, &cuts);
+    positions[0] = end[-1];
   }
   if (records.isEmpty()) return false;
 

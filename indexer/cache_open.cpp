@@ -5,10 +5,11 @@ bool cZel3Indexer::Open_file(const QString& path, std::uint64_t endPosition) {
   scratchPos = 0;
   pendingId3RecValid = false;
   Make_current(path);
+  if (!id3File.Open(id3FileName, PlainFile::Mode::kRead) ||
+      !evtFile.Open(evtFileName, PlainFile::Mode::kRead)) {
+    return false;
+  }
   const bool headersOpen = hdrFile.Open(hdrFileName, PlainFile::Mode::kRead);
-  const bool recordsOpen = id3File.Open(id3FileName, PlainFile::Mode::kRead);
-  const bool eventsOpen = evtFile.Open(evtFileName, PlainFile::Mode::kRead);
-  if (!recordsOpen || !eventsOpen) return false;
 
   // Each is loaded, whatever the others gave; any one of them makes the cache count. The headers
   // come first, because the entries are cut by them while they are loaded.

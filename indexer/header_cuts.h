@@ -8,16 +8,11 @@
 // list need ascend. Costs no more than sorting the headers and one pass over the cuts.
 class HeaderCuts {
  public:
-  // Throws std::bad_alloc, as AddCut does.
+  // Throws std::bad_alloc, as AddCuts does.
   explicit HeaderCuts(const QVector<quint64>& headerPositions);
 
-  // Appends a cut, after the headers that go before it.
-  void AddCut(quint64 cut, QVector<quint64>* cuts) {
-    // The first cut greater than a position always exceeds all cuts before it. So the positions
-    // that go before it are those that are left below it, and inserted one by one they end sorted.
-    while (mNext != mEnd && *mNext < cut) cuts->append(*mNext++);
-    cuts->append(cut);
-  }
+  // Appends cuts to `merged`, after the headers that go before them.
+  void AddCuts(const quint64* cuts, int count, QVector<quint64>* merged);
 
  private:
   std::vector<quint64> mSorted;

@@ -5,6 +5,22 @@
 #include <iterator>
 
 void PaintedBins::Paint(std::int64_t first, std::int64_t last, std::uint8_t level) {
+  if (!Extend(first, last, level)) Merge(first, last, level);
+}
+
+// Mostly a stroke begins in the stretch painted last, or right behind it, and reaches no other.
+bool PaintedBins::Extend(std::int64_t first, std::int64_t last, std::uint8_t level) {
+  if (mLatest == mPainted.end() || first < mLatest->first || first > mLatest->second + 1)
+    return false;
+  if (last <= mLatest->second) return true;
+  const auto next = std::next(mLatest);
+  if (next != mPainted.end() && next->first <= last + 1) return false;
+  std::memset(mBins + mLatest->second + 1, level, static_cast<std::size_t>(last - mLatest->second));
+  mLatest->second = last;
+  return true;
+}
+
+void PaintedBins::Merge(std::int64_t first, std::int64_t last, std::uint8_t level) {
   // The new stretch swallows every stretch that it overlaps or touches.
   std::int64_t mergedFirst = first;
   std::int64_t mergedLast = last;
@@ -21,5 +37,5 @@ void PaintedBins::Paint(std::int64_t first, std::int64_t last, std::uint8_t leve
     stretch = mPainted.erase(stretch);
   }
   if (bare <= last) std::memset(mBins + bare, level, static_cast<std::size_t>(last + 1 - bare));
-  mPainted.emplace_hint(stretch, mergedFirst, mergedLast);
+  mLatest = mPainted.emplace_hint(stretch, mergedFirst, mergedLast);
 }

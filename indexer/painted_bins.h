@@ -4,7 +4,8 @@
 #include <map>
 
 // A row of bins in which the first paint stays: later strokes colour only what is still bare.
-// Costs as much as the bins painted, and a search per stroke. Borrows the bins.
+// Costs as much as the bins painted, and a search for each stroke that does not go on where the
+// stroke before it was. Borrows the bins.
 class PaintedBins {
  public:
   explicit PaintedBins(std::uint8_t* bins) : mBins(bins) {}
@@ -13,7 +14,13 @@ class PaintedBins {
   void Paint(std::int64_t first, std::int64_t last, std::uint8_t level);
 
  private:
+  // First to last bin of a painted stretch.
+  using Stretches = std::map<std::int64_t, std::int64_t>;
+
+  bool Extend(std::int64_t first, std::int64_t last, std::uint8_t level);
+  void Merge(std::int64_t first, std::int64_t last, std::uint8_t level);
+
   std::uint8_t* mBins;
-  std::map<std::int64_t, std::int64_t>
-      mPainted;  // first to last bin of each painted stretch, none touching
+  Stretches mPainted;  // none touching another
+  Stretches::iterator mLatest = mPainted.end();
 };

@@ -19,10 +19,6 @@ bool Identify(const QString& path, struct statx* identity) {
                identity) == 0;
 }
 
-bool Examine(int handle, struct statx* status) {
-  return statx(handle, "", AT_EMPTY_PATH, STATX_TYPE | STATX_SIZE, status) == 0;
-}
-
 int OpenFlags(PlainFile::Mode mode) {
   switch (mode) {
     case PlainFile::Mode::kRead:
@@ -34,13 +30,6 @@ int OpenFlags(PlainFile::Mode mode) {
   }
 }
 
-// What is no file of bytes must not be emptied, so that is done only when its kind is known.
-bool IsUsable(int handle, PlainFile::Mode mode) {
-  struct statx status;
-  if (!Examine(handle, &status) || !S_ISREG(status.stx_mode)) return false;
-  return mode != PlainFile::Mode::kEmpty || status.stx_size == 0 || ftruncate(handle, 0) == 0;
-}
-
 }  // namespace
 
 PlainFile::~PlainFile() {
@@ -50,20 +39,27 @@ PlainFile::~PlainFile() {
 bool PlainFile::Open(const QString& path, Mode mode) {
   constexpr int kNeverWait = O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
   mHandle = open(QFile::encodeName(path).constData(), OpenFlags(mode) | kNeverWait, 0666);
-  if (mHandle >= 0 && !IsUsable(mHandle, mode)) Close();
+  if (mHandle >= 0 && !Examine(mode)) Close();
   return IsOpen();
+}
+
+// What is no file of bytes must not be emptied, so that is done only when its kind is known.
+bool PlainFile::Examine(Mode mode) {
+  struct statx status;
+  if (statx(mHandle, "", AT_EMPTY_PATH, STATX_TYPE | STATX_SIZE, &status) != 0) return false;
+  if (!S_ISREG(status.stx_mode)) return false;
+  const bool empties = mode == Mode::kEmpty && status.stx_size != 0;
+  if (empties && ftruncate(mHandle, 0) != 0) return false;
+  mSize = empties ? 0 : status.stx_size;
+  return true;
 }
 
 void PlainFile::Close() {
   if (mHandle >= 0) close(mHandle);
   mHandle = -1;
+  mSize = 0;
   mWaiting.clear();
   mFailed = false;
-}
-
-std::uint64_t PlainFile::Size() const {
-  struct statx status;
-  return Examine(mHandle, &status) ? status.stx_size : 0;
 }
 
 std::size_t PlainFile::Read(void* bytes, std::size_t size) {

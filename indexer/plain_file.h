@@ -26,8 +26,8 @@ class PlainFile {
   bool IsOpen() const { return mHandle >= 0; }
   void Close();
 
-  // In bytes; 0 when it cannot be told.
-  std::uint64_t Size() const;
+  // In bytes, when the file was opened; 0 for a closed one.
+  std::uint64_t Size() const { return mSize; }
   // Goes on behind the bytes read last. Gives fewer than `size` bytes at the end of the file and
   // where reading fails.
   std::size_t Read(void* bytes, std::size_t size);
@@ -42,10 +42,12 @@ class PlainFile {
   bool SaveAndClose();
 
  private:
+  bool Examine(Mode mode);
   void Flush();
   void PassOn(const char* bytes, std::size_t size);
 
   int mHandle = -1;
+  std::uint64_t mSize = 0;
   std::vector<char> mWaiting;  // written, but not yet passed on to the system
   bool mFailed = false;
 };

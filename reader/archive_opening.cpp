@@ -1,16 +1,31 @@
 #include <QFileInfo>
+#include <algorithm>
 
+#include "folder_listing.h"
 #include "zel3_file_reader.h"
 
 namespace {
 
 // Smaller files are never opened.
-constexpr qint64 kSmallestArchive = 16;
+constexpr std::uint64_t kSmallestArchive = 16;
 
 constexpr char kZel3Suffix[] = "zel3";
 
+QString SuffixOf(const QString& name) {
+  return name.mid(name.lastIndexOf(QLatin1Char('.')) + 1);
+}
+
 bool SameSuffix(const QString& suffix, const QString& other) {
   return suffix.compare(other, Qt::CaseInsensitive) == 0;
+}
+
+// The archives of a folder; those of one time by name.
+std::vector<ListedFile> NewestFirst(const QString& folder) {
+  std::vector<ListedFile> archives = ListFolder(folder, {".zel3", ".zel"}, true);
+  std::sort(archives.begin(), archives.end(), [](const ListedFile& one, const ListedFile& other) {
+    return one.modified != other.modified ? one.modified > other.modified : one.name < other.name;
+  });
+  return archives;
 }
 
 // Lets the indexer know that files are opened one after the other.
@@ -50,35 +65,31 @@ int CZel3FileReader::open(char const* path) {
 
 bool CZel3FileReader::Open_folder(QString const& folderPath) {
   folder.setPath(folderPath);
-  const QStringList patterns{QLatin1String("*.zel3"), QLatin1String("*.zel"),
-                             QLatin1String("*.ZEL3"), QLatin1String("*.ZEL")};
-  const QStringList names =
-      folder.entryList(patterns, QDir::Files | QDir::Readable | QDir::NoDotAndDotDot, QDir::Time);
+  const std::vector<ListedFile> archives = NewestFirst(folder.path());
   const FolderScan scan(indexer);
   bool allOk = true;
   QString chosenSuffix;
-  for (const QString& name : names) {
+  for (const ListedFile& archive : archives) {
+    const QString& name = archive.name;
     if (folderFiles.contains(name)) continue;
-    const QString path = folder.absoluteFilePath(name);
-    const QFileInfo info(path);
-    if (info.size() < kSmallestArchive) {
-      folderFiles.append(name);
+    if (archive.size < kSmallestArchive) {
+      folderFiles.insert(name);
       continue;
     }
     // The newest usable file decides which of the two formats the folder is read as.
-    if (chosenSuffix.isEmpty()) chosenSuffix = info.suffix();
-    if (!SameSuffix(info.suffix(), chosenSuffix)) continue;
+    if (chosenSuffix.isEmpty()) chosenSuffix = SuffixOf(name);
+    if (!SameSuffix(SuffixOf(name), chosenSuffix)) continue;
 
     // After one failure the later files of the scan are set aside too, although those that open are
     // served.
-    const bool opened = Open_file(path, true);
+    const bool opened = Open_file(folder.absoluteFilePath(name), true);
     if (allOk && opened) continue;
     allOk = false;
     if (indexing) break;
-    folderFiles.append(name);
+    folderFiles.insert(name);
   }
 
-  if (folderFiles.size() >= names.size()) {
+  if (folderFiles.size() >= static_cast<int>(archives.size())) {
     SetNoArchive();
   } else if (archivesRequestPending && allOk) {
     OnArchivesEntryRequest();
@@ -119,7 +130,7 @@ bool CZel3FileReader::MakeIndex(QString const& path, bool headAndTailOnly) {
 // The first failure of a file is only noted; a repeated one of a single file is reported.
 void CZel3FileReader::NoteFailure(QString const& path) {
   if (!failedFiles.contains(path)) {
-    failedFiles.append(path);
+    failedFiles.insert(path);
   } else if (!folderMode) {
     SetNoArchive();
   }

@@ -2,8 +2,8 @@
 
 #include <QByteArray>
 #include <QDir>
+#include <QSet>
 #include <QString>
-#include <QStringList>
 #include <cstddef>
 #include <cstdint>
 
@@ -148,8 +148,8 @@ class CZel3FileReader : public CBrick {
   QString indexedFilePath;         // the file of the last run, also of one that could not start
   bool answeringAfterRun = false;  // the request at hand was kept during a run
   QDir folder;
-  QStringList failedFiles;  // full paths of files that failed once
-  QStringList folderFiles;  // bare names of folder entries set aside
+  QSet<QString> failedFiles;  // full paths of files that failed once
+  QSet<QString> folderFiles;  // bare names of folder entries set aside
   PlainFile file;
   std::uint64_t fileSize = 0;
   std::uint64_t readPos = 0;  // of the sequential reading

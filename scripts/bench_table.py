@@ -23,7 +23,8 @@ GOALS = [
     ("indexing_run.parser", "throughput", 0.45),
     ("indexing_run.byte_counter", "throughput", 0.75),
     ("cache_load.1_header_per_100", "time", 1.5),
-    ("cache_load.unsorted_headers", "time", 1.5),
+    ("cache_load.1_header_per_100_unsorted", "time", 1.5),
+    ("cache_load.1_header_per_1_unsorted", "time", 1.5),
     ("cache_load", "time", 2.0),
     ("lookup.one_file", "time", 1.5),
     ("lookup.1000_files", "time", 2.0),
@@ -39,7 +40,7 @@ GOALS = [
     ("program_start", "milliseconds more", 60.0),
 ]
 # Rows whose time must grow no faster than their size.
-GROWING = ("filing", "events", "cache_load.unsorted_headers", "folder_open")
+GROWING = ("filing", "events", "cache_load", "folder_open")
 FIGURES = ("median_us", "p99_us", "bytes_per_entry", "peak_to_final", "calls")
 
 

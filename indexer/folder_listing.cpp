@@ -1,0 +1,54 @@
+#include "folder_listing.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <strings.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QFile>
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+namespace {
+
+struct CloseFolder {
+  void operator()(DIR* folder) const { closedir(folder); }
+};
+
+bool IsWanted(const char* name, std::initializer_list<const char*> suffixes) {
+  const char* const suffix = std::strrchr(name, '.');
+  if (suffix == nullptr || name[0] == '.') return false;
+  return std::any_of(suffixes.begin(), suffixes.end(),
+                     [suffix](const char* wanted) { return strcasecmp(suffix, wanted) == 0; });
+}
+
+std::int64_t Milliseconds(const struct statx_timestamp& time) {
+  return time.tv_sec * std::int64_t{1000} + time.tv_nsec / 1'000'000;
+}
+
+}  // namespace
+
+std::vector<ListedFile> ListFolder(const QString& folder,
+                                   std::initializer_list<const char*> suffixes, bool readableOnly) {
+  std::vector<ListedFile> files;
+  const std::unique_ptr<DIR, CloseFolder> open(opendir(QFile::encodeName(folder).constData()));
+  if (open == nullptr) return files;
+  const int handle = dirfd(open.get());
+  while (const dirent* const entry = readdir(open.get())) {
+    if (!IsWanted(entry->d_name, suffixes)) continue;
+    // statx copes with large files and late dates in the 32-bit build too.
+    struct statx status;
+    if (statx(handle, entry->d_name, 0, STATX_TYPE | STATX_SIZE | STATX_MTIME, &status) != 0 ||
+        !S_ISREG(status.stx_mode) ||
+        (readableOnly && faccessat(handle, entry->d_name, R_OK, 0) != 0)) {
+      continue;
+    }
+    const QString name = QFile::decodeName(entry->d_name);
+    // A name that is no text in the system's encoding could not be opened again.
+    if (QFile::encodeName(name) != entry->d_name) continue;
+    files.push_back({name, status.stx_size, Milliseconds(status.stx_mtime)});
+  }
+  return files;
+}

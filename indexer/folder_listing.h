@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QString>
+#include <cstdint>
+#include <initializer_list>
+#include <vector>
+
+// A file of a folder, as it was when the folder was listed.
+struct ListedFile {
+  QString name;  // without the folder
+  std::uint64_t size;
+  std::int64_t modified;  // in milliseconds
+};
+
+// The plain files of a folder, links followed, whose names end in one of the suffixes (".id3") in
+// letters of any case, in the order of the system. Hidden ones are left out; so are those that may
+// not be read, if asked for. Empty when the folder cannot be read. Throws std::bad_alloc.
+std::vector<ListedFile> ListFolder(const QString& folder,
+                                   std::initializer_list<const char*> suffixes, bool readableOnly);
