@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <limits>
 
+#include "bin_scale.h"
 #include "painted_bins.h"
 #include "zel3_indexer.h"
 
@@ -15,54 +17,22 @@ struct Stroke {
 };
 
 // A stroke leaves nothing of those before it that it covers.
-void AddStroke(std::vector<Stroke>& strokes, const Stroke& stroke) {
-  while (!strokes.empty() && stroke.first <= strokes.back().first &&
-         strokes.back().last <= stroke.last) {
-    strokes.pop_back();
+void AddStroke(const Stroke& stroke, std::vector<Stroke>* strokes) {
+  while (!strokes->empty() && stroke.first <= strokes->back().first &&
+         strokes->back().last <= stroke.last) {
+    strokes->pop_back();
   }
-  strokes.push_back(stroke);
+  strokes->push_back(stroke);
 }
 
 // The pair of the stream among the pairs in use; null when there is none.
 const TActivityPair* PairOf(const ZEL_ID3_REC& entry, std::int32_t streamId) {
-  const TActivityPair* const end =
-      entry.activity + std::min(entry.activityCount, kMaxActivityPairs);
-  const TActivityPair* const pair =
-      std::find_if(entry.activity, end,
-                   [streamId](const TActivityPair& other) { return other.streamId == streamId; });
-  return pair == end ? nullptr : pair;
+  const int count = std::min(entry.activityCount, kMaxActivityPairs);
+  for (int i = 0; i < count; ++i) {
+    if (entry.activity[i].streamId == streamId) return &entry.activity[i];
+  }
+  return nullptr;
 }
-
-// Gives the bin of a distance from the start of the range: distance * binCount / span, unsigned and
-// 64 bits wide. Distances that follow each other mostly fall into one bin, which costs no division.
-class BinScale {
- public:
-  BinScale(std::uint64_t binCount, std::uint64_t span)
-      : mBinCount(binCount), mSpan(span), mWraps(span > ~std::uint64_t{0} / (binCount + 1)) {}
-
-  std::uint64_t BinOf(std::uint64_t distance) {
-    if (distance - mFirst < mLength) return mBin;
-    mBin = mBinCount * distance / mSpan;
-    // Where the products wrap, or behind the range, the bin tells nothing about its neighbours.
-    const bool known = !mWraps && mBin < mBinCount;
-    mFirst = known ? FirstDistanceIn(mBin) : 0;
-    mLength = known ? FirstDistanceIn(mBin + 1) - mFirst : 0;
-    return mBin;
-  }
-
- private:
-  std::uint64_t FirstDistanceIn(std::uint64_t bin) const {
-    return (bin * mSpan + mBinCount - 1) / mBinCount;
-  }
-
-  std::uint64_t mBinCount;
-  std::uint64_t mSpan;
-  bool mWraps;
-  // The last bin, and the distances that fall into it.
-  std::uint64_t mBin = 0;
-  std::uint64_t mFirst = 0;
-  std::uint64_t mLength = 0;
-};
 
 // How many entries at the start of a file may lie at or before a time; the others do not.
 int EntriesUntil(const sFile_Index_Store& store, std::uint64_t time) {
@@ -76,6 +46,133 @@ int EntriesUntil(const sFile_Index_Store& store, std::uint64_t time) {
                           first);
 }
 
+// What is asked for. All arithmetic is unsigned and 64 bits wide; a range that ends before it
+// begins is a huge one.
+struct Range {
+  explicit Range(const TZEL3ActivityRequest& request)
+      : from(request.from),
+        to(request.to),
+        binCount(static_cast<std::uint64_t>(request.binCount)),
+        streamId(request.streamId) {}
+
+  std::uint64_t Span() const { return to - from; }
+  BinScale Scale() const { return BinScale(binCount, Span()); }
+  bool IsFine() const { return to <= from + binCount * kArchiveTimePerIndexTime; }
+
+  std::uint64_t from;
+  std::uint64_t to;
+  std::uint64_t binCount;
+  std::int32_t streamId;
+};
+
+// Index times that fall into the same bins, one after the other.
+struct Alike {
+  bool Holds(std::uint32_t indexTime) const { return indexTime - first < count; }
+
+  std::uint32_t first;
+  std::uint32_t count;
+};
+
+// Those whose distances from `from` lie in [`first`, `end`); just `indexTime` when that is all that
+// is known.
+Alike AlikeTimes(std::uint64_t from, std::uint64_t first, std::uint64_t end,
+                 std::uint32_t indexTime) {
+  if (end <= first) return {indexTime, 1};
+  constexpr std::uint64_t kUnit = kArchiveTimePerIndexTime;
+  constexpr std::uint64_t kMost = std::numeric_limits<std::uint32_t>::max();
+  const std::uint64_t firstTime = (from + first + kUnit - 1) / kUnit;
+  const std::uint64_t lastTime = std::min((from + end - 1) / kUnit, kMost);
+  return {static_cast<std::uint32_t>(firstTime),
+          static_cast<std::uint32_t>(std::min(lastTime - firstTime + 1, kMost))};
+}
+
+// Raises the level of each bin to that of the entries that lie in it. True when there are any.
+bool RaiseLevels(const sFile_Index_Store& store, Range range, std::uint8_t* levels) {
+  const ZEL_ID3_REC* const entries = store.id3Records.constData();
+  const BinScale scale = range.Scale();
+  Bin bin;
+  bool found = false;
+  for (int number = EntriesUntil(store, range.to); number > 0;) {
+    const std::uint32_t indexTime = entries[number - 1].time;
+    const std::uint64_t time = ArchiveTime(indexTime);
+    if (time < range.from) break;
+    if (time > range.to) {
+      --number;
+      continue;
+    }
+    const std::uint64_t distance = time - range.from;
+    bin = scale.BinOf(distance, bin);
+    const Alike alike = AlikeTimes(range.from, bin.first,
+                                   std::min(bin.first + bin.length, range.Span() + 1), indexTime);
+    int level = -1;
+    for (; number > 0 && alike.Holds(entries[number - 1].time); --number) {
+      const TActivityPair* const pair = PairOf(entries[number - 1], range.streamId);
+      if (pair != nullptr) level = std::max(level, pair->level & kLevelMask);
+    }
+    if (level < 0) continue;
+    found = true;
+    // An entry right at the start of the range counts for bin 1.
+    std::uint8_t& raised = levels[std::min(bin.number + 1, range.binCount - 1)];
+    raised = std::max(raised, static_cast<std::uint8_t>(level));
+  }
+  return found;
+}
+
+// The times alike to `indexTime` that begin in the one bin and, `step` later, end in the other.
+Alike AlikeTimes(const Range& range, const Bin& start, const Bin& end, std::uint64_t step,
+                 std::uint32_t indexTime) {
+  if (start.length == 0 || end.length == 0) return {indexTime, 1};
+  const std::uint64_t first = std::max(start.first, end.first > step ? end.first - step : 0);
+  const std::uint64_t behind =
+      std::min({start.first + start.length, end.first + end.length - step, range.Span() + 1});
+  return AlikeTimes(range.from, first, behind, indexTime);
+}
+
+// Collects what the entries paint, each from its time on for as long as entries are apart. True
+// when one of them carries activity. `low`: the bin in which the last stroke begins, from file to
+// file.
+bool CollectStrokes(const sFile_Index_Store& store, Range range, std::uint64_t* low,
+                    std::vector<Stroke>* strokes) {
+  const ZEL_ID3_REC* const entries = store.id3Records.constData();
+  const std::uint64_t step = ArchiveTime(store.indexInterval);
+  const std::uint64_t lastBin = range.binCount - 1;
+  const BinScale scale = range.Scale();
+  Bin start;
+  Bin end;
+  bool found = false;
+  for (int number = EntriesUntil(store, range.to); number > 0;) {
+    const std::uint32_t indexTime = entries[number - 1].time;
+    const std::uint64_t time = ArchiveTime(indexTime);
+    if (time < range.from && (*low < 1 || time + step < range.from)) break;
+    if (time > range.to) {
+      --number;
+      continue;
+    }
+    end = scale.BinOf(time + step - range.from, end);
+    const std::uint64_t last = std::min(end.number, lastBin);
+    std::uint64_t first = 0;
+    Alike alike = {0, 0};
+    if (time >= range.from) {
+      start = scale.BinOf(time - range.from, start);
+      first = std::min(start.number, lastBin);
+      alike = AlikeTimes(range, start, end, step, indexTime);
+    }
+    *low = first;
+    // Of those alike the last one walked over paints over the others.
+    do {
+      --number;
+      found = found || PairOf(entries[number], range.streamId) != nullptr;
+    } while (number > 0 && alike.Holds(entries[number - 1].time));
+    if (last < first) continue;
+    const TActivityPair* const pair = PairOf(entries[number], range.streamId);
+    const int level = pair == nullptr ? 0 : pair->level & kLevelMask;
+    AddStroke({static_cast<std::int32_t>(first), static_cast<std::int32_t>(last),
+               static_cast<std::uint8_t>(level)},
+              strokes);
+  }
+  return found;
+}
+
 }  // namespace
 
 bool cZel3Indexer::Fill_activity(const TZEL3ActivityRequest& request, TActivityGist* gist) const {
@@ -83,50 +180,21 @@ bool cZel3Indexer::Fill_activity(const TZEL3ActivityRequest& request, TActivityG
   gist->to = request.to;
   gist->streamId = request.streamId;
   gist->binCount = request.binCount;
-  const std::uint64_t from = request.from;
-  const std::uint64_t to = request.to;
-  const std::uint64_t span = to - from;
-  if (request.binCount <= 0 || span == 0) return false;
+  if (request.binCount <= 0 || request.from == request.to) return false;
 
-  // All arithmetic is unsigned and 64 bits wide; a range that ends before it begins is a huge one.
-  const auto binCount = static_cast<std::uint64_t>(request.binCount);
-  const std::uint64_t lastBin = binCount - 1;
-  const bool fine = to <= from + binCount * kArchiveTimePerIndexTime;
-  BinScale starts(binCount, span);
-  BinScale ends(binCount, span);
-
+  const Range range(request);
   std::uint8_t* const levels = gist->Levels();
-  std::uint64_t low = fine ? lastBin : 0;  // carried from file to file
-  std::vector<Stroke> strokes;
   bool found = false;
-  for (std::size_t file = files.size(); file-- > 0;) {
-    const sFile_Index_Store& store = files[file];
-    const std::uint64_t step = ArchiveTime(store.indexInterval);
-    const ZEL_ID3_REC* const entries = store.id3Records.constData();
-    for (int number = EntriesUntil(store, to); number-- > 0;) {
-      const ZEL_ID3_REC& entry = entries[number];
-      const std::uint64_t time = ArchiveTime(entry.time);
-      if (time < from && (low < 1 || time + step < from)) break;
-      if (time > to) continue;
-      const TActivityPair* const pair = PairOf(entry, request.streamId);
-      const auto level = static_cast<std::uint8_t>(pair == nullptr ? 0 : pair->level & kLevelMask);
-      found = found || pair != nullptr;
-      if (fine) {
-        const std::uint64_t first = std::min(time > from ? starts.BinOf(time - from) : 0, lastBin);
-        const std::uint64_t last = std::min(ends.BinOf(time + step - from), lastBin);
-        low = first;
-        if (first <= last) {
-          AddStroke(strokes,
-                    {static_cast<std::int32_t>(first), static_cast<std::int32_t>(last), level});
-        }
-      } else if (pair != nullptr) {
-        // An entry right at the start of the range counts for bin 1.
-        const std::uint64_t bin = std::min(starts.BinOf(time - from) + 1, lastBin);
-        levels[bin] = std::max(levels[bin], level);
-      }
-    }
+  if (!range.IsFine()) {
+    for (auto store = files.rbegin(); store != files.rend(); ++store)
+      found = RaiseLevels(*store, range, levels) || found;
+    return found;
   }
 
+  std::vector<Stroke> strokes;
+  std::uint64_t low = range.binCount - 1;
+  for (auto store = files.rbegin(); store != files.rend(); ++store)
+    found = CollectStrokes(*store, range, &low, &strokes) || found;
   // Each stroke would overwrite those before it. Painted from the last to the first, each bin is
   // painted once.
   PaintedBins painted(levels);
