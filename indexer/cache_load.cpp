@@ -68,37 +68,46 @@ void ReserveLargePages(QVector<Item>* items, int count) {
   if (first < last) madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
 }
 
-// What the times of a file's entries say when they are met one after the other.
-struct EntryTimes {
-  std::uint32_t first = 0;  // the smallest
-  std::uint32_t last = 0;   // the greatest
-  // Between a time and the smallest or greatest before it.
-  std::uint32_t smallestStep = kStartMinIndexStep;
-  bool ascend = true;
-  bool any = false;
-
-  void Add(const ZEL_ID3_REC* record, const ZEL_ID3_REC* end) {
-    if (!any) first = last = record->time;
-    any = true;
-    if (ascend) record = AddAscending(record, end);
-    for (; record != end; ++record) AddAny(record->time);
-  }
-
- private:
-  // Takes the entries as far as times ascend, which they mostly do to the end.
-  const ZEL_ID3_REC* AddAscending(const ZEL_ID3_REC* record, const ZEL_ID3_REC* end) {
+// What the entries of a file say when they are met one after the other.
+class EntryScan {
+ public:
+  // Takes entries; gives the low 32 bits of their positions.
+  void Add(const ZEL_ID3_REC* entries, int count, quint64* positions) {
+    if (!mAny) first = last = entries->time;
+    mAny = true;
+    std::uint32_t time = last;
+    std::uint32_t position = mPosition;
     // Less 1, so that no step counts as a huge one.
     std::uint32_t smallest = smallestStep - 1;
-    for (; record != end && last <= record->time; ++record) {
-      smallest = std::min(smallest, record->time - last - 1);
-      last = record->time;
+    bool ascend = timesAscend;
+    for (int i = 0; i < count; ++i) {
+      ascend = ascend & (time <= entries[i].time);
+      smallest = std::min(smallest, entries[i].time - time - 1);
+      time = entries[i].time;
+      positionsAscend = positionsAscend & (position <= entries[i].offsetLow);
+      position = entries[i].offsetLow;
+      positions[i] = position;
     }
-    smallestStep = smallest + 1;
-    ascend = record == end;
-    return record;
+    mPosition = position;
+    timesAscend = ascend;
+    if (ascend) {
+      smallestStep = smallest + 1;
+      last = time;
+    } else {
+      for (int i = 0; i < count; ++i) AddTime(entries[i].time);
+    }
   }
 
-  void AddAny(std::uint32_t time) {
+  // The smallest and the greatest time.
+  std::uint32_t first = 0;
+  std::uint32_t last = 0;
+  // Between a time and the smallest or greatest before it.
+  std::uint32_t smallestStep = kStartMinIndexStep;
+  bool timesAscend = true;
+  bool positionsAscend = true;
+
+ private:
+  void AddTime(std::uint32_t time) {
     if (time < first) {
       smallestStep = std::min(smallestStep, first - time);
       first = time;
@@ -108,6 +117,9 @@ struct EntryTimes {
       last = time;
     }
   }
+
+  bool mAny = false;
+  std::uint32_t mPosition = 0;  // of the entry before
 };
 
 // The upper median of the first steps between entries; they may wrap where times run backwards.
@@ -181,27 +193,21 @@ bool cZel3Indexer::LoadEntries() {
   ReserveLargePages(&cuts, static_cast<int>(count) + current.headerPositions.size() + 1);
 
   HeaderCuts headers(current.headerPositions);
-  EntryTimes times;
-  bool cutsAscend = true;
-  quint64 positions[1 + kPortion] = {0};
+  EntryScan scan;
+  quint64 positions[kPortion];
   while (const int added = ReadPortion(id3File, static_cast<int>(count), &records)) {
-    const ZEL_ID3_REC* const first = records.constData() + records.size() - added;
-    times.Add(first, first + added);
     // Positions from 4 GiB on wrap: the high bits are kept in the entry only.
-    quint64* const end = std::transform(first, first + added, positions + 1,
-                                        [](const ZEL_ID3_REC& record) { return record.offsetLow; });
-    cutsAscend = cutsAscend && std::is_sorted(positions, end);
-    headers.AddCuts(positions + 1, added, &cuts);
-    positions[0] = end[-1];
+    scan.Add(records.constData() + records.size() - added, added, positions);
+    headers.AddCuts(positions, added, &cuts);
   }
   if (records.isEmpty()) return false;
 
-  current.entriesAscend = times.ascend;
-  current.cutsAscend = cutsAscend;
-  current.startTime = times.first;
-  current.lastIndexTime = times.last;
+  current.entriesAscend = scan.timesAscend;
+  current.cutsAscend = scan.positionsAscend;
+  current.startTime = scan.first;
+  current.lastIndexTime = scan.last;
   current.indexInterval = TypicalInterval(records);
-  minIndexStep = std::max(times.smallestStep, kFloorMinIndexStep);
+  minIndexStep = std::max(scan.smallestStep, kFloorMinIndexStep);
   current.endTime = current.lastIndexTime + minIndexStep;
   return true;
 }

@@ -12,16 +12,18 @@ HeaderCuts::HeaderCuts(const QVector<quint64>& headerPositions)
 void HeaderCuts::AddCuts(const quint64* cuts, int count, QVector<quint64>* merged) {
   if (count == 0) return;
   const quint64* const end = cuts + count;
-  const quint64* const behind = std::lower_bound(mNext, mEnd, *std::max_element(cuts, end));
+  const quint64* const behind =
+      mNext == mEnd ? mEnd : std::lower_bound(mNext, mEnd, *std::max_element(cuts, end));
   const int before = merged->size();
   merged->resize(before + count + static_cast<int>(behind - mNext));
   quint64* place = merged->data() + before;
-  for (; cuts != end; ++cuts) {
+  while (mNext != behind) {
     // The first cut greater than a position always exceeds all cuts before it. So the positions
     // that go before it are those that are left below it, and inserted one by one they end sorted.
+    for (; *cuts <= *mNext; ++cuts) *place++ = *cuts;
     while (mNext != behind && *mNext < *cuts) *place++ = *mNext++;
-    *place++ = *cuts;
   }
+  std::copy(cuts, end, place);
 }
 
 void InsertHeaderCuts(const QVector<quint64>& headerPositions, QVector<quint64>* cuts) {
