@@ -26,16 +26,21 @@ CacheHousekeeping::CacheHousekeeping(const QString& folder)
       mFiles(ListFolder(folder, {".id3", ".hdr", ".evt"}, false)),
       mLimit(CacheLimit()) {
   for (const ListedFile& file : mFiles) mTotal += static_cast<std::int64_t>(file.size);
-  std::reverse(mFiles.begin(), mFiles.end());
-  std::stable_sort(
-      mFiles.begin(), mFiles.end(),
-      [](const ListedFile& one, const ListedFile& other) { return other.modified < one.modified; });
 }
 
 void CacheHousekeeping::Trim() {
   if (mTotal <= mLimit || mFiles.empty()) return;
+  if (!mSorted) PutOldestLast();
   const ListedFile& oldest = mFiles.back();
-  if (!QFile::remove(mFolder + QLatin1Char('/') + oldest.name)) return;
+  if (!QFile::remove(mFolder + QLatin1Char('/') + QFile::decodeName(oldest.name))) return;
   mTotal -= static_cast<std::int64_t>(oldest.size);
   mFiles.pop_back();
+}
+
+void CacheHousekeeping::PutOldestLast() {
+  std::reverse(mFiles.begin(), mFiles.end());
+  std::stable_sort(
+      mFiles.begin(), mFiles.end(),
+      [](const ListedFile& one, const ListedFile& other) { return other.modified < one.modified; });
+  mSorted = true;
 }

@@ -19,8 +19,12 @@ class CacheHousekeeping {
   void Trim();
 
  private:
+  // Of equal times the file listed first is the oldest.
+  void PutOldestLast();
+
   QString mFolder;
-  std::vector<ListedFile> mFiles;  // the oldest last; of equal times the first one listed
+  std::vector<ListedFile> mFiles;
+  bool mSorted = false;  // the oldest file is the last of mFiles
   std::int64_t mTotal = 0;
   std::int64_t mLimit = 0;
 };

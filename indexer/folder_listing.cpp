@@ -24,6 +24,12 @@ bool IsWanted(const char* name, std::initializer_list<const char*> suffixes) {
                      [suffix](const char* wanted) { return strcasecmp(suffix, wanted) == 0; });
 }
 
+// A name that is no text in the system's encoding could not be opened again.
+bool IsText(const QByteArray& name) {
+  const bool isPlain = std::all_of(name.begin(), name.end(), [](char c) { return c > 0; });
+  return isPlain || QFile::encodeName(QFile::decodeName(name)) == name;
+}
+
 std::int64_t Milliseconds(const struct statx_timestamp& time) {
   return time.tv_sec * std::int64_t{1000} + time.tv_nsec / 1'000'000;
 }
@@ -45,10 +51,8 @@ std::vector<ListedFile> ListFolder(const QString& folder,
         (readableOnly && faccessat(handle, entry->d_name, R_OK, 0) != 0)) {
       continue;
     }
-    const QString name = QFile::decodeName(entry->d_name);
-    // A name that is no text in the system's encoding could not be opened again.
-    if (QFile::encodeName(name) != entry->d_name) continue;
-    files.push_back({name, status.stx_size, Milliseconds(status.stx_mtime)});
+    const QByteArray name(entry->d_name);
+    if (IsText(name)) files.push_back({name, status.stx_size, Milliseconds(status.stx_mtime)});
   }
   return files;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <cstdint>
 #include <initializer_list>
@@ -7,7 +8,7 @@
 
 // A file of a folder, as it was when the folder was listed.
 struct ListedFile {
-  QString name;  // without the folder
+  QByteArray name;  // without the folder, as QFile::encodeName gives it
   std::uint64_t size;
   std::int64_t modified;  // in milliseconds
 };

@@ -1,3 +1,4 @@
+#include <QFile>
 #include <QFileInfo>
 #include <algorithm>
 
@@ -23,7 +24,8 @@ bool SameSuffix(const QString& suffix, const QString& other) {
 std::vector<ListedFile> NewestFirst(const QString& folder) {
   std::vector<ListedFile> archives = ListFolder(folder, {".zel3", ".zel"}, true);
   std::sort(archives.begin(), archives.end(), [](const ListedFile& one, const ListedFile& other) {
-    return one.modified != other.modified ? one.modified > other.modified : one.name < other.name;
+    if (one.modified != other.modified) return one.modified > other.modified;
+    return QFile::decodeName(one.name) < QFile::decodeName(other.name);
   });
   return archives;
 }
@@ -70,7 +72,7 @@ bool CZel3FileReader::Open_folder(QString const& folderPath) {
   bool allOk = true;
   QString chosenSuffix;
   for (const ListedFile& archive : archives) {
-    const QString& name = archive.name;
+    const QString name = QFile::decodeName(archive.name);
     if (folderFiles.contains(name)) continue;
     if (archive.size < kSmallestArchive) {
       folderFiles.insert(name);

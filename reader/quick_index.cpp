@@ -1,6 +1,7 @@
 #include <QByteArray>
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 #include "byte_cursor.h"
 #include "zel3_file_reader.h"
@@ -11,6 +12,9 @@ constexpr std::size_t kStretch = 65535;
 // The step is 16 bytes longer than a stretch: those bytes between two stretches, and the last 16 of
 // the file, are never searched.
 constexpr std::uint64_t kStep = 65551;
+// Mostly the first and the last index record stand near the ends of a file: so much is read before
+// all of a stretch.
+constexpr std::size_t kNearEnd = 8192;
 constexpr std::size_t kNotFound = ~std::size_t{0};
 
 bool IsMarkerAt(const char* bytes, std::uint32_t marker) {
@@ -46,6 +50,35 @@ std::size_t FindLastIndexMarker(const char* bytes, std::size_t end) {
   return kNotFound;
 }
 
+// The first header within the first bytes of a file, as far as they hold it.
+struct Header {
+  const char* body;
+  std::size_t bodySize;
+  int length;
+  int firstIndexPlace;  // counts from the start of the file, not from the header
+
+  // Whether more bytes of the file would say nothing else: neither about the streams, of which the
+  // last may begin at the byte before `length`, nor about the first index record.
+  bool LiesWithin(std::size_t size) const {
+    return bodySize >= 2 * sizeof(std::int16_t) && static_cast<int>(bodySize) >= length + 2 &&
+           (firstIndexPlace < 0 ||
+            static_cast<std::size_t>(firstIndexPlace) + kIndexRecordSize <= size);
+  }
+};
+
+std::optional<Header> FindHeader(const char* bytes, std::size_t size) {
+  const std::size_t marker = FindHeaderMarker(bytes, size);
+  if (marker == kNotFound) return std::nullopt;
+  const char* const body = bytes + marker + kMarkerSize;
+  const std::size_t bodySize = size - marker - kMarkerSize;
+  // Bytes beyond the file count as zero.
+  char lengths[2 * sizeof(std::int16_t)] = {};
+  std::memcpy(lengths, body, std::min(sizeof(lengths), bodySize));
+  const auto length = LoadLittleEndian<std::int16_t>(lengths);
+  const auto firstIndexDelta = LoadLittleEndian<std::int16_t>(lengths + sizeof(std::int16_t));
+  return Header{body, bodySize, length, length + firstIndexDelta};
+}
+
 }  // namespace
 
 bool CZel3FileReader::Adv_Read_head_and_tail_index() {
@@ -64,21 +97,16 @@ bool CZel3FileReader::Adv_Read_head_and_tail_index_ZEL1() {
 
 bool CZel3FileReader::ReadHeadIndex() {
   QByteArray head(static_cast<int>(kStretch), Qt::Uninitialized);
-  const std::size_t size = ReadFileAt(0, head.data(), kStretch);
-  const std::size_t marker = FindHeaderMarker(head.constData(), size);
-  if (marker == kNotFound) return false;
+  std::size_t size = ReadFileAt(0, head.data(), kNearEnd);
+  std::optional<Header> header = FindHeader(head.constData(), size);
+  if (!header || !header->LiesWithin(size)) {
+    size += ReadFileAt(size, head.data() + size, kStretch - size);
+    header = FindHeader(head.constData(), size);
+  }
+  if (!header) return false;
+  indexer.Add_tmp_header(header->body, header->bodySize);
 
-  const char* const body = head.constData() + marker + kMarkerSize;
-  const std::size_t bodySize = size - marker - kMarkerSize;
-  indexer.Add_tmp_header(body, bodySize);
-  // Bytes beyond the file count as zero.
-  char lengths[2 * sizeof(std::int16_t)] = {};
-  std::memcpy(lengths, body, std::min(sizeof(lengths), bodySize));
-  const auto headerLength = LoadLittleEndian<std::int16_t>(lengths);
-  const auto firstIndexDelta = LoadLittleEndian<std::int16_t>(lengths + sizeof(std::int16_t));
-
-  // The place counts from the start of the file, not from the header.
-  const int place = headerLength + firstIndexDelta;
+  const int place = header->firstIndexPlace;
   if (place < 0 || static_cast<std::size_t>(place) + kIndexRecordSize > size) return false;
   const char* const record = head.constData() + place;
   if (!IsMarkerAt(record, kIndexMarker)) return false;
@@ -87,22 +115,34 @@ bool CZel3FileReader::ReadHeadIndex() {
 }
 
 bool CZel3FileReader::ReadTailIndex() {
-  std::uint64_t position = file.Size();
-  // The body of a marker at the end of the stretch may reach beyond it.
-  QByteArray stretch(static_cast<int>(kStretch + sizeof(IDX_T)), Qt::Uninitialized);
-  do {
+  const std::uint64_t size = file.Size();
+  std::uint64_t position = size - std::min(size, kStep);
+  const std::uint64_t searched = std::min<std::uint64_t>(size - position, kStretch);
+  if (searched > kNearEnd && SearchStretch(position, searched - kNearEnd) == TailSearch::kFound)
+    return true;
+  for (;;) {
+    const TailSearch result = SearchStretch(position, 0);
+    if (result != TailSearch::kNotFound) return result == TailSearch::kFound;
+    if (position == 0) return false;
     position -= std::min(position, kStep);
-    const std::size_t got =
-        ReadFileAt(position, stretch.data(), static_cast<std::size_t>(stretch.size()));
-    const std::size_t searched = std::min(got, kStretch);
-    if (searched == 0) return false;
-    // Markers are looked for from four bytes before the stretch's last byte backwards.
-    std::size_t limit = searched > kMarkerSize ? searched - kMarkerSize : 0;
-    while ((limit = FindLastIndexMarker(stretch.constData(), limit)) != kNotFound) {
-      if (limit + kIndexRecordSize > got) continue;
-      indexer.Add_last_index(IndexBody(stretch.constData() + limit + kMarkerSize));
-      return true;
-    }
-  } while (position > 0);
-  return false;
+  }
+}
+
+// Looks for the last index record of the stretch at `position`, in its bytes from `from` on.
+CZel3FileReader::TailSearch CZel3FileReader::SearchStretch(std::uint64_t position,
+                                                           std::uint64_t from) {
+  // The body of a marker at the end of the stretch may reach beyond it.
+  QByteArray bytes(static_cast<int>(kStretch + sizeof(IDX_T) - from), Qt::Uninitialized);
+  const std::size_t got =
+      ReadFileAt(position + from, bytes.data(), static_cast<std::size_t>(bytes.size()));
+  const std::size_t searched = std::min<std::size_t>(got, kStretch - from);
+  if (searched == 0) return TailSearch::kNothingThere;
+  // Markers are looked for from four bytes before the stretch's last byte backwards.
+  std::size_t limit = searched > kMarkerSize ? searched - kMarkerSize : 0;
+  while ((limit = FindLastIndexMarker(bytes.constData(), limit)) != kNotFound) {
+    if (limit + kIndexRecordSize > got) continue;
+    indexer.Add_last_index(IndexBody(bytes.constData() + limit + kMarkerSize));
+    return TailSearch::kFound;
+  }
+  return TailSearch::kNotFound;
 }

@@ -64,6 +64,8 @@ class CZel3FileReader : public CBrick {
   bool Adv_Read_head_and_tail_index_ZEL1();
   bool ReadHeadIndex();
   bool ReadTailIndex();
+  enum class TailSearch { kFound, kNotFound, kNothingThere };
+  TailSearch SearchStretch(std::uint64_t position, std::uint64_t from);
 
   // Control blocks (control_dispatch.cpp).
   void Dispatch(cMemBlock const& block);

@@ -40,7 +40,7 @@ TEST_F(FolderListing, TellsSizeAndTime) {
   SetModificationTime(folder / "cam.id3", 1'700'000'000);
   const std::vector<ListedFile> files = ListFolder(AsText(folder.Path()), {".id3"}, false);
   ASSERT_EQ(files.size(), 1U);
-  EXPECT_EQ(files[0].name, QLatin1String("cam.id3"));
+  EXPECT_EQ(files[0].name, "cam.id3");
   EXPECT_EQ(files[0].size, 70000U);
   EXPECT_EQ(files[0].modified, 1'700'000'000'000);
 }
@@ -85,7 +85,7 @@ TEST_F(FolderListing, LeavesOutWhatMayNotBeReadWhenAsked) {
     if (chdir(folder.Path().c_str()) != 0) return false;
     if (geteuid() == 0 && setuid(65534) != 0) return false;
     const std::vector<ListedFile> files = ListFolder(QLatin1String("."), {".id3"}, true);
-    return files.size() == 1 && files[0].name == QLatin1String("open.id3");
+    return files.size() == 1 && files[0].name == "open.id3";
   };
   EXPECT_EXIT(_exit(isListedForNobody() ? 0 : 1), testing::ExitedWithCode(0), "");
 }

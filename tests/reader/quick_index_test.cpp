@@ -304,6 +304,30 @@ TEST_P(TailSearch, FindsTheLastMarkerThatStandsInAStretch) {
       << example.place << " of " << example.size;
 }
 
+// Of each end 8,192 bytes are read at first, and the whole stretch only when they do not tell.
+TEST_F(QuickIndex, TheHeaderMayStandWhereTheFirstReadEnds) {
+  Bytes expected(32);
+  expected[0] = 0x81;
+  expected[31] = 0x80;
+  for (std::int16_t place = 8192 - 80; place < 8192 + 5; ++place) {
+    const auto delta = static_cast<std::int16_t>(5 + place);
+    OpenFolderWith(ArchiveBuilder("cam")
+                       .Filler(static_cast<std::size_t>(place))
+                       .Header({{0}, {7}, {255}}, delta)
+                       .Index(10)
+                       .Filler(100)
+                       .Content());
+    EXPECT_EQ(StreamMap(), expected) << place;
+    EndReader();
+  }
+}
+
+TEST_F(QuickIndex, TheLastIndexRecordMayStandWhereTheFirstReadBegins) {
+  // The stretch is 4,449 … 69,983 of 70,000 bytes.
+  for (std::size_t place = 69984 - 8192 - 15; place < 69984 - 8192 + 3; ++place)
+    EXPECT_EQ(LastTime(70000, 99, place), 99u) << place;
+}
+
 TEST_F(QuickIndex, TheLastMarkerWinsOverEarlierOnes) {
   ArchiveBuilder builder("cam");
   builder.Header({{1}}).Index(10);
