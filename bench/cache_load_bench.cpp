@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <memory>
 #include <random>
 #include <vector>
@@ -54,6 +55,26 @@ Work ReadEntries(int entryCount) {
   };
 }
 
+// What reading the entries costs where memory must be had for them.
+Work ReadEntriesIntoFreshMemory(int entryCount) {
+  return [=](benchmark::State& state) {
+    Cache& cache = Shared<Cache>(entryCount, Headers::kOne);
+    const std::string path = cache.stem + "id3";
+    ssize_t got = 0;
+    for (auto _ : state) {
+      const int file = open(path.c_str(), O_RDONLY);
+      void* const memory = std::malloc(cache.buffer.size());
+      got = read(file, memory, cache.buffer.size());
+      benchmark::DoNotOptimize(memory);
+      close(file);
+      state.PauseTiming();
+      std::free(memory);
+      state.ResumeTiming();
+    }
+    Expect(state, got == static_cast<ssize_t>(cache.buffer.size()), "the file was not read");
+  };
+}
+
 Work OpenCache(int entryCount, Headers headers) {
   return [=](benchmark::State& state) {
     const Cache& cache = Shared<Cache>(entryCount, headers);
@@ -77,6 +98,8 @@ Work OpenCache(int entryCount, Headers headers) {
 void AddLoad(int entryCount) {
   AddPair("cache_load", std::to_string(entryCount), ReadEntries(entryCount),
           OpenCache(entryCount, Headers::kOne));
+  AddAlone("cache_load.only_read_into_fresh_memory", std::to_string(entryCount),
+           ReadEntriesIntoFreshMemory(entryCount));
 }
 
 void AddHeaders(const std::string& row, int entryCount, Headers headers) {

@@ -65,7 +65,7 @@ conversation_calls() {
   local program=$1 archive=$2 count=$3 request=$4
   { echo "$first_request"; for ((i = 0; i < count; ++i)); do echo "$request"; done; } |
     strace -f -c -U calls,name -o "$work/calls" "$program" console "$archive" >/dev/null
-  awk '$2 == "total" { print $1 }' "$work/calls"
+  awk '$2 == "total" { calls += $1 } END { print calls }' "$work/calls"
 }
 
 # measure_program PRESET: the start of the program, and the system calls of its requests, over an archive of a day.
