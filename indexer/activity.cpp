@@ -73,17 +73,24 @@ struct Alike {
   std::uint32_t count;
 };
 
-// Those whose distances from `from` lie in [`first`, `end`); just `indexTime` when that is all that
-// is known.
-Alike AlikeTimes(std::uint64_t from, std::uint64_t first, std::uint64_t end,
-                 std::uint32_t indexTime) {
-  if (end <= first) return {indexTime, 1};
-  constexpr std::uint64_t kUnit = kArchiveTimePerIndexTime;
-  constexpr std::uint64_t kMost = std::numeric_limits<std::uint32_t>::max();
-  const std::uint64_t firstTime = (from + first + kUnit - 1) / kUnit;
-  const std::uint64_t lastTime = std::min((from + end - 1) / kUnit, kMost);
-  return {static_cast<std::uint32_t>(firstTime),
-          static_cast<std::uint32_t>(std::min(lastTime - firstTime + 1, kMost))};
+constexpr std::uint32_t kMostTimes = std::numeric_limits<std::uint32_t>::max();
+
+// How many index times lie within a distance. Divisions by 64 bits are slow on 32-bit machines.
+std::uint32_t IndexTimesIn(std::uint64_t distance) {
+  constexpr std::uint32_t kUnit = kArchiveTimePerIndexTime;
+  const auto low = static_cast<std::uint32_t>(distance);
+  if (low == distance) return low / kUnit;
+  return static_cast<std::uint32_t>(std::min<std::uint64_t>(distance / kUnit, kMostTimes));
+}
+
+// The index times around `indexTime` whose distances from the start of a range, as its own
+// `distance`, lie in [`first`, `end`).
+Alike AlikeTimes(std::uint32_t indexTime, std::uint64_t distance, std::uint64_t first,
+                 std::uint64_t end) {
+  const std::uint32_t before = IndexTimesIn(distance - first);
+  const std::uint32_t behind = std::min(IndexTimesIn(end - 1 - distance), kMostTimes - indexTime);
+  // All index times but one are enough.
+  return {indexTime - before, std::max(before + behind, before + behind + 1)};
 }
 
 // Raises the level of each bin to that of the entries that lie in it. True when there are any.
@@ -102,8 +109,11 @@ bool RaiseLevels(const sFile_Index_Store& store, Range range, std::uint8_t* leve
     }
     const std::uint64_t distance = time - range.from;
     bin = scale.BinOf(distance, bin);
-    const Alike alike = AlikeTimes(range.from, bin.first,
-                                   std::min(bin.first + bin.length, range.Span() + 1), indexTime);
+    Alike alike = {indexTime, 1};
+    if (bin.length != 0) {
+      const std::uint64_t end = std::min(bin.first + bin.length, range.Span() + 1);
+      alike = AlikeTimes(indexTime, distance, bin.first, end);
+    }
     int level = -1;
     for (; number > 0 && alike.Holds(entries[number - 1].time); --number) {
       const TActivityPair* const pair = PairOf(entries[number - 1], range.streamId);
@@ -118,14 +128,14 @@ bool RaiseLevels(const sFile_Index_Store& store, Range range, std::uint8_t* leve
   return found;
 }
 
-// The times alike to `indexTime` that begin in the one bin and, `step` later, end in the other.
-Alike AlikeTimes(const Range& range, const Bin& start, const Bin& end, std::uint64_t step,
-                 std::uint32_t indexTime) {
+// The index times around `indexTime` that begin in the one bin and, `step` later, end in the other.
+Alike AlikeTimes(std::uint32_t indexTime, std::uint64_t distance, std::uint64_t step,
+                 const Bin& start, const Bin& end, const Range& range) {
   if (start.length == 0 || end.length == 0) return {indexTime, 1};
   const std::uint64_t first = std::max(start.first, end.first > step ? end.first - step : 0);
   const std::uint64_t behind =
       std::min({start.first + start.length, end.first + end.length - step, range.Span() + 1});
-  return AlikeTimes(range.from, first, behind, indexTime);
+  return AlikeTimes(indexTime, distance, first, behind);
 }
 
 // Collects what the entries paint, each from its time on for as long as entries are apart. True
@@ -153,9 +163,10 @@ bool CollectStrokes(const sFile_Index_Store& store, Range range, std::uint64_t* 
     std::uint64_t first = 0;
     Alike alike = {0, 0};
     if (time >= range.from) {
-      start = scale.BinOf(time - range.from, start);
+      const std::uint64_t distance = time - range.from;
+      start = scale.BinOf(distance, start);
       first = std::min(start.number, lastBin);
-      alike = AlikeTimes(range, start, end, step, indexTime);
+      alike = AlikeTimes(indexTime, distance, step, start, end, range);
     }
     *low = first;
     // Of those alike the last one walked over paints over the others.

@@ -92,13 +92,16 @@ void cZel3Indexer::Update_current_index_events(const EVT_FILE_DATA_T& group) {
     for (int place = 0; place < current.events.size(); ++place)
       groupPlaces.insert(KeyOf(current.events.at(place)), place);
   }
-  const QList<int> places = groupPlaces.values(KeyOf(group));
-  for (const int place : places) {
-    EVT_FILE_DATA_T& other = current.events[place];
-    other.events.append(group.events.first());
-    ++other.eventCount;
+  const quint64 key = KeyOf(group);
+  auto place = groupPlaces.constFind(key);
+  if (place != groupPlaces.constEnd()) {
+    for (; place != groupPlaces.constEnd() && place.key() == key; ++place) {
+      EVT_FILE_DATA_T& other = current.events[*place];
+      other.events.append(group.events.first());
+      ++other.eventCount;
+    }
+    return;
   }
-  if (!places.isEmpty()) return;
   current.events.append(group);
-  groupPlaces.insert(KeyOf(group), current.events.size() - 1);
+  groupPlaces.insert(key, current.events.size() - 1);
 }
