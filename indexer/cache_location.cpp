@@ -14,10 +14,10 @@ constexpr char kModificationTimeFormat[] = "yy.MM.dd hh-mm-ss ";
 }  // namespace
 
 void cZel3Indexer::Check_videodata_folder(const QString& path) {
+  if (!cacheFolder.isEmpty()) return;
   const QString folder = QFileInfo(path).absolutePath();
   const QString withoutDevice = folder.mid(folder.indexOf(QLatin1Char(':')) + 1);
-  if (withoutDevice == QLatin1String(kVideodataFolder) && cacheFolder.isEmpty())
-    cacheFolder = TemporaryFolder();
+  if (withoutDevice == QLatin1String(kVideodataFolder)) cacheFolder = TemporaryFolder();
 }
 
 void cZel3Indexer::Check_ID3_cache_folder() {

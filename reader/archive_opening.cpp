@@ -101,7 +101,7 @@ bool CZel3FileReader::Open_folder(QString const& folderPath) {
 
 bool CZel3FileReader::Open_file(QString const& path, bool headAndTailOnly) {
   // A file that does not open becomes the current one all the same.
-  const bool isZel3 = SameSuffix(QFileInfo(path).suffix(), QLatin1String(kZel3Suffix));
+  const bool isZel3 = SameSuffix(SuffixOf(path), QLatin1String(kZel3Suffix));
   zel3FilePath = isZel3 ? path : QString();
   zel1FilePath = isZel3 ? QString() : path;
 
