@@ -61,6 +61,12 @@ class Measurement:
         return statistics.median(self.figures[name])
 
 
+def in_order(key):
+    """Rows by name, then by size as far as it begins with a number."""
+    row, size = key[:2]
+    return row, int(re.match(r"\d*", size).group() or 0)
+
+
 def read_results(folder):
     """The measurements of a build by (row, size, "baseline" or "ours"), and the failures in words."""
     measurements, failures = {}, []
@@ -111,7 +117,7 @@ def compared(row, baseline, ours):
 
 
 def lines_of(build, measurements):
-    for row, size in dict.fromkeys((row, size) for row, size, _ in measurements):
+    for row, size in sorted({(row, size) for row, size, _ in measurements}, key=in_order):
         ours = measurements.get((row, size, "ours"))
         baseline = measurements.get((row, size, "baseline"))
         if ours is None:
@@ -136,7 +142,7 @@ def growth_lines(build, measurements):
     for (row, size, whose), measurement in measurements.items():
         if whose == "ours" and size.isdigit() and not measurement.figures:
             times.setdefault(row, {})[int(size)] = measurement.time()
-    for row, by_size in times.items():
+    for row, by_size in sorted(times.items()):
         for size in sorted(by_size):
             if 10 * size not in by_size:
                 continue
@@ -148,7 +154,7 @@ def growth_lines(build, measurements):
 
 def comparison_lines(first, second):
     """For rows that both builds have: what the first one takes of the time of the second."""
-    for row, size, whose in first:
+    for row, size, whose in sorted(first, key=in_order):
         if whose != "ours" or (row, size, whose) not in second:
             continue
         times = [build[row, size, whose].time() for build in (first, second)]
