@@ -1,5 +1,7 @@
 #include <algorithm>
 #include <limits>
+#include <optional>
+#include <vector>
 
 #include "bin_scale.h"
 #include "painted_bins.h"
@@ -65,32 +67,48 @@ struct Range {
   std::int32_t streamId;
 };
 
-// Index times that fall into the same bins, one after the other.
-struct Alike {
-  bool Holds(std::uint32_t indexTime) const { return indexTime - first < count; }
+// Index times that fall into the same bins, both ends included.
+struct IndexTimes {
+  bool Hold(std::uint32_t indexTime) const { return first <= indexTime && indexTime <= last; }
 
   std::uint32_t first;
-  std::uint32_t count;
+  std::uint32_t last;
 };
-
-constexpr std::uint32_t kMostTimes = std::numeric_limits<std::uint32_t>::max();
 
 // How many index times lie within a distance. Divisions by 64 bits are slow on 32-bit machines.
 std::uint32_t IndexTimesIn(std::uint64_t distance) {
   constexpr std::uint32_t kUnit = kArchiveTimePerIndexTime;
   const auto low = static_cast<std::uint32_t>(distance);
   if (low == distance) return low / kUnit;
-  return static_cast<std::uint32_t>(std::min<std::uint64_t>(distance / kUnit, kMostTimes));
+  constexpr std::uint64_t kMost = std::numeric_limits<std::uint32_t>::max();
+  return static_cast<std::uint32_t>(std::min(distance / kUnit, kMost));
 }
 
 // The index times around `indexTime` whose distances from the start of a range, as its own
 // `distance`, lie in [`first`, `end`).
-Alike AlikeTimes(std::uint32_t indexTime, std::uint64_t distance, std::uint64_t first,
-                 std::uint64_t end) {
-  const std::uint32_t before = IndexTimesIn(distance - first);
-  const std::uint32_t behind = std::min(IndexTimesIn(end - 1 - distance), kMostTimes - indexTime);
-  // All index times but one are enough.
-  return {indexTime - before, std::max(before + behind, before + behind + 1)};
+IndexTimes TimesWithin(std::uint32_t indexTime, std::uint64_t distance, std::uint64_t first,
+                       std::uint64_t end) {
+  const std::uint32_t mostBehind = std::numeric_limits<std::uint32_t>::max() - indexTime;
+  return {indexTime - IndexTimesIn(distance - first),
+          indexTime + std::min(IndexTimesIn(end - 1 - distance), mostBehind)};
+}
+
+// Those that lie in one bin of a range.
+IndexTimes TimesInBin(std::uint32_t indexTime, std::uint64_t distance, const Bin& bin,
+                      const Range& range) {
+  if (bin.length == 0) return {indexTime, indexTime};
+  return TimesWithin(indexTime, distance, bin.first,
+                     std::min(bin.first + bin.length, range.Span() + 1));
+}
+
+// Those that begin in the one bin and, `step` later, end in the other.
+IndexTimes TimesFromBinToBin(std::uint32_t indexTime, std::uint64_t distance, std::uint64_t step,
+                             const Bin& start, const Bin& end, const Range& range) {
+  if (start.length == 0 || end.length == 0) return {indexTime, indexTime};
+  const std::uint64_t first = std::max(start.first, end.first > step ? end.first - step : 0);
+  const std::uint64_t behind =
+      std::min({start.first + start.length, end.first + end.length - step, range.Span() + 1});
+  return TimesWithin(indexTime, distance, first, behind);
 }
 
 // Raises the level of each bin to that of the entries that lie in it. True when there are any.
@@ -109,16 +127,13 @@ bool RaiseLevels(const sFile_Index_Store& store, Range range, std::uint8_t* leve
     }
     const std::uint64_t distance = time - range.from;
     bin = scale.BinOf(distance, bin);
-    Alike alike = {indexTime, 1};
-    if (bin.length != 0) {
-      const std::uint64_t end = std::min(bin.first + bin.length, range.Span() + 1);
-      alike = AlikeTimes(indexTime, distance, bin.first, end);
-    }
+    const IndexTimes alike = TimesInBin(indexTime, distance, bin, range);
     int level = -1;
-    for (; number > 0 && alike.Holds(entries[number - 1].time); --number) {
-      const TActivityPair* const pair = PairOf(entries[number - 1], range.streamId);
+    do {
+      --number;
+      const TActivityPair* const pair = PairOf(entries[number], range.streamId);
       if (pair != nullptr) level = std::max(level, pair->level & kLevelMask);
-    }
+    } while (number > 0 && alike.Hold(entries[number - 1].time));
     if (level < 0) continue;
     found = true;
     // An entry right at the start of the range counts for bin 1.
@@ -126,16 +141,6 @@ bool RaiseLevels(const sFile_Index_Store& store, Range range, std::uint8_t* leve
     raised = std::max(raised, static_cast<std::uint8_t>(level));
   }
   return found;
-}
-
-// The index times around `indexTime` that begin in the one bin and, `step` later, end in the other.
-Alike AlikeTimes(std::uint32_t indexTime, std::uint64_t distance, std::uint64_t step,
-                 const Bin& start, const Bin& end, const Range& range) {
-  if (start.length == 0 || end.length == 0) return {indexTime, 1};
-  const std::uint64_t first = std::max(start.first, end.first > step ? end.first - step : 0);
-  const std::uint64_t behind =
-      std::min({start.first + start.length, end.first + end.length - step, range.Span() + 1});
-  return AlikeTimes(indexTime, distance, first, behind);
 }
 
 // Collects what the entries paint, each from its time on for as long as entries are apart. True
@@ -161,19 +166,19 @@ bool CollectStrokes(const sFile_Index_Store& store, Range range, std::uint64_t* 
     end = scale.BinOf(time + step - range.from, end);
     const std::uint64_t last = std::min(end.number, lastBin);
     std::uint64_t first = 0;
-    Alike alike = {0, 0};
+    std::optional<IndexTimes> alike;
     if (time >= range.from) {
       const std::uint64_t distance = time - range.from;
       start = scale.BinOf(distance, start);
       first = std::min(start.number, lastBin);
-      alike = AlikeTimes(indexTime, distance, step, start, end, range);
+      alike = TimesFromBinToBin(indexTime, distance, step, start, end, range);
     }
     *low = first;
     // Of those alike the last one walked over paints over the others.
     do {
       --number;
       found = found || PairOf(entries[number], range.streamId) != nullptr;
-    } while (number > 0 && alike.Holds(entries[number - 1].time));
+    } while (alike && number > 0 && alike->Hold(entries[number - 1].time));
     if (last < first) continue;
     const TActivityPair* const pair = PairOf(entries[number], range.streamId);
     const int level = pair == nullptr ? 0 : pair->level & kLevelMask;

@@ -31,7 +31,7 @@ Bin BinScale::Divide(std::uint64_t distance) const {
   if (distance >= mSpan) {
     bin.number = mBinCount;
     bin.first = mSpan;
-    bin.length = mLargest - mSpan + 1;
+    bin.length = mLargest - mSpan;
     bin.rest = mBinCount - 1;
     return bin;
   }

@@ -7,12 +7,12 @@ struct Bin {
   std::uint64_t number = 0;
   std::uint64_t first = 0;
   std::uint64_t length = 0;  // 0: not known
-  // What rounding `first` up has left over of the division by the number of bins.
-  std::uint64_t rest = 0;
+  std::uint64_t rest = 0;    // (number * span + binCount - 1) % binCount
 };
 
 // Divides a range into bins: a distance from its start falls into bin distance * binCount / span,
-// unsigned and 64 bits wide. All behind the range counts as one more bin.
+// unsigned and 64 bits wide. A distance behind the range may fall into any bin from binCount on,
+// and where the product wraps, into any at all.
 class BinScale {
  public:
   BinScale(std::uint64_t binCount, std::uint64_t span);

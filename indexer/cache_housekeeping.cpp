@@ -29,12 +29,17 @@ CacheHousekeeping::CacheHousekeeping(const QString& folder)
 }
 
 void CacheHousekeeping::Trim() {
-  if (mTotal <= mLimit || mFiles.empty()) return;
-  if (!mSorted) PutOldestLast();
-  const ListedFile& oldest = mFiles.back();
-  if (!QFile::remove(mFolder + QLatin1Char('/') + QFile::decodeName(oldest.name))) return;
-  mTotal -= static_cast<std::int64_t>(oldest.size);
-  mFiles.pop_back();
+  while (mTotal > mLimit && !mFiles.empty()) {
+    if (!mSorted) PutOldestLast();
+    const ListedFile& oldest = mFiles.back();
+    const QString path = mFolder + QLatin1Char('/') + QFile::decodeName(oldest.name);
+    const bool removed = QFile::remove(path);
+    if (!removed && QFile::exists(path)) return;
+    mTotal -= static_cast<std::int64_t>(oldest.size);
+    mFiles.pop_back();
+    // Somebody else may have been there first.
+    if (removed) return;
+  }
 }
 
 void CacheHousekeeping::PutOldestLast() {

@@ -1,8 +1,10 @@
 #include <sys/mman.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 #include <new>
+#include <vector>
 
 #include "byte_cursor.h"
 #include "header_cuts.h"
@@ -73,11 +75,12 @@ class EntryScan {
  public:
   // Takes entries; gives the low 32 bits of their positions.
   void Add(const ZEL_ID3_REC* entries, int count, quint64* positions) {
+    if (count == 0) return;
     if (!mAny) first = last = entries->time;
     mAny = true;
     std::uint32_t time = last;
     std::uint32_t position = mPosition;
-    // Less 1, so that no step counts as a huge one.
+    // Kept less 1, so that two equal times are a huge step, which does not count.
     std::uint32_t smallest = smallestStep - 1;
     bool ascend = timesAscend;
     for (int i = 0; i < count; ++i) {
@@ -94,6 +97,7 @@ class EntryScan {
       smallestStep = smallest + 1;
       last = time;
     } else {
+      // What has been found out above holds for times that ascend only.
       for (int i = 0; i < count; ++i) AddTime(entries[i].time);
     }
   }
@@ -195,18 +199,21 @@ bool cZel3Indexer::LoadEntries() {
   HeaderCuts headers(current.headerPositions);
   EntryScan scan;
   quint64 positions[kPortion];
-  while (const int added = ReadPortion(id3File, static_cast<int>(count), &records)) {
+  int added = 0;
+  do {
+    added = ReadPortion(id3File, static_cast<int>(count), &records);
     // Positions from 4 GiB on wrap: the high bits are kept in the entry only.
     scan.Add(records.constData() + records.size() - added, added, positions);
     headers.AddCuts(positions, added, &cuts);
-  }
+    // Behind a read that comes up short a record might begin anywhere.
+  } while (added == kPortion);
   if (records.isEmpty()) return false;
 
+  current.indexInterval = TypicalInterval(records);
   current.entriesAscend = scan.timesAscend;
   current.cutsAscend = scan.positionsAscend;
   current.startTime = scan.first;
   current.lastIndexTime = scan.last;
-  current.indexInterval = TypicalInterval(records);
   minIndexStep = std::max(scan.smallestStep, kFloorMinIndexStep);
   current.endTime = current.lastIndexTime + minIndexStep;
   return true;

@@ -28,10 +28,13 @@ void cZel3Indexer::Check_ID3_cache_folder() {
     // When this fails, the temporary folder itself serves as the cache folder.
     folder.cd(QLatin1String(kCacheSubfolder));
   }
-  if (housekeeping == nullptr || housekeeping->Folder() != folder.path())
-    housekeeping = std::make_unique<CacheHousekeeping>(folder.path());
-  housekeeping->Trim();
-  if (!scanning) housekeeping.reset();
+  if (!scanning) {
+    CacheHousekeeping(folder.path()).Trim();
+  } else {
+    if (housekeeping == nullptr || housekeeping->Folder() != folder.path())
+      housekeeping = std::make_unique<CacheHousekeeping>(folder.path());
+    housekeeping->Trim();
+  }
   cacheFolder = folder.path() + QLatin1Char('/');
 }
 

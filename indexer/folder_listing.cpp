@@ -2,7 +2,6 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -21,7 +20,7 @@ bool IsWanted(const char* name, std::initializer_list<const char*> suffixes) {
   const char* const suffix = std::strrchr(name, '.');
   if (suffix == nullptr || name[0] == '.') return false;
   return std::any_of(suffixes.begin(), suffixes.end(),
-                     [suffix](const char* wanted) { return strcasecmp(suffix, wanted) == 0; });
+                     [suffix](const char* wanted) { return qstricmp(suffix, wanted) == 0; });
 }
 
 // A name that is no text in the system's encoding could not be opened again.
@@ -31,7 +30,10 @@ bool IsText(const QByteArray& name) {
 }
 
 std::int64_t Milliseconds(const struct statx_timestamp& time) {
-  return time.tv_sec * std::int64_t{1000} + time.tv_nsec / 1'000'000;
+  // Some file systems take any 64-bit number for a time.
+  constexpr std::int64_t kFar = 9'000'000'000'000'000;
+  const std::int64_t seconds = std::clamp<std::int64_t>(time.tv_sec, -kFar, kFar);
+  return seconds * 1000 + time.tv_nsec / 1'000'000;
 }
 
 }  // namespace

@@ -14,7 +14,8 @@ struct ListedFile {
 };
 
 // The plain files of a folder, links followed, whose names end in one of the suffixes (".id3") in
-// letters of any case, in the order of the system. Hidden ones are left out; so are those that may
-// not be read, if asked for. Empty when the folder cannot be read. Throws std::bad_alloc.
+// letters of any case, in the order of the system. Left out are hidden ones, those whose names are
+// no text in the system's encoding, and, if asked for, those that may not be read. Empty when the
+// folder cannot be read. Throws std::bad_alloc.
 std::vector<ListedFile> ListFolder(const QString& folder,
                                    std::initializer_list<const char*> suffixes, bool readableOnly);

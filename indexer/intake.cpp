@@ -86,7 +86,7 @@ void cZel3Indexer::Add_block(const DATA_T& block, const unsigned char* payload,
 }
 
 void cZel3Indexer::Update_current_index_events(const EVT_FILE_DATA_T& group) {
-  // Other groups than those of this run may have been loaded.
+  // A place that found no memory is missing.
   if (groupPlaces.size() != current.events.size()) {
     groupPlaces.clear();
     for (int place = 0; place < current.events.size(); ++place)

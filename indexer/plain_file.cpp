@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <QFile>
-#include <QFileInfo>
 #include <cerrno>
 
 namespace {
@@ -60,6 +59,11 @@ void PlainFile::Close() {
   mSize = 0;
   mWaiting.clear();
   mFailed = false;
+}
+
+std::uint64_t PlainFile::SizeNow() const {
+  struct statx status;
+  return statx(mHandle, "", AT_EMPTY_PATH, STATX_SIZE, &status) == 0 ? status.stx_size : 0;
 }
 
 std::size_t PlainFile::Read(void* bytes, std::size_t size) {
@@ -125,11 +129,6 @@ void PlainFile::PassOn(const char* bytes, std::size_t size) {
     mFailed = count <= 0;
     if (!mFailed) done += static_cast<std::size_t>(count);
   }
-}
-
-bool IsNoPlainFile(const QString& path) {
-  const QFileInfo info(path);
-  return info.exists() && !info.isFile();
 }
 
 bool IsSameFile(const QString& path, const QString& other) {

@@ -28,6 +28,8 @@ class PlainFile {
 
   // In bytes, when the file was opened; 0 for a closed one.
   std::uint64_t Size() const { return mSize; }
+  // As it is now; 0 when it cannot be told.
+  std::uint64_t SizeNow() const;
   // Goes on behind the bytes read last. Gives fewer than `size` bytes at the end of the file and
   // where reading fails.
   std::size_t Read(void* bytes, std::size_t size);
@@ -51,9 +53,6 @@ class PlainFile {
   std::vector<char> mWaiting;  // written, but not yet passed on to the system
   bool mFailed = false;
 };
-
-// The path exists and is not a plain file, links followed.
-bool IsNoPlainFile(const QString& path);
 
 // Both paths name one existing file, be it through links of either kind, or are equal.
 bool IsSameFile(const QString& path, const QString& other);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QHash>
+#include <QMap>
 #include <QString>
 #include <cstddef>
 #include <cstdint>
@@ -184,7 +185,7 @@ class cZel3Indexer {
   ZEL_ID3_REC pendingId3Rec;        // the entry being collected, or the last bare one
   bool pendingId3RecValid = false;  // it is not yet in current.id3Records
   // Where the groups of current.events lie, by their keys. Cleared whenever they are replaced.
-  QMultiHash<quint64, int> groupPlaces;
+  QMultiMap<quint64, int> groupPlaces;
   // Made anew by the lookup that follows a change of `files`.
   std::vector<FileSpan> spans;
   bool spansValid = false;

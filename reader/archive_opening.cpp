@@ -13,7 +13,8 @@ constexpr std::uint64_t kSmallestArchive = 16;
 constexpr char kZel3Suffix[] = "zel3";
 
 QString SuffixOf(const QString& name) {
-  return name.mid(name.lastIndexOf(QLatin1Char('.')) + 1);
+  const int dot = name.lastIndexOf(QLatin1Char('.'));
+  return dot < 0 ? QString() : name.mid(dot + 1);
 }
 
 bool SameSuffix(const QString& suffix, const QString& other) {
@@ -68,7 +69,20 @@ int CZel3FileReader::open(char const* path) {
 bool CZel3FileReader::Open_folder(QString const& folderPath) {
   folder.setPath(folderPath);
   const std::vector<ListedFile> archives = NewestFirst(folder.path());
+  const bool allOk = Open_files_of_folder(archives);
+  if (folderFiles.size() >= static_cast<int>(archives.size())) {
+    SetNoArchive();
+  } else if (archivesRequestPending && allOk) {
+    OnArchivesEntryRequest();
+  }
+  return allOk;
+}
+
+bool CZel3FileReader::Open_files_of_folder(std::vector<ListedFile> const& archives) {
   const FolderScan scan(indexer);
+  const QString absolute = folder.absolutePath();
+  const QString prefix =
+      absolute.endsWith(QLatin1Char('/')) ? absolute : absolute + QLatin1Char('/');
   bool allOk = true;
   QString chosenSuffix;
   for (const ListedFile& archive : archives) {
@@ -84,17 +98,11 @@ bool CZel3FileReader::Open_folder(QString const& folderPath) {
 
     // After one failure the later files of the scan are set aside too, although those that open are
     // served.
-    const bool opened = Open_file(folder.absoluteFilePath(name), true);
+    const bool opened = Open_file(prefix + name, true);
     if (allOk && opened) continue;
     allOk = false;
     if (indexing) break;
     folderFiles.insert(name);
-  }
-
-  if (folderFiles.size() >= static_cast<int>(archives.size())) {
-    SetNoArchive();
-  } else if (archivesRequestPending && allOk) {
-    OnArchivesEntryRequest();
   }
   return allOk;
 }

@@ -115,11 +115,14 @@ bool CZel3FileReader::ReadHeadIndex() {
 }
 
 bool CZel3FileReader::ReadTailIndex() {
-  const std::uint64_t size = file.Size();
+  const std::uint64_t size = file.SizeNow();
   std::uint64_t position = size - std::min(size, kStep);
+  // Where the end alone does not tell, the whole stretch is searched, that end included: all of it
+  // is then as it was at one time.
   const std::uint64_t searched = std::min<std::uint64_t>(size - position, kStretch);
-  if (searched > kNearEnd && SearchStretch(position, searched - kNearEnd) == TailSearch::kFound)
+  if (searched > kNearEnd && SearchStretch(position, searched - kNearEnd) == TailSearch::kFound) {
     return true;
+  }
   for (;;) {
     const TailSearch result = SearchStretch(position, 0);
     if (result != TailSearch::kNotFound) return result == TailSearch::kFound;
@@ -128,7 +131,6 @@ bool CZel3FileReader::ReadTailIndex() {
   }
 }
 
-// Looks for the last index record of the stretch at `position`, in its bytes from `from` on.
 CZel3FileReader::TailSearch CZel3FileReader::SearchStretch(std::uint64_t position,
                                                            std::uint64_t from) {
   // The body of a marker at the end of the stretch may reach beyond it.

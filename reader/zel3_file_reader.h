@@ -6,9 +6,11 @@
 #include <QString>
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "brick.h"
 #include "commands.h"
+#include "folder_listing.h"
 #include "notifications.h"
 #include "plain_file.h"
 #include "stream_records.h"
@@ -41,6 +43,7 @@ class CZel3FileReader : public CBrick {
   // that is not opened is the current one all the same. `headAndTailOnly`: a quick index will do.
   int open(char const* path);
   bool Open_folder(QString const& folderPath);
+  bool Open_files_of_folder(std::vector<ListedFile> const& archives);
   bool Open_file(QString const& path, bool headAndTailOnly);
   bool MakeIndex(QString const& path, bool headAndTailOnly);
   void NoteFailure(QString const& path);
@@ -65,6 +68,8 @@ class CZel3FileReader : public CBrick {
   bool ReadHeadIndex();
   bool ReadTailIndex();
   enum class TailSearch { kFound, kNotFound, kNothingThere };
+  // Looks for the last index record of the stretch of the file at `position`, from its byte `from`
+  // on.
   TailSearch SearchStretch(std::uint64_t position, std::uint64_t from);
 
   // Control blocks (control_dispatch.cpp).

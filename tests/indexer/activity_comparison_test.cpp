@@ -75,6 +75,7 @@ class ActivityComparison : public testing::Test {
       std::uint32_t time = Below(100);
       for (std::uint32_t count = Below(16); count > 0; --count) {
         time = ascending ? time + Below(8) : Below(200);
+        if (Below(100) == 0) time = 0xFFFFFFFF - Below(2) * 5;
         store.id3Records.append(RandomEntry(time));
       }
       if (Below(2) == 0) store = WithKnownOrder(store);
@@ -82,13 +83,43 @@ class ActivityComparison : public testing::Test {
     return files;
   }
 
+  // Mostly small numbers, sometimes the ends of a range lie right at entries or far away.
+  TZEL3ActivityRequest RandomRequest(const std::deque<sFile_Index_Store>& files) {
+    TZEL3ActivityRequest request = RandomRequest();
+    const auto anEntryTime = [this, &files](std::uint64_t otherwise) {
+      if (files.empty()) return otherwise;
+      const auto& entries = files[Below(static_cast<std::uint32_t>(files.size()))].id3Records;
+      if (entries.isEmpty()) return otherwise;
+      const auto number = static_cast<int>(Below(static_cast<std::uint32_t>(entries.size())));
+      return std::uint64_t{entries.at(number).time} * 1000;
+    };
+    if (Below(3) == 0) request.from = anEntryTime(request.from);
+    if (Below(3) == 0) request.to = anEntryTime(request.to);
+    if (Below(8) == 0) request.from = 0;
+    return request;
+  }
+
   TZEL3ActivityRequest RandomRequest() {
     const std::int32_t binCounts[] = {-1, 0, 1, 2, 7, 10, 20, 50, 100, 300};
-    const std::uint64_t lengths[] = {0,      1,      999,    1000,          7000,
-                                     50000,  50000,  100000, 100000,        200000,
-                                     200000, 300000, 300000, ~0ULL - 30000, ~0ULL};
+    const std::uint64_t lengths[] = {0,
+                                     1,
+                                     999,
+                                     1000,
+                                     7000,
+                                     50000,
+                                     50000,
+                                     100000,
+                                     100000,
+                                     200000,
+                                     200000,
+                                     300000,
+                                     300000,
+                                     ~0ULL - 30000,
+                                     ~0ULL,
+                                     5'000'000'000'000,
+                                     1'000'000'000'000'000};
     const std::uint64_t from = Below(60000);
-    return Span(Below(20) == 0 ? ~0ULL - from : from, from + lengths[Below(15)],
+    return Span(Below(20) == 0 ? ~0ULL - from : from, from + lengths[Below(17)],
                 binCounts[Below(10)], static_cast<std::int32_t>(Below(5)));
   }
 
@@ -100,7 +131,7 @@ class ActivityComparison : public testing::Test {
       cZel3Indexer index;
       index.files = RandomFiles(ascending);
       for (int i = 0; i < 5; ++i) {
-        const TZEL3ActivityRequest request = RandomRequest();
+        const TZEL3ActivityRequest request = RandomRequest(index.files);
         const ActivityAnswer expected = PlainActivity(index.files, request);
         const ActivityAnswer answer = ActivityOf(index, request);
         ASSERT_EQ(answer.found, expected.found);

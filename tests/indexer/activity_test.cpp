@@ -363,4 +363,27 @@ TEST(Activity, IsCountedIn64Bits) {
   for (const SpanCase& row : cases) ExpectLevels(row);
 }
 
+// The range ends long after the largest time.
+TEST(CoarseActivity, EndsAtTheLargestIndexTime) {
+  cZel3Indexer index;
+  index.files = {ActiveFile("a", 1, {{0, 10}, {0xFFFFFFFF, 20}})};
+  const ActivityAnswer one = ActivityOf(index, Span(0, 5'000'000'000'000, 1));
+  EXPECT_TRUE(one.found);
+  EXPECT_EQ(one.levels, Levels{20});
+  const ActivityAnswer many = ActivityOf(index, Span(0, 1'000'000'000'000'000, 100));
+  EXPECT_TRUE(many.found);
+  EXPECT_EQ(many.levels, Painted(100, {{1, 1, 20}}));
+}
+
+// Behind the entry that lies at the very end of the range, times run backwards.
+TEST(ActivityOfOneBin, LeavesOutWhatIsLaterThanTheRange) {
+  cZel3Indexer index;
+  index.files = {ActiveFile("a", 1, {{200, 40}, {100, 10}})};
+  EXPECT_EQ(ActivityOf(index, Span(0, 100000, 1)).levels, Levels{10});
+  index.files = {ActiveFile("a", 1, {{200, 40}, {100, kNoPair}})};
+  EXPECT_FALSE(ActivityOf(index, Span(0, 100000, 1)).found);
+  index.files = {ActiveFile("a", 1, {{5, 30}, {1, 10}})};
+  EXPECT_EQ(ActivityOf(index, Span(0, 1000, 1)).levels, Levels{10});
+}
+
 }  // namespace

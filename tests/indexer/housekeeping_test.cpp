@@ -195,6 +195,19 @@ TEST_F(Housekeeping, TakesTheSameFilesDuringAScan) {
   }
 }
 
+// Somebody else has deleted the next file since the scan has begun.
+TEST_F(Housekeeping, OfAScanPassesOverAFileThatIsGone) {
+  SetLimit("1");
+  MakeCacheFiles({{"a.id3", kMiB}, {"b.id3", kMiB}, {"c.id3", kMiB}, {"d.id3", kMiB}});
+  index.Begin_scan();
+  OpenArchive();
+  ASSERT_THAT(Names(), ElementsAre("b.id3", "c.id3", "d.id3"));
+  fs::remove(cache / "b.id3");
+  OpenArchive();
+  index.End_scan();
+  EXPECT_THAT(Names(), ElementsAre("d.id3"));
+}
+
 TEST_F(Housekeeping, RunsWhenAFileIsOpenedToo) {
   SetLimit("1");
   MakeCacheFiles({{"a.id3", 2 * kMiB}});

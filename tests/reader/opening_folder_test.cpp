@@ -64,6 +64,13 @@ TEST_F(OpeningAFolder, LooksOnlyAtArchiveNames) {
   EXPECT_THAT(Ask(ArchivesRequest()), ElementsAre(List(1)));
 }
 
+TEST_F(OpeningAFolder, NamesMayBeginWithAnything) {
+  for (const char* const name : {":a.zel3", "-b.zel3", "~c.zel3", " d.zel3", "%1.zel3"})
+    PlaceGood(name, 100U * static_cast<unsigned char>(name[1]), kOlder);
+  Open(folder.Path());
+  EXPECT_THAT(Ask(ArchivesRequest()), ElementsAre(List(5)));
+}
+
 TEST_F(OpeningAFolder, SuffixesInAnyCaseAreOneFormat) {
   PlaceGood("a.zel3", 100, kOldest);
   PlaceGood("b.ZEL3", 200, kOlder);
