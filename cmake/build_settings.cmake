@@ -8,12 +8,18 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
+# Libraries go where Debian has those of their architecture, so that both ABIs fit under one prefix.
+set(CMAKE_INSTALL_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE} CACHE STRING "Folder of libraries under the prefix")
+include(GNUInstallDirs)
+
 set(ZEL3_SANITIZE "" CACHE STRING "Sanitizers, separated by commas: address,undefined or thread")
 option(ZEL3_COVERAGE "Instrument for line and branch coverage" OFF)
 option(ZEL3_FUZZ "Make the fuzzers, with clang" OFF)
 
 # Records that cross brick boundaries hold strings of one pointer, so every part uses the older string ABI.
-add_compile_definitions(_GLIBCXX_USE_CXX11_ABI=0 _FILE_OFFSET_BITS=64)
+set(ZEL3_STRING_ABI _GLIBCXX_USE_CXX11_ABI=0)
+add_compile_definitions(${ZEL3_STRING_ABI} _FILE_OFFSET_BITS=64)
+add_compile_definitions(QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS)
 # Qt refuses position-dependent code and -fPIE alike.
 add_compile_options(-fPIC -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Wmultichar -Werror)
 

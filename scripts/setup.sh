@@ -9,7 +9,8 @@ require_i386=no
 
 packages=(
   g++ g++-multilib clang libclang-rt-dev clang-format clang-tidy cmake ninja-build valgrind binutils git ca-certificates
-  qtbase5-dev googletest gcovr libcli11-dev nlohmann-json3-dev libfmt-dev
+  qtbase5-dev googletest gcovr libcli11-dev nlohmann-json3-dev libfmt-dev zsh fish scdoc groff-base
+  pkgconf dpkg-dev file
 )
 i386_packages=(libqt5core5a:i386)
 

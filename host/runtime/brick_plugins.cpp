@@ -25,6 +25,7 @@ struct Registry {
   std::string searchFolder;
   std::string lastError;
   std::map<std::string, void*> loaded;  // handles by path
+  std::function<void(Tag)> observer;
 };
 
 const std::map<Tag, std::string>& FilesKnownFromTheStart() {
@@ -34,7 +35,7 @@ const std::map<Tag, std::string>& FilesKnownFromTheStart() {
 }
 
 Registry& TheRegistry() {
-  static Registry registry{FilesKnownFromTheStart(), {}, {}, {}, {}};
+  static Registry registry{FilesKnownFromTheStart(), {}, {}, {}, {}, {}};
   return registry;
 }
 
@@ -44,6 +45,14 @@ std::string Quoted(Tag signature) {
     if (character < ' ' || character > '~') return std::to_string(signature);
   }
   return "'" + text + "'";
+}
+
+// The folder of the host's library, which holds this very function.
+fs::path LibraryFolder() {
+  Dl_info place = {};
+  if (dladdr(reinterpret_cast<void*>(&LibraryFolder), &place) == 0) return {};
+  std::error_code ignored;
+  return fs::canonical(place.dli_fname, ignored).parent_path();
 }
 
 std::vector<std::string> SearchFolders() {
@@ -58,6 +67,8 @@ std::vector<std::string> SearchFolders() {
     folders.push_back(folder.string());
     folders.push_back((folder.parent_path() / "lib").string());
   }
+  const fs::path library = LibraryFolder();
+  if (!library.empty()) folders.push_back((library / "zel3").string());
   return folders;
 }
 
@@ -93,15 +104,11 @@ EntryPoint EntryPointOf(const std::string& path) {
 }
 
 Factory FactoryOf(Tag signature) {
-  const Registry& registry = TheRegistry();
-  const auto factory = registry.factories.find(signature);
-  if (factory != registry.factories.end()) {
-    if (factory->second) return factory->second;
-    throw std::runtime_error("bricks of " + Quoted(signature) + " are switched off");
-  }
-  const auto file = registry.files.find(signature);
-  if (file != registry.files.end()) return EntryPointOf(FindFile(file->second));
-  throw std::runtime_error("no plug-in is known for " + Quoted(signature));
+  const auto& factories = TheRegistry().factories;
+  const auto factory = factories.find(signature);
+  if (factory == factories.end()) return EntryPointOf(FileFor(signature));
+  if (factory->second) return factory->second;
+  throw std::runtime_error("bricks of " + Quoted(signature) + " are switched off");
 }
 
 CBrick* Call(const Factory& factory, Tag signature, TBrickConfig& config) {
@@ -113,6 +120,7 @@ CBrick* Call(const Factory& factory, Tag signature, TBrickConfig& config) {
 }
 
 CBrick* MakeBrick(Tag signature, TBrickConfig& config) {
+  if (TheRegistry().observer) TheRegistry().observer(signature);
   CBrick* const brick = Call(FactoryOf(signature), signature, config);
   if (brick == nullptr) {
     throw std::runtime_error("the plug-in for " + Quoted(signature) + " refused the configuration");
@@ -145,6 +153,25 @@ void ResetRegistrations() {
 
 void SetSearchFolder(const std::string& folder) {
   TheRegistry().searchFolder = folder;
+}
+
+std::map<Tag, std::string> KnownFiles() {
+  return TheRegistry().files;
+}
+
+std::string FileFor(Tag signature) {
+  const auto& files = TheRegistry().files;
+  const auto file = files.find(signature);
+  if (file != files.end()) return FindFile(file->second);
+  throw std::runtime_error("no plug-in is known for " + Quoted(signature));
+}
+
+void Load(Tag signature) {
+  EntryPointOf(FileFor(signature));
+}
+
+void SetObserver(std::function<void(Tag)> onRequest) {
+  TheRegistry().observer = std::move(onRequest);
 }
 
 std::string LastError() {

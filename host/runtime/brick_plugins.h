@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <string>
 
 #include "brick.h"
@@ -25,9 +26,25 @@ BRICK_HOST_API void RegisterFactory(Tag signature, Factory factory);
 BRICK_HOST_API void ResetRegistrations();
 
 // Where plug-in files are looked for: this folder, then the folder that the environment variable
-// ZEL3_PLUGIN_FOLDER names, then beside the program and in the folder lib beside the program's own.
-// An empty folder is passed over.
+// ZEL3_PLUGIN_FOLDER names, then beside the program and in the folder lib beside the program's own,
+// then where an installation has them: in the folder zel3 beside the host's library. An empty
+// folder is passed over.
 BRICK_HOST_API void SetSearchFolder(const std::string& folder);
+
+// The plug-in files that are known, names or paths, by the signature of their bricks.
+BRICK_HOST_API std::map<Tag, std::string> KnownFiles();
+
+// The path of the file that bricks of `signature` would come from. Throws std::runtime_error, with
+// one line for people, when there is none.
+BRICK_HOST_API std::string FileFor(Tag signature);
+
+// Loads that file unless it is loaded already. Throws std::runtime_error, too, when it cannot be
+// loaded or is no plug-in.
+BRICK_HOST_API void Load(Tag signature);
+
+// Calls `onRequest` with the signature of each brick that is asked for, before it is made. An empty
+// one ends that.
+BRICK_HOST_API void SetObserver(std::function<void(Tag)> onRequest);
 
 // Why the last CBrickLoader::CreateBrick gave null: one line for people. Empty after a success.
 BRICK_HOST_API std::string LastError();

@@ -15,8 +15,11 @@
 namespace {
 
 using testing::AllOf;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Pair;
+using testing::UnorderedElementsAre;
 
 constexpr Tag kSample = FourCc("Smpl");
 const char* const kSampleFile = "sample_plugin.so";
@@ -143,13 +146,44 @@ TEST_F(BrickPlugins, SearchesTheOptionsFolderBeforeThatOfTheEnvironment) {
   EXPECT_TRUE(IsLoaded(option / kSampleFile));
 }
 
-TEST_F(BrickPlugins, SearchesBesideTheProgramAndInTheNeighbouringLibFolder) {
+TEST_F(BrickPlugins, SearchesNearTheProgramAndNearTheLibraryOfTheHost) {
   const std::filesystem::path program =
       std::filesystem::read_symlink("/proc/self/exe").parent_path();
   brick_plugins::RegisterFile(kSample, "missing.so");
   brick_plugins::SetSearchFolder("");
   EXPECT_EQ(FailureOf(kSample), "no plug-in file missing.so in " + program.string() + ", " +
-                                    (program.parent_path() / "lib").string());
+                                    (program.parent_path() / "lib").string() +
+                                    ", " HOST_LIBRARY_FOLDER "/zel3");
+}
+
+TEST_F(BrickPlugins, NamesTheFileThatWouldBeLoaded) {
+  EXPECT_EQ(brick_plugins::FileFor(kSample), SamplePath());
+  EXPECT_FALSE(IsLoaded(SamplePath()));
+  EXPECT_THROW(brick_plugins::FileFor(FourCc("Nope")), std::runtime_error);
+}
+
+TEST_F(BrickPlugins, KnowsTheFilesOfTheReaderAndTheParserFromTheStart) {
+  brick_plugins::ResetRegistrations();
+  EXPECT_THAT(brick_plugins::KnownFiles(),
+              UnorderedElementsAre(Pair(FourCc("Zel3"), "zel3reader.so"),
+                                   Pair(FourCc("Pars"), "zel3parser.so")));
+}
+
+TEST_F(BrickPlugins, LoadsAFileWithoutMakingABrick) {
+  brick_plugins::Load(kSample);
+  EXPECT_TRUE(IsLoaded(SamplePath()));
+  brick_plugins::RegisterFile(kSample, "no_entry.so");
+  EXPECT_THROW(brick_plugins::Load(kSample), std::runtime_error);
+}
+
+TEST_F(BrickPlugins, TellsAnObserverWhichBricksAreAskedFor) {
+  std::vector<Tag> asked;
+  brick_plugins::SetObserver([&asked](Tag signature) { asked.push_back(signature); });
+  MakeBrick(kSample);
+  MakeBrick(FourCc("Nope"));
+  brick_plugins::SetObserver({});
+  MakeBrick(kSample);
+  EXPECT_THAT(asked, ElementsAre(kSample, FourCc("Nope")));
 }
 
 TEST_F(BrickPlugins, SaysThatNoPlugInIsKnown) {

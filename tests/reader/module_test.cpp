@@ -61,7 +61,7 @@ TEST_F(Module, NeedsOnlyTheHostQtAndTheCAndCppLibraries) {
 }
 
 TEST_F(Module, AsksOnlyTheHostForWhatNoVersionedLibraryOffers) {
-  void* const host = dlopen("libbrickhost.so", RTLD_NOW | RTLD_NOLOAD);
+  void* const host = dlopen(HOST_LIBRARY, RTLD_NOW | RTLD_NOLOAD);
   ASSERT_NE(host, nullptr);
   int asked = 0;
   for (const std::string& line : CommandOutput(SYMBOL_LISTER " -D -u " PLUGIN_FILE)) {
@@ -116,7 +116,7 @@ TEST_F(Module, OverridesTheDestructorsAndTheFourCallbacksOnly) {
     EXPECT_THAT(FileOf(table[slot]), testing::EndsWith("zel3reader.so")) << "slot " << slot;
   }
   for (const int slot : {2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 22, 23}) {
-    EXPECT_THAT(FileOf(table[slot]), testing::EndsWith("libbrickhost.so")) << "slot " << slot;
+    EXPECT_THAT(FileOf(table[slot]), testing::EndsWith("/" HOST_LIBRARY)) << "slot " << slot;
   }
 }
 

@@ -11,8 +11,9 @@ using testing::MatchesRegex;
 
 namespace {
 
-constexpr const char* kVerbs[] = {"make",   "info",     "index",   "seek", "read",
-                                  "events", "activity", "preview", "dump", "console"};
+constexpr const char* kVerbs[] = {"make",    "info",     "index",     "seek", "read",
+                                  "events",  "activity", "preview",   "dump", "doctor",
+                                  "console", "inspect",  "completion"};
 
 class CommandLine : public ProgramTest {};
 
@@ -33,12 +34,6 @@ TEST_F(CommandLine, EveryVerbHasHelp) {
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.out, HasSubstr(std::string("zel3 ") + verb));
   }
-}
-
-TEST_F(CommandLine, TheVersionIsPrinted) {
-  const ProgramResult result = Run({"--version"});
-  EXPECT_EQ(result.exitCode, 0);
-  EXPECT_THAT(result.out, MatchesRegex("zel3 [0-9]+\\.[0-9]+\\.[0-9]+\n"));
 }
 
 TEST_F(CommandLine, UsageErrorsAreOneLineAndExitWithTwo) {
@@ -63,10 +58,13 @@ TEST_F(CommandLine, UsageErrorsAreOneLineAndExitWithTwo) {
       {"read", Folder(), "1"},
       {"read", Folder(), "2", "2"},
       {"read", Folder(), "3", "2"},
+      {"completion"},
+      {"completion", "tcsh"},
       {"console"},
       {"console", Folder(), "--bytes", "-1"},
       {"console", Folder(), "--bytes", "some"},
       {"console", Folder(), "--bytes", "18446744073709551616"},
+      {"inspect", "a", "b"},
       {"make"},
       {"make", Folder(), "--files", "0"},
       {"make", Folder(), "--length", "1w"},

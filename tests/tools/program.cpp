@@ -40,8 +40,18 @@ ProgramResult ProgramTest::Run(const Arguments& arguments, const std::string& in
   return Finish();
 }
 
+ProgramResult ProgramTest::RunOther(const std::string& program, const Arguments& arguments) {
+  Launch(program, arguments, [] {});
+  return Finish();
+}
+
 void ProgramTest::Start(const Arguments& arguments, const std::function<void()>& prepare) {
-  std::vector<std::string> texts{ZEL3_PROGRAM};
+  Launch(ZEL3_PROGRAM, arguments, prepare);
+}
+
+void ProgramTest::Launch(const std::string& program, const Arguments& arguments,
+                         const std::function<void()>& prepare) {
+  std::vector<std::string> texts{program};
   texts.insert(texts.end(), arguments.begin(), arguments.end());
   std::vector<char*> pointers;
   for (std::string& text : texts) pointers.push_back(text.data());
@@ -59,7 +69,7 @@ void ProgramTest::Start(const Arguments& arguments, const std::function<void()>&
     setenv("TZ", "UTC", 1);
     alarm(kMostSeconds);
     prepare();
-    execv(ZEL3_PROGRAM, pointers.data());
+    execvp(pointers.front(), pointers.data());
     _exit(127);
   }
   close(input[0]);

@@ -28,6 +28,10 @@ class ProgramTest : public testing::Test {
   // Runs the program to its end with `input` on its standard input.
   ProgramResult Run(const Arguments& arguments, const std::string& input = "");
 
+  // Runs another program to its end, found where a shell finds it; exit code 127 when it is not
+  // there.
+  ProgramResult RunOther(const std::string& program, const Arguments& arguments);
+
   // Starts the program with its standard input open; Input() writes to it. `prepare` runs in the
   // new process, before the program.
   void Start(
@@ -46,6 +50,9 @@ class ProgramTest : public testing::Test {
   const std::string& Folder() const { return mFolder.Path(); }
 
  private:
+  void Launch(const std::string& program, const Arguments& arguments,
+              const std::function<void()>& prepare);
+
   TempFolder mFolder;
   TempFolder mOutputs;
   pid_t mProcess = 0;

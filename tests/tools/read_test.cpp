@@ -62,8 +62,39 @@ TEST_F(ReadSample, TheWholeArchiveIsItsFilesWithoutTheirLastBytes) {
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.out, "");
   const Bytes expected = FileBytes(0) + FileBytes(1) + FileBytes(2);
-  EXPECT_EQ(result.err, "17 entries, " + std::to_string(expected.size()) + " bytes\n");
+  EXPECT_EQ(result.err,
+            "nothing is recorded from 2024-05-01T00:00:50.000Z to 2024-05-01T00:01:30.000Z\n"
+            "17 entries, " +
+                std::to_string(expected.size()) + " bytes\n");
   EXPECT_EQ(ReadFile(mOutput), expected);
+}
+
+TEST_F(ReadSample, EndsAtAGapWhenAsked) {
+  const ProgramResult result =
+      Run({"read", Folder(), "0", "2100-01-01", "-o", mOutput, "--stop-at-gap"});
+  EXPECT_EQ(result.exitCode, 0);
+  const Bytes expected = FileBytes(0);
+  EXPECT_EQ(result.err,
+            "nothing is recorded from 2024-05-01T00:00:50.000Z to 2024-05-01T00:01:30.000Z\n"
+            "6 entries, " +
+                std::to_string(expected.size()) + " bytes\nzel3: stopped at the gap\n");
+  EXPECT_EQ(ReadFile(mOutput), expected);
+}
+
+TEST_F(ReadSample, TellsGapsAsJson) {
+  const std::string size = std::to_string(FileBytes(0).size() + FileBytes(1).size());
+  const Arguments range{"read", Folder(), "0", std::to_string(SampleTime(150)), "--format", "json"};
+  Arguments toFile = range;
+  toFile.insert(toFile.end(), {"-o", mOutput});
+  const std::string summary =
+      R"({"entries":12,"damaged":0,"bytes":)" + size + R"(,"end":"range","gaps":[{"from":)" +
+      std::to_string(SampleTime(50)) + R"(,"to":)" + std::to_string(SampleTime(90)) + "}]}\n";
+  const ProgramResult written = Run(toFile);
+  EXPECT_EQ(written.out, summary);
+  EXPECT_EQ(written.err, "");
+  const ProgramResult piped = Run(range);
+  EXPECT_EQ(piped.err, summary) << "the standard output carries the bytes";
+  EXPECT_EQ(std::to_string(piped.out.size()), size);
 }
 
 TEST_F(ReadSample, ARangeIsHalfOpenAndBeginsWithTheEntryThatHoldsIt) {
@@ -158,6 +189,13 @@ TEST_F(ReadSample, AHalfWrittenOutputIsRemoved) {
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_THAT(result.err, HasSubstr("cannot write"));
   EXPECT_FALSE(FileExists(mOutput));
+}
+
+TEST_F(Read, AGapIsMoreThanFourStepsInAFile) {
+  WriteEntries(*this / "a.zel3", {10, 20, 60, 101, 111});
+  EXPECT_THAT(ReadRange(*this / "a.zel3", 0, 1000000).err,
+              testing::StartsWith("nothing is recorded from 1970-01-01T00:01:00.000Z to "
+                                  "1970-01-01T00:01:41.000Z\n5 entries, "));
 }
 
 TEST_F(Read, EntriesOfEqualTimesAreAllDelivered) {

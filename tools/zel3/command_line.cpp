@@ -6,18 +6,22 @@
 
 #include "activity.h"
 #include "archive_session.h"
+#include "completion.h"
 #include "console.h"
+#include "doctor.h"
 #include "dump.h"
 #include "event_types.h"
 #include "events.h"
 #include "index.h"
 #include "info.h"
+#include "inspect.h"
 #include "make.h"
 #include "option_kinds.h"
 #include "preview.h"
 #include "read.h"
 #include "seek.h"
 #include "tool_error.h"
+#include "version.h"
 
 namespace {
 
@@ -32,7 +36,10 @@ struct Options {
   ActivityOptions activity;
   PreviewOptions preview;
   DumpOptions dump;
+  DoctorOptions doctor;
   ConsoleOptions console;
+  InspectOptions inspect;
+  completion::Script completionScript = nullptr;
 };
 
 constexpr char kAbout[] = "Serves recorded ZEL3 archives by time.";
@@ -99,7 +106,7 @@ void AddMake(CLI::App* app, Options* options, Run* run) {
   AddDuration(verb, "--interval", &make->intervalSeconds, "from one index entry to the next");
   AddParsed(verb, "--gap", &make->gaps, GapsFromText, "list of gaps",
             "gaps after files, numbered from 0: 1:30m,4:1h; or none")
-      ->type_name("FILE:DURATION,...");
+      ->type_name("none|FILE:DURATION,...");
   AddNumber(verb, "--payload", &make->payloadBytes, "mean bytes of data in an entry");
   AddNumber(verb, "--events", &make->eventsPerHour, "mean number of events in an hour");
   verb->add_option("--name", make->namePrefix, "what the file names begin with");
@@ -137,7 +144,7 @@ void AddSeek(CLI::App* app, Options* options, Run* run) {
   };
   const auto type = AddParsed(verb, "--type", &seek->lookup, lookup, "lookup type (1, 2)",
                               "1: the entry at or before TIME (default); 2: the same as --next")
-                        ->type_name("TYPE");
+                        ->type_name("1|2");
   const auto next = verb->add_flag_callback(
       "--next", [seek] { seek->lookup = Lookup::kNext; },
       "the entry after the one at or before TIME");
@@ -157,7 +164,9 @@ void AddRead(CLI::App* app, Options* options, Run* run) {
   AddTime(verb, "FROM", &read->from, "begins with the entry at or before this time")->required();
   AddTime(verb, "TO", &read->to, "ends before the first entry at or after this time")->required();
   verb->add_option("-o,--output", read->output, "where to write; -: the standard output (default)")
-      ->type_name("FILE");
+      ->type_name("PATH");
+  verb->add_flag("--stop-at-gap", read->stopAtGap, "end where nothing is recorded");
+  AddStyle(verb, &read->style);
 }
 
 void AddEvents(CLI::App* app, Options* options, Run* run) {
@@ -174,10 +183,10 @@ void AddEvents(CLI::App* app, Options* options, Run* run) {
       events->types.push_back(*type);
     }
   };
-  verb->add_option_function<std::vector<std::string>>(
-          "--type", addType, "only events of this type, a name or a number; may be repeated")
+  verb->add_option_function<std::vector<std::string>>("--type", addType,
+                                                      "only events of this type; may be repeated")
       ->allow_extra_args(false)
-      ->type_name("TYPE");
+      ->type_name(CLI::detail::join(event_types::Names(), "|") + "|NUMBER");
   AddNoIndex(verb, &events->missingIndexes);
   AddStyle(verb, &events->style, {"text", "jsonl", "csv", "json"});
 }
@@ -215,6 +224,17 @@ void AddDump(CLI::App* app, Options* options, Run* run) {
   AddStyle(verb, &options->dump.style, {"text", "jsonl"});
 }
 
+void AddDoctor(CLI::App* app, Options* options, Run* run) {
+  CLI::App* const verb =
+      AddVerb(app, "doctor", "what is wrong with archive files and their caches", run,
+              [options] { return RunDoctor(options->host, options->doctor); });
+  AddPath(verb, "SOURCE", &options->doctor.source, "an archive file or a folder of them")
+      ->required();
+  verb->add_flag("--rebuild", options->doctor.rebuild,
+                 "also make caches that are missing or unsound anew; archives are never written");
+  AddStyle(verb, &options->doctor.style);
+}
+
 void AddConsole(CLI::App* app, Options* options, Run* run) {
   ConsoleOptions* const console = &options->console;
   CLI::App* const verb = AddVerb(app, "console", "drive the reader with JSON lines", run,
@@ -224,9 +244,29 @@ void AddConsole(CLI::App* app, Options* options, Run* run) {
   AddParsed(verb, "--bytes", &console->byteLimit, ByteLimitFromText,
             "limit (all, none or a number)",
             "how much of raw data is shown: all (default), none or the first N bytes")
-      ->type_name("LIMIT");
+      ->type_name("all|none|NUMBER");
   verb->add_flag_callback(
       "--no-parser", [options] { options->host.offerParser = false; }, "the host offers no parser");
+}
+
+void AddInspect(CLI::App* app, Options* options, Run* run) {
+  CLI::App* const verb = AddVerb(app, "inspect", "what a plug-in accepts, answers and needs", run,
+                                 [options] { return RunInspect(options->host, options->inspect); });
+  AddPath(verb, "PLUGIN_FILE", &options->inspect.file,
+          "a plug-in; default: the reader and the parser that would be loaded");
+  AddFormat(verb, &options->inspect.format);
+}
+
+void AddCompletion(CLI::App* app, Options* options, Run* run) {
+  CLI::App* const verb =
+      AddVerb(app, "completion", "a script that lets a shell complete commands", run, [options] {
+        std::cout << options->completionScript(DescribeCommandLine());
+        return kExitDone;
+      });
+  AddParsed(verb, "SHELL", &options->completionScript, completion::ScriptFor,
+            "shell (bash, zsh, fish)", "for which shell")
+      ->required()
+      ->type_name("bash|zsh|fish");
 }
 
 void AddHostOptions(CLI::App* app, HostOptions* host) {
@@ -234,6 +274,27 @@ void AddHostOptions(CLI::App* app, HostOptions* host) {
   AddPath(app, "--settings-folder", &host->settingsFolder, "where the host keeps its settings");
   AddPath(app, "--cache-folder", &host->cacheFolder,
           "where the reader keeps its indexes; default: beside the archives");
+}
+
+void AddAll(CLI::App* app, Options* options, Run* run) {
+  app->footer(kTimesAndExitCodes);
+  app->require_subcommand(1);
+  AddHostOptions(app, &options->host);
+  // Behind the options that it goes by.
+  app->set_version_flag("--version", "", "print the versions and which plug-ins would be loaded");
+  AddMake(app, options, run);
+  AddInfo(app, options, run);
+  AddIndex(app, options, run);
+  AddSeek(app, options, run);
+  AddRead(app, options, run);
+  AddEvents(app, options, run);
+  AddActivity(app, options, run);
+  AddPreview(app, options, run);
+  AddDump(app, options, run);
+  AddDoctor(app, options, run);
+  AddConsole(app, options, run);
+  AddInspect(app, options, run);
+  AddCompletion(app, options, run);
 }
 
 Run Printing(const std::string& text) {
@@ -245,30 +306,25 @@ Run Printing(const std::string& text) {
 
 }  // namespace
 
+CommandDescription DescribeCommandLine() {
+  Options options;
+  Run run;
+  CLI::App app(kAbout, "zel3");
+  AddAll(&app, &options, &run);
+  return DescribeApp(app);
+}
+
 std::function<int()> ParseCommandLine(int argc, char** argv) {
   const auto options = std::make_shared<Options>();
   Run run;
   CLI::App app(kAbout, "zel3");
-  app.set_version_flag("--version", "zel3 " ZEL3_VERSION);
-  app.footer(kTimesAndExitCodes);
-  app.require_subcommand(1);
-  AddHostOptions(&app, &options->host);
-  AddMake(&app, options.get(), &run);
-  AddInfo(&app, options.get(), &run);
-  AddIndex(&app, options.get(), &run);
-  AddSeek(&app, options.get(), &run);
-  AddRead(&app, options.get(), &run);
-  AddEvents(&app, options.get(), &run);
-  AddActivity(&app, options.get(), &run);
-  AddPreview(&app, options.get(), &run);
-  AddDump(&app, options.get(), &run);
-  AddConsole(&app, options.get(), &run);
+  AddAll(&app, options.get(), &run);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
     return Printing(app.help());
-  } catch (const CLI::CallForVersion& version) {
-    return Printing(std::string(version.what()) + "\n");
+  } catch (const CLI::CallForVersion&) {
+    return [options] { return RunVersion(options->host); };
   } catch (const CLI::RequiredError& error) {
     const bool verbGiven = !app.get_subcommands().empty();
     throw ToolError(

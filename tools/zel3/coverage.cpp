@@ -2,14 +2,7 @@
 
 #include <algorithm>
 
-namespace {
-
-// Cameras skip an entry now and then; beyond this many steps it is a gap. A change of files takes
-// less time than a gap that people care about.
-constexpr std::uint64_t kMostStepsInAFile = 4;
-constexpr std::uint64_t kMostStepsToTheNextFile = 2;
-
-}  // namespace
+#include "recorded_gap.h"
 
 Coverage::Coverage(ArchiveClient* client, const std::vector<ListedArchive>& archives)
     : mClient(client) {

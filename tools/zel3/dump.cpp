@@ -1,44 +1,13 @@
 #include "dump.h"
 
-#include <algorithm>
-#include <fstream>
 #include <iostream>
 
+#include "archive_scan.h"
 #include "archive_source.h"
-#include "interruption.h"
 #include "record_printer.h"
 #include "tool_error.h"
 
 namespace {
-
-constexpr std::size_t kBlockSize = 65536;
-
-std::uint64_t SizeOf(std::ifstream* file) {
-  file->seekg(0, std::ios::end);
-  const std::streamoff size = file->tellg();
-  file->seekg(0);
-  return size < 0 ? 0 : static_cast<std::uint64_t>(size);
-}
-
-void Parse(const std::string& path, FramingSink& sink) {
-  std::ifstream file(path, std::ios::binary);
-  // What is appended meanwhile is left out, so that a dump into the folder that it reads ends.
-  std::uint64_t left = SizeOf(&file);
-  if (!file) throw ToolError("cannot open " + path);
-  FramingParser parser(sink);
-  std::vector<char> block(kBlockSize);
-  while (left > 0 && file) {
-    interruption::Check();
-    file.read(block.data(),
-              static_cast<std::streamsize>(std::min<std::uint64_t>(left, kBlockSize)));
-    const auto count = static_cast<std::size_t>(file.gcount());
-    parser.Feed(reinterpret_cast<const unsigned char*>(block.data()), count);
-    left -= count;
-    if (!std::cout) throw ToolError("cannot write to the standard output");
-  }
-  if (file.bad()) throw ToolError("cannot read " + path);
-  parser.Finish();
-}
 
 // Whether the file is without damage.
 bool DumpFile(const std::string& path, const OutputStyle& style) {
@@ -53,9 +22,10 @@ bool DumpFile(const std::string& path, const OutputStyle& style) {
     } else {
       record_printer::PrintJson(name, record, style.Times());
     }
+    if (!std::cout) throw ToolError("cannot write to the standard output");
   });
   if (asText) record_printer::PrintTextHeading(name);
-  Parse(path, records);
+  ScanArchive(path, records);
   return whole;
 }
 

@@ -1,15 +1,15 @@
 #include "entry_walk.h"
 
-bool EntryWalk::Visit(std::uint64_t from, std::uint64_t to) {
+EntryWalk::End EntryWalk::Visit(std::uint64_t from, std::uint64_t to) {
   std::optional<FoundEntry> before;
   std::optional<FoundEntry> entry = First(from);
   while (entry && entry->time < to) {
-    if (before && entry->time <= before->time) return false;
-    VisitEntriesOfOneTime(*entry, before);
+    if (before && entry->time <= before->time) return End::kOutOfOrder;
+    if (!VisitEntriesOfOneTime(*entry, before)) return End::kStopped;
     before = entry;
     entry = mClient->Find(entry->time, Lookup::kNext);
   }
-  return true;
+  return End::kReached;
 }
 
 std::optional<FoundEntry> EntryWalk::First(std::uint64_t from) {
@@ -29,7 +29,7 @@ std::optional<FoundEntry> EntryWalk::First(std::uint64_t from) {
   return first && first->time == from ? first : holding;
 }
 
-void EntryWalk::VisitEntriesOfOneTime(const FoundEntry& first,
+bool EntryWalk::VisitEntriesOfOneTime(const FoundEntry& first,
                                       const std::optional<FoundEntry>& before) {
   const FoundEntry last = mClient->Find(first.time, Lookup::kAtOrBefore).value_or(first);
   std::uint32_t next = first.entryNumber;
@@ -37,9 +37,12 @@ void EntryWalk::VisitEntriesOfOneTime(const FoundEntry& first,
     // A later file begins at the very time at which this one ends. Asked by that time the reader
     // would read from the later file, so the entry is asked for by the time of the one before.
     const bool sameFile = before && before->fileNumber == first.fileNumber;
-    mOnEntry(first.fileNumber, first.entryNumber, sameFile ? before->time : first.time);
+    if (!mOnEntry(first.fileNumber, first.entryNumber, sameFile ? before->time : first.time))
+      return false;
     next = 0;
   }
-  for (; next < last.entryNumber; ++next) mOnEntry(last.fileNumber, next, first.time);
-  mOnEntry(last.fileNumber, last.entryNumber, first.time);
+  for (; next < last.entryNumber; ++next) {
+    if (!mOnEntry(last.fileNumber, next, first.time)) return false;
+  }
+  return mOnEntry(last.fileNumber, last.entryNumber, first.time);
 }

@@ -10,22 +10,26 @@
 // reader answers.
 class EntryWalk {
  public:
-  // Gets an entry and a time that lies in its file, for ArchiveClient::Read.
+  // Gets an entry and a time that lies in its file, for ArchiveClient::Read. False ends the walk.
   using OnEntry =
-      std::function<void(std::uint32_t fileNumber, std::uint32_t entryNumber, std::uint64_t time)>;
+      std::function<bool(std::uint32_t fileNumber, std::uint32_t entryNumber, std::uint64_t time)>;
+  enum class End {
+    kReached,
+    kStopped,     // by OnEntry
+    kOutOfOrder,  // the reader's answers do not move forward in time, as in damaged archives
+  };
 
   // Borrows `client`.
   EntryWalk(ArchiveClient* client, OnEntry onEntry)
       : mClient(client), mOnEntry(std::move(onEntry)) {}
 
   // Visits the entry that holds the archive time `from`, or the first one after it where nothing is
-  // recorded, and all later ones whose time is below `to`. False when the walk had to stop early
-  // because the reader's answers do not move forward in time, as in damaged archives.
-  bool Visit(std::uint64_t from, std::uint64_t to);
+  // recorded, and all later ones whose time is below `to`.
+  End Visit(std::uint64_t from, std::uint64_t to);
 
  private:
   std::optional<FoundEntry> First(std::uint64_t from);
-  void VisitEntriesOfOneTime(const FoundEntry& first, const std::optional<FoundEntry>& before);
+  bool VisitEntriesOfOneTime(const FoundEntry& first, const std::optional<FoundEntry>& before);
 
   ArchiveClient* const mClient;
   const OnEntry mOnEntry;

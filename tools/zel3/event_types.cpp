@@ -28,6 +28,12 @@ std::string Name(std::uint8_t type) {
   return fmt::format("0x{:02X}", type);
 }
 
+std::vector<std::string> Names() {
+  std::vector<std::string> names;
+  for (const NamedType& named : kNamedTypes) names.push_back(named.name);
+  return names;
+}
+
 std::optional<std::uint8_t> FromText(const std::string& text) {
   for (const NamedType& named : kNamedTypes) {
     if (named.name == text) return named.type;

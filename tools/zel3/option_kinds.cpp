@@ -13,7 +13,7 @@ CLI::Option* AddPath(CLI::App* app, const std::string& name, std::string* target
   return AddParsed(app, name, target, parse, "path of at most 260 bytes", help)->type_name("PATH");
 }
 
-void AddStyle(CLI::App* app, OutputStyle* style, const std::vector<std::string>& formats) {
+void AddFormat(CLI::App* app, OutputFormat* target, const std::vector<std::string>& formats) {
   const auto format = [formats](const std::string& text) -> std::optional<OutputFormat> {
     if (std::find(formats.begin(), formats.end(), text) == formats.end()) return std::nullopt;
     static const std::map<std::string, OutputFormat> named{{"text", OutputFormat::kText},
@@ -22,16 +22,20 @@ void AddStyle(CLI::App* app, OutputStyle* style, const std::vector<std::string>&
                                                            {"csv", OutputFormat::kCsv}};
     return named.at(text);
   };
+  const std::string names = CLI::detail::join(formats, ", ");
+  AddParsed(app, "--format", target, format, "format (" + names + ")",
+            "default: text, which is for people")
+      ->type_name(CLI::detail::join(formats, "|"));
+}
+
+void AddStyle(CLI::App* app, OutputStyle* style, const std::vector<std::string>& formats) {
+  AddFormat(app, &style->format, formats);
   const auto times = [](const std::string& text) -> std::optional<TimeFormat> {
     if (text == "int") return TimeFormat::kInteger;
     if (text == "iso") return TimeFormat::kIso;
     return std::nullopt;
   };
-  const std::string names = CLI::detail::join(formats, ", ");
-  AddParsed(app, "--format", &style->format, format, "format (" + names + ")",
-            names + "; default: text, which is for people")
-      ->type_name("FORMAT");
   AddParsed(app, "--time-format", &style->askedTimeFormat, times, "time format (int, iso)",
-            "int or iso; default: iso in text, else int")
-      ->type_name("FORMAT");
+            "default: iso in text, else int")
+      ->type_name("int|iso");
 }

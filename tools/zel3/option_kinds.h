@@ -62,6 +62,10 @@ CLI::Option* AddNumber(CLI::App* app, const std::string& name, std::optional<Int
 CLI::Option* AddPath(CLI::App* app, const std::string& name, std::string* target,
                      const std::string& help);
 
-// --format, which offers these formats (text, json, jsonl, csv), and --time-format.
+// --format, which offers these formats: text, json, jsonl, csv.
+void AddFormat(CLI::App* app, OutputFormat* target,
+               const std::vector<std::string>& formats = {"text", "json"});
+
+// --format and --time-format.
 void AddStyle(CLI::App* app, OutputStyle* style,
               const std::vector<std::string>& formats = {"text", "json"});

@@ -10,6 +10,7 @@
 #include "archive_source.h"
 #include "entry_walk.h"
 #include "output_file.h"
+#include "recorded_gap.h"
 #include "tool_error.h"
 
 namespace {
@@ -40,32 +41,118 @@ std::string ChosenOutput(const ReadOptions& options, const std::string& source) 
   return options.output;
 }
 
+struct Gap {
+  std::uint64_t from;
+  std::uint64_t to;
+};
+
+// Tells where nothing is recorded between two entries of a walk.
+class GapWatch {
+ public:
+  // The gap between the entry taken last and this one.
+  std::optional<Gap> Take(std::uint32_t fileNumber, std::uint64_t time) {
+    std::optional<Gap> gap;
+    if (mTaken && time > mTime) {
+      const std::uint64_t mostSteps =
+          fileNumber == mFileNumber ? kMostStepsInAFile : kMostStepsToTheNextFile;
+      if (mStep > 0 && time - mTime > mostSteps * mStep) gap = Gap{mTime, time};
+      if (mStep == 0) mStep = time - mTime;
+    }
+    mTaken = true;
+    mFileNumber = fileNumber;
+    mTime = time;
+    return gap;
+  }
+
+ private:
+  bool mTaken = false;
+  std::uint32_t mFileNumber = 0;
+  std::uint64_t mTime = 0;
+  std::uint64_t mStep = 0;  // the first one between two times
+};
+
+// What has been read.
+struct Summary {
+  std::uint64_t entries = 0;
+  std::uint64_t damaged = 0;  // could not be read
+  std::uint64_t bytes = 0;
+  std::vector<Gap> gaps;
+  EntryWalk::End end = EntryWalk::End::kReached;
+};
+
+const char* Name(EntryWalk::End end) {
+  switch (end) {
+    case EntryWalk::End::kStopped:
+      return "gap";
+    case EntryWalk::End::kOutOfOrder:
+      return "out-of-order";
+    case EntryWalk::End::kReached:
+      break;
+  }
+  return "range";
+}
+
+void TellAsJson(const Summary& summary, bool bytesOnOutput, TimeFormat times) {
+  nlohmann::ordered_json json;
+  json["entries"] = summary.entries;
+  json["damaged"] = summary.damaged;
+  json["bytes"] = summary.bytes;
+  json["end"] = Name(summary.end);
+  json["gaps"] = nlohmann::ordered_json::array();
+  for (const Gap& gap : summary.gaps)
+    json["gaps"].push_back({{"from", TimeJson(gap.from, times)}, {"to", TimeJson(gap.to, times)}});
+  (bytesOnOutput ? std::cerr : std::cout) << JsonText(json) << '\n';
+}
+
+void TellAsText(const Summary& summary, TimeFormat times) {
+  for (const Gap& gap : summary.gaps) {
+    std::cerr << "nothing is recorded from " << TimeText(gap.from, times) << " to "
+              << TimeText(gap.to, times) << '\n';
+  }
+  std::cerr << summary.entries << " entries, " << summary.bytes << " bytes\n";
+  if (summary.damaged > 0)
+    std::cerr << "zel3: " << summary.damaged << " entries could not be read\n";
+  if (summary.end == EntryWalk::End::kStopped) std::cerr << "zel3: stopped at the gap\n";
+  if (summary.end == EntryWalk::End::kOutOfOrder)
+    std::cerr << "zel3: stopped where the entries are out of order\n";
+}
+
 }  // namespace
 
 int RunRead(const HostOptions& host, const ReadOptions& options) {
   if (options.from >= options.to) throw ToolError("FROM must be before TO", kExitUsage);
   const std::string source = archive_source::Locate(options.source);
-  OutputFile output(ChosenOutput(options, source));
+  const std::string target = ChosenOutput(options, source);
+  OutputFile output(target);
   ProgressBar progress;
   ArchiveClient client(host, source, &progress);
 
-  std::uint64_t entries = 0;
-  std::uint64_t damaged = 0;
+  Summary summary;
+  GapWatch watch;
   EntryWalk walk(&client,
                  [&](std::uint32_t fileNumber, std::uint32_t entryNumber, std::uint64_t time) {
+                   if (const std::optional<Gap> gap = watch.Take(fileNumber, time)) {
+                     summary.gaps.push_back(*gap);
+                     if (options.stopAtGap) return false;
+                   }
                    const auto bytes = client.Read(fileNumber, entryNumber, time);
-                   ++entries;
+                   ++summary.entries;
                    if (bytes && !bytes->empty()) {
                      output.Write(*bytes);
                    } else {
-                     ++damaged;
+                     ++summary.damaged;
                    }
+                   return true;
                  });
-  const bool complete = walk.Visit(options.from, options.to);
-  if (entries == 0) client.FailWithNothing();
+  summary.end = walk.Visit(options.from, options.to);
+  if (summary.entries == 0) client.FailWithNothing();
   output.Finish();
-  std::cerr << entries << " entries, " << output.BytesWritten() << " bytes\n";
-  if (damaged > 0) std::cerr << "zel3: " << damaged << " entries could not be read\n";
-  if (!complete) std::cerr << "zel3: stopped where the entries are out of order\n";
-  return damaged == 0 && complete ? kExitDone : kExitDamaged;
+  summary.bytes = output.BytesWritten();
+  if (options.style.format == OutputFormat::kJson) {
+    TellAsJson(summary, target == "-", options.style.Times());
+  } else {
+    TellAsText(summary, options.style.Times());
+  }
+  const bool whole = summary.damaged == 0 && summary.end != EntryWalk::End::kOutOfOrder;
+  return whole ? kExitDone : kExitDamaged;
 }

@@ -1,0 +1,335 @@
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "archive_writer.h"
+#include "program.h"
+#include "sample_archive.h"
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+class Doctor : public ProgramTest {
+ protected:
+  Json Examine(const std::string& path, const Arguments& options = {}) {
+    Arguments arguments{"doctor", path, "--format", "json"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    mResult = Run(arguments);
+    return Json::parse(mResult.out);
+  }
+
+  // "severity kind file", each with the numbers that it has: "@position +bytes".
+  static std::vector<std::string> Findings(const Json& report) {
+    std::vector<std::string> lines;
+    for (const Json& finding : report["findings"]) {
+      std::string line = finding["severity"].get<std::string>() + " " +
+                         finding["kind"].get<std::string>() + " " +
+                         finding["file"].get<std::string>();
+      if (!finding["position"].is_null()) line += " @" + finding["position"].dump();
+      if (!finding["bytes"].is_null()) line += " +" + finding["bytes"].dump();
+      lines.push_back(line);
+    }
+    return lines;
+  }
+  std::vector<std::string> FindingsIn(const std::string& path, const Arguments& options = {}) {
+    return Findings(Examine(path, options));
+  }
+
+  // An archive with entries at these index times, each with a block of 100 bytes.
+  std::string Write(const std::string& name, const std::vector<std::uint32_t>& times,
+                    std::int16_t firstIndexDelta = kFirstIndexDelta) {
+    const std::string path = *this / name;
+    ArchiveHeader header = OneStreamHeader();
+    header.firstIndexDelta = firstIndexDelta;
+    ArchiveWriter writer(path);
+    writer.WriteHeader(header);
+    mPositions.clear();
+    const Bytes payload(100, 7);
+    for (const std::uint32_t time : times) {
+      mPositions.push_back(writer.Position());
+      writer.WriteIndex({time, 0, 0});
+      writer.WriteData(1, 3, payload.data(), payload.size());
+    }
+    mSize = writer.Position();
+    writer.Close();
+    return path;
+  }
+
+  std::string At(std::size_t entry) const { return " @" + std::to_string(mPositions[entry]); }
+
+  void Overwrite(const std::string& path, std::uint64_t position, const Bytes& bytes) const {
+    Bytes file = ReadFile(path);
+    std::copy(bytes.begin(), bytes.end(), file.begin() + static_cast<std::ptrdiff_t>(position));
+    WriteFile(path, file);
+  }
+
+  ProgramResult mResult;
+  std::vector<std::uint64_t> mPositions;  // of the entries written last
+  std::uint64_t mSize = 0;
+};
+
+}  // namespace
+
+TEST_F(Doctor, FindsNothingInAGoodArchive) {
+  const std::string path = Write("a.zel3", {10, 20, 30});
+  const Json report = Examine(path);
+  EXPECT_EQ(mResult.exitCode, 0);
+  EXPECT_EQ(report["source"], path);
+  EXPECT_THAT(report["findings"], IsEmpty());
+  EXPECT_EQ(
+      report["files"].dump(),
+      R"([{"bytes":)" + std::to_string(mSize) +
+          R"(,"cache":"none","endTime":30000,"entries":3,"name":"a.zel3","startTime":10000}])");
+}
+
+TEST_F(Doctor, TellsWhatIsNoArchive) {
+  WriteFile(*this / "long.zel3", std::string(500, 'x'));
+  WriteFile(*this / "short.zel3", "too short");
+  WriteFile(*this / "empty.zel3", "");
+  EXPECT_THAT(FindingsIn(Folder()),
+              ElementsAre("error too-small empty.zel3", "error damage long.zel3 @0 +500",
+                          "error no-header long.zel3", "error damage short.zel3 @0 +9",
+                          "error too-small short.zel3"));
+  EXPECT_EQ(mResult.exitCode, 3);
+}
+
+TEST_F(Doctor, AnArchiveWithoutEntriesHoldsNoTime) {
+  EXPECT_THAT(FindingsIn(Write("a.zel3", {})),
+              ElementsAre("warning first-index-place a.zel3 @0", "error no-index a.zel3"));
+}
+
+TEST_F(Doctor, TellsWhereDamageIsAndHowMuch) {
+  const std::string path = Write("a.zel3", {10, 20, 30, 40});
+  // The index record of the second entry: its data is lost, too.
+  Overwrite(path, mPositions[1], Bytes(13, 0xEE));
+  EXPECT_THAT(FindingsIn(path), ElementsAre("error damage a.zel3" + At(1) + " +117"));
+  EXPECT_EQ(mResult.exitCode, 3);
+}
+
+TEST_F(Doctor, TellsAHeadThatFoldersDoNotOpenBy) {
+  EXPECT_THAT(FindingsIn(Write("a.zel3", {10, 20}, kFirstIndexDelta + 1)),
+              ElementsAre("warning first-index-place a.zel3 @0"));
+  const Bytes good = ReadFile(Write("b.zel3", {10, 20}));
+  WriteFile(*this / "c.zel3", Bytes(65532, 0xEE) + good);
+  EXPECT_THAT(FindingsIn(*this / "c.zel3"),
+              ElementsAre("error damage c.zel3 @0 +65532", "warning late-header c.zel3 @65532"));
+}
+
+TEST_F(Doctor, OlderFilesHaveNoHeadToOpenBy) {
+  EXPECT_THAT(FindingsIn(Write("a.zel", {10, 20}, kFirstIndexDelta + 1)), IsEmpty());
+}
+
+TEST_F(Doctor, TellsATailThatIsCutOff) {
+  const std::string path = Write("a.zel3", {10, 20});
+  fs::resize_file(path, mSize - 60);
+  EXPECT_THAT(FindingsIn(path),
+              ElementsAre("warning cut-off a.zel3 @" + std::to_string(mSize - 104) + " +44"));
+}
+
+TEST_F(Doctor, TellsTimesThatRunBackwardsAndGaps) {
+  const std::string path = Write("a.zel3", {10, 20, 15, 55, 96, 96, 96});
+  const Json report = Examine(path);
+  EXPECT_THAT(Findings(report),
+              ElementsAre("warning backwards a.zel3" + At(2), "note gap a.zel3" + At(4),
+                          "note same-time a.zel3" + At(5)));
+  EXPECT_EQ(report["findings"][0]["time"], 20000);
+  EXPECT_EQ(report["findings"][0]["endTime"], 15000);
+  EXPECT_EQ(report["findings"][1]["time"], 55000);
+  EXPECT_EQ(report["findings"][1]["endTime"], 96000);
+  EXPECT_EQ(report["findings"][2]["text"], "2 entries with the time of the one before");
+}
+
+TEST_F(Doctor, TellsHowFilesFollowEachOther) {
+  Write("a.zel3", {10, 20, 30});
+  Write("b.zel3", {50, 60, 70});
+  EXPECT_THAT(FindingsIn(Folder()), IsEmpty()) << "two steps are no gap";
+  Write("b.zel3", {51, 61, 71});
+  Write("c.zel3", {65, 75, 85});
+  const Json report = Examine(Folder());
+  EXPECT_THAT(Findings(report), ElementsAre("note gap b.zel3", "warning overlap c.zel3"));
+  EXPECT_EQ(report["findings"][0]["time"], 30000);
+  EXPECT_EQ(report["findings"][0]["endTime"], 51000);
+  EXPECT_EQ(report["findings"][1]["time"], 65000);
+  EXPECT_EQ(report["findings"][1]["endTime"], 71000);
+}
+
+TEST_F(Doctor, OfManyFindingsOfAKindTellsAHundredAndTheSum) {
+  std::vector<std::uint32_t> times;
+  for (std::uint32_t i = 0; i < 252; ++i) times.push_back(i % 2 == 0 ? 20 : 10);
+  const Json report = Examine(Write("a.zel3", times));
+  ASSERT_EQ(report["findings"].size(), 101U);
+  EXPECT_EQ(report["findings"][100]["text"], "26 more of this kind");
+}
+
+TEST_F(Doctor, TheSampleIsSoundWithAndWithoutCaches) {
+  const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
+  const std::string gap =
+      "note gap " + fs::path(SampleFile(Folder(), truth, 1)).filename().string();
+  EXPECT_THAT(FindingsIn(Folder()), ElementsAre(gap));
+  ASSERT_EQ(Run({"index", Folder()}).exitCode, 0);
+  const Json report = Examine(Folder());
+  EXPECT_THAT(Findings(report), ElementsAre(gap));
+  for (const Json& file : report["files"]) EXPECT_EQ(file["cache"], "sound");
+}
+
+TEST_F(Doctor, ComparesACacheWithItsArchive) {
+  const std::string path = Write("a.zel3", {10, 20, 30, 40});
+  ASSERT_EQ(Run({"index", path}).exitCode, 0);
+  const Bytes id3 = ReadFile(*this / "a.id3");
+  const Bytes hdr = ReadFile(*this / "a.hdr");
+  ASSERT_EQ(id3.size(), 4 * 24U);
+  Bytes otherTime = id3;
+  otherTime[24 + 4] ^= 1;
+  Bytes otherPlace = id3;
+  otherPlace[2 * 24 + 8] ^= 1;
+  const struct {
+    const char* what;
+    const char* name;
+    Bytes bytes;
+    std::vector<std::string> findings;
+    const char* text;
+  } cases[] = {
+      {"as it was", "a.id3", id3, {}, ""},
+      {"another time", "a.id3", otherTime, {"warning cache-mismatch a.id3"}, "entry 1 is another"},
+      {"another place",
+       "a.id3",
+       otherPlace,
+       {"warning cache-mismatch a.id3"},
+       "entry 2 is another"},
+      {"an entry less",
+       "a.id3",
+       Part(id3, 0, 72),
+       {"warning cache-mismatch a.id3"},
+       "holds 3 entries, the archive 4"},
+      {"an entry more",
+       "a.id3",
+       id3 + Part(id3, 0, 24),
+       {"warning cache-mismatch a.id3"},
+       "holds 5 entries, the archive 4"},
+      {"half an entry more",
+       "a.id3",
+       id3 + Part(id3, 0, 12),
+       {"warning cache-damaged a.id3"},
+       "ends within a record"},
+      {"no header",
+       "a.hdr",
+       {},
+       {"warning cache-mismatch a.hdr"},
+       "holds 0 headers, the archive 1"},
+      {"half a header",
+       "a.hdr",
+       Part(hdr, 0, 4),
+       {"warning cache-damaged a.hdr", "warning cache-mismatch a.hdr"},
+       "ends within a record"},
+      {"an event of nowhere",
+       "a.evt",
+       Bytes{1, 0, 0, 0, 2, 0, 0, 0, 1, 0x80, 'x', 0},
+       {"warning cache-mismatch a.evt"},
+       "holds 1 events, the archive 0"},
+      {"events cut off",
+       "a.evt",
+       Bytes{1, 0, 0, 0, 2, 0, 0, 0, 1, 0x80, 'x'},
+       {"warning cache-damaged a.evt"},
+       "is cut off or holds what is no event"},
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.what);
+    WriteFile(*this / "a.id3", id3);
+    WriteFile(*this / "a.hdr", hdr);
+    WriteFile(*this / "a.evt", Bytes());
+    WriteFile(*this / row.name, row.bytes);
+    const Json report = Examine(path);
+    EXPECT_EQ(Findings(report), row.findings);
+    EXPECT_EQ(report["files"][0]["cache"], row.findings.empty() ? "sound" : "unsound");
+    if (!row.findings.empty()) {
+      EXPECT_THAT(report["findings"][0]["text"].get<std::string>(), HasSubstr(row.text));
+    }
+    EXPECT_EQ(mResult.exitCode, row.findings.empty() ? 0 : 3);
+  }
+}
+
+TEST_F(Doctor, TellsACacheThatIsNotWhole) {
+  const std::string path = Write("a.zel3", {10, 20});
+  ASSERT_EQ(Run({"index", path}).exitCode, 0);
+  WriteFile(*this / "a.evt.unfinished.evt", "half");
+  EXPECT_THAT(FindingsIn(path), ElementsAre("warning cache-leftover a.evt.unfinished.evt"));
+  fs::remove(*this / "a.evt.unfinished.evt");
+  fs::remove(*this / "a.evt");
+  EXPECT_THAT(FindingsIn(path), ElementsAre("warning cache-incomplete a.id3"));
+}
+
+TEST_F(Doctor, LooksIntoTheCacheFolder) {
+  const std::string path = Write("a.zel3", {10, 20});
+  SetModificationTime(path, 1367935389);
+  const std::string cache = *this / "cache";
+  fs::create_directory(cache);
+  const Arguments options{"--cache-folder", cache};
+  ASSERT_EQ(Run({"index", path, "--cache-folder", cache}).exitCode, 0);
+  EXPECT_EQ(Examine(path, options)["files"][0]["cache"], "sound");
+  EXPECT_EQ(Examine(path)["files"][0]["cache"], "none");
+  fs::remove(cache + "/13.05.07 14-03-09 a.hdr");
+  EXPECT_THAT(FindingsIn(path, options),
+              ElementsAre("warning cache-incomplete 13.05.07 14-03-09 a.id3"));
+}
+
+TEST_F(Doctor, MakesUnsoundAndMissingCachesAnew) {
+  for (const char* const name : {"a.zel3", "b.zel3", "c.zel3"}) {
+    const std::uint32_t start = 100U * static_cast<unsigned char>(name[0]);
+    ASSERT_EQ(Run({"index", Write(name, {start, start + 10, start + 20})}).exitCode, 0);
+  }
+  fs::remove(*this / "b.id3");
+  Bytes wrong = ReadFile(*this / "c.id3");
+  wrong[8] ^= 1;
+  WriteFile(*this / "c.id3", wrong);
+  const Bytes archive = ReadFile(*this / "c.zel3");
+  const fs::file_time_type kept = fs::last_write_time(*this / "a.id3");
+
+  EXPECT_THAT(FindingsIn(Folder(), {"--rebuild"}),
+              UnorderedElementsAre("warning cache-incomplete b.id3", "warning cache-mismatch c.id3",
+                                   "note gap b.zel3", "note gap c.zel3"));
+  EXPECT_EQ(mResult.exitCode, 3) << "something was found";
+  EXPECT_THAT(mResult.err, HasSubstr("2 caches made anew, 1 kept, 0 files cannot be indexed"));
+  for (const Json& file : Examine(Folder())["files"]) EXPECT_EQ(file["cache"], "sound");
+  EXPECT_EQ(fs::last_write_time(*this / "a.id3"), kept);
+  EXPECT_EQ(ReadFile(*this / "c.zel3"), archive);
+}
+
+// The archive stands under the very name of its cache file.
+TEST_F(Doctor, NeverRemovesAnArchive) {
+  const std::string path = *this / "cam.evt";
+  fs::rename(Write("a.zel3", {10, 20}), path);
+  const Bytes archive = ReadFile(path);
+  WriteFile(*this / "cam.id3", "no records");
+  FindingsIn(path, {"--rebuild"});
+  EXPECT_EQ(ReadFile(path), archive);
+}
+
+TEST_F(Doctor, TextIsATableAndASum) {
+  Write("a.zel3", {10, 20, 30});
+  Write("b\x1b.zel3", {51, 61, 71});
+  const ProgramResult result = Run({"doctor", Folder()});
+  EXPECT_EQ(result.exitCode, 3);
+  EXPECT_THAT(
+      LinesOf(result.out),
+      ElementsAre(
+          "severity  kind  file          position  bytes  text",
+          "note      gap   b\\u001b.zel3  -         -      nothing is recorded since a.zel3 "
+          "(1970-01-01T00:00:30.000Z to 1970-01-01T00:00:51.000Z)",
+          "2 files: 0 errors, 0 warnings, 1 note"));
+  EXPECT_EQ(result.err, "");
+  EXPECT_THAT(LinesOf(Run({"doctor", *this / "a.zel3"}).out),
+              ElementsAre("1 file: 0 errors, 0 warnings, 0 notes"));
+}
+
+TEST_F(Doctor, WithoutAnArchiveFails) {
+  EXPECT_EQ(Run({"doctor", Folder()}).exitCode, 1);
+  EXPECT_EQ(Run({"doctor", *this / "missing"}).exitCode, 1);
+}

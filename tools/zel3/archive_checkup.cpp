@@ -1,0 +1,163 @@
+#include "archive_checkup.h"
+
+#include <fmt/format.h>
+
+#include <fstream>
+
+#include "archive_scan.h"
+#include "archive_source.h"
+#include "byte_cursor.h"
+#include "recorded_gap.h"
+#include "tool_error.h"
+
+namespace {
+
+// A reader opens no smaller file.
+constexpr std::uint64_t kSmallestArchive = 16;
+// How much of a file a reader searches for its first header.
+constexpr std::uint64_t kHead = 65535;
+
+bool HasSuffix(const std::string& path, const std::string& suffix) {
+  return path.size() >= suffix.size() &&
+         std::equal(suffix.rbegin(), suffix.rend(), path.rbegin(),
+                    [](char one, char other) { return one == std::tolower(other); });
+}
+
+// Whether an index marker stands at a place of a file.
+bool HasIndexMarkerAt(const std::string& path, std::int64_t place) {
+  unsigned char bytes[kMarkerSize] = {};
+  std::ifstream file(path, std::ios::binary);
+  if (place < 0 || !file.seekg(place)) return false;
+  file.read(reinterpret_cast<char*>(bytes), sizeof(bytes));
+  return file && LoadLittleEndian<std::uint32_t>(bytes) == kIndexMarker;
+}
+
+// Notes what a parser finds.
+class ArchiveCheckup : public FramingSink {
+ public:
+  ArchiveCheckup(const std::string& path, const std::string& cacheFolder, Findings* findings)
+      : mPath(path), mCache(path, cacheFolder), mFindings(findings) {
+    mFacts.path = path;
+  }
+
+  void OnHeader(std::uint64_t position, const ArchiveHeader& header) override {
+    mCache.OnHeader(position);
+    if (mHasHeader) return;
+    mHasHeader = true;
+    CheckFirstHeader(position, header);
+  }
+
+  void OnIndex(std::uint64_t position, const IDX_T& index) override {
+    mCache.OnIndex(position, index);
+    const std::uint64_t time = ArchiveTime(index.time);
+    if (mFacts.entries == 0) mFacts.startTime = mFacts.endTime = time;
+    if (mFacts.entries == 1 && time > mLastTime) mFacts.step = time - mLastTime;
+    if (mFacts.entries > 0) CheckStep(position, time);
+    mFacts.startTime = std::min(mFacts.startTime, time);
+    mFacts.endTime = std::max(mFacts.endTime, time);
+    mLastTime = time;
+    ++mFacts.entries;
+  }
+
+  void OnData(std::uint64_t /*position*/, const DATA_T& head, const unsigned char* /*payload*/,
+              Tag /*kind*/) override {
+    if (IsEventType(head.type)) mCache.OnEvent();
+  }
+
+  void OnDamage(std::uint64_t position, std::uint64_t bytes) override {
+    Finding finding = About(Severity::kError, "damage", "makes no sense and is passed over");
+    finding.position = position;
+    finding.bytes = bytes;
+    mFindings->Add(finding);
+  }
+
+  void OnCutOff(std::uint64_t position, std::uint64_t bytes) override {
+    Finding finding = About(Severity::kWarning, "cut-off", "the last record is not whole");
+    finding.position = position;
+    finding.bytes = bytes;
+    mFindings->Add(finding);
+  }
+
+  ArchiveFacts Finish(std::uint64_t bytes) {
+    mFacts.bytes = bytes;
+    if (bytes < kSmallestArchive) {
+      mFindings->Add(About(Severity::kError, "too-small", "readers leave so small a file out"));
+    } else if (!mHasHeader) {
+      mFindings->Add(About(Severity::kError, "no-header", "without a header nothing can be read"));
+    } else if (mFacts.entries == 0) {
+      mFindings->Add(
+          About(Severity::kError, "no-index", "without an index record no time can be found"));
+    }
+    if (mSameTimes > 0) {
+      Finding finding =
+          About(Severity::kNote, "same-time",
+                fmt::format("{} entries with the time of the one before", mSameTimes));
+      finding.position = mFirstSameTime;
+      mFindings->Add(finding);
+    }
+    mFacts.cache = mCache.Finish(mFindings);
+    return mFacts;
+  }
+
+ private:
+  void CheckFirstHeader(std::uint64_t position, const ArchiveHeader& header) {
+    // Older files are never opened by their first and last index records.
+    if (!HasSuffix(mPath, ".zel3")) return;
+    const std::int64_t place = header.length + header.firstIndexDelta;
+    const bool isLate = position + kMarkerSize > kHead;
+    if (!isLate && HasIndexMarkerAt(mPath, place)) return;
+    Finding finding =
+        isLate ? About(Severity::kWarning, "late-header", "folders open without this file")
+               : About(Severity::kWarning, "first-index-place",
+                       fmt::format("names byte {}, where no index record is; folders open without "
+                                   "this file",
+                                   place));
+    finding.position = position;
+    mFindings->Add(finding);
+  }
+
+  void CheckStep(std::uint64_t position, std::uint64_t time) {
+    if (time == mLastTime) {
+      if (mSameTimes++ == 0) mFirstSameTime = position;
+      return;
+    }
+    const bool isBackwards = time < mLastTime;
+    const bool isGap = mFacts.step > 0 && time - mLastTime > kMostStepsInAFile * mFacts.step;
+    if (!isBackwards && !isGap) return;
+    Finding finding = isBackwards ? About(Severity::kWarning, "backwards", "time runs backwards")
+                                  : About(Severity::kNote, "gap", "nothing is recorded");
+    finding.position = position;
+    finding.time = mLastTime;
+    finding.endTime = time;
+    mFindings->Add(finding);
+  }
+
+  Finding About(Severity severity, const char* kind, const std::string& text) const {
+    return {severity, kind, archive_source::FileName(mPath), text};
+  }
+
+  const std::string mPath;
+  CacheCheckup mCache;
+  Findings* const mFindings;
+  ArchiveFacts mFacts;
+  bool mHasHeader = false;
+  std::uint64_t mLastTime = 0;
+  std::uint64_t mSameTimes = 0;
+  std::uint64_t mFirstSameTime = 0;
+};
+
+}  // namespace
+
+ArchiveFacts CheckArchive(const std::string& path, const std::string& cacheFolder,
+                          Findings* findings) {
+  ArchiveCheckup checkup(path, cacheFolder, findings);
+  try {
+    return checkup.Finish(ScanArchive(path, checkup));
+  } catch (const ToolError& error) {
+    if (error.Code() == kExitInterrupted) throw;
+    findings->Add({Severity::kError, "unreadable", archive_source::FileName(path), error.what()});
+    ArchiveFacts unread;
+    unread.path = path;
+    return unread;
+  }
+}

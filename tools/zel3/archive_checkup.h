@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "cache_checkup.h"
+#include "finding.h"
+#include "framing_parser.h"
+
+// What one pass over an archive file has told. Times are archive times.
+struct ArchiveFacts {
+  std::string path;
+  std::uint64_t bytes = 0;
+  std::uint64_t entries = 0;
+  std::uint64_t startTime = 0;  // the earliest and the latest; of no meaning without entries
+  std::uint64_t endTime = 0;
+  std::uint64_t step = 0;  // from the first entry to the second; 0 where there is none
+  CacheState cache = CacheState::kNone;
+};
+
+// Goes through one archive file and its cache files. Neither is changed. A file that cannot be read
+// is a finding, too. Throws ToolError when the user interrupts.
+ArchiveFacts CheckArchive(const std::string& path, const std::string& cacheFolder,
+                          Findings* findings);

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+enum class Severity { kNote, kWarning, kError };
+
+// Something about an archive that its owner may want to know.
+struct Finding {
+  Severity severity;
+  std::string kind;  // one word, for programs: "damage"
+  std::string file;  // its bare name
+  std::string text;  // for people; may quote texts from outside as they are
+  std::optional<std::uint64_t> position = {};  // in the file
+  std::optional<std::uint64_t> bytes = {};
+  std::optional<std::uint64_t> time = {};  // archive times: from when to when
+  std::optional<std::uint64_t> endTime = {};
+};
+
+// Findings in the order in which they were made. Of one kind in one file only so many are kept one
+// by one; what follows is counted, since a damaged disk has thousands.
+class Findings {
+ public:
+  void Add(Finding finding);
+
+  // Those that were kept, then one for each kind and file of which there were more.
+  std::vector<Finding> All() const;
+
+ private:
+  struct Surplus {
+    Finding last = {};
+    std::uint64_t count = 0;
+    std::uint64_t bytes = 0;
+  };
+
+  std::vector<Finding> mKept;
+  std::map<std::string, int> mCounts;  // by file and kind
+  std::map<std::string, Surplus> mSurplus;
+};
