@@ -1,0 +1,45 @@
+# What `cmake --install` puts where: the program with all that it loads (component runtime), and what bricks and hosts
+# are built with (component sdk). Nothing that is installed names a folder of its own place or of the build: the tree
+# may be moved.
+include(CMakePackageConfigHelpers)
+set(zel3_sdk_headers ${CMAKE_INSTALL_INCLUDEDIR}/zel3-brick-sdk)
+set(zel3_sdk_package ${CMAKE_INSTALL_LIBDIR}/cmake/Zel3BrickSdk)
+
+set_target_properties(zel3 PROPERTIES INSTALL_RPATH $ORIGIN/../${CMAKE_INSTALL_LIBDIR})
+install(TARGETS zel3 COMPONENT runtime)
+install(TARGETS zel3reader zel3parser LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/zel3 COMPONENT runtime)
+install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime
+        FILES_MATCHING PATTERN *.md PATTERN man EXCLUDE)
+if(TARGET man_page)
+  install(FILES ${CMAKE_BINARY_DIR}/man/zel3.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
+endif()
+
+set_target_properties(zel3_blocks PROPERTIES EXPORT_NAME blocks)
+install(TARGETS brick_sdk zel3_blocks brickhost EXPORT Zel3BrickSdk
+        LIBRARY COMPONENT runtime NAMELINK_COMPONENT sdk
+        ARCHIVE COMPONENT sdk
+        INCLUDES DESTINATION ${zel3_sdk_headers})
+install(DIRECTORY ${BRICK_SDK_DIR}/ blocks/ DESTINATION ${zel3_sdk_headers} COMPONENT sdk FILES_MATCHING PATTERN *.h)
+install(FILES
+          host/runtime/brick_plugins.h host/runtime/host_export.h host/runtime/pipeline.h host/runtime/settings_folder.h
+        DESTINATION ${zel3_sdk_headers} COMPONENT sdk)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/zel3-brick-sdk COMPONENT sdk
+        PATTERN build EXCLUDE)
+
+# For builds with CMake.
+write_basic_package_version_file(Zel3BrickSdkConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(EXPORT Zel3BrickSdk FILE Zel3BrickSdkTargets.cmake NAMESPACE Zel3:: DESTINATION ${zel3_sdk_package}
+        COMPONENT sdk)
+install(FILES
+          cmake/Zel3BrickSdkConfig.cmake cmake/qt_core.cmake ${CMAKE_BINARY_DIR}/Zel3BrickSdkConfigVersion.cmake
+        DESTINATION ${zel3_sdk_package} COMPONENT sdk)
+if(CMAKE_TOOLCHAIN_FILE)
+  install(FILES ${CMAKE_TOOLCHAIN_FILE} DESTINATION ${zel3_sdk_package} COMPONENT sdk)
+endif()
+
+# For all other builds.
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
+           OUTPUT_VARIABLE prefix_from_pc_file)
+configure_file(cmake/zel3-brick-sdk.pc.in zel3-brick-sdk.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/zel3-brick-sdk.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT sdk)

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <brick.h>
+#include <commands.h>
+#include <four_cc.h>
+#include <notifications.h>
+
+#include <map>
+#include <string>
+
+// A brick at the end of a chain: asks for every entry of an archive and counts what arrives, by the
+// four characters of its tag, notifications by those of their kind.
+class CountingBrick final : public CBrick {
+ public:
+  // Asks for the list of archives. What follows happens while the pipeline runs.
+  void Start() { SendCmd(ArchivesRequestBlock::New()); }
+
+  const std::map<std::string, int>& Counts() const { return mCounts; }
+
+ private:
+  int onData(cMemBlock const& block) override {
+    ++mCounts[FourCcText(block.GetType())];
+    return 1;
+  }
+
+  // The list of archives tells when the first one starts.
+  int onCtrl(cMemBlock& block) override {
+    ++mCounts[FourCcText(block.GetType())];
+    if (block.GetType() != tag::kArchives) return 1;
+    const ArchivesBlock list = ArchivesBlock::View(block);
+    if (list.GetExtraSize() < sizeof(TArchiveEntry)) return 1;
+    AskForEntry(list.Record().Archives()[0].startTime, kAtOrBefore);
+    return 1;
+  }
+
+  // The reader has found an entry. The parser, which stands between, asks for its bytes, so that
+  // its records arrive by themselves; here the entry after it is asked for.
+  int onNotify(cMemBlock const& block) override {
+    const NotifyBlock notification = NotifyBlock::View(block);
+    if (!notification.HoldsRecord()) return 1;
+    ++mCounts[FourCcText(notification.Record().kind)];
+    const ChunkAnswerBlock answer = ChunkAnswerBlock::View(block);
+    if (notification.Record().kind != tag::kChunkAnswer || !answer.HoldsRecord()) return 1;
+    const TZEL3ChunkInfo entry = answer.Record().info;
+    if (entry.indexId != kNoIndexId) AskForEntry(entry.time, kNeighbour);
+    return 1;
+  }
+
+  void AskForEntry(std::uint64_t time, std::uint32_t type) {
+    ChunkRequestBlock request = ChunkRequestBlock::New();
+    request.Record().time = time;
+    request.Record().type = type;
+    SendCmd(request);
+  }
+
+  std::map<std::string, int> mCounts;
+};

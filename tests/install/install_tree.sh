@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# Installs the build and moves what was installed to PREFIX: it must not matter where that is.
+#   install_tree.sh CMAKE BUILD SOURCES PREFIX LIBRARIES VERSION
+set -euo pipefail
+cmake=$1 build=$2 sources=$3 prefix=$4 libraries=$5 version=$6
+
+rm -rf "$prefix" "$prefix.first"
+"$cmake" --install "$build" --strip --prefix "$prefix.first" >/dev/null
+mv "$prefix.first" "$prefix"
+
+echo 'Programs and libraries are where they belong:'
+diff <(cd "$prefix" && find bin "$libraries" ! -type d ! -path '*/cmake/*' | LC_ALL=C sort) - <<FILES
+bin/zel3
+$libraries/libbrickhost.so
+$libraries/libbrickhost.so.0
+$libraries/libbrickhost.so.$version
+$libraries/libzel3_blocks.a
+$libraries/pkgconfig/zel3-brick-sdk.pc
+$libraries/zel3/zel3parser.so
+$libraries/zel3/zel3reader.so
+FILES
+
+echo 'No file names a folder of the build:'
+for folder in "$sources" "$build" "$prefix.first"; do
+  if grep -rlF "$folder" "$prefix"; then exit 1; fi
+done
