@@ -15,6 +15,22 @@ if(TARGET man_page)
   install(FILES ${CMAKE_BINARY_DIR}/man/zel3.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
 endif()
 
+# What completes commands, where each shell looks for it.
+function(zel3_install_completion shell folder name)
+  set(script ${CMAKE_BINARY_DIR}/completions/${shell})
+  add_custom_command(
+    OUTPUT ${script}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_BINARY_DIR}/completions
+    COMMAND zel3 completion ${shell} > ${script}
+    DEPENDS zel3
+    VERBATIM)
+  add_custom_target(completion_${shell} ALL DEPENDS ${script})
+  install(FILES ${script} DESTINATION ${CMAKE_INSTALL_DATADIR}/${folder} RENAME ${name} COMPONENT runtime)
+endfunction()
+zel3_install_completion(bash bash-completion/completions zel3)
+zel3_install_completion(zsh zsh/vendor-completions _zel3)
+zel3_install_completion(fish fish/vendor_completions.d zel3.fish)
+
 set_target_properties(zel3_blocks PROPERTIES EXPORT_NAME blocks)
 install(TARGETS brick_sdk zel3_blocks brickhost EXPORT Zel3BrickSdk
         LIBRARY COMPONENT runtime NAMELINK_COMPONENT sdk

@@ -9,7 +9,7 @@ rm -rf "$prefix" "$prefix.first"
 mv "$prefix.first" "$prefix"
 
 echo 'Programs and libraries are where they belong:'
-diff <(cd "$prefix" && find bin "$libraries" ! -type d ! -path '*/cmake/*' | LC_ALL=C sort) - <<FILES
+diff <(cd "$prefix" && find bin "$libraries" share ! -type d ! -path '*/cmake/*' ! -path '*/doc/*' | LC_ALL=C sort) - <<FILES
 bin/zel3
 $libraries/libbrickhost.so
 $libraries/libbrickhost.so.0
@@ -18,6 +18,10 @@ $libraries/libzel3_blocks.a
 $libraries/pkgconfig/zel3-brick-sdk.pc
 $libraries/zel3/zel3parser.so
 $libraries/zel3/zel3reader.so
+share/bash-completion/completions/zel3
+share/fish/vendor_completions.d/zel3.fish
+share/man/man1/zel3.1
+share/zsh/vendor-completions/_zel3
 FILES
 
 echo 'No file names a folder of the build:'
