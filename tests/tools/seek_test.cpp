@@ -1,10 +1,13 @@
 #include <gmock/gmock.h>
 
+#include <nlohmann/json.hpp>
+
 #include "program.h"
 #include "sample_archive.h"
 
 using testing::ElementsAre;
 using testing::MatchesRegex;
+using Json = nlohmann::json;
 
 namespace {
 
@@ -76,6 +79,74 @@ TEST_F(Seek, TextIsATable) {
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_THAT(LinesOf(result.out),
               ElementsAre("file  entry  time", "1     1      2024-05-01T00:01:40.000Z"));
+}
+
+TEST_F(Seek, ExplainsByWhichRuleAnEntryAnswers) {
+  const struct {
+    std::uint32_t second;
+    Arguments options;
+    const char* rule;
+    std::size_t file;
+    std::size_t entry;
+  } cases[] = {
+      {20, {}, "at", 0, 2},           {25, {}, "before", 0, 2},
+      {70, {}, "gap", 1, 0},          {25, {"--next"}, "next", 0, 3},
+      {70, {"--next"}, "next", 1, 0}, {25, {"--previous"}, "previous", 0, 1},
+  };
+  ASSERT_EQ(Run({"index", Folder()}).exitCode, 0);
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.rule);
+    Arguments options = row.options;
+    options.push_back("--explain");
+    const Json answer = Json::parse(SeekTo(SampleTime(row.second), options).out);
+    EXPECT_EQ(answer["rule"], row.rule);
+    EXPECT_EQ(answer["fileNumber"], row.file);
+    EXPECT_EQ(answer["entryNumber"], row.entry);
+    EXPECT_EQ(answer["fileBeforeGap"], answer["rule"] == "gap" ? Json(0) : Json(nullptr));
+  }
+}
+
+TEST_F(Seek, ExplainsWhereTheBytesAreAndWhatTheAnswerCost) {
+  const auto& entries = mTruth.files[1].entries;
+  const std::string name = mTruth.files[1].name;
+  const auto explain = [this] { return Json::parse(SeekTo(SampleTime(105), {"--explain"}).out); };
+  const Json built = explain();
+  EXPECT_EQ(built["index"], "built");
+  EXPECT_EQ(built["file"], name);
+  const Json cached = explain();
+  EXPECT_EQ(cached["index"], "cached");
+  for (const Json& answer : {built, cached}) {
+    EXPECT_EQ(answer["bytes"].dump(), R"({"from":)" + std::to_string(entries[1].position) +
+                                          R"(,"to":)" + std::to_string(entries[2].position) + "}");
+    EXPECT_EQ(answer["header"].dump(),
+              R"({"from":0,"to":)" + std::to_string(entries[0].position) + "}");
+  }
+  EXPECT_EQ(cached["filesOpened"], 3 + 3) << "three archives, and one cache of three files";
+  const std::uint64_t bytes = ReadFile(SampleFile(Folder(), mTruth, 1)).size();
+  EXPECT_GT(built["bytesRead"], bytes) << "all of the file has been indexed";
+  EXPECT_LT(cached["bytesRead"], built["bytesRead"]);
+}
+
+TEST_F(Seek, ExplainsWhyNothingIsThere) {
+  EXPECT_EQ(Run({"seek", Folder(), "2024-04-30", "--explain"}).err,
+            "zel3: nothing is recorded there: the first entry is at 2024-05-01T00:00:00.000Z\n");
+  const ProgramResult behind = Run({"seek", Folder(), "2024-05-02", "--explain"});
+  EXPECT_EQ(behind.err,
+            "zel3: nothing is recorded there: the last archive ends at 2024-05-01T00:03:10.000Z\n");
+  EXPECT_EQ(behind.exitCode, 4);
+}
+
+TEST_F(Seek, ExplainsInWords) {
+  ASSERT_EQ(Run({"index", Folder()}).exitCode, 0);
+  const std::vector<std::string> lines =
+      LinesOf(Run({"seek", Folder(), "2024-05-01T00:01:10Z", "--explain"}).out);
+  ASSERT_EQ(lines.size(), 8U);
+  EXPECT_EQ(lines[0], "file    1 " + mTruth.files[1].name);
+  EXPECT_EQ(lines[1], "entry   0");
+  EXPECT_EQ(lines[2], "time    2024-05-01T00:01:30.000Z");
+  EXPECT_EQ(lines[3], "rule    in the gap between files 0 and 1: the entry behind it");
+  EXPECT_EQ(lines[6], "index   cached");
+  EXPECT_THAT(lines[7], MatchesRegex("cost    12 files opened, [0-9]+ bytes read"));
 }
 
 TEST_F(Seek, NothingThereExitsWithFour) {

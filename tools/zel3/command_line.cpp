@@ -153,6 +153,8 @@ void AddSeek(CLI::App* app, Options* options, Run* run) {
       "the entry before the one at or before TIME");
   next->excludes(type);
   previous->excludes(type)->excludes(next);
+  verb->add_flag("--explain", seek->explain,
+                 "also tell why, where its bytes are, and what the answer has cost");
   AddStyle(verb, &seek->style);
 }
 

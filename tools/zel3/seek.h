@@ -11,8 +11,9 @@ struct SeekOptions {
   std::string source;
   std::uint64_t time = 0;  // archive time
   Lookup lookup = Lookup::kAtOrBefore;
+  bool explain = false;
   OutputStyle style;
 };
 
-// The verb seek: which entry a time belongs to.
+// The verb seek: which entry a time belongs to, and why.
 int RunSeek(const HostOptions& host, const SeekOptions& options);
