@@ -297,7 +297,8 @@ TEST_F(Doctor, MakesUnsoundAndMissingCachesAnew) {
                                    "note gap b.zel3", "note gap c.zel3"));
   EXPECT_EQ(mResult.exitCode, 3) << "something was found";
   EXPECT_THAT(mResult.err, HasSubstr("2 caches made anew, 1 kept, 0 files cannot be indexed"));
-  for (const Json& file : Examine(Folder())["files"]) EXPECT_EQ(file["cache"], "sound");
+  const Json rebuilt = Examine(Folder());
+  for (const Json& file : rebuilt["files"]) EXPECT_EQ(file["cache"], "sound");
   EXPECT_EQ(fs::last_write_time(*this / "a.id3"), kept);
   EXPECT_EQ(ReadFile(*this / "c.zel3"), archive);
 }
