@@ -141,7 +141,7 @@ TEST_F(Completion, FishShowsTextsAsTheyAre) {
   EXPECT_THAT(FishOffers("zel3 odd --ch"), ElementsAre("--choose\tone's [choice]: \\"));
 }
 
-TEST_F(Completion, ZshGetsSpecificationsOfArguments) {
+TEST_F(Completion, ZshGetsArgumentsInItsOwnLanguage) {
   const std::string script = completion::ZshScript(CommandOfOddTexts());
   EXPECT_THAT(script, HasSubstr(R"(    'odd:it'\''s \[a\] "test"\: \\ $(false) `false`')"
                                 "\n"));

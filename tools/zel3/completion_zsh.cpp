@@ -15,8 +15,8 @@ std::string InZshQuotes(const std::string& text) {
   return quoted + "'";
 }
 
-// A text within a specification of _arguments or _describe.
-std::string SpecText(const std::string& text) {
+// A text within what _arguments or _describe gets.
+std::string EscapedText(const std::string& text) {
   std::string escaped;
   for (const char character : text) {
     if (character == ':' || character == '[' || character == ']' || character == '\\') {
@@ -45,9 +45,9 @@ std::string Elements(const ArgumentDescription& option) {
   for (const std::string& name : option.names) {
     const bool takesEquals = option.TakesValue() && name[1] == '-';
     std::string element = fmt::format("{}{}{}[{}]", option.mayBeRepeated ? "*" : "", name,
-                                      takesEquals ? "=" : "", SpecText(option.help));
+                                      takesEquals ? "=" : "", EscapedText(option.help));
     if (option.TakesValue()) {
-      element += fmt::format(":{}:{}", SpecText(option.value), Action(option));
+      element += fmt::format(":{}:{}", EscapedText(option.value), Action(option));
     }
     elements += Element(element);
   }
@@ -60,8 +60,8 @@ std::string Elements(const VerbDescription& verb) {
   std::size_t place = 0;
   for (const ArgumentDescription& argument : verb.positionals) {
     const char* const colon = argument.isRequired ? ":" : "::";
-    elements += Element(fmt::format("{}{}{}:{}", ++place, colon, SpecText(argument.names.front()),
-                                    Action(argument)));
+    elements += Element(fmt::format("{}{}{}:{}", ++place, colon,
+                                    EscapedText(argument.names.front()), Action(argument)));
   }
   return elements;
 }
@@ -74,7 +74,7 @@ std::string ZshScript(const CommandDescription& command) {
   std::string verbs;
   std::string cases;
   for (const VerbDescription& verb : command.verbs) {
-    verbs += Element(verb.name + ":" + SpecText(verb.help));
+    verbs += Element(verb.name + ":" + EscapedText(verb.help));
     cases += fmt::format("    {}) arguments=(\n{}    ) ;;\n", verb.name, Elements(verb));
   }
   return "#compdef zel3\n"
