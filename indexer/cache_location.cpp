@@ -1,7 +1,7 @@
-#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 
+#include "cache_names.h"
 #include "temporary_folder.h"
 #include "zel3_indexer.h"
 
@@ -9,7 +9,6 @@ namespace {
 
 constexpr char kVideodataFolder[] = "/videodata";
 constexpr char kCacheSubfolder[] = "Vorn auxillary files";
-constexpr char kModificationTimeFormat[] = "yy.MM.dd hh-mm-ss ";
 
 }  // namespace
 
@@ -48,17 +47,9 @@ void cZel3Indexer::End_scan() {
 }
 
 QString cZel3Indexer::Make_cached_index_file_names(const QString& path) {
-  QString name = path;
-  const int slash = path.lastIndexOf(QLatin1Char('/'));
-  if (!cacheFolder.isEmpty() && slash >= 0) {
-    const QDateTime modified = QFileInfo(path).lastModified();
-    name = cacheFolder + modified.toString(QLatin1String(kModificationTimeFormat)) +
-           path.mid(slash + 1);
-  }
-  // The whole name is searched for the dot: a file without extension is cut inside its time stamp.
-  const QString stem = name.left(name.lastIndexOf(QLatin1Char('.')) + 1);
-  hdrFileName = stem + QLatin1String("hdr");
-  id3FileName = stem + QLatin1String("id3");
-  evtFileName = stem + QLatin1String("evt");
-  return name;
+  const CacheNames names(path, cacheFolder);
+  hdrFileName = names.headers;
+  id3FileName = names.entries;
+  evtFileName = names.events;
+  return names.name;
 }

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <new>
 
+#include "cache_names.h"
 #include "temporary_folder.h"
 #include "zel3_indexer.h"
 
@@ -32,11 +33,6 @@ bool WriteGroup(PlainFile& file, const EVT_FILE_DATA_T& group) {
   const int count = std::min<int>(group.eventCount, group.events.size());
   for (int i = 0; written && i < count; ++i) written = WriteEvent(file, group.events.at(i));
   return written;
-}
-
-// A name beside the .evt file that the housekeeping of the cache folder takes for an .evt file too.
-QString UnfinishedName(const QString& evtFileName) {
-  return evtFileName + QLatin1String(".unfinished.evt");
 }
 
 // Nothing counts as a cache without its .evt file: that one goes before the others are emptied, so

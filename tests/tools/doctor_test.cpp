@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <nlohmann/json.hpp>
@@ -264,6 +265,25 @@ TEST_F(Doctor, TellsACacheThatIsNotWhole) {
   fs::remove(*this / "a.evt.unfinished.evt");
   fs::remove(*this / "a.evt");
   EXPECT_THAT(FindingsIn(path), ElementsAre("warning cache-incomplete a.id3"));
+}
+
+TEST_F(Doctor, NeverWaitsForWhatIsNoCacheFile) {
+  const std::string path = Write("a.zel3", {10, 20});
+  for (const char* const name : {"a.id3", "a.hdr"})
+    ASSERT_EQ(mkfifo((*this / name).c_str(), 0600), 0);
+  fs::create_directory(*this / "a.evt");
+  const Json report = Examine(path);
+  EXPECT_THAT(Findings(report),
+              ElementsAre("warning cache-damaged a.id3", "warning cache-damaged a.hdr",
+                          "warning cache-damaged a.evt"));
+  EXPECT_EQ(report["findings"][0]["text"], "is no file that can be read");
+}
+
+TEST_F(Doctor, TakesNoMemoryForAGiantCacheFile) {
+  const std::string path = Write("a.zel3", {10, 20});
+  ASSERT_EQ(Run({"index", path}).exitCode, 0);
+  fs::resize_file(*this / "a.evt", 100'000'000'000);
+  EXPECT_THAT(FindingsIn(path), ElementsAre("warning cache-damaged a.evt"));
 }
 
 TEST_F(Doctor, LooksIntoTheCacheFolder) {

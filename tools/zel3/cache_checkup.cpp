@@ -2,10 +2,10 @@
 
 #include <fmt/format.h>
 
-#include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
-#include <iterator>
+#include <cstring>
+#include <limits>
 
 #include "archive_source.h"
 #include "byte_cursor.h"
@@ -13,19 +13,13 @@
 
 namespace {
 
-std::string Stem(const std::string& archive, const std::string& cacheFolder) {
-  std::string name = archive;
-  if (!cacheFolder.empty()) {
-    const QDateTime modified = QFileInfo(QFile::decodeName(archive.c_str())).lastModified();
-    name = cacheFolder + '/' +
-           modified.toString(QLatin1String("yy.MM.dd hh-mm-ss ")).toStdString() +
-           archive_source::FileName(archive);
-  }
-  return name.substr(0, name.rfind('.') + 1);
-}
+// What is read at once.
+constexpr std::size_t kRecordsInPortion = 4096;
 
-bool Exists(const std::string& path) {
-  return QFileInfo::exists(QFile::decodeName(path.c_str()));
+constexpr char kUnreadable[] = "is no file that can be read";
+
+std::string FileName(const QString& path) {
+  return archive_source::FileName(QFile::encodeName(path).constData());
 }
 
 struct EventCount {
@@ -34,10 +28,11 @@ struct EventCount {
 };
 
 // How many events an .evt file holds, as far as it can be read.
-EventCount CountEvents(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  const std::vector<char> bytes((std::istreambuf_iterator<char>(file)),
-                                std::istreambuf_iterator<char>());
+EventCount CountEvents(PlainFile& file) {
+  // A reader reads no larger one.
+  if (file.Size() >= std::numeric_limits<int>::max()) return {0, false};
+  std::vector<char> bytes(static_cast<std::size_t>(file.Size()));
+  bytes.resize(file.Read(bytes.data(), bytes.size()));
   ByteCursor cursor(bytes.data(), bytes.size());
   EventCount count;
   while (cursor.Left() > 0) {
@@ -54,22 +49,28 @@ EventCount CountEvents(const std::string& path) {
 
 }  // namespace
 
-CacheNames::CacheNames(const std::string& archive, const std::string& cacheFolder) {
-  const std::string stem = Stem(archive, cacheFolder);
-  entries = stem + "id3";
-  headers = stem + "hdr";
-  events = stem + "evt";
-  unfinished = events + ".unfinished.evt";
+CacheNames CacheOf(const std::string& archive, const std::string& cacheFolder) {
+  const QString folder = QFile::decodeName(cacheFolder.c_str());
+  return CacheNames(QFile::decodeName(archive.c_str()),
+                    folder.isEmpty() ? folder : folder + QLatin1Char('/'));
 }
 
-CacheCheckup::Records::Records(const std::string& path, std::size_t size)
-    : name(archive_source::FileName(path)), file(path, std::ios::binary), recordSize(size) {}
+CacheCheckup::Records::Records(const QString& path, std::size_t size)
+    : name(FileName(path)), recordSize(size) {
+  file.Open(path, PlainFile::Mode::kRead);
+}
 
 bool CacheCheckup::Records::Next(void* record) {
-  file.read(static_cast<char*>(record), static_cast<std::streamsize>(recordSize));
-  const auto got = static_cast<std::size_t>(file.gcount());
-  if (got != 0 && got != recordSize) whole = false;
-  return got == recordSize;
+  if (taken == portion.size()) {
+    portion.resize(kRecordsInPortion * recordSize);
+    const std::size_t got = file.IsOpen() ? file.Read(portion.data(), portion.size()) : 0;
+    portion.resize(got / recordSize * recordSize);
+    taken = 0;
+  }
+  if (portion.empty()) return false;
+  std::memcpy(record, portion.data() + taken, recordSize);
+  taken += recordSize;
+  return true;
 }
 
 std::uint64_t CacheCheckup::Records::CountLeft() {
@@ -80,7 +81,7 @@ std::uint64_t CacheCheckup::Records::CountLeft() {
 }
 
 CacheCheckup::CacheCheckup(const std::string& archive, const std::string& cacheFolder)
-    : mNames(archive, cacheFolder),
+    : mNames(CacheOf(archive, cacheFolder)),
       mEntries(mNames.entries, sizeof(ZEL_ID3_REC)),
       mHeaders(mNames.headers, sizeof(std::uint64_t)) {}
 
@@ -115,18 +116,19 @@ void CacheCheckup::Compare(Records* records, const char* what, std::uint64_t pos
 }
 
 CacheState CacheCheckup::Finish(Findings* findings) {
-  const bool hasEntries = Exists(mNames.entries);
-  const bool hasHeaders = Exists(mNames.headers);
-  const bool hasEvents = Exists(mNames.events);
-  if (Exists(mNames.unfinished)) {
-    Report("cache-leftover", archive_source::FileName(mNames.unfinished),
-           "is left over from a save that did not end", findings);
+  const bool hasEntries = QFileInfo::exists(mNames.entries);
+  const bool hasHeaders = QFileInfo::exists(mNames.headers);
+  const bool hasEvents = QFileInfo::exists(mNames.events);
+  const QString unfinished = UnfinishedName(mNames.events);
+  if (QFileInfo::exists(unfinished)) {
+    Report("cache-leftover", FileName(unfinished), "is left over from a save that did not end",
+           findings);
   }
   if (!hasEntries && !hasHeaders && !hasEvents)
     return mSound ? CacheState::kNone : CacheState::kUnsound;
 
   if (!hasEntries || !hasHeaders || !hasEvents) {
-    Report("cache-incomplete", archive_source::FileName(mNames.entries),
+    Report("cache-incomplete", mEntries.name,
            fmt::format("has no {} beside it", !hasEntries  ? ".id3"
                                               : hasHeaders ? ".evt"
                                                            : ".hdr"),
@@ -139,25 +141,34 @@ CacheState CacheCheckup::Finish(Findings* findings) {
 }
 
 void CacheCheckup::FinishRecords(Records* records, const char* what, Findings* findings) {
-  const std::uint64_t left = records->CountLeft();
-  if (!records->whole) Report("cache-damaged", records->name, "ends within a record", findings);
+  if (!records->file.IsOpen()) {
+    Report("cache-damaged", records->name, kUnreadable, findings);
+    return;
+  }
+  if (records->file.Size() % records->recordSize != 0)
+    Report("cache-damaged", records->name, "ends within a record", findings);
   std::string text = records->mismatch;
-  const std::uint64_t kept = records->matched + left;
+  const std::uint64_t kept = records->matched + records->CountLeft();
   if (text.empty() && kept != records->inArchive)
     text = fmt::format("holds {} {}, the archive {}", kept, what, records->inArchive);
   if (!text.empty()) Report("cache-mismatch", records->name, text, findings);
 }
 
 void CacheCheckup::FinishEvents(Findings* findings) {
-  const std::string name = archive_source::FileName(mNames.events);
-  const EventCount kept = CountEvents(mNames.events);
+  const std::string name = FileName(mNames.events);
+  PlainFile file;
+  if (!file.Open(mNames.events, PlainFile::Mode::kRead)) {
+    Report("cache-damaged", name, kUnreadable, findings);
+    return;
+  }
+  const EventCount kept = CountEvents(file);
   if (!kept.whole) Report("cache-damaged", name, "is cut off or holds what is no event", findings);
   if (kept.events == mEvents) return;
   Report("cache-mismatch", name,
          fmt::format("holds {} events, the archive {}", kept.events, mEvents), findings);
 }
 
-void CacheCheckup::Report(const std::string& kind, const std::string& name, const std::string& text,
+void CacheCheckup::Report(const char* kind, const std::string& name, const std::string& text,
                           Findings* findings) {
   mSound = false;
   findings->Add({Severity::kWarning, kind, name, text});

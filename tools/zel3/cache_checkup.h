@@ -1,25 +1,19 @@
 #pragma once
 
 #include <cstdint>
-#include <fstream>
 #include <string>
 #include <vector>
 
+#include "cache_names.h"
 #include "finding.h"
+#include "plain_file.h"
 #include "stream_records.h"
 
 enum class CacheState { kNone, kSound, kUnsound };
 
-// The names of the three cache files of an archive, as a reader with this cache folder chooses
-// them; an empty folder stands for the one beside the archive.
-struct CacheNames {
-  CacheNames(const std::string& archive, const std::string& cacheFolder);
-
-  std::string entries;     // .id3
-  std::string headers;     // .hdr
-  std::string events;      // .evt
-  std::string unfinished;  // what stays of an .evt file when a save does not end
-};
+// The cache files of an archive for a reader with this cache folder, by which a user names it:
+// empty stands for the folder beside the archive.
+CacheNames CacheOf(const std::string& archive, const std::string& cacheFolder);
 
 // Compares the cache files of an archive with what a parser finds in it, record by record, so that
 // it needs no memory for them.
@@ -38,18 +32,19 @@ class CacheCheckup {
  private:
   // One of the files on its way through.
   struct Records {
-    Records(const std::string& path, std::size_t recordSize);
+    Records(const QString& path, std::size_t recordSize);
 
     // Reads one record. False at the end.
     bool Next(void* record);
     // Reads all that is left, and counts it.
     std::uint64_t CountLeft();
 
-    std::string name;
-    std::ifstream file;
-    std::size_t recordSize;
-    bool whole = true;     // a number of records, nothing more
-    std::string mismatch;  // the first one; nothing is compared behind it
+    const std::string name;
+    const std::size_t recordSize;
+    PlainFile file;
+    std::vector<char> portion;  // read from the file
+    std::size_t taken = 0;      // of the portion
+    std::string mismatch;       // the first one; nothing is compared behind it
     std::uint64_t matched = 0;
     std::uint64_t inArchive = 0;
   };
@@ -57,7 +52,7 @@ class CacheCheckup {
   static void Compare(Records* records, const char* what, std::uint64_t position, bool matches);
   void FinishRecords(Records* records, const char* what, Findings* findings);
   void FinishEvents(Findings* findings);
-  void Report(const std::string& kind, const std::string& name, const std::string& text,
+  void Report(const char* kind, const std::string& name, const std::string& text,
               Findings* findings);
 
   const CacheNames mNames;

@@ -159,10 +159,10 @@ void PrintAsText(const std::vector<ArchiveFacts>& archives, const std::vector<Fi
 
 // What cannot be removed stays, and the index is then made in its place or not at all.
 void RemoveCache(const ArchiveFacts& facts, const std::string& cacheFolder) {
-  const CacheNames names(facts.path, cacheFolder);
+  const CacheNames names = CacheOf(facts.path, cacheFolder);
   const QString archive = QFileInfo(QFile::decodeName(facts.path.c_str())).canonicalFilePath();
-  for (const std::string& name : {names.entries, names.headers, names.events, names.unfinished}) {
-    const QString path = QFile::decodeName(name.c_str());
+  for (const QString& path :
+       {names.entries, names.headers, names.events, UnfinishedName(names.events)}) {
     // An archive may have the very name of a cache file.
     if (QFileInfo(path).canonicalFilePath() != archive) QFile::remove(path);
   }

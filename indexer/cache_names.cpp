@@ -1,0 +1,28 @@
+#include "cache_names.h"
+
+#include <QDateTime>
+#include <QFileInfo>
+
+namespace {
+
+constexpr char kModificationTimeFormat[] = "yy.MM.dd hh-mm-ss ";
+
+}  // namespace
+
+CacheNames::CacheNames(const QString& archive, const QString& cacheFolder) : name(archive) {
+  const int slash = archive.lastIndexOf(QLatin1Char('/'));
+  if (!cacheFolder.isEmpty() && slash >= 0) {
+    const QDateTime modified = QFileInfo(archive).lastModified();
+    name = cacheFolder + modified.toString(QLatin1String(kModificationTimeFormat)) +
+           archive.mid(slash + 1);
+  }
+  // The whole name is searched for the dot: a file without extension is cut inside its time stamp.
+  const QString stem = name.left(name.lastIndexOf(QLatin1Char('.')) + 1);
+  headers = stem + QLatin1String("hdr");
+  entries = stem + QLatin1String("id3");
+  events = stem + QLatin1String("evt");
+}
+
+QString UnfinishedName(const QString& events) {
+  return events + QLatin1String(".unfinished.evt");
+}
