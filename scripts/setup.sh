@@ -11,7 +11,10 @@ packages=(
   g++ g++-multilib clang libclang-rt-dev clang-format clang-tidy cmake ninja-build valgrind binutils git ca-certificates
   qtbase5-dev googletest gcovr libcli11-dev nlohmann-json3-dev libfmt-dev zsh fish scdoc groff-base
   pkgconf dpkg-dev file
+  chromium fonts-dejavu-core
 )
+# Any recent Node.js will do.
+command -v npm >/dev/null || packages+=(nodejs npm)
 i386_packages=(libqt5core5a:i386)
 
 installed() {

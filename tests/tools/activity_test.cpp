@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "archive_writer.h"
@@ -172,6 +173,24 @@ TEST_F(ActivityOfSample, NoIndexShowsFilesWithoutOneAsMissing) {
   EXPECT_EQ(Recorded({Second(0), Second(200), "--bins", "20", "--no-index"}, 3),
             "---------++++++-----");
   EXPECT_EQ(EntryNames(Folder()).size(), 6U) << "nothing has been written";
+}
+
+TEST_F(ActivityOfSample, AFileThatIsNoArchiveIsLeftOut) {
+  const Json expected = Bins({"--bins", "20"});
+  std::ofstream(Folder() + "/broken.zel3") << "no archive, though long enough";
+  const ProgramResult result = Measure({"--bins", "20", "--format", "json"});
+  EXPECT_EQ(result.exitCode, 3);
+  EXPECT_EQ(result.err, "zel3: files without an index are left out; zel3 index names them\n");
+  EXPECT_EQ(Json::parse(result.out)["bins"], expected);
+}
+
+TEST_F(ActivityOfSample, WhereNoCacheCanBeWrittenTheIndexIsBuiltEachTime) {
+  const Arguments everywhere{Second(0), Second(200), "--bins", "20"};
+  Arguments nowhere = everywhere;
+  nowhere.insert(nowhere.end(), {"--cache-folder", Folder() + "/no/such/folder"});
+  EXPECT_EQ(Bins(nowhere), Bins(nowhere));
+  EXPECT_EQ(EntryNames(Folder()).size(), 3U) << "nothing has been written";
+  EXPECT_EQ(Bins(nowhere), Bins(everywhere));
 }
 
 TEST_F(ActivityOfSample, NothingThereExitsWithFour) {

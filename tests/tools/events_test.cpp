@@ -126,6 +126,13 @@ TEST_F(EventsOfSample, AFileThatIsNoArchiveIsLeftOut) {
   EXPECT_THAT(result.err, HasSubstr("without an index"));
 }
 
+TEST_F(EventsOfSample, WhereNoCacheCanBeWrittenTheIndexIsBuiltEachTime) {
+  const Arguments nowhere{"--cache-folder", *this / "no/such/folder"};
+  EXPECT_EQ(LinesOf(EventLines(nowhere).out), Expected());
+  EXPECT_EQ(EventLines(nowhere).exitCode, 0);
+  EXPECT_EQ(EntryNames(Folder()).size(), 3U) << "nothing has been written";
+}
+
 TEST_F(Events, EveryFormatShowsTheSame) {
   WriteEvent(*this / "a.zel3", "gate 1, \"left\"");
   EXPECT_THAT(LinesOf(Run({"events", Folder()}).out),

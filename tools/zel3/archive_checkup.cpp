@@ -42,6 +42,8 @@ class ArchiveCheckup : public FramingSink {
 
   void OnHeader(std::uint64_t position, const ArchiveHeader& header) override {
     mCache.OnHeader(position);
+    for (const StreamDescriptor& stream : header.streams)
+      mFacts.streamNames[stream.id] = stream.name;
     if (mHasHeader) return;
     mHasHeader = true;
     CheckFirstHeader(position, header);
@@ -61,7 +63,11 @@ class ArchiveCheckup : public FramingSink {
 
   void OnData(std::uint64_t /*position*/, const DATA_T& head, const unsigned char* /*payload*/,
               Tag /*kind*/) override {
-    if (IsEventType(head.type)) mCache.OnEvent();
+    if (IsEventType(head.type)) {
+      mCache.OnEvent();
+    } else {
+      mFacts.streams.set(head.type);
+    }
   }
 
   void OnDamage(std::uint64_t position, std::uint64_t bytes) override {

@@ -1,7 +1,8 @@
 #pragma once
 
+#include <bitset>
 #include <cstdint>
-#include <optional>
+#include <map>
 #include <string>
 
 #include "cache_checkup.h"
@@ -15,7 +16,9 @@ struct ArchiveFacts {
   std::uint64_t entries = 0;
   std::uint64_t startTime = 0;  // the earliest and the latest; of no meaning without entries
   std::uint64_t endTime = 0;
-  std::uint64_t step = 0;  // from the first entry to the second; 0 where there is none
+  std::uint64_t step = 0;    // from the first entry to the second; 0 where there is none
+  std::bitset<256> streams;  // those that have data
+  std::map<std::uint8_t, std::string> streamNames;  // as headers declare them
   CacheState cache = CacheState::kNone;
 };
 

@@ -19,6 +19,7 @@
 #include "option_kinds.h"
 #include "preview.h"
 #include "read.h"
+#include "report.h"
 #include "seek.h"
 #include "tool_error.h"
 #include "version.h"
@@ -37,6 +38,7 @@ struct Options {
   PreviewOptions preview;
   DumpOptions dump;
   DoctorOptions doctor;
+  ReportOptions report;
   ConsoleOptions console;
   InspectOptions inspect;
   completion::Script completionScript = nullptr;
@@ -237,6 +239,20 @@ void AddDoctor(CLI::App* app, Options* options, Run* run) {
   AddStyle(verb, &options->doctor.style);
 }
 
+void AddReport(CLI::App* app, Options* options, Run* run) {
+  ReportOptions* const report = &options->report;
+  CLI::App* const verb =
+      AddVerb(app, "report", "what a source holds, as one page for a browser", run,
+              [options] { return RunReport(options->host, options->report); });
+  AddPath(verb, "SOURCE", &report->source, "an archive file or a folder of them")->required();
+  CLI::Option* const from = AddTime(verb, "FROM", &report->from, "where the range begins");
+  from->needs(AddTime(verb, "TO", &report->to, "where it ends; default: all that is recorded"));
+  verb->add_option("-o,--output", report->output, "where to write; -: the standard output")
+      ->type_name("PATH")
+      ->required();
+  AddTimeFormat(verb, &report->askedTimeFormat, "default: iso");
+}
+
 void AddConsole(CLI::App* app, Options* options, Run* run) {
   ConsoleOptions* const console = &options->console;
   CLI::App* const verb = AddVerb(app, "console", "drive the reader with JSON lines", run,
@@ -294,6 +310,7 @@ void AddAll(CLI::App* app, Options* options, Run* run) {
   AddPreview(app, options, run);
   AddDump(app, options, run);
   AddDoctor(app, options, run);
+  AddReport(app, options, run);
   AddConsole(app, options, run);
   AddInspect(app, options, run);
   AddCompletion(app, options, run);

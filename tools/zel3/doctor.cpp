@@ -7,27 +7,14 @@
 #include <algorithm>
 #include <iostream>
 
-#include "archive_checkup.h"
 #include "archive_source.h"
+#include "diagnosis.h"
 #include "index_builder.h"
-#include "recorded_gap.h"
 #include "tool_error.h"
 
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-const char* Name(Severity severity) {
-  switch (severity) {
-    case Severity::kError:
-      return "error";
-    case Severity::kWarning:
-      return "warning";
-    case Severity::kNote:
-      break;
-  }
-  return "note";
-}
 
 const char* Name(CacheState state) {
   switch (state) {
@@ -41,46 +28,6 @@ const char* Name(CacheState state) {
   return "none";
 }
 
-// How the files of a folder follow each other in time.
-void CheckOrder(std::vector<ArchiveFacts> archives, Findings* findings) {
-  archives.erase(std::remove_if(archives.begin(), archives.end(),
-                                [](const ArchiveFacts& facts) { return facts.entries == 0; }),
-                 archives.end());
-  std::sort(archives.begin(), archives.end(),
-            [](const ArchiveFacts& one, const ArchiveFacts& other) {
-              return one.startTime < other.startTime;
-            });
-  const ArchiveFacts* latest = nullptr;
-  for (const ArchiveFacts& facts : archives) {
-    if (latest != nullptr) {
-      const std::string name = archive_source::FileName(facts.path);
-      const std::string before = archive_source::FileName(latest->path);
-      const bool overlaps = facts.startTime < latest->endTime;
-      const std::uint64_t distance = overlaps ? 0 : facts.startTime - latest->endTime;
-      if (overlaps) {
-        findings->Add({Severity::kWarning,
-                       "overlap",
-                       name,
-                       "holds times of " + before + ", too",
-                       {},
-                       {},
-                       facts.startTime,
-                       std::min(facts.endTime, latest->endTime)});
-      } else if (latest->step > 0 && distance > kMostStepsToTheNextFile * latest->step) {
-        findings->Add({Severity::kNote,
-                       "gap",
-                       name,
-                       "nothing is recorded since " + before,
-                       {},
-                       {},
-                       latest->endTime,
-                       facts.startTime});
-      }
-    }
-    if (latest == nullptr || latest->endTime < facts.endTime) latest = &facts;
-  }
-}
-
 Json Optional(const std::optional<std::uint64_t>& value) {
   return value ? Json(*value) : Json(nullptr);
 }
@@ -89,10 +36,9 @@ Json OptionalTime(const std::optional<std::uint64_t>& time, TimeFormat times) {
   return time ? TimeJson(*time, times) : Json(nullptr);
 }
 
-void PrintAsJson(const std::string& source, const std::vector<ArchiveFacts>& archives,
-                 const std::vector<Finding>& findings, TimeFormat times) {
+void PrintAsJson(const std::string& source, const Diagnosis& diagnosis, TimeFormat times) {
   Json files = Json::array();
-  for (const ArchiveFacts& facts : archives) {
+  for (const ArchiveFacts& facts : diagnosis.archives) {
     Json file;
     file["name"] = archive_source::FileName(facts.path);
     file["bytes"] = facts.bytes;
@@ -103,7 +49,7 @@ void PrintAsJson(const std::string& source, const std::vector<ArchiveFacts>& arc
     files.push_back(std::move(file));
   }
   Json list = Json::array();
-  for (const Finding& finding : findings) {
+  for (const Finding& finding : diagnosis.findings) {
     Json entry;
     entry["severity"] = Name(finding.severity);
     entry["kind"] = finding.kind;
@@ -122,11 +68,6 @@ void PrintAsJson(const std::string& source, const std::vector<ArchiveFacts>& arc
   PrintJsonLine(json);
 }
 
-template <class Count>
-std::string Counted(Count count, const char* what) {
-  return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
-}
-
 std::string Number(const std::optional<std::uint64_t>& value) {
   return value ? std::to_string(*value) : "-";
 }
@@ -137,8 +78,8 @@ std::string Span(const Finding& finding, TimeFormat times) {
                      TimeText(finding.endTime.value_or(*finding.time), times));
 }
 
-void PrintAsText(const std::vector<ArchiveFacts>& archives, const std::vector<Finding>& findings,
-                 TimeFormat times) {
+void PrintAsText(const Diagnosis& diagnosis, TimeFormat times) {
+  const std::vector<Finding>& findings = diagnosis.findings;
   std::vector<std::vector<std::string>> rows{
       {"severity", "kind", "file", "position", "bytes", "text"}};
   for (const Finding& finding : findings) {
@@ -151,7 +92,7 @@ void PrintAsText(const std::vector<ArchiveFacts>& archives, const std::vector<Fi
     return std::count_if(findings.begin(), findings.end(),
                          [severity](const Finding& one) { return one.severity == severity; });
   };
-  fmt::print("{}: {}, {}, {}\n", Counted(archives.size(), "file"),
+  fmt::print("{}: {}, {}, {}\n", Counted(diagnosis.archives.size(), "file"),
              Counted(count(Severity::kError), "error"),
              Counted(count(Severity::kWarning), "warning"),
              Counted(count(Severity::kNote), "note"));
@@ -188,20 +129,12 @@ void Rebuild(const HostOptions& host, const std::string& source,
 
 int RunDoctor(const HostOptions& host, const DoctorOptions& options) {
   const std::string source = archive_source::Locate(options.source);
-  const std::vector<std::string> paths = archive_source::Files(source);
-  if (paths.empty()) throw ToolError("no archive in " + source);
-  Findings findings;
-  std::vector<ArchiveFacts> archives;
-  for (const std::string& path : paths)
-    archives.push_back(CheckArchive(path, host.cacheFolder, &findings));
-  CheckOrder(archives, &findings);
-
-  const std::vector<Finding> all = findings.All();
+  const Diagnosis diagnosis = Diagnose(source, host.cacheFolder);
   if (options.style.format == OutputFormat::kJson) {
-    PrintAsJson(source, archives, all, options.style.Times());
+    PrintAsJson(source, diagnosis, options.style.Times());
   } else {
-    PrintAsText(archives, all, options.style.Times());
+    PrintAsText(diagnosis, options.style.Times());
   }
-  if (options.rebuild) Rebuild(host, source, archives);
-  return all.empty() ? kExitDone : kExitDamaged;
+  if (options.rebuild) Rebuild(host, source, diagnosis.archives);
+  return diagnosis.findings.empty() ? kExitDone : kExitDamaged;
 }

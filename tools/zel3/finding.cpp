@@ -8,6 +8,18 @@ constexpr int kMostOfAKind = 100;
 
 }  // namespace
 
+const char* Name(Severity severity) {
+  switch (severity) {
+    case Severity::kError:
+      return "error";
+    case Severity::kWarning:
+      return "warning";
+    case Severity::kNote:
+      break;
+  }
+  return "note";
+}
+
 void Findings::Add(Finding finding) {
   const std::string key = finding.file + '\n' + finding.kind;
   if (++mCounts[key] <= kMostOfAKind) {

@@ -8,6 +8,9 @@
 
 enum class Severity { kNote, kWarning, kError };
 
+// note, warning, error
+const char* Name(Severity severity);
+
 // Something about an archive that its owner may want to know.
 struct Finding {
   Severity severity;

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "archive_client.h"
+#include "index_builder.h"
 #include "progress_bar.h"
 
 enum class MissingIndexes { kBuild, kLeaveOut };
@@ -18,8 +20,12 @@ class IndexedSource {
 
   ArchiveClient& Client() { return mClient; }
 
-  // The archives of the reader's list that have an index; none when it gives no list.
+  // The archives that the reader serves from an index.
   const std::vector<ListedArchive>& Archives() const { return mArchives; }
+
+  // All files of the source by name, with what came of indexing each; none when missing indexes are
+  // left out.
+  const std::vector<IndexedFile>& Files() const { return mFiles; }
 
   // Whether every file has its index.
   bool IsComplete() const { return mComplete; }
@@ -29,10 +35,13 @@ class IndexedSource {
 
  private:
   void ListArchives();
+  std::vector<ListedArchive> ArchivesOfFiles() const;
+  std::optional<FoundEntry> FirstEntry(const ListedArchive& archive);
 
   const std::string mPath;
   const MissingIndexes mMissing;
   ProgressBar mProgress;
+  const std::vector<IndexedFile> mFiles;
   bool mComplete;
   ArchiveClient mClient;
   std::vector<ListedArchive> mArchives;

@@ -28,14 +28,17 @@ void AddFormat(CLI::App* app, OutputFormat* target, const std::vector<std::strin
       ->type_name(CLI::detail::join(formats, "|"));
 }
 
-void AddStyle(CLI::App* app, OutputStyle* style, const std::vector<std::string>& formats) {
-  AddFormat(app, &style->format, formats);
+void AddTimeFormat(CLI::App* app, std::optional<TimeFormat>* target, const std::string& help) {
   const auto times = [](const std::string& text) -> std::optional<TimeFormat> {
     if (text == "int") return TimeFormat::kInteger;
     if (text == "iso") return TimeFormat::kIso;
     return std::nullopt;
   };
-  AddParsed(app, "--time-format", &style->askedTimeFormat, times, "time format (int, iso)",
-            "default: iso in text, else int")
+  AddParsed(app, "--time-format", target, times, "time format (int, iso)", help)
       ->type_name("int|iso");
+}
+
+void AddStyle(CLI::App* app, OutputStyle* style, const std::vector<std::string>& formats) {
+  AddFormat(app, &style->format, formats);
+  AddTimeFormat(app, &style->askedTimeFormat, "default: iso in text, else int");
 }

@@ -66,6 +66,9 @@ CLI::Option* AddPath(CLI::App* app, const std::string& name, std::string* target
 void AddFormat(CLI::App* app, OutputFormat* target,
                const std::vector<std::string>& formats = {"text", "json"});
 
+// --time-format: int, iso.
+void AddTimeFormat(CLI::App* app, std::optional<TimeFormat>* target, const std::string& help);
+
 // --format and --time-format.
 void AddStyle(CLI::App* app, OutputStyle* style,
               const std::vector<std::string>& formats = {"text", "json"});

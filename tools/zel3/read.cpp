@@ -2,8 +2,6 @@
 
 #include <unistd.h>
 
-#include <QFile>
-#include <QFileInfo>
 #include <iostream>
 
 #include "archive_client.h"
@@ -15,20 +13,6 @@
 
 namespace {
 
-std::string CanonicalPath(const std::string& path) {
-  return QFile::encodeName(QFileInfo(QFile::decodeName(path.c_str())).canonicalFilePath())
-      .constData();
-}
-
-void RefuseToOverwriteArchive(const std::string& source, const std::string& output) {
-  const std::string target = CanonicalPath(output);
-  if (target.empty()) return;
-  for (const std::string& file : archive_source::Files(source)) {
-    if (CanonicalPath(file) == target)
-      throw ToolError("the output is an archive of the source", kExitUsage);
-  }
-}
-
 std::string ChosenOutput(const ReadOptions& options, const std::string& source) {
   if (options.output.empty()) {
     if (isatty(STDOUT_FILENO) == 1) {
@@ -37,7 +21,7 @@ std::string ChosenOutput(const ReadOptions& options, const std::string& source) 
     }
     return "-";
   }
-  if (options.output != "-") RefuseToOverwriteArchive(source, options.output);
+  if (options.output != "-") archive_source::RefuseToOverwrite(source, options.output);
   return options.output;
 }
 

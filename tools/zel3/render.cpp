@@ -43,6 +43,10 @@ nlohmann::ordered_json TimeJson(std::uint64_t archiveTime, TimeFormat format) {
   return TimeText(archiveTime, format);
 }
 
+std::string Counted(std::uint64_t count, const char* what) {
+  return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+}
+
 std::string Escaped(const std::string& text) {
   QString shown;
   for (const QChar character : QString::fromUtf8(text.data(), static_cast<int>(text.size()))) {

@@ -28,6 +28,9 @@ std::string TimeText(std::uint64_t archiveTime, TimeFormat format);
 // The same as a JSON number or text.
 nlohmann::ordered_json TimeJson(std::uint64_t archiveTime, TimeFormat format);
 
+// 1 file, 2 files
+std::string Counted(std::uint64_t count, const char* what);
+
 // A text that comes from outside, fit for a terminal: control characters are shown as \u001b, bytes
 // that are not UTF-8 as U+FFFD.
 std::string Escaped(const std::string& text);

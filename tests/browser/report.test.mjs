@@ -1,0 +1,232 @@
+import assert from "node:assert/strict";
+import {after, afterEach, before, test} from "node:test";
+
+import {openPage, startBrowser} from "./browser.mjs";
+import {ENTRY, FIRST, MINUTE, SampleReport} from "./sample_report.mjs";
+
+const GAP = {from: FIRST + 53 * MINUTE, to: FIRST + 73 * MINUTE};
+
+let report;
+let browser;
+let page;
+
+before(async () => {
+  report = new SampleReport();
+  browser = await startBrowser();
+});
+
+after(async () => {
+  await browser?.close();
+  report?.remove();
+});
+
+afterEach(async () => {
+  await page?.context().close();
+  page = null;
+});
+
+const open = async options => (page = await openPage(browser, report.address, options));
+const text = selector => page.locator(selector).innerText();
+
+// What the charts show: from when to when.
+async function view() {
+  const times = (await text("#view")).matchAll(/(\d{4}-\d\d-\d\d) (\d\d:\d\d:\d\d\.\d{3}) UTC/g);
+  const [from, to] = [...times].map(([, date, clock]) => Date.parse(`${date}T${clock}Z`));
+  return {from, to, length: to - from};
+}
+
+// Where a time is in the window, in the chart with this number: 0 shows files, 1 the first stream.
+async function placeOf(time, chart) {
+  const {from, length} = await view();
+  const box = await page.locator(".u-over").nth(chart).boundingBox();
+  return {x: box.x + (time - from) / length * box.width, y: box.y + box.height / 2};
+}
+
+// What the page tells about a time when the pointer is there.
+async function told(time, chart = 1) {
+  const {x, y} = await placeOf(time, chart);
+  await page.mouse.move(x, y);
+  return text("#readout");
+}
+
+async function drag(from, to, chart = 1) {
+  const start = await placeOf(from, chart);
+  const end = await placeOf(to, chart);
+  await page.mouse.move(start.x, start.y);
+  await page.mouse.down();
+  await page.mouse.move(end.x, end.y, {steps: 4});
+  await page.mouse.up();
+}
+
+// The mean colour around a time in the upper half of a chart: red, green, blue.
+async function colourAt(time, chart) {
+  const {from, length} = await view();
+  return page.evaluate(([share, number]) => {
+    const area = document.querySelectorAll(".u-over")[number];
+    const canvas = document.querySelectorAll(".uplot canvas")[number];
+    const x = area.offsetLeft + share * area.offsetWidth;
+    const y = area.offsetTop + area.offsetHeight * 0.1;
+    const part = [x - 9, y, 18, 18].map(length => Math.round(length * devicePixelRatio));
+    const {data} = canvas.getContext("2d").getImageData(...part);
+    const sums = [0, 0, 0];
+    data.forEach((value, place) => { if (place % 4 < 3) sums[place % 4] += value; });
+    return sums.map(sum => Math.round(sum / (data.length / 4)));
+  }, [(time - from) / length, chart]);
+}
+
+const isUnlike = (one, other) => one.some((value, place) => Math.abs(value - other[place]) > 8);
+
+test("draws the files and each stream, and complains about nothing", async () => {
+  await open();
+  const streams = await page.locator("#streams tbody tr").count();
+  assert.ok(streams >= 2);
+  assert.equal(await page.locator(".uplot canvas").count(), 1 + streams);
+  assert.equal(await page.locator("#timeline").isVisible(), true);
+  assert.deepEqual(page.complaints, []);
+});
+
+test("loads nothing but itself", async () => {
+  await open();
+  await page.locator("#in").click();
+  assert.deepEqual(page.loaded, [report.address]);
+});
+
+test("lets no other script run", async () => {
+  await open();
+  await page.evaluate(() => {
+    const script = document.createElement("script");
+    script.textContent = "document.title = 'taken over'";
+    document.body.append(script);
+  });
+  assert.equal(await page.title(), "archives");
+  assert.match(page.complaints.join(), /Content Security Policy/);
+});
+
+test("shows the whole archive first", async () => {
+  await open();
+  const {from, to} = await view();
+  assert.equal(from, FIRST);
+  assert.equal(to, FIRST + 180 * MINUTE - ENTRY + 1000, "the second of the last entry is part of it");
+});
+
+test("tells the levels that the reader answers", async () => {
+  await open();
+  const ids = await page.locator("#streams tbody td:first-child").allInnerTexts();
+  for (const minute of [10, 31.7, 80, 110]) {
+    await page.locator("#whole").click();
+    const middle = FIRST + minute * MINUTE;
+    await drag(middle - 2 * MINUTE, middle + 2 * MINUTE);
+    const words = await told(middle);
+    const [, date, clock] = words.match(/^(\S+) (\S+) UTC/);
+    const step = 5000;
+    const start = Math.floor(Date.parse(`${date}T${clock}Z`) / step) * step;
+    for (const id of ids) {
+      const [bin] = report.levels(id, start, start + step, 1);
+      assert.match(words, new RegExp(`stream ${id}: ${bin.recorded ? bin.level : "missing"}( |$)`), words);
+    }
+  }
+});
+
+test("tells what is missing and what is not indexed", async () => {
+  await open();
+  assert.match(await told(GAP.from + 10 * MINUTE), /no file .* stream 1: missing/);
+  const words = await told(FIRST + 150 * MINUTE);
+  assert.ok(words.includes(report.files[2]), words);
+  assert.match(words, /stream 1: not indexed/);
+});
+
+test("quiet, active, missing and not indexed look different", async () => {
+  await open();
+  const bins = report.levels(1, FIRST, FIRST + 50 * MINUTE, 50).filter(bin => bin.recorded);
+  const low = bins.reduce((one, other) => other.level < one.level ? other : one);
+  const high = bins.reduce((one, other) => other.level > one.level ? other : one);
+  assert.ok(low.level < 40 && high.level > 50, `${low.level} ${high.level}`);
+  // A view of some minutes, where a bin is wider than what is looked at.
+  const colours = {};
+  for (const [name, time] of Object.entries({
+    quiet: low.time + 30000, active: high.time + 30000, missing: GAP.from + 10 * MINUTE,
+    notIndexed: FIRST + 150 * MINUTE,
+  })) {
+    await page.locator("#whole").click();
+    await drag(time - 5 * MINUTE, time + 5 * MINUTE);
+    colours[name] = await colourAt(time, 1);
+  }
+  const names = Object.keys(colours);
+  for (const one of names) {
+    for (const other of names.filter(name => name > one))
+      assert.ok(isUnlike(colours[one], colours[other]), `${one} ${other}: ${JSON.stringify(colours)}`);
+  }
+});
+
+test("zooms by dragging, from the whole archive to a second, and back", async () => {
+  await open();
+  const event = report.events().find(one => one.time < GAP.from && one.time > FIRST + 12 * MINUTE);
+  for (const half of [10 * MINUTE, MINUTE, 5000, 500]) {
+    await drag(event.time - half, event.time + half);
+    const {length} = await view();
+    assert.ok(length >= 1000 && Math.abs(length - Math.max(2 * half, 1000)) < half / 10, `${half}: ${length}`);
+  }
+  assert.ok((await told(event.time, 0)).includes(event.text));
+  const {x, y} = await placeOf(event.time, 0);
+  await page.mouse.dblclick(x, y);
+  assert.equal((await view()).from, FIRST);
+  assert.deepEqual(page.complaints, []);
+});
+
+test("zooms and moves by buttons and keys", async () => {
+  await open();
+  const {length} = await view();
+  await page.locator("#in").click();
+  assert.ok(Math.abs((await view()).length - length / 2) < 2);
+  const {from} = await view();
+  await page.locator("#later").click();
+  assert.ok(Math.abs((await view()).from - from - length / 8) < 2);
+  await page.locator("#charts").focus();
+  await page.keyboard.press("ArrowLeft");
+  assert.ok(Math.abs((await view()).from - from) < 2);
+  await page.keyboard.press("+");
+  assert.ok(Math.abs((await view()).length - length / 4) < 2);
+  await page.keyboard.press("-");
+  await page.keyboard.press("-");
+  await page.keyboard.press("-");
+  assert.equal((await view()).length, length, "there is nothing beyond the archive");
+  await page.keyboard.press("+");
+  await page.keyboard.press("0");
+  assert.equal((await view()).length, length);
+});
+
+test("a time in a table leads to its place in the charts", async () => {
+  await open();
+  const button = page.locator("#events tbody button").first();
+  const time = Date.parse(await button.innerText());
+  await button.click();
+  const {from, to, length} = await view();
+  assert.ok(from <= time && time <= to && length <= 10000);
+  assert.equal(await page.locator("#timeline").evaluate(one => one.getBoundingClientRect().top >= -1), true);
+});
+
+test("the tables tell the same without scripts", async () => {
+  await open({javaScriptEnabled: false});
+  assert.match(await page.locator("noscript").innerText(), /The tables below tell the same/);
+  assert.equal(await page.locator("#timeline").isVisible(), false);
+  assert.equal(await page.locator("#files tbody tr").count(), 3);
+  assert.equal(await page.locator("#events tbody tr").count(), report.events().length);
+  const cells = row => row.locator("td").allInnerTexts();
+  assert.deepEqual((await cells(page.locator("#gaps tbody tr").first())).slice(2), ["0:20:10", report.files[1]]);
+  const [, firstLevel] = await cells(page.locator("#activity tbody tr").first());
+  assert.equal(firstLevel, String(report.levels(1, FIRST, FIRST + 5 * MINUTE, 1)[0].level));
+  assert.match(await text("#activity"), /not indexed/);
+  assert.match(await text("#findings"), /first-index-place/);
+});
+
+test("follows the window's width and the colours of the system", async () => {
+  await open({colorScheme: "light"});
+  const light = await colourAt(GAP.from - MINUTE, 1);
+  await page.emulateMedia({colorScheme: "dark"});
+  await page.waitForFunction(() => matchMedia("(prefers-color-scheme: dark)").matches);
+  assert.ok(isUnlike(light, await colourAt(GAP.from - MINUTE, 1)));
+  await page.setViewportSize({width: 500, height: 900});
+  await page.waitForFunction(() => document.querySelector(".uplot").offsetWidth < 500);
+  assert.ok(await page.evaluate(() => document.scrollingElement.scrollWidth <= innerWidth));
+  assert.deepEqual(page.complaints, []);
+});

@@ -1,0 +1,63 @@
+// The report on a recording of three hours in three files: with a gap of twenty minutes after the first, and with a
+// last file that folders cannot open.
+import {execFileSync} from "node:child_process";
+import {closeSync, mkdtempSync, openSync, readdirSync, rmSync, writeSync} from "node:fs";
+import {tmpdir} from "node:os";
+import {join} from "node:path";
+
+export const FIRST = Date.parse("2024-05-01T08:00:00Z");
+export const MINUTE = 60000;
+export const ENTRY = 10000;
+
+const PLACE_OF_FIRST_INDEX_DELTA = 6;
+
+export class SampleReport {
+  constructor() {
+    this.folder = mkdtempSync(join(tmpdir(), "zel3-report-"));
+    this.archives = join(this.folder, "archives");
+    this.page = join(this.folder, "page.html");
+    this.zel3("make", this.archives, "--start", "2024-05-01T08:00:00Z", "--length", "3h", "--files", "3",
+              "--gap", "0:20m", "--interval", "10s", "--payload", "200", "--events", "20");
+    this.files = readdirSync(this.archives).sort();
+    this.breakLastFile();
+    this.zel3("report", this.archives, "-o", this.page);
+  }
+
+  breakLastFile() {
+    const file = openSync(join(this.archives, this.files[2]), "r+");
+    writeSync(file, Buffer.from([1, 0]), 0, 2, PLACE_OF_FIRST_INDEX_DELTA);
+    closeSync(file);
+  }
+
+  // What the program prints. Without caches folders open by the first index records of their files alone.
+  zel3(...args) {
+    const options = {encoding: "utf8", stdio: ["ignore", "pipe", "pipe"]};
+    const settings = ["--settings-folder", this.folder, "--cache-folder", join(this.folder, "no/such/folder")];
+    try {
+      return execFileSync(process.env.ZEL3, [...settings, ...args], options);
+    } catch (error) {
+      const somethingLeftOut = 3;
+      if (error.status !== somethingLeftOut) throw error;
+      return error.stdout;
+    }
+  }
+
+  // The levels of a stream, one for each of `count` bins from a time on.
+  levels(stream, from, to, count) {
+    const answer = this.zel3("activity", this.archives, "--stream", String(stream), "--bins", String(count),
+                             String(from), String(to), "--format", "json");
+    return JSON.parse(answer).bins;
+  }
+
+  events() {
+    return this.zel3("events", this.archives, "--format", "jsonl").trim().split("\n").map(line => JSON.parse(line));
+  }
+
+  get address() {
+    return `file://${this.page}`;
+  }
+
+  remove() {
+    rmSync(this.folder, {recursive: true});
+  }
+}

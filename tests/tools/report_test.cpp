@@ -1,0 +1,294 @@
+#include <gmock/gmock.h>
+
+#include <QCryptographicHash>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <regex>
+
+#include "archive_writer.h"
+#include "program.h"
+#include "sample_archive.h"
+
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+std::string Sha256(const std::string& text) {
+  const QByteArray bytes(text.data(), static_cast<int>(text.size()));
+  return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toBase64().constData();
+}
+
+// What stands between two texts of a page.
+std::string Between(const std::string& page, const std::string& before, const std::string& after) {
+  const std::size_t begin = page.find(before);
+  if (begin == std::string::npos) return "";
+  const std::size_t start = begin + before.size();
+  return page.substr(start, page.find(after, start) - start);
+}
+
+// The cells of the rows of a table, each row on one line with "|" between its cells.
+std::vector<std::string> RowsOf(const std::string& page, const std::string& section) {
+  const std::string body = Between(Between(page, "<section id=\"" + section + "\"", "</section>"),
+                                   "<tbody>", "</tbody>");
+  std::vector<std::string> rows;
+  const std::regex row("<tr>(.*?)</tr>");
+  const std::regex betweenCells("</td><td[^>]*>");
+  for (std::sregex_iterator match(body.begin(), body.end(), row), end; match != end; ++match) {
+    const std::string cells = std::regex_replace((*match)[1].str(), betweenCells, "|");
+    rows.push_back(std::regex_replace(cells, std::regex("<[^>]*>"), ""));
+  }
+  return rows;
+}
+
+class Report : public ProgramTest {
+ protected:
+  // The page about a folder; its data as the script of the page sees it are in mData.
+  std::string PageOf(const std::string& source, const Arguments& options = {}) {
+    Arguments arguments{"report", source, "-o", "-"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    mResult = Run(arguments);
+    const std::string data =
+        Between(mResult.out, "<script type=\"application/json\" id=\"report\">", "</script>");
+    mData = data.empty() ? Json() : Json::parse(data);
+    return mResult.out;
+  }
+
+  // An archive with entries at these index times; `streams` have data of level 3 in each, and each
+  // entry has an event with this text.
+  void Write(const std::string& path, const std::vector<std::uint32_t>& times,
+             const std::vector<std::uint8_t>& streams, const std::string& eventText = "",
+             std::int16_t firstIndexDelta = kFirstIndexDelta) {
+    ArchiveHeader header;
+    header.firstIndexDelta = firstIndexDelta;
+    for (const std::uint8_t id : streams)
+      header.streams.push_back({id, 1, "video", "camera " + std::to_string(id), "h264"});
+    ArchiveWriter writer(path);
+    writer.WriteHeader(header);
+    for (const std::uint32_t time : times) {
+      writer.WriteIndex({time, 0, 0});
+      for (const std::uint8_t id : streams) writer.WriteData(id, 3, Payload("picture"), 7);
+      if (!eventText.empty())
+        writer.WriteData(0xFA, 0, Payload(eventText), static_cast<std::uint16_t>(eventText.size()));
+    }
+    writer.Close();
+  }
+
+  // The states of a stream, one for each stretch: "recorded 0-60" with index times.
+  static std::vector<std::string> StretchesOf(const Json& stream) {
+    std::vector<std::string> stretches;
+    for (const Json& stretch : stream["stretches"]) {
+      stretches.push_back(stretch["state"].get<std::string>() + " " +
+                          std::to_string(stretch["from"].get<std::uint64_t>() / 1000) + "-" +
+                          std::to_string(stretch["to"].get<std::uint64_t>() / 1000));
+    }
+    return stretches;
+  }
+
+  std::string NewFolder(const std::string& name) {
+    const std::string folder = *this / name;
+    fs::create_directory(folder);
+    return folder;
+  }
+
+  static const unsigned char* Payload(const std::string& text) {
+    return reinterpret_cast<const unsigned char*>(text.data());
+  }
+
+  ProgramResult mResult;
+  Json mData;
+};
+
+class ReportOfSample : public Report {
+ protected:
+  ReportOfSample() {
+    mFolder = *this / "archives";
+    mTruth = WriteScenario(mFolder, SampleScenario());
+  }
+
+  std::string mFolder;
+  GroundTruth mTruth;
+};
+
+}  // namespace
+
+TEST_F(ReportOfSample, TellsFilesGapsStreamsAndEvents) {
+  const std::string page = PageOf(mFolder);
+  EXPECT_EQ(mResult.exitCode, 0) << mResult.err;
+  EXPECT_EQ(mData["from"], SampleTime(0));
+  EXPECT_EQ(mData["to"], SampleTime(191)) << "the second of the last entry is part of it";
+  ASSERT_EQ(mData["files"].size(), 3U);
+  EXPECT_EQ(mData["files"][1]["from"], SampleTime(90));
+  EXPECT_EQ(mData["files"][1]["to"], SampleTime(140));
+  EXPECT_EQ(mData["files"][1]["indexed"], true);
+  ASSERT_EQ(mData["gaps"].size(), 1U);
+  EXPECT_EQ(mData["gaps"][0]["from"], SampleTime(50));
+  EXPECT_EQ(mData["gaps"][0]["to"], SampleTime(90));
+  EXPECT_EQ(RowsOf(page, "files").size(), 3U);
+  EXPECT_EQ(RowsOf(page, "gaps").size(), 1U);
+  EXPECT_EQ(RowsOf(page, "streams").size(), mData["streams"].size());
+  EXPECT_EQ(RowsOf(page, "events").size(), mData["events"].size());
+}
+
+TEST_F(ReportOfSample, LevelsAreTheAnswersOfTheReader) {
+  PageOf(mFolder);
+  ASSERT_FALSE(mData["streams"].empty());
+  for (const Json& stream : mData["streams"]) {
+    SCOPED_TRACE(stream["id"]);
+    const std::size_t bins = stream["levels"].size();
+    const std::uint64_t from = mData["firstBin"];
+    const std::uint64_t to = from + bins * mData["binWidth"].get<std::uint64_t>();
+    const ProgramResult answer =
+        Run({"activity", mFolder, "--stream", stream["id"].dump(), "--bins", std::to_string(bins),
+             std::to_string(from), std::to_string(to), "--format", "json"});
+    const Json expected = Json::parse(answer.out);
+    ASSERT_EQ(expected["bins"].size(), bins);
+    for (std::size_t i = 0; i < bins; ++i)
+      EXPECT_EQ(stream["levels"][i], expected["bins"][i]["level"]);
+  }
+}
+
+TEST_F(ReportOfSample, ARangeIsShownAlone) {
+  const std::string from = std::to_string(SampleTime(100));
+  PageOf(mFolder, {from, std::to_string(SampleTime(130))});
+  EXPECT_EQ(mData["from"], SampleTime(100));
+  EXPECT_EQ(mData["to"], SampleTime(130));
+  EXPECT_EQ(mData["streams"][0]["levels"].size(), 30U);
+  EXPECT_THAT(mData["gaps"], IsEmpty());
+
+  PageOf(mFolder, {std::to_string(SampleTime(500)), std::to_string(SampleTime(600))});
+  EXPECT_EQ(mResult.exitCode, 4);
+  EXPECT_EQ(mResult.out, "");
+  PageOf(mFolder, {from, from});
+  EXPECT_EQ(mResult.exitCode, 2);
+}
+
+TEST_F(ReportOfSample, TimesAreDatesUnlessAskedForAsIntegers) {
+  EXPECT_THAT(PageOf(mFolder), HasSubstr(">2024-05-01T00:01:30.000Z</td>"));
+  EXPECT_EQ(mData["timeFormat"], "iso");
+  const std::string page = PageOf(mFolder, {"--time-format", "int"});
+  EXPECT_THAT(page, HasSubstr(">" + std::to_string(SampleTime(90)) + "</td>"));
+  EXPECT_THAT(page, Not(HasSubstr("2024-05-01T")));
+  EXPECT_EQ(mData["timeFormat"], "integer");
+}
+
+TEST_F(ReportOfSample, IsTheSameEachTime) {
+  EXPECT_EQ(PageOf(mFolder), PageOf(mFolder));
+}
+
+TEST_F(ReportOfSample, AllowsOnlyItsOwnScriptAndStyle) {
+  const std::string page = PageOf(mFolder);
+  EXPECT_THAT(page,
+              HasSubstr("content=\"default-src 'none'; script-src 'sha256-" +
+                        Sha256(Between(page, "<script>", "</script>")) + "'; style-src 'sha256-" +
+                        Sha256(Between(page, "<style>", "</style>")) +
+                        "'; base-uri 'none'; form-action 'none'\""));
+  EXPECT_THAT(page, AllOf(Not(HasSubstr(" src=")), Not(HasSubstr(" href=")),
+                          Not(HasSubstr("@import")), Not(HasSubstr("url("))));
+}
+
+TEST_F(ReportOfSample, IsNeverWrittenOverAnArchive) {
+  const std::string archive = SampleFile(mFolder, mTruth, 1);
+  const auto size = fs::file_size(archive);
+  const ProgramResult result = Run({"report", mFolder, "-o", archive});
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_EQ(result.err, "zel3: the output is an archive of the source\n");
+  EXPECT_EQ(fs::file_size(archive), size);
+}
+
+TEST_F(ReportOfSample, NeedsAPlaceToWriteTo) {
+  EXPECT_EQ(Run({"report", mFolder}).exitCode, 2);
+  EXPECT_EQ(Run({"report", mFolder, "-o", *this / "no/such/folder.html"}).exitCode, 1);
+  ASSERT_EQ(Run({"report", mFolder, "-o", *this / "page.html"}).exitCode, 0);
+  EXPECT_GT(fs::file_size(*this / "page.html"), 50000U);
+}
+
+TEST_F(Report, HasAtMost4000BinsOfAWidthThatPeopleCountIn) {
+  const std::string folder = *this / "days";
+  ASSERT_EQ(Run({"make", folder, "--length", "3d", "--files", "2", "--interval", "5m", "--payload",
+                 "40", "--start", "2024-05-01T00:00:05Z"})
+                .exitCode,
+            0);
+  PageOf(folder);
+  EXPECT_EQ(mData["binWidth"], 120000);
+  EXPECT_EQ(mData["firstBin"], 1714521600000U) << "2024-05-01T00:00:00Z";
+  EXPECT_EQ(mData["streams"][0]["levels"].size(), 2158U) << "up to the last entry, 71:55:06";
+}
+
+TEST_F(Report, QuietMissingAndNotIndexedDiffer) {
+  const std::string folder = NewFolder("states");
+  Write(folder + "/a.zel3", {1000, 1001, 1002, 1003}, {1, 2});
+  Write(folder + "/b.zel3", {1004, 1005, 1006, 1007}, {1});
+  constexpr std::int16_t kWrongPlace = 1;
+  Write(folder + "/c.zel3", {1008, 1009}, {1}, "", kWrongPlace);
+  Write(folder + "/d.zel3", {1030, 1031}, {1});
+  // Where no cache can be written, folders open without a file whose header names a wrong place.
+  const std::string page = PageOf(folder, {"--cache-folder", *this / "no/such/folder"});
+  EXPECT_EQ(mResult.exitCode, 3) << "a file is left out";
+  ASSERT_EQ(mData["streams"].size(), 2U);
+  EXPECT_THAT(StretchesOf(mData["streams"][0]),
+              ElementsAre("recorded 1000-1008", "not-indexed 1008-1010", "missing 1010-1030",
+                          "recorded 1030-1032"));
+  EXPECT_THAT(StretchesOf(mData["streams"][1]),
+              ElementsAre("recorded 1000-1004", "missing 1004-1032"))
+      << "the other files leave the stream out";
+  EXPECT_EQ(mData["streams"][1]["name"], "camera 2");
+  EXPECT_THAT(RowsOf(page, "streams"),
+              ElementsAre("1|camera 1|0:00:10|0:00:20|0:00:02|6|1970-01-01T00:16:40.000Z",
+                          "2|camera 2|0:00:04|0:00:28|0:00:00|6|1970-01-01T00:16:40.000Z"));
+  EXPECT_THAT(RowsOf(page, "activity"),
+              AllOf(Contains("1970-01-01T00:16:40.000Z|6|6"),
+                    Contains("1970-01-01T00:16:45.000Z|6|missing"),
+                    Contains("1970-01-01T00:16:51.000Z|missing|missing"),
+                    Contains("1970-01-01T00:16:48.000Z|not indexed|missing")));
+}
+
+TEST_F(Report, TextsFromArchivesAreOnlyTexts) {
+  const std::string folder = NewFolder("<b>&\"");
+  Write(folder + "/<i>.zel3", {1000, 1001}, {1}, "</script><img src=x onerror=alert(1)>\x1b\xff");
+  const std::string page = PageOf(folder);
+  EXPECT_THAT(page, AllOf(Not(HasSubstr("<img")), Not(HasSubstr("<i>.zel3")), Not(HasSubstr("<b>")),
+                          HasSubstr("<title>&lt;b&gt;&amp;&quot;</title>")));
+  EXPECT_THAT(RowsOf(page, "events"),
+              Contains("1970-01-01T00:16:40.000Z|note|&lt;/script&gt;&lt;img src=x "
+                       "onerror=alert(1)&gt;\\u001b\xEF\xBF\xBD"));
+  EXPECT_EQ(mData["events"][0]["text"], "</script><img src=x onerror=alert(1)>\\u001b\xEF\xBF\xBD");
+}
+
+TEST_F(Report, TellsWhatDoctorFinds) {
+  const std::string folder = NewFolder("damaged");
+  Write(folder + "/a.zel3", {1000, 1001, 1002, 1003}, {1});
+  std::fstream(folder + "/a.zel3", std::ios::in | std::ios::out | std::ios::binary).seekp(120)
+      << "\x07\x07\x07\x07";
+  std::ofstream(folder + "/b.zel3") << "short";
+  const std::string page = PageOf(folder);
+  EXPECT_EQ(mResult.exitCode, 3);
+  const ProgramResult doctor = Run({"doctor", folder, "--format", "json"});
+  const Json found = Json::parse(doctor.out)["findings"];
+  const std::vector<std::string> rows = RowsOf(page, "findings");
+  ASSERT_EQ(rows.size(), found.size());
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    EXPECT_THAT(rows[i], HasSubstr(found[i]["severity"].get<std::string>() + "|" +
+                                   found[i]["kind"].get<std::string>() + "|" +
+                                   found[i]["file"].get<std::string>()));
+  }
+  EXPECT_THAT(rows, Contains(HasSubstr("error|too-small|b.zel3")));
+}
+
+TEST_F(Report, HasNoTimelineWhereNoFileHoldsAnEntry) {
+  const std::string folder = NewFolder("empty");
+  std::ofstream(folder + "/a.zel3") << "no archive at all, but long enough";
+  const std::string page = PageOf(folder);
+  EXPECT_EQ(mResult.exitCode, 3);
+  EXPECT_THAT(RowsOf(page, "findings"), Contains(HasSubstr("error|no-header|a.zel3")));
+  EXPECT_EQ(mData["from"], mData["to"]);
+  EXPECT_EQ(Run({"report", NewFolder("nothing"), "-o", "-"}).exitCode, 1);
+}

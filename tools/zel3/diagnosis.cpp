@@ -1,0 +1,63 @@
+#include "diagnosis.h"
+
+#include <algorithm>
+
+#include "archive_source.h"
+#include "recorded_gap.h"
+#include "tool_error.h"
+
+namespace {
+
+// How the files of a folder follow each other in time.
+void CheckOrder(std::vector<ArchiveFacts> archives, Findings* findings) {
+  archives.erase(std::remove_if(archives.begin(), archives.end(),
+                                [](const ArchiveFacts& facts) { return facts.entries == 0; }),
+                 archives.end());
+  std::sort(archives.begin(), archives.end(),
+            [](const ArchiveFacts& one, const ArchiveFacts& other) {
+              return one.startTime < other.startTime;
+            });
+  const ArchiveFacts* latest = nullptr;
+  for (const ArchiveFacts& facts : archives) {
+    if (latest != nullptr) {
+      const std::string name = archive_source::FileName(facts.path);
+      const std::string before = archive_source::FileName(latest->path);
+      const bool overlaps = facts.startTime < latest->endTime;
+      const std::uint64_t distance = overlaps ? 0 : facts.startTime - latest->endTime;
+      if (overlaps) {
+        findings->Add({Severity::kWarning,
+                       "overlap",
+                       name,
+                       "holds times of " + before + ", too",
+                       {},
+                       {},
+                       facts.startTime,
+                       std::min(facts.endTime, latest->endTime)});
+      } else if (latest->step > 0 && distance > kMostStepsToTheNextFile * latest->step) {
+        findings->Add({Severity::kNote,
+                       "gap",
+                       name,
+                       "nothing is recorded since " + before,
+                       {},
+                       {},
+                       latest->endTime,
+                       facts.startTime});
+      }
+    }
+    if (latest == nullptr || latest->endTime < facts.endTime) latest = &facts;
+  }
+}
+
+}  // namespace
+
+Diagnosis Diagnose(const std::string& source, const std::string& cacheFolder) {
+  const std::vector<std::string> paths = archive_source::Files(source);
+  if (paths.empty()) throw ToolError("no archive in " + source);
+  Diagnosis diagnosis;
+  Findings findings;
+  for (const std::string& path : paths)
+    diagnosis.archives.push_back(CheckArchive(path, cacheFolder, &findings));
+  CheckOrder(diagnosis.archives, &findings);
+  diagnosis.findings = findings.All();
+  return diagnosis;
+}

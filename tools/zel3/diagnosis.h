@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "archive_checkup.h"
+#include "finding.h"
+
+// What is known of the archives of a source after going through all of them once.
+struct Diagnosis {
+  std::vector<ArchiveFacts> archives;  // by name
+  std::vector<Finding> findings;
+};
+
+// Goes through the archives of a source, each by itself and how they follow each other in time.
+// `source` comes from archive_source::Locate. Nothing is changed. Throws ToolError when the source
+// holds no archive or the user interrupts.
+Diagnosis Diagnose(const std::string& source, const std::string& cacheFolder);

@@ -1,0 +1,48 @@
+#include "report.h"
+
+#include <algorithm>
+
+#include "archive_source.h"
+#include "output_file.h"
+#include "report/report_data.h"
+#include "report/report_page.h"
+#include "tool_error.h"
+
+namespace {
+
+std::optional<ReportRange> RangeOf(const ReportOptions& options) {
+  if (!options.from || !options.to) return std::nullopt;
+  if (*options.from >= *options.to) throw ToolError("FROM must be before TO", kExitUsage);
+  if (*options.from >= kEndOfTimes) throw ToolError("nothing is recorded there", kExitNothing);
+  return ReportRange{*options.from, std::min(*options.to, kEndOfTimes)};
+}
+
+bool HoldsPartOf(const ReportRange& range, const ReportFile& file) {
+  return file.facts.entries > 0 && file.facts.startTime < range.to &&
+         file.facts.endTime >= range.from;
+}
+
+bool IsWhole(const ReportData& report) {
+  return std::all_of(report.files.begin(), report.files.end(),
+                     [](const ReportFile& file) { return file.indexed; }) &&
+         std::all_of(report.findings.begin(), report.findings.end(),
+                     [](const Finding& one) { return one.severity == Severity::kNote; });
+}
+
+}  // namespace
+
+int RunReport(const HostOptions& host, const ReportOptions& options) {
+  const std::optional<ReportRange> range = RangeOf(options);
+  const std::string source = archive_source::Locate(options.source);
+  if (options.output != "-") archive_source::RefuseToOverwrite(source, options.output);
+
+  const ReportData report = CollectReport(host, source, range);
+  if (range && std::none_of(report.files.begin(), report.files.end(),
+                            [&range](const ReportFile& file) { return HoldsPartOf(*range, file); }))
+    throw ToolError("nothing is recorded there", kExitNothing);
+  const std::string page = ReportPage(report, options.askedTimeFormat.value_or(TimeFormat::kIso));
+  OutputFile output(options.output);
+  output.Write(std::vector<unsigned char>(page.begin(), page.end()));
+  output.Finish();
+  return IsWhole(report) ? kExitDone : kExitDamaged;
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace html {
+
+// A text from outside as HTML text: nothing in it is markup, and control characters are shown.
+std::string FromText(const std::string& text);
+
+// A table, cell by cell. All texts are texts, not HTML.
+class Table {
+ public:
+  explicit Table(const std::vector<std::string>& headings);
+
+  void BeginRow() { mHtml += "<tr>"; }
+  void EndRow() { mHtml += "</tr>\n"; }
+  // `kind` is a class of the style sheet.
+  void Cell(const std::string& text, const char* kind = "text");
+  void Number(const std::string& text) { Cell(text, "number"); }
+  // A time that leads to its place in the charts: archive times.
+  void Time(const std::string& text, std::uint64_t from, std::uint64_t to);
+
+  std::string Finish() const { return mHtml + "</tbody>\n</table>"; }
+
+ private:
+  std::string mHtml;
+};
+
+std::string Paragraph(const std::string& text);
+
+// A part of a page. `content` is HTML.
+std::string Section(const std::string& id, const std::string& heading, const std::string& content);
+
+}  // namespace html

@@ -1,0 +1,12 @@
+#pragma once
+
+// The parts of a report that are the same in all.
+namespace page_assets {
+
+// HTML with places to fill in: {{title}}.
+extern const char kPage[];
+// uPlot's and our own.
+extern const char kStyle[];
+extern const char kScript[];
+
+}  // namespace page_assets
