@@ -173,6 +173,21 @@ test("zooms by dragging, from the whole archive to a second, and back", async ()
   assert.deepEqual(page.complaints, []);
 });
 
+test("axes keep their colour when the charts are drawn again", async () => {
+  await open();
+  // The darkest of the places left of the charts and below them.
+  const darkest = () => page.evaluate(() => [...document.querySelectorAll(".uplot")].map(chart => {
+    const canvas = chart.querySelector("canvas");
+    const left = chart.querySelector(".u-over").offsetLeft * devicePixelRatio;
+    const {data} = canvas.getContext("2d").getImageData(0, 0, Math.round(left) - 8, canvas.height);
+    return Math.min(...data.filter((value, place) => place % 4 === 0 && data[place + 3] > 200));
+  }));
+  const before = await darkest();
+  assert.ok(Math.max(...before) < 100, before.join());
+  for (let time = 0; time < 3; ++time) await page.locator("#in").click();
+  assert.deepEqual(await darkest(), before);
+});
+
 test("zooms and moves by buttons and keys", async () => {
   await open();
   const {length} = await view();

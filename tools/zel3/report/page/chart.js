@@ -80,12 +80,15 @@
   function fill(u, paint, from, to, low, high, thinnest = 1) {
     if (to < view.from || from > view.to) return;
     const {left, width} = u.bbox;
-    const x = time => Math.min(Math.max(u.valToPos(time, "x", true), left), left + width);
+    const x = time => Math.round(Math.min(Math.max(u.valToPos(time, "x", true), left), left + width));
     const top = u.valToPos(high, "y", true);
     const start = x(from);
+    // uPlot takes its own settings to be still in force.
+    u.ctx.save();
     u.ctx.fillStyle = paints[paint];
     u.ctx.fillRect(start, top, Math.max(x(to) - start, thinnest * (devicePixelRatio || 1)),
                    u.valToPos(low, "y", true) - top);
+    u.ctx.restore();
   }
 
   // Charts
