@@ -1,14 +1,19 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "archive_writer.h"
 #include "program.h"
 #include "sample_archive.h"
+#include "terminal.h"
 
+using testing::AllOf;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
@@ -111,8 +116,13 @@ TEST_F(Doctor, TellsWhereDamageIsAndHowMuch) {
   const std::string path = Write("a.zel3", {10, 20, 30, 40});
   // The index record of the second entry: its data is lost, too.
   Overwrite(path, mPositions[1], Bytes(13, 0xEE));
-  EXPECT_THAT(FindingsIn(path), ElementsAre("error damage a.zel3" + At(1) + " +117"));
+  const Json report = Examine(path);
+  EXPECT_THAT(Findings(report), ElementsAre("error damage a.zel3" + At(1) + " +117"));
+  EXPECT_EQ(report["findings"][0]["time"], 10000) << "the entry before it";
+  EXPECT_EQ(report["findings"][0]["endTime"], nullptr);
   EXPECT_EQ(mResult.exitCode, 3);
+  EXPECT_THAT(Run({"doctor", path}).out,
+              HasSubstr("makes no sense and is passed over (after 1970-01-01T00:00:10.000Z)"));
 }
 
 TEST_F(Doctor, TellsAHeadThatFoldersDoNotOpenBy) {
@@ -348,6 +358,40 @@ TEST_F(Doctor, TextIsATableAndASum) {
   EXPECT_EQ(result.err, "");
   EXPECT_THAT(LinesOf(Run({"doctor", *this / "a.zel3"}).out),
               ElementsAre("1 file: 0 errors, 0 warnings, 0 notes"));
+}
+
+TEST_F(Doctor, ATerminalShowsColoursUnlessTheUserWantsNone) {
+  WriteFile(*this / "a.zel3", "too short");
+  struct Case {
+    const char* noColour;
+    const char* terminal;
+    const char* heading;
+    const char* severity;
+  };
+  const Case cases[] = {
+      {"", "xterm", "\x1b[1mseverity\x1b[0m  \x1b[1mkind", "\x1b[31merror\x1b[0m     too-small"},
+      {"1", "xterm", "severity  kind", "error     too-small"},
+      {"", "dumb", "severity  kind", "error     too-small"},
+  };
+  for (const Case& one : cases) {
+    SCOPED_TRACE(one.terminal + std::string(one.noColour));
+    const Terminal terminal;
+    Start({"doctor", Folder()}, [&terminal, &one] {
+      setenv("NO_COLOR", one.noColour, 1);
+      setenv("TERM", one.terminal, 1);
+      terminal.TakeThePlaceOf(STDOUT_FILENO);
+    });
+    Finish();
+    EXPECT_THAT(terminal.Written(), AllOf(HasSubstr(one.heading), HasSubstr(one.severity)));
+  }
+}
+
+TEST_F(Doctor, ATerminalShowsHowFarItIs) {
+  Write("a.zel3", {10, 20, 30});
+  const Terminal terminal;
+  Start({"doctor", Folder()}, [&terminal] { terminal.TakeThePlaceOf(STDERR_FILENO); });
+  EXPECT_EQ(Finish().exitCode, 0);
+  EXPECT_THAT(terminal.Written(), AllOf(HasSubstr("examining [#"), EndsWith("\r\x1b[K")));
 }
 
 TEST_F(Doctor, WithoutAnArchiveFails) {

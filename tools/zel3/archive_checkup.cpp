@@ -71,17 +71,13 @@ class ArchiveCheckup : public FramingSink {
   }
 
   void OnDamage(std::uint64_t position, std::uint64_t bytes) override {
-    Finding finding = About(Severity::kError, "damage", "makes no sense and is passed over");
-    finding.position = position;
-    finding.bytes = bytes;
-    mFindings->Add(finding);
+    const Finding finding = About(Severity::kError, "damage", "makes no sense and is passed over");
+    AddBytes(finding, position, bytes);
   }
 
   void OnCutOff(std::uint64_t position, std::uint64_t bytes) override {
-    Finding finding = About(Severity::kWarning, "cut-off", "the last record is not whole");
-    finding.position = position;
-    finding.bytes = bytes;
-    mFindings->Add(finding);
+    const Finding finding = About(Severity::kWarning, "cut-off", "the last record is not whole");
+    AddBytes(finding, position, bytes);
   }
 
   ArchiveFacts Finish(std::uint64_t bytes) {
@@ -106,6 +102,14 @@ class ArchiveCheckup : public FramingSink {
   }
 
  private:
+  // Known to lie behind the last entry so far.
+  void AddBytes(Finding finding, std::uint64_t position, std::uint64_t bytes) {
+    finding.position = position;
+    finding.bytes = bytes;
+    if (mFacts.entries > 0) finding.time = mLastTime;
+    mFindings->Add(finding);
+  }
+
   void CheckFirstHeader(std::uint64_t position, const ArchiveHeader& header) {
     // Older files are never opened by their first and last index records.
     if (!HasSuffix(mPath, ".zel3")) return;
@@ -155,10 +159,10 @@ class ArchiveCheckup : public FramingSink {
 }  // namespace
 
 ArchiveFacts CheckArchive(const std::string& path, const std::string& cacheFolder,
-                          Findings* findings) {
+                          Findings* findings, const OnBytesRead& onBytesRead) {
   ArchiveCheckup checkup(path, cacheFolder, findings);
   try {
-    return checkup.Finish(ScanArchive(path, checkup));
+    return checkup.Finish(ScanArchive(path, checkup, onBytesRead));
   } catch (const ToolError& error) {
     if (error.Code() == kExitInterrupted) throw;
     findings->Add({Severity::kError, "unreadable", archive_source::FileName(path), error.what()});

@@ -5,9 +5,9 @@
 #include <map>
 #include <string>
 
+#include "archive_scan.h"
 #include "cache_checkup.h"
 #include "finding.h"
-#include "framing_parser.h"
 
 // What one pass over an archive file has told. Times are archive times.
 struct ArchiveFacts {
@@ -25,4 +25,4 @@ struct ArchiveFacts {
 // Goes through one archive file and its cache files. Neither is changed. A file that cannot be read
 // is a finding, too. Throws ToolError when the user interrupts.
 ArchiveFacts CheckArchive(const std::string& path, const std::string& cacheFolder,
-                          Findings* findings);
+                          Findings* findings, const OnBytesRead& onBytesRead);

@@ -20,7 +20,8 @@ std::uint64_t SizeOf(std::ifstream* file) {
 
 }  // namespace
 
-std::uint64_t ScanArchive(const std::string& path, FramingSink& sink) {
+std::uint64_t ScanArchive(const std::string& path, FramingSink& sink,
+                          const OnBytesRead& onBytesRead) {
   std::ifstream file(path, std::ios::binary);
   const std::uint64_t size = SizeOf(&file);
   if (!file) throw ToolError("cannot open " + path);
@@ -33,6 +34,7 @@ std::uint64_t ScanArchive(const std::string& path, FramingSink& sink) {
     const auto count = static_cast<std::size_t>(file.gcount());
     parser.Feed(reinterpret_cast<const unsigned char*>(block.data()), count);
     left -= count;
+    onBytesRead(count);
   }
   if (file.bad()) throw ToolError("cannot read " + path);
   parser.Finish();

@@ -1,5 +1,7 @@
 #include "diagnosis.h"
 
+#include <QFile>
+#include <QFileInfo>
 #include <algorithm>
 
 #include "archive_source.h"
@@ -48,15 +50,31 @@ void CheckOrder(std::vector<ArchiveFacts> archives, Findings* findings) {
   }
 }
 
+// At least 1, to divide by.
+std::uint64_t SizeOf(const std::vector<std::string>& paths) {
+  std::uint64_t size = 1;
+  for (const std::string& path : paths)
+    size += static_cast<std::uint64_t>(QFileInfo(QFile::decodeName(path.c_str())).size());
+  return size;
+}
+
 }  // namespace
 
-Diagnosis Diagnose(const std::string& source, const std::string& cacheFolder) {
+Diagnosis Diagnose(const std::string& source, const std::string& cacheFolder,
+                   ProgressBar* progress) {
   const std::vector<std::string> paths = archive_source::Files(source);
   if (paths.empty()) throw ToolError("no archive in " + source);
+  const std::uint64_t allBytes = SizeOf(paths);
+  std::uint64_t bytesRead = 0;
+  const auto onBytesRead = [&](std::size_t count) {
+    bytesRead += count;
+    progress->Show("examining", static_cast<unsigned>(bytesRead * 100 / allBytes));
+  };
   Diagnosis diagnosis;
   Findings findings;
   for (const std::string& path : paths)
-    diagnosis.archives.push_back(CheckArchive(path, cacheFolder, &findings));
+    diagnosis.archives.push_back(CheckArchive(path, cacheFolder, &findings, onBytesRead));
+  progress->Clear();
   CheckOrder(diagnosis.archives, &findings);
   diagnosis.findings = findings.All();
   return diagnosis;

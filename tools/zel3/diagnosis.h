@@ -5,6 +5,7 @@
 
 #include "archive_checkup.h"
 #include "finding.h"
+#include "progress_bar.h"
 
 // What is known of the archives of a source after going through all of them once.
 struct Diagnosis {
@@ -15,4 +16,5 @@ struct Diagnosis {
 // Goes through the archives of a source, each by itself and how they follow each other in time.
 // `source` comes from archive_source::Locate. Nothing is changed. Throws ToolError when the source
 // holds no archive or the user interrupts.
-Diagnosis Diagnose(const std::string& source, const std::string& cacheFolder);
+Diagnosis Diagnose(const std::string& source, const std::string& cacheFolder,
+                   ProgressBar* progress);

@@ -74,8 +74,9 @@ std::string Number(const std::optional<std::uint64_t>& value) {
 
 std::string Span(const Finding& finding, TimeFormat times) {
   if (!finding.time) return "";
-  return fmt::format(" ({} to {})", TimeText(*finding.time, times),
-                     TimeText(finding.endTime.value_or(*finding.time), times));
+  const std::string from = TimeText(*finding.time, times);
+  if (!finding.endTime) return fmt::format(" (after {})", from);
+  return fmt::format(" ({} to {})", from, TimeText(*finding.endTime, times));
 }
 
 void PrintAsText(const Diagnosis& diagnosis, TimeFormat times) {
@@ -87,7 +88,7 @@ void PrintAsText(const Diagnosis& diagnosis, TimeFormat times) {
                     Number(finding.position), Number(finding.bytes),
                     Escaped(finding.text) + Span(finding, times)});
   }
-  if (!findings.empty()) PrintTable(rows);
+  if (!findings.empty()) PrintTable(rows, {{"error", Colour::kRed}, {"warning", Colour::kYellow}});
   const auto count = [&findings](Severity severity) {
     return std::count_if(findings.begin(), findings.end(),
                          [severity](const Finding& one) { return one.severity == severity; });
@@ -110,12 +111,11 @@ void RemoveCache(const ArchiveFacts& facts, const std::string& cacheFolder) {
 }
 
 void Rebuild(const HostOptions& host, const std::string& source,
-             const std::vector<ArchiveFacts>& archives) {
+             const std::vector<ArchiveFacts>& archives, ProgressBar* progress) {
   for (const ArchiveFacts& facts : archives) {
     if (facts.cache == CacheState::kUnsound) RemoveCache(facts, host.cacheFolder);
   }
-  ProgressBar progress;
-  const std::vector<IndexedFile> files = BuildIndexes(host, source, &progress);
+  const std::vector<IndexedFile> files = BuildIndexes(host, source, progress);
   const auto count = [&files](FileState state) {
     return std::count_if(files.begin(), files.end(),
                          [state](const IndexedFile& file) { return file.state == state; });
@@ -129,12 +129,13 @@ void Rebuild(const HostOptions& host, const std::string& source,
 
 int RunDoctor(const HostOptions& host, const DoctorOptions& options) {
   const std::string source = archive_source::Locate(options.source);
-  const Diagnosis diagnosis = Diagnose(source, host.cacheFolder);
+  ProgressBar progress;
+  const Diagnosis diagnosis = Diagnose(source, host.cacheFolder, &progress);
   if (options.style.format == OutputFormat::kJson) {
     PrintAsJson(source, diagnosis, options.style.Times());
   } else {
     PrintAsText(diagnosis, options.style.Times());
   }
-  if (options.rebuild) Rebuild(host, source, diagnosis.archives);
+  if (options.rebuild) Rebuild(host, source, diagnosis.archives, &progress);
   return diagnosis.findings.empty() ? kExitDone : kExitDamaged;
 }

@@ -19,7 +19,8 @@ struct Finding {
   std::string text;  // for people; may quote texts from outside as they are
   std::optional<std::uint64_t> position = {};  // in the file
   std::optional<std::uint64_t> bytes = {};
-  std::optional<std::uint64_t> time = {};  // archive times: from when to when
+  // Archive times: from when to when; without an end, some time behind the first.
+  std::optional<std::uint64_t> time = {};
   std::optional<std::uint64_t> endTime = {};
 };
 

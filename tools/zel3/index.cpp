@@ -48,7 +48,7 @@ void PrintAsText(const std::vector<IndexedFile>& files, TimeFormat times) {
                     failed ? "-" : TimeText(file.startTime, times),
                     failed ? "-" : TimeText(file.endTime, times)});
   }
-  PrintTable(rows);
+  PrintTable(rows, {{"failed", Colour::kRed}});
 }
 
 int ExitCodeFor(const std::vector<IndexedFile>& files) {

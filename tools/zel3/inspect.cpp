@@ -68,13 +68,13 @@ std::string List(const Texts& texts) {
 
 void PrintAsText(const PlugInFacts& facts) {
   std::cout << Escaped(facts.file) << '\n';
-  PrintTable({{"signature", facts.signature.empty() ? "-" : facts.signature},
-              {"entry points", List(facts.entryPoints)},
-              {"makes", List(AsTexts(facts.madeFor))},
-              {"known inputs", List(AsTexts(facts.knownInputs))},
-              {"known outputs", List(AsTexts(facts.knownOutputs))},
-              {"asks for", List(facts.asksFor)},
-              {"needs", List(facts.libraries)}});
+  PrintLabelled({{"signature", facts.signature.empty() ? "-" : facts.signature},
+                 {"entry points", List(facts.entryPoints)},
+                 {"makes", List(AsTexts(facts.madeFor))},
+                 {"known inputs", List(AsTexts(facts.knownInputs))},
+                 {"known outputs", List(AsTexts(facts.knownOutputs))},
+                 {"asks for", List(facts.asksFor)},
+                 {"needs", List(facts.libraries)}});
   std::vector<Texts> rows{{"on", "sends up", "sends down"}};
   for (const BlockReaction& reaction : facts.reactions) {
     rows.push_back({reaction.block.empty() ? "creation" : reaction.block, List(reaction.up),

@@ -17,6 +17,9 @@ ProgressBar::ProgressBar() : mOnTerminal(isatty(STDERR_FILENO) == 1) {}
 void ProgressBar::Show(const std::string& what, unsigned percent) {
   if (!mOnTerminal) return;
   const unsigned shown = std::min(percent, 100U);
+  if (mShown && what == mWhat && shown == mPercent) return;
+  mWhat = what;
+  mPercent = shown;
   const unsigned filled = kCells * shown / 100;
   fmt::print(stderr, "{}{} [{}{}] {:3}%", kEraseLine, what, std::string(filled, '#'),
              std::string(kCells - filled, '.'), shown);

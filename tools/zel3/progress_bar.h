@@ -18,4 +18,6 @@ class ProgressBar {
  private:
   const bool mOnTerminal;
   bool mShown = false;
+  std::string mWhat;
+  unsigned mPercent = 0;
 };

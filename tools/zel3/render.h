@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -35,8 +36,15 @@ std::string Counted(std::uint64_t count, const char* what);
 // that are not UTF-8 as U+FFFD.
 std::string Escaped(const std::string& text);
 
-// Prints rows of cells in aligned columns. Cells that come from outside must be escaped.
-void PrintTable(const std::vector<std::vector<std::string>>& rows);
+enum class Colour { kRed, kYellow };
+
+// Print rows of cells in aligned columns: below headings, which are the first row, or behind
+// labels, which are the first column. Cells that come from outside must be escaped. On a terminal
+// headings and labels are bold, and cells with one of these texts are coloured, unless the
+// environment has NO_COLOR or the terminal is a dumb one.
+void PrintTable(const std::vector<std::vector<std::string>>& rows,
+                const std::map<std::string, Colour>& colours = {});
+void PrintLabelled(const std::vector<std::vector<std::string>>& rows);
 
 // Prints rows of cells as comma-separated values; cells with commas or quotes are quoted. Cells
 // that come from outside must be escaped.

@@ -94,7 +94,7 @@ std::string RangeText(const std::optional<ByteRange>& range) {
 
 void PrintAsText(const FoundEntry& found, const SeekExplanation& explanation, const Cost& cost,
                  TimeFormat times) {
-  PrintTable(
+  PrintLabelled(
       {{"file", fmt::format("{} {}", found.fileNumber,
                             Escaped(archive_source::FileName(explanation.file)))},
        {"entry", std::to_string(found.entryNumber)},

@@ -102,8 +102,7 @@ struct StreamPlaces {
 class Collection {
  public:
   Collection(const HostOptions& host, const std::string& path)
-      : mSource(host, path, MissingIndexes::kBuild),
-        mDiagnosis(Diagnose(archive_source::Locate(path), host.cacheFolder)) {
+      : mSource(host, path, MissingIndexes::kBuild), mDiagnosis(Examine(path, host.cacheFolder)) {
     mData.source = archive_source::Locate(path);
     mData.findings = mDiagnosis.findings;
   }
@@ -120,6 +119,11 @@ class Collection {
   }
 
  private:
+  static Diagnosis Examine(const std::string& path, const std::string& cacheFolder) {
+    ProgressBar progress;
+    return Diagnose(archive_source::Locate(path), cacheFolder, &progress);
+  }
+
   void AddFiles() {
     // The reader's list has no names: files are known by their times.
     std::multiset<std::pair<std::uint64_t, std::uint64_t>> served;
