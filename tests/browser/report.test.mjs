@@ -46,6 +46,7 @@ async function placeOf(time, chart) {
 async function told(time, chart = 1) {
   const {x, y} = await placeOf(time, chart);
   await page.mouse.move(x, y);
+  await page.evaluate(() => new Promise(drawn => requestAnimationFrame(() => requestAnimationFrame(drawn))));
   return text("#readout");
 }
 
@@ -111,7 +112,7 @@ test("shows the whole archive first", async () => {
 
 test("tells the levels that the reader answers", async () => {
   await open();
-  const ids = await page.locator("#streams tbody td:first-child").allInnerTexts();
+  const ids = await page.locator("#streams tbody td:first-child").allTextContents();
   for (const minute of [10, 31.7, 80, 110]) {
     await page.locator("#whole").click();
     const middle = FIRST + minute * MINUTE;
@@ -213,7 +214,7 @@ test("zooms and moves by buttons and keys", async () => {
 test("a time in a table leads to its place in the charts", async () => {
   await open();
   const button = page.locator("#events tbody button").first();
-  const time = Date.parse(await button.innerText());
+  const time = Date.parse(await button.textContent());
   await button.click();
   const {from, to, length} = await view();
   assert.ok(from <= time && time <= to && length <= 10000);
@@ -226,7 +227,7 @@ test("the tables tell the same without scripts", async () => {
   assert.equal(await page.locator("#timeline").isVisible(), false);
   assert.equal(await page.locator("#files tbody tr").count(), 3);
   assert.equal(await page.locator("#events tbody tr").count(), report.events().length);
-  const cells = row => row.locator("td").allInnerTexts();
+  const cells = row => row.locator("td").allTextContents();
   assert.deepEqual((await cells(page.locator("#gaps tbody tr").first())).slice(2), ["0:20:10", report.files[1]]);
   const [, firstLevel] = await cells(page.locator("#activity tbody tr").first());
   assert.equal(firstLevel, String(report.levels(1, FIRST, FIRST + 5 * MINUTE, 1)[0].level));

@@ -31,7 +31,9 @@ export class SampleReport {
 
   // What the program prints. Without caches folders open by the first index records of their files alone.
   zel3(...args) {
-    const options = {encoding: "utf8", stdio: ["ignore", "pipe", "pipe"]};
+    const options = {
+      encoding: "utf8", stdio: ["ignore", "pipe", "pipe"], env: {...process.env, TMPDIR: this.folder},
+    };
     const settings = ["--settings-folder", this.folder, "--cache-folder", join(this.folder, "no/such/folder")];
     try {
       return execFileSync(process.env.ZEL3, [...settings, ...args], options);

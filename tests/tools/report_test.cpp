@@ -83,14 +83,19 @@ class Report : public ProgramTest {
   }
 
   // The states of a stream, one for each stretch: "recorded 0-60" with index times.
-  static std::vector<std::string> StretchesOf(const Json& stream) {
-    std::vector<std::string> stretches;
-    for (const Json& stretch : stream["stretches"]) {
-      stretches.push_back(stretch["state"].get<std::string>() + " " +
-                          std::to_string(stretch["from"].get<std::uint64_t>() / 1000) + "-" +
-                          std::to_string(stretch["to"].get<std::uint64_t>() / 1000));
+  std::vector<std::string> StretchesOf(const Json& stream) const {
+    const std::uint64_t first = mData["firstBin"].get<std::uint64_t>() / 1000;
+    const std::uint64_t width = mData["binWidth"].get<std::uint64_t>() / 1000;
+    const Json& stretches = stream["stretches"];
+    std::vector<std::string> lines;
+    for (std::size_t i = 0; i < stretches.size(); ++i) {
+      const std::uint64_t end = i + 1 < stretches.size() ? stretches[i + 1][1].get<std::uint64_t>()
+                                                         : stream["levels"].size();
+      lines.push_back(stretches[i][0].get<std::string>() + " " +
+                      std::to_string(first + stretches[i][1].get<std::uint64_t>() * width) + "-" +
+                      std::to_string(first + end * width));
     }
-    return stretches;
+    return lines;
   }
 
   std::string NewFolder(const std::string& name) {
@@ -171,6 +176,30 @@ TEST_F(ReportOfSample, ARangeIsShownAlone) {
   EXPECT_EQ(mResult.exitCode, 2);
 }
 
+TEST_F(ReportOfSample, ARangeHasItsFilesAndFindingsOnly) {
+  const std::string page =
+      PageOf(mFolder, {std::to_string(SampleTime(85)), std::to_string(SampleTime(140))});
+  EXPECT_EQ(mData["files"].size(), 1U);
+  EXPECT_EQ(RowsOf(page, "files").size(), 1U);
+  EXPECT_EQ(RowsOf(page, "findings").size(), 1U) << "the gap that ends in the range";
+  EXPECT_EQ(
+      RowsOf(PageOf(mFolder, {std::to_string(SampleTime(100)), std::to_string(SampleTime(140))}),
+             "findings")
+          .size(),
+      0U);
+}
+
+TEST_F(ReportOfSample, WhereNoCacheCanBeWrittenFilesAreIndexedAllTheSame) {
+  const std::string page = PageOf(mFolder, {"--cache-folder", *this / "no/such/folder"});
+  EXPECT_EQ(mResult.exitCode, 0) << mResult.err;
+  for (const Json& file : mData["files"]) EXPECT_EQ(file["indexed"], true);
+  EXPECT_THAT(page, Not(HasSubstr("class=\"not-indexed\"")));
+}
+
+TEST_F(ReportOfSample, AFolderIsNamedWithAndWithoutASlash) {
+  EXPECT_THAT(PageOf(mFolder + "/"), HasSubstr("<h1>archives</h1>"));
+}
+
 TEST_F(ReportOfSample, TimesAreDatesUnlessAskedForAsIntegers) {
   EXPECT_THAT(PageOf(mFolder), HasSubstr(">2024-05-01T00:01:30.000Z</td>"));
   EXPECT_EQ(mData["timeFormat"], "iso");
@@ -249,6 +278,69 @@ TEST_F(Report, QuietMissingAndNotIndexedDiffer) {
                     Contains("1970-01-01T00:16:45.000Z|6|missing"),
                     Contains("1970-01-01T00:16:51.000Z|missing|missing"),
                     Contains("1970-01-01T00:16:48.000Z|not indexed|missing")));
+}
+
+TEST_F(Report, AFileThatOthersLieWithinDoesNotReachBehindThem) {
+  const std::string folder = NewFolder("overlap");
+  Write(folder + "/a.zel3", {1000, 1001, 1002, 1003, 1004, 1005, 1006, 1007}, {1});
+  Write(folder + "/b.zel3", {1002, 1003}, {2});
+  Write(folder + "/c.zel3", {1008, 1009}, {1});
+  PageOf(folder);
+  EXPECT_THAT(StretchesOf(mData["streams"][1]),
+              ElementsAre("missing 1000-1002", "recorded 1002-1004", "missing 1004-1010"));
+}
+
+TEST_F(Report, AFileThatCannotBeIndexedLeavesTheOthers) {
+  const std::string folder = NewFolder("long");
+  Write(folder + "/a.zel3", {1000, 1001, 1002, 1003}, {1});
+  // Too long a path for a reader.
+  Write(folder + "/" + std::string(240, 'x') + ".zel3", {1004, 1005, 1006}, {1});
+  Write(folder + "/z.zel3", {1007, 1008, 1009}, {1});
+  const std::string page = PageOf(folder);
+  EXPECT_EQ(mResult.exitCode, 3) << mResult.err;
+  EXPECT_THAT(page, HasSubstr("<p class=\"warning\">1 file not indexed, 0 errors, "));
+  EXPECT_THAT(StretchesOf(mData["streams"][0]),
+              ElementsAre("recorded 1000-1004", "not-indexed 1004-1007", "recorded 1007-1010"));
+}
+
+TEST_F(Report, LongTextsOfEventsAreCutBetweenCharacters) {
+  const std::string folder = NewFolder("texts");
+  Write(folder + "/a.zel3", {1000}, {1}, std::string(199, 'x') + "\xC3\xA9 and more");
+  PageOf(folder);
+  EXPECT_EQ(mData["events"][0]["text"], std::string(199, 'x') + "…");
+}
+
+TEST_F(Report, OfManyEventsTheFirstAreListedAndAllAreDrawn) {
+  const std::string folder = NewFolder("events");
+  std::vector<std::uint32_t> times;
+  for (std::uint32_t time = 0; time < 20002; ++time) times.push_back(1000000 + time);
+  Write(folder + "/a.zel3", times, {1}, "again");
+  const std::string page = PageOf(folder);
+  EXPECT_EQ(mData["events"].size(), 20000U);
+  EXPECT_EQ(mData["laterEvents"], Json::parse("[1020000000]")) << "the bin of the other two";
+  EXPECT_THAT(page, AllOf(HasSubstr(">Events: 20000 of 20002</h2>"), HasSubstr("20002 events")));
+}
+
+TEST_F(Report, GapsBetweenFilesAreToldHoweverManyThereAreWithinOne) {
+  const std::string folder = NewFolder("gaps");
+  Write(folder + "/a.zel3", {1, 2}, {1});
+  std::vector<std::uint32_t> times{1000, 1001};
+  for (std::uint32_t i = 1; i <= 150; ++i) times.push_back(1001 + i * 10);
+  Write(folder + "/b.zel3", times, {1});
+  const std::string page = PageOf(folder);
+  EXPECT_EQ(mData["gaps"].size(), 101U);
+  EXPECT_EQ(mData["gaps"][0]["from"], 2000);
+  EXPECT_THAT(page, AllOf(HasSubstr(">Gaps: 101 of 151</h2>"), HasSubstr("151 gaps")));
+}
+
+TEST_F(Report, TimesThatRunBackwardsAreAStretch) {
+  const std::string folder = NewFolder("backwards");
+  Write(folder + "/a.zel3", {1000, 1001, 1002, 990, 991}, {1});
+  PageOf(folder);
+  ASSERT_EQ(mData["findings"].size(), 1U);
+  EXPECT_EQ(mData["findings"][0]["kind"], "backwards");
+  EXPECT_EQ(mData["findings"][0]["from"], 990000);
+  EXPECT_EQ(mData["findings"][0]["to"], 1002000);
 }
 
 TEST_F(Report, TextsFromArchivesAreOnlyTexts) {

@@ -24,7 +24,8 @@ std::string Locate(const std::string& path) {
   if (!info.isFile() && !info.isDir()) {
     throw ToolError(path + " is neither a file nor a folder");
   }
-  const std::string absolute = QFile::encodeName(info.absoluteFilePath()).constData();
+  const std::string absolute =
+      QFile::encodeName(QDir::cleanPath(info.absoluteFilePath())).constData();
   if (absolute.size() > kLongestPath)
     throw ToolError("the path is longer than 260 bytes", kExitUsage);
   return absolute;
@@ -36,7 +37,7 @@ std::vector<std::string> Files(const std::string& source) {
   const QStringList patterns{QLatin1String("*.zel3"), QLatin1String("*.zel")};
   std::vector<std::string> files;
   for (const QFileInfo& file :
-       QDir(info.filePath()).entryInfoList(patterns, QDir::Files | QDir::Readable, QDir::Name)) {
+       QDir(info.filePath()).entryInfoList(patterns, QDir::Files, QDir::Name)) {
     files.push_back(QFile::encodeName(file.absoluteFilePath()).constData());
   }
   return files;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "recorded_gap.h"
+#include "tool_error.h"
 
 Coverage::Coverage(ArchiveClient* client, const std::vector<ListedArchive>& archives)
     : mClient(client) {
@@ -15,7 +16,7 @@ bool Coverage::Reaches(std::uint64_t from, std::uint64_t to) {
   if (after && after->time < to) return true;
   const std::optional<std::uint64_t> held = LastHeldTime(from);
   if (!held) return false;
-  const std::optional<FoundEntry> before = mClient->Find(*held, Lookup::kAtOrBefore);
+  const std::optional<FoundEntry> before = LastUpTo(*held);
   return before && ContinuesTo(*before, after, from);
 }
 
@@ -58,6 +59,17 @@ std::uint64_t Coverage::FirstStep(Archive* archive) {
     archive->firstStep = sameFile ? second->time - start : 0;
   }
   return *archive->firstStep;
+}
+
+std::optional<FoundEntry> Coverage::LastUpTo(std::uint64_t time) {
+  try {
+    return mClient->Find(time, Lookup::kAtOrBefore);
+  } catch (const ToolError& error) {
+    if (error.Code() == kExitInterrupted) throw;
+    // An archive ends some seconds behind its last entry, and there another one may begin that
+    // cannot be indexed.
+    return std::nullopt;
+  }
 }
 
 std::optional<FoundEntry> Coverage::FirstFrom(std::uint64_t time) {

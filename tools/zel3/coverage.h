@@ -32,6 +32,7 @@ class Coverage {
   bool ContinuesTo(const FoundEntry& before, const std::optional<FoundEntry>& after,
                    std::uint64_t time);
   std::uint64_t FirstStep(Archive* archive);
+  std::optional<FoundEntry> LastUpTo(std::uint64_t time);
   std::optional<FoundEntry> FirstFrom(std::uint64_t time);
 
   ArchiveClient* const mClient;

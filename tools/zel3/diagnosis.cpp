@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <algorithm>
+#include <utility>
 
 #include "archive_source.h"
 #include "recorded_gap.h"
@@ -75,7 +76,10 @@ Diagnosis Diagnose(const std::string& source, const std::string& cacheFolder,
   for (const std::string& path : paths)
     diagnosis.archives.push_back(CheckArchive(path, cacheFolder, &findings, onBytesRead));
   progress->Clear();
-  CheckOrder(diagnosis.archives, &findings);
+  // Apart, so that a gap between files is told however many there are within one.
+  Findings orderFindings;
+  CheckOrder(diagnosis.archives, &orderFindings);
   diagnosis.findings = findings.All();
+  for (Finding& finding : orderFindings.All()) diagnosis.findings.push_back(std::move(finding));
   return diagnosis;
 }

@@ -39,6 +39,7 @@ std::vector<Finding> Findings::All() const {
     Finding more{surplus.last.severity, surplus.last.kind, surplus.last.file,
                  std::to_string(surplus.count) + " more of this kind"};
     if (surplus.last.bytes) more.bytes = surplus.bytes;
+    more.more = surplus.count;
     all.push_back(std::move(more));
   }
   return all;

@@ -22,6 +22,7 @@ struct Finding {
   // Archive times: from when to when; without an end, some time behind the first.
   std::optional<std::uint64_t> time = {};
   std::optional<std::uint64_t> endTime = {};
+  std::uint64_t more = 0;  // stands for so many others of its kind
 };
 
 // Findings in the order in which they were made. Of one kind in one file only so many are kept one

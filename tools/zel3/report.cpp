@@ -17,15 +17,10 @@ std::optional<ReportRange> RangeOf(const ReportOptions& options) {
   return ReportRange{*options.from, std::min(*options.to, kEndOfTimes)};
 }
 
-bool HoldsPartOf(const ReportRange& range, const ReportFile& file) {
-  return file.facts.entries > 0 && file.facts.startTime < range.to &&
-         file.facts.endTime >= range.from;
-}
-
 bool IsWhole(const ReportData& report) {
   return std::all_of(report.files.begin(), report.files.end(),
                      [](const ReportFile& file) { return file.indexed; }) &&
-         std::all_of(report.findings.begin(), report.findings.end(),
+         std::all_of(report.findings.items.begin(), report.findings.items.end(),
                      [](const Finding& one) { return one.severity == Severity::kNote; });
 }
 
@@ -37,9 +32,9 @@ int RunReport(const HostOptions& host, const ReportOptions& options) {
   if (options.output != "-") archive_source::RefuseToOverwrite(source, options.output);
 
   const ReportData report = CollectReport(host, source, range);
-  if (range && std::none_of(report.files.begin(), report.files.end(),
-                            [&range](const ReportFile& file) { return HoldsPartOf(*range, file); }))
-    throw ToolError("nothing is recorded there", kExitNothing);
+  const bool holdsEntries = std::any_of(report.files.begin(), report.files.end(),
+                                        [](const ReportFile& file) { return file.HoldsEntries(); });
+  if (range && !holdsEntries) throw ToolError("nothing is recorded there", kExitNothing);
   const std::string page = ReportPage(report, options.askedTimeFormat.value_or(TimeFormat::kIso));
   OutputFile output(options.output);
   output.Write(std::vector<unsigned char>(page.begin(), page.end()));

@@ -31,8 +31,11 @@ std::string FromText(const std::string& text) {
 
 Table::Table(const std::vector<std::string>& headings) {
   mHtml = "<table>\n<thead><tr>";
-  for (const std::string& heading : headings)
-    mHtml += fmt::format("<th scope=\"col\">{}</th>", FromText(heading));
+  for (const std::string& heading : headings) {
+    const bool isNumber = heading.front() == '#';
+    mHtml += fmt::format("<th scope=\"col\"{}>{}</th>", isNumber ? " class=\"number\"" : "",
+                         FromText(heading.substr(isNumber ? 1 : 0)));
+  }
   mHtml += "</tr></thead>\n<tbody>\n";
 }
 
@@ -40,8 +43,9 @@ void Table::Cell(const std::string& text, const char* kind) {
   mHtml += fmt::format("<td class=\"{}\">{}</td>", kind, FromText(text));
 }
 
-void Table::Time(const std::string& text, std::uint64_t from, std::uint64_t to) {
-  mHtml += fmt::format("<td data-from=\"{}\" data-to=\"{}\">{}</td>", from, to, FromText(text));
+void Table::LinkedTime(const std::string& text, std::uint64_t from, std::uint64_t to) {
+  mHtml += fmt::format("<td class=\"time\" data-from=\"{}\" data-to=\"{}\">{}</td>", from, to,
+                       FromText(text));
 }
 
 std::string Paragraph(const std::string& text) {
@@ -51,7 +55,7 @@ std::string Paragraph(const std::string& text) {
 std::string Section(const std::string& id, const std::string& heading, const std::string& content) {
   return fmt::format(
       "<section id=\"{0}\" aria-labelledby=\"{0}-heading\">\n<h2 id=\"{0}-heading\">{1}</h2>\n"
-      "<div class=\"table\">\n{2}\n</div>\n</section>",
+      "<div class=\"table\" tabindex=\"0\">\n{2}\n</div>\n</section>",
       id, FromText(heading), content);
 }
 

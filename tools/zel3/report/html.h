@@ -12,15 +12,17 @@ std::string FromText(const std::string& text);
 // A table, cell by cell. All texts are texts, not HTML.
 class Table {
  public:
+  // Headings that begin with "#" stand above numbers.
   explicit Table(const std::vector<std::string>& headings);
 
   void BeginRow() { mHtml += "<tr>"; }
   void EndRow() { mHtml += "</tr>\n"; }
-  // `kind` is a class of the style sheet.
+  // `kind` is a class of the style sheet: it tells what the cells of a column are.
   void Cell(const std::string& text, const char* kind = "text");
   void Number(const std::string& text) { Cell(text, "number"); }
+  void Time(const std::string& text) { Cell(text, "time"); }
   // A time that leads to its place in the charts: archive times.
-  void Time(const std::string& text, std::uint64_t from, std::uint64_t to);
+  void LinkedTime(const std::string& text, std::uint64_t from, std::uint64_t to);
 
   std::string Finish() const { return mHtml + "</tbody>\n</table>"; }
 

@@ -15,10 +15,9 @@ constexpr std::uint32_t kMostFineBins = 4000;
 constexpr std::uint32_t kMostCoarseBins = 48;
 // More make a page that browsers open slowly and that nobody reads.
 constexpr std::size_t kMostEvents = 20000;
-
-std::uint64_t RoundedDown(std::uint64_t time, std::uint64_t width) {
-  return time / width * width;
-}
+constexpr std::size_t kMostFindings = 5000;
+constexpr std::size_t kMostGaps = 5000;
+constexpr std::size_t kMostTextBytes = 200;
 
 // Bins of a width that people count in, which start at multiples of it. The widest ones cut all
 // times that there are into a few.
@@ -35,7 +34,7 @@ ActivityBins RoundBins(const ReportRange& range, std::uint32_t most) {
   };
   ActivityBins bins = {};
   for (const std::uint64_t width : kWidths) {
-    const std::uint64_t from = RoundedDown(range.from, width);
+    const std::uint64_t from = range.from / width * width;
     const std::uint64_t count = (range.to - from + width - 1) / width;
     bins = {from, from + count * width, width, static_cast<std::uint32_t>(count)};
     if (count <= most) break;
@@ -43,75 +42,32 @@ ActivityBins RoundBins(const ReportRange& range, std::uint32_t most) {
   return bins;
 }
 
-bool HoldsEntries(const ReportFile& file) {
-  return file.facts.entries > 0;
+// Cut between characters.
+std::string Shortened(const std::string& text) {
+  if (text.size() <= kMostTextBytes) return text;
+  std::size_t size = kMostTextBytes;
+  const auto isWithinCharacter = [&text](std::size_t place) {
+    return (static_cast<unsigned char>(text[place]) & 0xC0) == 0x80;
+  };
+  while (size > 0 && isWithinCharacter(size)) --size;
+  return text.substr(0, size) + "…";
 }
-
-// Stretches of time, in order and apart.
-class Stretches {
- public:
-  // `last` is part of the stretch.
-  void Add(std::uint64_t first, std::uint64_t last) { mUnsorted.push_back({first, last}); }
-
-  void Sort() {
-    std::sort(mUnsorted.begin(), mUnsorted.end());
-    for (const auto& stretch : mUnsorted) {
-      if (!mSorted.empty() && stretch.first <= mSorted.back().second) {
-        mSorted.back().second = std::max(mSorted.back().second, stretch.second);
-      } else {
-        mSorted.push_back(stretch);
-      }
-    }
-  }
-
-  bool Meet(std::uint64_t from, std::uint64_t to) const {
-    const auto behind = std::lower_bound(
-        mSorted.begin(), mSorted.end(), from,
-        [](const auto& stretch, std::uint64_t time) { return stretch.second < time; });
-    return behind != mSorted.end() && behind->first < to;
-  }
-
- private:
-  std::vector<std::pair<std::uint64_t, std::uint64_t>> mUnsorted;
-  std::vector<std::pair<std::uint64_t, std::uint64_t>> mSorted;
-};
-
-// In which stretches a stream is: a file may leave one out that others have.
-struct StreamPlaces {
-  StreamPlaces(const std::vector<ReportFile>& files, std::uint8_t id) {
-    for (std::size_t i = 0; i < files.size() && HoldsEntries(files[i]); ++i) {
-      const ArchiveFacts& facts = files[i].facts;
-      if (!facts.streams[id]) continue;
-      if (files[i].indexed) {
-        // What is recorded behind a file's last entry is still that file.
-        const bool hasNext = i + 1 < files.size() && HoldsEntries(files[i + 1]);
-        const std::uint64_t next = hasNext ? files[i + 1].facts.startTime : kEndOfTimes;
-        indexed.Add(facts.startTime, std::max(facts.endTime + 1, next) - 1);
-      } else {
-        notIndexed.Add(facts.startTime, facts.endTime);
-      }
-    }
-    indexed.Sort();
-    notIndexed.Sort();
-  }
-
-  Stretches indexed;
-  Stretches notIndexed;
-};
 
 class Collection {
  public:
-  Collection(const HostOptions& host, const std::string& path)
-      : mSource(host, path, MissingIndexes::kBuild), mDiagnosis(Examine(path, host.cacheFolder)) {
-    mData.source = archive_source::Locate(path);
-    mData.findings = mDiagnosis.findings;
+  Collection(const HostOptions& host, const std::string& source)
+      : mSource(host, source, MissingIndexes::kBuild),
+        mDiagnosis(Examine(source, host.cacheFolder)) {
+    mData.source = source;
   }
 
   ReportData Collect(const std::optional<ReportRange>& range) {
-    AddFiles();
     mData.range = range ? range : WholeRange();
+    AddFiles();
+    AddFindings();
     if (mData.range) {
-      AddGaps();
+      mData.fineBins = RoundBins(*mData.range, kMostFineBins);
+      mData.coarseBins = RoundBins(*mData.range, kMostCoarseBins);
       AddStreams();
       AddEvents();
     }
@@ -119,66 +75,84 @@ class Collection {
   }
 
  private:
-  static Diagnosis Examine(const std::string& path, const std::string& cacheFolder) {
+  static Diagnosis Examine(const std::string& source, const std::string& cacheFolder) {
     ProgressBar progress;
-    return Diagnose(archive_source::Locate(path), cacheFolder, &progress);
-  }
-
-  void AddFiles() {
-    // The reader's list has no names: files are known by their times.
-    std::multiset<std::pair<std::uint64_t, std::uint64_t>> served;
-    for (const ListedArchive& archive : mSource.Archives())
-      served.insert({archive.startTime, archive.endTime});
-    std::map<std::string, IndexedFile> indexes;
-    for (const IndexedFile& index : mSource.Files()) indexes[index.name] = index;
-    for (const ArchiveFacts& facts : mDiagnosis.archives) {
-      const IndexedFile index = indexes[archive_source::FileName(facts.path)];
-      const auto archive = served.find({index.startTime, index.endTime});
-      const bool indexed = index.state != FileState::kFailed && archive != served.end();
-      if (indexed) served.erase(archive);
-      mData.files.push_back({facts, indexed});
-    }
-    std::stable_sort(mData.files.begin(), mData.files.end(),
-                     [](const ReportFile& one, const ReportFile& other) {
-                       if (HoldsEntries(one) != HoldsEntries(other)) return HoldsEntries(one);
-                       return one.facts.startTime < other.facts.startTime;
-                     });
+    return Diagnose(source, cacheFolder, &progress);
   }
 
   std::optional<ReportRange> WholeRange() const {
     std::optional<ReportRange> range;
-    for (const ReportFile& file : mData.files) {
-      if (!HoldsEntries(file)) continue;
-      if (!range) range = ReportRange{file.facts.startTime, file.facts.endTime};
-      range->to = std::max(range->to, file.facts.endTime + kArchiveTimePerIndexTime);
+    for (const ArchiveFacts& facts : mDiagnosis.archives) {
+      if (facts.entries == 0) continue;
+      if (!range) range = ReportRange{facts.startTime, 0};
+      range->from = std::min(range->from, facts.startTime);
+      range->to = std::max(range->to, facts.endTime + kArchiveTimePerIndexTime);
     }
     return range;
   }
 
-  void AddGaps() {
-    for (const Finding& finding : mDiagnosis.findings) {
-      if (finding.kind != "gap" || !finding.time || !finding.endTime) continue;
-      if (*finding.time<mData.range->to&& * finding.endTime> mData.range->from)
-        mData.gaps.push_back({{*finding.time, *finding.endTime}, finding.file});
+  bool IsInRange(std::uint64_t first, std::uint64_t last) const {
+    return !mData.range || mData.range->Meets(first, last);
+  }
+
+  void AddFiles() {
+    // The reader's list has no names, and where it ends a file depends on how it came by the index:
+    // files are known by their start.
+    std::multiset<std::uint64_t> served;
+    for (const ListedArchive& archive : mSource.Archives()) served.insert(archive.startTime);
+    std::map<std::string, IndexedFile> indexes;
+    for (const IndexedFile& index : mSource.Files()) indexes[index.name] = index;
+    for (const ArchiveFacts& facts : mDiagnosis.archives) {
+      const IndexedFile& index = indexes[archive_source::FileName(facts.path)];
+      const auto archive = served.find(index.startTime);
+      const bool indexed = index.state != FileState::kFailed && archive != served.end();
+      if (indexed) served.erase(archive);
+      if (facts.entries == 0 || IsInRange(facts.startTime, facts.endTime))
+        mData.files.push_back({facts, indexed});
     }
-    std::sort(mData.gaps.begin(), mData.gaps.end(),
+    std::stable_sort(mData.files.begin(), mData.files.end(),
+                     [](const ReportFile& one, const ReportFile& other) {
+                       if (one.HoldsEntries() != other.HoldsEntries()) return one.HoldsEntries();
+                       return one.facts.startTime < other.facts.startTime;
+                     });
+  }
+
+  void AddFindings() {
+    std::uint64_t moreGaps = 0;
+    for (Finding finding : mDiagnosis.findings) {
+      if (finding.time) {
+        std::uint64_t first = *finding.time;
+        std::uint64_t last = finding.endTime.value_or(first);
+        if (last < first) {
+          std::swap(first, last);
+          finding.time = first;
+          finding.endTime = last;
+        }
+        if (!IsInRange(first, last)) continue;
+        if (finding.kind == "gap") mData.gaps.items.push_back({{first, last}, finding.file});
+      }
+      if (finding.kind == "gap") moreGaps += finding.more;
+      mData.findings.items.push_back(finding);
+    }
+    std::sort(mData.gaps.items.begin(), mData.gaps.items.end(),
               [](const ReportGap& one, const ReportGap& other) {
                 return one.range.from < other.range.from;
               });
+    mData.gaps.CutTo(kMostGaps);
+    mData.gaps.count += moreGaps;
+    mData.findings.CutTo(kMostFindings);
   }
 
   void AddStreams() {
-    const ActivityBins fine = RoundBins(*mData.range, kMostFineBins);
-    const ActivityBins coarse = RoundBins(*mData.range, kMostCoarseBins);
-    const std::vector<bool> recordedFine = RecordedBins(fine, &mSource);
-    const std::vector<bool> recordedCoarse = RecordedBins(coarse, &mSource);
+    const std::vector<bool> fineRecorded = RecordedBins(mData.fineBins, &mSource);
+    const std::vector<bool> coarseRecorded = RecordedBins(mData.coarseBins, &mSource);
     for (const auto& named : StreamNames()) {
       const StreamPlaces places(mData.files, named.first);
       ReportStream stream;
       stream.id = named.first;
       stream.name = named.second;
-      stream.fine = Activity(fine, stream.id, recordedFine, places);
-      stream.coarse = Activity(coarse, stream.id, recordedCoarse, places);
+      stream.fine = Activity(mData.fineBins, stream.id, fineRecorded, places);
+      stream.coarse = Activity(mData.coarseBins, stream.id, coarseRecorded, places);
       mData.streams.push_back(std::move(stream));
     }
   }
@@ -187,7 +161,7 @@ class Collection {
   std::map<std::uint8_t, std::string> StreamNames() const {
     std::map<std::uint8_t, std::string> names;
     for (const ReportFile& file : mData.files) {
-      for (unsigned id = 0; HoldsEntries(file) && id < file.facts.streams.size(); ++id) {
+      for (unsigned id = 0; file.HoldsEntries() && id < file.facts.streams.size(); ++id) {
         if (!file.facts.streams[id]) continue;
         const auto named = file.facts.streamNames.find(static_cast<std::uint8_t>(id));
         const bool hasName = named != file.facts.streamNames.end();
@@ -200,31 +174,31 @@ class Collection {
   ReportActivity Activity(const ActivityBins& bins, std::uint8_t id,
                           const std::vector<bool>& recorded, const StreamPlaces& places) {
     ReportActivity activity;
-    activity.bins = bins;
     activity.levels = ActivityLevels(bins, id, &mSource.Client());
-    activity.states.resize(bins.count, BinState::kMissing);
     for (std::uint32_t i = 0; i < bins.count; ++i) {
-      if (recorded[i] && places.indexed.Meet(bins.Start(i), bins.End(i))) {
-        activity.states[i] = BinState::kRecorded;
-      } else {
-        activity.levels[i] = 0;
-        if (places.notIndexed.Meet(bins.Start(i), bins.End(i)))
-          activity.states[i] = BinState::kNotIndexed;
-      }
+      const BinState state = places.StateOf(bins.Start(i), bins.End(i), recorded[i]);
+      if (state != BinState::kRecorded) activity.levels[i] = 0;
+      activity.states.push_back(state);
     }
     return activity;
   }
 
   void AddEvents() {
+    std::vector<RecordedEvent>& events = mData.events.items;
     for (const RecordedEvent& event : mSource.Client().Events()) {
-      if (event.time >= mData.range->from && event.time < mData.range->to)
-        mData.events.push_back(event);
+      if (IsInRange(event.time, event.time))
+        events.push_back({event.time, event.type, Shortened(event.text)});
     }
     std::stable_sort(
-        mData.events.begin(), mData.events.end(),
+        events.begin(), events.end(),
         [](const RecordedEvent& one, const RecordedEvent& other) { return one.time < other.time; });
-    mData.eventCount = mData.events.size();
-    if (mData.events.size() > kMostEvents) mData.events.resize(kMostEvents);
+    const std::uint64_t width = mData.fineBins.width;
+    for (std::size_t i = kMostEvents; i < events.size(); ++i) {
+      const std::uint64_t bin = events[i].time / width * width;
+      if (mData.laterEventBins.empty() || mData.laterEventBins.back() != bin)
+        mData.laterEventBins.push_back(bin);
+    }
+    mData.events.CutTo(kMostEvents);
   }
 
   IndexedSource mSource;
@@ -234,7 +208,7 @@ class Collection {
 
 }  // namespace
 
-ReportData CollectReport(const HostOptions& host, const std::string& path,
+ReportData CollectReport(const HostOptions& host, const std::string& source,
                          const std::optional<ReportRange>& range) {
-  return Collection(host, path).Collect(range);
+  return Collection(host, source).Collect(range);
 }

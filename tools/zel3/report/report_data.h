@@ -7,14 +7,12 @@
 
 #include "activity_bins.h"
 #include "diagnosis.h"
+#include "stream_places.h"
 
 // What a report tells. Texts are as recorded: any bytes. All times are archive times.
 
-enum class BinState { kRecorded, kMissing, kNotIndexed };
-
-// How active a stream was. A bin that is not recorded has the level 0.
+// How active a stream was in each bin. A bin that is not recorded has the level 0.
 struct ReportActivity {
-  ActivityBins bins;
   std::vector<std::uint8_t> levels;  // 0-63
   std::vector<BinState> states;
 };
@@ -22,19 +20,16 @@ struct ReportActivity {
 struct ReportStream {
   std::uint8_t id = 0;
   std::string name;
-  ReportActivity fine;    // for charts: at most 4,000 bins
-  ReportActivity coarse;  // for tables: at most 48
-};
-
-struct ReportFile {
-  ArchiveFacts facts;
-  bool indexed = false;
+  ReportActivity fine;    // for charts
+  ReportActivity coarse;  // for tables
 };
 
 // From when to when; `to` is not part of it.
 struct ReportRange {
   std::uint64_t from = 0;
   std::uint64_t to = 0;
+
+  bool Meets(std::uint64_t first, std::uint64_t last) const { return first < to && last >= from; }
 };
 
 // Where nothing is recorded: within a file, or before it.
@@ -43,19 +38,35 @@ struct ReportGap {
   std::string file;
 };
 
+// Of many things a page shows the first ones only.
+template <class Item>
+struct FirstOf {
+  std::vector<Item> items;
+  std::uint64_t count = 0;  // of all
+
+  void CutTo(std::size_t most) {
+    count = items.size();
+    if (items.size() > most) items.resize(most);
+  }
+  bool IsCut() const { return items.size() < count; }
+};
+
 struct ReportData {
   std::string source;
   std::optional<ReportRange> range;  // none: no file holds an index entry
-  std::vector<ReportFile> files;     // by start time; those without entries at the end
-  std::vector<ReportGap> gaps;       // in the range, ascending
+  ActivityBins fineBins = {};        // of the range: at most 4,000
+  ActivityBins coarseBins = {};      // of the range: at most 48
+  // Those that meet the range, by start time; then those without entries.
+  std::vector<ReportFile> files;
+  FirstOf<ReportGap> gaps;  // that meet the range, by start time
   std::vector<ReportStream> streams;
-  std::vector<RecordedEvent> events;  // the first ones of the range, ascending
-  std::uint64_t eventCount = 0;       // of all in the range
-  std::vector<Finding> findings;
+  FirstOf<RecordedEvent> events;              // of the range, ascending; long texts are cut
+  std::vector<std::uint64_t> laterEventBins;  // starts of the fine bins that hold the other events
+  FirstOf<Finding> findings;                  // that meet the range or have no time
 };
 
 // Goes through all files, gives those that have none an index, and asks the reader for the rest.
 // Without a range from the first to the last entry. Throws ToolError when the source holds no
 // archive or the user interrupts.
-ReportData CollectReport(const HostOptions& host, const std::string& path,
+ReportData CollectReport(const HostOptions& host, const std::string& source,
                          const std::optional<ReportRange>& range);

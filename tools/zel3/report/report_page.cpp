@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <QCryptographicHash>
+#include <algorithm>
 #include <map>
 
 #include "archive_source.h"
@@ -25,17 +26,36 @@ std::string Policy() {
       Digest(page_assets::kScript), Digest(page_assets::kStyle));
 }
 
+std::string SizeText(std::uint64_t bytes) {
+  if (bytes < 1000000) return Counted(bytes, "byte");
+  return fmt::format("{:.1f} MB", static_cast<double>(bytes) / 1e6);
+}
+
 std::string SummaryOf(const ReportData& report, TimeFormat times) {
   std::uint64_t bytes = 0;
   for (const ReportFile& file : report.files) bytes += file.facts.bytes;
-  std::string text =
-      fmt::format("{}, {}", Counted(report.files.size(), "file"), Counted(bytes, "byte"));
+  std::string text = fmt::format("{}, {}", Counted(report.files.size(), "file"), SizeText(bytes));
   if (report.range) {
     text += fmt::format(", {}, {}, {}; {} to {}", Counted(report.streams.size(), "stream"),
-                        Counted(report.eventCount, "event"), Counted(report.gaps.size(), "gap"),
+                        Counted(report.events.count, "event"), Counted(report.gaps.count, "gap"),
                         TimeText(report.range->from, times), TimeText(report.range->to, times));
   }
   return text;
+}
+
+// What keeps the report from telling all; empty when nothing does.
+std::string WarningOf(const ReportData& report) {
+  const auto left = std::count_if(report.files.begin(), report.files.end(),
+                                  [](const ReportFile& file) { return !file.indexed; });
+  const auto count = [&report](Severity severity) {
+    return std::count_if(report.findings.items.begin(), report.findings.items.end(),
+                         [severity](const Finding& one) { return one.severity == severity; });
+  };
+  const auto errors = count(Severity::kError);
+  const auto warnings = count(Severity::kWarning);
+  if (left + errors + warnings == 0) return "";
+  return fmt::format("<p class=\"warning\">{} not indexed, {}, {}</p>", Counted(left, "file"),
+                     Counted(errors, "error"), Counted(warnings, "warning"));
 }
 
 // The page with its places filled in.
@@ -59,6 +79,7 @@ std::string ReportPage(const ReportData& report, TimeFormat times) {
                  {"version", ZEL3_VERSION},
                  {"title", html::FromText(archive_source::FileName(report.source))},
                  {"summary", html::FromText(SummaryOf(report, times))},
+                 {"warning", WarningOf(report)},
                  {"style", page_assets::kStyle},
                  {"script", page_assets::kScript},
                  {"findings", report_tables::Findings(report, times)},

@@ -1,5 +1,7 @@
 #include "report_script_data.h"
 
+#include <map>
+
 #include "archive_source.h"
 #include "event_types.h"
 
@@ -19,13 +21,12 @@ const char* Name(BinState state) {
   return "missing";
 }
 
-// Neighbouring bins of one state.
+// Neighbouring bins of one state: the state and the number of the first one.
 Json Stretches(const ReportActivity& activity) {
   Json stretches = Json::array();
-  for (std::uint32_t i = 0; i < activity.bins.count; ++i) {
+  for (std::size_t i = 0; i < activity.states.size(); ++i) {
     if (i == 0 || activity.states[i] != activity.states[i - 1])
-      stretches.push_back({{"state", Name(activity.states[i])}, {"from", activity.bins.Start(i)}});
-    stretches.back()["to"] = activity.bins.End(i);
+      stretches.push_back({Name(activity.states[i]), i});
   }
   return stretches;
 }
@@ -33,7 +34,7 @@ Json Stretches(const ReportActivity& activity) {
 Json FilesJson(const ReportData& report) {
   Json files = Json::array();
   for (const ReportFile& file : report.files) {
-    if (file.facts.entries == 0) continue;
+    if (!file.HoldsEntries()) continue;
     files.push_back({{"name", Escaped(archive_source::FileName(file.facts.path))},
                      {"from", file.facts.startTime},
                      {"to", file.facts.endTime},
@@ -42,14 +43,28 @@ Json FilesJson(const ReportData& report) {
   return files;
 }
 
+// A finding without a time is of all its file.
 Json FindingsJson(const ReportData& report) {
+  std::map<std::string, const ArchiveFacts*> files;
+  for (const ReportFile& file : report.files) {
+    if (file.HoldsEntries()) files[archive_source::FileName(file.facts.path)] = &file.facts;
+  }
   Json findings = Json::array();
-  for (const Finding& finding : report.findings) {
-    const std::optional<std::uint64_t> end = finding.endTime ? finding.endTime : finding.time;
+  for (const Finding& finding : report.findings.items) {
+    // A chart shows gaps by themselves.
+    if (finding.kind == "gap") continue;
+    std::optional<std::uint64_t> from = finding.time;
+    std::optional<std::uint64_t> to = finding.endTime ? finding.endTime : finding.time;
+    const auto file = files.find(finding.file);
+    if (!from && file != files.end()) {
+      from = file->second->startTime;
+      to = file->second->endTime;
+    }
+    if (!from) continue;
     findings.push_back({{"kind", finding.kind},
                         {"text", Escaped(finding.file + ": " + finding.text)},
-                        {"from", finding.time ? Json(*finding.time) : Json(nullptr)},
-                        {"to", end ? Json(*end) : Json(nullptr)}});
+                        {"from", *from},
+                        {"to", *to}});
   }
   return findings;
 }
@@ -62,25 +77,26 @@ Json DataJson(const ReportData& report, TimeFormat times) {
   json["to"] = range.to;
   json["files"] = FilesJson(report);
   json["gaps"] = Json::array();
-  for (const ReportGap& gap : report.gaps) {
+  for (const ReportGap& gap : report.gaps.items) {
     json["gaps"].push_back(
         {{"from", gap.range.from}, {"to", gap.range.to}, {"file", Escaped(gap.file)}});
   }
+  json["firstBin"] = report.fineBins.from;
+  json["binWidth"] = report.fineBins.width;
   json["streams"] = Json::array();
   for (const ReportStream& stream : report.streams) {
-    json["firstBin"] = stream.fine.bins.from;
-    json["binWidth"] = stream.fine.bins.width;
     json["streams"].push_back({{"id", stream.id},
                                {"name", Escaped(stream.name)},
                                {"levels", stream.fine.levels},
                                {"stretches", Stretches(stream.fine)}});
   }
   json["events"] = Json::array();
-  for (const RecordedEvent& event : report.events) {
+  for (const RecordedEvent& event : report.events.items) {
     json["events"].push_back({{"time", event.time},
                               {"type", event_types::Name(event.type)},
                               {"text", Escaped(event.text)}});
   }
+  json["laterEvents"] = report.laterEventBins;
   json["findings"] = FindingsJson(report);
   return json;
 }

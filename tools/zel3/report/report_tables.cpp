@@ -30,53 +30,62 @@ std::string StreamIds(const ArchiveFacts& facts) {
   return ids;
 }
 
-// How much of the range is in this state.
-std::uint64_t TimeIn(BinState state, const ReportActivity& activity) {
+// How much of the range is in this state, by whole bins.
+std::uint64_t TimeIn(BinState state, const ReportActivity& activity, const ReportData& report) {
   std::uint64_t time = 0;
-  for (std::uint32_t i = 0; i < activity.bins.count; ++i) {
-    if (activity.states[i] == state) time += activity.bins.End(i) - activity.bins.Start(i);
+  for (std::uint32_t i = 0; i < report.fineBins.count; ++i) {
+    if (activity.states[i] != state) continue;
+    time += std::min(report.fineBins.End(i), report.range->to) -
+            std::max(report.fineBins.Start(i), report.range->from);
   }
   return time;
+}
+
+template <class Item>
+std::string Heading(const char* what, const FirstOf<Item>& told) {
+  if (!told.IsCut()) return what;
+  return fmt::format("{}: {} of {}", what, told.items.size(), told.count);
 }
 
 }  // namespace
 
 std::string Findings(const ReportData& report, TimeFormat times) {
-  if (report.findings.empty())
+  if (report.findings.items.empty())
     return html::Section("findings", "Findings",
                          html::Paragraph("Nothing is wrong with the files."));
-  html::Table table({"Severity", "Kind", "File", "Position", "Bytes", "Time", "What"});
-  for (const Finding& finding : report.findings) {
+  html::Table table({"Severity", "Kind", "File", "What", "From", "To", "#Position", "#Bytes"});
+  for (const Finding& finding : report.findings.items) {
     table.BeginRow();
     table.Cell(Name(finding.severity), Name(finding.severity));
     table.Cell(finding.kind);
     table.Cell(finding.file);
+    table.Cell(finding.text);
+    if (finding.time) {
+      table.LinkedTime(TimeText(*finding.time, times), *finding.time,
+                       finding.endTime.value_or(*finding.time));
+    } else {
+      table.Time("");
+    }
+    table.Time(finding.endTime ? TimeText(*finding.endTime, times) : "");
     table.Number(OptionalNumber(finding.position));
     table.Number(OptionalNumber(finding.bytes));
-    if (finding.time) {
-      table.Time(TimeText(*finding.time, times), *finding.time,
-                 finding.endTime.value_or(*finding.time));
-    } else {
-      table.Cell("");
-    }
-    table.Cell(finding.text);
     table.EndRow();
   }
-  return html::Section("findings", "Findings", table.Finish());
+  return html::Section("findings", Heading("Findings", report.findings), table.Finish());
 }
 
 std::string Files(const ReportData& report, TimeFormat times) {
-  html::Table table({"File", "Start", "End", "Entries", "Bytes", "Streams", "Index"});
+  html::Table table({"File", "Start", "End", "#Entries", "#Bytes", "Streams", "Index"});
   for (const ReportFile& file : report.files) {
     const ArchiveFacts& facts = file.facts;
     table.BeginRow();
     table.Cell(archive_source::FileName(facts.path));
-    if (facts.entries > 0) {
-      table.Time(TimeText(facts.startTime, times), facts.startTime, facts.endTime);
-      table.Cell(TimeText(facts.endTime, times));
+    if (file.HoldsEntries()) {
+      table.LinkedTime(TimeText(facts.startTime, times), facts.startTime, facts.endTime);
+      table.Time(TimeText(facts.endTime, times));
     } else {
-      table.Cell("");
-      table.Cell("");
+      table.Time("");
+      table.Time("");
     }
     table.Number(std::to_string(facts.entries));
     table.Number(std::to_string(facts.bytes));
@@ -89,24 +98,24 @@ std::string Files(const ReportData& report, TimeFormat times) {
 
 std::string Gaps(const ReportData& report, TimeFormat times) {
   if (!report.range) return "";
-  if (report.gaps.empty())
+  if (report.gaps.items.empty())
     return html::Section("gaps", "Gaps", html::Paragraph("There is no gap."));
-  html::Table table({"From", "To", "Length", "In or before file"});
-  for (const ReportGap& gap : report.gaps) {
+  html::Table table({"From", "To", "#Length", "In or before file"});
+  for (const ReportGap& gap : report.gaps.items) {
     table.BeginRow();
-    table.Time(TimeText(gap.range.from, times), gap.range.from, gap.range.to);
-    table.Cell(TimeText(gap.range.to, times));
+    table.LinkedTime(TimeText(gap.range.from, times), gap.range.from, gap.range.to);
+    table.Time(TimeText(gap.range.to, times));
     table.Number(LengthText(gap.range.to - gap.range.from, times));
     table.Cell(gap.file);
     table.EndRow();
   }
-  return html::Section("gaps", "Gaps", table.Finish());
+  return html::Section("gaps", Heading("Gaps", report.gaps), table.Finish());
 }
 
 std::string Streams(const ReportData& report, TimeFormat times) {
   if (report.streams.empty()) return "";
-  html::Table table(
-      {"Stream", "Name", "Recorded", "Missing", "Not indexed", "Highest level", "First reached"});
+  html::Table table({"#Stream", "Name", "#Recorded", "#Missing", "#Not indexed", "#Highest level",
+                     "First reached"});
   for (const ReportStream& stream : report.streams) {
     const ReportActivity& activity = stream.fine;
     const auto highest = std::max_element(activity.levels.begin(), activity.levels.end());
@@ -115,29 +124,30 @@ std::string Streams(const ReportData& report, TimeFormat times) {
     table.Number(std::to_string(stream.id));
     table.Cell(stream.name);
     for (const BinState state : {BinState::kRecorded, BinState::kMissing, BinState::kNotIndexed})
-      table.Number(LengthText(TimeIn(state, activity), times));
+      table.Number(LengthText(TimeIn(state, activity, report), times));
     table.Number(std::to_string(*highest));
     if (*highest > 0) {
-      table.Time(TimeText(activity.bins.Start(bin), times), activity.bins.Start(bin),
-                 activity.bins.End(bin));
+      const std::uint64_t start = report.fineBins.Start(bin);
+      table.LinkedTime(TimeText(start, times), start, report.fineBins.End(bin));
     } else {
-      table.Cell("");
+      table.Time("");
     }
     table.EndRow();
   }
-  return html::Section("streams", "Streams", table.Finish());
+  const std::string step = LengthText(report.fineBins.width, times);
+  return html::Section("streams", "Streams, measured in steps of " + step, table.Finish());
 }
 
 std::string Activity(const ReportData& report, TimeFormat times) {
   if (report.streams.empty()) return "";
-  const ActivityBins& bins = report.streams.front().coarse.bins;
+  const ActivityBins& bins = report.coarseBins;
   std::vector<std::string> headings{"From"};
   for (const ReportStream& stream : report.streams)
-    headings.push_back(fmt::format("Stream {}", stream.id));
+    headings.push_back(fmt::format("#Stream {}", stream.id));
   html::Table table(headings);
   for (std::uint32_t i = 0; i < bins.count; ++i) {
     table.BeginRow();
-    table.Time(TimeText(bins.Start(i), times), bins.Start(i), bins.End(i));
+    table.LinkedTime(TimeText(bins.Start(i), times), bins.Start(i), bins.End(i));
     for (const ReportStream& stream : report.streams) {
       const ReportActivity& activity = stream.coarse;
       switch (activity.states[i]) {
@@ -159,22 +169,17 @@ std::string Activity(const ReportData& report, TimeFormat times) {
 
 std::string Events(const ReportData& report, TimeFormat times) {
   if (!report.range) return "";
-  if (report.events.empty())
+  if (report.events.items.empty())
     return html::Section("events", "Events", html::Paragraph("There is no event."));
   html::Table table({"Time", "Type", "Text"});
-  for (const RecordedEvent& event : report.events) {
+  for (const RecordedEvent& event : report.events.items) {
     table.BeginRow();
-    table.Time(TimeText(event.time, times), event.time, event.time);
+    table.LinkedTime(TimeText(event.time, times), event.time, event.time);
     table.Cell(event_types::Name(event.type));
     table.Cell(event.text);
     table.EndRow();
   }
-  std::string heading = "Events";
-  if (report.events.size() < report.eventCount) {
-    heading = fmt::format("Events: the first {} of {}; a shorter range shows the others",
-                          report.events.size(), report.eventCount);
-  }
-  return html::Section("events", heading, table.Finish());
+  return html::Section("events", Heading("Events", report.events), table.Finish());
 }
 
 }  // namespace report_tables

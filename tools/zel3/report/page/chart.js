@@ -79,19 +79,32 @@
   // Fills from one time to another, and from one height to another (0 is the bottom).
   function fill(u, paint, from, to, low, high, thinnest = 1) {
     if (to < view.from || from > view.to) return;
-    const {left, width} = u.bbox;
-    const x = time => Math.round(Math.min(Math.max(u.valToPos(time, "x", true), left), left + width));
+    const left = u.bbox.left;
+    const right = left + u.bbox.width;
+    const x = time => Math.round(Math.min(Math.max(u.valToPos(time, "x", true), left), right));
     const top = u.valToPos(high, "y", true);
-    const start = x(from);
+    const width = Math.max(x(to) - x(from), thinnest * (devicePixelRatio || 1));
+    const start = Math.min(x(from), right - width);
     // uPlot takes its own settings to be still in force.
     u.ctx.save();
     u.ctx.fillStyle = paints[paint];
-    u.ctx.fillRect(start, top, Math.max(x(to) - start, thinnest * (devicePixelRatio || 1)),
-                   u.valToPos(low, "y", true) - top);
+    u.ctx.fillRect(start, top, width, u.valToPos(low, "y", true) - top);
     u.ctx.restore();
   }
 
   // Charts
+
+  for (const stream of report.streams) {
+    const start = bin => report.firstBin + bin * report.binWidth;
+    const ends = [...stream.stretches.slice(1).map(([, bin]) => bin), stream.levels.length];
+    stream.stretches = stream.stretches.map(([state, bin], number) =>
+      ({state, from: start(bin), to: start(ends[number])}));
+  }
+  const gapsOf = new Map();
+  for (const gap of report.gaps) {
+    if (!gapsOf.has(gap.file)) gapsOf.set(gap.file, []);
+    gapsOf.get(gap.file).push(gap);
+  }
 
   const axis = {
     stroke: () => paints.text,
@@ -111,7 +124,7 @@
     const chart = new uPlot({
       width: place.clientWidth,
       height: height + (hasTimes ? 44 : 0),
-      padding: [8, 16, hasTimes ? 0 : 4, 0],
+      padding: [8, 36, hasTimes ? 0 : 4, 0],
       ms: 1,
       tzDate: time => uPlot.tzDate(new Date(time), "Etc/UTC"),
       legend: {show: false},
@@ -132,7 +145,7 @@
       hooks: {
         drawClear: [drawBehind],
         draw: [draw],
-        setCursor: [u => { if (u.cursor.left >= 0) read(u.posToVal(u.cursor.left, "x")); }],
+        setCursor: [u => { if (u.cursor.left >= 0) readSoon(u.posToVal(u.cursor.left, "x")); }],
         setSelect: [u => {
           const {left, width} = u.select;
           if (width === 0) return;
@@ -147,15 +160,14 @@
   }
 
   const LANES = ["Findings", "Events", "Files"];
-  const findings = report.findings.filter(finding => finding.from !== null && finding.kind !== "gap");
 
   // Of two files that overlap both stay visible.
   function drawFile(u, file, isOther) {
     const low = isOther ? 2.3 : 2.1;
     const paint = isOther ? "other-file" : "file";
     fill(u, file.indexed ? paint : "not-indexed", file.from, file.to, low, low + 0.6, 2);
-    for (const gap of report.gaps) {
-      if (gap.file !== file.name || gap.from < file.from) continue;
+    for (const gap of gapsOf.get(file.name) || []) {
+      if (gap.from < file.from) continue;
       fill(u, "page", gap.from, gap.to, low, low + 0.6);
       fill(u, "missing", gap.from, gap.to, low, low + 0.6);
     }
@@ -174,7 +186,9 @@
       draw: u => {
         report.files.forEach((file, number) => drawFile(u, file, number % 2 === 1));
         for (const event of report.events) fill(u, "event", event.time, event.time, 1.15, 1.85);
-        for (const finding of findings)
+        for (const time of report.laterEvents)
+          fill(u, "event", time, time + report.binWidth, 1.15, 1.85);
+        for (const finding of report.findings)
           fill(u, "finding", finding.from, finding.to, 0.15, 0.85, 3);
       },
     });
@@ -225,6 +239,14 @@
     return found;
   }
 
+  // The pointer moves in all charts at once.
+  let timeToRead = null;
+
+  function readSoon(time) {
+    if (timeToRead === null) requestAnimationFrame(() => { read(timeToRead); timeToRead = null; });
+    timeToRead = time;
+  }
+
   function read(time) {
     const parts = [timeText(time, view.to - view.from < 60000 ? 23 : 19)];
     const file = report.files.find(one => one.from <= time && time <= one.to);
@@ -232,7 +254,8 @@
     for (const stream of report.streams) parts.push(`stream ${stream.id}: ${stateAt(stream, time)}`);
     const event = nearest(report.events, time, one => one.time);
     if (event) parts.push(`${event.type} at ${timeText(event.time)}: ${event.text}`);
-    const finding = nearest(findings, time, one => one.from);
+    const finding = report.findings.find(one => one.from <= time && time <= one.to) ||
+                    nearest(report.findings, time, one => one.from);
     if (finding) parts.push(`${finding.kind}: ${finding.text}`);
     element("readout").textContent = parts.join(" · ");
   }
@@ -246,9 +269,9 @@
     view.from = Math.min(Math.max(middle - length / 2, report.from), report.to - length);
     view.to = view.from + length;
     for (const {chart} of charts) chart.setScale("x", {min: view.from, max: view.to});
+    const steps = report.streams.length > 0 ? `; activity in steps of ${lengthText(report.binWidth)}` : "";
     element("view").textContent =
-      `${timeText(view.from)} – ${timeText(view.to)} (${lengthText(length)}; ` +
-      `activity in steps of ${lengthText(report.binWidth)})`;
+      `${timeText(view.from)} – ${timeText(view.to)} (${lengthText(length)}${steps})`;
   }
 
   function zoom(factor) {
@@ -274,18 +297,20 @@
   // In a table, times lead to where they are in the charts.
   function linkTables() {
     for (const cell of document.querySelectorAll("td[data-from]")) {
-      const from = Number(cell.dataset.from);
-      const to = Number(cell.dataset.to);
-      const margin = Math.max((to - from) / 10, 5000);
       const button = document.createElement("button");
       button.type = "button";
       button.textContent = cell.textContent;
-      button.addEventListener("click", () => {
-        show(from - margin, to + margin);
-        element("timeline").scrollIntoView();
-      });
       cell.replaceChildren(button);
     }
+    document.querySelector("main").addEventListener("click", event => {
+      const cell = event.target.closest("td[data-from]");
+      if (!cell) return;
+      const from = Number(cell.dataset.from);
+      const to = Number(cell.dataset.to);
+      const margin = Math.max((to - from) / 10, 5000);
+      show(from - margin, to + margin);
+      element("timeline").scrollIntoView();
+    });
   }
 
   element("timeline").hidden = false;
