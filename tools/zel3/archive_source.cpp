@@ -24,8 +24,9 @@ std::string Locate(const std::string& path) {
   if (!info.isFile() && !info.isDir()) {
     throw ToolError(path + " is neither a file nor a folder");
   }
-  const std::string absolute =
-      QFile::encodeName(QDir::cleanPath(info.absoluteFilePath())).constData();
+  std::string absolute = QFile::encodeName(info.absoluteFilePath()).constData();
+  // A folder has a name, however a shell completes it.
+  while (absolute.size() > 1 && absolute.back() == '/') absolute.pop_back();
   if (absolute.size() > kLongestPath)
     throw ToolError("the path is longer than 260 bytes", kExitUsage);
   return absolute;
