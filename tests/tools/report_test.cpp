@@ -333,6 +333,25 @@ TEST_F(Report, GapsBetweenFilesAreToldHoweverManyThereAreWithinOne) {
   EXPECT_THAT(page, AllOf(HasSubstr(">Gaps: 101 of 151</h2>"), HasSubstr("151 gaps")));
 }
 
+TEST_F(Report, WhatIsWrongCountsHoweverLateItIsFound) {
+  const std::string folder = NewFolder("late");
+  std::vector<std::uint32_t> times;
+  for (std::uint32_t i = 0; i <= 101; ++i) times.push_back(1000 + i * 10 + (i > 0 ? 1 : 0));
+  times[1] = 1001;
+  // Each file has a hundred gaps of its own, one more that is summed up, and one before it.
+  for (std::uint32_t file = 0; file < 52; ++file) {
+    std::vector<std::uint32_t> shifted;
+    for (const std::uint32_t time : times) shifted.push_back(time + file * 100000);
+    Write(folder + "/" + std::to_string(100 + file) + ".zel3", shifted, {1});
+  }
+  std::ofstream(folder + "/999.zel3") << "short";
+  const std::string page = PageOf(folder);
+  EXPECT_EQ(mResult.exitCode, 3);
+  EXPECT_EQ(RowsOf(page, "findings").size(), 5000U);
+  EXPECT_THAT(RowsOf(page, "findings"), Not(Contains(HasSubstr("too-small"))));
+  EXPECT_THAT(page, HasSubstr("1 file not indexed, 2 errors, 0 warnings"));
+}
+
 TEST_F(Report, TimesThatRunBackwardsAreAStretch) {
   const std::string folder = NewFolder("backwards");
   Write(folder + "/a.zel3", {1000, 1001, 1002, 990, 991}, {1});

@@ -20,8 +20,7 @@ std::optional<ReportRange> RangeOf(const ReportOptions& options) {
 bool IsWhole(const ReportData& report) {
   return std::all_of(report.files.begin(), report.files.end(),
                      [](const ReportFile& file) { return file.indexed; }) &&
-         std::all_of(report.findings.items.begin(), report.findings.items.end(),
-                     [](const Finding& one) { return one.severity == Severity::kNote; });
+         report.errorCount + report.warningCount == 0;
 }
 
 }  // namespace

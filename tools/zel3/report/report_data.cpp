@@ -132,6 +132,8 @@ class Collection {
         if (finding.kind == "gap") mData.gaps.items.push_back({{first, last}, finding.file});
       }
       if (finding.kind == "gap") moreGaps += finding.more;
+      if (finding.severity == Severity::kError) ++mData.errorCount;
+      if (finding.severity == Severity::kWarning) ++mData.warningCount;
       mData.findings.items.push_back(finding);
     }
     std::sort(mData.gaps.items.begin(), mData.gaps.items.end(),

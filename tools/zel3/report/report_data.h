@@ -62,7 +62,9 @@ struct ReportData {
   std::vector<ReportStream> streams;
   FirstOf<RecordedEvent> events;              // of the range, ascending; long texts are cut
   std::vector<std::uint64_t> laterEventBins;  // starts of the fine bins that hold the other events
-  FirstOf<Finding> findings;                  // that meet the range or have no time
+  std::uint64_t errorCount = 0;               // of all findings, as the next
+  std::uint64_t warningCount = 0;
+  FirstOf<Finding> findings;  // that meet the range or have no time
 };
 
 // Goes through all files, gives those that have none an index, and asks the reader for the rest.

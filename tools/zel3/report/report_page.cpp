@@ -45,17 +45,12 @@ std::string SummaryOf(const ReportData& report, TimeFormat times) {
 
 // What keeps the report from telling all; empty when nothing does.
 std::string WarningOf(const ReportData& report) {
-  const auto left = std::count_if(report.files.begin(), report.files.end(),
-                                  [](const ReportFile& file) { return !file.indexed; });
-  const auto count = [&report](Severity severity) {
-    return std::count_if(report.findings.items.begin(), report.findings.items.end(),
-                         [severity](const Finding& one) { return one.severity == severity; });
-  };
-  const auto errors = count(Severity::kError);
-  const auto warnings = count(Severity::kWarning);
-  if (left + errors + warnings == 0) return "";
+  const auto left = static_cast<std::uint64_t>(
+      std::count_if(report.files.begin(), report.files.end(),
+                    [](const ReportFile& file) { return !file.indexed; }));
+  if (left + report.errorCount + report.warningCount == 0) return "";
   return fmt::format("<p class=\"warning\">{} not indexed, {}, {}</p>", Counted(left, "file"),
-                     Counted(errors, "error"), Counted(warnings, "warning"));
+                     Counted(report.errorCount, "error"), Counted(report.warningCount, "warning"));
 }
 
 // The page with its places filled in.
