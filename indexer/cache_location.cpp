@@ -2,13 +2,13 @@
 #include <QFileInfo>
 
 #include "cache_names.h"
+#include "shared_cache_folder.h"
 #include "temporary_folder.h"
 #include "zel3_indexer.h"
 
 namespace {
 
 constexpr char kVideodataFolder[] = "/videodata";
-constexpr char kCacheSubfolder[] = "Vorn auxillary files";
 
 }  // namespace
 
@@ -20,21 +20,23 @@ void cZel3Indexer::Check_videodata_folder(const QString& path) {
 }
 
 void cZel3Indexer::Check_ID3_cache_folder() {
+  cacheFolderRefused = false;
   if (cacheFolder.isEmpty()) return;
-  QDir folder(cacheFolder);
+  QString folder = QDir(cacheFolder).path();
   if (cacheFolder == TemporaryFolder()) {
-    folder.mkdir(QLatin1String(kCacheSubfolder));
-    // When this fails, the temporary folder itself serves as the cache folder.
-    folder.cd(QLatin1String(kCacheSubfolder));
+    const std::optional<QString> shared = SharedCacheFolder(folder);
+    cacheFolderRefused = !shared;
+    if (cacheFolderRefused) return;
+    folder = *shared;
   }
   if (!scanning) {
-    CacheHousekeeping(folder.path()).Trim();
+    CacheHousekeeping(folder).Trim();
   } else {
-    if (housekeeping == nullptr || housekeeping->Folder() != folder.path())
-      housekeeping = std::make_unique<CacheHousekeeping>(folder.path());
+    if (housekeeping == nullptr || housekeeping->Folder() != folder)
+      housekeeping = std::make_unique<CacheHousekeeping>(folder);
     housekeeping->Trim();
   }
-  cacheFolder = folder.path() + QLatin1Char('/');
+  cacheFolder = folder + QLatin1Char('/');
 }
 
 void cZel3Indexer::Begin_scan() {
@@ -51,5 +53,6 @@ QString cZel3Indexer::Make_cached_index_file_names(const QString& path) {
   hdrFileName = names.headers;
   id3FileName = names.entries;
   evtFileName = names.events;
+  namesRefused = cacheFolderRefused && names.name.startsWith(cacheFolder);
   return names.name;
 }

@@ -1,7 +1,10 @@
 #include "cache_names.h"
 
+#include <QCryptographicHash>
 #include <QDateTime>
+#include <QFile>
 #include <QFileInfo>
+#include <climits>
 
 namespace {
 
@@ -23,6 +26,13 @@ CacheNames::CacheNames(const QString& archive, const QString& cacheFolder) : nam
   events = stem + QLatin1String("evt");
 }
 
-QString UnfinishedName(const QString& events) {
-  return events + QLatin1String(".unfinished.evt");
+QString UnfinishedName(const QString& cacheFile, int number) {
+  const int nameStart = cacheFile.lastIndexOf(QLatin1Char('/')) + 1;
+  const QString mark = number == 0 ? QString() : QLatin1Char('-') + QString::number(number);
+  const QString ending =
+      QLatin1String(".unfinished") + mark + QLatin1Char('.') + cacheFile.right(3);
+  QByteArray name = QFile::encodeName(cacheFile.mid(nameStart));
+  if (name.size() + ending.size() > NAME_MAX)
+    name = QCryptographicHash::hash(name, QCryptographicHash::Md5).toHex();
+  return cacheFile.left(nameStart) + QFile::decodeName(name) + ending;
 }

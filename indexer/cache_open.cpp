@@ -1,11 +1,28 @@
 #include "header_cuts.h"
 #include "zel3_indexer.h"
 
+namespace {
+
+// Exchanges two folders until the end of a scope.
+class ExchangedFolder {
+ public:
+  ExchangedFolder(QString& one, QString& other) : mOne(one), mOther(other) { mOne.swap(mOther); }
+  ~ExchangedFolder() { mOne.swap(mOther); }
+  ExchangedFolder(const ExchangedFolder&) = delete;
+  ExchangedFolder& operator=(const ExchangedFolder&) = delete;
+
+ private:
+  QString& mOne;
+  QString& mOther;
+};
+
+}  // namespace
+
 bool cZel3Indexer::Open_file(const QString& path, std::uint64_t endPosition) {
   scratchPos = 0;
   pendingId3RecValid = false;
   Make_current(path);
-  if (!id3File.Open(id3FileName, PlainFile::Mode::kRead) ||
+  if (namesRefused || !id3File.Open(id3FileName, PlainFile::Mode::kRead) ||
       !evtFile.Open(evtFileName, PlainFile::Mode::kRead)) {
     return false;
   }
@@ -36,6 +53,7 @@ bool cZel3Indexer::Open_file_draft(const QString& path) {
 
 void cZel3Indexer::Make_current(const QString& path) {
   CloseCacheFiles();
+  claim.Release();
   // Assigning empty containers spares the stores in `files` that share the old ones a copy.
   current.headerPositions = QVector<quint64>();
   current.id3Records = QVector<ZEL_ID3_REC>();
@@ -52,10 +70,15 @@ void cZel3Indexer::Make_current(const QString& path) {
 
   currentFilePath = path;
   current.fileName = path;
-  Check_videodata_folder(path);
-  if (!cacheFolder.isEmpty()) Check_ID3_cache_folder();
-  Make_cached_index_file_names(path);
+  NameCacheFiles(path);
   current.id3Path = id3FileName;
+}
+
+void cZel3Indexer::NameCacheFiles(const QString& path) {
+  const ExchangedFolder exchanged(cacheFolder, IsDetoured(path) ? detour.cacheFolder : cacheFolder);
+  Check_videodata_folder(path);
+  Check_ID3_cache_folder();
+  Make_cached_index_file_names(path);
 }
 
 void cZel3Indexer::CloseCacheFiles() {

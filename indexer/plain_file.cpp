@@ -13,9 +13,13 @@ namespace {
 constexpr std::size_t kLargestPiece = 65536;
 
 // statx is the one call that copes with large files and late dates in the 32-bit build too.
-bool Identify(const QString& path, struct statx* identity) {
-  return statx(AT_FDCWD, QFile::encodeName(path).constData(), AT_STATX_SYNC_AS_STAT, STATX_INO,
-               identity) == 0;
+bool Identify(const QString& path, int flags, struct statx* identity) {
+  return statx(AT_FDCWD, QFile::encodeName(path).constData(), flags, STATX_INO, identity) == 0;
+}
+
+bool AreOne(const struct statx& first, const struct statx& second) {
+  return first.stx_ino == second.stx_ino && first.stx_dev_major == second.stx_dev_major &&
+         first.stx_dev_minor == second.stx_dev_minor;
 }
 
 int OpenFlags(PlainFile::Mode mode) {
@@ -25,7 +29,7 @@ int OpenFlags(PlainFile::Mode mode) {
     case PlainFile::Mode::kUpdate:
       return O_WRONLY;
     default:
-      return O_WRONLY | O_CREAT;
+      return O_WRONLY | O_CREAT | O_EXCL;
   }
 }
 
@@ -35,22 +39,18 @@ PlainFile::~PlainFile() {
   Close();
 }
 
-bool PlainFile::Open(const QString& path, Mode mode) {
+bool PlainFile::Open(const QString& path, Mode mode, unsigned permissions) {
   constexpr int kNeverWait = O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-  mHandle = open(QFile::encodeName(path).constData(), OpenFlags(mode) | kNeverWait, 0666);
-  if (mHandle >= 0 && !Examine(mode)) Close();
+  mHandle = open(QFile::encodeName(path).constData(), OpenFlags(mode) | kNeverWait, permissions);
+  if (mHandle >= 0 && !Examine()) Close();
   return IsOpen();
 }
 
-// What is no file of bytes must not be emptied, so that is done only when its kind is known.
-bool PlainFile::Examine(Mode mode) {
+bool PlainFile::Examine() {
   struct statx status;
   if (statx(mHandle, "", AT_EMPTY_PATH, STATX_TYPE | STATX_SIZE, &status) != 0) return false;
-  if (!S_ISREG(status.stx_mode)) return false;
-  const bool empties = mode == Mode::kEmpty && status.stx_size != 0;
-  if (empties && ftruncate(mHandle, 0) != 0) return false;
-  mSize = empties ? 0 : status.stx_size;
-  return true;
+  mSize = status.stx_size;
+  return S_ISREG(status.stx_mode);
 }
 
 void PlainFile::Close() {
@@ -103,6 +103,12 @@ bool PlainFile::Write(const void* bytes, std::size_t size) {
   return !mFailed;
 }
 
+bool PlainFile::Empty() {
+  mWaiting.clear();
+  mFailed = ftruncate(mHandle, 0) != 0 || mFailed;
+  return !mFailed;
+}
+
 bool PlainFile::SaveAndClose() {
   if (!IsOpen()) return false;
   Flush();
@@ -135,6 +141,12 @@ bool IsSameFile(const QString& path, const QString& other) {
   if (path == other) return true;
   struct statx first;
   struct statx second;
-  return Identify(path, &first) && Identify(other, &second) && first.stx_ino == second.stx_ino &&
-         first.stx_dev_major == second.stx_dev_major && first.stx_dev_minor == second.stx_dev_minor;
+  return Identify(path, 0, &first) && Identify(other, 0, &second) && AreOne(first, second);
+}
+
+bool IsStillAt(const QString& path, int handle) {
+  struct statx named;
+  struct statx open;
+  return Identify(path, AT_SYMLINK_NOFOLLOW, &named) &&
+         statx(handle, "", AT_EMPTY_PATH, STATX_INO, &open) == 0 && AreOne(named, open);
 }

@@ -5,14 +5,14 @@
 #include <cstdint>
 #include <vector>
 
-// A plain file, links followed. What has the name but is something else, a pipe, a folder or a
-// device, never opens, and nothing waits for it. Used on one thread.
+// A plain file. Pipes, folders and devices never open, and opening never blocks. Used on one
+// thread.
 class PlainFile {
  public:
   enum class Mode {
-    kRead,
-    kUpdate,  // for writing a file that exists, as it is
-    kEmpty,   // for writing a file that is made or emptied
+    kRead,    // links are followed
+    kUpdate,  // for writing a file that exists, as it is; links are followed
+    kMake,    // for writing a file that does not exist yet, not even as a link
   };
 
   PlainFile() = default;
@@ -21,30 +21,35 @@ class PlainFile {
   PlainFile(const PlainFile&) = delete;
   PlainFile& operator=(const PlainFile&) = delete;
 
-  // REQUIRES: the file is closed. Throws std::bad_alloc.
-  bool Open(const QString& path, Mode mode);
+  // `permissions` are those of a file that is made, before the umask. REQUIRES: the file is closed.
+  // Throws std::bad_alloc.
+  bool Open(const QString& path, Mode mode, unsigned permissions = 0);
   bool IsOpen() const { return mHandle >= 0; }
   void Close();
+  // For calls to the system; -1 for a closed file. Owned by the file.
+  int Handle() const { return mHandle; }
 
   // In bytes, when the file was opened; 0 for a closed one.
   std::uint64_t Size() const { return mSize; }
   // As it is now; 0 when it cannot be told.
   std::uint64_t SizeNow() const;
-  // Goes on behind the bytes read last. Gives fewer than `size` bytes at the end of the file and
+  // Goes on after the bytes read last. Gives fewer than `size` bytes at the end of the file and
   // where reading fails.
   std::size_t Read(void* bytes, std::size_t size);
   // The same from `position` on. `failed`: not because the file ends. A closed file is empty.
   std::size_t ReadAt(std::uint64_t position, void* bytes, std::size_t size, bool* failed) const;
 
-  // Goes on behind the bytes written last. False when this or an earlier write has failed. Throws
+  // Goes on after the bytes written last. False when this or an earlier write has failed. Throws
   // std::bad_alloc.
   bool Write(const void* bytes, std::size_t size);
+  // Removes all bytes of the file.
+  bool Empty();
   // Closes the file when all that was written is on the disk. False when that or a write has
   // failed; the file is closed then, too.
   bool SaveAndClose();
 
  private:
-  bool Examine(Mode mode);
+  bool Examine();
   void Flush();
   void PassOn(const char* bytes, std::size_t size);
 
@@ -56,3 +61,5 @@ class PlainFile {
 
 // Both paths name one existing file, be it through links of either kind, or are equal.
 bool IsSameFile(const QString& path, const QString& other);
+// The open file `handle` still has the name `path`; a link to it does not count.
+bool IsStillAt(const QString& path, int handle);

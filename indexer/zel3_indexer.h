@@ -9,6 +9,7 @@
 #include <memory>
 #include <vector>
 
+#include "cache_claim.h"
 #include "cache_housekeeping.h"
 #include "chunk_info.h"
 #include "commands.h"
@@ -104,13 +105,16 @@ class cZel3Indexer {
   bool Open_file(const QString& path, std::uint64_t endPosition);
   // Makes the file current without looking at its cache. Always false.
   bool Open_file_draft(const QString& path);
-  // Opens the current cache files for writing, emptied; where one is refused, those in the cache
-  // folder of the temporary folder, which then stays `cacheFolder`. What the first place gave
-  // stays there, emptied. False when both places refuse.
+  // Claims the current cache files for a run: they are made anew, empty. Where that is refused, so
+  // are those in the cache folder of the temporary folder, which then stays `cacheFolder`. Where
+  // another run is at work on the files, that folder serves the current archive only, until
+  // End_run. What the run has claimed before stays as it is. False when both places refuse.
   bool Reopen_for_write();
-  // Writes `current` to its cache files. The cache becomes valid in one step at the very end, so
-  // that a crash or a full disk leaves none rather than half of one.
+  // Writes `current` to its cache files and lets go of them. The cache becomes valid in one step at
+  // the very end, so that a crash or a full disk leaves none rather than half of one.
   void Save_files();
+  // The run has ended, or has not begun: lets go of what Reopen_for_write has claimed.
+  void End_run();
 
   // State that the reader shares. `current` is the store being opened or collected; it reaches
   // `files` only as a copy, through Add_file_index.
@@ -161,11 +165,13 @@ class cZel3Indexer {
   QString Make_cached_index_file_names(const QString& path);
 
   void Make_current(const QString& path);
+  void NameCacheFiles(const QString& path);
+  bool IsDetoured(const QString& path) const {
+    return !detour.archive.isEmpty() && detour.archive == path;
+  }
   void CloseCacheFiles();
-  bool OpenForWrite(PlainFile& file, const QString& name);
-  bool OpenCacheFilesForWrite();
-  bool WriteCacheFiles(PlainFile& events);
-  bool WriteCurrent(PlainFile& events);
+  CacheClaim::Answer ClaimCacheFiles();
+  bool WriteCurrent(PlainFile& headers, PlainFile& entries, PlainFile& events);
 
   bool Load_ID3();
   bool LoadEntries();
@@ -173,8 +179,18 @@ class cZel3Indexer {
   bool Load_HDR();
   bool Set_empty_HDR();
 
+  // Where the cache of one archive is while another run is at work on the files in its place.
+  struct Detour {
+    QString archive;  // empty: there is no such archive
+    QString cacheFolder;
+  };
+
   bool scanning = false;
   std::unique_ptr<CacheHousekeeping> housekeeping;  // kept during a scan only
+  Detour detour;
+  bool cacheFolderRefused = false;  // nothing is read from or written to `cacheFolder`
+  bool namesRefused = false;        // the three names below lie in a refused folder
+  CacheClaim claim;                 // of a run
   QString currentFilePath;
   QString hdrFileName;
   PlainFile hdrFile;

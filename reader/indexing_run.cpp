@@ -18,21 +18,34 @@ bool IsEndOfFile(cMemBlock const& block) {
          message.Record().code == tag::kCodeEndOfFile;
 }
 
+// Ends a run of the indexer, however its scope is left.
+class RunEnd {
+ public:
+  explicit RunEnd(cZel3Indexer& indexer) : mIndexer(indexer) {}
+  ~RunEnd() { mIndexer.End_run(); }
+  RunEnd(const RunEnd&) = delete;
+  RunEnd& operator=(const RunEnd&) = delete;
+
+ private:
+  cZel3Indexer& mIndexer;
+};
+
 }  // namespace
 
 int CZel3FileReader::Start_make_index(QString const& path) {
   indexedFilePath = path.isEmpty() ? CurrentPath() : path;
   EndChildren();
-  indexer.Reopen_for_write();
-  // Opening may have loaded an older cache; the records of the run must not come on top of it.
-  indexer.Begin_intake();
   recordLost = false;
   pullMissed = false;
   try {
+    indexer.Reopen_for_write();
+    // Opening may have loaded an older cache; the records of the run must not come on top of it.
+    indexer.Begin_intake();
     Create_index_reader(indexedFilePath);
     Create_index_parser();
     if (indexParser == nullptr) {
       EndChildren();
+      indexer.End_run();
       return 0;
     }
     indexParser->ConnectAfter(indexReader);
@@ -42,6 +55,7 @@ int CZel3FileReader::Start_make_index(QString const& path) {
   } catch (...) {
     indexing = false;
     EndChildren();
+    indexer.End_run();
   }
   return 0;
 }
@@ -182,8 +196,14 @@ void CZel3FileReader::Send_finish_indexing() {
   } catch (...) {
     // The archive is opened again all the same.
   }
-  if (open(SourcePath().constData()) != 0 && archivesRequestPending) OnArchivesEntryRequest();
+  OpenAfterRun();
   AnswerPendingChunkRequest();
+}
+
+void CZel3FileReader::OpenAfterRun() {
+  // Opening still finds the index where the run has put it.
+  const RunEnd end(indexer);
+  if (open(SourcePath().constData()) != 0 && archivesRequestPending) OnArchivesEntryRequest();
 }
 
 // One 'Kill' block serves both bricks. They end by themselves, after this brick has let go of them.

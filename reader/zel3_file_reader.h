@@ -116,6 +116,7 @@ class CZel3FileReader : public CBrick {
   void OnParserTag(TParserTag const& parserTag);
   void PullNextBlock();
   void Send_finish_indexing();
+  void OpenAfterRun();
   void EndChildren();
   void AnswerPendingChunkRequest();
 

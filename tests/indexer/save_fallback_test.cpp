@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <functional>
+#include <map>
 
 #include "cache_test.h"
 #include "process_limit.h"
@@ -107,32 +108,38 @@ TEST_F(SaveFallback, ServesTheIndexerFromThenOn) {
   EXPECT_EQ(Text(index.current.id3Path), CacheSubfolder() + kArchiveTimeInNames + "cam.id3");
 }
 
-TEST_F(SaveFallback, EmptiesWhatIsNotRefused) {
-  for (const bool olderFiles : {true, false}) {
-    SCOPED_TRACE(olderFiles ? "older files" : "no files");
-    for (const char* kind : {"hdr", "id3", "evt"}) fs::remove_all(Beside(kind));
-    if (olderFiles) WriteSmallCache();
-    fs::remove(Beside("hdr"));
-    fs::create_directory(Beside("hdr"));
-    index.cacheFolder = QString();
-    Open();
-    EXPECT_TRUE(index.Reopen_for_write());
-    for (const char* kind : {"id3", "evt"}) {
-      EXPECT_TRUE(FileExists(Beside(kind))) << kind;
-      EXPECT_THAT(ReadFile(Beside(kind)), IsEmpty()) << kind;
+// All three names are tested before one of them is touched.
+TEST_F(SaveFallback, LeavesARefusedPlaceAsItWas) {
+  for (const Obstacle& obstacle : kObstacles) {
+    for (const char* kind : {"hdr", "id3", "evt"}) {
+      SCOPED_TRACE(testing::Message() << obstacle.what << " as " << kind);
+      for (const char* each : {"hdr", "id3", "evt"}) fs::remove_all(Beside(each));
+      WriteSmallCache();
+      fs::remove(Beside(kind));
+      obstacle.make(Beside(kind));
+      index.cacheFolder = QString();
+      CollectOneLongEvent();
+      index.Save_files();
+      const std::map<std::string, Bytes> before = {
+          {"id3", Id3File({{100, 700}})},
+          {"hdr", HdrFile({5})},
+          {"evt", EvtFile().Group(100, 700, 1).Event(0x80, "door")}};
+      for (const auto& [other, bytes] : before) {
+        if (other == kind) continue;
+        EXPECT_EQ(ReadFile(Beside(other)), bytes) << other;
+      }
+      EXPECT_EQ(InCacheFolder(), collected);
     }
   }
 }
 
-// Empty entries and events with no header file are a cache, of an archive without entries.
-TEST_F(SaveFallback, IsNotLookedForByALaterStartThatFindsTheEmptiedFiles) {
+TEST_F(SaveFallback, LeavesNothingInARefusedPlaceThatWasEmpty) {
   fs::create_directory(Beside("hdr"));
   CollectOneLongEvent();
   index.Save_files();
+  EXPECT_THAT(ArchiveFolderNames(), ElementsAre("cam.hdr", "cam.zel3"));
   cZel3Indexer fresh;
-  ASSERT_TRUE(fresh.Open_file(Path(archive), 9000));
-  EXPECT_EQ(ContentsOf(fresh.files[0]), (Contents{{}, {0}, {}}));
-  EXPECT_THAT(fresh.files[0].blockPositions, ElementsAre(9000));
+  EXPECT_FALSE(fresh.Open_file(Path(archive), 9000)) << "the archive is indexed again";
 }
 
 TEST_F(SaveFallback, NamesTheTimeThatTheArchiveHasByThen) {
@@ -345,7 +352,35 @@ TEST_F(SaveInPlace, WorksWhereFilesMayBeWrittenButNotMade) {
   EXPECT_EQ(ContentsOf(reader.current), collected);
 }
 
-TEST_F(SaveInPlace, WorksWhereTheTemporaryNameIsTaken) {
+TEST_F(SaveInPlace, IsRefusedForLinksBecauseTheirOtherNamesWouldShowIt) {
+  for (const bool isSymbolic : {true, false}) {
+    for (const char* kind : {"hdr", "id3", "evt"}) {
+      SCOPED_TRACE(testing::Message() << (isSymbolic ? "symbolic " : "hard ") << kind);
+      const TempFolder elsewhere;
+      const std::string foreign = elsewhere / "foreign";
+      WriteSmallCache();
+      fs::rename(Beside(kind), foreign);
+      if (isSymbolic) {
+        fs::create_symlink(foreign, Beside(kind));
+      } else {
+        fs::create_hard_link(foreign, Beside(kind));
+      }
+      const Bytes before = ReadFile(foreign);
+      index.cacheFolder = QString();
+      CollectOneLongEvent();
+      {
+        const ReadOnlyFolder readOnly(folder.Path());
+        index.Save_files();
+      }
+      EXPECT_EQ(ReadFile(foreign), before);
+      EXPECT_EQ(InCacheFolder(), collected);
+    }
+  }
+}
+
+class SaveAnew : public ObstructedSave {};
+
+TEST_F(SaveAnew, WorksWhereTheTemporaryNameIsTaken) {
   const std::string taken = Beside("evt.unfinished.evt");
   fs::create_directory(taken);
   CollectOneLongEvent();
@@ -355,7 +390,7 @@ TEST_F(SaveInPlace, WorksWhereTheTemporaryNameIsTaken) {
   EXPECT_TRUE(fs::is_directory(taken));
 }
 
-TEST_F(SaveInPlace, WorksWhereTheTemporaryNameIsTooLong) {
+TEST_F(SaveAnew, WorksWhereTheTemporaryNameWouldBeTooLong) {
   const std::string stem(245, 'c');
   const std::string path = MakeArchive(folder / (stem + ".zel3"));
   CollectOneLongEvent(path);
@@ -363,26 +398,6 @@ TEST_F(SaveInPlace, WorksWhereTheTemporaryNameIsTooLong) {
   EXPECT_THAT(ArchiveFolderNames(),
               ElementsAre("cam.zel3", stem + ".evt", stem + ".hdr", stem + ".id3", stem + ".zel3"));
   ASSERT_TRUE(index.Open_file(Path(path), 9000));
-  EXPECT_EQ(ContentsOf(index.current), collected);
-}
-
-class SaveThroughLinks : public ObstructedSave {};
-
-TEST_F(SaveThroughLinks, ReachesTheFilesThatTheyLeadTo) {
-  WriteSmallCache();
-  for (const char* kind : {"hdr", "id3", "evt"}) {
-    const std::string real = std::string("real.") + kind;
-    fs::rename(Beside(kind), folder / real);
-    fs::create_symlink(real, Beside(kind));
-  }
-  CollectOneLongEvent();
-  index.Save_files();
-  EXPECT_THAT(ArchiveFolderNames(), ElementsAre("cam.evt", "cam.hdr", "cam.id3", "cam.zel3",
-                                                "real.evt", "real.hdr", "real.id3"));
-  for (const char* kind : {"hdr", "id3", "evt"}) {
-    EXPECT_EQ(fs::read_symlink(Beside(kind)), std::string("real.") + kind);
-  }
-  ASSERT_TRUE(Open());
   EXPECT_EQ(ContentsOf(index.current), collected);
 }
 

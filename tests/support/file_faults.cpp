@@ -133,6 +133,16 @@ EXPORTED int fdatasync(int file) {
   return Original<int(int)>("fdatasync")(file);
 }
 
+EXPORTED int fsync(int file) {
+  if (Fails(FileOperation::kSync)) return -1;
+  return Original<int(int)>("fsync")(file);
+}
+
+EXPORTED int flock(int file, int operation) noexcept {
+  if (Fails(FileOperation::kLock)) return -1;
+  return Original<int(int, int)>("flock")(file, operation);
+}
+
 EXPORTED int rename(const char* from, const char* to) noexcept {
   if (Fails(FileOperation::kRename)) return -1;
   return Original<int(const char*, const char*)>("rename")(from, to);

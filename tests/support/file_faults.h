@@ -3,7 +3,7 @@
 #include <functional>
 
 // What programs ask of the system for files.
-enum class FileOperation { kOpen, kRead, kWrite, kSync, kRename, kRemove };
+enum class FileOperation { kOpen, kRead, kWrite, kSync, kRename, kRemove, kLock };
 
 // Lets a file operation of this thread go wrong until the end of a scope. Only one object at a
 // time.

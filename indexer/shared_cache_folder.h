@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QString>
+#include <optional>
+
+// The cache folder within the temporary folder, where other users may have put something under its
+// name before. `temporary` is an existing folder.
+//
+// A folder that others could have filled is refused, and a name with the user's number is used
+// instead, under the same tests; nothing when that is refused as well. A new folder is its owner's
+// alone. Where neither a folder can be made nor others can write, it is the temporary folder
+// itself. Without a trailing "/". Throws std::bad_alloc.
+std::optional<QString> SharedCacheFolder(const QString& temporary);
