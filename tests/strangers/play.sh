@@ -1,0 +1,213 @@
+#!/usr/bin/env bash
+# Plays what strangers, other processes and bad disks do to archives and their caches, and sees that no byte of theirs
+# changes and that every archive is answered right afterwards.
+#   play.sh PROGRAM TROUBLE_LIBRARY SCENE...
+# Scenes: links, temporary_folder, two_processes, killed_second, bad_sector, program. Ends with 1 at the first difference.
+set -euo pipefail
+
+zel3=$1
+trouble=$2
+shift 2
+
+work=$(cd "$(mktemp -d)" && pwd -P)
+trap 'rm -rf "$work"' EXIT
+export TZ=UTC LC_ALL=C.UTF-8 HOME=$work/home TMPDIR=$work/tmp
+export XDG_CONFIG_HOME=$work/config XDG_CACHE_HOME=$work/cache
+# The library for trouble comes before that of the sanitizer.
+export ASAN_OPTIONS=verify_asan_link_order=0${ASAN_OPTIONS:+:$ASAN_OPTIONS}
+shared='Vorn auxillary files'
+
+archives=$work/archives
+archive=$archives/cam.zel3
+start=1714521600000
+
+fail() {
+  printf 'strangers: %s: %s\n' "$scene" "$1" >&2
+  exit 1
+}
+
+# An empty place with one archive of two hours in it.
+set_up() {
+  rm -rf "${work:?}"/*
+  mkdir -p "$HOME" "$TMPDIR" "$XDG_CONFIG_HOME" "$XDG_CACHE_HOME" "$work/foreign"
+  "$zel3" make "$archives" --start $start --length 20m --files 1 --interval 2s --payload 600 --events 60 >"$work/made"
+  mv "$archives"/*.zel3 "$archive"
+  ask >"$work/right"
+  grep -q '"RDat"' "$work/right" || fail "the undisturbed reader gives no bytes"
+  clear_caches
+  foreign "$archive"
+}
+
+# From now on these files belong to somebody else: none of their bytes may change.
+foreign() {
+  sha256sum "$@" >>"$work/foreign.sums"
+}
+expect_foreign_untouched() {
+  sha256sum --quiet --check "$work/foreign.sums" >&2 || fail "$1: a foreign file has changed"
+}
+
+clear_caches() {
+  find "$archives" -mindepth 1 ! -name '*.zel3' -delete
+  rm -rf "${TMPDIR:?}"/*
+}
+
+# What the plug-in says of the archive, but for progress: its events, and entries with their bytes.
+ask() {
+  local number
+  {
+    echo '{"cmd":"Pla3","forward":1}'
+    echo "{\"cmd\":\"CRq3\",\"time\":$((start + 600000)),\"type\":1}"
+    for number in 0 1 150 300 598; do
+      echo "{\"cmd\":\"PCR3\",\"indexId\":$number,\"time\":$((start + number * 2000))}"
+    done
+  } | "$zel3" console "${1:-$archive}" | { grep -vE '"(NMsg|idle)"|"idle"' || true; }
+}
+expect_right_answers() {
+  ask >"$work/now"
+  cmp -s "$work/right" "$work/now" || {
+    diff "$work/right" "$work/now" | cut -c1-200 >&2
+    fail "$1: another answer"
+  }
+}
+
+# Links under the names of cache files lead to other people's files.
+play_links() {
+  local kind how
+  set_up
+  for how in symbolic hard; do
+    for kind in hdr id3 evt; do
+      clear_caches
+      echo "the $how letter of somebody else, $kind" >"$work/foreign/$how.$kind"
+      foreign "$work/foreign/$how.$kind"
+      if [ $how = symbolic ]; then
+        ln -s "$work/foreign/$how.$kind" "$archives/cam.$kind"
+      else
+        ln "$work/foreign/$how.$kind" "$archives/cam.$kind"
+      fi
+      expect_right_answers "a $how link as $kind"
+      [ -f "$archives/cam.$kind" ] && [ ! -L "$archives/cam.$kind" ] || fail "the link $kind has not been replaced"
+      expect_right_answers "after a $how link as $kind"
+      expect_foreign_untouched "a $how link as $kind"
+    done
+  done
+}
+
+# Somebody else has been in the temporary folder before, with an index that tells of other events.
+play_temporary_folder() {
+  local trap forged
+  for trap in link world_writable stranger; do
+    if [ $trap = stranger ] && [ "$(id -u)" != 0 ]; then continue; fi
+    set_up
+    # The index cannot stand beside the archive.
+    mkdir "$archives/cam.evt"
+    forged=$work/foreign/forged
+    mkdir "$forged"
+    cp "$archive" "$forged/cam.zel3"
+    ask "$forged/cam.zel3" >"$work/now"
+    sed -i 's/Motion/Forged/' "$forged/cam.evt"
+    grep -q Forged "$forged/cam.evt" || fail "there is nothing to forge"
+    local stamp
+    stamp=$(date -r "$archive" '+%y.%m.%d %H-%M-%S')
+    for kind in hdr id3 evt; do mv "$forged/cam.$kind" "$forged/$stamp cam.$kind"; done
+    rm "$forged/cam.zel3"
+    foreign "$forged"/*
+    case $trap in
+      link) ln -s "$forged" "$TMPDIR/$shared" ;;
+      world_writable) cp -a "$forged" "$TMPDIR/$shared" && chmod 0777 "$TMPDIR/$shared" && foreign "$TMPDIR/$shared"/* ;;
+      stranger) cp -a "$forged" "$TMPDIR/$shared" && chown -R 12345 "$TMPDIR/$shared" && foreign "$TMPDIR/$shared"/* ;;
+    esac
+    expect_right_answers "$trap"
+    expect_right_answers "$trap, again"
+    [ "$(find "$TMPDIR/$shared $(id -u)" -type f | wc -l)" = 3 ] || fail "$trap: the index is not in a folder of ours"
+    expect_foreign_untouched "$trap"
+  done
+}
+
+# Becomes the plug-in at work on the archive, in trouble as the arguments say. For a process of its own.
+in_trouble() {
+  exec env LD_PRELOAD="$trouble" "$@" "$zel3" console "$archive" </dev/null >/dev/null 2>&1
+}
+
+# Starts a run that stops before its change number $1, in the background; $stopped says whether it has come so far.
+start_and_stop() {
+  in_trouble TROUBLE_STOP_BEFORE="$1" &
+  other=$!
+  stopped=maybe
+  local state
+  while [ $stopped = maybe ]; do
+    state=$(sed 's/.*) //; s/ .*//' "/proc/$other/stat" 2>/dev/null || echo gone)
+    case $state in
+      T) stopped=yes ;;
+      Z | X | gone) stopped=no ;;
+    esac
+  done
+}
+
+# A second process indexes the archive while the first stands still before each of its changes to the disk; then the
+# first goes on, or is killed.
+play_two_processes() {
+  local end step
+  set_up
+  for end in CONT KILL; do
+    step=0
+    while :; do
+      step=$((step + 1))
+      clear_caches
+      start_and_stop $step
+      if [ $stopped = no ]; then break; fi
+      expect_right_answers "while the other stands before step $step"
+      kill -$end $other
+      wait $other 2>/dev/null || true
+      expect_right_after "the other had stood before step $step and got $end"
+    done
+    wait $other || true
+    [ $step -gt 15 ] || fail "only $step steps"
+    echo "$scene: $((step - 1)) steps, then $end"
+  done
+}
+
+# The second process is killed in the middle of what it does, and the first goes on.
+play_killed_second() {
+  local step killed
+  set_up
+  for killed in 5 10 15; do
+    step=0
+    while :; do
+      step=$((step + 1))
+      clear_caches
+      start_and_stop $step
+      if [ $stopped = no ]; then break; fi
+      in_trouble TROUBLE_KILL_BEFORE=$killed &
+      wait $! 2>/dev/null || true
+      kill -CONT $other
+      wait $other 2>/dev/null || true
+      expect_right_after "the first had stood before step $step and the second was killed before step $killed"
+    done
+    wait $other || true
+  done
+}
+
+expect_right_after() {
+  expect_right_answers "after $1"
+  expect_right_answers "once more after $1"
+  expect_foreign_untouched "$1"
+  if compgen -G "$archives/*unfinished*" >/dev/null; then fail "something is left over after $1"; fi
+}
+
+# Bytes of the archive cannot be read while it is indexed.
+play_bad_sector() {
+  set_up
+  # For good: all entries but those of the sector are answered.
+  (in_trouble TROUBLE_BAD_FILE="$archive" TROUBLE_BAD_FROM=204800 TROUBLE_BAD_TO=208896)
+  local id3
+  id3=$(stat -c %s "$archives/cam.id3")
+  [ "$((id3 / 24))" -ge 590 ] && [ "$((id3 / 24))" -lt 600 ] || fail "$((id3 / 24)) entries of 600 beside a bad sector"
+  expect_foreign_untouched "a bad sector"
+  # For a moment: the index is whole.
+  clear_caches
+  (in_trouble TROUBLE_BAD_FILE="$archive" TROUBLE_BAD_FROM=204800 TROUBLE_BAD_TO=208896 TROUBLE_BAD_TIMES=1)
+  [ "$(stat -c %s "$archives/cam.id3")" = $((600 * 24)) ] || fail "entries are missing after a moment of trouble"
+  expect_right_answers "after a moment of trouble"
+}
+
+for scene in "$@"; do "play_$scene"; done
