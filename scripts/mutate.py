@@ -3,11 +3,16 @@
 
 A change that no test notices (a survivor) is listed: a missing test, or code that does not matter.
 
-    scripts/mutate.py [--jobs N] [--every N] [--from N] [--accepted FILE] [PATH...]
+    scripts/mutate.py [--jobs N] [--every N] [--from N] [--only TEXT] [--accepted FILE] [PATH...]
+    scripts/mutate.py --check-accepted [--accepted FILE]
 
 PATH: source files, by default all of indexer/ and reader/. --every N takes each N-th change only, --from N begins with
-the N-th (from 0). Survivors listed in FILE (default: scripts/mutants_accepted.txt) are known, each with its reason, and
-are counted apart. Ends with 1 when another survivor is found. Works on copies under build/mutants.
+the N-th (from 0), --only TEXT takes those that hold TEXT. Survivors listed in FILE (default:
+scripts/mutants_accepted.txt) are known, each with its reason, and are counted apart. Ends with 1 when another survivor
+is found. Works on copies under build/mutants.
+
+--check-accepted runs no tests: it lists the entries of FILE that are not changes of the code as it is now, and ends
+with 1 when there are any.
 """
 
 import argparse
@@ -73,6 +78,12 @@ def blanked(text):
     return re.sub(pattern, lambda match: " " * len(match.group()), text, flags=re.MULTILINE)
 
 
+def value_of(number):
+    """What a number in C++ means: 0x1F, 0644 or 31."""
+    is_octal = number.startswith("0") and number.isdigit()
+    return int(number, 8 if is_octal else 0)
+
+
 def mutants_of(path):
     text = (ROOT / path).read_text()
     code = blanked(text)
@@ -88,7 +99,7 @@ def mutants_of(path):
     for match in SWAP.finditer(code):
         add(match.start(), match.end(), SWAPS[match.group()])
     for match in NUMBER.finditer(code):
-        add(match.start(), match.end(), str(int(match.group(), 0) + 1))
+        add(match.start(), match.end(), str(value_of(match.group()) + 1))
     for match in NEGATION.finditer(code):
         add(match.start(), match.end(), "")
     for match in CONDITION.finditer(code):
@@ -153,9 +164,15 @@ class Copy:
             path.write_text(original)
 
 
-def accepted_keys(path):
-    lines = path.read_text().splitlines() if path.exists() else []
-    return {line for line in lines if line and not line.startswith("#")}
+def accepted_entries(path):
+    """The keys of the accepted mutants, each with the number of its line."""
+    lines = enumerate(path.read_text().splitlines(), 1)
+    return {line: number for number, line in lines if line and not line.startswith("#")}
+
+
+def all_sources():
+    return [str(path.relative_to(ROOT)) for folder in ("indexer", "reader")
+            for path in sorted((ROOT / folder).glob("*.cpp"))]
 
 
 def main():
@@ -163,13 +180,19 @@ def main():
     parser.add_argument("--jobs", type=int, default=os.cpu_count())
     parser.add_argument("--every", type=int, default=1)
     parser.add_argument("--from", type=int, default=0, dest="first")
+    parser.add_argument("--only", default="")
     parser.add_argument("--accepted", type=pathlib.Path, default=ROOT / "scripts" / "mutants_accepted.txt")
+    parser.add_argument("--check-accepted", action="store_true")
     parser.add_argument("paths", nargs="*")
     options = parser.parse_args()
-    paths = options.paths or [str(path.relative_to(ROOT)) for folder in ("indexer", "reader")
-                              for path in sorted((ROOT / folder).glob("*.cpp"))]
-    mutants = [mutant for path in paths for mutant in mutants_of(path)][options.first::options.every]
-    accepted = accepted_keys(options.accepted)
+    mutants = [mutant for path in options.paths or all_sources() for mutant in mutants_of(path)]
+    accepted = accepted_entries(options.accepted)
+    if options.check_accepted:
+        keys = {mutant.key for mutant in mutants}
+        stale = [f"{options.accepted}:{line}: {key}" for key, line in accepted.items() if key not in keys]
+        print(f"{len(mutants)} mutants, {len(stale)} accepted ones that the code no longer has", *stale, sep="\n")
+        sys.exit(1 if stale else 0)
+    mutants = [mutant for mutant in mutants if options.only in mutant.key][options.first::options.every]
     print(f"{len(mutants)} mutants", flush=True)
 
     copies = queue.Queue()
