@@ -5,7 +5,6 @@ include(CMakePackageConfigHelpers)
 set(zel3_sdk_headers ${CMAKE_INSTALL_INCLUDEDIR}/zel3-brick-sdk)
 set(zel3_sdk_package ${CMAKE_INSTALL_LIBDIR}/cmake/Zel3BrickSdk)
 
-set_target_properties(zel3 PROPERTIES INSTALL_RPATH $ORIGIN/../${CMAKE_INSTALL_LIBDIR})
 install(TARGETS zel3 COMPONENT runtime)
 install(TARGETS zel3reader zel3parser LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/zel3 COMPONENT runtime)
 install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
