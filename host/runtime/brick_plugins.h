@@ -49,7 +49,8 @@ BRICK_HOST_API void SetObserver(std::function<void(Tag)> onRequest);
 // Why the last CBrickLoader::CreateBrick gave null: one line for people. Empty after a success.
 BRICK_HOST_API std::string LastError();
 
-// Unloads every loaded plug-in file. REQUIRES: no brick and no block of theirs is alive.
+// Unloads every loaded plug-in file. REQUIRES: no brick and no block of theirs is alive; releasing
+// one later would call code that is gone.
 BRICK_HOST_API void UnloadAll();
 
 }  // namespace brick_plugins

@@ -8,6 +8,7 @@
 #include <charconv>
 #include <cstdint>
 #include <filesystem>
+#include <map>
 
 #include "settings_folder.h"
 
@@ -99,28 +100,36 @@ void AppendLine(const std::string& path, const std::string& line) {
 
 }  // namespace
 
-CIniFile::CIniFile(const std::string& name) {
+struct CIniFile::State {
+  std::string path;
+  std::map<std::string, std::string> values;
+  bool createDefaults = false;
+};
+
+CIniFile::CIniFile(const std::string& name) : mState(new State) {
   const std::string folder = settings_folder::Get();
   if (folder.empty()) return;
-  mPath = folder + "/" + name;
-  const PlainFile file(mPath, O_RDONLY);
-  if (file.IsOpen()) mValues = ParseLines(file.ReadAll());
+  mState->path = folder + "/" + name;
+  const PlainFile file(mState->path, O_RDONLY);
+  if (file.IsOpen()) mState->values = ParseLines(file.ReadAll());
 }
 
+CIniFile::~CIniFile() = default;
+
 void CIniFile::EnableDefValsCreation(bool enable) {
-  mCreateDefaults = enable;
+  mState->createDefaults = enable;
 }
 
 int CIniFile::GetInt(const std::string& key, int defaultValue) {
-  const auto found = mValues.find(key);
-  if (found != mValues.end()) {
+  const auto found = mState->values.find(key);
+  if (found != mState->values.end()) {
     std::int32_t value = 0;
     return ParseInteger(found->second, &value) ? value : defaultValue;
   }
-  if (mCreateDefaults && !mPath.empty()) {
+  if (mState->createDefaults && !mState->path.empty()) {
     const std::string text = std::to_string(defaultValue);
-    AppendLine(mPath, key + "=" + text);
-    mValues[key] = text;
+    AppendLine(mState->path, key + "=" + text);
+    mState->values[key] = text;
   }
   return defaultValue;
 }

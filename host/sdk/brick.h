@@ -18,7 +18,8 @@
 // A brick that gets the control block 'Kill' is unlinked and destroyed by the pipeline; onCtrl
 // never sees it.
 //
-// The virtual functions stand in this order in the table; plug-ins built elsewhere rely on it.
+// The virtual functions stand in this order in the table, and the size is fixed: the members of the
+// bricks of plug-ins follow. What a host keeps of a brick stands behind the one pointer.
 class BRICK_SDK_API CBrick {
  public:
   // The brick is scheduled once Create has named its pipeline.
@@ -88,3 +89,5 @@ class BRICK_SDK_API CBrick {
   class State;
   std::unique_ptr<State> mState;
 };
+
+static_assert(sizeof(CBrick) == 2 * sizeof(void*), "the members of a plug-in's brick follow here");

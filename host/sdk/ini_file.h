@@ -1,15 +1,21 @@
 #pragma once
 
-#include <map>
+#include <memory>
 #include <string>
 
 #include "sdk_export.h"
 
 // Settings of the host: a text file of lines "key=value" in the settings folder.
+//
+// Its size is fixed: plug-ins make such objects on their own stack. What is in them is the host's
+// own.
 class BRICK_SDK_API CIniFile {
  public:
   // Reads the file `name`. A missing or unreadable file has no keys.
   explicit CIniFile(const std::string& name);
+  ~CIniFile();
+  CIniFile(const CIniFile&) = delete;
+  CIniFile& operator=(const CIniFile&) = delete;
 
   // When on, GetInt writes a missing key with its default back to the file.
   void EnableDefValsCreation(bool enable);
@@ -19,7 +25,11 @@ class BRICK_SDK_API CIniFile {
   int GetInt(const std::string& key, int defaultValue);
 
  private:
-  std::string mPath;
-  std::map<std::string, std::string> mValues;
-  bool mCreateDefaults = false;
+  struct State;
+  std::unique_ptr<State> mState;
+  // For hosts that keep their settings in the object itself.
+  [[maybe_unused]] void* mReserved[15];
 };
+
+static_assert(sizeof(CIniFile) == 16 * sizeof(void*) && alignof(CIniFile) == sizeof(void*),
+              "plug-ins have it built in");

@@ -11,8 +11,11 @@
 // its last reference. Handles of one node may be copied and destroyed on any threads. One handle
 // object belongs to one thread at a time.
 //
+// A block is released while the module that made its node is loaded: releasing calls that module's
+// code.
+//
 // The virtual functions stand in this order in the table: destructors, GetData, GetData const,
-// GetExtraSize.
+// GetExtraSize. Sizes and fields are fixed: plug-ins have typed handles and nodes built in.
 class BRICK_SDK_API cMemBlock {
  public:
   class node;
@@ -69,6 +72,10 @@ class BRICK_SDK_API cMemBlock::node {
   std::uint32_t size = 0;      // payload bytes
   CCriticalSection lock;
 };
+
+static_assert(sizeof(cMemBlock) == 2 * sizeof(void*), "plug-ins have handles built in");
+static_assert(sizeof(cMemBlock::node) == (sizeof(void*) == 4 ? 40 : 64),
+              "the payload of a data block follows here");
 
 inline std::uint32_t cMemBlock::GetType() const {
   return mNode->type;
