@@ -26,6 +26,11 @@ add_compile_definitions(${ZEL3_STRING_ABI} _FILE_OFFSET_BITS=64)
 add_compile_definitions(QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS)
 # Qt refuses position-dependent code and -fPIE alike.
 add_compile_options(-fPIC -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Wmultichar -Werror)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  # Older compilers align the stack to 4 bytes only, and what they have built calls these functions.
+  add_compile_options(-mstackrealign)
+endif()
+
 # Every symbol is found when a file is loaded, and what that took is read-only from then on. So calls of other libraries
 # need no stub that would find it later.
 add_link_options(-Wl,-z,relro -Wl,-z,now)
