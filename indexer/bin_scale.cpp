@@ -26,8 +26,9 @@ Bin BinScale::BinOf(std::uint64_t distance, const Bin& near) const {
 Bin BinScale::Divide(std::uint64_t distance) const {
   Bin bin;
   bin.number = mBinCount * distance / mSpan;
-  // Where products wrap, a bin tells nothing about its neighbours.
-  if (distance > mLargest || mSpan > kMost / (mBinCount + 1)) return bin;
+  // Where products wrap, a bin tells nothing about its neighbours. The largest distance is left out
+  // too: bins end there at the latest, and their end is not part of them.
+  if (distance >= mLargest || mSpan > kMost / (mBinCount + 1)) return bin;
   if (distance >= mSpan) {
     bin.number = mBinCount;
     bin.first = mSpan;

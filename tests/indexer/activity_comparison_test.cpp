@@ -123,6 +123,37 @@ class ActivityComparison : public testing::Test {
                 binCounts[Below(10)], static_cast<std::int32_t>(Below(5)));
   }
 
+  // So many bins that products with index times of a file reach 2^64, and an entry that lasts until
+  // there: the request's range begins where that makes it so.
+  TZEL3ActivityRequest RequestWhereProductsWrap(sFile_Index_Store* store) {
+    constexpr std::uint64_t kMost = 0xFFFFFFFF;
+    const auto bins = static_cast<std::int32_t>(Below(3) == 0 ? 4294968 : 2200000 + Below(2500000));
+    const std::uint64_t largest = ~0ULL / static_cast<std::uint64_t>(bins);
+    const std::uint64_t end = (largest + Below(20'000'000)) / 1000 + 1;
+    const std::uint64_t from = end * 1000 - largest + Below(3) - 1;
+
+    const std::uint64_t least = end > kMost ? end - kMost : 0;
+    const std::uint64_t time = Below(2) == 0 ? least + Below(20000) : std::min(end, kMost);
+    store->indexInterval = static_cast<std::uint32_t>(end - time);
+    for (std::uint64_t entry = time < 3 ? 0 : time - 3; entry < time + 3 && entry <= kMost; ++entry)
+      if (entry == time || Below(2) == 0)
+        store->id3Records.append(RandomEntry(static_cast<std::uint32_t>(entry)));
+
+    const std::uint64_t fine = static_cast<std::uint64_t>(bins) * 1000;
+    const std::uint64_t lengths[] = {fine,    fine - Below(1000), fine + 1,
+                                     largest, ~0ULL - from,       0 - Below(from)};
+    return Span(from, from + lengths[Below(6)], bins, static_cast<std::int32_t>(Below(4)));
+  }
+
+  // Adds 1 to `found` for an answer from entries.
+  void CompareAnswers(const cZel3Indexer& index, const TZEL3ActivityRequest& request, int* found) {
+    const ActivityAnswer expected = PlainActivity(index.files, request);
+    const ActivityAnswer answer = ActivityOf(index, request);
+    ASSERT_EQ(answer.found, expected.found);
+    ASSERT_EQ(answer.levels, expected.levels);
+    *found += answer.found ? 1 : 0;
+  }
+
   void Compare(bool ascending) {
     int found = 0;
     for (unsigned seed = 1; seed <= 2000; ++seed) {
@@ -130,14 +161,8 @@ class ActivityComparison : public testing::Test {
       random.seed(seed);
       cZel3Indexer index;
       index.files = RandomFiles(ascending);
-      for (int i = 0; i < 5; ++i) {
-        const TZEL3ActivityRequest request = RandomRequest(index.files);
-        const ActivityAnswer expected = PlainActivity(index.files, request);
-        const ActivityAnswer answer = ActivityOf(index, request);
-        ASSERT_EQ(answer.found, expected.found);
-        ASSERT_EQ(answer.levels, expected.levels);
-        found += answer.found ? 1 : 0;
-      }
+      for (int i = 0; i < 5; ++i)
+        ASSERT_NO_FATAL_FAILURE(CompareAnswers(index, RandomRequest(index.files), &found));
     }
     EXPECT_GT(found, 2000) << "a good part of the requests should be answered from entries";
   }
@@ -151,6 +176,21 @@ TEST_F(ActivityComparison, PaintsAsThePlainRuleDoes) {
 
 TEST_F(ActivityComparison, PaintsAsThePlainRuleDoesWhereTimesDoNotAscend) {
   Compare(false);
+}
+
+TEST_F(ActivityComparison, PaintsAsThePlainRuleDoesWhereProductsWrap) {
+  int found = 0;
+  for (unsigned seed = 1; seed <= 150; ++seed) {
+    SCOPED_TRACE(seed);
+    random.seed(seed);
+    cZel3Indexer index;
+    sFile_Index_Store store;
+    const TZEL3ActivityRequest request = RequestWhereProductsWrap(&store);
+    if (seed % 2 == 0) std::reverse(store.id3Records.begin(), store.id3Records.end());
+    index.files = {WithKnownOrder(store)};
+    ASSERT_NO_FATAL_FAILURE(CompareAnswers(index, request, &found));
+  }
+  EXPECT_GT(found, 40) << "a good part of the requests should be answered from entries";
 }
 
 // Painting each of these entries over all bins behind it would take hours.

@@ -375,6 +375,17 @@ TEST(CoarseActivity, EndsAtTheLargestIndexTime) {
   EXPECT_EQ(many.levels, Painted(100, {{1, 1, 20}}));
 }
 
+// The product of the one entry's end is the largest of 64 bits; that of the other wraps, so it
+// paints nothing.
+TEST(FineActivity, TellsEntriesApartWhereProductsBeginToWrap) {
+  constexpr int kBins = 4294968;
+  cZel3Indexer index;
+  index.files = {ActiveFile("a", 4294966296, {{11000, 20}, {10000, 8}})};
+  const ActivityAnswer answer = ActivityOf(index, Span(9704000, 4304672000, kBins));
+  EXPECT_TRUE(answer.found);
+  EXPECT_EQ(answer.levels, Painted(kBins, {{296, kBins - 1, 8}}));
+}
+
 // Behind the entry that lies at the very end of the range, times run backwards.
 TEST(ActivityOfOneBin, LeavesOutWhatIsLaterThanTheRange) {
   cZel3Indexer index;
