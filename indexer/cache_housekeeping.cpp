@@ -32,7 +32,7 @@ void CacheHousekeeping::Trim() {
   while (mTotal > mLimit && !mFiles.empty()) {
     if (!mSorted) PutOldestLast();
     const ListedFile& oldest = mFiles.back();
-    const QString path = mFolder + QLatin1Char('/') + QFile::decodeName(oldest.name);
+    const QString path = mFolder + QLatin1Char('/') + DecodedName(oldest.name);
     const bool removed = QFile::remove(path);
     if (!removed && QFile::exists(path)) return;
     mTotal -= static_cast<std::int64_t>(oldest.size);

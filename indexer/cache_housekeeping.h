@@ -15,7 +15,8 @@ class CacheHousekeeping {
   const QString& Folder() const { return mFolder; }
 
   // Deletes the oldest cache file when all of them together exceed the limit. One only: the size of
-  // that file is counted off once, and deleting it again would free nothing more.
+  // that file is counted off once, and deleting it again would free nothing more. Links to devices
+  // are not listed, so they are never the oldest and stay.
   void Trim();
 
  private:

@@ -26,7 +26,7 @@ bool IsWanted(const char* name, std::initializer_list<const char*> suffixes) {
 // A name that is no text in the system's encoding could not be opened again.
 bool IsText(const QByteArray& name) {
   const bool isPlain = std::all_of(name.begin(), name.end(), [](char c) { return c > 0; });
-  return isPlain || QFile::encodeName(QFile::decodeName(name)) == name;
+  return isPlain || QFile::encodeName(DecodedName(name)) == name;
 }
 
 std::int64_t Milliseconds(const struct statx_timestamp& time) {
@@ -37,6 +37,10 @@ std::int64_t Milliseconds(const struct statx_timestamp& time) {
 }
 
 }  // namespace
+
+QString DecodedName(const QByteArray& name) {
+  return QFile::decodeName('/' + name).mid(1);
+}
 
 std::vector<ListedFile> ListFolder(const QString& folder,
                                    std::initializer_list<const char*> suffixes, bool readableOnly) {

@@ -13,9 +13,13 @@ struct ListedFile {
   std::int64_t modified;  // in milliseconds
 };
 
+// A name as it is in a path. Decoded by itself, a byte-order mark at its front would get lost.
+QString DecodedName(const QByteArray& name);
+
 // The plain files of a folder, links followed, whose names end in one of the suffixes (".id3") in
 // letters of any case, in the order of the system. Left out are hidden ones, those whose names are
-// no text in the system's encoding, and, if asked for, those that may not be read. Empty when the
-// folder cannot be read. Throws std::bad_alloc.
+// not text in the system's encoding, and, if asked for, those that may not be read. A link to a
+// device, a pipe or a folder is not a plain file. Empty when the folder cannot be read. Throws
+// std::bad_alloc.
 std::vector<ListedFile> ListFolder(const QString& folder,
                                    std::initializer_list<const char*> suffixes, bool readableOnly);

@@ -1,4 +1,3 @@
-#include <QFile>
 #include <QFileInfo>
 #include <algorithm>
 
@@ -26,7 +25,7 @@ std::vector<ListedFile> NewestFirst(const QString& folder) {
   std::vector<ListedFile> archives = ListFolder(folder, {".zel3", ".zel"}, true);
   std::sort(archives.begin(), archives.end(), [](const ListedFile& one, const ListedFile& other) {
     if (one.modified != other.modified) return one.modified > other.modified;
-    return QFile::decodeName(one.name) < QFile::decodeName(other.name);
+    return DecodedName(one.name) < DecodedName(other.name);
   });
   return archives;
 }
@@ -86,7 +85,7 @@ bool CZel3FileReader::Open_files_of_folder(std::vector<ListedFile> const& archiv
   bool allOk = true;
   QString chosenSuffix;
   for (const ListedFile& archive : archives) {
-    const QString name = QFile::decodeName(archive.name);
+    const QString name = DecodedName(archive.name);
     if (folderFiles.contains(name)) continue;
     if (archive.size < kSmallestArchive) {
       folderFiles.insert(name);

@@ -69,6 +69,7 @@ TEST_F(FolderListing, ListsWhatEndsInASuffix) {
 TEST_F(FolderListing, LeavesOutWhatIsNoPlainFile) {
   fs::create_directory(folder / "folder.id3");
   ASSERT_EQ(mkfifo((folder / "pipe.id3").c_str(), 0600), 0);
+  fs::create_symlink("/dev/null", folder / "device.id3");
   fs::create_symlink(folder / "missing", folder / "broken.id3");
   Place("real", 5);
   fs::create_symlink("real", folder / "link.id3");
@@ -98,6 +99,18 @@ TEST_F(FolderListing, LeavesOutWhatCannotBeNamed) {
   EXPECT_THAT(Names(), ElementsAre("good.id3"));
 }
 
+TEST_F(FolderListing, ListsNamesThatBeginWithAByteOrderMark) {
+  Place("\xEF\xBB\xBF.id3");
+  Place("\xEF\xBB\xBF\xEF\xBB\xBF\xC3\xA4.evt");
+  EXPECT_THAT(Names(), testing::UnorderedElementsAre("\xEF\xBB\xBF.id3",
+                                                     "\xEF\xBB\xBF\xEF\xBB\xBF\xC3\xA4.evt"));
+}
+
+TEST(DecodedName, KeepsAByteOrderMark) {
+  EXPECT_EQ(DecodedName("cam.id3"), QLatin1String("cam.id3"));
+  EXPECT_EQ(DecodedName("\xEF\xBB\xBF\xC3\xA4.id3"), QChar(0xFEFF) + AsText("\xC3\xA4.id3"));
+}
+
 TEST_F(FolderListing, IsEmptyWithoutAFolder) {
   EXPECT_THAT(ListFolder(AsText(folder / "missing"), {".id3"}, false), IsEmpty());
   EXPECT_THAT(ListFolder(QString(), {".id3"}, false), IsEmpty());
@@ -115,6 +128,7 @@ TEST_F(FolderListing, IsThatOfQt) {
       random = random * 1103515245 + 12345;
       name += odd[(random >> 16) % odd.size()];
     }
+    if (i % 5 == 0) name = "\xEF\xBB\xBF" + name;
     Place(name + std::to_string(i % 7) + (i % 3 == 0 ? ".id3" : i % 3 == 1 ? ".EVT" : ".txt"));
   }
   const QStringList expected =

@@ -163,6 +163,27 @@ TEST_F(Housekeeping, OfEquallyOldFilesDeletesTheFirstOneListed) {
   EXPECT_EQ(Names(), left);
 }
 
+TEST_F(Housekeeping, DeletesAFileWhoseNameBeginsWithAByteOrderMark) {
+  SetLimit("1");
+  MakeCacheFiles({{"\xEF\xBB\xBF"
+                   "cam.id3",
+                   10 * kMiB},
+                  {"b.id3", kMiB}});
+  OpenArchive();
+  EXPECT_THAT(Names(), ElementsAre("b.id3"));
+}
+
+// The device is as old as the start of the machine.
+TEST_F(Housekeeping, TakesTheNextFileWhereALinkToADeviceIsTheOldest) {
+  SetLimit("1");
+  fs::create_symlink("/dev/null", cache / "x.id3");
+  for (const char* const name : {"a.id3", "b.id3"}) MakeSparseFile(cache / name, kMiB);
+  SetModificationTime(cache / "a.id3", 2'000'000'000);
+  SetModificationTime(cache / "b.id3", 2'000'000'060);
+  OpenArchive();
+  EXPECT_THAT(Names(), ElementsAre("b.id3", "x.id3"));
+}
+
 TEST_F(Housekeeping, TakesOneMoreFileEachTime) {
   SetLimit("1");
   MakeCacheFiles({{"a.id3", 10 * kMiB}, {"b.id3", 10 * kMiB}, {"c.id3", kMiB}});

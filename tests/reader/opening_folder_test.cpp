@@ -71,6 +71,21 @@ TEST_F(OpeningAFolder, NamesMayBeginWithAnything) {
   EXPECT_THAT(Ask(ArchivesRequest()), ElementsAre(List(5)));
 }
 
+TEST_F(OpeningAFolder, ANameMayBeginWithAByteOrderMark) {
+  const std::string mark = "\xEF\xBB\xBF";
+  PlaceGood(mark + "cam.zel3", 100, kOldest);
+  Open(folder.Path());
+  EXPECT_THAT(Ask(ArchivesRequest()), ElementsAre(List(1)));
+  EXPECT_THAT(AskTwice(110000), ElementsAre("Cewg", "IRN3 0/1 at 110000"));
+  EXPECT_EQ(EntryNames(folder.Path()),
+            (Lines{mark + "cam.evt", mark + "cam.hdr", mark + "cam.id3", mark + "cam.zel3"}));
+  EndReader();
+
+  Open(folder / (mark + "cam.zel3"));
+  EXPECT_THAT(Ask(ChunkRequest(110000)), ElementsAre("IRN3 0/1 at 110000"));
+  EXPECT_EQ(workshop.orders.size(), 1U) << "its index is found again";
+}
+
 TEST_F(OpeningAFolder, SuffixesInAnyCaseAreOneFormat) {
   PlaceGood("a.zel3", 100, kOldest);
   PlaceGood("b.ZEL3", 200, kOlder);
