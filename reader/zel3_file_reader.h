@@ -163,7 +163,7 @@ class CZel3FileReader : public CBrick {
   std::uint64_t readPos = 0;  // of the sequential reading
   bool playForward = true;
   TZEL3ChunkInfo lastChunk;  // the entry whose bytes were sent last
-  TZEL3ChunkInfo nextChunk;  // what the last lookup found
+  TZEL3ChunkInfo nextChunk;  // what the last lookup found, or the answer that it found nothing
   cZel3Indexer indexer;
   ChunkRequestBlock pendingChunkRequest = ChunkRequestBlock::New();
   // Kept, but never answered: a parser asks again after the answer to the chunk request.
