@@ -18,7 +18,7 @@ Cuts WithHeaders(const Cuts& headers, const Cuts& cuts) {
   return Positions(all);
 }
 
-struct CutsCase {
+struct MergeCase {
   const char* what;
   Cuts headers;
   Cuts cuts;
@@ -26,7 +26,7 @@ struct CutsCase {
 };
 
 TEST(HeaderCuts, GoBeforeTheFirstGreaterCut) {
-  const CutsCase cases[] = {
+  const MergeCase cases[] = {
       {"nothing", {}, {}, {}},
       {"no headers", {}, {3, 1, 2}, {3, 1, 2}},
       {"no cuts: the first as it is", {5}, {}, {5}},
@@ -40,7 +40,7 @@ TEST(HeaderCuts, GoBeforeTheFirstGreaterCut) {
       {"cuts that fall", {5, 15}, {20, 10}, {5, 15, 20, 10}},
       {"cuts that rise again", {25, 5}, {20, 10, 30}, {5, 20, 10, 25, 30}},
   };
-  for (const CutsCase& row : cases) {
+  for (const MergeCase& row : cases) {
     SCOPED_TRACE(row.what);
     EXPECT_EQ(WithHeaders(row.headers, row.cuts), row.expected);
   }
