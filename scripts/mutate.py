@@ -140,7 +140,9 @@ class Copy:
         guard = 'cd "$0"; ulimit -v 8000000; exec "$@"'
         command = ["bash", "-c", guard]
         if os.geteuid() == 0:
-            read_only = 'mount --bind "$0" "$0" && mount -o remount,bind,ro / && mount -o remount,bind,ro /dev && '
+            # GoogleTest keeps what it captures in /tmp.
+            read_only = ('mount --bind "$0" "$0" && mount -o remount,bind,ro / && mount -o remount,bind,ro /dev && '
+                         'mount --bind "$0" /tmp && ')
             command = ["unshare", "--mount", "bash", "-c", read_only + guard]
         command += [place, self.build / "bin" / program, "--gtest_fail_fast", "--gtest_brief=1"]
         environment = dict(os.environ, TMPDIR=str(place))

@@ -46,13 +46,14 @@ TEST_F(FolderListing, TellsSizeAndTime) {
   EXPECT_EQ(files[0].modified, 1'700'000'000'000);
 }
 
-TEST_F(FolderListing, TellsTimesThatNeedMoreThan32Bits) {
+TEST_F(FolderListing, TellsMillisecondsAndTimesThatNeedMoreThan32Bits) {
   Place("late.id3");
   Place("early.evt");
   // What sets times in a 32-bit program takes 32 bits.
-  for (const char* const command : {"touch -d @5000000000 late.id3", "touch -d @-1 early.evt"})
+  for (const char* const command : {"touch -d @5000000000.25 late.id3", "touch -d @-1 early.evt"}) {
     ASSERT_EQ(std::system(("cd '" + folder.Path() + "' && " + command).c_str()), 0);
-  EXPECT_EQ(ListFolder(AsText(folder.Path()), {".id3"}, false).at(0).modified, 5'000'000'000'000);
+  }
+  EXPECT_EQ(ListFolder(AsText(folder.Path()), {".id3"}, false).at(0).modified, 5'000'000'000'250);
   EXPECT_EQ(ListFolder(AsText(folder.Path()), {".evt"}, false).at(0).modified, -1000);
 }
 
