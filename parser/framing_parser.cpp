@@ -10,57 +10,51 @@ FramingParser::FramingParser(FramingSink& sink) : mSink(sink) {
 }
 
 void FramingParser::Feed(const unsigned char* bytes, std::size_t size) {
-  const std::uint64_t end = mPosition + mHeld.size() + size;
-  try {
-    TakePiece(bytes, size);
-  } catch (...) {
-    if (!mLost) LosePlace();
-    mHeld.clear();
-    mPosition = end;
-    throw;
+  while (mPosition < mFed) {
+    if (!Hold(bytes, size)) {
+      mFed += size;
+      return;
+    }
+    ParseRecords(mHeld.data(), mHeld.size());
   }
+  // From here on records are parsed where they stand, also those that were held for a while.
+  const auto taken = static_cast<std::size_t>(mPosition - mFed);
+  ParseRecords(bytes + taken, size - taken);
+  mHeld.assign(bytes + (mPosition - mFed), bytes + size);
+  mHeldFrom = mPosition;
+  mFed += size;
 }
 
-void FramingParser::TakePiece(const unsigned char* bytes, std::size_t size) {
-  std::size_t taken = 0;
-  while (!mHeld.empty()) {
-    const std::size_t missing = std::min(mWanted - mHeld.size(), size - taken);
-    mHeld.insert(mHeld.end(), bytes + taken, bytes + taken + missing);
-    taken += missing;
-    if (mHeld.size() < mWanted) return;
-    const std::size_t used = ParseRecords(mHeld.data(), mHeld.size());
-    const std::size_t left = mHeld.size() - used;
-    if (left > taken) {
-      mHeld.erase(mHeld.begin(), mHeld.begin() + static_cast<std::ptrdiff_t>(used));
-    } else {
-      // What is left came with these bytes, so it can be parsed where it stands.
-      taken -= left;
-      mHeld.clear();
-    }
-  }
-  const std::size_t used = ParseRecords(bytes + taken, size - taken);
-  mHeld.assign(bytes + taken + used, bytes + size);
+bool FramingParser::Hold(const unsigned char* bytes, std::size_t size) {
+  mHeld.erase(mHeld.begin(), mHeld.begin() + static_cast<std::ptrdiff_t>(mPosition - mHeldFrom));
+  mHeldFrom = mPosition;
+  if (mHeld.size() >= mWanted) return true;
+  const auto taken = static_cast<std::size_t>(mHeldFrom + mHeld.size() - mFed);
+  const std::size_t missing = std::min(mWanted - mHeld.size(), size - taken);
+  mHeld.insert(mHeld.end(), bytes + taken, bytes + taken + missing);
+  return mHeld.size() >= mWanted;
 }
 
 void FramingParser::Restart() {
-  mPosition += mHeld.size();
-  mHeld.clear();
+  mPosition = mFed;
   if (mLost) EndDamage();
 }
 
 void FramingParser::Finish() {
-  if (!mLost && !mHeld.empty()) mSink.OnCutOff(mPosition, mHeld.size());
+  if (!mLost && mPosition < mFed) mSink.OnCutOff(mPosition, mFed - mPosition);
   Restart();
 }
 
-std::size_t FramingParser::ParseRecords(const unsigned char* bytes, std::size_t size) {
-  std::size_t used = 0;
+void FramingParser::ParseRecords(const unsigned char* bytes, std::size_t size) {
   for (;;) {
-    if (mLost) used += DropToMarker(bytes + used, size - used);
-    if (mLost) return used;
-    const std::size_t recordSize = ParseRecord(bytes + used, size - used);
-    if (recordSize == 0) return used;
-    used += recordSize;
+    const std::size_t dropped = mLost ? DropToMarker(bytes, size) : 0;
+    if (mLost) return;
+    bytes += dropped;
+    size -= dropped;
+    const std::size_t recordSize = ParseRecord(bytes, size);
+    if (recordSize == 0) return;
+    bytes += recordSize;
+    size -= recordSize;
     mPosition += recordSize;
   }
 }
@@ -70,8 +64,8 @@ std::size_t FramingParser::DropToMarker(const unsigned char* bytes, std::size_t 
   // Without a marker the last bytes stay: they may be the start of one.
   const std::size_t dropped = marker ? *marker : size - std::min(size, kMarkerSize - 1);
   mPosition += dropped;
-  if (marker) EndDamage();
   mWanted = kMarkerSize;
+  if (marker) EndDamage();
   return dropped;
 }
 
@@ -96,8 +90,8 @@ std::size_t FramingParser::ParseHeader(const unsigned char* bytes, std::size_t s
   if (!Reaches(size, kMarkerSize + bodySize)) return 0;
   const std::optional<ArchiveHeader> header = DecodeHeaderBody(body, bodySize);
   if (!header) return LosePlace();
-  KeepKinds(*header);
   mSink.OnHeader(mPosition, *header);
+  KeepKinds(*header);
   return kMarkerSize + bodySize;
 }
 
@@ -140,6 +134,6 @@ std::size_t FramingParser::LosePlace() {
 }
 
 void FramingParser::EndDamage() {
-  mLost = false;
   mSink.OnDamage(mLostAt, mPosition - mLostAt);
+  mLost = false;
 }

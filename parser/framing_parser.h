@@ -41,12 +41,13 @@ class FramingParser {
   // Borrows the sink.
   explicit FramingParser(FramingSink& sink);
 
-  // Throws std::bad_alloc and what the sink throws; the rest of the bytes is then dropped as
-  // damage.
+  // Throws std::bad_alloc and what the sink throws. Nothing is lost then: when the same bytes are
+  // fed again, the parser goes on with the very record, or damage, that the sink has not taken.
   void Feed(const unsigned char* bytes, std::size_t size);
 
   // Forgets a half record: the next byte is the first of a record. The count of bytes goes on, and
-  // the last header stays in force.
+  // the last header stays in force. Throws what the sink throws, and may then be called again.
+  // REQUIRES: the last Feed did not throw.
   void Restart();
 
   // The end of the stream: tells the sink about bytes at its end that make no whole record, and
@@ -54,13 +55,14 @@ class FramingParser {
   void Finish();
 
  private:
-  void TakePiece(const unsigned char* bytes, std::size_t size);
-  // These get bytes that start at mPosition, and give the number of bytes used up: those of whole
-  // records and dropped ones. When more bytes are needed to go on, mWanted says how many from the
-  // first one not used.
-  std::size_t ParseRecords(const unsigned char* bytes, std::size_t size);
+  // Completes mHeld with bytes of the piece; false when the piece has too few.
+  bool Hold(const unsigned char* bytes, std::size_t size);
+  // These get bytes that start at mPosition. This one moves mPosition over whole records and
+  // dropped bytes; mWanted then says how many bytes from there on are needed to go on.
+  void ParseRecords(const unsigned char* bytes, std::size_t size);
+  // Moves mPosition, too; the number of bytes dropped.
   std::size_t DropToMarker(const unsigned char* bytes, std::size_t size);
-  // One record; 0 when it is not whole yet.
+  // The size of the record; 0 when it is not whole yet.
   std::size_t ParseRecord(const unsigned char* bytes, std::size_t size);
   std::size_t ParseHeader(const unsigned char* bytes, std::size_t size);
   std::size_t ParseIndex(const unsigned char* bytes, std::size_t size);
@@ -75,9 +77,15 @@ class FramingParser {
   FramingSink& mSink;
   // By data type: the tag of its blocks, 0 for a type that has none.
   std::array<Tag, 256> mKinds{};
-  std::vector<unsigned char> mHeld;   // the start of a record that is not whole yet
-  std::size_t mWanted = kMarkerSize;  // more than mHeld has
-  std::uint64_t mPosition = 0;        // of the first byte of mHeld, or of the next one fed
+  // Places in the stream: all before mPosition is dealt with, all before mFed belongs to pieces
+  // that have been taken.
+  std::uint64_t mPosition = 0;
+  std::uint64_t mFed = 0;
+  // The start of a record that began in an earlier piece. Has room for any record from the
+  // beginning.
+  std::vector<unsigned char> mHeld;
+  std::uint64_t mHeldFrom = 0;        // place of its first byte
+  std::size_t mWanted = kMarkerSize;  // bytes from mPosition on
   bool mLost = false;
   std::uint64_t mLostAt = 0;  // while mLost: the start of the damage
 };

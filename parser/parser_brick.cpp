@@ -5,19 +5,16 @@
 #include <iterator>
 
 #include "commands.h"
+#include "contain.h"
 #include "notifications.h"
+#include "scoped_value.h"
 #include "stream_records.h"
 
 namespace {
 
-// The host must see no exception; what cannot be done for lack of memory is left out.
-template <class Work>
-void Contain(Work work) noexcept {
-  try {
-    work();
-  } catch (...) {
-  }
-}
+// So many blocks may wait without new memory. More than one waits only where the parser cannot go
+// on.
+constexpr std::size_t kRoom = 16;
 
 bool IsForReader(Tag command) {
   switch (command) {
@@ -68,7 +65,9 @@ cMemBlock NewDataBlock(Tag kind, const DATA_T& head, const unsigned char* payloa
 
 }  // namespace
 
-ParserBrick::ParserBrick() : mParser(*this) {}
+ParserBrick::ParserBrick() : mParser(*this) {
+  mWaiting.reserve(kRoom);
+}
 
 bool ParserBrick::IsKnownInput(TContentDescriptor const& input) {
   return input.format == tag::kFormatZel3 && input.kind == tag::kRawData;
@@ -78,19 +77,57 @@ bool ParserBrick::IsKnownOutput(TContentDescriptor const& output) {
   return output.format == tag::kFormatMany && output.kind == tag::kKindMany;
 }
 
+// A command that cannot be passed on is dropped; it does not wait for data, which goes the other
+// way.
 int ParserBrick::onCtrl(cMemBlock& block) {
-  Contain([&] { PassCommand(block); });
+  GoOn();
+  TryAFewTimes([&] { PassCommand(block); });
   return 1;
 }
 
 int ParserBrick::onData(cMemBlock const& block) {
-  if (block.GetType() == tag::kRawData) ParseAndAskForMore(block);
+  if (block.GetType() == tag::kRawData) Take(block);
   return 1;
 }
 
 int ParserBrick::onNotify(cMemBlock const& block) {
-  Contain([&] { PassNotification(block); });
+  Take(block);
   return 1;
+}
+
+void ParserBrick::Take(const cMemBlock& block) {
+  // Whatever came after a block that is missing would be untrue.
+  mStuck = mStuck || !Contain([&] { mWaiting.push_back(block); });
+  GoOn();
+}
+
+// A host may call again from within a send; what comes then waits for its turn.
+void ParserBrick::GoOn() {
+  if (mGoingOn || mStuck) return;
+  const ScopedValue<bool> goingOn(mGoingOn, true);
+  TryAFewTimes([this] {
+    while (!mWaiting.empty()) {
+      const cMemBlock block = mWaiting.front();
+      Handle(block);
+      mWaiting.erase(mWaiting.begin());
+      mStepsDone = 0;
+    }
+  });
+}
+
+void ParserBrick::Handle(const cMemBlock& block) {
+  if (block.GetType() == tag::kRawData) {
+    ParseAndAskForMore(block);
+  } else {
+    PassNotification(block);
+  }
+}
+
+template <class Work>
+void ParserBrick::Once(int step, const Work& work) {
+  if (mStepsDone >= step) return;
+  work();
+  mStepsDone = step;
 }
 
 void ParserBrick::PassCommand(const cMemBlock& block) {
@@ -112,19 +149,21 @@ void ParserBrick::PassNotification(const cMemBlock& block) {
   if (!answer.HoldsRecord()) return;
   const TZEL3ChunkInfo& entry = answer.Record().info;
   if (entry.indexId != kNoIndexId) mBlocksAreEntries = true;
-  SendData(block);
-  ParserChunkRequestBlock request = ParserChunkRequestBlock::New();
-  request.Record() = entry;
-  SendUp(request);
+  Once(1, [&] { SendData(block); });
+  Once(2, [&] {
+    ParserChunkRequestBlock request = ParserChunkRequestBlock::New();
+    request.Record() = entry;
+    SendUp(request);
+  });
 }
 
 void ParserBrick::ParseAndAskForMore(const cMemBlock& block) {
-  Contain([&] {
-    const RawDataBlock raw = RawDataBlock::View(block);
+  const RawDataBlock raw = RawDataBlock::View(block);
+  Once(1, [&] {
     if (mBlocksAreEntries) mParser.Restart();
-    mParser.Feed(raw.Bytes(), raw.Size());
   });
-  Contain([&] {
+  Once(2, [&] { mParser.Feed(raw.Bytes(), raw.Size()); });
+  Once(3, [&] {
     StreamTagBlock finished = StreamTagBlock::New();
     finished.WritableRecord().kind = tag::kBlockFinished;
     SendData(finished);
@@ -161,8 +200,11 @@ void ParserBrick::OnData(std::uint64_t, const DATA_T& head, const unsigned char*
   SendData(NewDataBlock(kind, head, payload));
 }
 
+// Also called again for a record that could not be sent after its position.
 void ParserBrick::SendPosition(std::uint64_t position) {
+  if (position == mPositionSent) return;
   ParserTagBlock block = ParserTagBlock::New();
   block.WritableRecord().position = position;
   SendData(block);
+  mPositionSent = position;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "brick.h"
 #include "framing_parser.h"
@@ -17,6 +18,10 @@
 //
 // Commands of clients go up to the reader; of the reader's commands only the archive list goes
 // down.
+//
+// What cannot be sent for lack of memory is not left out: the parser stays at that very record,
+// tries again at once and whenever it is called, and sends nothing that comes later. It never says
+// that a block is used up of which a record is missing.
 class ParserBrick final : public CBrick, private FramingSink {
  public:
   ParserBrick();
@@ -35,10 +40,22 @@ class ParserBrick final : public CBrick, private FramingSink {
               Tag kind) override;
 
   void PassCommand(const cMemBlock& block);
+  void Take(const cMemBlock& block);
+  void GoOn();
+  void Handle(const cMemBlock& block);
   void PassNotification(const cMemBlock& block);
   void ParseAndAskForMore(const cMemBlock& block);
   void SendPosition(std::uint64_t position);
+  // Does a step of handling the first of mWaiting, unless it has been done.
+  template <class Work>
+  void Once(int step, const Work& work);
 
   FramingParser mParser;
   bool mBlocksAreEntries = false;
+  // Data and notifications, in the order of arrival: the one at hand and those that came meanwhile.
+  std::vector<cMemBlock> mWaiting;
+  int mStepsDone = 0;     // of handling the first of them
+  bool mGoingOn = false;  // it is being handled
+  bool mStuck = false;    // there was no room for one: nothing is sent any more
+  std::uint64_t mPositionSent = ~std::uint64_t{0};  // the last one; none yet
 };

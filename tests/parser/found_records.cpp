@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <new>
 
 #include "framing_parser.h"
 
@@ -12,8 +13,11 @@ std::string At(std::uint64_t position) {
   return "@" + std::to_string(position) + " ";
 }
 
+// Writes down what is found; a reluctant one only when it is told a second time.
 class LineSink final : public FramingSink {
  public:
+  explicit LineSink(bool reluctant) : mReluctant(reluctant) {}
+
   void OnHeader(std::uint64_t position, const ArchiveHeader& header) override {
     std::string line = "header" + At(position) + "length " + std::to_string(header.length) +
                        " delta " + std::to_string(header.firstIndexDelta) + " \"" + header.title +
@@ -22,27 +26,64 @@ class LineSink final : public FramingSink {
       line += " " + std::to_string(stream.id) + (stream.active != 0 ? "+" : "-") + stream.kind +
               "/" + stream.name + "/" + stream.format;
     }
-    lines.push_back(line);
+    Take(line);
   }
   void OnIndex(std::uint64_t position, const IDX_T& index) override {
-    lines.push_back("index" + At(position) + "time " + std::to_string(index.time) + " flag " +
-                    std::to_string(index.indexFlag));
+    Take("index" + At(position) + "time " + std::to_string(index.time) + " flag " +
+         std::to_string(index.indexFlag));
   }
   void OnData(std::uint64_t position, const DATA_T& head, const unsigned char* payload,
               Tag kind) override {
-    lines.push_back(FourCcText(kind) + At(position) + "type " + std::to_string(head.type) +
-                    " flags " + std::to_string(head.flags) + " \"" +
-                    std::string(reinterpret_cast<const char*>(payload), head.length) + "\"");
+    Take(FourCcText(kind) + At(position) + "type " + std::to_string(head.type) + " flags " +
+         std::to_string(head.flags) + " \"" +
+         std::string(reinterpret_cast<const char*>(payload), head.length) + "\"");
   }
   void OnDamage(std::uint64_t position, std::uint64_t bytes) override {
-    lines.push_back("damage" + At(position) + std::to_string(bytes) + " bytes");
+    Take("damage" + At(position) + std::to_string(bytes) + " bytes");
   }
   void OnCutOff(std::uint64_t position, std::uint64_t bytes) override {
-    lines.push_back("cut" + At(position) + std::to_string(bytes) + " bytes");
+    Take("cut" + At(position) + std::to_string(bytes) + " bytes");
   }
 
   Lines lines;
+
+ private:
+  void Take(const std::string& line) {
+    if (mReluctant && line != mRefused) {
+      mRefused = line;
+      throw std::bad_alloc();
+    }
+    lines.push_back(line);
+  }
+
+  const bool mReluctant;
+  std::string mRefused;
 };
+
+template <class Work>
+void UntilDone(Work work) {
+  for (;;) {
+    try {
+      return work();
+    } catch (const std::bad_alloc&) {
+      // Once more.
+    }
+  }
+}
+
+Lines FoundInPieces(const Bytes& archive, std::size_t pieceSize, bool reluctant) {
+  LineSink sink(reluctant);
+  FramingParser parser(sink);
+  for (std::size_t at = 0; at < archive.size(); at += pieceSize) {
+    // A piece of its own size, so that reading beyond it is noticed.
+    const auto end =
+        archive.begin() + static_cast<std::ptrdiff_t>(std::min(at + pieceSize, archive.size()));
+    const Bytes piece(archive.begin() + static_cast<std::ptrdiff_t>(at), end);
+    UntilDone([&] { parser.Feed(piece.data(), piece.size()); });
+  }
+  UntilDone([&] { parser.Finish(); });
+  return sink.lines;
+}
 
 }  // namespace
 
@@ -80,23 +121,16 @@ StreamDescriptor Inactive(std::uint8_t id) {
 }
 
 Lines FoundInPieces(const Bytes& archive, std::size_t pieceSize) {
-  LineSink sink;
-  FramingParser parser(sink);
-  for (std::size_t at = 0; at < archive.size(); at += pieceSize) {
-    // A piece of its own size, so that reading beyond it is noticed.
-    const auto end =
-        archive.begin() + static_cast<std::ptrdiff_t>(std::min(at + pieceSize, archive.size()));
-    const Bytes piece(archive.begin() + static_cast<std::ptrdiff_t>(at), end);
-    parser.Feed(piece.data(), piece.size());
-  }
-  parser.Finish();
-  return sink.lines;
+  return FoundInPieces(archive, pieceSize, false);
 }
 
 Lines Found(const Bytes& archive) {
   const Lines whole = FoundInPieces(archive, std::max<std::size_t>(archive.size(), 1));
   for (const std::size_t pieceSize : {1, 2, 3, 4, 5, 7, 12, 13, 14, 64, 1000}) {
-    EXPECT_EQ(FoundInPieces(archive, pieceSize), whole) << "in pieces of " << pieceSize << " bytes";
+    EXPECT_EQ(FoundInPieces(archive, pieceSize, false), whole)
+        << "in pieces of " << pieceSize << " bytes";
+    EXPECT_EQ(FoundInPieces(archive, pieceSize, true), whole)
+        << "by a reluctant sink, in pieces of " << pieceSize << " bytes";
   }
   return whole;
 }

@@ -1,144 +1,14 @@
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <filesystem>
 
-#include "brick_loader.h"
-#include "brick_plugins.h"
-#include "commands.h"
-#include "found_records.h"
-#include "notifications.h"
-#include "pipeline.h"
-#include "stream_records.h"
-
-// The parser as hosts get it: from the plug-in file, between a brick that stands for the reader and
-// one that stands for a client.
+#include "parser_brick_test.h"
 
 namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-std::string Describe(const TZEL3ChunkInfo& entry) {
-  const std::string id = entry.indexId == kNoIndexId ? "none" : std::to_string(entry.indexId);
-  return " entry " + id + " time " + std::to_string(entry.time) + " preview " +
-         std::to_string(entry.preview) + " reached " + std::to_string(entry.timeReached);
-}
-
-std::string Describe(const cMemBlock& block) {
-  const Tag type = block.GetType();
-  switch (type) {
-    case tag::kParserTag:
-      return "TagP " + std::to_string(ParserTagBlock::View(block).Record().position);
-    case tag::kHeader:
-      return "Hdr3 " + HeaderBlock::View(block).Record().title;
-    case tag::kIndex:
-      return "Idx3 time " + std::to_string(IndexBlock::View(block).Record().time);
-    case tag::kStreamTag:
-      return "Tag  " + FourCcText(StreamTagBlock::View(block).Record().kind);
-    case tag::kParserChunkRequest:
-      return "PCR3" + Describe(ParserChunkRequestBlock::View(block).Record());
-    case tag::kNotify:
-      if (NotifyBlock::View(block).Record().kind != tag::kChunkAnswer) {
-        return FourCcText(NotifyBlock::View(block).Record().kind);
-      }
-      return "IRN3" + Describe(ChunkAnswerBlock::View(block).Record().info);
-    case tag::kData:
-    case tag::kVideo: {
-      const DataBlock data = DataBlock::View(block);
-      return FourCcText(type) + " " +
-             std::string(reinterpret_cast<const char*>(data.ExtraBytes()), data.GetExtraSize());
-    }
-    default:
-      return FourCcText(type);
-  }
-}
-
-// A neighbour of the parser: writes down what reaches it.
-class Neighbour final : public CBrick {
- public:
-  using CBrick::SendCmd;
-  using CBrick::SendData;
-
-  Lines commands;
-  Lines data;  // and notifications
-  std::vector<cMemBlock> blocks;
-
- private:
-  int onCtrl(cMemBlock& block) override {
-    commands.push_back(Describe(block));
-    return 1;
-  }
-  int onData(cMemBlock const& block) override {
-    data.push_back(Describe(block));
-    blocks.push_back(block);
-    return 1;
-  }
-  int onNotify(cMemBlock const& block) override { return onData(block); }
-};
-
-TBrickConfig ParserConfig(const Pipeline& pipeline) {
-  TBrickConfig config = {};
-  config.ownerContext = pipeline.Id();
-  config.signature = tag::kSignatureParser;
-  config.input = {tag::kFormatZel3, tag::kRawData};
-  config.output = {tag::kFormatMany, tag::kKindMany};
-  return config;
-}
-
-RawDataBlock Raw(const Bytes& bytes) {
-  RawDataBlock block = RawDataBlock::New(static_cast<std::uint32_t>(bytes.size()));
-  std::copy(bytes.begin(), bytes.end(), block.WritableBytes());
-  return block;
-}
-
-ChunkAnswerBlock ChunkAnswer(std::uint64_t indexId, std::uint64_t time) {
-  ChunkAnswerBlock block = ChunkAnswerBlock::New();
-  block.Record().info.indexId = indexId;
-  block.Record().info.time = time;
-  return block;
-}
-
-class ParserBrickTest : public testing::Test {
- protected:
-  ParserBrickTest() {
-    TBrickConfig config = ParserConfig(mPipeline);
-    mParser = CBrickLoader::CreateBrick(tag::kSignatureParser, config);
-    if (mParser == nullptr) throw std::runtime_error(brick_plugins::LastError());
-    mReader.Create(config);
-    mClient.Create(config);
-    mParser->ConnectAfter(&mReader);
-    mClient.ConnectAfter(mParser);
-  }
-
-  ~ParserBrickTest() override {
-    mParser->enqueueControl(KillBlock::New());
-    EXPECT_TRUE(mPipeline.RunUntilIdle(kMostSteps));
-    EXPECT_EQ(mPipeline.BrickCount(), 2u);
-  }
-
-  void ReaderSends(const cMemBlock& dataOrNotification) {
-    mReader.SendData(dataOrNotification);
-    ASSERT_TRUE(mPipeline.RunUntilIdle(kMostSteps));
-  }
-  void ReaderSendsBytes(const Bytes& bytes) { ReaderSends(Raw(bytes)); }
-  void ReaderSendsCommand(const cMemBlock& command) {
-    mReader.SendCmd(command);
-    ASSERT_TRUE(mPipeline.RunUntilIdle(kMostSteps));
-  }
-  void ClientSendsCommand(const cMemBlock& command) {
-    mClient.SendCmd(command);
-    ASSERT_TRUE(mPipeline.RunUntilIdle(kMostSteps));
-  }
-
-  static constexpr std::uint64_t kMostSteps = 10000;
-
-  Pipeline mPipeline;
-  Neighbour mReader;
-  Neighbour mClient;
-  CBrick* mParser = nullptr;
-};
 
 TEST_F(ParserBrickTest, SendsEveryRecordWithItsPositionAndAsksForMore) {
   ReaderSendsBytes(
