@@ -4,7 +4,7 @@ bool CZel3FileReader::OpenStream(QString const& path) {
   close();
   if (!file.Open(path, PlainFile::Mode::kRead)) return false;
   fileSize = file.Size();
-  readPos = 0;
+  stream = ArchiveStream();
   return true;
 }
 
@@ -14,7 +14,8 @@ void CZel3FileReader::close() {
 
 std::size_t CZel3FileReader::ReadFileAt(std::uint64_t position, void* bytes, std::size_t size) {
   // A read that comes up short does not disable the next one.
-  return file.ReadAt(position, bytes, size, &readFailed);
+  bool failed = false;
+  return file.ReadAt(position, bytes, size, &failed);
 }
 
 QString const& CZel3FileReader::CurrentPath() const {

@@ -1,12 +1,12 @@
+#include "contain.h"
 #include "zel3_file_reader.h"
 
+// A request that fails for lack of memory is dropped; clients ask again. Nobody asks an index
+// reader again, so it tries more than once.
 int CZel3FileReader::onCtrl(cMemBlock& block) {
-  try {
-    if (indexing && pullMissed) PullNextBlock();
-    Dispatch(block);
-  } catch (...) {
-    // The request is dropped.
-  }
+  if (indexing && pullMissed) PullNextBlock();
+  const auto dispatch = [&] { Dispatch(block); };
+  isIndexReader ? TryAFewTimes(dispatch) : Contain(dispatch);
   return 1;
 }
 

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "brick_loader.h"
+#include "contain.h"
 #include "scoped_value.h"
 #include "zel3_file_reader.h"
 
@@ -34,30 +35,38 @@ class RunEnd {
 
 int CZel3FileReader::Start_make_index(QString const& path) {
   indexedFilePath = path.isEmpty() ? CurrentPath() : path;
-  EndChildren();
-  recordLost = false;
-  pullMissed = false;
-  try {
+  begunAnew = false;
+  bool begun = false;
+  Contain([&] {
     indexer.Reopen_for_write();
-    // Opening may have loaded an older cache; the records of the run must not come on top of it.
-    indexer.Begin_intake();
+    begun = BeginIntake();
+  });
+  if (!begun) {
+    indexer.End_run();
+    return 0;
+  }
+  Send_start_indexing();
+  PullNextBlock();
+  return 0;
+}
+
+// False when the children could not be made, or older ones not be ended: there are no new ones
+// then.
+bool CZel3FileReader::BeginIntake() {
+  // Opening may have loaded an older cache; the records of the run must not come on top of it.
+  indexer.Begin_intake();
+  recordLost = false;
+  if (!EndChildren()) return false;
+  const bool made = Contain([this] {
     Create_index_reader(indexedFilePath);
     Create_index_parser();
-    if (indexParser == nullptr) {
-      EndChildren();
-      indexer.End_run();
-      return 0;
-    }
+    if (indexParser == nullptr) return;
     indexParser->ConnectAfter(indexReader);
     ConnectAfter(indexParser);
-    Send_start_indexing();
-    PullNextBlock();
-  } catch (...) {
-    indexing = false;
-    EndChildren();
-    indexer.End_run();
-  }
-  return 0;
+  });
+  if (made && indexParser != nullptr) return true;
+  EndChildren();
+  return false;
 }
 
 void CZel3FileReader::Create_index_reader(QString const& path) {
@@ -98,12 +107,8 @@ void CZel3FileReader::InitBrickConfig(TBrickConfig& childConfig) {
 }
 
 int CZel3FileReader::onData(cMemBlock const& block) {
-  try {
-    if (indexing) TakeRecord(block);
-  } catch (...) {
-    // The run goes on, but without a record its index is not kept.
-    if (!pullMissed) recordLost = true;
-  }
+  // The run goes on without a record that is lost, but its index is not kept.
+  if (indexing && !Contain([&] { TakeRecord(block); })) recordLost = true;
   return 1;
 }
 
@@ -161,41 +166,45 @@ void CZel3FileReader::OnParserTag(TParserTag const& parserTag) {
 // The parser takes this as the word to ask the index reader for more. Without it nothing moves on,
 // so a word that finds no memory is sent with the next command.
 void CZel3FileReader::PullNextBlock() {
-  pullMissed = true;
-  auto request = ChunkRequestBlock::New();
-  request.Record().type = kNeighbour;
-  SendCmd(request);
-  pullMissed = false;
+  pullMissed = !TryAFewTimes([this] {
+    auto request = ChunkRequestBlock::New();
+    request.Record().type = kNeighbour;
+    SendCmd(request);
+  });
 }
 
 int CZel3FileReader::onNotify(cMemBlock const& block) {
-  try {
-    if (indexing && IsEndOfFile(block)) Send_finish_indexing();
-  } catch (...) {
-    // The waiting request is dropped, unless it has started a run of its own; clients ask again.
-    chunkRequestPending = indexing;
-  }
+  if (!indexing || !IsEndOfFile(block)) return 1;
+  // Where this fails, the waiting request is dropped, unless it has started a run of its own;
+  // clients ask again.
+  if (!Contain([this] { Send_finish_indexing(); })) chunkRequestPending = indexing;
   return 1;
+}
+
+// What could not be read may have been out of reach for a while only: if some of it can be read at
+// the end, the run starts from the front, on an empty index, with the same request waiting.
+bool CZel3FileReader::BeginAnew() {
+  if (begunAnew || !indexReader->stream.CanBeReadNow(indexReader->file)) return false;
+  begunAnew = true;
+  recordLost = !BeginIntake();
+  if (!recordLost) PullNextBlock();
+  return !recordLost;
 }
 
 void CZel3FileReader::Send_finish_indexing() {
   if (isIndexReader) return;
+  if (BeginAnew()) return;
   indexing = false;
-  try {
+  // Where records have been lost or the end of the file could not be read, the index is not whole.
+  // It is not kept then: the cache files stay empty, and the file is indexed again.
+  const bool whole = !recordLost && indexReader->stream.ReachesTheEnd(indexReader->file);
+  Contain([&] {
     indexer.current.blockPositions.append(fileSize - 1);
-    // After a read error or a lost record the index is not whole: the cache files stay empty, and
-    // the file is indexed again.
-    const bool whole = !recordLost && !static_cast<CZel3FileReader*>(indexReader)->ReadFailed();
     if (whole) indexer.Save_files();
-  } catch (...) {
-    // Without a cache the file is indexed again.
-  }
+  });
   EndChildren();
-  try {
-    SendRunEnded();
-  } catch (...) {
-    // The archive is opened again all the same.
-  }
+  // The archive is opened again also when nobody can be told.
+  Contain([this] { SendRunEnded(); });
   OpenAfterRun();
   AnswerPendingChunkRequest();
 }
@@ -207,23 +216,23 @@ void CZel3FileReader::OpenAfterRun() {
 }
 
 // One 'Kill' block serves both bricks. They end by themselves, after this brick has let go of them.
-// A brick that cannot be told for lack of memory is told when the next run starts or the reader
-// ends.
-void CZel3FileReader::EndChildren() {
-  if (indexParser == nullptr && indexReader == nullptr) return;
+// False when one cannot be told for lack of memory: it is told when the next run starts or the
+// reader ends.
+bool CZel3FileReader::EndChildren() {
+  if (indexParser == nullptr && indexReader == nullptr) return true;
   if (indexParser != nullptr) {
     indexParser->DisconnectFrom(indexReader);
     DisconnectFrom(indexParser);
   }
-  try {
+  return Contain([this] {
     const auto kill = KillBlock::New();
-    for (CBrick** const child : {&indexParser, &indexReader}) {
-      if (*child != nullptr) (*child)->enqueueControl(kill);
-      *child = nullptr;
-    }
-  } catch (...) {
-    // Told later.
-  }
+    const auto end = [&kill](auto*& child) {
+      if (child != nullptr) child->enqueueControl(kill);
+      child = nullptr;
+    };
+    end(indexParser);
+    end(indexReader);
+  });
 }
 
 void CZel3FileReader::AnswerPendingChunkRequest() {

@@ -1,18 +1,18 @@
 #include <cstring>
 
+#include "cancellation_hold.h"
+#include "contain.h"
 #include "zel3_file_reader.h"
 
 namespace {
 
 // Ends a child brick. It may be short of memory, and nothing may be thrown while the reader is
 // destroyed.
-void Kill(CBrick*& child) {
+template <class Brick>
+void Kill(Brick*& child) {
   if (child == nullptr) return;
-  try {
-    child->enqueueControl(KillBlock::New());
-  } catch (...) {
-    // The child then stays until the host ends.
-  }
+  // A child that cannot be told stays until the host ends.
+  Contain([child] { child->enqueueControl(KillBlock::New()); });
   child = nullptr;
 }
 
@@ -26,14 +26,14 @@ QByteArray FieldText(const char (&field)[261]) {
 CZel3FileReader::CZel3FileReader() : folder(QString()) {}
 
 int CZel3FileReader::onCreate(TBrickConfig const& creationConfig) {
-  try {
+  int opened = 0;
+  Contain([&] {
     config = creationConfig;
     config.name[sizeof(config.name) - 1] = 0;
     indexer.cacheFolder = QString::fromLatin1(FieldText(config.cacheFolder));
-    return open(SourcePath().constData());
-  } catch (...) {
-    return 0;
-  }
+    opened = open(SourcePath().constData());
+  });
+  return opened;
 }
 
 QByteArray CZel3FileReader::SourcePath() const {
@@ -41,6 +41,7 @@ QByteArray CZel3FileReader::SourcePath() const {
 }
 
 CZel3FileReader::~CZel3FileReader() {
+  const CancellationHold hold;
   close();
   Kill(indexReader);
   Kill(indexParser);

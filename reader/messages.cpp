@@ -1,3 +1,4 @@
+#include "contain.h"
 #include "zel3_file_reader.h"
 
 namespace {
@@ -18,10 +19,13 @@ void CZel3FileReader::Send_indexing_progress() {
   SendProgress(lastProgressPercent);
 }
 
+// Progress that finds no memory is not told: no run fails for that.
 void CZel3FileReader::SendProgress(std::uint32_t percent) {
-  const QString detail =
-      CurrentPath().isEmpty() ? QString(QLatin1String("indexing ZEL3 file...")) : CurrentFileName();
-  SendMessage(tag::kLevelWarning, tag::kCodeProgress, std::to_string(percent) + "%", detail);
+  Contain([&] {
+    const QString detail = CurrentPath().isEmpty() ? QString(QLatin1String("indexing ZEL3 file..."))
+                                                   : CurrentFileName();
+    SendMessage(tag::kLevelWarning, tag::kCodeProgress, std::to_string(percent) + "%", detail);
+  });
 }
 
 void CZel3FileReader::SendRunEnded() {

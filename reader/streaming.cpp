@@ -1,4 +1,5 @@
 #include <cstring>
+#include <utility>
 
 #include "index_marker.h"
 #include "zel3_file_reader.h"
@@ -16,6 +17,7 @@ RawDataBlock Beginning(RawDataBlock const& block, std::uint32_t size) {
 
 }  // namespace
 
+// The brick may be gone when a send returns: sending comes last.
 void CZel3FileReader::ReadAndSend() {
   if (!isIndexReader) {
     RawDataBlock block = RawDataBlock::New(kIndexRecordSize);
@@ -23,13 +25,25 @@ void CZel3FileReader::ReadAndSend() {
     SendData(block);
     return;
   }
-  RawDataBlock block = RawDataBlock::New(kPortion);
-  const std::size_t size = ReadFileAt(readPos, block.WritableBytes(), kPortion);
-  if (size < 1) {
+  if (unsent.size == 0) unsent = ReadPortion();
+  if (unsent.size == 0) {
     SendMessage(tag::kLevelWarning, tag::kCodeEndOfFile, "EOF",
                 QLatin1String("End of file reached"));
-  } else {
-    SendData(size == kPortion ? block : Beginning(block, static_cast<std::uint32_t>(size)));
+    return;
   }
-  readPos += size;
+  const Portion portion = std::exchange(unsent, Portion());
+  try {
+    SendData(portion.size == kPortion ? portion.block
+                                      : Beginning(RawDataBlock::View(portion.block), portion.size));
+  } catch (...) {
+    // Then it is still there, and nobody has got the portion.
+    unsent = portion;
+    throw;
+  }
+}
+
+CZel3FileReader::Portion CZel3FileReader::ReadPortion() {
+  RawDataBlock block = RawDataBlock::New(kPortion);
+  const std::size_t size = stream.Read(file, block.WritableBytes(), kPortion);
+  return {block, static_cast<std::uint32_t>(size)};
 }

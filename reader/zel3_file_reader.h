@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "archive_stream.h"
 #include "brick.h"
 #include "commands.h"
 #include "folder_listing.h"
@@ -95,8 +96,13 @@ class CZel3FileReader : public CBrick {
   void FillAnswer(Answer const& answer, std::uint64_t time, unsigned char* bytes);
 
   // Streaming a whole file, portion by portion (streaming.cpp).
+  // Bytes of the file, read but not sent.
+  struct Portion {
+    cMemBlock block;
+    std::uint32_t size = 0;  // how many of the block's bytes
+  };
   void ReadAndSend();
-  bool ReadFailed() const { return readFailed; }
+  Portion ReadPortion();
 
   // Play, activity and preview (play_commands.cpp).
   void OnPlayCmd(PlayBlock const& command);
@@ -107,6 +113,8 @@ class CZel3FileReader : public CBrick {
 
   // The indexing run (indexing_run.cpp). `path` empty: the current file.
   int Start_make_index(QString const& path);
+  bool BeginIntake();
+  bool BeginAnew();
   void Create_index_reader(QString const& path);
   void Create_index_parser();
   void Create_preview_parser();
@@ -117,7 +125,7 @@ class CZel3FileReader : public CBrick {
   void PullNextBlock();
   void Send_finish_indexing();
   void OpenAfterRun();
-  void EndChildren();
+  bool EndChildren();
   void AnswerPendingChunkRequest();
 
   // Messages to the client (messages.cpp).
@@ -128,7 +136,7 @@ class CZel3FileReader : public CBrick {
   void SendMessage(Tag level, Tag code, std::string const& text, QString const& detail);
 
   // Not owned. The last one is never set: nothing asks for a parser for previews.
-  CBrick* indexReader = nullptr;
+  CZel3FileReader* indexReader = nullptr;
   CBrick* indexParser = nullptr;
   CBrick* previewParser = nullptr;
   TBrickConfig config = {};
@@ -144,8 +152,8 @@ class CZel3FileReader : public CBrick {
   // looked up and served all the same.
   bool noArchive = false;
   bool recordLost = false;  // the run at hand has missed a record for lack of memory
+  bool begunAnew = false;   // it has begun anew, which it does once at most
   bool pullMissed = false;  // it waits for a block that has not been asked for
-  bool readFailed = false;  // the last read met an error, not the end of the file
   std::uint32_t lastProgressPercent = 0;
   bool archivesRequestPending = false;  // the list is to be sent as soon as there is one
   bool eventsSent = false;              // a play command has sent the events
@@ -160,7 +168,8 @@ class CZel3FileReader : public CBrick {
   QSet<QString> folderFiles;  // bare names of folder entries set aside
   PlainFile file;
   std::uint64_t fileSize = 0;
-  std::uint64_t readPos = 0;  // of the sequential reading
+  ArchiveStream stream;  // the file of an index reader
+  Portion unsent;        // what it has read and could not send
   bool playForward = true;
   TZEL3ChunkInfo lastChunk;  // the entry whose bytes were sent last
   TZEL3ChunkInfo nextChunk;  // what the last lookup found, or the answer that it found nothing

@@ -5,6 +5,7 @@
 
 #include <dirent.h>
 #include <dlfcn.h>
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <algorithm>
@@ -26,6 +27,33 @@ struct Plan {
 };
 
 thread_local Plan* plan = nullptr;
+
+struct Damage {
+  dev_t device;
+  ino_t inode;
+  std::vector<UnreadableBytes::Range> ranges;
+  UnreadableBytes::Reads reads;
+  std::vector<std::uint64_t> failedAt;
+};
+
+thread_local Damage* damage = nullptr;
+
+// How much of a read the damage lets through; none where it makes it fail.
+std::size_t Readable(int file, std::size_t size, std::uint64_t position) {
+  struct stat status;
+  if (damage == nullptr || fstat(file, &status) != 0) return size;
+  if (status.st_dev != damage->device || status.st_ino != damage->inode) return size;
+  std::size_t readable = size;
+  for (const UnreadableBytes::Range& range : damage->ranges) {
+    if (range.to <= position || range.from >= position + size) continue;
+    const std::uint64_t before = range.from > position ? range.from - position : 0;
+    const bool asAWhole = damage->reads == UnreadableBytes::Reads::kFailAsAWhole;
+    readable = asAWhole ? 0 : std::min(readable, static_cast<std::size_t>(before));
+  }
+  if (readable == 0 && size > 0) damage->failedAt.push_back(position);
+  return readable;
+}
+
 thread_local int mostAtOnce = 0;
 
 // Whether the operation is to fail; errno is set then.
@@ -67,6 +95,21 @@ int FileFaults::Struck() const {
   return plan->struck;
 }
 
+UnreadableBytes::UnreadableBytes(const std::string& path, const std::vector<Range>& ranges,
+                                 Reads reads) {
+  struct stat status = {};
+  stat(path.c_str(), &status);
+  damage = new Damage{status.st_dev, status.st_ino, ranges, reads, {}};
+}
+
+UnreadableBytes::~UnreadableBytes() {
+  delete std::exchange(damage, nullptr);
+}
+
+std::vector<std::uint64_t> UnreadableBytes::FailedAt() const {
+  return damage->failedAt;
+}
+
 ShortReads::ShortReads(int most) {
   mostAtOnce = most;
 }
@@ -102,7 +145,12 @@ EXPORTED ssize_t FaultyReadAt(int file, void* bytes, std::size_t size,
 ssize_t FaultyReadAt(int file, void* bytes, std::size_t size, long long position) {
   if (Fails(FileOperation::kRead)) return -1;
   if (mostAtOnce > 0) size = std::min(size, static_cast<std::size_t>(mostAtOnce));
-  return Original<ssize_t(int, void*, std::size_t, long long)>("pread64")(file, bytes, size,
+  const std::size_t readable = Readable(file, size, static_cast<std::uint64_t>(position));
+  if (readable < size && readable == 0) {
+    errno = EIO;
+    return -1;
+  }
+  return Original<ssize_t(int, void*, std::size_t, long long)>("pread64")(file, bytes, readable,
                                                                           position);
 }
 

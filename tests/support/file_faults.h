@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <string>
+#include <vector>
 
 // What programs ask of the system for files.
 enum class FileOperation { kOpen, kRead, kWrite, kSync, kRename, kRemove, kLock };
@@ -22,6 +25,28 @@ class FileFaults {
 
   // Operations that failed, or before which `act` was called.
   int Struck() const;
+};
+
+// Bytes of a file that this thread cannot read until the end of a scope. Only one object at a time.
+class UnreadableBytes {
+ public:
+  struct Range {
+    std::uint64_t from;
+    std::uint64_t to;
+  };
+  enum class Reads {
+    kStopBefore,    // give what lies before the first such byte
+    kFailAsAWhole,  // fail also where they only reach such a byte
+  };
+
+  UnreadableBytes(const std::string& path, const std::vector<Range>& ranges,
+                  Reads reads = Reads::kStopBefore);
+  ~UnreadableBytes();
+  UnreadableBytes(const UnreadableBytes&) = delete;
+  UnreadableBytes& operator=(const UnreadableBytes&) = delete;
+
+  // The places of the reads that have failed so far.
+  std::vector<std::uint64_t> FailedAt() const;
 };
 
 // Until the end of a scope no read of this thread gives more than `most` bytes at once.

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <pthread.h>
+
+// Until the end of a scope this thread is not cancelled: for destructors, through which nothing may
+// unwind. A cancellation that comes meanwhile takes effect afterwards.
+class CancellationHold {
+ public:
+  CancellationHold() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &mBefore); }
+  ~CancellationHold() { pthread_setcancelstate(mBefore, nullptr); }
+  CancellationHold(const CancellationHold&) = delete;
+  CancellationHold& operator=(const CancellationHold&) = delete;
+
+ private:
+  int mBefore = PTHREAD_CANCEL_ENABLE;
+};
