@@ -7,6 +7,8 @@
 #include <QFile>
 #include <cerrno>
 
+#include "cancellation_hold.h"
+
 namespace {
 
 // Smaller pieces are collected before they are passed on.
@@ -53,7 +55,9 @@ bool PlainFile::Examine() {
   return S_ISREG(status.stx_mode);
 }
 
+// Destructors end with it.
 void PlainFile::Close() {
+  const CancellationHold hold;
   if (mHandle >= 0) close(mHandle);
   mHandle = -1;
   mSize = 0;
