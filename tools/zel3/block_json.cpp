@@ -269,7 +269,7 @@ bool IsActivityGist(const cMemBlock& block) {
 void PrintBlock(const cMemBlock& block, std::uint64_t byteLimit, std::ostream& out) {
   const std::optional<Json> json = AsJson(block);
   if (!json) return;
-  const std::string text = JsonText(*json);
+  const std::string text = PlainJsonText(*json);
   // Levels and bytes may be as many as memory holds, so they go out without a copy: between the
   // two characters that begin and end the last value.
   const std::size_t end = text.size() - 2;

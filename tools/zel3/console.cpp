@@ -13,7 +13,7 @@ namespace {
 void PrintIdle() {
   nlohmann::ordered_json line;
   line["idle"] = true;
-  PrintJsonLine(line);
+  PrintPlainJsonLine(line);
   std::cout.flush();
   if (!std::cout) throw ToolError("cannot write to the standard output");
 }
@@ -21,7 +21,7 @@ void PrintIdle() {
 void PrintError(std::uint64_t lineNumber, const char* why) {
   nlohmann::ordered_json line;
   line["error"] = "line " + std::to_string(lineNumber) + ": " + why;
-  PrintJsonLine(line);
+  PrintPlainJsonLine(line);
 }
 
 bool IsBlank(const std::string& line) {

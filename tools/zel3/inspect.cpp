@@ -124,6 +124,6 @@ int RunInspect(const HostOptions& host, const InspectOptions& options) {
       PrintAsText(facts);
     }
   }
-  if (options.format == OutputFormat::kJson) PrintJsonLine(json);
+  if (options.format == OutputFormat::kJson) PrintPlainJsonLine(json);
   return kExitDone;
 }

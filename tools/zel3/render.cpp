@@ -10,6 +10,8 @@
 #include <functional>
 #include <iostream>
 
+#include "json_escapes.h"
+
 namespace {
 
 constexpr std::uint64_t kEndOfYear9999 = 253402300800000;
@@ -62,7 +64,9 @@ void PrintRows(const std::vector<std::vector<std::string>>& rows,
   }
 }
 
-std::string CsvCell(const std::string& cell) {
+std::string CsvCell(const std::string& text) {
+  const bool isLikeAFormula = text.find_first_of("=+-@\t\r") == 0;
+  const std::string cell = isLikeAFormula ? "'" + text : text;
   if (cell.find_first_of(",\"") == std::string::npos) return cell;
   std::string quoted = "\"";
   for (const char character : cell) {
@@ -125,6 +129,11 @@ void PrintCsv(const std::vector<std::vector<std::string>>& rows) {
 }
 
 std::string JsonText(const nlohmann::ordered_json& value) {
+  // In a JSON text such characters stand within strings only.
+  return WithJsonEscapes(PlainJsonText(value));
+}
+
+std::string PlainJsonText(const nlohmann::ordered_json& value) {
   constexpr int kCompact = -1;
   constexpr bool kOnlyAscii = false;
   return value.dump(kCompact, ' ', kOnlyAscii, nlohmann::ordered_json::error_handler_t::replace);
@@ -132,4 +141,8 @@ std::string JsonText(const nlohmann::ordered_json& value) {
 
 void PrintJsonLine(const nlohmann::ordered_json& value) {
   std::cout << JsonText(value) << '\n';
+}
+
+void PrintPlainJsonLine(const nlohmann::ordered_json& value) {
+  std::cout << PlainJsonText(value) << '\n';
 }

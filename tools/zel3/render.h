@@ -46,10 +46,17 @@ void PrintTable(const std::vector<std::vector<std::string>>& rows,
                 const std::map<std::string, Colour>& colours = {});
 void PrintLabelled(const std::vector<std::vector<std::string>>& rows);
 
-// Prints rows of cells as comma-separated values; cells with commas or quotes are quoted. Cells
-// that come from outside must be escaped.
+// Prints rows of cells as comma-separated values; cells with commas or quotes are quoted. A cell
+// that a spreadsheet would take for a formula begins with an apostrophe. Cells that come from
+// outside must be escaped.
 void PrintCsv(const std::vector<std::vector<std::string>>& rows);
 
-// One JSON value on one line. Bytes of a text that are not UTF-8 become U+FFFD.
+// One JSON value on one line. Bytes of a text that are not UTF-8 become U+FFFD. What a terminal
+// would obey, and what turns the direction of writing, is written as \u202e; that is the same text
+// to whoever parses it.
 std::string JsonText(const nlohmann::ordered_json& value);
 void PrintJsonLine(const nlohmann::ordered_json& value);
+
+// The same without these escapes, for what is to be shown as it is.
+std::string PlainJsonText(const nlohmann::ordered_json& value);
+void PrintPlainJsonLine(const nlohmann::ordered_json& value);
