@@ -1,6 +1,7 @@
 #include "unprivileged.h"
 
 #include <linux/capability.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -31,4 +32,10 @@ Unprivileged::Unprivileged() : mCapabilities(ChangeCapabilities(~kOverride, 0)) 
 
 Unprivileged::~Unprivileged() {
   ChangeCapabilities(~0U, mCapabilities);
+}
+
+// Who is not root has nothing to give up, and the calls fail.
+void BecomeUnprivileged() {
+  prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);
+  prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
 }

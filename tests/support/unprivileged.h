@@ -11,3 +11,7 @@ class Unprivileged {
  private:
   unsigned mCapabilities;  // as they were
 };
+
+// From now on the permissions of files hold for the programs that this process becomes. For a child
+// process, before it does so.
+void BecomeUnprivileged();

@@ -12,6 +12,8 @@
 #include <stdexcept>
 #include <thread>
 
+#include "unprivileged.h"
+
 namespace {
 
 // A program that hangs is ended by the system.
@@ -56,6 +58,8 @@ void ProgramTest::Launch(const std::string& program, const Arguments& arguments,
   std::vector<char*> pointers;
   for (std::string& text : texts) pointers.push_back(text.data());
   pointers.push_back(nullptr);
+  // What an earlier program has printed is not what this one prints.
+  for (const char* const name : {"out", "err"}) WriteFile(mOutputs / name, "");
   int input[2];
   if (pipe2(input, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
   mProcess = fork();
@@ -66,6 +70,7 @@ void ProgramTest::Launch(const std::string& program, const Arguments& arguments,
     RedirectTo(STDERR_FILENO, mOutputs / "err");
     setenv("TMPDIR", (mOutputs / "tmp").c_str(), 1);
     setenv("XDG_CONFIG_HOME", (mOutputs / "config").c_str(), 1);
+    setenv("XDG_CACHE_HOME", (mOutputs / "cache").c_str(), 1);
     setenv("TZ", "UTC", 1);
     alarm(kMostSeconds);
     prepare();
@@ -91,7 +96,15 @@ void ProgramTest::CloseInput() {
 }
 
 void ProgramTest::WaitForOutput(const std::string& text) {
-  while (Out().find(text) == std::string::npos) {
+  WaitFor(text, &ProgramTest::Out);
+}
+
+void ProgramTest::WaitForError(const std::string& text) {
+  WaitFor(text, &ProgramTest::Err);
+}
+
+void ProgramTest::WaitFor(const std::string& text, std::string (ProgramTest::*printed)() const) {
+  while ((this->*printed)().find(text) == std::string::npos) {
     if (HasEnded()) throw std::runtime_error("the program has ended without printing " + text);
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
   }
@@ -111,11 +124,21 @@ ProgramResult ProgramTest::Finish() {
   mProcess = 0;
   CloseInput();
   const int exitCode = WIFEXITED(mStatus) ? WEXITSTATUS(mStatus) : 128 + WTERMSIG(mStatus);
-  return {exitCode, Out(), Text(mOutputs / "err")};
+  return {exitCode, Out(), Err()};
 }
 
 std::string ProgramTest::Out() const {
   return Text(mOutputs / "out");
+}
+
+std::string ProgramTest::Err() const {
+  return Text(mOutputs / "err");
+}
+
+void WithoutPlaceForIndexes() {
+  BecomeUnprivileged();
+  unsetenv("XDG_CACHE_HOME");
+  unsetenv("HOME");
 }
 
 std::vector<std::string> LinesOf(const std::string& text) {

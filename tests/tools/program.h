@@ -38,18 +38,24 @@ class ProgramTest : public testing::Test {
       const Arguments& arguments, const std::function<void()>& prepare = [] {});
   void Input(const std::string& text);
   void CloseInput();
-  // Waits until the program has printed `text`.
+  // Wait until the program has printed `text`, on its standard output or error.
   void WaitForOutput(const std::string& text);
+  void WaitForError(const std::string& text);
   void SendSignal(int signal);
   bool HasEnded();
   ProgramResult Finish();
 
   std::string Out() const;
+  std::string Err() const;
+  // The temporary folder of the program, and the one under which it keeps its own caches.
+  std::string Temporary() const { return mOutputs / "tmp"; }
+  std::string CacheHome() const { return mOutputs / "cache"; }
   // A path in the test's folder.
   std::string operator/(const std::string& name) const { return mFolder / name; }
   const std::string& Folder() const { return mFolder.Path(); }
 
  private:
+  void WaitFor(const std::string& text, std::string (ProgramTest::*printed)() const);
   void Launch(const std::string& program, const Arguments& arguments,
               const std::function<void()>& prepare);
 
@@ -59,6 +65,10 @@ class ProgramTest : public testing::Test {
   int mInput = -1;
   int mStatus = 0;
 };
+
+// Prepares a program that finds no place for indexes but beside archives, and that has no rights
+// beyond those of its user.
+void WithoutPlaceForIndexes();
 
 // The lines of a text, without their ends.
 std::vector<std::string> LinesOf(const std::string& text);

@@ -103,7 +103,8 @@ void PrintAsText(const ActivityOptions& options, const ActivityBins& bins,
 
 int RunActivity(const HostOptions& host, const ActivityOptions& options) {
   Check(options);
-  IndexedSource source(host, options.source, options.missingIndexes);
+  const ServedSource served(host, options.source, options.missingIndexes);
+  IndexedSource source(served);
   const bool pastTheEnd = options.from && *options.from >= kEndOfTimes;
   if (source.Archives().empty() || pastTheEnd) source.FailWithNothing();
   const ActivityBins bins = BinsFor(options, &source);

@@ -27,7 +27,7 @@ std::vector<std::uint8_t> ActivityLevels(const ActivityBins& bins, std::uint8_t 
 }
 
 std::vector<bool> RecordedBins(const ActivityBins& bins, IndexedSource* source) {
-  Coverage coverage(&source->Client(), source->Archives());
+  Coverage coverage(&source->Client(), source->Archives(), source->ArchivesWithoutIndex());
   std::vector<bool> recorded(bins.count);
   for (std::uint32_t i = 0; i < bins.count; ++i)
     recorded[i] = coverage.Reaches(bins.Start(i), bins.End(i));

@@ -4,6 +4,7 @@
 
 #include <fstream>
 
+#include "archive_recognition.h"
 #include "archive_scan.h"
 #include "archive_source.h"
 #include "byte_cursor.h"
@@ -14,8 +15,6 @@ namespace {
 
 // A reader opens no smaller file.
 constexpr std::uint64_t kSmallestArchive = 16;
-// How much of a file a reader searches for its first header.
-constexpr std::uint64_t kHead = 65535;
 
 bool HasSuffix(const std::string& path, const std::string& suffix) {
   return path.size() >= suffix.size() &&
@@ -35,8 +34,11 @@ bool HasIndexMarkerAt(const std::string& path, std::int64_t place) {
 // Notes what a parser finds.
 class ArchiveCheckup : public FramingSink {
  public:
-  ArchiveCheckup(const std::string& path, const std::string& cacheFolder, Findings* findings)
-      : mPath(path), mCache(path, cacheFolder), mFindings(findings) {
+  ArchiveCheckup(const std::string& path, const SourceFacts& source, Findings* findings)
+      : mPath(path),
+        mSource(source),
+        mCache(CacheOf(path, source.Indexes().folder)),
+        mFindings(findings) {
     mFacts.path = path;
   }
 
@@ -97,11 +99,26 @@ class ArchiveCheckup : public FramingSink {
       finding.position = mFirstSameTime;
       mFindings->Add(finding);
     }
+    if (mSource.Others().count(mPath) > 0) return mFacts;
+    AddStrangers();
     mFacts.cache = mCache.Finish(mFindings);
     return mFacts;
   }
 
  private:
+  void AddStrangers() {
+    const IndexPlace& indexes = mSource.Indexes();
+    if (!indexes.isPrivate) return;
+    const std::string where =
+        indexes.whyNotKept.empty() ? "kept in " + indexes.folder : std::string("not kept");
+    for (const std::string& stranger : StrangersBeside(mPath)) {
+      mFindings->Add({Severity::kNote, "stranger", stranger,
+                      "is not a cache file, though it has the name of one; it is left alone, and "
+                      "the index is " +
+                          where});
+    }
+  }
+
   // Known to lie behind the last entry so far.
   void AddBytes(Finding finding, std::uint64_t position, std::uint64_t bytes) {
     finding.position = position;
@@ -114,7 +131,7 @@ class ArchiveCheckup : public FramingSink {
     // Older files are never opened by their first and last index records.
     if (!HasSuffix(mPath, ".zel3")) return;
     const std::int64_t place = header.length + header.firstIndexDelta;
-    const bool isLate = position + kMarkerSize > kHead;
+    const bool isLate = position + kMarkerSize > kSearchedHead;
     if (!isLate && HasIndexMarkerAt(mPath, place)) return;
     Finding finding =
         isLate ? About(Severity::kWarning, "late-header", "folders open without this file")
@@ -147,6 +164,7 @@ class ArchiveCheckup : public FramingSink {
   }
 
   const std::string mPath;
+  const SourceFacts& mSource;
   CacheCheckup mCache;
   Findings* const mFindings;
   ArchiveFacts mFacts;
@@ -158,9 +176,9 @@ class ArchiveCheckup : public FramingSink {
 
 }  // namespace
 
-ArchiveFacts CheckArchive(const std::string& path, const std::string& cacheFolder,
-                          Findings* findings, const OnBytesRead& onBytesRead) {
-  ArchiveCheckup checkup(path, cacheFolder, findings);
+ArchiveFacts CheckArchive(const std::string& path, const SourceFacts& source, Findings* findings,
+                          const OnBytesRead& onBytesRead) {
+  ArchiveCheckup checkup(path, source, findings);
   try {
     return checkup.Finish(ScanArchive(path, checkup, onBytesRead));
   } catch (const ToolError& error) {

@@ -8,6 +8,7 @@
 #include "archive_scan.h"
 #include "cache_checkup.h"
 #include "finding.h"
+#include "source_facts.h"
 
 // What one pass over an archive file has told. Times are archive times.
 struct ArchiveFacts {
@@ -22,7 +23,8 @@ struct ArchiveFacts {
   CacheState cache = CacheState::kNone;
 };
 
-// Goes through one archive file and its cache files. Neither is changed. A file that cannot be read
-// is a finding, too. Throws ToolError when the user interrupts.
-ArchiveFacts CheckArchive(const std::string& path, const std::string& cacheFolder,
-                          Findings* findings, const OnBytesRead& onBytesRead);
+// Goes through one file of a source and its cache files. Neither is changed. A file that cannot be
+// read is a finding, too; what is not an archive has no cache files. Throws ToolError when the user
+// interrupts.
+ArchiveFacts CheckArchive(const std::string& path, const SourceFacts& source, Findings* findings,
+                          const OnBytesRead& onBytesRead);

@@ -13,6 +13,8 @@
 
 namespace {
 
+constexpr int kMostOpenings = 3;
+
 // A reader on a folder reports progress against the file that it opened last, not the one that it
 // indexes, so only a single file is named.
 std::string ProgressLabel(const std::string& source, const std::vector<std::string>& files) {
@@ -68,14 +70,41 @@ bool EndsWithTerminatingMarker(const RawDataBlock& block) {
 
 }  // namespace
 
-ArchiveClient::ArchiveClient(const HostOptions& host, const std::string& source,
+ArchiveClient::ArchiveClient(const ServedSource& source, ProgressBar* progress)
+    : ArchiveClient(source, source.Path(), progress) {}
+
+ArchiveClient::ArchiveClient(const ServedSource& source, const std::string& archive,
                              ProgressBar* progress)
-    : mProgress(progress),
-      mProgressLabel(ProgressLabel(source, archive_source::Files(source))),
-      mMostRuns(archive_source::Files(source).size() + 2),
-      mSession(host, source, [this](const cMemBlock& block) { Note(block); }) {
-  mSession.RunUntilIdle();
+    : mSource(source),
+      mPath(archive),
+      mProgress(progress),
+      mProgressLabel(ProgressLabel(archive, archive_source::Files(archive))),
+      mMostRuns(archive_source::Files(archive).size() + 2) {
+  Open();
+  // Where another process has begun to build the same index just before, this reader could keep
+  // nothing.
+  for (int i = 0; i < kMostOpenings && mBuiltAnIndex && !IsServed(); ++i) {
+    if (!mSource.WaitForOthers(mPath) && !mSource.Facts().HasIndex(mPath)) break;
+    Open();
+  }
+  if (mBuiltAnIndex && !IsServed()) {
+    mErrorMessage =
+        archive_source::FileName(mPath) + " cannot be indexed, or its index cannot be written";
+  }
+}
+
+void ArchiveClient::Open() {
+  mSession.reset();
+  mErrorMessage.clear();
+  mBuiltAnIndex = false;
+  mSession.emplace(mSource.Host(), mPath, [this](const cMemBlock& block) { Note(block); });
+  mSession->RunUntilIdle();
   mProgress->Clear();
+}
+
+// Whether the reader knows archives. Only a single file is opened by building its index.
+bool ArchiveClient::IsServed() {
+  return List().has_value();
 }
 
 std::optional<ArchiveList> ArchiveClient::List() {
@@ -92,6 +121,9 @@ ArchiveList ArchiveClient::ListOrFail() {
 std::optional<FoundEntry> ArchiveClient::Find(std::uint64_t time, Lookup lookup) {
   if (lookup != Lookup::kAtOrBefore) SetDirection(lookup == Lookup::kNext);
   for (std::size_t run = 0; run <= mMostRuns; ++run) {
+    // Asked again after a first run, the reader has kept nothing of it: another process may be at
+    // the same index.
+    if (run > 1) mSource.WaitForOthers();
     ChunkRequestBlock request = ChunkRequestBlock::New();
     request.Record().time = time;
     request.Record().type = lookup == Lookup::kAtOrBefore ? kAtOrBefore : kNeighbour;
@@ -175,8 +207,8 @@ void ArchiveClient::EndStoppedState() {
 
 void ArchiveClient::Ask(const cMemBlock& command) {
   mAnswers = {};
-  mSession.Send(command);
-  mSession.RunUntilIdle();
+  mSession->Send(command);
+  mSession->RunUntilIdle();
   mProgress->Clear();
 }
 

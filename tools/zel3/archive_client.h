@@ -8,6 +8,7 @@
 #include "archive_session.h"
 #include "chunk_info.h"
 #include "progress_bar.h"
+#include "served_source.h"
 
 // All times are archive times.
 
@@ -50,10 +51,11 @@ enum class Lookup {
 // index takes as long as that and shows its progress.
 class ArchiveClient {
  public:
-  // `source` comes from archive_source::Locate. Opening a single file without an index builds it
-  // here. Borrows `progress`. Throws ToolError when the plug-in gives no reader; so do all
-  // functions when the user interrupts.
-  ArchiveClient(const HostOptions& host, const std::string& source, ProgressBar* progress);
+  // Opening a single file without an index builds it here. Borrows both. Throws ToolError when the
+  // plug-in gives no reader; so do all functions when the user interrupts.
+  ArchiveClient(const ServedSource& source, ProgressBar* progress);
+  // The same for one archive of the source alone.
+  ArchiveClient(const ServedSource& source, const std::string& archive, ProgressBar* progress);
 
   // The archives of the source; nothing when the reader knows none.
   std::optional<ArchiveList> List();
@@ -105,6 +107,8 @@ class ArchiveClient {
     bool runEnded = false;
   };
 
+  void Open();
+  bool IsServed();
   void Ask(const cMemBlock& command);
   void Note(const cMemBlock& block);
   void NoteNotification(const cMemBlock& block);
@@ -113,6 +117,8 @@ class ArchiveClient {
   void Play(bool forward);
   void EndStoppedState();
 
+  const ServedSource& mSource;
+  const std::string mPath;
   ProgressBar* const mProgress;
   const std::string mProgressLabel;
   const std::size_t mMostRuns;
@@ -122,5 +128,5 @@ class ArchiveClient {
   bool mStopped = true;  // the reader gives no previews
   bool mBuiltAnIndex = false;
   std::string mErrorMessage;
-  ArchiveSession mSession;
+  std::optional<ArchiveSession> mSession;
 };

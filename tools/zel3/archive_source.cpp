@@ -32,13 +32,16 @@ std::string Locate(const std::string& path) {
   return absolute;
 }
 
+bool IsFolder(const std::string& source) {
+  return QFileInfo(QFile::decodeName(source.c_str())).isDir();
+}
+
 std::vector<std::string> Files(const std::string& source) {
-  const QFileInfo info(QFile::decodeName(source.c_str()));
-  if (!info.isDir()) return {source};
+  if (!IsFolder(source)) return {source};
   const QStringList patterns{QLatin1String("*.zel3"), QLatin1String("*.zel")};
   std::vector<std::string> files;
   for (const QFileInfo& file :
-       QDir(info.filePath()).entryInfoList(patterns, QDir::Files, QDir::Name)) {
+       QDir(QFile::decodeName(source.c_str())).entryInfoList(patterns, QDir::Files, QDir::Name)) {
     files.push_back(QFile::encodeName(file.absoluteFilePath()).constData());
   }
   return files;

@@ -10,6 +10,8 @@ namespace archive_source {
 // and a usage error when the absolute path is longer than a reader takes.
 std::string Locate(const std::string& path);
 
+bool IsFolder(const std::string& source);
+
 // The archive files that a source holds: the file itself, or the files of the folder by name.
 std::vector<std::string> Files(const std::string& source);
 

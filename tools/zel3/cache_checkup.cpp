@@ -49,12 +49,6 @@ EventCount CountEvents(PlainFile& file) {
 
 }  // namespace
 
-CacheNames CacheOf(const std::string& archive, const std::string& cacheFolder) {
-  const QString folder = QFile::decodeName(cacheFolder.c_str());
-  return CacheNames(QFile::decodeName(archive.c_str()),
-                    folder.isEmpty() ? folder : folder + QLatin1Char('/'));
-}
-
 CacheCheckup::Records::Records(const QString& path, std::size_t size)
     : name(FileName(path)), recordSize(size) {
   file.Open(path, PlainFile::Mode::kRead);
@@ -80,8 +74,8 @@ std::uint64_t CacheCheckup::Records::CountLeft() {
   return count;
 }
 
-CacheCheckup::CacheCheckup(const std::string& archive, const std::string& cacheFolder)
-    : mNames(CacheOf(archive, cacheFolder)),
+CacheCheckup::CacheCheckup(const CacheNames& names)
+    : mNames(names),
       mEntries(mNames.entries, sizeof(ZEL_ID3_REC)),
       mHeaders(mNames.headers, sizeof(std::uint64_t)) {}
 

@@ -11,15 +11,11 @@
 
 enum class CacheState { kNone, kSound, kUnsound };
 
-// The cache files of an archive for a reader with this cache folder, by which a user names it:
-// empty stands for the folder beside the archive.
-CacheNames CacheOf(const std::string& archive, const std::string& cacheFolder);
-
 // Compares the cache files of an archive with what a parser finds in it, record by record, so that
 // it needs no memory for them.
 class CacheCheckup {
  public:
-  CacheCheckup(const std::string& archive, const std::string& cacheFolder);
+  explicit CacheCheckup(const CacheNames& names);
 
   // What the archive holds, in file order.
   void OnHeader(std::uint64_t position);

@@ -5,8 +5,9 @@
 #include "recorded_gap.h"
 #include "tool_error.h"
 
-Coverage::Coverage(ArchiveClient* client, const std::vector<ListedArchive>& archives)
-    : mClient(client) {
+Coverage::Coverage(ArchiveClient* client, const std::vector<ListedArchive>& archives,
+                   const std::vector<ListedArchive>& withoutIndex)
+    : mClient(client), mWithoutIndex(withoutIndex) {
   for (const ListedArchive& archive : archives) mArchives[archive.fileNumber] = {archive, {}};
 }
 
@@ -61,7 +62,21 @@ std::uint64_t Coverage::FirstStep(Archive* archive) {
   return *archive->firstStep;
 }
 
+// Of the archives that hold a time the reader looks into the last one.
+bool Coverage::HasIndexAt(std::uint64_t time) const {
+  const auto holds = [time](const ListedArchive& archive) {
+    return archive.startTime <= time && time <= archive.endTime;
+  };
+  const auto isLast = [&](const ListedArchive& archive) {
+    return holds(archive) &&
+           std::none_of(mArchives.upper_bound(archive.fileNumber), mArchives.end(),
+                        [&](const auto& numbered) { return holds(numbered.second.listed); });
+  };
+  return std::none_of(mWithoutIndex.begin(), mWithoutIndex.end(), isLast);
+}
+
 std::optional<FoundEntry> Coverage::LastUpTo(std::uint64_t time) {
+  if (!HasIndexAt(time)) return std::nullopt;
   try {
     return mClient->Find(time, Lookup::kAtOrBefore);
   } catch (const ToolError& error) {

@@ -13,8 +13,10 @@
 // file, or behind a file's last entry and before its end. All times are archive times.
 class Coverage {
  public:
-  // Borrows `client`. `archives` are those of its list that have an index.
-  Coverage(ArchiveClient* client, const std::vector<ListedArchive>& archives);
+  // Borrows `client`. `archives` are those of its list that have an index, `withoutIndex` the
+  // others: no question is asked that would make the reader build one.
+  Coverage(ArchiveClient* client, const std::vector<ListedArchive>& archives,
+           const std::vector<ListedArchive>& withoutIndex);
 
   // Whether anything was recorded from `from` up to `to`. Asks the reader at most two questions,
   // and one more for each archive. Throws what the client throws.
@@ -32,9 +34,11 @@ class Coverage {
   bool ContinuesTo(const FoundEntry& before, const std::optional<FoundEntry>& after,
                    std::uint64_t time);
   std::uint64_t FirstStep(Archive* archive);
+  bool HasIndexAt(std::uint64_t time) const;
   std::optional<FoundEntry> LastUpTo(std::uint64_t time);
   std::optional<FoundEntry> FirstFrom(std::uint64_t time);
 
   ArchiveClient* const mClient;
   std::map<std::uint32_t, Archive> mArchives;  // by file number
+  const std::vector<ListedArchive> mWithoutIndex;
 };

@@ -61,10 +61,9 @@ std::uint64_t SizeOf(const std::vector<std::string>& paths) {
 
 }  // namespace
 
-Diagnosis Diagnose(const std::string& source, const std::string& cacheFolder,
-                   ProgressBar* progress) {
-  const std::vector<std::string> paths = archive_source::Files(source);
-  if (paths.empty()) throw ToolError("no archive in " + source);
+Diagnosis Diagnose(const SourceFacts& source, ProgressBar* progress) {
+  const std::vector<std::string>& paths = source.Files();
+  if (paths.empty()) throw ToolError("no archive in " + source.Path());
   const std::uint64_t allBytes = SizeOf(paths);
   std::uint64_t bytesRead = 0;
   const auto onBytesRead = [&](std::size_t count) {
@@ -74,7 +73,7 @@ Diagnosis Diagnose(const std::string& source, const std::string& cacheFolder,
   Diagnosis diagnosis;
   Findings findings;
   for (const std::string& path : paths)
-    diagnosis.archives.push_back(CheckArchive(path, cacheFolder, &findings, onBytesRead));
+    diagnosis.archives.push_back(CheckArchive(path, source, &findings, onBytesRead));
   progress->Clear();
   // Apart, so that a gap between files is told however many there are within one.
   Findings orderFindings;

@@ -13,8 +13,6 @@ struct Diagnosis {
   std::vector<Finding> findings;
 };
 
-// Goes through the archives of a source, each by itself and how they follow each other in time.
-// `source` comes from archive_source::Locate. Nothing is changed. Throws ToolError when the source
-// holds no archive or the user interrupts.
-Diagnosis Diagnose(const std::string& source, const std::string& cacheFolder,
-                   ProgressBar* progress);
+// Goes through the files of a source, each by itself and how they follow each other in time.
+// Nothing is changed. Throws ToolError when the source holds no file or the user interrupts.
+Diagnosis Diagnose(const SourceFacts& source, ProgressBar* progress);

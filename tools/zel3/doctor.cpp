@@ -3,13 +3,13 @@
 #include <fmt/format.h>
 
 #include <QFile>
-#include <QFileInfo>
 #include <algorithm>
 #include <iostream>
 
 #include "archive_source.h"
 #include "diagnosis.h"
 #include "index_builder.h"
+#include "index_lock.h"
 #include "tool_error.h"
 
 namespace {
@@ -100,22 +100,21 @@ void PrintAsText(const Diagnosis& diagnosis, TimeFormat times) {
 }
 
 // What cannot be removed stays, and the index is then made in its place or not at all.
-void RemoveCache(const ArchiveFacts& facts, const std::string& cacheFolder) {
-  const CacheNames names = CacheOf(facts.path, cacheFolder);
-  const QString archive = QFileInfo(QFile::decodeName(facts.path.c_str())).canonicalFilePath();
+void RemoveCache(const std::string& archive, const std::string& folder) {
+  const CacheNames names = CacheOf(archive, folder);
   for (const QString& path :
        {names.entries, names.headers, names.events, UnfinishedName(names.events)}) {
-    // An archive may have the very name of a cache file.
-    if (QFileInfo(path).canonicalFilePath() != archive) QFile::remove(path);
+    QFile::remove(path);
   }
 }
 
-void Rebuild(const HostOptions& host, const std::string& source,
+void Rebuild(const HostOptions& host, const SourceFacts& source,
              const std::vector<ArchiveFacts>& archives, ProgressBar* progress) {
   for (const ArchiveFacts& facts : archives) {
-    if (facts.cache == CacheState::kUnsound) RemoveCache(facts, host.cacheFolder);
+    if (facts.cache == CacheState::kUnsound) RemoveCache(facts.path, source.Indexes().folder);
   }
-  const std::vector<IndexedFile> files = BuildIndexes(host, source, progress);
+  const ServedSource served(host, source.Path(), MissingIndexes::kBuild);
+  const std::vector<IndexedFile> files = BuildIndexes(served, progress);
   const auto count = [&files](FileState state) {
     return std::count_if(files.begin(), files.end(),
                          [state](const IndexedFile& file) { return file.state == state; });
@@ -128,11 +127,12 @@ void Rebuild(const HostOptions& host, const std::string& source,
 }  // namespace
 
 int RunDoctor(const HostOptions& host, const DoctorOptions& options) {
-  const std::string source = archive_source::Locate(options.source);
+  const SourceFacts source(host, options.source);
+  index_lock::WaitForOthers(source.Archives(), source.Indexes().folder);
   ProgressBar progress;
-  const Diagnosis diagnosis = Diagnose(source, host.cacheFolder, &progress);
+  const Diagnosis diagnosis = Diagnose(source, &progress);
   if (options.style.format == OutputFormat::kJson) {
-    PrintAsJson(source, diagnosis, options.style.Times());
+    PrintAsJson(source.Path(), diagnosis, options.style.Times());
   } else {
     PrintAsText(diagnosis, options.style.Times());
   }

@@ -62,7 +62,8 @@ void Print(const std::vector<RecordedEvent>& events, const OutputStyle& style) {
 
 int RunEvents(const HostOptions& host, const EventsOptions& options) {
   if (options.from >= options.to) throw ToolError("FROM must be before TO", kExitUsage);
-  IndexedSource source(host, options.source, options.missingIndexes);
+  const ServedSource served(host, options.source, options.missingIndexes);
+  IndexedSource source(served);
   std::vector<RecordedEvent> wanted;
   for (const RecordedEvent& event : source.Client().Events()) {
     if (IsWanted(event, options)) wanted.push_back(event);

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <iostream>
 
-#include "archive_source.h"
 #include "index_builder.h"
 #include "tool_error.h"
 
@@ -62,9 +61,9 @@ int ExitCodeFor(const std::vector<IndexedFile>& files) {
 }  // namespace
 
 int RunIndex(const HostOptions& host, const IndexOptions& options) {
-  const std::string source = archive_source::Locate(options.source);
+  const ServedSource source(host, options.source, MissingIndexes::kBuild);
   ProgressBar progress;
-  const std::vector<IndexedFile> files = BuildIndexes(host, source, &progress);
+  const std::vector<IndexedFile> files = BuildIndexes(source, &progress);
   if (options.style.format == OutputFormat::kJson) {
     PrintAsJson(files, options.style.Times());
   } else {

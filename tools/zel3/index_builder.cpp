@@ -8,11 +8,12 @@ namespace {
 
 // Through a reader of the file's own: a reader on the folder would index only what is asked for,
 // and report progress against another file.
-IndexedFile IndexOne(const HostOptions& host, const std::string& path, ProgressBar* progress) {
+IndexedFile IndexOne(const ServedSource& source, const std::string& path, ProgressBar* progress) {
   IndexedFile file;
   file.name = archive_source::FileName(path);
-  if (path.size() > kLongestPath) return file;
-  ArchiveClient client(host, path, progress);
+  if (path.size() > kLongestPath || source.Facts().Others().count(path) > 0) return file;
+  source.WaitForOthers(path);
+  ArchiveClient client(source, path, progress);
   const std::optional<ArchiveList> list = client.List();
   if (!list || list->archives.empty()) return file;
   file.startTime = list->archives.front().startTime;
@@ -24,11 +25,10 @@ IndexedFile IndexOne(const HostOptions& host, const std::string& path, ProgressB
 
 }  // namespace
 
-std::vector<IndexedFile> BuildIndexes(const HostOptions& host, const std::string& source,
-                                      ProgressBar* progress) {
-  const std::vector<std::string> paths = archive_source::Files(source);
-  if (paths.empty()) throw ToolError("no archive in " + source);
+std::vector<IndexedFile> BuildIndexes(const ServedSource& source, ProgressBar* progress) {
+  const std::vector<std::string>& paths = source.Facts().Files();
+  if (paths.empty()) throw ToolError("no archive in " + source.Path());
   std::vector<IndexedFile> files;
-  for (const std::string& path : paths) files.push_back(IndexOne(host, path, progress));
+  for (const std::string& path : paths) files.push_back(IndexOne(source, path, progress));
   return files;
 }

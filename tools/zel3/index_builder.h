@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "archive_session.h"
 #include "progress_bar.h"
+#include "served_source.h"
 
 enum class FileState { kCached, kIndexed, kFailed };
 
@@ -16,8 +16,7 @@ struct IndexedFile {
   std::uint64_t endTime = 0;
 };
 
-// Gives every archive file of a source its index: those that have one keep it. `source` comes from
-// archive_source::Locate. The files come by name. Throws ToolError when the source holds no archive
-// or the user interrupts.
-std::vector<IndexedFile> BuildIndexes(const HostOptions& host, const std::string& source,
-                                      ProgressBar* progress);
+// Gives every archive of a source its index: those that have one keep it. All files of the source
+// come by name; those that are not archives have failed. Throws ToolError when the source holds no
+// file or the user interrupts.
+std::vector<IndexedFile> BuildIndexes(const ServedSource& source, ProgressBar* progress);

@@ -8,37 +8,34 @@
 
 namespace {
 
-std::vector<IndexedFile> IndexAll(const HostOptions& host, const std::string& source,
-                                  MissingIndexes missing, ProgressBar* progress) {
-  if (missing == MissingIndexes::kLeaveOut) return {};
-  return BuildIndexes(host, source, progress);
+std::vector<IndexedFile> IndexAll(const ServedSource& source, ProgressBar* progress) {
+  if (source.Missing() == MissingIndexes::kBuild) return BuildIndexes(source, progress);
+  // A reader that opens a single file without an index begins to build it.
+  const SourceFacts& facts = source.Facts();
+  if (!facts.IsFolder() && !facts.HasAllIndexes()) {
+    throw ToolError(archive_source::FileName(source.Path()) + " has no index, and none is built",
+                    kExitNothing);
+  }
+  return {};
 }
 
 bool IsIndexed(const IndexedFile& file) {
   return file.state != FileState::kFailed;
 }
 
-// Without a parser a reader builds no index, not even when it opens a single file.
-HostOptions HostFor(HostOptions host, MissingIndexes missing) {
-  if (missing == MissingIndexes::kLeaveOut) host.offerParser = false;
-  return host;
-}
-
 }  // namespace
 
-IndexedSource::IndexedSource(const HostOptions& host, const std::string& path,
-                             MissingIndexes missing)
-    : mPath(archive_source::Locate(path)),
-      mMissing(missing),
-      mFiles(IndexAll(host, mPath, missing, &mProgress)),
+IndexedSource::IndexedSource(const ServedSource& source)
+    : mSource(source),
+      mFiles(IndexAll(source, &mProgress)),
       mComplete(std::all_of(mFiles.begin(), mFiles.end(), IsIndexed)),
-      mClient(HostFor(host, missing), mPath, &mProgress) {
+      mClient(source, &mProgress) {
   ListArchives();
   if (!mComplete) std::cerr << "zel3: files without an index are left out; zel3 index names them\n";
 }
 
 void IndexedSource::FailWithNothing(const std::string& what) {
-  if (mMissing == MissingIndexes::kLeaveOut) throw ToolError(what, kExitNothing);
+  if (LeavesOutMissing()) throw ToolError(what, kExitNothing);
   mClient.FailWithNothing(what);
 }
 
@@ -46,7 +43,10 @@ void IndexedSource::ListArchives() {
   const std::optional<ArchiveList> list = mClient.List();
   for (ListedArchive archive : list ? list->archives : ArchivesOfFiles()) {
     const std::optional<FoundEntry> first = FirstEntry(archive);
-    if (!first) continue;
+    if (!first) {
+      if (list) mWithoutIndex.push_back(archive);
+      continue;
+    }
     if (!list) {
       if (first->time != archive.startTime) continue;  // of another file
       archive.fileNumber = first->fileNumber;
@@ -72,7 +72,7 @@ std::optional<FoundEntry> IndexedSource::FirstEntry(const ListedArchive& archive
     return shown->entry;
   };
   const std::optional<FoundEntry> entry = ask();
-  if (entry || mMissing == MissingIndexes::kLeaveOut) return entry;
+  if (entry || LeavesOutMissing()) return entry;
   // Where caches cannot be written the reader must index the file for itself.
   try {
     mClient.Find(archive.startTime, Lookup::kAtOrBefore);

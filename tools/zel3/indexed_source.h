@@ -8,15 +8,15 @@
 #include "index_builder.h"
 #include "progress_bar.h"
 
-enum class MissingIndexes { kBuild, kLeaveOut };
-
 // A source whose every file has its index, for the verbs that ask about all of it at once: a reader
 // passes over files that have none.
 class IndexedSource {
  public:
-  // Builds the missing indexes if so asked, with progress. Says on the standard error when files
-  // remain without one. Throws ToolError when the source cannot be read or the user interrupts.
-  IndexedSource(const HostOptions& host, const std::string& path, MissingIndexes missing);
+  // Borrows the source. Builds its missing indexes, with progress, unless they are to be left out:
+  // then nothing on the disk changes. Says on the standard error when files remain without one.
+  // Throws ToolError when the source cannot be read or the user interrupts, and when it is a single
+  // file whose index is left out.
+  explicit IndexedSource(const ServedSource& source);
 
   ArchiveClient& Client() { return mClient; }
 
@@ -27,6 +27,9 @@ class IndexedSource {
   // left out.
   const std::vector<IndexedFile>& Files() const { return mFiles; }
 
+  // The archives that the reader knows, but that have no index.
+  const std::vector<ListedArchive>& ArchivesWithoutIndex() const { return mWithoutIndex; }
+
   // Whether every file has its index.
   bool IsComplete() const { return mComplete; }
 
@@ -36,13 +39,14 @@ class IndexedSource {
  private:
   void ListArchives();
   std::vector<ListedArchive> ArchivesOfFiles() const;
+  bool LeavesOutMissing() const { return mSource.Missing() == MissingIndexes::kLeaveOut; }
   std::optional<FoundEntry> FirstEntry(const ListedArchive& archive);
 
-  const std::string mPath;
-  const MissingIndexes mMissing;
+  const ServedSource& mSource;
   ProgressBar mProgress;
   const std::vector<IndexedFile> mFiles;
   bool mComplete;
   ArchiveClient mClient;
   std::vector<ListedArchive> mArchives;
+  std::vector<ListedArchive> mWithoutIndex;
 };

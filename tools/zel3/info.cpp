@@ -3,7 +3,6 @@
 #include <iostream>
 
 #include "archive_client.h"
-#include "archive_source.h"
 #include "tool_error.h"
 
 namespace {
@@ -44,13 +43,14 @@ void PrintAsText(const ArchiveList& list, TimeFormat times) {
 }  // namespace
 
 int RunInfo(const HostOptions& host, const InfoOptions& options) {
+  const ServedSource source(host, options.source, MissingIndexes::kBuild);
   ProgressBar progress;
-  ArchiveClient client(host, archive_source::Locate(options.source), &progress);
+  ArchiveClient client(source, &progress);
   const ArchiveList list = client.ListOrFail();
   if (options.style.format == OutputFormat::kJson) {
     PrintAsJson(list, options.style.Times());
   } else {
     PrintAsText(list, options.style.Times());
   }
-  return kExitDone;
+  return source.LeavesOut() ? kExitDamaged : kExitDone;
 }

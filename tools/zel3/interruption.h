@@ -7,6 +7,10 @@ namespace interruption {
 // early.
 void Watch();
 
+// From now on what else ends a process (SIGTERM, SIGHUP) is such a wish, too, and writing to a pipe
+// that nobody reads is an error: for verbs that leave something to clean up.
+void WatchAllEndings();
+
 // Throws ToolError(kExitInterrupted) when the user has asked to stop.
 void Check();
 

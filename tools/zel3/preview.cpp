@@ -80,7 +80,8 @@ void Print(const std::vector<Position>& positions, const OutputStyle& style) {
 
 int RunPreview(const HostOptions& host, const PreviewOptions& options) {
   Check(options);
-  IndexedSource source(host, options.source, MissingIndexes::kBuild);
+  const ServedSource served(host, options.source, MissingIndexes::kBuild);
+  IndexedSource source(served);
   std::vector<Position> positions;
   for (std::uint32_t i = 0; i < options.count; ++i) {
     const std::uint64_t time = TimeOf(i, options);

@@ -13,7 +13,7 @@
 
 namespace {
 
-std::string ChosenOutput(const ReadOptions& options, const std::string& source) {
+std::string ChosenOutput(const ReadOptions& options, const SourceFacts& source) {
   if (options.output.empty()) {
     if (isatty(STDOUT_FILENO) == 1) {
       throw ToolError("archive bytes are not for a terminal: give -o FILE, or -o - to insist",
@@ -21,7 +21,7 @@ std::string ChosenOutput(const ReadOptions& options, const std::string& source) 
     }
     return "-";
   }
-  if (options.output != "-") archive_source::RefuseToOverwrite(source, options.output);
+  if (options.output != "-") archive_source::RefuseToOverwrite(source.Path(), options.output);
   return options.output;
 }
 
@@ -105,11 +105,11 @@ void TellAsText(const Summary& summary, TimeFormat times) {
 
 int RunRead(const HostOptions& host, const ReadOptions& options) {
   if (options.from >= options.to) throw ToolError("FROM must be before TO", kExitUsage);
-  const std::string source = archive_source::Locate(options.source);
-  const std::string target = ChosenOutput(options, source);
+  const ServedSource source(host, options.source, MissingIndexes::kBuild);
+  const std::string target = ChosenOutput(options, source.Facts());
   OutputFile output(target);
   ProgressBar progress;
-  ArchiveClient client(host, source, &progress);
+  ArchiveClient client(source, &progress);
 
   Summary summary;
   GapWatch watch;
@@ -137,6 +137,7 @@ int RunRead(const HostOptions& host, const ReadOptions& options) {
   } else {
     TellAsText(summary, options.style.Times());
   }
-  const bool whole = summary.damaged == 0 && summary.end != EntryWalk::End::kOutOfOrder;
+  const bool whole =
+      !source.LeavesOut() && summary.damaged == 0 && summary.end != EntryWalk::End::kOutOfOrder;
   return whole ? kExitDone : kExitDamaged;
 }

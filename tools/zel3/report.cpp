@@ -27,10 +27,10 @@ bool IsWhole(const ReportData& report) {
 
 int RunReport(const HostOptions& host, const ReportOptions& options) {
   const std::optional<ReportRange> range = RangeOf(options);
-  const std::string source = archive_source::Locate(options.source);
-  if (options.output != "-") archive_source::RefuseToOverwrite(source, options.output);
+  const ServedSource source(host, options.source, MissingIndexes::kBuild);
+  if (options.output != "-") archive_source::RefuseToOverwrite(source.Path(), options.output);
 
-  const ReportData report = CollectReport(host, source, range);
+  const ReportData report = CollectReport(source, range);
   const bool holdsEntries = std::any_of(report.files.begin(), report.files.end(),
                                         [](const ReportFile& file) { return file.HoldsEntries(); });
   if (range && !holdsEntries) throw ToolError("nothing is recorded there", kExitNothing);

@@ -133,21 +133,20 @@ std::string NothingThere(ArchiveClient* client, std::uint64_t time, TimeFormat t
 }
 
 // The folders of what a reader opens: archives and their caches.
-std::vector<std::string> FoldersOf(const HostOptions& host, const std::string& source) {
-  const std::vector<std::string> files = archive_source::Files(source);
-  const bool isFile = files.size() == 1 && files.front() == source;
-  std::vector<std::string> folders{isFile ? source.substr(0, source.rfind('/') + 1) : source};
-  if (!host.cacheFolder.empty()) folders.push_back(host.cacheFolder);
+std::vector<std::string> FoldersOf(const SourceFacts& source) {
+  const std::string& path = source.Path();
+  std::vector<std::string> folders{source.IsFolder() ? path : path.substr(0, path.rfind('/') + 1)};
+  if (!source.Indexes().folder.empty()) folders.push_back(source.Indexes().folder);
   return folders;
 }
 
-int ExplainSeek(const HostOptions& host, const SeekOptions& options, const std::string& source) {
+int ExplainSeek(const ServedSource& source, const SeekOptions& options) {
   // What loading the plug-in reads is no part of the answer.
-  brick_plugins::SetSearchFolder(host.pluginFolder);
+  brick_plugins::SetSearchFolder(source.Host().pluginFolder);
   brick_plugins::Load(tag::kSignatureReader);
   ProgressBar progress;
-  AccessMeter meter(FoldersOf(host, source));
-  ArchiveClient client(host, source, &progress);
+  AccessMeter meter(FoldersOf(source.Facts()));
+  ArchiveClient client(source, &progress);
   const std::optional<FoundEntry> found = client.Find(options.time, options.lookup);
   meter.Stop();
   const TimeFormat times = options.style.Times();
@@ -157,7 +156,7 @@ int ExplainSeek(const HostOptions& host, const SeekOptions& options, const std::
   const Cost cost = {meter.FilesOpened(), meter.BytesRead(), client.BuiltAnIndex()};
   const std::optional<ArchiveList> list = client.List();
   const SeekExplanation explanation =
-      Explain(host, source, list ? list->archives : std::vector<ListedArchive>(), *found,
+      Explain(source.Facts(), list ? list->archives : std::vector<ListedArchive>(), *found,
               options.time, options.lookup);
   if (options.style.format == OutputFormat::kJson) {
     PrintAsJson(*found, explanation, cost, times);
@@ -170,10 +169,10 @@ int ExplainSeek(const HostOptions& host, const SeekOptions& options, const std::
 }  // namespace
 
 int RunSeek(const HostOptions& host, const SeekOptions& options) {
-  const std::string source = archive_source::Locate(options.source);
-  if (options.explain) return ExplainSeek(host, options, source);
+  const ServedSource source(host, options.source, MissingIndexes::kBuild);
+  if (options.explain) return ExplainSeek(source, options);
   ProgressBar progress;
-  ArchiveClient client(host, source, &progress);
+  ArchiveClient client(source, &progress);
   const std::optional<FoundEntry> found = client.Find(options.time, options.lookup);
   if (!found || found->entryNumber == kBeforeFirstEntry) client.FailWithNothing();
   PrintPlainly(*found, options.style);

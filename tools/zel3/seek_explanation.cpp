@@ -4,7 +4,6 @@
 #include <QFileInfo>
 #include <algorithm>
 
-#include "archive_source.h"
 #include "zel3_indexer.h"
 
 namespace {
@@ -70,9 +69,8 @@ std::optional<std::uint32_t> FileBefore(const std::vector<ListedArchive>& archiv
 
 }  // namespace
 
-SeekExplanation Explain(const HostOptions& host, const std::string& source,
-                        const std::vector<ListedArchive>& archives, const FoundEntry& found,
-                        std::uint64_t time, Lookup lookup) {
+SeekExplanation Explain(const SourceFacts& source, const std::vector<ListedArchive>& archives,
+                        const FoundEntry& found, std::uint64_t time, Lookup lookup) {
   SeekExplanation explanation;
   explanation.rule = RuleOf(found, time, lookup);
   if (explanation.rule == Rule::kGap) explanation.fileBeforeGap = FileBefore(archives, time);
@@ -81,9 +79,9 @@ SeekExplanation Explain(const HostOptions& host, const std::string& source,
       [&found](const ListedArchive& archive) { return archive.fileNumber == found.fileNumber; });
   if (listed == archives.end()) return explanation;
   // A reader tells files by their numbers only.
-  for (const std::string& path : archive_source::Files(source)) {
+  for (const std::string& path : source.Archives()) {
     cZel3Indexer index;
-    if (!OpenCache(path, host.cacheFolder, &index)) continue;
+    if (!OpenCache(path, source.Indexes().folder, &index)) continue;
     if (!HoldsEntry(index.files[0], *listed, found)) continue;
     explanation.file = path;
     Locate(index, found.entryNumber, &explanation);

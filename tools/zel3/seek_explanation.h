@@ -28,8 +28,6 @@ struct SeekExplanation {
   std::optional<ByteRange> header;             // that a parser needs for it
 };
 
-// `archives`: the list of the reader; `source` comes from archive_source::Locate. Reads the index
-// that the answer came from.
-SeekExplanation Explain(const HostOptions& host, const std::string& source,
-                        const std::vector<ListedArchive>& archives, const FoundEntry& found,
-                        std::uint64_t time, Lookup lookup);
+// `archives`: the list of the reader. Reads the index that the answer came from.
+SeekExplanation Explain(const SourceFacts& source, const std::vector<ListedArchive>& archives,
+                        const FoundEntry& found, std::uint64_t time, Lookup lookup);

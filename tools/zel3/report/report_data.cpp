@@ -55,10 +55,9 @@ std::string Shortened(const std::string& text) {
 
 class Collection {
  public:
-  Collection(const HostOptions& host, const std::string& source)
-      : mSource(host, source, MissingIndexes::kBuild),
-        mDiagnosis(Examine(source, host.cacheFolder)) {
-    mData.source = source;
+  explicit Collection(const ServedSource& source)
+      : mSource(source), mDiagnosis(Examine(source.Facts())) {
+    mData.source = source.Path();
   }
 
   ReportData Collect(const std::optional<ReportRange>& range) {
@@ -75,9 +74,9 @@ class Collection {
   }
 
  private:
-  static Diagnosis Examine(const std::string& source, const std::string& cacheFolder) {
+  static Diagnosis Examine(const SourceFacts& source) {
     ProgressBar progress;
-    return Diagnose(source, cacheFolder, &progress);
+    return Diagnose(source, &progress);
   }
 
   std::optional<ReportRange> WholeRange() const {
@@ -210,7 +209,6 @@ class Collection {
 
 }  // namespace
 
-ReportData CollectReport(const HostOptions& host, const std::string& source,
-                         const std::optional<ReportRange>& range) {
-  return Collection(host, source).Collect(range);
+ReportData CollectReport(const ServedSource& source, const std::optional<ReportRange>& range) {
+  return Collection(source).Collect(range);
 }

@@ -70,5 +70,4 @@ struct ReportData {
 // Goes through all files, gives those that have none an index, and asks the reader for the rest.
 // Without a range from the first to the last entry. Throws ToolError when the source holds no
 // archive or the user interrupts.
-ReportData CollectReport(const HostOptions& host, const std::string& source,
-                         const std::optional<ReportRange>& range);
+ReportData CollectReport(const ServedSource& source, const std::optional<ReportRange>& range);

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+// A fresh folder that only this user can look into, removed with all that is in it at the end of
+// its scope, also when the user interrupts the program or nobody reads its output any more.
+class PassingFolder {
+ public:
+  // Under an existing folder. Throws ToolError when it cannot be made.
+  explicit PassingFolder(const std::string& parent);
+  ~PassingFolder();
+  PassingFolder(const PassingFolder&) = delete;
+  PassingFolder& operator=(const PassingFolder&) = delete;
+
+  const std::string& Path() const { return mPath; }
+
+ private:
+  std::string mPath;
+};
