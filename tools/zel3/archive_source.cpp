@@ -9,15 +9,6 @@
 
 namespace archive_source {
 
-namespace {
-
-std::string CanonicalPath(const std::string& path) {
-  return QFile::encodeName(QFileInfo(QFile::decodeName(path.c_str())).canonicalFilePath())
-      .constData();
-}
-
-}  // namespace
-
 std::string Locate(const std::string& path) {
   const QFileInfo info(QFile::decodeName(path.c_str()));
   if (path.empty() || !info.exists()) throw ToolError("nothing exists at " + path);
@@ -50,15 +41,6 @@ std::vector<std::string> Files(const std::string& source) {
 std::string FileName(const std::string& path) {
   const std::size_t slash = path.rfind('/');
   return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
-void RefuseToOverwrite(const std::string& source, const std::string& output) {
-  const std::string target = CanonicalPath(output);
-  if (target.empty()) return;
-  for (const std::string& file : Files(source)) {
-    if (CanonicalPath(file) == target)
-      throw ToolError("the output is an archive of the source", kExitUsage);
-  }
 }
 
 }  // namespace archive_source

@@ -18,7 +18,4 @@ std::vector<std::string> Files(const std::string& source);
 // The part after the last "/".
 std::string FileName(const std::string& path);
 
-// Throws a usage error when the file `output` is an archive of the source.
-void RefuseToOverwrite(const std::string& source, const std::string& output);
-
 }  // namespace archive_source

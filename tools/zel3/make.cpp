@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "archive_source.h"
+#include "made_archives.h"
 #include "output_file.h"
 #include "stream_records.h"
 #include "tool_error.h"
@@ -49,18 +50,6 @@ Scenario ScenarioFor(const MakeOptions& options) {
   scenario.gaps = options.gaps.value_or(scenario.gaps);
   if (options.files) scenario.fileSeconds = SecondsPerFile(scenario, *options.files);
   return scenario;
-}
-
-// A cache beside an archive is not tied to the archive's contents: it would be taken for the new
-// file's.
-void RemoveCachesOf(const std::string& folder, const GroundTruth& truth) {
-  for (const GroundTruthFile& file : truth.files) {
-    for (const char* const extension : {"id3", "hdr", "evt"}) {
-      std::error_code ignored;
-      std::filesystem::remove(
-          std::filesystem::path(folder + "/" + file.name).replace_extension(extension), ignored);
-    }
-  }
 }
 
 void WriteTruth(const std::string& path, const GroundTruth& truth) {
@@ -113,11 +102,10 @@ int RunMake(const MakeOptions& options) {
   }
   GroundTruth truth;
   try {
-    truth = WriteScenario(options.folder, scenario);
+    truth = MakeArchives(options.folder, scenario, options.truthFile);
   } catch (const std::invalid_argument& refusal) {
     throw ToolError(refusal.what(), kExitUsage);
   }
-  RemoveCachesOf(options.folder, truth);
   if (!options.truthFile.empty()) WriteTruth(options.truthFile, truth);
   if (options.style.format == OutputFormat::kJson) {
     PrintAsJson(truth, options.style.Times());

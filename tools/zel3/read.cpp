@@ -5,9 +5,9 @@
 #include <iostream>
 
 #include "archive_client.h"
-#include "archive_source.h"
 #include "entry_walk.h"
 #include "output_file.h"
+#include "output_refusal.h"
 #include "recorded_gap.h"
 #include "tool_error.h"
 
@@ -21,7 +21,7 @@ std::string ChosenOutput(const ReadOptions& options, const SourceFacts& source) 
     }
     return "-";
   }
-  if (options.output != "-") archive_source::RefuseToOverwrite(source.Path(), options.output);
+  RefuseToHarm(source, options.output);
   return options.output;
 }
 
@@ -133,7 +133,7 @@ int RunRead(const HostOptions& host, const ReadOptions& options) {
   output.Finish();
   summary.bytes = output.BytesWritten();
   if (options.style.format == OutputFormat::kJson) {
-    TellAsJson(summary, target == "-", options.style.Times());
+    TellAsJson(summary, OutputFile::IsStandardOutput(target), options.style.Times());
   } else {
     TellAsText(summary, options.style.Times());
   }

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "archive_source.h"
 #include "output_file.h"
+#include "output_refusal.h"
 #include "report/report_data.h"
 #include "report/report_page.h"
 #include "tool_error.h"
@@ -28,7 +28,7 @@ bool IsWhole(const ReportData& report) {
 int RunReport(const HostOptions& host, const ReportOptions& options) {
   const std::optional<ReportRange> range = RangeOf(options);
   const ServedSource source(host, options.source, MissingIndexes::kBuild);
-  if (options.output != "-") archive_source::RefuseToOverwrite(source.Path(), options.output);
+  RefuseToHarm(source.Facts(), options.output);
 
   const ReportData report = CollectReport(source, range);
   const bool holdsEntries = std::any_of(report.files.begin(), report.files.end(),
