@@ -107,15 +107,10 @@ class ArchiveCheckup : public FramingSink {
 
  private:
   void AddStrangers() {
-    const IndexPlace& indexes = mSource.Indexes();
-    if (!indexes.isPrivate) return;
-    const std::string where =
-        indexes.whyNotKept.empty() ? "kept in " + indexes.folder : std::string("not kept");
+    if (!mSource.Indexes().isPrivate) return;
     for (const std::string& stranger : StrangersBeside(mPath)) {
       mFindings->Add({Severity::kNote, "stranger", stranger,
-                      "is not a cache file, though it has the name of one; it is left alone, and "
-                      "the index is " +
-                          where});
+                      "has the name of a cache file, but is none, and is left alone"});
     }
   }
 

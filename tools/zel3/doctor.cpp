@@ -99,6 +99,15 @@ void PrintAsText(const Diagnosis& diagnosis, TimeFormat times) {
              Counted(count(Severity::kNote), "note"));
 }
 
+void TellWhereIndexesAre(const IndexPlace& indexes) {
+  if (!indexes.isPrivate) return;
+  const std::string where =
+      indexes.whyNotKept.empty() ? "kept in " + indexes.folder : "not kept: " + indexes.whyNotKept;
+  std::cerr << Escaped("zel3: indexes cannot lie beside the archives (" + indexes.whyNotBeside +
+                       ") and are " + where)
+            << '\n';
+}
+
 // What cannot be removed stays, and the index is then made in its place or not at all.
 void RemoveCache(const std::string& archive, const std::string& folder) {
   const CacheNames names = CacheOf(archive, folder);
@@ -136,6 +145,7 @@ int RunDoctor(const HostOptions& host, const DoctorOptions& options) {
   } else {
     PrintAsText(diagnosis, options.style.Times());
   }
+  TellWhereIndexesAre(source.Indexes());
   if (options.rebuild) Rebuild(host, source, diagnosis.archives, &progress);
   return diagnosis.findings.empty() ? kExitDone : kExitDamaged;
 }
