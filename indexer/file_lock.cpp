@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <utility>
 
+#include "cancellation_hold.h"
+
 FileLock::FileLock(FileLock&& other) noexcept
     : mHandle(std::exchange(other.mHandle, -1)),
       mIsExclusive(std::exchange(other.mIsExclusive, false)) {}
@@ -28,6 +30,7 @@ bool FileLock::Take(const PlainFile& file) {
 }
 
 void FileLock::Release() {
+  const CancellationHold hold;
   if (mHandle >= 0) close(mHandle);
   mHandle = -1;
   mIsExclusive = false;
