@@ -5,8 +5,8 @@
 # Scenes: links, temporary_folder, two_processes, killed_second, bad_sector, program. Ends with 1 at the first difference.
 set -euo pipefail
 
-zel3=$1
-trouble=$2
+zel3=$(realpath "$1")
+trouble=$(realpath "$2")
 shift 2
 
 work=$(cd "$(mktemp -d)" && pwd -P)
@@ -123,14 +123,16 @@ play_temporary_folder() {
   done
 }
 
-# Becomes the plug-in at work on the archive, in trouble as the arguments say. For a process of its own.
+# Becomes the verb at work on the archive, in trouble as the other arguments say. For a process of its own.
 in_trouble() {
-  exec env LD_PRELOAD="$trouble" "$@" "$zel3" console "$archive" </dev/null >/dev/null 2>&1
+  local verb=$1
+  shift
+  exec env LD_PRELOAD="$trouble" "$@" "$zel3" "$verb" "$archive" </dev/null >/dev/null 2>&1
 }
 
-# Starts a run that stops before its change number $1, in the background; $stopped says whether it has come so far.
+# Starts a run that stops before its change number $2, in the background; $stopped says whether it has come so far.
 start_and_stop() {
-  in_trouble TROUBLE_STOP_BEFORE="$1" &
+  in_trouble "$1" TROUBLE_STOP_BEFORE="$2" &
   other=$!
   stopped=maybe
   local state
@@ -153,7 +155,7 @@ play_two_processes() {
     while :; do
       step=$((step + 1))
       clear_caches
-      start_and_stop $step
+      start_and_stop console $step
       if [ $stopped = no ]; then break; fi
       expect_right_answers "while the other stands before step $step"
       kill -$end $other
@@ -175,9 +177,9 @@ play_killed_second() {
     while :; do
       step=$((step + 1))
       clear_caches
-      start_and_stop $step
+      start_and_stop console $step
       if [ $stopped = no ]; then break; fi
-      in_trouble TROUBLE_KILL_BEFORE=$killed &
+      in_trouble console TROUBLE_KILL_BEFORE=$killed &
       wait $! 2>/dev/null || true
       kill -CONT $other
       wait $other 2>/dev/null || true
@@ -198,16 +200,108 @@ expect_right_after() {
 play_bad_sector() {
   set_up
   # For good: all entries but those of the sector are answered.
-  (in_trouble TROUBLE_BAD_FILE="$archive" TROUBLE_BAD_FROM=204800 TROUBLE_BAD_TO=208896)
+  (in_trouble console TROUBLE_BAD_FILE="$archive" TROUBLE_BAD_FROM=204800 TROUBLE_BAD_TO=208896)
   local id3
   id3=$(stat -c %s "$archives/cam.id3")
   [ "$((id3 / 24))" -ge 590 ] && [ "$((id3 / 24))" -lt 600 ] || fail "$((id3 / 24)) entries of 600 beside a bad sector"
   expect_foreign_untouched "a bad sector"
   # For a moment: the index is whole.
   clear_caches
-  (in_trouble TROUBLE_BAD_FILE="$archive" TROUBLE_BAD_FROM=204800 TROUBLE_BAD_TO=208896 TROUBLE_BAD_TIMES=1)
+  (in_trouble console TROUBLE_BAD_FILE="$archive" TROUBLE_BAD_FROM=204800 TROUBLE_BAD_TO=208896 TROUBLE_BAD_TIMES=1)
   [ "$(stat -c %s "$archives/cam.id3")" = $((600 * 24)) ] || fail "entries are missing after a moment of trouble"
   expect_right_answers "after a moment of trouble"
+}
+
+# What the program says of the archive: its events and the bytes of some of its entries.
+ask_program() {
+  "$zel3" events "$archive" --format jsonl
+  "$zel3" read "$archive" $((start + 300000)) $((start + 900000)) -o - | sha256sum
+}
+expect_right_program() {
+  ask_program >"$work/now" 2>"$work/said" || fail "$1: the program has failed: $(cat "$work/said")"
+  cmp -s "$work/right" "$work/now" || fail "$1: another answer of the program"
+  expect_foreign_untouched "$1"
+  [ ! -e "$TMPDIR/$shared" ] || fail "$1: the program has used the folder that all users share"
+}
+
+# Every verb that reads a source, with what it needs.
+verbs=(info index events 'seek * 2024-05-01T00:10:00Z' 'activity * --stream 1' 'read * 0 1 -o /dev/null'
+  'preview * 0 1' "report * -o $work/page.html")
+
+# The program looks first, and touches nothing that is not its own.
+play_program() {
+  local verb how kind words status before photos=$work/foreign/photos
+  set_up
+  ask_program >"$work/right" 2>/dev/null
+
+  # Pictures with files beside them that have the names of an index, and a file without a suffix.
+  mkdir "$photos"
+  seq 1 20000 | tee "$photos/photo.jpg" >"$photos/notes"
+  for kind in photo.hdr photo.id3 photo.evt hdr id3 evt; do echo "a letter, $kind" >"$photos/$kind"; done
+  foreign "$photos"/*
+  before=$(ls -A "$photos")
+  for verb in "${verbs[@]}"; do
+    [[ $verb = *'*'* ]] || verb="$verb *"
+    for file in photo.jpg notes; do
+      status=0
+      read -ra words <<<"${verb/\*/$file}"
+      (cd "$photos" && "$zel3" "${words[@]}" >/dev/null 2>"$work/said") || status=$?
+      [ $status = 1 ] || fail "$verb of $file ends with $status"
+      grep -q 'is not an archive' "$work/said" || fail "$verb of $file says: $(cat "$work/said")"
+    done
+  done
+  [ "$(ls -A "$photos")" = "$before" ] || fail "files have been made among the pictures"
+
+  # A folder of pictures is not a folder for indexes.
+  status=0
+  "$zel3" events --cache-folder "$photos" "$archive" >/dev/null 2>&1 || status=$?
+  [ $status = 2 ] || fail "pictures as a cache folder end with $status"
+  expect_foreign_untouched "pictures"
+
+  # Letters under the names of a sound archive's index, and links that lead to letters.
+  for how in plain symbolic hard; do
+    for kind in hdr id3 evt; do
+      clear_caches
+      echo "a letter, $kind" >"$work/foreign/letter.$kind"
+      case $how in
+        plain) cp "$work/foreign/letter.$kind" "$archives/cam.$kind" ;;
+        symbolic) ln -s "$work/foreign/letter.$kind" "$archives/cam.$kind" ;;
+        hard) ln "$work/foreign/letter.$kind" "$archives/cam.$kind" ;;
+      esac
+      before=$(cat "$archives/cam.$kind")
+      expect_right_program "a $how letter as $kind"
+      [ "$(cat "$archives/cam.$kind")" = "$before" ] || fail "a $how letter as $kind has changed"
+      [ "$(ls -A "$archives" | wc -l)" = 2 ] || fail "a $how letter as $kind: something has been made beside it"
+    done
+  done
+
+  # Nothing is made where nothing may be made.
+  clear_caches
+  "$zel3" events --no-index "$archive" >/dev/null 2>&1 || true
+  [ "$(ls -A "$archives")" = cam.zel3 ] || fail "--no-index has made files"
+
+  # Links to the archive as outputs.
+  ln -s "$archive" "$work/symbolic.bin"
+  ln "$archive" "$work/hard.bin"
+  for how in symbolic hard; do
+    status=0
+    "$zel3" read "$archive" $start $((start + 60000)) -o "$work/$how.bin" >/dev/null 2>&1 || status=$?
+    [ $status = 2 ] || fail "the archive as output through a $how link ends with $status"
+    expect_foreign_untouched "a $how link as output"
+  done
+
+  # Another process at work on the index is waited for.
+  clear_caches
+  start_and_stop index 10
+  [ $stopped = yes ] || fail "the first does not come to step 10"
+  ask_program >"$work/now" 2>"$work/said" &
+  local second=$!
+  until grep -q 'waiting for another process' "$work/said"; do kill -0 $second || fail "nobody waits"; done
+  kill -CONT $other
+  wait $second || fail "waiting has failed: $(cat "$work/said")"
+  wait $other || true
+  cmp -s "$work/right" "$work/now" || fail "another answer after waiting"
+  expect_right_program "after waiting"
 }
 
 for scene in "$@"; do "play_$scene"; done
