@@ -296,9 +296,12 @@ TEST_F(Doctor, TellsWhichCacheEndsWithinARecord) {
 TEST_F(Doctor, TellsACacheThatIsNotWhole) {
   const std::string path = Write("a.zel3", {10, 20});
   ASSERT_EQ(Run({"index", path}).exitCode, 0);
-  WriteFile(*this / "a.evt.unfinished.evt", "half");
-  EXPECT_THAT(FindingsIn(path), ElementsAre("warning cache-leftover a.evt.unfinished.evt"));
-  fs::remove(*this / "a.evt.unfinished.evt");
+  for (const char* unfinished :
+       {"a.evt.unfinished.evt", "a.hdr.unfinished.hdr", "a.id3.unfinished.id3"}) {
+    WriteFile(*this / unfinished, "half");
+    EXPECT_THAT(FindingsIn(path), ElementsAre(std::string("warning cache-leftover ") + unfinished));
+    fs::remove(*this / unfinished);
+  }
   fs::remove(*this / "a.evt");
   EXPECT_THAT(FindingsIn(path), ElementsAre("warning cache-incomplete a.id3"));
 }

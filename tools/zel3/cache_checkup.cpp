@@ -113,8 +113,9 @@ CacheState CacheCheckup::Finish(Findings* findings) {
   const bool hasEntries = QFileInfo::exists(mNames.entries);
   const bool hasHeaders = QFileInfo::exists(mNames.headers);
   const bool hasEvents = QFileInfo::exists(mNames.events);
-  const QString unfinished = UnfinishedName(mNames.events);
-  if (QFileInfo::exists(unfinished)) {
+  for (const QString& name : {mNames.entries, mNames.headers, mNames.events}) {
+    const QString unfinished = UnfinishedName(name);
+    if (!QFileInfo::exists(unfinished)) continue;
     Report("cache-leftover", FileName(unfinished), "is left over from a save that did not end",
            findings);
   }

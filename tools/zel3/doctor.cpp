@@ -111,18 +111,18 @@ void TellWhereIndexesAre(const IndexPlace& indexes) {
 // What cannot be removed stays, and the index is then made in its place or not at all.
 void RemoveCache(const std::string& archive, const std::string& folder) {
   const CacheNames names = CacheOf(archive, folder);
-  for (const QString& path :
-       {names.entries, names.headers, names.events, UnfinishedName(names.events)}) {
-    QFile::remove(path);
+  for (const QString& name : {names.entries, names.headers, names.events}) {
+    QFile::remove(name);
+    QFile::remove(UnfinishedName(name));
   }
 }
 
 void Rebuild(const HostOptions& host, const SourceFacts& source,
              const std::vector<ArchiveFacts>& archives, ProgressBar* progress) {
+  const ServedSource served(host, source.Path(), MissingIndexes::kBuild);
   for (const ArchiveFacts& facts : archives) {
     if (facts.cache == CacheState::kUnsound) RemoveCache(facts.path, source.Indexes().folder);
   }
-  const ServedSource served(host, source.Path(), MissingIndexes::kBuild);
   const std::vector<IndexedFile> files = BuildIndexes(served, progress);
   const auto count = [&files](FileState state) {
     return std::count_if(files.begin(), files.end(),
