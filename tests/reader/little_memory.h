@@ -97,6 +97,13 @@ class LittleMemory : public RunTest {
     return path;
   }
 
+  std::vector<Bytes> Caches() const {
+    std::vector<Bytes> caches;
+    for (const char* const extension : {"id3", "hdr", "evt"})
+      caches.push_back(ReadFile(CachePath(folder / "cam.zel3", extension)));
+    return caches;
+  }
+
   // The last answer of a reader that has all the memory that it needs, after a run if one is
   // needed.
   std::string AnswerAt(std::uint64_t time) {

@@ -47,6 +47,78 @@ TEST_F(LittleMemory, ARunThatLosesARecordGoesOnAndIsNotKept) {
   }
 }
 
+// Neither what is only told to clients nor a request for more bytes is a record.
+TEST_F(LittleMemory, ARunThatLosesNoRecordIsKept) {
+  PlaceIndexed();
+  const std::vector<Bytes> whole = Caches();
+  const cMemBlock notRecords[] = {ParsedPlace(archive.bytes.size()),
+                                  StreamMark(tag::kBlockFinished)};
+  for (const cMemBlock& block : notRecords) {
+    Sweep(
+        FourCcText(block.GetType()),
+        [&] {
+          workshop.pullsItself = false;
+          OpenInARun(PlaceUnindexed());
+          ReportAll(archive);
+        },
+        [&] { OnData(block); },
+        [&](Shortage) {
+          EXPECT_THAT(Without("Warn W008", EndRun()), ElementsAre("Cewg"));
+          EXPECT_EQ(Caches(), whole);
+          ExpectEndsWithItsChildren();
+        });
+  }
+}
+
+TEST_F(LittleMemory, ARunThatLosesARecordWhileItWaitsForBytesIsNotKept) {
+  const std::vector<Bytes> empty(3);
+  const std::size_t numberOfRecords = archive.records.size();
+  int lost = 0;
+  for (std::size_t number = 0; number < numberOfRecords; ++number) {
+    workshop.pullsItself = false;
+    OpenInARun(PlaceUnindexed());
+    bool felt = false;
+    {
+      const ScarceMemory scarce(0);
+      OnData(StreamMark(tag::kBlockFinished));
+    }
+    for (std::size_t i = 0; i < numberOfRecords; ++i) {
+      const ScarceMemory scarce(i == number ? 0 : 1000);
+      OnData(archive.records[i].block);
+      felt = felt || scarce.Refused() > 0;
+    }
+    const bool isRecord = archive.records[number].block.GetType() != tag::kParserTag;
+    Settle();
+    EndRun();
+    EXPECT_EQ(Caches() == empty, felt && isRecord) << number;
+    lost += felt && isRecord ? 1 : 0;
+    ExpectEndsWithItsChildren();
+  }
+  EXPECT_GT(lost, 3);
+}
+
+// A record lost in one run is none of the next.
+TEST_F(LittleMemory, ARunAfterOneThatLostARecordIsKept) {
+  PlaceIndexed();
+  const std::vector<Bytes> whole = Caches();
+  workshop.pullsItself = false;
+  PlaceUnindexed();
+  Open(folder.Path());
+  Ask(ChunkRequest(20000));
+  const cMemBlock lost = ParsedIndex(5);
+  {
+    const ScarceMemory scarce(0);
+    OnData(lost);
+    ASSERT_GT(scarce.Refused(), 0);
+  }
+  EndRun();
+  EXPECT_NE(Caches(), whole);
+  Ask(ChunkRequest(20000));
+  ReportAll(archive);
+  EXPECT_THAT(Without("Warn W008", EndRun()), testing::Contains("Cewg"));
+  EXPECT_EQ(Caches(), whole);
+}
+
 TEST_F(LittleMemory, TheEndOfARunLeavesNoChildren) {
   const cMemBlock endOfFile = Message(tag::kLevelWarning, tag::kCodeEndOfFile);
   Sweep(
