@@ -319,6 +319,14 @@ TEST_F(EntryBytes, AnEmptyArchiveWithACacheGivesTwoMarkers) {
   EXPECT_EQ(Entry(0, 10000), NotFound(10000));
 }
 
+// The length of this entry is so near to 2^64 that the sum of all lengths is 12.
+TEST_F(EntryBytes, AnEntryOfAnEmptyArchiveIsTooLargeToBeSent) {
+  const std::string path = Place("cam.zel3", Bytes());
+  IndexCache{{{10, 100}}}.WriteBeside(path);
+  OpenAndStart(path);
+  EXPECT_EQ(Entry(0, 10000), NotFound(10000));
+}
+
 TEST_F(EntryBytes, ARequestLeavesTheAnswerOfTheNextTimeRequestAlone) {
   OpenArchive();
   Entry(2, 30000);

@@ -154,6 +154,21 @@ TEST_F(IndexingRun, ProgressIsCountedOnTheFileThatIsOpen) {
               ElementsAre("Warn W008 " + std::to_string(percent) + "% small.zel3"));
 }
 
+// A file that does not open becomes the current one, but the size stays that of the one before.
+TEST_F(IndexingRun, ProgressIsCountedOnTheFileThatWasOpenedLast) {
+  const std::string last = Place("last.zel3", NumberedBytes(401));
+  const std::string gone = Place("gone.zel3", NumberedBytes(801));
+  IndexCache{{{110, 100}, {120, 200}}}.WriteBeside(last);
+  IndexCache{{{210, 100}, {220, 200}}}.WriteBeside(gone);
+  Place("cam.zel3", ArchiveOf("cam", {10, 20}));
+  Open(folder.Path());
+  ASSERT_THAT(Ask(ChunkRequest(210000)), ElementsAre("IRN3 2/0 at 210000"));
+  std::filesystem::remove(gone);
+  EXPECT_THAT(Ask(BytesRequest(MakeIndexId(2, 0), 210000)), testing::SizeIs(1));
+  EXPECT_THAT(Ask(ChunkRequest(15000)), ElementsAre("Warn W008 0% gone.zel3"));
+  EXPECT_THAT(Report(ParsedPlace(200)), ElementsAre("Warn W008 49% gone.zel3"));
+}
+
 TEST_F(IndexingRun, AUsedUpBlockMakesTheReaderPull) {
   OpenInARun(Place("cam.zel3", NumberedBytes(100)));
   EXPECT_THAT(Report(StreamMark(FourCc("TagF"))), IsEmpty());

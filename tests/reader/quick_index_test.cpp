@@ -305,20 +305,30 @@ TEST_P(TailSearch, FindsTheLastMarkerThatStandsInAStretch) {
 }
 
 // Of each end 8,192 bytes are read at first, and the whole stretch only when they do not tell.
+// The first index record stands before the header, so that only the header can ask for the rest.
 TEST_F(QuickIndex, TheHeaderMayStandWhereTheFirstReadEnds) {
+  constexpr std::size_t kFirstRead = 8192;
+  ArchiveBuilder oneStream("cam");
+  oneStream.Header({{7}});
+  ArchiveBuilder twoStreams("cam");
+  twoStreams.Header({{7}, {255}});
+  const std::size_t size = twoStreams.Size();
+  // By its length the header ends with its last stream, or on the id of it.
+  const auto onTheId = static_cast<std::int16_t>(oneStream.Size() - size + 1);
   Bytes expected(32);
-  expected[0] = 0x81;
+  expected[0] = 0x80;
   expected[31] = 0x80;
-  for (std::int16_t place = 8192 - 80; place < 8192 + 5; ++place) {
-    const auto delta = static_cast<std::int16_t>(5 + place);
-    OpenFolderWith(ArchiveBuilder("cam")
-                       .Filler(static_cast<std::size_t>(place))
-                       .Header({{0}, {7}, {255}}, delta)
-                       .Index(10)
-                       .Filler(100)
-                       .Content());
-    EXPECT_EQ(StreamMap(), expected) << place;
-    EndReader();
+  for (const std::int16_t extraLength : {std::int16_t{0}, onTheId}) {
+    const auto length = static_cast<std::int16_t>(static_cast<int>(size) - 5 + extraLength);
+    for (std::size_t place = kFirstRead - size - 5; place < kFirstRead + 5; ++place) {
+      ArchiveBuilder archive("cam");
+      archive.Index(10).Filler(place - kIndexRecordSize);
+      const auto toTheStart = static_cast<std::int16_t>(-length);
+      archive.Header({{7}, {255}}, toTheStart, extraLength).Filler(100);
+      OpenFolderWith(archive.Content());
+      EXPECT_EQ(StreamMap(), expected) << place << ", " << extraLength;
+      EndReader();
+    }
   }
 }
 
