@@ -15,8 +15,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr FileOperation kChangesAndReads[] = {FileOperation::kRead, FileOperation::kWrite,
-                                              FileOperation::kSync, FileOperation::kRename,
+constexpr FileOperation kChangesAndReads[] = {FileOperation::kRead,   FileOperation::kWrite,
+                                              FileOperation::kSync,   FileOperation::kRename,
                                               FileOperation::kRemove, FileOperation::kLock};
 
 struct Fault {

@@ -78,9 +78,10 @@ TEST_F(LittleMemory, ARunThatLosesARecordWhileItWaitsForBytesIsNotKept) {
     workshop.pullsItself = false;
     OpenInARun(PlaceUnindexed());
     bool felt = false;
+    const cMemBlock finished = StreamMark(tag::kBlockFinished);
     {
       const ScarceMemory scarce(0);
-      OnData(StreamMark(tag::kBlockFinished));
+      OnData(finished);
     }
     for (std::size_t i = 0; i < numberOfRecords; ++i) {
       const ScarceMemory scarce(i == number ? 0 : 1000);
