@@ -304,6 +304,15 @@ TEST_P(TailSearch, FindsTheLastMarkerThatStandsInAStretch) {
       << example.place << " of " << example.size;
 }
 
+// Length -100 and delta 132 name the place 32, as soon as both words have been read.
+TEST_F(QuickIndex, AHeaderOfNegativeLengthMayStandWhereTheFirstReadEnds) {
+  for (std::size_t place = 8192 - 12; place < 8192 + 5; ++place) {
+    Bytes content = ArchiveBuilder("").Filler(32).Index(10).Filler(place - 32 - 13).Content();
+    content = Joined(content, {0xB5, 0xB5, 0x05, 0xB5, 0x9C, 0xFF, 0x84, 0x00, 0, 0, 0, 0});
+    EXPECT_TRUE(IsArchive(content)) << place;
+  }
+}
+
 // Of each end 8,192 bytes are read at first, and the whole stretch only when they do not tell.
 // The first index record stands before the header, so that only the header can ask for the rest.
 TEST_F(QuickIndex, TheHeaderMayStandWhereTheFirstReadEnds) {

@@ -47,6 +47,27 @@ TEST_F(LittleMemory, ARunThatLosesARecordGoesOnAndIsNotKept) {
   }
 }
 
+TEST_F(LittleMemory, AnIndexReaderSendsItsBytesAtOnceOrTheNextTime) {
+  workshop.pullsItself = false;
+  Sweep(
+      "bytes",
+      [&] {
+        OpenInARun(PlaceUnindexed());
+        Parser().Pull();
+      },
+      [&] { pipeline.RunOne(); },
+      [&](Shortage shortage) {
+        Run();
+        if (shortage.IsLasting()) {
+          EXPECT_THAT(Parser().received, IsEmpty());
+          Parser().Pull();
+          Run();
+        }
+        EXPECT_EQ(Parser().received, archive.bytes);
+        ExpectEndsWithItsChildren();
+      });
+}
+
 // Neither what is only told to clients nor a request for more bytes is a record.
 TEST_F(LittleMemory, ARunThatLosesNoRecordIsKept) {
   PlaceIndexed();
@@ -62,7 +83,12 @@ TEST_F(LittleMemory, ARunThatLosesNoRecordIsKept) {
           ReportAll(archive);
         },
         [&] { OnData(block); },
-        [&](Shortage) {
+        [&](Shortage shortage) {
+          Run();
+          const bool pulls = block.GetType() == tag::kStreamTag;
+          if (!shortage.IsLasting()) {
+            EXPECT_EQ(client->pulls.size(), pulls ? 1u : 0u);
+          }
           EXPECT_THAT(Without("Warn W008", EndRun()), ElementsAre("Cewg"));
           EXPECT_EQ(Caches(), whole);
           ExpectEndsWithItsChildren();
