@@ -1,3 +1,4 @@
+#include "callbacks.h"
 #include "parser_brick_test.h"
 
 namespace {
@@ -57,6 +58,7 @@ TEST_F(RefusedSends, OfCommandsAreTriedAgainAtOnceToo) {
   mReader.refusals = 2;
   SendAll();
   EXPECT_EQ(mReader.commands, mPulls);
+  EXPECT_EQ(mClient.data, mAll);
   mReader.refusals = 2;
   mClient.SendCmd(ChunkRequestBlock::New());
   Settle();
@@ -104,6 +106,35 @@ TEST_F(RefusedSends, AreMadeUpForAtTheNextCallOfAnyKind) {
       ForgetAll();
     }
   }
+}
+
+// A client of a host that delivers at once: it answers each block that is used up with the next
+// one, while the parser is still sending.
+class EagerClient final : public CBrick {
+ public:
+  void enqueueData(cMemBlock const& block) override {
+    data.push_back(Describe(block));
+    if (data.back() != "Tag  TagF" || next.empty()) return;
+    const cMemBlock given = next.front();
+    next.erase(next.begin());
+    (parser->*(&Callbacks::onData))(given);
+  }
+
+  CBrick* parser = nullptr;
+  std::vector<cMemBlock> next;
+  Lines data;
+};
+
+TEST_F(ParserBrickTest, TakesBlocksThatComeWhileItSends) {
+  EagerClient eager;
+  eager.parser = mParser;
+  eager.next = {Raw(ArchiveBytes().Index(2)), Raw(ArchiveBytes().Index(3))};
+  mClient.DisconnectFrom(mParser);
+  eager.ConnectAfter(mParser);
+  ReaderSendsBytes(ArchiveBytes().Index(1));
+  EXPECT_THAT(eager.data,
+              testing::ElementsAre("TagP 0", "Idx3 time 1", "Tag  TagF", "TagP 13", "Idx3 time 2",
+                                   "Tag  TagF", "TagP 26", "Idx3 time 3", "Tag  TagF"));
 }
 
 // An entry starts with a record, also when a half one has been held for a while.
