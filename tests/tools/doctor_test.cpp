@@ -316,8 +316,8 @@ TEST_F(Doctor, TellsEachStrangerThatHasTheNameOfACache) {
               ElementsAre("note stranger a.id3", "note stranger a.hdr", "note stranger a.evt"));
   EXPECT_EQ(report["files"][0]["cache"], "none");
   EXPECT_THAT(mResult.err, testing::MatchesRegex(
-                               "zel3: indexes cannot lie beside the archives \\(a.id3 is not of "
-                               "an index\\) and are kept in " +
+                               "zel3: indexes cannot lie beside the archives \\(a.id3 is not a "
+                               "cache file\\) and are kept in " +
                                CacheHome() + "/zel3/[0-9a-f]{32}\n1 cache made anew, .*\n"));
   EXPECT_THAT(EntryNames(Folder()), ElementsAre("a.evt", "a.hdr", "a.id3", "a.zel3"));
   EXPECT_EQ(Examine(path)["files"][0]["cache"], "sound") << "where the index is kept";

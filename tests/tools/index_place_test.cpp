@@ -52,7 +52,7 @@ class Places : public ProgramTest {
     const ProgramResult result = Finish();
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.err,
-                StartsWith("zel3: the index is not kept: cam.hdr is not of an index, and "));
+                StartsWith("zel3: the index is not kept: cam.hdr is not a cache file, and "));
     EXPECT_THAT(result.err, HasSubstr(why));
     EXPECT_THAT(EntryNames(Temporary()), IsEmpty()) << "what was made is gone";
   }

@@ -1,4 +1,6 @@
 #include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -94,6 +96,31 @@ TEST_F(Index, ATerminalShowsTheProgressOfEachFile) {
 TEST_F(Index, OnlyFailuresAreAFailure) {
   WriteFile(*this / "a.zel3", std::string(1000, 'x'));
   EXPECT_THAT(States(1), ElementsAre("failed"));
+}
+
+// The parser does not know older files, and where nothing can be written nothing is kept.
+TEST_F(Index, AnArchiveThatCannotBeIndexedIsNotCalledNone) {
+  const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
+  const std::string path = SampleFile(Folder(), truth, 0);
+  ASSERT_EQ(std::rename(SampleFile(Folder(), truth, 1).c_str(), (*this / "old.zel").c_str()), 0);
+  const std::string why = " cannot be indexed, or its index cannot be written\n";
+  for (const Arguments& verb : {Arguments{"info"}, Arguments{"seek", "1"}}) {
+    const auto on = [&verb](const std::string& source) {
+      Arguments arguments = verb;
+      arguments.insert(arguments.begin() + 1, source);
+      return arguments;
+    };
+    EXPECT_EQ(Run(on(*this / "old.zel")).err, "zel3: old.zel" + why);
+    Start(on(path), [] {
+      signal(SIGXFSZ, SIG_IGN);
+      constexpr rlim_t kLessThanTheIndex = 100;
+      const rlimit limit{kLessThanTheIndex, kLessThanTheIndex};
+      setrlimit(RLIMIT_FSIZE, &limit);
+    });
+    const ProgramResult result = Finish();
+    EXPECT_EQ(result.err, "zel3: " + truth.files[0].name + why);
+    EXPECT_EQ(result.exitCode, 1);
+  }
 }
 
 TEST_F(Index, ATruncatedFileIsIndexedAsFarAsItGoes) {

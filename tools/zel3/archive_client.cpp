@@ -87,10 +87,7 @@ ArchiveClient::ArchiveClient(const ServedSource& source, const std::string& arch
     if (!mSource.WaitForOthers(mPath) && !mSource.Facts().HasIndex(mPath)) break;
     Open();
   }
-  if (mBuiltAnIndex && !IsServed()) {
-    mErrorMessage =
-        archive_source::FileName(mPath) + " cannot be indexed, or its index cannot be written";
-  }
+  mIsServed = archive_source::IsFolder(mPath) || IsServed();
 }
 
 void ArchiveClient::Open() {
@@ -102,7 +99,7 @@ void ArchiveClient::Open() {
   mProgress->Clear();
 }
 
-// Whether the reader knows archives. Only a single file is opened by building its index.
+// Whether the reader knows archives.
 bool ArchiveClient::IsServed() {
   return List().has_value();
 }
@@ -114,7 +111,7 @@ std::optional<ArchiveList> ArchiveClient::List() {
 
 ArchiveList ArchiveClient::ListOrFail() {
   if (auto list = List()) return *list;
-  if (!mErrorMessage.empty()) throw ToolError(mErrorMessage);
+  FailWithReason();
   throw ToolError("the reader could not open all files and gives no list; zel3 index names them");
 }
 
@@ -175,9 +172,18 @@ std::vector<std::uint8_t> ArchiveClient::Activity(std::uint64_t from, std::uint6
   return std::move(mAnswers.levels);
 }
 
+// What a reader says of a file that it cannot index is that there is no archive.
+void ArchiveClient::FailWithReason() const {
+  if (!mIsServed) {
+    throw ToolError(archive_source::FileName(mPath) +
+                    " cannot be indexed, or its index cannot be written");
+  }
+  if (!mErrorMessage.empty()) throw ToolError(mErrorMessage);
+}
+
 void ArchiveClient::FailWithNothing(const std::string& what) {
   if (!List()) {
-    if (!mErrorMessage.empty()) throw ToolError(mErrorMessage);
+    FailWithReason();
     throw ToolError(what + ", but the reader could not open all files", kExitNothing);
   }
   throw ToolError(what, kExitNothing);

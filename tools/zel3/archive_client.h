@@ -109,6 +109,7 @@ class ArchiveClient {
 
   void Open();
   bool IsServed();
+  void FailWithReason() const;
   void Ask(const cMemBlock& command);
   void Note(const cMemBlock& block);
   void NoteNotification(const cMemBlock& block);
@@ -127,6 +128,7 @@ class ArchiveClient {
   bool mForward = true;
   bool mStopped = true;  // the reader gives no previews
   bool mBuiltAnIndex = false;
+  bool mIsServed = true;  // false: a single file of which the reader gives nothing
   std::string mErrorMessage;
   std::optional<ArchiveSession> mSession;
 };

@@ -140,11 +140,10 @@ bool IsPlain(const struct statx& status) {
 
 enum class Extent { kAll, kStart };
 
-bool HasShape(const std::string& path, CacheKind kind, Extent extent) {
-  const FileHandle file = OpenForReading(path, O_NOFOLLOW);
+bool HasShape(const FileHandle& file, CacheKind kind, Extent extent) {
   Shape shape(kind);
   std::vector<unsigned char> portion(kPortion);
-  while (file.IsOpen() && ReadPortion(file, &portion)) {
+  while (ReadPortion(file, &portion)) {
     interruption::Check();
     if (!shape.Take(portion.data(), portion.size())) return false;
     if (portion.size() < kPortion) return extent == Extent::kStart || shape.IsWhole();
@@ -156,7 +155,12 @@ bool HasShape(const std::string& path, CacheKind kind, Extent extent) {
 bool IsStranger(const std::string& path, CacheKind kind, Extent extent) {
   const auto status = StatusOf(path, Links::kNot);
   if (!status) return errno != ENOENT;
-  return !IsPlain(*status) || (status->stx_size > 0 && !HasShape(path, kind, extent));
+  if (!IsPlain(*status)) return true;
+  if (status->stx_size == 0) return false;
+  const FileHandle file = OpenForReading(path, O_NOFOLLOW);
+  // Another process may just have given the file its final name.
+  if (!file.IsOpen()) return errno != ENOENT;
+  return !HasShape(file, kind, extent);
 }
 
 }  // namespace

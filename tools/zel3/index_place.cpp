@@ -81,7 +81,7 @@ std::string WhyNotBeside(const std::string& archive) {
     return "readers leave nothing in a folder " + std::string(kReservedFolder);
   if (!HasNameOfItsOwn(archive)) return name + " has no suffix to replace";
   const std::vector<std::string> strangers = StrangersBeside(archive);
-  if (!strangers.empty()) return strangers.front() + " is not of an index";
+  if (!strangers.empty()) return strangers.front() + " is not a cache file";
   if (HasIndex(archive, "") || CanBeMadeBeside(archive)) return "";
   return folder + " cannot be written";
 }
@@ -115,8 +115,9 @@ IndexPlace PlaceOfIndexes(const std::string& askedFor, const std::vector<std::st
   if (!askedFor.empty()) {
     for (const std::string& archive : archives) {
       if (HasNameOfItsOwn(archive)) continue;
-      throw ToolError(archive + " has no suffix, and so no index in a cache folder of its own name",
-                      kExitUsage);
+      throw ToolError(
+          archive + " has no suffix, so its index would have no name of its own in a cache folder",
+          kExitUsage);
     }
     place.folder = askedFor;
     return place;
