@@ -54,6 +54,6 @@ std::optional<QString> FolderOfName(const QDir& temporary, const QString& name) 
 std::optional<QString> SharedCacheFolder(const QString& temporary) {
   const QDir folder(temporary);
   const QString name = QLatin1String(kName);
-  if (const auto shared = FolderOfName(folder, name)) return shared;
+  if (auto shared = FolderOfName(folder, name)) return shared;
   return FolderOfName(folder, name + QLatin1Char(' ') + QString::number(geteuid()));
 }

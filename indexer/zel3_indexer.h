@@ -185,12 +185,12 @@ class cZel3Indexer {
     QString cacheFolder;
   };
 
-  bool scanning = false;
   std::unique_ptr<CacheHousekeeping> housekeeping;  // kept during a scan only
-  Detour detour;
+  bool scanning = false;
   bool cacheFolderRefused = false;  // nothing is read from or written to `cacheFolder`
   bool namesRefused = false;        // the three names below lie in a refused folder
-  CacheClaim claim;                 // of a run
+  Detour detour;
+  CacheClaim claim;  // of a run
   QString currentFilePath;
   QString hdrFileName;
   PlainFile hdrFile;

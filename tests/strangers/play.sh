@@ -2,7 +2,7 @@
 # Plays what strangers, other processes and bad disks do to archives and their caches, and sees that no byte of theirs
 # changes and that every archive is answered right afterwards.
 #   play.sh PROGRAM TROUBLE_LIBRARY SCENE...
-# Scenes: links, temporary_folder, two_processes, killed_second, bad_sector, program. Ends with 1 at the first difference.
+# Scenes: links, temporary_folder, two_processes, killed_second, many_programs, bad_sector, program. Ends with 1 at the first difference.
 set -euo pipefail
 
 zel3=$(realpath "$1")
@@ -186,6 +186,30 @@ play_killed_second() {
       expect_right_after "the first had stood before step $step and the second was killed before step $killed"
     done
     wait $other || true
+  done
+}
+
+# Many programs index the archive at once; half of them are killed.
+play_many_programs() {
+  local round program programs
+  set_up
+  for round in 1 2 3 4; do
+    clear_caches
+    programs=()
+    for program in 1 2 3 4 5 6 7 8; do
+      "$zel3" index "$archive" >"$work/said.$program" 2>&1 &
+      programs+=($!)
+    done
+    if [ $round -gt 2 ]; then
+      kill -KILL "${programs[@]:0:4}" 2>/dev/null || true
+      wait "${programs[@]:0:4}" 2>/dev/null || true
+      programs=("${programs[@]:4}")
+    fi
+    for program in "${programs[@]}"; do
+      wait "$program" || fail "one of many ends with $?: $(cat "$work"/said.*)"
+    done
+    "$zel3" doctor "$archive" >"$work/said" || fail "round $round: $(cat "$work/said")"
+    expect_right_after "round $round"
   done
 }
 

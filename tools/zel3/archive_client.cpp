@@ -1,7 +1,9 @@
 #include "archive_client.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
+#include <thread>
 
 #include "archive_source.h"
 #include "byte_cursor.h"
@@ -13,7 +15,12 @@
 
 namespace {
 
-constexpr int kMostOpenings = 3;
+// So often a reader is made anew because another process builds the same index.
+constexpr int kMostOpenings = 10;
+
+// How long to look for the next process that builds an index, and how often.
+constexpr int kLooks = 4;
+constexpr std::chrono::milliseconds kBetweenLooks(50);
 
 // A reader on a folder reports progress against the file that it opened last, not the one that it
 // indexes, so only a single file is named.
@@ -83,11 +90,19 @@ ArchiveClient::ArchiveClient(const ServedSource& source, const std::string& arch
   Open();
   // Where another process has begun to build the same index just before, this reader could keep
   // nothing.
-  for (int i = 0; i < kMostOpenings && mBuiltAnIndex && !IsServed(); ++i) {
-    if (!mSource.WaitForOthers(mPath) && !mSource.Facts().HasIndex(mPath)) break;
+  for (int i = 0; i < kMostOpenings && mBuiltAnIndex && !IsServed() && OthersBuildTheIndex(); ++i)
     Open();
-  }
   mIsServed = archive_source::IsFolder(mPath) || IsServed();
+}
+
+// Waits for them. A run that begins makes the files of the index anew, so for a moment there are
+// none, which does not mean that nobody is at work.
+bool ArchiveClient::OthersBuildTheIndex() {
+  for (int look = 0; look < kLooks; ++look) {
+    if (look > 0) std::this_thread::sleep_for(kBetweenLooks);
+    if (mSource.WaitForOthers(mPath) || mSource.Facts().HasIndex(mPath)) return true;
+  }
+  return false;
 }
 
 void ArchiveClient::Open() {

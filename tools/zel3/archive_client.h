@@ -107,6 +107,7 @@ class ArchiveClient {
     bool runEnded = false;
   };
 
+  bool OthersBuildTheIndex();
   void Open();
   bool IsServed();
   void FailWithReason() const;
