@@ -121,7 +121,7 @@ TEST_F(LittleMemory, ARunThatLosesARecordWhileItWaitsForBytesIsNotKept) {
     lost += felt && isRecord ? 1 : 0;
     ExpectEndsWithItsChildren();
   }
-  EXPECT_GT(lost, 3);
+  EXPECT_GT(lost, 0);
 }
 
 // A record lost in one run is none of the next.
