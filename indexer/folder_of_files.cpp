@@ -7,6 +7,8 @@
 #include <QFile>
 #include <cerrno>
 
+#include "cancellation_hold.h"
+
 namespace {
 
 QByteArray FolderOf(const QString& path) {
@@ -34,6 +36,7 @@ bool MayRemove(const QString& path) {
 }
 
 bool SyncFolderOf(const QString& path) {
+  const CancellationHold hold;
   const int folder = open(FolderOf(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (folder < 0) return true;
   const bool synced = fsync(folder) == 0 || errno == EINVAL || errno == ENOTSUP;

@@ -120,6 +120,7 @@ bool PlainFile::SaveAndClose() {
   const bool onDisk = fdatasync(mHandle) == 0 || errno == EINVAL || errno == ENOTSUP;
   const bool saved = onDisk && !mFailed;
   // A disk may be found full as late as here.
+  const CancellationHold hold;
   const bool closed = close(mHandle) == 0;
   mHandle = -1;
   Close();
