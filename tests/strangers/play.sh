@@ -220,9 +220,16 @@ expect_right_after() {
   if compgen -G "$archives/*unfinished*" >/dev/null; then fail "something is left over after $1"; fi
 }
 
-# Bytes of the archive cannot be read while it is indexed.
+# Bytes of the archive cannot be read.
 play_bad_sector() {
+  local status=0
   set_up
+  # The program shows what stands before and after them, and says how many they are.
+  LD_PRELOAD=$trouble TROUBLE_BAD_FILE=$archive TROUBLE_BAD_FROM=204800 TROUBLE_BAD_TO=208896 \
+    "$zel3" dump "$archives" >"$work/dumped" 2>"$work/said" || status=$?
+  [ $status = 3 ] || fail "dump ends with $status"
+  grep -q '4096 bytes of cam.zel3 cannot be read' "$work/said" || fail "dump says: $(cat "$work/said")"
+  [ "$(grep -c ' index ' "$work/dumped")" -ge 590 ] || fail "dump stops at a bad sector"
   # For good: all entries but those of the sector are answered.
   (in_trouble console TROUBLE_BAD_FILE="$archive" TROUBLE_BAD_FROM=204800 TROUBLE_BAD_TO=208896)
   local id3

@@ -82,9 +82,14 @@ class ArchiveCheckup : public FramingSink {
     AddBytes(finding, position, bytes);
   }
 
-  ArchiveFacts Finish(std::uint64_t bytes) {
-    mFacts.bytes = bytes;
-    if (bytes < kSmallestArchive) {
+  ArchiveFacts Finish(const ScannedBytes& bytes) {
+    mFacts.bytes = bytes.all;
+    if (bytes.unreadable > 0) {
+      Finding finding = About(Severity::kError, "unreadable", "cannot be read in part");
+      finding.bytes = bytes.unreadable;
+      mFindings->Add(finding);
+    }
+    if (bytes.all < kSmallestArchive) {
       mFindings->Add(About(Severity::kError, "too-small", "readers leave so small a file out"));
     } else if (!mHasHeader) {
       mFindings->Add(About(Severity::kError, "no-header", "without a header nothing can be read"));
@@ -101,7 +106,8 @@ class ArchiveCheckup : public FramingSink {
     }
     if (mSource.Others().count(mPath) > 0) return mFacts;
     AddStrangers();
-    mFacts.cache = mCache.Finish(mFindings);
+    // What cannot be read cannot be compared; an index may know more of it.
+    if (bytes.unreadable == 0) mFacts.cache = mCache.Finish(mFindings);
     return mFacts;
   }
 

@@ -5,11 +5,12 @@
 #include "archive_scan.h"
 #include "archive_source.h"
 #include "record_printer.h"
+#include "render.h"
 #include "tool_error.h"
 
 namespace {
 
-// Whether the file is without damage.
+// Whether all of the file can be read, and without damage.
 bool DumpFile(const std::string& path, const OutputStyle& style) {
   const std::string name = archive_source::FileName(path);
   const bool asText = style.format == OutputFormat::kText;
@@ -25,8 +26,11 @@ bool DumpFile(const std::string& path, const OutputStyle& style) {
     if (!std::cout) throw ToolError("cannot write to the standard output");
   });
   if (asText) record_printer::PrintTextHeading(name);
-  ScanArchive(path, records);
-  return whole;
+  const ScannedBytes bytes = ScanArchive(path, records);
+  if (bytes.unreadable == 0) return whole;
+  std::cerr << "zel3: " << bytes.unreadable << " bytes of " << Escaped(name)
+            << " cannot be read; zeros stand for them\n";
+  return false;
 }
 
 }  // namespace

@@ -22,12 +22,12 @@ std::size_t ArchiveStream::Read(const PlainFile& file, unsigned char* bytes, std
   return done;
 }
 
-std::size_t ArchiveStream::PassOver(const PlainFile& file, unsigned char* bytes,
-                                    std::size_t size) const {
+std::size_t ArchiveStream::PassOver(const PlainFile& file, unsigned char* bytes, std::size_t size) {
   const std::uint64_t end = std::min(mNextPlace, file.SizeNow());
   if (end <= mPosition) return 0;
   const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(size, end - mPosition));
   std::memset(bytes, 0, count);
+  mPassedOver += count;
   return count;
 }
 

@@ -23,6 +23,9 @@ class ArchiveStream {
   // failed, also some that were read are tried.
   bool CanBeReadNow(const PlainFile& file) const;
 
+  // How many bytes have been passed over so far.
+  std::uint64_t PassedOver() const { return mPassedOver; }
+
   // At the end: whether what was read goes to the end of the file, or so near to it that no more
   // than the last sixteenth is missing (at least 4 KiB, at most 1 MiB).
   bool ReachesTheEnd(const PlainFile& file) const;
@@ -40,7 +43,7 @@ class ArchiveStream {
   // longer.
   static std::uint64_t PlaceAfter(std::uint64_t position, std::uint64_t size, std::uint64_t* step);
   // These two give the number of bytes; 0 at the end of the file.
-  std::size_t PassOver(const PlainFile& file, unsigned char* bytes, std::size_t size) const;
+  std::size_t PassOver(const PlainFile& file, unsigned char* bytes, std::size_t size);
   std::size_t TryToRead(const PlainFile& file, unsigned char* bytes, std::size_t size);
   void Note(const Stretch& skipped);
 
@@ -50,6 +53,7 @@ class ArchiveStream {
   bool mInDoubt = false;         // the last read has failed, perhaps after some bytes
   std::uint64_t mReadUpTo = 0;   // the end of the bytes that were read
   std::uint64_t mFailedAt = 0;   // the last place that failed, if any did
+  std::uint64_t mPassedOver = 0;
   // In the order of the file; without room for one more the last one grows to cover it.
   std::array<Stretch, 64> mSkipped;
   std::size_t mSkippedCount = 0;

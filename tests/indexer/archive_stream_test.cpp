@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <memory>
 
-#include "archive_builder.h"
 #include "file_faults.h"
+#include "temp_folder.h"
 
 namespace {
 
