@@ -105,10 +105,11 @@ class cZel3Indexer {
   bool Open_file(const QString& path, std::uint64_t endPosition);
   // Makes the file current without looking at its cache. Always false.
   bool Open_file_draft(const QString& path);
-  // Claims the current cache files for a run: they are made anew, empty. Where that is refused, so
-  // are those in the cache folder of the temporary folder, which then stays `cacheFolder`. Where
-  // another run is at work on the files, that folder serves the current archive only, until
-  // End_run. What the run has claimed before stays as it is. False when both places refuse.
+  // Claims the current cache files for a run: they are made anew, empty. Where that is refused,
+  // those in the cache folder of the temporary folder are claimed instead, and that folder stays
+  // `cacheFolder`; where it is refused because another run is at work on the files, that folder
+  // serves the current archive only, until End_run. What the run holds already stays as it is.
+  // False when both places refuse.
   bool Reopen_for_write();
   // Writes `current` to its cache files and lets go of them. The cache becomes valid in one step at
   // the very end, so that a crash or a full disk leaves none rather than half of one.
