@@ -6,17 +6,22 @@
 
 #include "ini_file.h"
 
+namespace cache_limit_setting {
+
+std::string FileName() {
+  const QByteArray application = QCoreApplication::applicationName().toLocal8Bit();
+  return std::string(application.constData()) + "index_cache";
+}
+
+}  // namespace cache_limit_setting
+
 namespace {
 
-constexpr char kLimitKey[] = "ID3_HDR_EVT_total_MB";
-constexpr int kDefaultLimitMegabytes = 100;
-constexpr qint64 kBytesPerMegabyte = 1048576;
-
-qint64 CacheLimit() {
-  const QByteArray application = QCoreApplication::applicationName().toLocal8Bit();
-  CIniFile settings(std::string(application.constData()) + "index_cache");
+std::int64_t CacheLimit() {
+  CIniFile settings(cache_limit_setting::FileName());
   settings.EnableDefValsCreation(true);
-  return settings.GetInt(kLimitKey, kDefaultLimitMegabytes) * kBytesPerMegabyte;
+  return settings.GetInt(cache_limit_setting::kKey, cache_limit_setting::kDefaultMegabytes) *
+         cache_limit_setting::kBytesPerMegabyte;
 }
 
 }  // namespace

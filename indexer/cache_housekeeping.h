@@ -2,9 +2,22 @@
 
 #include <QString>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "folder_listing.h"
+
+// The setting of the host that limits the cache files of a folder.
+namespace cache_limit_setting {
+
+constexpr char kKey[] = "ID3_HDR_EVT_total_MB";
+constexpr int kDefaultMegabytes = 100;
+constexpr std::int64_t kBytesPerMegabyte = 1048576;
+
+// The settings file that holds it, one for each application.
+std::string FileName();
+
+}  // namespace cache_limit_setting
 
 // Keeps the cache files of one folder below the limit of the settings. What is in the folder is
 // listed when the object is made, since listing costs more than all else.

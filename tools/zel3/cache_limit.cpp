@@ -1,9 +1,9 @@
 #include "cache_limit.h"
 
-#include <QCoreApplication>
 #include <QFile>
 #include <cstdint>
 
+#include "cache_housekeeping.h"
 #include "folder_listing.h"
 #include "ini_file.h"
 #include "settings_folder.h"
@@ -12,16 +12,10 @@ namespace cache_limit {
 
 namespace {
 
-// As readers have it.
-constexpr char kKey[] = "ID3_HDR_EVT_total_MB";
-constexpr int kDefaultMegabytes = 100;
-constexpr std::int64_t kBytesPerMegabyte = 1048576;
-
 int Megabytes(const std::string& settingsFolder, int otherwise) {
   settings_folder::Set(settingsFolder);
-  const QByteArray application = QCoreApplication::applicationName().toLocal8Bit();
-  CIniFile settings(std::string(application.constData()) + "index_cache");
-  return settings.GetInt(kKey, otherwise);
+  CIniFile settings(cache_limit_setting::FileName());
+  return settings.GetInt(cache_limit_setting::kKey, otherwise);
 }
 
 }  // namespace
@@ -36,7 +30,8 @@ bool IsExceeded(const std::string& folder, const std::string& settingsFolder) {
        ListFolder(QFile::decodeName(folder.c_str()), {".id3", ".hdr", ".evt"}, false)) {
     bytes += static_cast<std::int64_t>(file.size);
   }
-  return bytes > 0 && bytes > Megabytes(settingsFolder, kDefaultMegabytes) * kBytesPerMegabyte;
+  const int megabytes = Megabytes(settingsFolder, cache_limit_setting::kDefaultMegabytes);
+  return bytes > 0 && bytes > megabytes * cache_limit_setting::kBytesPerMegabyte;
 }
 
 }  // namespace cache_limit
