@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "framing.h"
+#include "units.h"
 
 // Writes one archive file, record by record, so that it is a good one: a header comes first, an
 // index record follows every header (unless the file ends there), and data follows an index record
@@ -26,7 +27,7 @@ class ArchiveWriter {
   ArchiveWriter& operator=(const ArchiveWriter&) = delete;
 
   // Where the next record will stand, in bytes from the start of the file.
-  std::uint64_t Position() const { return mPosition; }
+  FilePosition Position() const { return mPosition; }
 
   // Refuses streams whose id is an event type or 0xB5, texts that hold a NUL, and a header that is
   // too long.
@@ -50,7 +51,7 @@ class ArchiveWriter {
   std::string mPath;
   std::vector<char> mBuffer;  // used by mFile
   std::ofstream mFile;
-  std::uint64_t mPosition = 0;
+  FilePosition mPosition = 0;
   State mState = State::kNeedsHeader;
   std::array<bool, 256> mTakesType{};  // by data type, as the last header says
 };

@@ -6,12 +6,13 @@
 #include <string>
 #include <vector>
 
+#include "units.h"
+
 // What a reader must answer about an archive: written down by the generator of the archive,
 // compared with the reader by tests and tools. Grows with the index entries and events, never with
 // the archive's bytes.
 //
-// All times are index times: seconds since 1970 UTC in archives made by this project. Positions are
-// bytes from the start of the file.
+// Index times are seconds since 1970 UTC in archives made by this project.
 
 // The largest activity level of one stream within one entry, doubled: 2-62.
 struct ActivityPair {
@@ -23,8 +24,8 @@ struct ActivityPair {
 struct GroundTruthEntry {
   static constexpr std::size_t kMostActivityPairs = 6;
 
-  std::uint64_t position = 0;  // of the index record's marker
-  std::uint32_t indexTime = 0;
+  FilePosition position = 0;  // of the index record's marker
+  IndexTime indexTime = 0;
   bool flagged = false;  // the record's flag is not zero
   std::uint8_t activityCount = 0;
   // Streams in the order in which they first showed activity; a seventh stream has no room.
@@ -36,7 +37,7 @@ struct GroundTruthEntry {
 
 // One event, at the time of the entry in which it stands.
 struct GroundTruthEvent {
-  std::uint32_t indexTime = 0;
+  IndexTime indexTime = 0;
   std::uint8_t type = 0;
   std::string text;
 };
@@ -44,8 +45,8 @@ struct GroundTruthEvent {
 struct GroundTruthFile {
   std::string name;  // within the archive's folder
   std::uint64_t size = 0;
-  std::uint32_t endIndexTime = 0;  // when the recording ended: also the file's modification time
-  std::vector<std::uint64_t> headerPositions;  // of their markers, ascending
+  IndexTime endIndexTime = 0;  // when the recording ended: also the file's modification time
+  std::vector<FilePosition> headerPositions;  // of their markers, ascending
   std::vector<std::uint8_t> streamIds;    // that any header of the file declares active, ascending
   std::vector<GroundTruthEntry> entries;  // in file order; never empty in a generated archive
   std::vector<GroundTruthEvent> events;   // in file order
@@ -53,8 +54,8 @@ struct GroundTruthFile {
 
 // A stretch without recording, from the end of one file to the first entry of the next.
 struct GroundTruthGap {
-  std::uint32_t fromIndexTime = 0;
-  std::uint32_t toIndexTime = 0;  // not part of the gap
+  IndexTime fromIndexTime = 0;
+  IndexTime toIndexTime = 0;  // not part of the gap
 };
 
 struct GroundTruth {

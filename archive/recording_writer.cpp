@@ -23,7 +23,7 @@ constexpr EventKind kEventKinds[] = {
     {0xFF, "Camera answers again"},
 };
 
-bool IsQuiet(const ScenarioQuietHours& hours, std::uint32_t indexTime) {
+bool IsQuiet(const ScenarioQuietHours& hours, IndexTime indexTime) {
   const unsigned hour = indexTime % kSecondsPerDay / kSecondsPerHour;
   if (hours.from <= hours.to) return hour >= hours.from && hour < hours.to;
   return hour >= hours.from || hour < hours.to;
@@ -42,7 +42,7 @@ RecordingWriter::RecordingWriter(const Scenario& scenario, RandomNumbers& random
   });
 }
 
-GroundTruthFile RecordingWriter::Write(std::uint32_t start, std::uint32_t end) {
+GroundTruthFile RecordingWriter::Write(IndexTime start, IndexTime end) {
   for (std::uint64_t time = start; time < end; time += mScenario.indexIntervalSeconds) {
     WriteHeaderWhenDue(static_cast<std::uint32_t>(time) - start);
     WriteEntry(static_cast<std::uint32_t>(time));
@@ -76,7 +76,7 @@ bool RecordingWriter::ApplyChanges(std::uint32_t elapsedSeconds) {
   return mNextChange > first;
 }
 
-void RecordingWriter::WriteEntry(std::uint32_t indexTime) {
+void RecordingWriter::WriteEntry(IndexTime indexTime) {
   const bool quiet = IsQuiet(mScenario.quietHours, indexTime);
   const std::uint64_t events = EventCount(quiet);
   GroundTruthEntry entry;

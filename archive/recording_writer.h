@@ -11,6 +11,7 @@
 #include "ground_truth.h"
 #include "random_numbers.h"
 #include "scenario.h"
+#include "units.h"
 
 // Writes one file of a scenario and notes down what a reader must find in it. For one use.
 class RecordingWriter {
@@ -20,9 +21,9 @@ class RecordingWriter {
   RecordingWriter(const Scenario& scenario, RandomNumbers& random, std::uint32_t fileNumber,
                   const std::string& path);
 
-  // Writes the entries from `start` up to but not including `end`, both index times. The name in
+  // Writes the entries from `start` up to but not including `end`. The name in
   // the result is empty. Throws std::runtime_error when writing fails.
-  GroundTruthFile Write(std::uint32_t start, std::uint32_t end);
+  GroundTruthFile Write(IndexTime start, IndexTime end);
 
  private:
   // What an active stream still has to write in an entry.
@@ -34,7 +35,7 @@ class RecordingWriter {
 
   void WriteHeaderWhenDue(std::uint32_t elapsedSeconds);
   bool ApplyChanges(std::uint32_t elapsedSeconds);
-  void WriteEntry(std::uint32_t indexTime);
+  void WriteEntry(IndexTime indexTime);
   std::uint64_t EventCount(bool quiet);
   std::vector<Source> SourcesOfEntry(bool quiet);
   std::uint64_t PayloadBytes(std::uint32_t share, std::uint64_t shares);

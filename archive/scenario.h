@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "ground_truth.h"
+#include "units.h"
 
 // Describes a sample archive: a folder of recordings of one camera site. Index times are seconds
 // since 1970 UTC, so archive times are milliseconds since then.
@@ -44,7 +45,7 @@ struct Scenario {
   std::uint64_t seed = 1;
   std::string namePrefix = "cam01";  // letters, digits, '-', '_' and '.' only
   std::string title = "Sample archive";
-  std::uint32_t startIndexTime = 1714521600;  // 2024-05-01T00:00:00Z
+  IndexTime startIndexTime = 1714521600;  // 2024-05-01T00:00:00Z
   std::uint32_t lengthSeconds = 86400;  // from the start to the end of the last file, gaps included
   std::uint32_t fileSeconds = 9900;     // recorded time in one file; the last file may be shorter
   std::uint32_t indexIntervalSeconds = 10;

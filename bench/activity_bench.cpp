@@ -45,8 +45,8 @@ Work Summarise(int entryCount, int duration, int binCount) {
   return [=](benchmark::State& state) {
     const ActiveFile& file = Shared<ActiveFile>(entryCount, duration);
     TZEL3ActivityRequest request;
-    request.from = ArchiveTime(kFirstTime);
-    request.to = request.from + ArchiveTime(static_cast<unsigned>(duration));
+    request.from = ToArchiveTime(kFirstTime);
+    request.to = request.from + ToArchiveTime(static_cast<unsigned>(duration));
     request.binCount = binCount;
     request.streamId = 1;
     ActivityGistBlock block =

@@ -23,7 +23,7 @@ using Clock = std::chrono::steady_clock;
 ChunkRequestBlock RequestOf(std::uint32_t entryNumber) {
   ChunkRequestBlock request = ChunkRequestBlock::New();
   request.Record().type = kAtOrBefore;
-  request.Record().time = ArchiveTime(kFirstTime + entryNumber);
+  request.Record().time = ToArchiveTime(kFirstTime + entryNumber);
   return request;
 }
 
@@ -85,7 +85,7 @@ struct ServedArchive {
   static cMemBlock BytesRequest(std::uint32_t number) {
     ParserChunkRequestBlock request = ParserChunkRequestBlock::New();
     request.Record().indexId = number;
-    request.Record().time = ArchiveTime(kFirstTime + number);
+    request.Record().time = ToArchiveTime(kFirstTime + number);
     return request;
   }
   std::size_t SizeOf(std::uint32_t number) const {

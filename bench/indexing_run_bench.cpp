@@ -27,14 +27,14 @@ class CountingParser : public CBrick {
     if (block.GetType() == tag::kChunkRequest) SendUp(ParserChunkRequestBlock::New());
     return 1;
   }
-  int onData(cMemBlock const& block) override {
+  int onData(const cMemBlock& block) override {
     counted += RawDataBlock::View(block).Size();
     StreamTagBlock finished = StreamTagBlock::New();
     finished.WritableRecord().kind = tag::kBlockFinished;
     SendData(finished);
     return 1;
   }
-  int onNotify(cMemBlock const& block) override {
+  int onNotify(const cMemBlock& block) override {
     SendData(block);
     return 1;
   }

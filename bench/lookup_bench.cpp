@@ -24,7 +24,7 @@ struct FiledIndex {
     if (fileCount > 1) records.assign(all.begin(), all.end());
     std::mt19937 random(1);
     for (std::uint64_t& time : times) {
-      time = ArchiveTime(kFirstTime) + random() % (ArchiveTime(1) * entryCount);
+      time = ToArchiveTime(kFirstTime) + random() % (ToArchiveTime(1) * entryCount);
     }
   }
 
@@ -49,7 +49,7 @@ Work SearchPlainly(int fileCount, int entriesPerFile) {
       const std::uint64_t time = filed.times[next++ % filed.times.size()];
       benchmark::DoNotOptimize(
           std::upper_bound(begin, end, time, [](std::uint64_t wanted, const ZEL_ID3_REC& entry) {
-            return wanted < ArchiveTime(entry.time);
+            return wanted < ToArchiveTime(entry.time);
           }));
     }
   };

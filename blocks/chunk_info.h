@@ -2,16 +2,20 @@
 
 #include <cstdint>
 
-// Names no index entry.
-constexpr std::uint64_t kNoIndexId = ~std::uint64_t{0};
+#include "units.h"
+
+// Names an index entry: the number of its file in the high 32 bits, its number within that file in
+// the low 32.
+using IndexId = std::uint64_t;
+
+constexpr IndexId kNoIndexId = ~IndexId{0};
 
 #pragma pack(push, 1)
 
 // One index entry.
 struct TZEL3ChunkInfo {
-  // Low 32 bits: entry number within its file. High 32 bits: file number. All ones: no entry.
-  std::uint64_t indexId = kNoIndexId;
-  std::uint64_t time = 0;  // archive time of the entry
+  IndexId indexId = kNoIndexId;
+  ArchiveTime time = 0;
   std::uint8_t preview = 0;
   // In the answer to a preview: 1 when the end asked for is not after `time`.
   std::uint8_t timeReached = 0;
@@ -21,12 +25,12 @@ struct TZEL3ChunkInfo {
 
 static_assert(sizeof(TZEL3ChunkInfo) == 18);
 
-constexpr std::uint64_t MakeIndexId(std::uint32_t fileNumber, std::uint32_t entryNumber) {
-  return std::uint64_t{fileNumber} << 32 | entryNumber;
+constexpr IndexId MakeIndexId(std::uint32_t fileNumber, std::uint32_t entryNumber) {
+  return IndexId{fileNumber} << 32 | entryNumber;
 }
-constexpr std::uint32_t FileNumber(std::uint64_t indexId) {
+constexpr std::uint32_t FileNumber(IndexId indexId) {
   return static_cast<std::uint32_t>(indexId >> 32);
 }
-constexpr std::uint32_t EntryNumber(std::uint64_t indexId) {
+constexpr std::uint32_t EntryNumber(IndexId indexId) {
   return static_cast<std::uint32_t>(indexId);
 }

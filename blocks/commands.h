@@ -7,8 +7,9 @@
 #include "chunk_info.h"
 #include "command_block.h"
 #include "tags.h"
+#include "units.h"
 
-// Commands between bricks. All times are archive times.
+// Commands between bricks.
 
 // The kinds of a lookup by time.
 enum TChunkRequestType : std::uint32_t {
@@ -20,36 +21,36 @@ enum TChunkRequestType : std::uint32_t {
 
 // 'CRq3': which entry holds a time?
 struct TCmdRequestChunk {
-  std::uint64_t time = 0;
+  ArchiveTime time = 0;
   std::uint32_t type = 0;  // TChunkRequestType; other values find nothing
 };
 
 // 'Pla3': start playing.
 struct TZEL3Play {
-  std::uint64_t indexId = 0;
-  std::uint64_t time = 0;
+  IndexId indexId = 0;
+  ArchiveTime time = 0;
   std::uint32_t mode = 0;
   std::uint8_t forward = 0;  // non-zero: forward
 };
 
 // 'His3': how active was a stream from `from` to `to`?
 struct TZEL3ActivityRequest {
-  std::uint64_t from = 0;
-  std::uint64_t to = 0;
+  ArchiveTime from = 0;
+  ArchiveTime to = 0;
   std::int32_t binCount = 0;
   std::int32_t streamId = 0;
 };
 
 // 'Prev': which entry to show for a time?
 struct TCmdGetPreview {
-  std::uint64_t time = 0;
-  std::uint64_t endTime = 0;
+  ArchiveTime time = 0;
+  ArchiveTime endTime = 0;
 };
 
 // One archive file in an archive list.
 struct TArchiveEntry {
-  std::uint64_t startTime = 0;
-  std::uint64_t endTime = 0;
+  ArchiveTime startTime = 0;
+  ArchiveTime endTime = 0;
   std::uint32_t fileNumber = 0;
   std::uint32_t reserved = 0;
   std::uint8_t streamMap[32] = {};  // bit (n & 7) of byte (n >> 3): stream n is present

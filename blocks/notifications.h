@@ -8,6 +8,7 @@
 #include "chunk_info.h"
 #include "command_block.h"
 #include "tags.h"
+#include "units.h"
 
 // Notifications: command blocks tagged 'ntfy' whose payload begins with the kind. All times are
 // archive times.
@@ -28,8 +29,8 @@ struct TZEL3ChunkRequestNotify {
 // 'rset': playing has been started anew; the fields echo the play command.
 struct TZEL3ResetNotify {
   std::uint32_t kind = tag::kReset;
-  std::uint64_t indexId = kNoIndexId;
-  std::uint64_t time = 0;
+  IndexId indexId = kNoIndexId;
+  ArchiveTime time = 0;
   std::uint32_t mode = 1;
   std::uint8_t forward = 1;
 };
@@ -37,8 +38,8 @@ struct TZEL3ResetNotify {
 // 'Gist': activity over a range. `binCount` level bytes (0-63) follow the record.
 struct TActivityGist {
   std::uint32_t kind = tag::kActivityGist;
-  std::uint64_t from = 0;
-  std::uint64_t to = 0;
+  ArchiveTime from = 0;
+  ArchiveTime to = 0;
   std::int32_t streamId = 0;
   std::int32_t binCount = 0;
 
@@ -48,7 +49,7 @@ struct TActivityGist {
 
 // One recorded event.
 struct TEventListEntry {
-  std::uint64_t time = 0;
+  ArchiveTime time = 0;
   std::uint8_t eventType = 0;
   std::string text;
 };

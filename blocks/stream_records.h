@@ -7,18 +7,10 @@
 #include "four_cc.h"
 #include "struct_block.h"
 #include "tags.h"
+#include "units.h"
 
 // The records of the archive stream: what a parser finds in an archive and reports, record by
 // record.
-//
-// Index time is the 32-bit time of index records. Archive time, used in all requests and answers,
-// is 64 bits wide and counts thousandths of an index unit.
-
-constexpr std::uint64_t kArchiveTimePerIndexTime = 1000;
-
-constexpr std::uint64_t ArchiveTime(std::uint32_t indexTime) {
-  return indexTime * kArchiveTimePerIndexTime;
-}
 
 // Markers in the file, little-endian: B5 B5 05 B5 before a header, 05 B5 B5 B5 before an index
 // record.
@@ -48,7 +40,7 @@ struct HDR_T {
 
 // One index record; the nine bytes that follow an index marker in the file.
 struct IDX_T {
-  std::uint32_t time = 0;  // index time
+  IndexTime time = 0;
   std::uint32_t reserved = 0;
   std::uint8_t indexFlag = 0;  // non-zero marks the entry
 };
@@ -62,7 +54,7 @@ struct DATA_T {
 
 // The position in the file, in bytes, at which the next reported header or index record stands.
 struct TParserTag {
-  std::uint64_t position = 0;
+  FilePosition position = 0;
 };
 
 // A mark in the stream.

@@ -54,9 +54,9 @@ bool SameEvents(const QList<EVT_FILE_DATA_T>& loaded, const std::vector<PlainGro
 void CompareLookups(cZel3Indexer& index, const PlainEntries& entries) {
   PlainTimeIndex plain;
   plain.File({"cam", entries.start, entries.end, false, entries.times});
-  std::vector<std::uint64_t> times{0, ArchiveTime(entries.start), ArchiveTime(entries.end)};
+  std::vector<std::uint64_t> times{0, ToArchiveTime(entries.start), ToArchiveTime(entries.end)};
   for (std::size_t i = 0; i < entries.times.size() && i < 20; ++i)
-    times.push_back(ArchiveTime(entries.times[i]));
+    times.push_back(ToArchiveTime(entries.times[i]));
   for (const std::uint64_t time : times) {
     for (const std::uint64_t asked : {time - 1, time, time + 1}) {
       for (const Ask ask : kAllAsks)

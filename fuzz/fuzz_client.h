@@ -15,8 +15,8 @@ class FuzzClient final : public CBrick {
 
  private:
   int onCtrl(cMemBlock& block) override { return Keep(block); }
-  int onData(cMemBlock const& block) override { return Keep(block); }
-  int onNotify(cMemBlock const& block) override { return Keep(block); }
+  int onData(const cMemBlock& block) override { return Keep(block); }
+  int onNotify(const cMemBlock& block) override { return Keep(block); }
 
   int Keep(const cMemBlock& block) {
     switch (block.GetType()) {

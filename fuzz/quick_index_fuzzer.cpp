@@ -104,7 +104,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   if (!expected.found) return 0;
   const auto list = ArchivesBlock::View(answer);
   FUZZ_REQUIRE(list.Record().count == 1);
-  FUZZ_REQUIRE(list.Record().Archives()[0].startTime == ArchiveTime(expected.start));
-  FUZZ_REQUIRE(list.Record().Archives()[0].endTime == ArchiveTime(expected.end));
+  FUZZ_REQUIRE(list.Record().Archives()[0].startTime == ToArchiveTime(expected.start));
+  FUZZ_REQUIRE(list.Record().Archives()[0].endTime == ToArchiveTime(expected.end));
   return 0;
 }

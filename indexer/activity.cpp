@@ -37,7 +37,7 @@ const TActivityPair* PairOf(const ZEL_ID3_REC& entry, std::int32_t streamId) {
 }
 
 // How many entries at the start of a file may lie at or before a time; the others do not.
-int EntriesUntil(const sFile_Index_Store& store, std::uint64_t time) {
+int EntriesUntil(const sFile_Index_Store& store, ArchiveTime time) {
   const ZEL_ID3_REC* const first = store.id3Records.constData();
   const ZEL_ID3_REC* const end = first + store.id3Records.size();
   if (!store.entriesAscend) return store.id3Records.size();
@@ -61,15 +61,15 @@ struct Range {
   BinScale Scale() const { return BinScale(binCount, Span()); }
   bool IsFine() const { return to <= from + binCount * kArchiveTimePerIndexTime; }
 
-  std::uint64_t from;
-  std::uint64_t to;
+  ArchiveTime from;
+  ArchiveTime to;
   std::uint64_t binCount;
   std::int32_t streamId;
 };
 
 // Index times that fall into the same bins, both ends included.
 struct IndexTimes {
-  bool Hold(std::uint32_t indexTime) const { return first <= indexTime && indexTime <= last; }
+  bool Hold(IndexTime indexTime) const { return first <= indexTime && indexTime <= last; }
 
   std::uint32_t first;
   std::uint32_t last;
@@ -86,7 +86,7 @@ std::uint32_t IndexTimesIn(std::uint64_t distance) {
 
 // The index times around `indexTime` whose distances from the start of a range, as its own
 // `distance`, lie in [`first`, `end`).
-IndexTimes TimesWithin(std::uint32_t indexTime, std::uint64_t distance, std::uint64_t first,
+IndexTimes TimesWithin(IndexTime indexTime, std::uint64_t distance, std::uint64_t first,
                        std::uint64_t end) {
   const std::uint32_t mostBehind = std::numeric_limits<std::uint32_t>::max() - indexTime;
   return {indexTime - IndexTimesIn(distance - first),
@@ -94,7 +94,7 @@ IndexTimes TimesWithin(std::uint32_t indexTime, std::uint64_t distance, std::uin
 }
 
 // Those that lie in one bin of a range.
-IndexTimes TimesInBin(std::uint32_t indexTime, std::uint64_t distance, const Bin& bin,
+IndexTimes TimesInBin(IndexTime indexTime, std::uint64_t distance, const Bin& bin,
                       const Range& range) {
   if (bin.length == 0) return {indexTime, indexTime};
   return TimesWithin(indexTime, distance, bin.first,
@@ -102,7 +102,7 @@ IndexTimes TimesInBin(std::uint32_t indexTime, std::uint64_t distance, const Bin
 }
 
 // Those that begin in the one bin and, `step` later, end in the other.
-IndexTimes TimesFromBinToBin(std::uint32_t indexTime, std::uint64_t distance, std::uint64_t step,
+IndexTimes TimesFromBinToBin(IndexTime indexTime, std::uint64_t distance, std::uint64_t step,
                              const Bin& start, const Bin& end, const Range& range) {
   if (start.length == 0 || end.length == 0) return {indexTime, indexTime};
   const std::uint64_t first = std::max(start.first, end.first > step ? end.first - step : 0);
@@ -118,8 +118,8 @@ bool RaiseLevels(const sFile_Index_Store& store, Range range, std::uint8_t* leve
   Bin bin;
   bool found = false;
   for (int number = EntriesUntil(store, range.to); number > 0;) {
-    const std::uint32_t indexTime = entries[number - 1].time;
-    const std::uint64_t time = ArchiveTime(indexTime);
+    const IndexTime indexTime = entries[number - 1].time;
+    const ArchiveTime time = ToArchiveTime(indexTime);
     if (time < range.from) break;
     if (time > range.to) {
       --number;
@@ -149,15 +149,15 @@ bool RaiseLevels(const sFile_Index_Store& store, Range range, std::uint8_t* leve
 bool CollectStrokes(const sFile_Index_Store& store, Range range, std::uint64_t* low,
                     std::vector<Stroke>* strokes) {
   const ZEL_ID3_REC* const entries = store.id3Records.constData();
-  const std::uint64_t step = ArchiveTime(store.indexInterval);
+  const std::uint64_t step = ToArchiveTime(store.indexInterval);
   const std::uint64_t lastBin = range.binCount - 1;
   const BinScale scale = range.Scale();
   Bin start;
   Bin end;
   bool found = false;
   for (int number = EntriesUntil(store, range.to); number > 0;) {
-    const std::uint32_t indexTime = entries[number - 1].time;
-    const std::uint64_t time = ArchiveTime(indexTime);
+    const IndexTime indexTime = entries[number - 1].time;
+    const ArchiveTime time = ToArchiveTime(indexTime);
     if (time < range.from && (*low < 1 || time + step < range.from)) break;
     if (time > range.to) {
       --number;

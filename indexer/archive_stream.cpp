@@ -56,7 +56,7 @@ std::size_t ArchiveStream::TryToRead(const PlainFile& file, unsigned char* bytes
 }
 
 // Steps go from page to page, so that a failure in the middle of one skips nothing of the next.
-std::uint64_t ArchiveStream::PlaceAfter(std::uint64_t position, std::uint64_t size,
+std::uint64_t ArchiveStream::PlaceAfter(FilePosition position, std::uint64_t size,
                                         std::uint64_t* step) {
   const std::uint64_t page = position - position % kPage;
   const std::uint64_t lastBytes = size - std::min(size, kPage);

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "plain_file.h"
+#include "units.h"
 
 // A file as one stream of bytes from its first to its last. What cannot be read is passed over, and
 // zeros stand in its place, so that all that follows keeps its position.
@@ -33,21 +34,21 @@ class ArchiveStream {
  private:
   // What has been passed over, from a place where reading failed on.
   struct Stretch {
-    std::uint64_t from;
-    std::uint64_t to;
+    ArchiveTime from;
+    ArchiveTime to;
   };
 
   static constexpr std::uint64_t kPage = 4096;
 
   // The place to try after a failure at `position` of a file of `size` bytes; makes the step
   // longer.
-  static std::uint64_t PlaceAfter(std::uint64_t position, std::uint64_t size, std::uint64_t* step);
+  static std::uint64_t PlaceAfter(FilePosition position, std::uint64_t size, std::uint64_t* step);
   // These two give the number of bytes; 0 at the end of the file.
   std::size_t PassOver(const PlainFile& file, unsigned char* bytes, std::size_t size);
   std::size_t TryToRead(const PlainFile& file, unsigned char* bytes, std::size_t size);
   void Note(const Stretch& skipped);
 
-  std::uint64_t mPosition = 0;   // of the next byte
+  FilePosition mPosition = 0;    // of the next byte
   std::uint64_t mNextPlace = 0;  // nothing before it is tried
   std::uint64_t mStep = kPage;   // how far the next failure skips
   bool mInDoubt = false;         // the last read has failed, perhaps after some bytes

@@ -78,7 +78,7 @@ class EntryScan {
     if (count == 0) return;
     if (!mAny) first = last = entries->time;
     mAny = true;
-    std::uint32_t time = last;
+    IndexTime time = last;
     std::uint32_t position = mPosition;
     // Kept less 1, so that two equal times are a huge step, which does not count.
     std::uint32_t smallest = smallestStep - 1;
@@ -111,7 +111,7 @@ class EntryScan {
   bool positionsAscend = true;
 
  private:
-  void AddTime(std::uint32_t time) {
+  void AddTime(IndexTime time) {
     if (time < first) {
       smallestStep = std::min(smallestStep, first - time);
       first = time;

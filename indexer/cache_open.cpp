@@ -18,7 +18,7 @@ class ExchangedFolder {
 
 }  // namespace
 
-bool cZel3Indexer::Open_file(const QString& path, std::uint64_t endPosition) {
+bool cZel3Indexer::Open_file(const QString& path, FilePosition endPosition) {
   scratchPos = 0;
   pendingId3RecValid = false;
   Make_current(path);

@@ -10,7 +10,7 @@ bool cZel3Indexer::Put_events_to_vector(QList<TEventListEntry>* list) const {
       for (const EVT_FILE_DATA_T& group : store.events) {
         for (const EVT_FILE_EVENT_T& event : group.events) {
           TEventListEntry entry;
-          entry.time = ArchiveTime(group.time);
+          entry.time = ToArchiveTime(group.time);
           entry.eventType = event.eventType;
           entry.text = event.text;
           list->append(entry);

@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <string>
 
+#include "units.h"
+
 // Activity of one stream within one index entry.
 struct TActivityPair {
   std::uint8_t streamId = 0;
@@ -19,7 +21,7 @@ struct ZEL_ID3_REC {
   std::uint8_t flags = 0;          // kEntryFlag or 0
   std::uint8_t activityCount = 0;  // pairs in use
   std::uint16_t offsetHigh = 0;    // bits 32-47 of the file position
-  std::uint32_t time = 0;          // index time
+  IndexTime time = 0;              // index time
   std::uint32_t offsetLow = 0;     // bits 0-31 of the file position
   TActivityPair activity[6];       // unused pairs are zero
 };
@@ -39,7 +41,7 @@ struct EVT_FILE_EVENT_T {
 
 // The events of one index entry; time and offsetLow together are its key.
 struct EVT_FILE_DATA_T {
-  std::uint32_t time = 0;  // index time
+  IndexTime time = 0;  // index time
   std::uint32_t offsetLow = 0;
   std::uint8_t eventCount = 0;  // wraps after 255, whatever `events` holds
   QList<EVT_FILE_EVENT_T> events;
@@ -60,10 +62,10 @@ struct sFile_Index_Store {
   QVector<quint64> headerPositions;
   QVector<ZEL_ID3_REC> id3Records;  // in file order
   QList<EVT_FILE_DATA_T> events;
-  std::uint32_t startTime = kNoStartTime;
-  std::uint32_t lastIndexTime = 0;
-  std::uint32_t endTime = 0;
-  std::uint32_t indexInterval = 0;  // typical distance of two entries
+  IndexTime startTime = kNoStartTime;
+  IndexTime lastIndexTime = 0;
+  IndexTime endTime = 0;
+  IndexTime indexInterval = 0;  // typical distance of two entries
   StreamMap streamMap = {};
   // Where the file can be cut into stretches to read: entries, headers, and the end position last.
   QVector<quint64> blockPositions;

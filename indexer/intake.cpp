@@ -49,7 +49,7 @@ void cZel3Indexer::Add_index(const IDX_T& index) {
   current.partial = false;
   if (pendingId3RecValid) {
     current.id3Records.append(pendingId3Rec);
-    const std::uint32_t time = pendingId3Rec.time;
+    const IndexTime time = pendingId3Rec.time;
     if (current.startTime > time) current.startTime = time;
     // The end moves to the newest index point, not to the one appended.
     if (current.endTime < time) current.endTime = index.time;

@@ -82,7 +82,7 @@ std::size_t PlainFile::Read(void* bytes, std::size_t size) {
   return done;
 }
 
-std::size_t PlainFile::ReadAt(std::uint64_t position, void* bytes, std::size_t size,
+std::size_t PlainFile::ReadAt(FilePosition position, void* bytes, std::size_t size,
                               bool* failed) const {
   auto* const place = static_cast<char*>(bytes);
   std::size_t done = 0;

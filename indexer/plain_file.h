@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "units.h"
+
 // A plain file. Pipes, folders and devices never open, and opening never blocks. Used on one
 // thread.
 class PlainFile {
@@ -37,7 +39,7 @@ class PlainFile {
   // where reading fails.
   std::size_t Read(void* bytes, std::size_t size);
   // The same from `position` on. `failed`: not because the file ends. A closed file is empty.
-  std::size_t ReadAt(std::uint64_t position, void* bytes, std::size_t size, bool* failed) const;
+  std::size_t ReadAt(FilePosition position, void* bytes, std::size_t size, bool* failed) const;
 
   // Goes on after the bytes written last. False when this or an earlier write has failed. Throws
   // std::bad_alloc.

@@ -27,7 +27,7 @@ void cZel3Indexer::Add_last_index(const IDX_T& index) {
 }
 
 void cZel3Indexer::FileBareEntry(const IDX_T& index, int place) {
-  const std::uint32_t time = index.time;
+  const IndexTime time = index.time;
   current.partial = true;
   pendingId3Rec = ZEL_ID3_REC();
   pendingId3Rec.time = time;
@@ -43,8 +43,8 @@ void cZel3Indexer::Add_file_index(const sFile_Index_Store& store) {
   sFile_Index_Store copy(store);
   // A filed store stays: it keeps no room that it does not need.
   copy.blockPositions.squeeze();
-  const std::uint32_t startTime = copy.startTime;
-  const std::uint32_t endTime = copy.endTime;
+  const IndexTime startTime = copy.startTime;
+  const IndexTime endTime = copy.endTime;
   const bool isFirst = files.empty();
   spansValid = false;
   auto place = PlaceFor(copy);

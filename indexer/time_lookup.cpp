@@ -5,12 +5,12 @@
 namespace {
 
 std::uint64_t EntryTime(const sFile_Index_Store& store, int number) {
-  return ArchiveTime(store.id3Records.at(number).time);
+  return ToArchiveTime(store.id3Records.at(number).time);
 }
 
 // The first entry number i with t(i - 1) <= time < t(i); 0 when there is none. Entry 0 opens no
 // interval.
-int IntervalOf(const sFile_Index_Store& store, std::uint64_t time) {
+int IntervalOf(const sFile_Index_Store& store, ArchiveTime time) {
   const int count = store.id3Records.size();
   if (store.entriesAscend) {
     // The first entry behind the time is the one that follows it.
@@ -29,7 +29,7 @@ int IntervalOf(const sFile_Index_Store& store, std::uint64_t time) {
 }
 
 // The first cut that ends a stretch which holds the position; null when there is none.
-const quint64* EndOfStretch(const sFile_Index_Store& store, std::uint64_t position) {
+const quint64* EndOfStretch(const sFile_Index_Store& store, FilePosition position) {
   const quint64* const first = store.blockPositions.constData();
   const quint64* const end = first + store.blockPositions.size();
   if (store.cutsAscend) {
@@ -44,7 +44,7 @@ const quint64* EndOfStretch(const sFile_Index_Store& store, std::uint64_t positi
 
 }  // namespace
 
-bool cZel3Indexer::IndexInfoFromTime(std::uint64_t time, std::uint32_t type, bool forward,
+bool cZel3Indexer::IndexInfoFromTime(ArchiveTime time, std::uint32_t type, bool forward,
                                      TZEL3ChunkInfo* info) {
   info->indexId = kNoIndexId;
   info->time = 0;
@@ -64,18 +64,18 @@ bool cZel3Indexer::IndexInfoFromTime(std::uint64_t time, std::uint32_t type, boo
 }
 
 // Of overlapping files the later one wins. A file without entries holds no time.
-bool cZel3Indexer::FileAt(std::uint64_t time, std::size_t* file) {
+bool cZel3Indexer::FileAt(ArchiveTime time, std::size_t* file) {
   const std::vector<FileSpan>& all = Spans();
   auto span = all.end();
   if (spansAscend) {
     span = std::upper_bound(all.begin(), span, time, [](std::uint64_t at, const FileSpan& other) {
-      return at < ArchiveTime(other.startTime);
+      return at < ToArchiveTime(other.startTime);
     });
   }
   while (span != all.begin()) {
     --span;
-    if (ArchiveTime(span->latestEnd) < time) return false;
-    if (ArchiveTime(span->startTime) <= time && time <= ArchiveTime(span->endTime)) {
+    if (ToArchiveTime(span->latestEnd) < time) return false;
+    if (ToArchiveTime(span->startTime) <= time && time <= ToArchiveTime(span->endTime)) {
       *file = span->file;
       return true;
     }
@@ -87,7 +87,7 @@ const std::vector<cZel3Indexer::FileSpan>& cZel3Indexer::Spans() {
   if (spansValid) return spans;
   spans.clear();
   spansAscend = true;
-  std::uint32_t latestEnd = 0;
+  IndexTime latestEnd = 0;
   for (std::size_t file = 0; file < files.size(); ++file) {
     const sFile_Index_Store& store = files[file];
     if (store.id3Records.isEmpty()) continue;
@@ -99,7 +99,7 @@ const std::vector<cZel3Indexer::FileSpan>& cZel3Indexer::Spans() {
   return spans;
 }
 
-bool cZel3Indexer::EntryInStore(std::size_t file, std::uint64_t time, std::uint32_t type,
+bool cZel3Indexer::EntryInStore(std::size_t file, ArchiveTime time, std::uint32_t type,
                                 bool forward, Entry* entry) const {
   const sFile_Index_Store& store = files[file];
   const auto fileNumber = static_cast<std::uint32_t>(file);
@@ -122,12 +122,12 @@ bool cZel3Indexer::EntryInStore(std::size_t file, std::uint64_t time, std::uint3
   return behindLast && take(last - 1, last > 0 ? last - 1 : 0);
 }
 
-bool cZel3Indexer::EntryInGap(std::uint64_t time, std::uint32_t type, bool forward, Entry* entry) {
-  if (time > ArchiveTime(lastTime) || time < ArchiveTime(firstTime)) return false;
+bool cZel3Indexer::EntryInGap(ArchiveTime time, std::uint32_t type, bool forward, Entry* entry) {
+  if (time > ToArchiveTime(lastTime) || time < ToArchiveTime(firstTime)) return false;
   const std::vector<FileSpan>& all = Spans();
   if (type == kAtOrBefore || forward) {
     const auto startsBefore = [time](const FileSpan& span) {
-      return ArchiveTime(span.startTime) < time;
+      return ToArchiveTime(span.startTime) < time;
     };
     const auto next = spansAscend ? std::partition_point(all.begin(), all.end(), startsBefore)
                                   : std::find_if_not(all.begin(), all.end(), startsBefore);
@@ -136,7 +136,7 @@ bool cZel3Indexer::EntryInGap(std::uint64_t time, std::uint32_t type, bool forwa
   // Backward, the first file that ends before the time wins, and its first entry is named with the
   // time of its last one: clients rely on this pairing.
   const auto ended = std::find_if(all.begin(), all.end(), [time](const FileSpan& span) {
-    return ArchiveTime(span.endTime) <= time;
+    return ToArchiveTime(span.endTime) <= time;
   });
   if (ended == all.end()) return false;
   const sFile_Index_Store& store = files[ended->file];
@@ -164,7 +164,7 @@ bool cZel3Indexer::LastEntryBefore(std::size_t file, Entry* entry) const {
   return false;
 }
 
-const ZEL_ID3_REC* cZel3Indexer::EntryRecord(std::uint64_t indexId) const {
+const ZEL_ID3_REC* cZel3Indexer::EntryRecord(IndexId indexId) const {
   const std::uint32_t file = FileNumber(indexId);
   const std::uint32_t number = EntryNumber(indexId);
   if (file >= files.size()) return nullptr;
@@ -173,7 +173,7 @@ const ZEL_ID3_REC* cZel3Indexer::EntryRecord(std::uint64_t indexId) const {
   return &records.at(static_cast<int>(number));
 }
 
-bool cZel3Indexer::Index_pos_from_IndexId(std::uint64_t indexId, std::uint64_t* start,
+bool cZel3Indexer::Index_pos_from_IndexId(IndexId indexId, std::uint64_t* start,
                                           std::uint64_t* end) const {
   const ZEL_ID3_REC* const record = EntryRecord(indexId);
   if (record == nullptr || end == nullptr) return false;
@@ -182,7 +182,7 @@ bool cZel3Indexer::Index_pos_from_IndexId(std::uint64_t indexId, std::uint64_t* 
   return true;
 }
 
-std::uint64_t cZel3Indexer::Header_pos_for_index(std::uint64_t indexId) const {
+std::uint64_t cZel3Indexer::Header_pos_for_index(IndexId indexId) const {
   const ZEL_ID3_REC* const record = EntryRecord(indexId);
   if (record == nullptr) return 0;
   const sFile_Index_Store& store = files[FileNumber(indexId)];

@@ -17,6 +17,7 @@
 #include "notifications.h"
 #include "plain_file.h"
 #include "stream_records.h"
+#include "units.h"
 
 // The time index of a recorded archive: one store per archive file, and the cache files that keep
 // them.
@@ -59,15 +60,13 @@ class cZel3Indexer {
   // file of one entry kNeighbour backward gives entry number 0xFFFFFFFF with that entry's time.
   // On failure `info` names no entry and has time 0; its flag bytes are never touched. On success
   // fileToIndex says whether the entry's file must be indexed first.
-  bool IndexInfoFromTime(std::uint64_t time, std::uint32_t type, bool forward,
-                         TZEL3ChunkInfo* info);
+  bool IndexInfoFromTime(ArchiveTime time, std::uint32_t type, bool forward, TZEL3ChunkInfo* info);
   // The bytes [start, end) of an entry; both 0 when the entry lies in no stretch. False, with
   // nothing written, when there is no such entry or `end` is null.
-  bool Index_pos_from_IndexId(std::uint64_t indexId, std::uint64_t* start,
-                              std::uint64_t* end) const;
+  bool Index_pos_from_IndexId(IndexId indexId, std::uint64_t* start, std::uint64_t* end) const;
   // The position of the last header that stands before an entry and below 4 GiB; 0 when there is
   // none.
-  std::uint64_t Header_pos_for_index(std::uint64_t indexId) const;
+  std::uint64_t Header_pos_for_index(IndexId indexId) const;
   // Moves `pos` to the start of the stretch of the file that holds it and returns the stretch's
   // end; 0 and 0 when there is none.
   std::uint64_t Get_read_size(std::uint32_t fileNumber, std::uint64_t* pos) const;
@@ -102,7 +101,7 @@ class cZel3Indexer {
   // Makes the archive file at `path` current and loads its index from the cache. `endPosition`
   // closes its last stretch. True when the cache gave an index, which is then filed. When false the
   // file is current all the same, and an indexing run may follow.
-  bool Open_file(const QString& path, std::uint64_t endPosition);
+  bool Open_file(const QString& path, FilePosition endPosition);
   // Makes the file current without looking at its cache. Always false.
   bool Open_file_draft(const QString& path);
   // Claims the current cache files for a run: they are made anew, empty. Where that is refused,
@@ -124,7 +123,7 @@ class cZel3Indexer {
   // Reopen_for_write set it for good.
   QString cacheFolder;
   bool ready = false;  // set by the reader when it has opened its source
-  std::uint64_t scratchPos = 0;
+  FilePosition scratchPos = 0;
   sFile_Index_Store current;
   std::deque<sFile_Index_Store> files;  // by start time; changed by Add_file_index only
   // After a successful IndexInfoFromTime: the file to be indexed before the entry can be used, or
@@ -135,14 +134,14 @@ class cZel3Indexer {
   struct Entry {
     std::uint32_t file;
     std::uint32_t number;
-    std::uint64_t time;  // archive time
+    ArchiveTime time;
   };
 
   // From when to when a file with entries lasts; what a lookup needs to find the file.
   struct FileSpan {
-    std::uint32_t startTime;
-    std::uint32_t endTime;
-    std::uint32_t latestEnd;  // of this and all files before it
+    IndexTime startTime;
+    IndexTime endTime;
+    IndexTime latestEnd;  // of this and all files before it
     std::uint32_t file;
   };
   // Of `files`, as they are now.
@@ -152,13 +151,13 @@ class cZel3Indexer {
   void FileBareEntry(const IDX_T& index, int place);
   std::deque<sFile_Index_Store>::iterator PlaceFor(const sFile_Index_Store& store);
 
-  bool EntryInStore(std::size_t file, std::uint64_t time, std::uint32_t type, bool forward,
+  bool EntryInStore(std::size_t file, ArchiveTime time, std::uint32_t type, bool forward,
                     Entry* entry) const;
-  bool EntryInGap(std::uint64_t time, std::uint32_t type, bool forward, Entry* entry);
-  bool FileAt(std::uint64_t time, std::size_t* file);
+  bool EntryInGap(ArchiveTime time, std::uint32_t type, bool forward, Entry* entry);
+  bool FileAt(ArchiveTime time, std::size_t* file);
   bool FirstEntryFrom(std::size_t file, Entry* entry) const;
   bool LastEntryBefore(std::size_t file, Entry* entry) const;
-  const ZEL_ID3_REC* EntryRecord(std::uint64_t indexId) const;
+  const ZEL_ID3_REC* EntryRecord(IndexId indexId) const;
 
   // Where the cache files lie (cache_location.cpp).
   void Check_videodata_folder(const QString& path);
@@ -210,7 +209,7 @@ class cZel3Indexer {
   bool filesAscend = true;       // so do all `files`
   QHash<QString, int> storesOf;  // how often a file name is among `files`
   // The range of all files, in index time: empty before the first, then only ever widened.
-  std::uint32_t firstTime = 0x7FFFFFFF;
-  std::uint32_t lastTime = 0;
+  IndexTime firstTime = 0x7FFFFFFF;
+  IndexTime lastTime = 0;
   std::uint32_t minIndexStep = 0;  // while a file's entries are loaded
 };

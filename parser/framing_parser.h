@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "framing.h"
+#include "units.h"
 
 // Takes what a FramingParser finds, in stream order. Positions are bytes since the start of the
 // stream. What is handed over is borrowed until return.
@@ -14,11 +15,11 @@ class FramingSink {
   virtual ~FramingSink() = default;
 
   // `position` is the place of the record's marker.
-  virtual void OnHeader(std::uint64_t position, const ArchiveHeader& header) = 0;
-  virtual void OnIndex(std::uint64_t position, const IDX_T& index) = 0;
+  virtual void OnHeader(FilePosition position, const ArchiveHeader& header) = 0;
+  virtual void OnIndex(FilePosition position, const IDX_T& index) = 0;
   // `position` is the place of the head; `payload` has `head.length` bytes; `kind` is the tag of
   // blocks of its stream, 'Dat3' for an event.
-  virtual void OnData(std::uint64_t position, const DATA_T& head, const unsigned char* payload,
+  virtual void OnData(FilePosition position, const DATA_T& head, const unsigned char* payload,
                       Tag kind) = 0;
 
   // `bytes` bytes from `position` on made no sense and have been dropped.
@@ -79,13 +80,13 @@ class FramingParser {
   std::array<Tag, 256> mKinds{};
   // Places in the stream: all before mPosition is dealt with, all before mFed belongs to pieces
   // that have been taken.
-  std::uint64_t mPosition = 0;
+  FilePosition mPosition = 0;
   std::uint64_t mFed = 0;
   // The start of a record that began in an earlier piece. Has room for any record from the
   // beginning.
   std::vector<unsigned char> mHeld;
-  std::uint64_t mHeldFrom = 0;        // place of its first byte
+  FilePosition mHeldFrom = 0;         // place of its first byte
   std::size_t mWanted = kMarkerSize;  // bytes from mPosition on
   bool mLost = false;
-  std::uint64_t mLostAt = 0;  // while mLost: the start of the damage
+  FilePosition mLostAt = 0;  // while mLost: the start of the damage
 };

@@ -69,11 +69,11 @@ ParserBrick::ParserBrick() : mParser(*this) {
   mWaiting.reserve(kRoom);
 }
 
-bool ParserBrick::IsKnownInput(TContentDescriptor const& input) {
+bool ParserBrick::IsKnownInput(const TContentDescriptor& input) {
   return input.format == tag::kFormatZel3 && input.kind == tag::kRawData;
 }
 
-bool ParserBrick::IsKnownOutput(TContentDescriptor const& output) {
+bool ParserBrick::IsKnownOutput(const TContentDescriptor& output) {
   return output.format == tag::kFormatMany && output.kind == tag::kKindMany;
 }
 
@@ -85,12 +85,12 @@ int ParserBrick::onCtrl(cMemBlock& block) {
   return 1;
 }
 
-int ParserBrick::onData(cMemBlock const& block) {
+int ParserBrick::onData(const cMemBlock& block) {
   if (block.GetType() == tag::kRawData) Take(block);
   return 1;
 }
 
-int ParserBrick::onNotify(cMemBlock const& block) {
+int ParserBrick::onNotify(const cMemBlock& block) {
   Take(block);
   return 1;
 }
@@ -170,7 +170,7 @@ void ParserBrick::ParseAndAskForMore(const cMemBlock& block) {
   });
 }
 
-void ParserBrick::OnHeader(std::uint64_t position, const ArchiveHeader& header) {
+void ParserBrick::OnHeader(FilePosition position, const ArchiveHeader& header) {
   HeaderBlock block = HeaderBlock::New();
   HDR_T& record = block.WritableRecord();
   record.headerWord0 = SignExtended(header.length);
@@ -188,7 +188,7 @@ void ParserBrick::OnHeader(std::uint64_t position, const ArchiveHeader& header) 
   SendData(block);
 }
 
-void ParserBrick::OnIndex(std::uint64_t position, const IDX_T& index) {
+void ParserBrick::OnIndex(FilePosition position, const IDX_T& index) {
   IndexBlock block = IndexBlock::New();
   block.WritableRecord() = index;
   SendPosition(position);
@@ -201,7 +201,7 @@ void ParserBrick::OnData(std::uint64_t, const DATA_T& head, const unsigned char*
 }
 
 // Also called again for a record that could not be sent after its position.
-void ParserBrick::SendPosition(std::uint64_t position) {
+void ParserBrick::SendPosition(FilePosition position) {
   if (position == mPositionSent) return;
   ParserTagBlock block = ParserTagBlock::New();
   block.WritableRecord().position = position;

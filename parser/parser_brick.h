@@ -5,6 +5,7 @@
 
 #include "brick.h"
 #include "framing_parser.h"
+#include "units.h"
 
 // The parser of archives: turns raw archive bytes into typed records, and pulls the bytes from the
 // reader before it.
@@ -26,17 +27,17 @@ class ParserBrick final : public CBrick, private FramingSink {
  public:
   ParserBrick();
 
-  bool IsKnownInput(TContentDescriptor const& input) override;
-  bool IsKnownOutput(TContentDescriptor const& output) override;
+  bool IsKnownInput(const TContentDescriptor& input) override;
+  bool IsKnownOutput(const TContentDescriptor& output) override;
 
  private:
   int onCtrl(cMemBlock& block) override;
-  int onData(cMemBlock const& block) override;
-  int onNotify(cMemBlock const& block) override;
+  int onData(const cMemBlock& block) override;
+  int onNotify(const cMemBlock& block) override;
 
-  void OnHeader(std::uint64_t position, const ArchiveHeader& header) override;
-  void OnIndex(std::uint64_t position, const IDX_T& index) override;
-  void OnData(std::uint64_t position, const DATA_T& head, const unsigned char* payload,
+  void OnHeader(FilePosition position, const ArchiveHeader& header) override;
+  void OnIndex(FilePosition position, const IDX_T& index) override;
+  void OnData(FilePosition position, const DATA_T& head, const unsigned char* payload,
               Tag kind) override;
 
   void PassCommand(const cMemBlock& block);
@@ -45,7 +46,7 @@ class ParserBrick final : public CBrick, private FramingSink {
   void Handle(const cMemBlock& block);
   void PassNotification(const cMemBlock& block);
   void ParseAndAskForMore(const cMemBlock& block);
-  void SendPosition(std::uint64_t position);
+  void SendPosition(FilePosition position);
   // Does a step of handling the first of mWaiting, unless it has been done.
   template <class Work>
   void Once(int step, const Work& work);
@@ -57,5 +58,5 @@ class ParserBrick final : public CBrick, private FramingSink {
   int mStepsDone = 0;     // of handling the first of them
   bool mGoingOn = false;  // it is being handled
   bool mStuck = false;    // there was no room for one: nothing is sent any more
-  std::uint64_t mPositionSent = ~std::uint64_t{0};  // the last one; none yet
+  FilePosition mPositionSent = ~std::uint64_t{0};  // the last one; none yet
 };

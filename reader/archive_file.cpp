@@ -1,6 +1,6 @@
 #include "zel3_file_reader.h"
 
-bool CZel3FileReader::OpenStream(QString const& path) {
+bool CZel3FileReader::OpenStream(const QString& path) {
   close();
   if (!file.Open(path, PlainFile::Mode::kRead)) return false;
   fileSize = file.Size();
@@ -12,13 +12,13 @@ void CZel3FileReader::close() {
   file.Close();
 }
 
-std::size_t CZel3FileReader::ReadFileAt(std::uint64_t position, void* bytes, std::size_t size) {
+std::size_t CZel3FileReader::ReadFileAt(FilePosition position, void* bytes, std::size_t size) {
   // A read that comes up short does not disable the next one.
   bool failed = false;
   return file.ReadAt(position, bytes, size, &failed);
 }
 
-QString const& CZel3FileReader::CurrentPath() const {
+const QString& CZel3FileReader::CurrentPath() const {
   return zel3FilePath.isEmpty() ? zel1FilePath : zel3FilePath;
 }
 

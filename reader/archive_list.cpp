@@ -18,8 +18,8 @@ void CZel3FileReader::OnArchivesEntryRequest() {
   info.source = source.toLocal8Bit().constData();
   for (std::uint32_t i = 0; i < info.count; ++i) {
     TArchiveEntry& entry = info.Archives()[i];
-    entry.startTime = ArchiveTime(indexer.files[i].startTime);
-    entry.endTime = ArchiveTime(indexer.files[i].endTime);
+    entry.startTime = ToArchiveTime(indexer.files[i].startTime);
+    entry.endTime = ToArchiveTime(indexer.files[i].endTime);
     entry.fileNumber = i;
     entry.reserved = 0;
     indexer.FillFileStreamMap(i, entry.streamMap);

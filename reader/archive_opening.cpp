@@ -44,7 +44,7 @@ class FolderScan {
 
 }  // namespace
 
-int CZel3FileReader::open(char const* path) {
+int CZel3FileReader::open(const char* path) {
   const QString source = QString::fromLocal8Bit(path);
   const QFileInfo info(source);
   bool opened = false;
@@ -65,7 +65,7 @@ int CZel3FileReader::open(char const* path) {
   return 1;
 }
 
-bool CZel3FileReader::Open_folder(QString const& folderPath) {
+bool CZel3FileReader::Open_folder(const QString& folderPath) {
   folder.setPath(folderPath);
   const std::vector<ListedFile> archives = NewestFirst(folder.path());
   const bool allOk = Open_files_of_folder(archives);
@@ -77,7 +77,7 @@ bool CZel3FileReader::Open_folder(QString const& folderPath) {
   return allOk;
 }
 
-bool CZel3FileReader::Open_files_of_folder(std::vector<ListedFile> const& archives) {
+bool CZel3FileReader::Open_files_of_folder(const std::vector<ListedFile>& archives) {
   const FolderScan scan(indexer);
   const QString absolute = folder.absolutePath();
   const QString prefix =
@@ -106,7 +106,7 @@ bool CZel3FileReader::Open_files_of_folder(std::vector<ListedFile> const& archiv
   return allOk;
 }
 
-bool CZel3FileReader::Open_file(QString const& path, bool headAndTailOnly) {
+bool CZel3FileReader::Open_file(const QString& path, bool headAndTailOnly) {
   // A file that does not open becomes the current one all the same.
   const bool isZel3 = SameSuffix(SuffixOf(path), QLatin1String(kZel3Suffix));
   zel3FilePath = isZel3 ? path : QString();
@@ -126,7 +126,7 @@ bool CZel3FileReader::Open_file(QString const& path, bool headAndTailOnly) {
 }
 
 // Makes at once what index can be made; else starts an indexing run, and the file is not open yet.
-bool CZel3FileReader::MakeIndex(QString const& path, bool headAndTailOnly) {
+bool CZel3FileReader::MakeIndex(const QString& path, bool headAndTailOnly) {
   if (headAndTailOnly) {
     indexer.Open_file_draft(path);
     return Adv_Read_head_and_tail_index();
@@ -137,7 +137,7 @@ bool CZel3FileReader::MakeIndex(QString const& path, bool headAndTailOnly) {
 }
 
 // The first failure of a file is only noted; a repeated one of a single file is reported.
-void CZel3FileReader::NoteFailure(QString const& path) {
+void CZel3FileReader::NoteFailure(const QString& path) {
   if (!failedFiles.contains(path)) {
     failedFiles.insert(path);
   } else if (!folderMode) {

@@ -17,11 +17,11 @@ constexpr std::uint64_t kLargestAnswer = 0x7FFFFFFF;
 // What the answer to a parser's request holds, front to back: the stream header, the entry's bytes
 // or a time marker, the terminating marker.
 struct CZel3FileReader::Answer {
-  std::uint64_t headerStart = 0;
+  FilePosition headerStart = 0;
   std::uint64_t headerLength = 0;
   bool headerNeeded = false;
   bool entryFound = false;
-  std::uint64_t entryStart = 0;
+  FilePosition entryStart = 0;
   std::uint64_t entryLength = 0;
 
   // Each length is held against the bound on its own: positions from a cache may be anything.
@@ -34,7 +34,7 @@ struct CZel3FileReader::Answer {
   }
 };
 
-void CZel3FileReader::OnChunkRequest(ChunkRequestBlock const& request) {
+void CZel3FileReader::OnChunkRequest(const ChunkRequestBlock& request) {
   if (indexing) {
     if (chunkRequestPending) pendingChunkRequest = request;
     return;
@@ -70,24 +70,24 @@ void CZel3FileReader::OnChunkRequest(ChunkRequestBlock const& request) {
   AnswerNotFound(wanted.time);
 }
 
-void CZel3FileReader::AnswerNotFound(std::uint64_t time) {
+void CZel3FileReader::AnswerNotFound(ArchiveTime time) {
   nextChunk.preview = 0;
   nextChunk.time = playForward ? time + kTimeShift : time - kTimeShift;
   SendChunkAnswer(nextChunk);
 }
 
-void CZel3FileReader::SendChunkAnswer(TZEL3ChunkInfo const& info) {
+void CZel3FileReader::SendChunkAnswer(const TZEL3ChunkInfo& info) {
   auto answer = ChunkAnswerBlock::New();
   answer.Record().info = info;
   SendData(answer);
 }
 
 // A preview is served as any other request.
-void CZel3FileReader::OnParserPreviewRequest(ParserChunkRequestBlock const& request) {
+void CZel3FileReader::OnParserPreviewRequest(const ParserChunkRequestBlock& request) {
   OnParserChunkRequest(request);
 }
 
-void CZel3FileReader::OnParserChunkRequest(ParserChunkRequestBlock const& request) {
+void CZel3FileReader::OnParserChunkRequest(const ParserChunkRequestBlock& request) {
   if (isIndexReader) {
     ReadAndSend();
     return;
@@ -105,7 +105,7 @@ void CZel3FileReader::OnParserChunkRequest(ParserChunkRequestBlock const& reques
 
 // The file and the header follow the entry found by time, the bytes follow the entry that the
 // request names.
-CZel3FileReader::Answer CZel3FileReader::PlanAnswer(TZEL3ChunkInfo const& request) {
+CZel3FileReader::Answer CZel3FileReader::PlanAnswer(const TZEL3ChunkInfo& request) {
   Answer answer;
   if (!indexer.IndexInfoFromTime(request.time, kAtOrBefore, playForward, &nextChunk)) return answer;
   OpenFileOf(nextChunk.indexId);
@@ -117,7 +117,7 @@ CZel3FileReader::Answer CZel3FileReader::PlanAnswer(TZEL3ChunkInfo const& reques
   return answer;
 }
 
-void CZel3FileReader::OpenFileOf(std::uint64_t indexId) {
+void CZel3FileReader::OpenFileOf(IndexId indexId) {
   const std::uint32_t fileNumber = FileNumber(indexId);
   if (fileNumber >= indexer.files.size()) return;
   const QString path = indexer.files[fileNumber].fileName;
@@ -127,8 +127,8 @@ void CZel3FileReader::OpenFileOf(std::uint64_t indexId) {
   Open_file(path, false);
 }
 
-bool CZel3FileReader::Need_header_for_index(std::uint64_t indexId, std::uint64_t* headerStart,
-                                            std::uint64_t* headerEnd) {
+bool CZel3FileReader::Need_header_for_index(IndexId indexId, FilePosition* headerStart,
+                                            FilePosition* headerEnd) {
   *headerStart = indexer.Header_pos_for_index(indexId);
   const bool sameFile =
       lastChunk.indexId != kNoIndexId && FileNumber(lastChunk.indexId) == FileNumber(indexId);
@@ -152,7 +152,7 @@ RawDataBlock CZel3FileReader::MakeAnswerBlock(Answer& answer) {
 
 // A part of which nothing could be read takes no room, so that the next one stands in its place; a
 // part that was read short keeps its room. What is not written stays as the memory was.
-void CZel3FileReader::FillAnswer(Answer const& answer, std::uint64_t time, unsigned char* bytes) {
+void CZel3FileReader::FillAnswer(const Answer& answer, ArchiveTime time, unsigned char* bytes) {
   if (answer.headerNeeded &&
       ReadFileAt(answer.headerStart, bytes, static_cast<std::size_t>(answer.headerLength)) > 0) {
     bytes += answer.headerLength;

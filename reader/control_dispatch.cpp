@@ -11,7 +11,7 @@ int CZel3FileReader::onCtrl(cMemBlock& block) {
 }
 
 // A block too small for its record is ignored.
-void CZel3FileReader::Dispatch(cMemBlock const& block) {
+void CZel3FileReader::Dispatch(const cMemBlock& block) {
   switch (block.GetType()) {
     case tag::kParserChunkRequest: {
       const auto request = ParserChunkRequestBlock::View(block);

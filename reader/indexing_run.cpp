@@ -10,7 +10,7 @@
 namespace {
 
 // The warning with which an index reader tells that it has read all of its file.
-bool IsEndOfFile(cMemBlock const& block) {
+bool IsEndOfFile(const cMemBlock& block) {
   if (block.GetType() != tag::kNotify) return false;
   const auto notify = NotifyBlock::View(block);
   if (!notify.HoldsRecord() || notify.Record().kind != tag::kMessage) return false;
@@ -33,7 +33,7 @@ class RunEnd {
 
 }  // namespace
 
-int CZel3FileReader::Start_make_index(QString const& path) {
+int CZel3FileReader::Start_make_index(const QString& path) {
   indexedFilePath = path.isEmpty() ? CurrentPath() : path;
   begunAnew = false;
   bool begun = false;
@@ -69,7 +69,7 @@ bool CZel3FileReader::BeginIntake() {
   return false;
 }
 
-void CZel3FileReader::Create_index_reader(QString const& path) {
+void CZel3FileReader::Create_index_reader(const QString& path) {
   auto reader = std::make_unique<CZel3FileReader>();
   reader->isIndexReader = true;
   TBrickConfig readerConfig = config;
@@ -106,13 +106,13 @@ void CZel3FileReader::InitBrickConfig(TBrickConfig& childConfig) {
   childConfig.ownerContext = OwnerContext();
 }
 
-int CZel3FileReader::onData(cMemBlock const& block) {
+int CZel3FileReader::onData(const cMemBlock& block) {
   // The run goes on without a record that is lost, but its index is not kept.
   if (indexing && !Contain([&] { TakeRecord(block); })) recordLost = true;
   return 1;
 }
 
-void CZel3FileReader::TakeRecord(cMemBlock const& block) {
+void CZel3FileReader::TakeRecord(const cMemBlock& block) {
   switch (block.GetType()) {
     case tag::kHeader: {
       const auto header = HeaderBlock::View(block);
@@ -152,7 +152,7 @@ void CZel3FileReader::TakeRecord(cMemBlock const& block) {
   }
 }
 
-void CZel3FileReader::OnParserTag(TParserTag const& parserTag) {
+void CZel3FileReader::OnParserTag(const TParserTag& parserTag) {
   indexer.scratchPos = parserTag.position;
   if (fileSize == 0) return;
   // The size is that of the file now open, which in a folder need not be the one being indexed: the
@@ -173,7 +173,7 @@ void CZel3FileReader::PullNextBlock() {
   });
 }
 
-int CZel3FileReader::onNotify(cMemBlock const& block) {
+int CZel3FileReader::onNotify(const cMemBlock& block) {
   if (!indexing || !IsEndOfFile(block)) return 1;
   // Where this fails, the waiting request is dropped, unless it has started a run of its own;
   // clients ask again.

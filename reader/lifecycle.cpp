@@ -25,7 +25,7 @@ QByteArray FieldText(const char (&field)[261]) {
 
 CZel3FileReader::CZel3FileReader() : folder(QString()) {}
 
-int CZel3FileReader::onCreate(TBrickConfig const& creationConfig) {
+int CZel3FileReader::onCreate(const TBrickConfig& creationConfig) {
   int opened = 0;
   Contain([&] {
     config = creationConfig;

@@ -32,8 +32,8 @@ void CZel3FileReader::SendRunEnded() {
   SendMessage(tag::kLevelRunEnded, 0, std::string(), QString());
 }
 
-void CZel3FileReader::SendMessage(Tag level, Tag code, std::string const& text,
-                                  QString const& detail) {
+void CZel3FileReader::SendMessage(Tag level, Tag code, const std::string& text,
+                                  const QString& detail) {
   auto message = MessageBlock::New();
   TNotifyMessage& record = message.Record();
   record.sender = GetSignature();

@@ -1,6 +1,6 @@
 #include "zel3_file_reader.h"
 
-void CZel3FileReader::OnPlayCmd(PlayBlock const& command) {
+void CZel3FileReader::OnPlayCmd(const PlayBlock& command) {
   if (!eventsSent) {
     Send_all_events_notify();
     eventsSent = true;
@@ -19,7 +19,7 @@ void CZel3FileReader::OnPlayCmd(PlayBlock const& command) {
   streamStopped = true;
 }
 
-void CZel3FileReader::OnCmdGetActivity(ActivityRequestBlock const& request) {
+void CZel3FileReader::OnCmdGetActivity(const ActivityRequestBlock& request) {
   const TZEL3ActivityRequest wanted = request.Record();
   const std::uint32_t binCount =
       wanted.binCount > 0 ? static_cast<std::uint32_t>(wanted.binCount) : 0;
@@ -28,7 +28,7 @@ void CZel3FileReader::OnCmdGetActivity(ActivityRequestBlock const& request) {
   SendData(gist);
 }
 
-void CZel3FileReader::OnCmdGetPreview(PreviewRequestBlock const& request) {
+void CZel3FileReader::OnCmdGetPreview(const PreviewRequestBlock& request) {
   if (streamStopped || indexing) return;
   const TCmdGetPreview wanted = request.Record();
   TZEL3ChunkInfo info;
@@ -41,7 +41,7 @@ void CZel3FileReader::OnCmdGetPreview(PreviewRequestBlock const& request) {
 }
 
 // The entry at the time, or the next one when that entry is earlier.
-bool CZel3FileReader::FindPreview(std::uint64_t time, TZEL3ChunkInfo* info) {
+bool CZel3FileReader::FindPreview(ArchiveTime time, TZEL3ChunkInfo* info) {
   if (!indexer.IndexInfoFromTime(time, kAtOrBefore, true, info)) {
     return indexer.IndexInfoFromTime(time, kNeighbour, true, info);
   }

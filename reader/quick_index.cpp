@@ -116,7 +116,7 @@ bool CZel3FileReader::ReadHeadIndex() {
 
 bool CZel3FileReader::ReadTailIndex() {
   const std::uint64_t size = file.SizeNow();
-  std::uint64_t position = size - std::min(size, kStep);
+  FilePosition position = size - std::min(size, kStep);
   // Where the end alone does not tell, the whole stretch is searched, that end included: all of it
   // is then as it was at one time.
   const std::uint64_t searched = std::min<std::uint64_t>(size - position, kStretch);
@@ -131,7 +131,7 @@ bool CZel3FileReader::ReadTailIndex() {
   }
 }
 
-CZel3FileReader::TailSearch CZel3FileReader::SearchStretch(std::uint64_t position,
+CZel3FileReader::TailSearch CZel3FileReader::SearchStretch(FilePosition position,
                                                            std::uint64_t from) {
   // The body of a marker at the end of the stretch may reach beyond it.
   QByteArray bytes(static_cast<int>(kStretch + sizeof(IDX_T) - from), Qt::Uninitialized);

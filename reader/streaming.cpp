@@ -9,7 +9,7 @@ namespace {
 // How much of a file is streamed at once.
 constexpr std::uint32_t kPortion = 65535;
 
-RawDataBlock Beginning(RawDataBlock const& block, std::uint32_t size) {
+RawDataBlock Beginning(const RawDataBlock& block, std::uint32_t size) {
   RawDataBlock beginning = RawDataBlock::New(size);
   std::memcpy(beginning.WritableBytes(), block.Bytes(), size);
   return beginning;

@@ -15,6 +15,7 @@
 #include "notifications.h"
 #include "plain_file.h"
 #include "stream_records.h"
+#include "units.h"
 #include "zel3_indexer.h"
 
 // The archive reader: serves one archive file, or one folder of them, by time.
@@ -34,33 +35,33 @@ class CZel3FileReader : public CBrick {
 
  protected:
   int onCtrl(cMemBlock& block) override;
-  int onData(cMemBlock const& block) override;
-  int onNotify(cMemBlock const& block) override;
-  int onCreate(TBrickConfig const& config) override;
+  int onData(const cMemBlock& block) override;
+  int onNotify(const cMemBlock& block) override;
+  int onCreate(const TBrickConfig& config) override;
 
  private:
   // Opening (archive_opening.cpp). Paths: local 8-bit encoding as char*, else decoded. Nothing is
   // opened (0 or false) also when an indexing run has been started: its end opens again. A file
   // that is not opened is the current one all the same. `headAndTailOnly`: a quick index will do.
-  int open(char const* path);
-  bool Open_folder(QString const& folderPath);
-  bool Open_files_of_folder(std::vector<ListedFile> const& archives);
-  bool Open_file(QString const& path, bool headAndTailOnly);
-  bool MakeIndex(QString const& path, bool headAndTailOnly);
-  void NoteFailure(QString const& path);
+  int open(const char* path);
+  bool Open_folder(const QString& folderPath);
+  bool Open_files_of_folder(const std::vector<ListedFile>& archives);
+  bool Open_file(const QString& path, bool headAndTailOnly);
+  bool MakeIndex(const QString& path, bool headAndTailOnly);
+  void NoteFailure(const QString& path);
   void SetNoArchive();
   // The path of the creation record.
   QByteArray SourcePath() const;
 
   // The archive file (archive_file.cpp).
-  bool OpenStream(QString const& path);
+  bool OpenStream(const QString& path);
   void close();
   // The file now open or last tried; empty before the first.
-  QString const& CurrentPath() const;
+  const QString& CurrentPath() const;
   // What follows its last "/".
   QString CurrentFileName() const;
   // Reads up to `size` bytes at `position`; the number of bytes read.
-  std::size_t ReadFileAt(std::uint64_t position, void* bytes, std::size_t size);
+  std::size_t ReadFileAt(FilePosition position, void* bytes, std::size_t size);
 
   // An index made of only the first and last index record of the current file (quick_index.cpp).
   bool Adv_Read_head_and_tail_index();
@@ -71,10 +72,10 @@ class CZel3FileReader : public CBrick {
   enum class TailSearch { kFound, kNotFound, kNothingThere };
   // Looks for the last index record of the stretch of the file at `position`, from its byte `from`
   // on.
-  TailSearch SearchStretch(std::uint64_t position, std::uint64_t from);
+  TailSearch SearchStretch(FilePosition position, std::uint64_t from);
 
   // Control blocks (control_dispatch.cpp).
-  void Dispatch(cMemBlock const& block);
+  void Dispatch(const cMemBlock& block);
   void OnDataTick();
 
   // The list of archives (archive_list.cpp).
@@ -82,18 +83,17 @@ class CZel3FileReader : public CBrick {
   void Send_No_archive_warning();
 
   // Requests by time and for bytes (chunk_requests.cpp).
-  void OnChunkRequest(ChunkRequestBlock const& request);
-  void AnswerNotFound(std::uint64_t time);
-  void SendChunkAnswer(TZEL3ChunkInfo const& info);
-  void OnParserChunkRequest(ParserChunkRequestBlock const& request);
-  void OnParserPreviewRequest(ParserChunkRequestBlock const& request);
+  void OnChunkRequest(const ChunkRequestBlock& request);
+  void AnswerNotFound(ArchiveTime time);
+  void SendChunkAnswer(const TZEL3ChunkInfo& info);
+  void OnParserChunkRequest(const ParserChunkRequestBlock& request);
+  void OnParserPreviewRequest(const ParserChunkRequestBlock& request);
   struct Answer;
-  Answer PlanAnswer(TZEL3ChunkInfo const& request);
-  void OpenFileOf(std::uint64_t indexId);
-  bool Need_header_for_index(std::uint64_t indexId, std::uint64_t* headerStart,
-                             std::uint64_t* headerEnd);
+  Answer PlanAnswer(const TZEL3ChunkInfo& request);
+  void OpenFileOf(IndexId indexId);
+  bool Need_header_for_index(IndexId indexId, FilePosition* headerStart, FilePosition* headerEnd);
   RawDataBlock MakeAnswerBlock(Answer& answer);
-  void FillAnswer(Answer const& answer, std::uint64_t time, unsigned char* bytes);
+  void FillAnswer(const Answer& answer, ArchiveTime time, unsigned char* bytes);
 
   // Streaming a whole file, portion by portion (streaming.cpp).
   // Bytes of the file, read but not sent.
@@ -105,23 +105,23 @@ class CZel3FileReader : public CBrick {
   Portion ReadPortion();
 
   // Play, activity and preview (play_commands.cpp).
-  void OnPlayCmd(PlayBlock const& command);
-  void OnCmdGetActivity(ActivityRequestBlock const& request);
-  void OnCmdGetPreview(PreviewRequestBlock const& request);
-  bool FindPreview(std::uint64_t time, TZEL3ChunkInfo* info);
+  void OnPlayCmd(const PlayBlock& command);
+  void OnCmdGetActivity(const ActivityRequestBlock& request);
+  void OnCmdGetPreview(const PreviewRequestBlock& request);
+  bool FindPreview(ArchiveTime time, TZEL3ChunkInfo* info);
   void Send_all_events_notify();
 
   // The indexing run (indexing_run.cpp). `path` empty: the current file.
-  int Start_make_index(QString const& path);
+  int Start_make_index(const QString& path);
   bool BeginIntake();
   bool BeginAnew();
-  void Create_index_reader(QString const& path);
+  void Create_index_reader(const QString& path);
   void Create_index_parser();
   void Create_preview_parser();
   CBrick* CreateParser();
   void InitBrickConfig(TBrickConfig& childConfig);
-  void TakeRecord(cMemBlock const& block);
-  void OnParserTag(TParserTag const& parserTag);
+  void TakeRecord(const cMemBlock& block);
+  void OnParserTag(const TParserTag& parserTag);
   void PullNextBlock();
   void Send_finish_indexing();
   void OpenAfterRun();
@@ -133,7 +133,7 @@ class CZel3FileReader : public CBrick {
   void Send_indexing_progress();
   void SendProgress(std::uint32_t percent);
   void SendRunEnded();
-  void SendMessage(Tag level, Tag code, std::string const& text, QString const& detail);
+  void SendMessage(Tag level, Tag code, const std::string& text, const QString& detail);
 
   // Not owned. The last one is never set: nothing asks for a parser for previews.
   CZel3FileReader* indexReader = nullptr;

@@ -14,11 +14,11 @@ class LastBlockClient : public CBrick {
 
  protected:
   int onCtrl(cMemBlock& block) override { return Keep(block); }
-  int onData(cMemBlock const& block) override { return Keep(block); }
-  int onNotify(cMemBlock const& block) override { return Keep(block); }
+  int onData(const cMemBlock& block) override { return Keep(block); }
+  int onNotify(const cMemBlock& block) override { return Keep(block); }
 
  private:
-  int Keep(cMemBlock const& block) {
+  int Keep(const cMemBlock& block) {
     last = block;
     return 1;
   }

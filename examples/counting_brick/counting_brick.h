@@ -18,7 +18,7 @@ class CountingBrick final : public CBrick {
   const std::map<std::string, int>& Counts() const { return mCounts; }
 
  private:
-  int onData(cMemBlock const& block) override {
+  int onData(const cMemBlock& block) override {
     ++mCounts[FourCcText(block.GetType())];
     return 1;
   }
@@ -35,7 +35,7 @@ class CountingBrick final : public CBrick {
 
   // The reader has found an entry. The parser, which stands between, asks for its bytes, so that
   // its records arrive by themselves; here the entry after it is asked for.
-  int onNotify(cMemBlock const& block) override {
+  int onNotify(const cMemBlock& block) override {
     const NotifyBlock notification = NotifyBlock::View(block);
     if (!notification.HoldsRecord()) return 1;
     ++mCounts[FourCcText(notification.Record().kind)];

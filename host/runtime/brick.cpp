@@ -76,7 +76,7 @@ void CBrick::DisconnectFromAll() {
 void CBrick::ConnectOwned(CBrick*) {}
 void CBrick::DisconnectOwned(CBrick*) {}
 
-int CBrick::Create(TBrickConfig const& config) {
+int CBrick::Create(const TBrickConfig& config) {
   mState->ownerContext = config.ownerContext;
   mState->signature = config.signature;
   mState->Join(Pipeline::State::Find(config.ownerContext), this);
@@ -99,41 +99,41 @@ std::uint32_t CBrick::OwnerContext() const {
   return mState->ownerContext;
 }
 
-bool CBrick::IsKnownInput(TContentDescriptor const&) {
+bool CBrick::IsKnownInput(const TContentDescriptor&) {
   return false;
 }
-bool CBrick::IsKnownOutput(TContentDescriptor const&) {
+bool CBrick::IsKnownOutput(const TContentDescriptor&) {
   return false;
 }
 
-void CBrick::enqueueControl(cMemBlock const& block) {
+void CBrick::enqueueControl(const cMemBlock& block) {
   mState->Enqueue(Queue::kControl, block);
 }
-void CBrick::enqueueData(cMemBlock const& block) {
+void CBrick::enqueueData(const cMemBlock& block) {
   mState->Enqueue(Queue::kData, block);
 }
 
 int CBrick::onCtrl(cMemBlock&) {
   return 1;
 }
-int CBrick::onData(cMemBlock const&) {
+int CBrick::onData(const cMemBlock&) {
   return 1;
 }
-int CBrick::onNotify(cMemBlock const&) {
+int CBrick::onNotify(const cMemBlock&) {
   return 1;
 }
-int CBrick::onCreate(TBrickConfig const&) {
+int CBrick::onCreate(const TBrickConfig&) {
   return 1;
 }
 
-void CBrick::SendData(cMemBlock const& block) {
+void CBrick::SendData(const cMemBlock& block) {
   const std::vector<CBrick*> receivers = mState->next;
   for (CBrick* const receiver : receivers) {
     mState->SendTo(receiver, Side::kUpstream, Queue::kData, block);
   }
 }
 
-void CBrick::SendCmd(cMemBlock const& block) {
+void CBrick::SendCmd(const cMemBlock& block) {
   const std::vector<CBrick*> receivers = mState->next;
   SendUp(block);
   for (CBrick* const receiver : receivers) {
@@ -141,7 +141,7 @@ void CBrick::SendCmd(cMemBlock const& block) {
   }
 }
 
-void CBrick::SendUp(cMemBlock const& block) {
+void CBrick::SendUp(const cMemBlock& block) {
   const std::vector<CBrick*> receivers = mState->previous;
   for (CBrick* const receiver : receivers) {
     mState->SendTo(receiver, Side::kDownstream, Queue::kControl, block);

@@ -14,7 +14,7 @@ std::uint64_t NewBrickId() {
 
 CBrick::State::State() : id(NewBrickId()) {}
 
-void CBrick::State::Enqueue(Queue queue, cMemBlock const& block) {
+void CBrick::State::Enqueue(Queue queue, const cMemBlock& block) {
   const std::uint64_t number = mNextItem++;
   // The ticket first: one without an item is passed over, an item without one would block its queue
   // for good when memory fails in between.
@@ -41,7 +41,7 @@ void CBrick::State::DropItemsFrom(std::uint64_t sender) {
   }
 }
 
-void CBrick::State::SendTo(CBrick* receiver, Side side, Queue queue, cMemBlock const& block) const {
+void CBrick::State::SendTo(CBrick* receiver, Side side, Queue queue, const cMemBlock& block) const {
   struct Sending {
     State& target;
     ~Sending() {

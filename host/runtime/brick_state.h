@@ -21,7 +21,7 @@ class CBrick::State {
   State();
 
   Items& ItemsOf(Queue queue) { return queue == Queue::kControl ? control : data; }
-  void Enqueue(Queue queue, cMemBlock const& block);
+  void Enqueue(Queue queue, const cMemBlock& block);
   // The oldest item of the queue, taken out of it. REQUIRES: the queue is not empty.
   Item Take(Queue queue);
   void DropItems();
@@ -29,7 +29,7 @@ class CBrick::State {
 
   // Puts `block` into the receiver's own queue, with this brick as its sender; `side` is where the
   // receiver sees the sender.
-  void SendTo(CBrick* receiver, Side side, Queue queue, cMemBlock const& block) const;
+  void SendTo(CBrick* receiver, Side side, Queue queue, const cMemBlock& block) const;
 
   // Removes this brick's half of the link to `neighbour`.
   void Forget(const CBrick* neighbour);

@@ -47,7 +47,7 @@ class BRICK_SDK_API CBrick {
 
   // Keeps `ownerContext` and `signature`, calls onCreate and returns its result. A result of 0 has
   // no effect on the brick: a source that is not ready yet may return it.
-  virtual int Create(TBrickConfig const& config);
+  virtual int Create(const TBrickConfig& config);
 
   virtual void SetStopped(bool stopped);
   virtual bool HasNextBrick();
@@ -55,32 +55,32 @@ class BRICK_SDK_API CBrick {
   // The signature kept by Create; 0 before.
   virtual std::uint32_t GetSignature();
   // Whether the brick takes, or gives, content of this kind; false unless overridden.
-  virtual bool IsKnownInput(TContentDescriptor const& input);
-  virtual bool IsKnownOutput(TContentDescriptor const& output);
+  virtual bool IsKnownInput(const TContentDescriptor& input);
+  virtual bool IsKnownOutput(const TContentDescriptor& output);
 
   // Puts a block into this brick's own queue. May be called from any brick.
-  virtual void enqueueControl(cMemBlock const& block);
-  virtual void enqueueData(cMemBlock const& block);
+  virtual void enqueueControl(const cMemBlock& block);
+  virtual void enqueueData(const cMemBlock& block);
   virtual void DisconnectOwned(CBrick* owned);
 
  protected:
   // The brick's own work. Their results have no meaning for this host. No exception may leave them.
   virtual int onCtrl(cMemBlock& block);
-  virtual int onData(cMemBlock const& block);
-  virtual int onNotify(cMemBlock const& block);
-  virtual int onCreate(TBrickConfig const& config);
+  virtual int onData(const cMemBlock& block);
+  virtual int onNotify(const cMemBlock& block);
+  virtual int onCreate(const TBrickConfig& config);
 
   // Sends to every brick after this one, in the order of connection; with none the block is
   // dropped.
-  virtual void SendData(cMemBlock const& block);
+  virtual void SendData(const cMemBlock& block);
   // Sends to every neighbour, those before first, into their control queues.
-  virtual void SendCmd(cMemBlock const& block);
+  virtual void SendCmd(const cMemBlock& block);
 
   // From which side the block at hand came. Valid inside onCtrl, onData and onNotify.
   enum class Side { kNone, kUpstream, kDownstream };
   Side CameFrom() const;
   // Sends to the bricks before this one only, into their control queues.
-  void SendUp(cMemBlock const& block);
+  void SendUp(const cMemBlock& block);
   // The value kept by Create; 0 before.
   std::uint32_t OwnerContext() const;
 

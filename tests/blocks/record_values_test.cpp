@@ -111,11 +111,11 @@ TEST(Markers, AreTheBytesOfTheFile) {
   EXPECT_EQ(std::memcmp(&kIndexMarker, index, kMarkerSize), 0);
 }
 
-TEST(ArchiveTime, CountsThousandthsOfAnIndexUnitIn64Bits) {
-  EXPECT_EQ(ArchiveTime(0), 0U);
-  EXPECT_EQ(ArchiveTime(3), 3000U);
-  EXPECT_EQ(ArchiveTime(4000000000U), 4000000000000U);
-  EXPECT_EQ(ArchiveTime(0xFFFFFFFFU), 4294967295000U);
+TEST(ToArchiveTime, CountsThousandthsOfAnIndexUnitIn64Bits) {
+  EXPECT_EQ(ToArchiveTime(0), 0U);
+  EXPECT_EQ(ToArchiveTime(3), 3000U);
+  EXPECT_EQ(ToArchiveTime(4000000000U), 4000000000000U);
+  EXPECT_EQ(ToArchiveTime(0xFFFFFFFFU), 4294967295000U);
 }
 
 TEST(Events, HaveOneOfAFixedSetOfTypes) {

@@ -58,9 +58,9 @@ class RecordingBrick : public CBrick {
 
  protected:
   int onCtrl(cMemBlock& block) override { return Record(".ctrl ", block); }
-  int onData(cMemBlock const& block) override { return Record(".data ", block); }
-  int onNotify(cMemBlock const& block) override { return Record(".notify ", block); }
-  int onCreate(TBrickConfig const&) override { return creation(); }
+  int onData(const cMemBlock& block) override { return Record(".data ", block); }
+  int onNotify(const cMemBlock& block) override { return Record(".notify ", block); }
+  int onCreate(const TBrickConfig&) override { return creation(); }
 
  private:
   int Record(const char* callback, const cMemBlock& block) {

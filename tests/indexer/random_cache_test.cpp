@@ -65,7 +65,7 @@ void AskEverything(cZel3Indexer& index) {
   for (const sFile_Index_Store& store : index.files) {
     for (const ZEL_ID3_REC& record : store.id3Records) {
       TZEL3ChunkInfo info;
-      if (index.IndexInfoFromTime(ArchiveTime(record.time), 1, true, &info)) {
+      if (index.IndexInfoFromTime(ToArchiveTime(record.time), 1, true, &info)) {
         const std::uint64_t indexId = info.indexId;
         EXPECT_LT(EntryNumber(indexId), static_cast<std::uint32_t>(store.id3Records.size()));
       }

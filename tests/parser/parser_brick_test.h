@@ -29,11 +29,11 @@ class Neighbour final : public CBrick {
   using CBrick::SendCmd;
   using CBrick::SendData;
 
-  void enqueueControl(cMemBlock const& block) override {
+  void enqueueControl(const cMemBlock& block) override {
     FindRoom();
     CBrick::enqueueControl(block);
   }
-  void enqueueData(cMemBlock const& block) override {
+  void enqueueData(const cMemBlock& block) override {
     FindRoom();
     CBrick::enqueueData(block);
   }
@@ -58,12 +58,12 @@ class Neighbour final : public CBrick {
     commands.push_back(Describe(block));
     return 1;
   }
-  int onData(cMemBlock const& block) override {
+  int onData(const cMemBlock& block) override {
     data.push_back(Describe(block));
     blocks.push_back(block);
     return 1;
   }
-  int onNotify(cMemBlock const& block) override { return onData(block); }
+  int onNotify(const cMemBlock& block) override { return onData(block); }
 };
 
 inline TBrickConfig ParserConfig(const Pipeline& pipeline) {

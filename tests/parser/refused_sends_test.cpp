@@ -112,7 +112,7 @@ TEST_F(RefusedSends, AreMadeUpForAtTheNextCallOfAnyKind) {
 // one, while the parser is still sending.
 class EagerClient final : public CBrick {
  public:
-  void enqueueData(cMemBlock const& block) override {
+  void enqueueData(const cMemBlock& block) override {
     data.push_back(Describe(block));
     if (data.back() != "Tag  TagF" || next.empty()) return;
     const cMemBlock given = next.front();

@@ -13,8 +13,8 @@ namespace {
 // A client in whose host sending is a point at which a thread may be cancelled.
 class CancellationPoint : public CBrick {
  public:
-  void enqueueControl(cMemBlock const&) override { pthread_testcancel(); }
-  void enqueueData(cMemBlock const&) override { pthread_testcancel(); }
+  void enqueueControl(const cMemBlock&) override { pthread_testcancel(); }
+  void enqueueData(const cMemBlock&) override { pthread_testcancel(); }
 };
 
 // Where a thread that is to be cancelled ends.
@@ -123,7 +123,7 @@ class UntellableParser : public ScriptedParser {
   using ScriptedParser::ScriptedParser;
 
  protected:
-  void enqueueControl(cMemBlock const& block) override {
+  void enqueueControl(const cMemBlock& block) override {
     pthread_testcancel();
     ScriptedParser::enqueueControl(block);
   }

@@ -27,8 +27,8 @@ class CapturingClient : public CBrick {
     pulls.push_back(BlockText(block));
     return 1;
   }
-  int onData(cMemBlock const& block) override { return Keep(block); }
-  int onNotify(cMemBlock const& block) override { return Keep(block); }
+  int onData(const cMemBlock& block) override { return Keep(block); }
+  int onNotify(const cMemBlock& block) override { return Keep(block); }
 
  private:
   int Keep(const cMemBlock& block) {

@@ -19,7 +19,7 @@ class Route : public cMemBlock {
 class MarkingClient : public CBrick {
  public:
   explicit MarkingClient(const ActivityRequestBlock& request) : mRequest(request) {}
-  void enqueueData(cMemBlock const& block) override {
+  void enqueueData(const cMemBlock& block) override {
     mRequest.MarkHandledBy(this);
     CBrick::enqueueData(block);
   }

@@ -21,7 +21,7 @@ class EndingParser : public ScriptedParser {
     feeder = before;
     ScriptedParser::ConnectAfter(before);
   }
-  void enqueueData(cMemBlock const&) override {
+  void enqueueData(const cMemBlock&) override {
     size = malloc_usable_size(feeder);
     feeder->~CBrick();
     std::memset(static_cast<void*>(feeder), kGone, size);

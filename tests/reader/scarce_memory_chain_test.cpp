@@ -8,8 +8,8 @@ namespace {
 // A client that keeps nothing, but needs memory to get it.
 class DeafClient : public CBrick {
  public:
-  void enqueueControl(cMemBlock const&) override { std::vector<char> queue(1); }
-  void enqueueData(cMemBlock const&) override { std::vector<char> queue(1); }
+  void enqueueControl(const cMemBlock&) override { std::vector<char> queue(1); }
+  void enqueueData(const cMemBlock&) override { std::vector<char> queue(1); }
 };
 
 // Memory is short in a whole run, for the reader, its children and the host alike, with the parser

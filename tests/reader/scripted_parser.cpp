@@ -36,7 +36,7 @@ void ScriptedParser::Pull() {
   SendUp(BytesRequest(kNoIndexId, 0));
 }
 
-void ScriptedParser::enqueueControl(cMemBlock const& block) {
+void ScriptedParser::enqueueControl(const cMemBlock& block) {
   if (block.GetType() == tag::kKill) mWorkshop->log.push_back("queued " + BlockText(block));
   CBrick::enqueueControl(block);
 }
@@ -47,7 +47,7 @@ int ScriptedParser::onCtrl(cMemBlock& block) {
   return 1;
 }
 
-int ScriptedParser::onData(cMemBlock const& block) {
+int ScriptedParser::onData(const cMemBlock& block) {
   mWorkshop->log.push_back("data " + BlockText(block));
   const RawDataBlock raw = RawDataBlock::View(block);
   received.insert(received.end(), raw.Bytes(), raw.Bytes() + raw.Size());
@@ -57,7 +57,7 @@ int ScriptedParser::onData(cMemBlock const& block) {
   return 1;
 }
 
-int ScriptedParser::onNotify(cMemBlock const& block) {
+int ScriptedParser::onNotify(const cMemBlock& block) {
   mWorkshop->log.push_back("notify " + BlockText(block));
   mWorkshop->lastNotification = block;
   if (!mWorkshop->pullsItself) return 1;

@@ -53,10 +53,10 @@ class ScriptedParser : public CBrick {
   Bytes received;
 
  protected:
-  void enqueueControl(cMemBlock const& block) override;
+  void enqueueControl(const cMemBlock& block) override;
   int onCtrl(cMemBlock& block) override;
-  int onData(cMemBlock const& block) override;
-  int onNotify(cMemBlock const& block) override;
+  int onData(const cMemBlock& block) override;
+  int onNotify(const cMemBlock& block) override;
 
  private:
   // The records of the archive that end within the bytes received and have not been sent yet.

@@ -36,7 +36,7 @@ class ManyArchives : public LoadTest {
   }
 
   // The second of three entries in the middle of the list.
-  std::uint64_t MiddleTime() const { return ArchiveTime(StartOf(middle) + 10); }
+  std::uint64_t MiddleTime() const { return ToArchiveTime(StartOf(middle) + 10); }
   std::string MiddleAnswer() const {
     return "IRN3 " + std::to_string(middle) + "/1 at " + std::to_string(MiddleTime());
   }

@@ -42,7 +42,7 @@ class ManyEntries : public LoadTest {
     const Stopwatch stopwatch;
     for (int i = 0; i < lookups; ++i) {
       const auto number = static_cast<std::uint32_t>(random() % count);
-      const std::uint64_t time = ArchiveTime(kFirstTime + number);
+      const std::uint64_t time = ToArchiveTime(kFirstTime + number);
       ASSERT_THAT(Ask(ChunkRequest(time + random() % 1000)),
                   ElementsAre("IRN3 0/" + std::to_string(number) + " at " + std::to_string(time)));
     }
@@ -51,7 +51,7 @@ class ManyEntries : public LoadTest {
 
   // The levels of stream 1 from the first entry to the last, in ten bins.
   Bytes ActivityOfAll() {
-    Send(ActivityRequest(ArchiveTime(kFirstTime), ArchiveTime(kFirstTime + count), 10, 1));
+    Send(ActivityRequest(ToArchiveTime(kFirstTime), ToArchiveTime(kFirstTime + count), 10, 1));
     const std::vector<cMemBlock> blocks = Received();
     if (blocks.size() != 1) return Bytes();
     const ActivityGistBlock gist = ActivityGistBlock::View(blocks[0]);

@@ -21,7 +21,7 @@ Scenario BusySample() {
 }
 
 std::string EventLine(const GroundTruthEvent& event) {
-  return R"({"time":)" + std::to_string(ArchiveTime(event.indexTime)) + R"(,"type":")" +
+  return R"({"time":)" + std::to_string(ToArchiveTime(event.indexTime)) + R"(,"type":")" +
          event_types::Name(event.type) + R"(","text":")" + event.text + "\"}";
 }
 
@@ -82,10 +82,10 @@ TEST_F(EventsOfSample, OfARangeWithoutItsEnd) {
   const auto lines = [this](std::uint64_t from, std::uint64_t to) {
     return LinesOf(EventLines({std::to_string(from), std::to_string(to)}).out);
   };
-  EXPECT_EQ(lines(ArchiveTime(first), ArchiveTime(last)),
+  EXPECT_EQ(lines(ToArchiveTime(first), ToArchiveTime(last)),
             Expected({0, 1, 2},
                      [last](const GroundTruthEvent& event) { return event.indexTime < last; }));
-  EXPECT_EQ(lines(ArchiveTime(first) + 1, ArchiveTime(last) + 1),
+  EXPECT_EQ(lines(ToArchiveTime(first) + 1, ToArchiveTime(last) + 1),
             Expected({0, 1, 2},
                      [first](const GroundTruthEvent& event) { return event.indexTime > first; }));
 }

@@ -15,7 +15,7 @@ Scenario SampleScenario() {
 }
 
 std::uint64_t SampleTime(std::uint32_t second) {
-  return ArchiveTime(SampleScenario().startIndexTime + second);
+  return ToArchiveTime(SampleScenario().startIndexTime + second);
 }
 
 std::string SampleFile(const std::string& folder, const GroundTruth& truth, std::size_t number) {

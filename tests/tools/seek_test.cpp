@@ -33,7 +33,7 @@ TEST_F(Seek, FindsEveryEntryThatWasWritten) {
   for (std::size_t file = 0; file < mTruth.files.size(); ++file) {
     const auto& entries = mTruth.files[file].entries;
     for (std::size_t entry = 0; entry < entries.size(); ++entry) {
-      const std::uint64_t time = ArchiveTime(entries[entry].indexTime);
+      const std::uint64_t time = ToArchiveTime(entries[entry].indexTime);
       const std::string expected = R"({"fileNumber":)" + std::to_string(file) +
                                    R"(,"entryNumber":)" + std::to_string(entry) + R"(,"time":)" +
                                    std::to_string(time) + "}\n";

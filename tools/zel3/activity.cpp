@@ -15,8 +15,8 @@ using Json = nlohmann::ordered_json;
 constexpr std::uint32_t kMostBins = 10000;
 
 struct Bin {
-  std::uint64_t time = 0;  // archive time
-  unsigned level = 0;      // 0-63
+  ArchiveTime time = 0;  // archive time
+  unsigned level = 0;    // 0-63
   bool recorded = false;
 };
 
@@ -83,7 +83,7 @@ const char* Mark(const Bin& bin) {
   return bin.recorded ? kMarks[bin.level / kLevelsPerMark] : "·";
 }
 
-std::string LengthText(std::uint64_t archiveTime, TimeFormat format) {
+std::string LengthText(ArchiveTime archiveTime, TimeFormat format) {
   if (format == TimeFormat::kInteger) return std::to_string(archiveTime);
   return fmt::format("{}.{:03} s", archiveTime / 1000, archiveTime % 1000);
 }

@@ -7,12 +7,13 @@
 #include "archive_session.h"
 #include "indexed_source.h"
 #include "render.h"
+#include "units.h"
 
 struct ActivityOptions {
   std::string source;
   std::uint8_t streamId = 0;
-  std::optional<std::uint64_t> from;  // archive time; none: the start of the first archive
-  std::optional<std::uint64_t> to;    // archive time, not part of the range; none: the last end
+  std::optional<ArchiveTime> from;  // none: the start of the first archive
+  std::optional<ArchiveTime> to;    // not part of the range; none: the last end
   std::uint32_t bins = 96;
   MissingIndexes missingIndexes = MissingIndexes::kBuild;
   OutputStyle style;

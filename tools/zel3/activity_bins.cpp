@@ -8,7 +8,7 @@ std::uint64_t ActivityBins::End(std::uint32_t bin) const {
   return std::min(Start(bin + 1), to);
 }
 
-ActivityBins CutIntoBins(std::uint64_t from, std::uint64_t to, std::uint32_t most) {
+ActivityBins CutIntoBins(ArchiveTime from, ArchiveTime to, std::uint32_t most) {
   const std::uint64_t width = (to - from + most - 1) / most;
   return {from, to, width, static_cast<std::uint32_t>((to - from + width - 1) / width)};
 }

@@ -5,25 +5,25 @@
 
 #include "indexed_source.h"
 #include "stream_records.h"
+#include "units.h"
 
 // The first archive time that no index entry can hold.
-constexpr std::uint64_t kEndOfTimes = ArchiveTime(0xFFFFFFFF) + kArchiveTimePerIndexTime;
+constexpr ArchiveTime kEndOfTimes = ToArchiveTime(0xFFFFFFFF) + kArchiveTimePerIndexTime;
 
-// A range of time cut into parts of the same width; the last one may be shorter. All times are
-// archive times.
+// A range of time cut into parts of the same width; the last one may be shorter.
 struct ActivityBins {
-  std::uint64_t from;
-  std::uint64_t to;  // not part of the range
-  std::uint64_t width;
+  ArchiveTime from;
+  ArchiveTime to;  // not part of the range
+  ArchiveTime width;
   std::uint32_t count;
 
-  std::uint64_t Start(std::uint32_t bin) const { return from + bin * width; }
-  std::uint64_t End(std::uint32_t bin) const;
+  ArchiveTime Start(std::uint32_t bin) const { return from + bin * width; }
+  ArchiveTime End(std::uint32_t bin) const;
 };
 
 // At most `most` bins of whole units of time: a short range has fewer of them. REQUIRES: `from` is
 // below `to`.
-ActivityBins CutIntoBins(std::uint64_t from, std::uint64_t to, std::uint32_t most);
+ActivityBins CutIntoBins(ArchiveTime from, ArchiveTime to, std::uint32_t most);
 
 // How active a stream was in each bin, 0-63. Throws what the client throws.
 std::vector<std::uint8_t> ActivityLevels(const ActivityBins& bins, std::uint8_t streamId,

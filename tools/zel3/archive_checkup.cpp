@@ -42,7 +42,7 @@ class ArchiveCheckup : public FramingSink {
     mFacts.path = path;
   }
 
-  void OnHeader(std::uint64_t position, const ArchiveHeader& header) override {
+  void OnHeader(FilePosition position, const ArchiveHeader& header) override {
     mCache.OnHeader(position);
     for (const StreamDescriptor& stream : header.streams)
       mFacts.streamNames[stream.id] = stream.name;
@@ -51,9 +51,9 @@ class ArchiveCheckup : public FramingSink {
     CheckFirstHeader(position, header);
   }
 
-  void OnIndex(std::uint64_t position, const IDX_T& index) override {
+  void OnIndex(FilePosition position, const IDX_T& index) override {
     mCache.OnIndex(position, index);
-    const std::uint64_t time = ArchiveTime(index.time);
+    const ArchiveTime time = ToArchiveTime(index.time);
     if (mFacts.entries == 0) mFacts.startTime = mFacts.endTime = time;
     if (mFacts.entries == 1 && time > mLastTime) mFacts.step = time - mLastTime;
     if (mFacts.entries > 0) CheckStep(position, time);
@@ -72,12 +72,12 @@ class ArchiveCheckup : public FramingSink {
     }
   }
 
-  void OnDamage(std::uint64_t position, std::uint64_t bytes) override {
+  void OnDamage(FilePosition position, std::uint64_t bytes) override {
     const Finding finding = About(Severity::kError, "damage", "makes no sense and is passed over");
     AddBytes(finding, position, bytes);
   }
 
-  void OnCutOff(std::uint64_t position, std::uint64_t bytes) override {
+  void OnCutOff(FilePosition position, std::uint64_t bytes) override {
     const Finding finding = About(Severity::kWarning, "cut-off", "the last record is not whole");
     AddBytes(finding, position, bytes);
   }
@@ -121,14 +121,14 @@ class ArchiveCheckup : public FramingSink {
   }
 
   // Known to lie behind the last entry so far.
-  void AddBytes(Finding finding, std::uint64_t position, std::uint64_t bytes) {
+  void AddBytes(Finding finding, FilePosition position, std::uint64_t bytes) {
     finding.position = position;
     finding.bytes = bytes;
     if (mFacts.entries > 0) finding.time = mLastTime;
     mFindings->Add(finding);
   }
 
-  void CheckFirstHeader(std::uint64_t position, const ArchiveHeader& header) {
+  void CheckFirstHeader(FilePosition position, const ArchiveHeader& header) {
     // Older files are never opened by their first and last index records.
     if (!HasSuffix(mPath, ".zel3")) return;
     const std::int64_t place = header.length + header.firstIndexDelta;
@@ -144,7 +144,7 @@ class ArchiveCheckup : public FramingSink {
     mFindings->Add(finding);
   }
 
-  void CheckStep(std::uint64_t position, std::uint64_t time) {
+  void CheckStep(FilePosition position, ArchiveTime time) {
     if (time == mLastTime) {
       if (mSameTimes++ == 0) mFirstSameTime = position;
       return;

@@ -9,15 +9,16 @@
 #include "cache_checkup.h"
 #include "finding.h"
 #include "source_facts.h"
+#include "units.h"
 
-// What one pass over an archive file has told. Times are archive times.
+// What one pass over an archive file has told.
 struct ArchiveFacts {
   std::string path;
   std::uint64_t bytes = 0;
   std::uint64_t entries = 0;
-  std::uint64_t startTime = 0;  // the earliest and the latest; of no meaning without entries
-  std::uint64_t endTime = 0;
-  std::uint64_t step = 0;    // from the first entry to the second; 0 where there is none
+  ArchiveTime startTime = 0;  // the earliest and the latest; of no meaning without entries
+  ArchiveTime endTime = 0;
+  ArchiveTime step = 0;      // from the first entry to the second; 0 where there is none
   std::bitset<256> streams;  // those that have data
   std::map<std::uint8_t, std::string> streamNames;  // as headers declare them
   CacheState cache = CacheState::kNone;

@@ -130,7 +130,7 @@ ArchiveList ArchiveClient::ListOrFail() {
   throw ToolError("the reader could not open all files and gives no list; zel3 index names them");
 }
 
-std::optional<FoundEntry> ArchiveClient::Find(std::uint64_t time, Lookup lookup) {
+std::optional<FoundEntry> ArchiveClient::Find(ArchiveTime time, Lookup lookup) {
   if (lookup != Lookup::kAtOrBefore) SetDirection(lookup == Lookup::kNext);
   for (std::size_t run = 0; run <= mMostRuns; ++run) {
     // Asked again after a first run, the reader has kept nothing of it: another process may be at
@@ -152,7 +152,7 @@ std::optional<FoundEntry> ArchiveClient::Find(std::uint64_t time, Lookup lookup)
 
 std::optional<std::vector<unsigned char>> ArchiveClient::Read(std::uint32_t fileNumber,
                                                               std::uint32_t entryNumber,
-                                                              std::uint64_t time) {
+                                                              ArchiveTime time) {
   ParserChunkRequestBlock request = ParserChunkRequestBlock::New();
   request.Record().indexId = MakeIndexId(fileNumber, entryNumber);
   request.Record().time = time;
@@ -160,7 +160,7 @@ std::optional<std::vector<unsigned char>> ArchiveClient::Read(std::uint32_t file
   return std::move(mAnswers.data);
 }
 
-std::optional<PreviewEntry> ArchiveClient::Preview(std::uint64_t time, std::uint64_t endTime) {
+std::optional<PreviewEntry> ArchiveClient::Preview(ArchiveTime time, ArchiveTime endTime) {
   EndStoppedState();
   PreviewRequestBlock request = PreviewRequestBlock::New();
   request.Record().time = time;
@@ -175,7 +175,7 @@ const std::vector<RecordedEvent>& ArchiveClient::Events() {
   return mEvents;
 }
 
-std::vector<std::uint8_t> ArchiveClient::Activity(std::uint64_t from, std::uint64_t to,
+std::vector<std::uint8_t> ArchiveClient::Activity(ArchiveTime from, ArchiveTime to,
                                                   std::int32_t binCount, std::int32_t streamId) {
   ActivityRequestBlock request = ActivityRequestBlock::New();
   request.Record().from = from;

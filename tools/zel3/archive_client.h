@@ -9,12 +9,11 @@
 #include "chunk_info.h"
 #include "progress_bar.h"
 #include "served_source.h"
-
-// All times are archive times.
+#include "units.h"
 
 struct ListedArchive {
-  std::uint64_t startTime = 0;
-  std::uint64_t endTime = 0;
+  ArchiveTime startTime = 0;
+  ArchiveTime endTime = 0;
   std::uint32_t fileNumber = 0;
   std::vector<unsigned> streamIds;  // ascending
 };
@@ -27,7 +26,7 @@ struct ArchiveList {
 struct FoundEntry {
   std::uint32_t fileNumber = 0;
   std::uint32_t entryNumber = 0;
-  std::uint64_t time = 0;
+  ArchiveTime time = 0;
 };
 
 struct PreviewEntry {
@@ -36,7 +35,7 @@ struct PreviewEntry {
 };
 
 struct RecordedEvent {
-  std::uint64_t time = 0;
+  ArchiveTime time = 0;
   std::uint8_t type = 0;
   std::string text;  // as recorded: any bytes
 };
@@ -65,19 +64,19 @@ class ArchiveClient {
 
   // The entry that a time belongs to; nothing when there is none. Throws ToolError when the index
   // that the answer needs cannot be built.
-  std::optional<FoundEntry> Find(std::uint64_t time, Lookup lookup);
+  std::optional<FoundEntry> Find(ArchiveTime time, Lookup lookup);
 
   // The bytes of the entry `entryNumber` of the file `fileNumber`, behind the stream header when
   // the reader has not yet delivered it. `time` must lie in that file. Nothing when the reader does
   // not answer with a complete block. REQUIRES: a Find of kAtOrBefore since the last one of
   // kPrevious.
   std::optional<std::vector<unsigned char>> Read(std::uint32_t fileNumber,
-                                                 std::uint32_t entryNumber, std::uint64_t time);
+                                                 std::uint32_t entryNumber, ArchiveTime time);
 
   // The entry to show for `time`: the first one at or after it. Nothing for a time before all
   // archives or behind the last entry. Never makes the reader build an index: nothing, too, when
   // the entry's file has none.
-  std::optional<PreviewEntry> Preview(std::uint64_t time, std::uint64_t endTime);
+  std::optional<PreviewEntry> Preview(ArchiveTime time, ArchiveTime endTime);
 
   // The events of all files that have an index, file by file. The reader tells them once, so they
   // are those of the first call.
@@ -85,7 +84,7 @@ class ArchiveClient {
 
   // How active a stream was from `from` to `to`, one level (0-63) for each of `binCount` bins as
   // the reader fills them. Files without an index add nothing. REQUIRES: `binCount` is above 0.
-  std::vector<std::uint8_t> Activity(std::uint64_t from, std::uint64_t to, std::int32_t binCount,
+  std::vector<std::uint8_t> Activity(ArchiveTime from, ArchiveTime to, std::int32_t binCount,
                                      std::int32_t streamId);
 
   // Ends the verb because nothing was found: with the reader's reason when it has no archive, else

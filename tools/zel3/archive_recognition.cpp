@@ -23,7 +23,7 @@ std::string_view BytesOf(const Integer& value) {
 }
 
 // A stretch of a file, as far as it can be read. `error` gets the system's error number.
-std::string ReadStretch(const FileHandle& file, std::uint64_t from, std::uint64_t to, int* error) {
+std::string ReadStretch(const FileHandle& file, FilePosition from, FilePosition to, int* error) {
   std::string bytes(static_cast<std::size_t>(to - from), '\0');
   std::size_t done = 0;
   while (done < bytes.size()) {

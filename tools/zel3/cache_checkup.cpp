@@ -79,14 +79,14 @@ CacheCheckup::CacheCheckup(const CacheNames& names)
       mEntries(mNames.entries, sizeof(ZEL_ID3_REC)),
       mHeaders(mNames.headers, sizeof(std::uint64_t)) {}
 
-void CacheCheckup::OnHeader(std::uint64_t position) {
+void CacheCheckup::OnHeader(FilePosition position) {
   ++mHeaders.inArchive;
   std::uint64_t kept = 0;
   if (!mHeaders.mismatch.empty() || !mHeaders.Next(&kept)) return;
   Compare(&mHeaders, "header", position, kept == position);
 }
 
-void CacheCheckup::OnIndex(std::uint64_t position, const IDX_T& index) {
+void CacheCheckup::OnIndex(FilePosition position, const IDX_T& index) {
   ++mEntries.inArchive;
   ZEL_ID3_REC kept;
   if (!mEntries.mismatch.empty() || !mEntries.Next(&kept)) return;
@@ -98,7 +98,7 @@ void CacheCheckup::OnEvent() {
   ++mEvents;
 }
 
-void CacheCheckup::Compare(Records* records, const char* what, std::uint64_t position,
+void CacheCheckup::Compare(Records* records, const char* what, FilePosition position,
                            bool matches) {
   if (matches) {
     ++records->matched;

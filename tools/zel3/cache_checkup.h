@@ -8,6 +8,7 @@
 #include "finding.h"
 #include "plain_file.h"
 #include "stream_records.h"
+#include "units.h"
 
 enum class CacheState { kNone, kSound, kUnsound };
 
@@ -18,8 +19,8 @@ class CacheCheckup {
   explicit CacheCheckup(const CacheNames& names);
 
   // What the archive holds, in file order.
-  void OnHeader(std::uint64_t position);
-  void OnIndex(std::uint64_t position, const IDX_T& index);
+  void OnHeader(FilePosition position);
+  void OnIndex(FilePosition position, const IDX_T& index);
   void OnEvent();
 
   // At the end of the archive. One finding for each cache file that is not what it should be.
@@ -45,7 +46,7 @@ class CacheCheckup {
     std::uint64_t inArchive = 0;
   };
 
-  static void Compare(Records* records, const char* what, std::uint64_t position, bool matches);
+  static void Compare(Records* records, const char* what, FilePosition position, bool matches);
   void FinishRecords(Records* records, const char* what, Findings* findings);
   void FinishEvents(Findings* findings);
   void Report(const char* kind, const std::string& name, const std::string& text,

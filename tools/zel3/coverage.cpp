@@ -11,7 +11,7 @@ Coverage::Coverage(ArchiveClient* client, const std::vector<ListedArchive>& arch
   for (const ListedArchive& archive : archives) mArchives[archive.fileNumber] = {archive, {}};
 }
 
-bool Coverage::Reaches(std::uint64_t from, std::uint64_t to) {
+bool Coverage::Reaches(ArchiveTime from, ArchiveTime to) {
   if (HoldsAStart(from, to)) return true;
   const std::optional<FoundEntry> after = FirstFrom(from);
   if (after && after->time < to) return true;
@@ -23,7 +23,7 @@ bool Coverage::Reaches(std::uint64_t from, std::uint64_t to) {
 
 // Where an entry stands that the reader does not name when asked by a time before all archives, or
 // in one without an index.
-bool Coverage::HoldsAStart(std::uint64_t from, std::uint64_t to) const {
+bool Coverage::HoldsAStart(ArchiveTime from, ArchiveTime to) const {
   return std::any_of(mArchives.begin(), mArchives.end(), [from, to](const auto& numbered) {
     const std::uint64_t start = numbered.second.listed.startTime;
     return from <= start && start < to;
@@ -31,7 +31,7 @@ bool Coverage::HoldsAStart(std::uint64_t from, std::uint64_t to) const {
 }
 
 // A question about a time outside the archives might make the reader build an index.
-std::optional<std::uint64_t> Coverage::LastHeldTime(std::uint64_t time) const {
+std::optional<ArchiveTime> Coverage::LastHeldTime(ArchiveTime time) const {
   std::optional<std::uint64_t> held;
   for (const auto& numbered : mArchives) {
     const ListedArchive& archive = numbered.second.listed;
@@ -42,7 +42,7 @@ std::optional<std::uint64_t> Coverage::LastHeldTime(std::uint64_t time) const {
 }
 
 bool Coverage::ContinuesTo(const FoundEntry& before, const std::optional<FoundEntry>& after,
-                           std::uint64_t time) {
+                           ArchiveTime time) {
   const auto archive = mArchives.find(before.fileNumber);
   if (archive == mArchives.end()) return false;
   const bool sameFile = after && after->fileNumber == before.fileNumber;
@@ -63,7 +63,7 @@ std::uint64_t Coverage::FirstStep(Archive* archive) {
 }
 
 // Of the archives that hold a time the reader looks into the last one.
-bool Coverage::HasIndexAt(std::uint64_t time) const {
+bool Coverage::HasIndexAt(ArchiveTime time) const {
   const auto holds = [time](const ListedArchive& archive) {
     return archive.startTime <= time && time <= archive.endTime;
   };
@@ -75,7 +75,7 @@ bool Coverage::HasIndexAt(std::uint64_t time) const {
   return std::none_of(mWithoutIndex.begin(), mWithoutIndex.end(), isLast);
 }
 
-std::optional<FoundEntry> Coverage::LastUpTo(std::uint64_t time) {
+std::optional<FoundEntry> Coverage::LastUpTo(ArchiveTime time) {
   if (!HasIndexAt(time)) return std::nullopt;
   try {
     return mClient->Find(time, Lookup::kAtOrBefore);
@@ -87,7 +87,7 @@ std::optional<FoundEntry> Coverage::LastUpTo(std::uint64_t time) {
   }
 }
 
-std::optional<FoundEntry> Coverage::FirstFrom(std::uint64_t time) {
+std::optional<FoundEntry> Coverage::FirstFrom(ArchiveTime time) {
   const std::optional<PreviewEntry> shown = mClient->Preview(time, time);
   if (!shown) return std::nullopt;
   return shown->entry;

@@ -6,11 +6,12 @@
 #include <vector>
 
 #include "archive_client.h"
+#include "units.h"
 
 // Tells where something was recorded: a quiet camera and a missing recording look the same in
 // activity levels. A stretch of time is recorded when an index entry lies in it, or when it lies
 // between two neighbouring entries that are not much further apart than the first two of their
-// file, or behind a file's last entry and before its end. All times are archive times.
+// file, or behind a file's last entry and before its end.
 class Coverage {
  public:
   // Borrows `client`. `archives` are those of its list that have an index, `withoutIndex` the
@@ -20,23 +21,23 @@ class Coverage {
 
   // Whether anything was recorded from `from` up to `to`. Asks the reader at most two questions,
   // and one more for each archive. Throws what the client throws.
-  bool Reaches(std::uint64_t from, std::uint64_t to);
+  bool Reaches(ArchiveTime from, ArchiveTime to);
 
  private:
   struct Archive {
     ListedArchive listed;
-    std::optional<std::uint64_t> firstStep;  // found out when needed; 0: a single entry
+    std::optional<ArchiveTime> firstStep;  // found out when needed; 0: a single entry
   };
 
-  bool HoldsAStart(std::uint64_t from, std::uint64_t to) const;
+  bool HoldsAStart(ArchiveTime from, ArchiveTime to) const;
   // The last time up to `time` that lies in an archive.
-  std::optional<std::uint64_t> LastHeldTime(std::uint64_t time) const;
+  std::optional<ArchiveTime> LastHeldTime(ArchiveTime time) const;
   bool ContinuesTo(const FoundEntry& before, const std::optional<FoundEntry>& after,
-                   std::uint64_t time);
-  std::uint64_t FirstStep(Archive* archive);
-  bool HasIndexAt(std::uint64_t time) const;
-  std::optional<FoundEntry> LastUpTo(std::uint64_t time);
-  std::optional<FoundEntry> FirstFrom(std::uint64_t time);
+                   ArchiveTime time);
+  ArchiveTime FirstStep(Archive* archive);
+  bool HasIndexAt(ArchiveTime time) const;
+  std::optional<FoundEntry> LastUpTo(ArchiveTime time);
+  std::optional<FoundEntry> FirstFrom(ArchiveTime time);
 
   ArchiveClient* const mClient;
   std::map<std::uint32_t, Archive> mArchives;  // by file number

@@ -32,7 +32,7 @@ Json Optional(const std::optional<std::uint64_t>& value) {
   return value ? Json(*value) : Json(nullptr);
 }
 
-Json OptionalTime(const std::optional<std::uint64_t>& time, TimeFormat times) {
+Json OptionalTime(const std::optional<ArchiveTime>& time, TimeFormat times) {
   return time ? TimeJson(*time, times) : Json(nullptr);
 }
 

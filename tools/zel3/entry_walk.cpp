@@ -1,6 +1,6 @@
 #include "entry_walk.h"
 
-EntryWalk::End EntryWalk::Visit(std::uint64_t from, std::uint64_t to) {
+EntryWalk::End EntryWalk::Visit(ArchiveTime from, ArchiveTime to) {
   std::optional<FoundEntry> before;
   std::optional<FoundEntry> entry = First(from);
   while (entry && entry->time < to) {
@@ -12,7 +12,7 @@ EntryWalk::End EntryWalk::Visit(std::uint64_t from, std::uint64_t to) {
   return End::kReached;
 }
 
-std::optional<FoundEntry> EntryWalk::First(std::uint64_t from) {
+std::optional<FoundEntry> EntryWalk::First(ArchiveTime from) {
   // The reader finds nothing for a time before the archive.
   const std::optional<ArchiveList> list = mClient->List();
   const bool listed = list && !list->archives.empty();

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "archive_client.h"
+#include "units.h"
 
 // Walks the entries of an archive in the order of time, across files, through the questions that a
 // reader answers.
@@ -12,7 +13,7 @@ class EntryWalk {
  public:
   // Gets an entry and a time that lies in its file, for ArchiveClient::Read. False ends the walk.
   using OnEntry =
-      std::function<bool(std::uint32_t fileNumber, std::uint32_t entryNumber, std::uint64_t time)>;
+      std::function<bool(std::uint32_t fileNumber, std::uint32_t entryNumber, ArchiveTime time)>;
   enum class End {
     kReached,
     kStopped,     // by OnEntry
@@ -25,10 +26,10 @@ class EntryWalk {
 
   // Visits the entry that holds the archive time `from`, or the first one after it where nothing is
   // recorded, and all later ones whose time is below `to`.
-  End Visit(std::uint64_t from, std::uint64_t to);
+  End Visit(ArchiveTime from, ArchiveTime to);
 
  private:
-  std::optional<FoundEntry> First(std::uint64_t from);
+  std::optional<FoundEntry> First(ArchiveTime from);
   bool VisitEntriesOfOneTime(const FoundEntry& first, const std::optional<FoundEntry>& before);
 
   ArchiveClient* const mClient;

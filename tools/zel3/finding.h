@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "units.h"
+
 enum class Severity { kNote, kWarning, kError };
 
 // note, warning, error
@@ -17,11 +19,11 @@ struct Finding {
   std::string kind;  // one word, for programs: "damage"
   std::string file;  // its bare name
   std::string text;  // for people; may quote texts from outside as they are
-  std::optional<std::uint64_t> position = {};  // in the file
+  std::optional<FilePosition> position = {};  // in the file
   std::optional<std::uint64_t> bytes = {};
   // Archive times: from when to when; without an end, some time behind the first.
-  std::optional<std::uint64_t> time = {};
-  std::optional<std::uint64_t> endTime = {};
+  std::optional<ArchiveTime> time = {};
+  std::optional<ArchiveTime> endTime = {};
   std::uint64_t more = 0;  // stands for so many others of its kind
 };
 

@@ -1,19 +1,19 @@
 #include "found_record.h"
 
-void FoundRecords::OnHeader(std::uint64_t position, const ArchiveHeader& header) {
+void FoundRecords::OnHeader(FilePosition position, const ArchiveHeader& header) {
   FoundRecord record = At(position, FoundRecord::Kind::kHeader);
   record.header = &header;
   mOnRecord(record);
 }
 
-void FoundRecords::OnIndex(std::uint64_t position, const IDX_T& index) {
-  mTime = ArchiveTime(index.time);
+void FoundRecords::OnIndex(FilePosition position, const IDX_T& index) {
+  mTime = ToArchiveTime(index.time);
   FoundRecord record = At(position, FoundRecord::Kind::kIndex);
   record.flagged = index.indexFlag != 0;
   mOnRecord(record);
 }
 
-void FoundRecords::OnData(std::uint64_t position, const DATA_T& head, const unsigned char* payload,
+void FoundRecords::OnData(FilePosition position, const DATA_T& head, const unsigned char* payload,
                           Tag kind) {
   const bool isEvent = kind == tag::kData;
   FoundRecord record = At(position, isEvent ? FoundRecord::Kind::kEvent : FoundRecord::Kind::kData);
@@ -25,19 +25,19 @@ void FoundRecords::OnData(std::uint64_t position, const DATA_T& head, const unsi
   mOnRecord(record);
 }
 
-void FoundRecords::OnDamage(std::uint64_t position, std::uint64_t bytes) {
+void FoundRecords::OnDamage(FilePosition position, std::uint64_t bytes) {
   FoundRecord record = At(position, FoundRecord::Kind::kDamage);
   record.bytes = bytes;
   mOnRecord(record);
 }
 
-void FoundRecords::OnCutOff(std::uint64_t position, std::uint64_t bytes) {
+void FoundRecords::OnCutOff(FilePosition position, std::uint64_t bytes) {
   FoundRecord record = At(position, FoundRecord::Kind::kCutOff);
   record.bytes = bytes;
   mOnRecord(record);
 }
 
-FoundRecord FoundRecords::At(std::uint64_t position, FoundRecord::Kind kind) const {
+FoundRecord FoundRecords::At(FilePosition position, FoundRecord::Kind kind) const {
   FoundRecord record;
   record.kind = kind;
   record.position = position;

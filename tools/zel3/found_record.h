@@ -6,20 +6,21 @@
 #include <string>
 
 #include "framing_parser.h"
+#include "units.h"
 
 // One record of an archive file, or a stretch that is none.
 struct FoundRecord {
   enum class Kind { kHeader, kIndex, kData, kEvent, kDamage, kCutOff };
 
   Kind kind = Kind::kDamage;
-  std::uint64_t position = 0;         // in the file
-  std::optional<std::uint64_t> time;  // archive time of the last index record
-  bool flagged = false;               // of an index record
-  std::uint8_t type = 0;              // of data: the stream id; of an event: its type
-  Tag streamKind = 0;                 // of data: the tag of its blocks
-  unsigned level = 0;                 // of data and events: 0-31
-  std::uint64_t bytes = 0;            // of data and events: the payload; else what makes no record
-  std::string text;                   // of an event
+  FilePosition position = 0;        // in the file
+  std::optional<ArchiveTime> time;  // archive time of the last index record
+  bool flagged = false;             // of an index record
+  std::uint8_t type = 0;            // of data: the stream id; of an event: its type
+  Tag streamKind = 0;               // of data: the tag of its blocks
+  unsigned level = 0;               // of data and events: 0-31
+  std::uint64_t bytes = 0;          // of data and events: the payload; else what makes no record
+  std::string text;                 // of an event
   const ArchiveHeader* header = nullptr;  // of a header; borrowed while the record is handed over
 };
 
@@ -30,16 +31,16 @@ class FoundRecords : public FramingSink {
 
   explicit FoundRecords(OnRecord onRecord) : mOnRecord(std::move(onRecord)) {}
 
-  void OnHeader(std::uint64_t position, const ArchiveHeader& header) override;
-  void OnIndex(std::uint64_t position, const IDX_T& index) override;
-  void OnData(std::uint64_t position, const DATA_T& head, const unsigned char* payload,
+  void OnHeader(FilePosition position, const ArchiveHeader& header) override;
+  void OnIndex(FilePosition position, const IDX_T& index) override;
+  void OnData(FilePosition position, const DATA_T& head, const unsigned char* payload,
               Tag kind) override;
-  void OnDamage(std::uint64_t position, std::uint64_t bytes) override;
-  void OnCutOff(std::uint64_t position, std::uint64_t bytes) override;
+  void OnDamage(FilePosition position, std::uint64_t bytes) override;
+  void OnCutOff(FilePosition position, std::uint64_t bytes) override;
 
  private:
-  FoundRecord At(std::uint64_t position, FoundRecord::Kind kind) const;
+  FoundRecord At(FilePosition position, FoundRecord::Kind kind) const;
 
   const OnRecord mOnRecord;
-  std::optional<std::uint64_t> mTime;
+  std::optional<ArchiveTime> mTime;
 };

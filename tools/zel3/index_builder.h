@@ -6,14 +6,15 @@
 
 #include "progress_bar.h"
 #include "served_source.h"
+#include "units.h"
 
 enum class FileState { kCached, kIndexed, kFailed };
 
 struct IndexedFile {
   std::string name;
   FileState state = FileState::kFailed;
-  std::uint64_t startTime = 0;  // archive times; of no meaning for a failed file
-  std::uint64_t endTime = 0;
+  ArchiveTime startTime = 0;  // of no meaning for a failed file
+  ArchiveTime endTime = 0;
 };
 
 // Gives every archive of a source its index: those that have one keep it. All files of the source

@@ -15,9 +15,9 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::uint32_t IndexTime(std::uint64_t archiveTime) {
+IndexTime IndexTimeOf(ArchiveTime archiveTime) {
   const std::uint64_t indexTime = archiveTime / kArchiveTimePerIndexTime;
-  if (ArchiveTime(static_cast<std::uint32_t>(indexTime)) != archiveTime) {
+  if (ToArchiveTime(static_cast<std::uint32_t>(indexTime)) != archiveTime) {
     throw ToolError("the start must be a whole second before the year 2106", kExitUsage);
   }
   return static_cast<std::uint32_t>(indexTime);
@@ -41,7 +41,7 @@ Scenario ScenarioFor(const MakeOptions& options) {
     scenario.headerChanges.clear();
   }
   scenario.seed = options.seed.value_or(scenario.seed);
-  if (options.start) scenario.startIndexTime = IndexTime(*options.start);
+  if (options.start) scenario.startIndexTime = IndexTimeOf(*options.start);
   scenario.lengthSeconds = options.lengthSeconds.value_or(scenario.lengthSeconds);
   scenario.indexIntervalSeconds = options.intervalSeconds.value_or(scenario.indexIntervalSeconds);
   scenario.payloadBytesPerEntry = options.payloadBytes.value_or(scenario.payloadBytesPerEntry);
@@ -67,15 +67,15 @@ void PrintAsJson(const GroundTruth& truth, TimeFormat times) {
     entry["name"] = file.name;
     entry["size"] = file.size;
     entry["entries"] = file.entries.size();
-    entry["startTime"] = TimeJson(ArchiveTime(file.entries.front().indexTime), times);
-    entry["endTime"] = TimeJson(ArchiveTime(file.endIndexTime), times);
+    entry["startTime"] = TimeJson(ToArchiveTime(file.entries.front().indexTime), times);
+    entry["endTime"] = TimeJson(ToArchiveTime(file.endIndexTime), times);
     files.push_back(std::move(entry));
   }
   Json& gaps = json["gaps"] = Json::array();
   for (const GroundTruthGap& gap : truth.gaps) {
     Json entry;
-    entry["from"] = TimeJson(ArchiveTime(gap.fromIndexTime), times);
-    entry["to"] = TimeJson(ArchiveTime(gap.toIndexTime), times);
+    entry["from"] = TimeJson(ToArchiveTime(gap.fromIndexTime), times);
+    entry["to"] = TimeJson(ToArchiveTime(gap.toIndexTime), times);
     gaps.push_back(std::move(entry));
   }
   PrintJsonLine(json);
@@ -86,8 +86,8 @@ void PrintAsText(const GroundTruth& truth, TimeFormat times) {
   for (const GroundTruthFile& file : truth.files) {
     rows.push_back({Escaped(file.name), std::to_string(file.size),
                     std::to_string(file.entries.size()),
-                    TimeText(ArchiveTime(file.entries.front().indexTime), times),
-                    TimeText(ArchiveTime(file.endIndexTime), times)});
+                    TimeText(ToArchiveTime(file.entries.front().indexTime), times),
+                    TimeText(ToArchiveTime(file.endIndexTime), times)});
   }
   PrintTable(rows);
 }

@@ -7,6 +7,7 @@
 
 #include "render.h"
 #include "scenario.h"
+#include "units.h"
 
 struct MakeOptions {
   std::string folder;
@@ -16,7 +17,7 @@ struct MakeOptions {
 
   // What differs from the sample day.
   std::optional<std::uint64_t> seed;
-  std::optional<std::uint64_t> start;  // archive time
+  std::optional<ArchiveTime> start;
   std::optional<std::uint32_t> lengthSeconds;
   std::optional<std::uint32_t> files;
   std::optional<std::uint32_t> intervalSeconds;

@@ -12,7 +12,7 @@ using Json = nlohmann::ordered_json;
 constexpr std::uint32_t kMostPositions = 10000;
 
 struct Position {
-  std::uint64_t time = 0;  // archive time
+  ArchiveTime time = 0;  // archive time
   std::optional<PreviewEntry> shown;
 };
 
@@ -84,7 +84,7 @@ int RunPreview(const HostOptions& host, const PreviewOptions& options) {
   IndexedSource source(served);
   std::vector<Position> positions;
   for (std::uint32_t i = 0; i < options.count; ++i) {
-    const std::uint64_t time = TimeOf(i, options);
+    const ArchiveTime time = TimeOf(i, options);
     positions.push_back({time, source.Client().Preview(time, options.to)});
   }
   if (std::none_of(positions.begin(), positions.end(),

@@ -5,11 +5,12 @@
 
 #include "archive_session.h"
 #include "render.h"
+#include "units.h"
 
 struct PreviewOptions {
   std::string source;
-  std::uint64_t from = 0;  // archive time
-  std::uint64_t to = 0;    // archive time, not part of the range
+  ArchiveTime from = 0;
+  ArchiveTime to = 0;  // not part of the range
   std::uint32_t count = 10;
   OutputStyle style;
 };

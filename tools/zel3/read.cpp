@@ -26,15 +26,15 @@ std::string ChosenOutput(const ReadOptions& options, const SourceFacts& source) 
 }
 
 struct Gap {
-  std::uint64_t from;
-  std::uint64_t to;
+  ArchiveTime from;
+  ArchiveTime to;
 };
 
 // Tells where nothing is recorded between two entries of a walk.
 class GapWatch {
  public:
   // The gap between the entry taken last and this one.
-  std::optional<Gap> Take(std::uint32_t fileNumber, std::uint64_t time) {
+  std::optional<Gap> Take(std::uint32_t fileNumber, ArchiveTime time) {
     std::optional<Gap> gap;
     if (mTaken && time > mTime) {
       const std::uint64_t mostSteps =
@@ -51,7 +51,7 @@ class GapWatch {
  private:
   bool mTaken = false;
   std::uint32_t mFileNumber = 0;
-  std::uint64_t mTime = 0;
+  ArchiveTime mTime = 0;
   std::uint64_t mStep = 0;  // the first one between two times
 };
 
@@ -114,7 +114,7 @@ int RunRead(const HostOptions& host, const ReadOptions& options) {
   Summary summary;
   GapWatch watch;
   EntryWalk walk(&client,
-                 [&](std::uint32_t fileNumber, std::uint32_t entryNumber, std::uint64_t time) {
+                 [&](std::uint32_t fileNumber, std::uint32_t entryNumber, ArchiveTime time) {
                    if (const std::optional<Gap> gap = watch.Take(fileNumber, time)) {
                      summary.gaps.push_back(*gap);
                      if (options.stopAtGap) return false;

@@ -5,12 +5,13 @@
 
 #include "archive_session.h"
 #include "render.h"
+#include "units.h"
 
 struct ReadOptions {
   std::string source;
-  std::uint64_t from = 0;  // archive time
-  std::uint64_t to = 0;    // archive time, not part of the range
-  std::string output;      // "-": the standard output; empty: the same, unless it is a terminal
+  ArchiveTime from = 0;
+  ArchiveTime to = 0;  // not part of the range
+  std::string output;  // "-": the standard output; empty: the same, unless it is a terminal
   bool stopAtGap = false;
   OutputStyle style;  // of what is told about the bytes
 };

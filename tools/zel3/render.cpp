@@ -78,14 +78,14 @@ std::string CsvCell(const std::string& text) {
 
 }  // namespace
 
-std::string TimeText(std::uint64_t archiveTime, TimeFormat format) {
+std::string TimeText(ArchiveTime archiveTime, TimeFormat format) {
   if (format == TimeFormat::kInteger || archiveTime >= kEndOfYear9999)
     return std::to_string(archiveTime);
   const QDateTime time = QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(archiveTime), Qt::UTC);
   return time.toString(QLatin1String("yyyy-MM-dd'T'HH:mm:ss.zzz'Z'")).toUtf8().constData();
 }
 
-nlohmann::ordered_json TimeJson(std::uint64_t archiveTime, TimeFormat format) {
+nlohmann::ordered_json TimeJson(ArchiveTime archiveTime, TimeFormat format) {
   if (format == TimeFormat::kInteger) return archiveTime;
   return TimeText(archiveTime, format);
 }

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "units.h"
+
 // How verbs show their results on the standard output.
 
 enum class OutputFormat { kText, kJson, kJsonLines, kCsv };
@@ -25,9 +27,9 @@ struct OutputStyle {
 
 // An archive time as an integer, or as milliseconds since 1970 UTC: 2024-05-01T06:00:00.000Z. Times
 // after the year 9999 are always shown as integers.
-std::string TimeText(std::uint64_t archiveTime, TimeFormat format);
+std::string TimeText(ArchiveTime archiveTime, TimeFormat format);
 // The same as a JSON number or text.
-nlohmann::ordered_json TimeJson(std::uint64_t archiveTime, TimeFormat format);
+nlohmann::ordered_json TimeJson(ArchiveTime archiveTime, TimeFormat format);
 
 // 1 file, 2 files
 std::string Counted(std::uint64_t count, const char* what);

@@ -6,12 +6,13 @@
 
 #include "archive_session.h"
 #include "render.h"
+#include "units.h"
 
 struct ReportOptions {
   std::string source;
-  std::optional<std::uint64_t> from;  // archive time; none: the first entry
-  std::optional<std::uint64_t> to;    // archive time, not part of the range; none: the last entry
-  std::string output;                 // where the page goes; -: the standard output
+  std::optional<ArchiveTime> from;  // none: the first entry
+  std::optional<ArchiveTime> to;    // not part of the range; none: the last entry
+  std::string output;               // where the page goes; -: the standard output
   std::optional<TimeFormat> askedTimeFormat;
 };
 

@@ -117,7 +117,7 @@ void PrintPlainly(const FoundEntry& found, const OutputStyle& style) {
 }
 
 // Where a time lies that has no answer.
-std::string NothingThere(ArchiveClient* client, std::uint64_t time, TimeFormat times) {
+std::string NothingThere(ArchiveClient* client, ArchiveTime time, TimeFormat times) {
   const std::string nothing = "nothing is recorded there";
   const std::optional<ArchiveList> list = client->List();
   if (!list || list->archives.empty()) return nothing;

@@ -6,10 +6,11 @@
 #include "archive_client.h"
 #include "archive_session.h"
 #include "render.h"
+#include "units.h"
 
 struct SeekOptions {
   std::string source;
-  std::uint64_t time = 0;  // archive time
+  ArchiveTime time = 0;
   Lookup lookup = Lookup::kAtOrBefore;
   bool explain = false;
   OutputStyle style;

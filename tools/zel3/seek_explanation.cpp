@@ -10,7 +10,7 @@ namespace {
 
 using Rule = SeekExplanation::Rule;
 
-Rule RuleOf(const FoundEntry& found, std::uint64_t time, Lookup lookup) {
+Rule RuleOf(const FoundEntry& found, ArchiveTime time, Lookup lookup) {
   if (found.time > time && lookup != Lookup::kNext) return Rule::kGap;
   switch (lookup) {
     case Lookup::kNext:
@@ -33,19 +33,19 @@ bool OpenCache(const std::string& path, const std::string& cacheFolder, cZel3Ind
 
 bool HoldsEntry(const sFile_Index_Store& store, const ListedArchive& archive,
                 const FoundEntry& found) {
-  return ArchiveTime(store.startTime) == archive.startTime &&
-         ArchiveTime(store.endTime) == archive.endTime &&
+  return ToArchiveTime(store.startTime) == archive.startTime &&
+         ToArchiveTime(store.endTime) == archive.endTime &&
          found.entryNumber < static_cast<std::uint32_t>(store.id3Records.size()) &&
-         ArchiveTime(store.id3Records.at(static_cast<int>(found.entryNumber)).time) == found.time;
+         ToArchiveTime(store.id3Records.at(static_cast<int>(found.entryNumber)).time) == found.time;
 }
 
-std::optional<ByteRange> NonEmpty(std::uint64_t from, std::uint64_t to) {
+std::optional<ByteRange> NonEmpty(FilePosition from, FilePosition to) {
   if (from >= to) return std::nullopt;
   return ByteRange(from, to);
 }
 
 void Locate(const cZel3Indexer& index, std::uint32_t entryNumber, SeekExplanation* explanation) {
-  const std::uint64_t indexId = MakeIndexId(0, entryNumber);
+  const IndexId indexId = MakeIndexId(0, entryNumber);
   std::uint64_t start = 0;
   std::uint64_t end = 0;
   index.Index_pos_from_IndexId(indexId, &start, &end);
@@ -57,7 +57,7 @@ void Locate(const cZel3Indexer& index, std::uint32_t entryNumber, SeekExplanatio
 
 // The file that ends last before a time.
 std::optional<std::uint32_t> FileBefore(const std::vector<ListedArchive>& archives,
-                                        std::uint64_t time) {
+                                        ArchiveTime time) {
   const ListedArchive* last = nullptr;
   for (const ListedArchive& archive : archives) {
     if (archive.endTime > time) continue;
@@ -70,7 +70,7 @@ std::optional<std::uint32_t> FileBefore(const std::vector<ListedArchive>& archiv
 }  // namespace
 
 SeekExplanation Explain(const SourceFacts& source, const std::vector<ListedArchive>& archives,
-                        const FoundEntry& found, std::uint64_t time, Lookup lookup) {
+                        const FoundEntry& found, ArchiveTime time, Lookup lookup) {
   SeekExplanation explanation;
   explanation.rule = RuleOf(found, time, lookup);
   if (explanation.rule == Rule::kGap) explanation.fileBeforeGap = FileBefore(archives, time);

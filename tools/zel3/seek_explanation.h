@@ -7,11 +7,12 @@
 #include <vector>
 
 #include "archive_client.h"
+#include "units.h"
 
 // Bytes of a file, from the first one up to the second, which is not part of them.
-using ByteRange = std::pair<std::uint64_t, std::uint64_t>;
+using ByteRange = std::pair<FilePosition, FilePosition>;
 
-// Why a time has the answer that it has, and where the bytes are. Times are archive times.
+// Why a time has the answer that it has, and where the bytes are.
 struct SeekExplanation {
   enum class Rule {
     kAt,        // an entry has this very time
@@ -30,4 +31,4 @@ struct SeekExplanation {
 
 // `archives`: the list of the reader. Reads the index that the answer came from.
 SeekExplanation Explain(const SourceFacts& source, const std::vector<ListedArchive>& archives,
-                        const FoundEntry& found, std::uint64_t time, Lookup lookup);
+                        const FoundEntry& found, ArchiveTime time, Lookup lookup);

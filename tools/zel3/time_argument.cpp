@@ -7,7 +7,7 @@
 
 namespace {
 
-std::optional<std::uint64_t> ArchiveTimeFromInteger(const QString& text) {
+std::optional<ArchiveTime> ArchiveTimeFromInteger(const QString& text) {
   static const QRegularExpression digits(QLatin1String("\\A[0-9]+\\z"));
   if (!digits.match(text).hasMatch()) return std::nullopt;
   bool fits = false;
@@ -16,7 +16,7 @@ std::optional<std::uint64_t> ArchiveTimeFromInteger(const QString& text) {
   return time;
 }
 
-std::optional<std::uint64_t> ArchiveTimeFromDate(const QString& text) {
+std::optional<ArchiveTime> ArchiveTimeFromDate(const QString& text) {
   static const QRegularExpression parts(QLatin1String(
       "\\A([0-9]{4}-[0-9]{2}-[0-9]{2})(?:T([0-9]{2}:[0-9]{2}:[0-9]{2})(\\.[0-9]{3})?Z)?\\z"));
   const QRegularExpressionMatch match = parts.match(text);
@@ -35,7 +35,7 @@ std::optional<std::uint64_t> ArchiveTimeFromDate(const QString& text) {
 
 }  // namespace
 
-std::optional<std::uint64_t> ArchiveTimeFromText(const std::string& text) {
+std::optional<ArchiveTime> ArchiveTimeFromText(const std::string& text) {
   const QString shown = QString::fromLatin1(text.data(), static_cast<int>(text.size()));
   if (const auto time = ArchiveTimeFromInteger(shown)) return time;
   return ArchiveTimeFromDate(shown);

@@ -31,8 +31,8 @@ TrialArchive::TrialArchive() {
   const GroundTruth truth = WriteScenario(folder, OneMinute());
   const GroundTruthFile& file = truth.files.front();
   mPath = folder + "/" + file.name;
-  mStartTime = ArchiveTime(file.entries.front().indexTime);
-  mEndTime = ArchiveTime(file.endIndexTime);
+  mStartTime = ToArchiveTime(file.entries.front().indexTime);
+  mEndTime = ToArchiveTime(file.endIndexTime);
 }
 
 std::vector<cMemBlock> TrialArchive::Commands() const {

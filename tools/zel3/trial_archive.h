@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "mem_block.h"
+#include "units.h"
 
 // An archive of a minute, written to see what bricks do with it, and removed at the end.
 class TrialArchive {
@@ -24,6 +25,6 @@ class TrialArchive {
  private:
   QTemporaryDir mFolder;
   std::string mPath;
-  std::uint64_t mStartTime = 0;
-  std::uint64_t mEndTime = 0;
+  ArchiveTime mStartTime = 0;
+  ArchiveTime mEndTime = 0;
 };

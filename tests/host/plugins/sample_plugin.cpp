@@ -14,7 +14,7 @@ using SampleBlock = cStructBlock<int, FourCc("smpl")>;
 
 class SampleBrick : public CBrick {
  protected:
-  int onCreate(TBrickConfig const&) override {
+  int onCreate(const TBrickConfig&) override {
     SendData(SampleBlock::New());
     return 1;
   }

@@ -43,7 +43,7 @@ void Table::Cell(const std::string& text, const char* kind) {
   mHtml += fmt::format("<td class=\"{}\">{}</td>", kind, FromText(text));
 }
 
-void Table::LinkedTime(const std::string& text, std::uint64_t from, std::uint64_t to) {
+void Table::LinkedTime(const std::string& text, ArchiveTime from, ArchiveTime to) {
   mHtml += fmt::format("<td class=\"time\" data-from=\"{}\" data-to=\"{}\">{}</td>", from, to,
                        FromText(text));
 }

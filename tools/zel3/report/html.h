@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "units.h"
+
 namespace html {
 
 // A text from outside as HTML text: nothing in it is markup, and control characters are shown.
@@ -22,7 +24,7 @@ class Table {
   void Number(const std::string& text) { Cell(text, "number"); }
   void Time(const std::string& text) { Cell(text, "time"); }
   // A time that leads to its place in the charts: archive times.
-  void LinkedTime(const std::string& text, std::uint64_t from, std::uint64_t to);
+  void LinkedTime(const std::string& text, ArchiveTime from, ArchiveTime to);
 
   std::string Finish() const { return mHtml + "</tbody>\n</table>"; }
 

@@ -34,7 +34,7 @@ ActivityBins RoundBins(const ReportRange& range, std::uint32_t most) {
   };
   ActivityBins bins = {};
   for (const std::uint64_t width : kWidths) {
-    const std::uint64_t from = range.from / width * width;
+    const ArchiveTime from = range.from / width * width;
     const std::uint64_t count = (range.to - from + width - 1) / width;
     bins = {from, from + count * width, width, static_cast<std::uint32_t>(count)};
     if (count <= most) break;

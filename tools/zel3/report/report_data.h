@@ -8,8 +8,9 @@
 #include "activity_bins.h"
 #include "diagnosis.h"
 #include "stream_places.h"
+#include "units.h"
 
-// What a report tells. Texts are as recorded: any bytes. All times are archive times.
+// What a report tells. Texts are as recorded: any bytes.
 
 // How active a stream was in each bin. A bin that is not recorded has the level 0.
 struct ReportActivity {
@@ -26,8 +27,8 @@ struct ReportStream {
 
 // From when to when; `to` is not part of it.
 struct ReportRange {
-  std::uint64_t from = 0;
-  std::uint64_t to = 0;
+  ArchiveTime from = 0;
+  ArchiveTime to = 0;
 
   bool Meets(std::uint64_t first, std::uint64_t last) const { return first < to && last >= from; }
 };
@@ -60,9 +61,9 @@ struct ReportData {
   std::vector<ReportFile> files;
   FirstOf<ReportGap> gaps;  // that meet the range, by start time
   std::vector<ReportStream> streams;
-  FirstOf<RecordedEvent> events;              // of the range, ascending; long texts are cut
-  std::vector<std::uint64_t> laterEventBins;  // starts of the fine bins that hold the other events
-  std::uint64_t errorCount = 0;               // of all findings, as the next
+  FirstOf<RecordedEvent> events;            // of the range, ascending; long texts are cut
+  std::vector<ArchiveTime> laterEventBins;  // starts of the fine bins that hold the other events
+  std::uint64_t errorCount = 0;             // of all findings, as the next
   std::uint64_t warningCount = 0;
   FirstOf<Finding> findings;  // that meet the range or have no time
 };

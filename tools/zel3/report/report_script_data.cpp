@@ -53,8 +53,8 @@ Json FindingsJson(const ReportData& report) {
   for (const Finding& finding : report.findings.items) {
     // A chart shows gaps by themselves.
     if (finding.kind == "gap") continue;
-    std::optional<std::uint64_t> from = finding.time;
-    std::optional<std::uint64_t> to = finding.endTime ? finding.endTime : finding.time;
+    std::optional<ArchiveTime> from = finding.time;
+    std::optional<ArchiveTime> to = finding.endTime ? finding.endTime : finding.time;
     const auto file = files.find(finding.file);
     if (!from && file != files.end()) {
       from = file->second->startTime;

@@ -12,7 +12,7 @@ namespace report_tables {
 
 namespace {
 
-std::string LengthText(std::uint64_t archiveTime, TimeFormat times) {
+std::string LengthText(ArchiveTime archiveTime, TimeFormat times) {
   if (times == TimeFormat::kInteger) return std::to_string(archiveTime);
   const std::uint64_t seconds = archiveTime / 1000;
   return fmt::format("{}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60, seconds % 60);
@@ -32,7 +32,7 @@ std::string StreamIds(const ArchiveFacts& facts) {
 
 // How much of the range is in this state, by whole bins.
 std::uint64_t TimeIn(BinState state, const ReportActivity& activity, const ReportData& report) {
-  std::uint64_t time = 0;
+  ArchiveTime time = 0;
   for (std::uint32_t i = 0; i < report.fineBins.count; ++i) {
     if (activity.states[i] != state) continue;
     time += std::min(report.fineBins.End(i), report.range->to) -

@@ -22,7 +22,7 @@ std::vector<std::uint64_t> LastTimes(const std::vector<ReportFile>& files) {
     }
     const bool isLast = end == latestEnd;
     const bool hasNext = next < files.size() && files[next].HoldsEntries();
-    const std::uint64_t nextStart = hasNext ? files[next].facts.startTime : kEndOfTimes;
+    const ArchiveTime nextStart = hasNext ? files[next].facts.startTime : kEndOfTimes;
     lastTimes.push_back(isLast ? nextStart - 1 : end);
   }
   return lastTimes;
@@ -45,7 +45,7 @@ StreamPlaces::StreamPlaces(const std::vector<ReportFile>& files, std::uint8_t id
   mNotIndexed = Joined(std::move(mNotIndexed));
 }
 
-BinState StreamPlaces::StateOf(std::uint64_t from, std::uint64_t to, bool recorded) const {
+BinState StreamPlaces::StateOf(ArchiveTime from, ArchiveTime to, bool recorded) const {
   if (recorded && Meet(mIndexed, from, to)) return BinState::kRecorded;
   return Meet(mNotIndexed, from, to) ? BinState::kNotIndexed : BinState::kMissing;
 }
@@ -63,9 +63,9 @@ StreamPlaces::Stretches StreamPlaces::Joined(Stretches stretches) {
   return joined;
 }
 
-bool StreamPlaces::Meet(const Stretches& stretches, std::uint64_t from, std::uint64_t to) {
-  const auto behind = std::lower_bound(
-      stretches.begin(), stretches.end(), from,
-      [](const auto& stretch, std::uint64_t time) { return stretch.second < time; });
+bool StreamPlaces::Meet(const Stretches& stretches, ArchiveTime from, ArchiveTime to) {
+  const auto behind =
+      std::lower_bound(stretches.begin(), stretches.end(), from,
+                       [](const auto& stretch, ArchiveTime time) { return stretch.second < time; });
   return behind != stretches.end() && behind->first < to;
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "archive_checkup.h"
+#include "units.h"
 
 struct ReportFile {
   ArchiveFacts facts;
@@ -24,14 +25,14 @@ class StreamPlaces {
 
   // What there is of the stream from `from` up to `to`. `recorded`: the reader has something of any
   // stream.
-  BinState StateOf(std::uint64_t from, std::uint64_t to, bool recorded) const;
+  BinState StateOf(ArchiveTime from, ArchiveTime to, bool recorded) const;
 
  private:
   // From the first to the last time of each; in order and apart once sorted.
   using Stretches = std::vector<std::pair<std::uint64_t, std::uint64_t>>;
 
   static Stretches Joined(Stretches stretches);
-  static bool Meet(const Stretches& stretches, std::uint64_t from, std::uint64_t to);
+  static bool Meet(const Stretches& stretches, ArchiveTime from, ArchiveTime to);
 
   Stretches mIndexed;
   Stretches mNotIndexed;
