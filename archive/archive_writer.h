@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "framing.h"
-#include "units.h"
+#include "blocks/units.h"
+#include "parser/framing.h"
 
 // Writes one archive file, record by record, so that it is a good one: a header comes first, an
 // index record follows every header (unless the file ends there), and data follows an index record

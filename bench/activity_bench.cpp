@@ -2,9 +2,9 @@
 #include <cstring>
 
 #include "bench.h"
+#include "blocks/commands.h"
 #include "cache_files.h"
-#include "commands.h"
-#include "zel3_indexer.h"
+#include "indexer/zel3_indexer.h"
 
 namespace {
 

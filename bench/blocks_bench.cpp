@@ -3,8 +3,8 @@
 #include <vector>
 
 #include "bench.h"
-#include "commands.h"
-#include "stream_records.h"
+#include "blocks/commands.h"
+#include "blocks/stream_records.h"
 
 namespace {
 

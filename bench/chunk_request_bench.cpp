@@ -11,10 +11,10 @@
 
 #include "archive_host.h"
 #include "bench.h"
+#include "blocks/notifications.h"
+#include "blocks/stream_records.h"
 #include "cache_files.h"
-#include "notifications.h"
 #include "recorded_archive.h"
-#include "stream_records.h"
 
 namespace {
 

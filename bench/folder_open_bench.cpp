@@ -11,9 +11,9 @@
 #include "archive_host.h"
 #include "bench.h"
 #include "cache_files.h"
-#include "framing.h"
-#include "temp_folder.h"
-#include "zel3_indexer.h"
+#include "indexer/zel3_indexer.h"
+#include "parser/framing.h"
+#include "support/temp_folder.h"
 
 namespace {
 

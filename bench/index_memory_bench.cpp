@@ -6,7 +6,7 @@
 
 #include "bench.h"
 #include "cache_files.h"
-#include "zel3_indexer.h"
+#include "indexer/zel3_indexer.h"
 
 namespace {
 

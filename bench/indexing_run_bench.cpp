@@ -6,11 +6,11 @@
 
 #include "archive_host.h"
 #include "bench.h"
-#include "brick_plugins.h"
+#include "blocks/notifications.h"
+#include "blocks/stream_records.h"
 #include "cache_files.h"
-#include "notifications.h"
+#include "host/brick_plugins.h"
 #include "recorded_archive.h"
-#include "stream_records.h"
 
 namespace {
 

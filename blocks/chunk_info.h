@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "units.h"
+#include "blocks/units.h"
 
 // Names an index entry: the number of its file in the high 32 bits, its number within that file in
 // the low 32.

@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <new>
 
-#include "command_node.h"
-#include "four_cc.h"
+#include "blocks/command_node.h"
+#include "blocks/four_cc.h"
 
 // A command or notification: one record T, perhaps with bytes behind it. All handles share the
 // record; writing never copies.

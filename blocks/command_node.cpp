@@ -1,4 +1,4 @@
-#include "command_node.h"
+#include "blocks/command_node.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "mem_block.h"
+#include "sdk/mem_block.h"
 
 class CBrick;
 

@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <string>
 
-#include "chunk_info.h"
-#include "command_block.h"
-#include "tags.h"
-#include "units.h"
+#include "blocks/chunk_info.h"
+#include "blocks/command_block.h"
+#include "blocks/tags.h"
+#include "blocks/units.h"
 
 // Commands between bricks.
 

@@ -1,4 +1,4 @@
-#include "node_pool.h"
+#include "blocks/node_pool.h"
 
 #include <cstdlib>
 #include <new>

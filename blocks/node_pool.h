@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "critical_section.h"
+#include "sdk/critical_section.h"
 
 // The pool of one type of data nodes: the memory of released ones, chained for the next.
 //

@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <string>
 
-#include "chunk_info.h"
-#include "command_block.h"
-#include "tags.h"
-#include "units.h"
+#include "blocks/chunk_info.h"
+#include "blocks/command_block.h"
+#include "blocks/tags.h"
+#include "blocks/units.h"
 
 // Notifications: command blocks tagged 'ntfy' whose payload begins with the kind. All times are
 // archive times.

@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <string>
 
-#include "four_cc.h"
-#include "struct_block.h"
-#include "tags.h"
-#include "units.h"
+#include "blocks/four_cc.h"
+#include "blocks/struct_block.h"
+#include "blocks/tags.h"
+#include "blocks/units.h"
 
 // The records of the archive stream: what a parser finds in an archive and reports, record by
 // record.

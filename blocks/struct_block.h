@@ -8,9 +8,9 @@
 #include <new>
 #include <type_traits>
 
-#include "four_cc.h"
-#include "mem_block.h"
-#include "node_pool.h"
+#include "blocks/four_cc.h"
+#include "blocks/node_pool.h"
+#include "sdk/mem_block.h"
 
 // A data block: one record T, then extra bytes. The node's size counts both.
 //

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "four_cc.h"
+#include "blocks/four_cc.h"
 
 // Every four-character tag that the archive reader sends, receives or compares.
 namespace tag {

@@ -35,10 +35,11 @@ install(TARGETS brick_sdk zel3_blocks brickhost EXPORT Zel3BrickSdk
         LIBRARY COMPONENT runtime NAMELINK_COMPONENT sdk
         ARCHIVE COMPONENT sdk
         INCLUDES DESTINATION ${zel3_sdk_headers})
-install(DIRECTORY ${BRICK_SDK_DIR}/ blocks/ DESTINATION ${zel3_sdk_headers} COMPONENT sdk FILES_MATCHING PATTERN *.h)
+install(DIRECTORY ${BRICK_SDK_DIR}/ DESTINATION ${zel3_sdk_headers}/sdk COMPONENT sdk FILES_MATCHING PATTERN *.h)
+install(DIRECTORY blocks DESTINATION ${zel3_sdk_headers} COMPONENT sdk FILES_MATCHING PATTERN *.h)
 install(FILES
-          host/runtime/brick_plugins.h host/runtime/host_export.h host/runtime/pipeline.h host/runtime/settings_folder.h
-        DESTINATION ${zel3_sdk_headers} COMPONENT sdk)
+          host/brick_plugins.h host/host_export.h host/pipeline.h host/settings_folder.h
+        DESTINATION ${zel3_sdk_headers}/host COMPONENT sdk)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/zel3-brick-sdk COMPONENT sdk
         PATTERN build EXCLUDE)
 

@@ -5,9 +5,9 @@
 
 #include "fuzz_folder.h"
 #include "fuzz_input.h"
-#include "plain_cache.h"
-#include "plain_time_index.h"
-#include "zel3_indexer.h"
+#include "indexer/zel3_indexer.h"
+#include "support/plain_cache.h"
+#include "support/plain_time_index.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
 
 #include <sstream>
 
-#include "block_json.h"
-#include "command_json.h"
-#include "commands.h"
+#include "blocks/commands.h"
 #include "fuzz_input.h"
+#include "json/block_json.h"
+#include "json/command_json.h"
 
 namespace {
 

@@ -2,11 +2,11 @@
 
 #include <vector>
 
-#include "brick.h"
-#include "commands.h"
+#include "blocks/commands.h"
+#include "blocks/notifications.h"
+#include "blocks/stream_records.h"
 #include "fuzz_input.h"
-#include "notifications.h"
-#include "stream_records.h"
+#include "sdk/brick.h"
 
 // The brick behind a reader: keeps what comes, and holds each block against what its kind promises.
 class FuzzClient final : public CBrick {

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "temp_folder.h"
+#include "support/temp_folder.h"
 
 // A folder that a fuzz target writes its files to, input after input, and that also holds the
 // temporary and the settings folder of the process. In memory where the system has such a place.

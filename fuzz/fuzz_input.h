@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "temp_folder.h"
+#include "support/temp_folder.h"
 
 // The bytes of one fuzzing input, taken from front to back. Behind their end all bytes are zero.
 class FuzzInput {

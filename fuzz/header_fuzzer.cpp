@@ -2,7 +2,7 @@
 // with enough zeros behind them finds.
 
 #include "fuzz_input.h"
-#include "zel3_indexer.h"
+#include "indexer/zel3_indexer.h"
 
 namespace {
 

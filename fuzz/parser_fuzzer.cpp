@@ -1,7 +1,7 @@
 // The records that the reference parser finds in any bytes do not depend on how the stream is cut.
 
-#include "found_records.h"
 #include "fuzz_input.h"
+#include "support/found_records.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   FuzzInput input(bytes, size);

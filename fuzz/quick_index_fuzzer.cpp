@@ -5,12 +5,12 @@
 
 #include <memory>
 
-#include "byte_cursor.h"
+#include "blocks/byte_cursor.h"
 #include "fuzz_client.h"
 #include "fuzz_folder.h"
 #include "fuzz_input.h"
-#include "pipeline.h"
-#include "zel3_file_reader.h"
+#include "host/pipeline.h"
+#include "reader/zel3_file_reader.h"
 
 namespace {
 

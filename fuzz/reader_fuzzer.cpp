@@ -9,12 +9,12 @@
 #include <memory>
 #include <set>
 
-#include "archive_writer.h"
+#include "archive/archive_writer.h"
 #include "fuzz_client.h"
 #include "fuzz_folder.h"
 #include "fuzz_input.h"
-#include "pipeline.h"
-#include "zel3_file_reader.h"
+#include "host/pipeline.h"
+#include "reader/zel3_file_reader.h"
 
 namespace {
 

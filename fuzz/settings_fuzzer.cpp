@@ -3,7 +3,7 @@
 
 #include "fuzz_folder.h"
 #include "fuzz_input.h"
-#include "ini_file.h"
+#include "sdk/ini_file.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   static const FuzzFolder folder;

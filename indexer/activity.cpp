@@ -3,9 +3,9 @@
 #include <optional>
 #include <vector>
 
-#include "bin_scale.h"
-#include "painted_bins.h"
-#include "zel3_indexer.h"
+#include "indexer/bin_scale.h"
+#include "indexer/painted_bins.h"
+#include "indexer/zel3_indexer.h"
 
 namespace {
 

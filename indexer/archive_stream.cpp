@@ -1,4 +1,4 @@
-#include "archive_stream.h"
+#include "indexer/archive_stream.h"
 
 #include <algorithm>
 #include <cstring>

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "plain_file.h"
-#include "units.h"
+#include "blocks/units.h"
+#include "indexer/plain_file.h"
 
 // A file as one stream of bytes from its first to its last. What cannot be read is passed over, and
 // zeros stand in its place, so that all that follows keeps its position.

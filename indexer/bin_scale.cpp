@@ -1,4 +1,4 @@
-#include "bin_scale.h"
+#include "indexer/bin_scale.h"
 
 #include <limits>
 

@@ -1,4 +1,4 @@
-#include "cache_claim.h"
+#include "indexer/cache_claim.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -9,8 +9,8 @@
 #include <cstdio>
 #include <utility>
 
-#include "cache_rights.h"
-#include "folder_of_files.h"
+#include "indexer/cache_rights.h"
+#include "indexer/folder_of_files.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include <QString>
 #include <functional>
 
-#include "cache_names.h"
-#include "file_lock.h"
-#include "plain_file.h"
+#include "indexer/cache_names.h"
+#include "indexer/file_lock.h"
+#include "indexer/plain_file.h"
 
 // The three cache files of an archive in the hands of an indexing run: made anew and empty when it
 // starts, replaced by whole ones when it ends.

@@ -1,10 +1,10 @@
-#include "cache_housekeeping.h"
+#include "indexer/cache_housekeeping.h"
 
 #include <QCoreApplication>
 #include <QFile>
 #include <algorithm>
 
-#include "ini_file.h"
+#include "sdk/ini_file.h"
 
 namespace cache_limit_setting {
 

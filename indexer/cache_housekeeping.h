@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "folder_listing.h"
+#include "indexer/folder_listing.h"
 
 // The setting of the host that limits the cache files of a folder.
 namespace cache_limit_setting {

@@ -6,9 +6,9 @@
 #include <new>
 #include <vector>
 
-#include "byte_cursor.h"
-#include "header_cuts.h"
-#include "zel3_indexer.h"
+#include "blocks/byte_cursor.h"
+#include "indexer/header_cuts.h"
+#include "indexer/zel3_indexer.h"
 
 namespace {
 

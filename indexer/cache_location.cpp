@@ -1,10 +1,10 @@
 #include <QDir>
 #include <QFileInfo>
 
-#include "cache_names.h"
-#include "shared_cache_folder.h"
-#include "temporary_folder.h"
-#include "zel3_indexer.h"
+#include "indexer/cache_names.h"
+#include "indexer/shared_cache_folder.h"
+#include "indexer/temporary_folder.h"
+#include "indexer/zel3_indexer.h"
 
 namespace {
 

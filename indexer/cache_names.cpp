@@ -1,4 +1,4 @@
-#include "cache_names.h"
+#include "indexer/cache_names.h"
 
 #include <QCryptographicHash>
 #include <QDateTime>

@@ -1,5 +1,5 @@
-#include "header_cuts.h"
-#include "zel3_indexer.h"
+#include "indexer/header_cuts.h"
+#include "indexer/zel3_indexer.h"
 
 namespace {
 

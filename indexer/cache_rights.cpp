@@ -1,4 +1,4 @@
-#include "cache_rights.h"
+#include "indexer/cache_rights.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-#include "plain_file.h"
+#include "indexer/plain_file.h"
 
 // Who may do what with the cache files of an archive: its owner may read and write them, others no
 // more than they may the archive.

@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <new>
 
-#include "temporary_folder.h"
-#include "zel3_indexer.h"
+#include "indexer/temporary_folder.h"
+#include "indexer/zel3_indexer.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include <exception>
 
-#include "zel3_indexer.h"
+#include "indexer/zel3_indexer.h"
 
 bool cZel3Indexer::Put_events_to_vector(QList<TEventListEntry>* list) const {
   if (list == nullptr || files.empty()) return false;

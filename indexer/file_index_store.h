@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <string>
 
-#include "units.h"
+#include "blocks/units.h"
 
 // Activity of one stream within one index entry.
 struct TActivityPair {

@@ -1,4 +1,4 @@
-#include "file_lock.h"
+#include "indexer/file_lock.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <utility>
 
-#include "cancellation_hold.h"
+#include "blocks/cancellation_hold.h"
 
 FileLock::FileLock(FileLock&& other) noexcept
     : mHandle(std::exchange(other.mHandle, -1)),

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "plain_file.h"
+#include "indexer/plain_file.h"
 
 // A lock on an open file, which other processes and other readers of this process respect. It goes
 // with the object, and with the process, however that ends. Used on one thread.

@@ -1,4 +1,4 @@
-#include "folder_listing.h"
+#include "indexer/folder_listing.h"
 
 #include <dirent.h>
 #include <fcntl.h>

@@ -1,4 +1,4 @@
-#include "folder_of_files.h"
+#include "indexer/folder_of_files.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -7,7 +7,7 @@
 #include <QFile>
 #include <cerrno>
 
-#include "cancellation_hold.h"
+#include "blocks/cancellation_hold.h"
 
 namespace {
 

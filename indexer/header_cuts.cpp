@@ -1,4 +1,4 @@
-#include "header_cuts.h"
+#include "indexer/header_cuts.h"
 
 #include <algorithm>
 

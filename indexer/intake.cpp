@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "zel3_indexer.h"
+#include "indexer/zel3_indexer.h"
 
 namespace {
 

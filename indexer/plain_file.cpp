@@ -1,4 +1,4 @@
-#include "plain_file.h"
+#include "indexer/plain_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -7,7 +7,7 @@
 #include <QFile>
 #include <cerrno>
 
-#include "cancellation_hold.h"
+#include "blocks/cancellation_hold.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "units.h"
+#include "blocks/units.h"
 
 // A plain file. Pipes, folders and devices never open, and opening never blocks. Used on one
 // thread.

@@ -1,4 +1,4 @@
-#include "shared_cache_folder.h"
+#include "indexer/shared_cache_folder.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

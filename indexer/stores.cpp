@@ -2,7 +2,7 @@
 #include <iterator>
 #include <utility>
 
-#include "zel3_indexer.h"
+#include "indexer/zel3_indexer.h"
 
 cZel3Indexer::~cZel3Indexer() {
   CloseCacheFiles();

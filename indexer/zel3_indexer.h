@@ -9,15 +9,15 @@
 #include <memory>
 #include <vector>
 
-#include "cache_claim.h"
-#include "cache_housekeeping.h"
-#include "chunk_info.h"
-#include "commands.h"
-#include "file_index_store.h"
-#include "notifications.h"
-#include "plain_file.h"
-#include "stream_records.h"
-#include "units.h"
+#include "blocks/chunk_info.h"
+#include "blocks/commands.h"
+#include "blocks/notifications.h"
+#include "blocks/stream_records.h"
+#include "blocks/units.h"
+#include "indexer/cache_claim.h"
+#include "indexer/cache_housekeeping.h"
+#include "indexer/file_index_store.h"
+#include "indexer/plain_file.h"
 
 // The time index of a recorded archive: one store per archive file, and the cache files that keep
 // them.

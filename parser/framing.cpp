@@ -1,8 +1,8 @@
-#include "framing.h"
+#include "parser/framing.h"
 
 #include <limits>
 
-#include "byte_cursor.h"
+#include "blocks/byte_cursor.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
-#include "framing_parser.h"
+#include "parser/framing_parser.h"
 
 #include <algorithm>
 
-#include "byte_cursor.h"
-#include "marker_search.h"
+#include "blocks/byte_cursor.h"
+#include "parser/marker_search.h"
 
 FramingParser::FramingParser(FramingSink& sink) : mSink(sink) {
   mHeld.reserve(kLargestRecordSize);

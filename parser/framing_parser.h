@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "framing.h"
-#include "units.h"
+#include "blocks/units.h"
+#include "parser/framing.h"
 
 // Takes what a FramingParser finds, in stream order. Positions are bytes since the start of the
 // stream. What is handed over is borrowed until return.

@@ -1,9 +1,9 @@
-#include "marker_search.h"
+#include "parser/marker_search.h"
 
 #include <cstring>
 
-#include "byte_cursor.h"
-#include "stream_records.h"
+#include "blocks/byte_cursor.h"
+#include "blocks/stream_records.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include <exception>
 #include <memory>
 
-#include "parser_brick.h"
+#include "parser/parser_brick.h"
 
 // The factory of the plug-in: a parser for a host that wants archive bytes turned into records of
 // many kinds; null for anything else, also for the older archive format. Gives the brick to the

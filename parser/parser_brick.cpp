@@ -1,14 +1,14 @@
-#include "parser_brick.h"
+#include "parser/parser_brick.h"
 
 #include <algorithm>
 #include <cstring>
 #include <iterator>
 
-#include "commands.h"
-#include "contain.h"
-#include "notifications.h"
-#include "scoped_value.h"
-#include "stream_records.h"
+#include "blocks/commands.h"
+#include "blocks/contain.h"
+#include "blocks/notifications.h"
+#include "blocks/scoped_value.h"
+#include "blocks/stream_records.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "brick.h"
-#include "framing_parser.h"
-#include "units.h"
+#include "blocks/units.h"
+#include "parser/framing_parser.h"
+#include "sdk/brick.h"
 
 // The parser of archives: turns raw archive bytes into typed records, and pulls the bytes from the
 // reader before it.

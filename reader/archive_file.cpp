@@ -1,4 +1,4 @@
-#include "zel3_file_reader.h"
+#include "reader/zel3_file_reader.h"
 
 bool CZel3FileReader::OpenStream(const QString& path) {
   close();

@@ -1,4 +1,4 @@
-#include "zel3_file_reader.h"
+#include "reader/zel3_file_reader.h"
 
 void CZel3FileReader::OnArchivesEntryRequest() {
   if (noArchive) {

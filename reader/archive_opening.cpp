@@ -1,8 +1,8 @@
 #include <QFileInfo>
 #include <algorithm>
 
-#include "folder_listing.h"
-#include "zel3_file_reader.h"
+#include "indexer/folder_listing.h"
+#include "reader/zel3_file_reader.h"
 
 namespace {
 

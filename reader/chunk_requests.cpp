@@ -1,9 +1,9 @@
 #include <new>
 
-#include "byte_cursor.h"
-#include "index_marker.h"
-#include "scoped_value.h"
-#include "zel3_file_reader.h"
+#include "blocks/byte_cursor.h"
+#include "blocks/scoped_value.h"
+#include "reader/index_marker.h"
+#include "reader/zel3_file_reader.h"
 
 namespace {
 

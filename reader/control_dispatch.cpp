@@ -1,5 +1,5 @@
-#include "contain.h"
-#include "zel3_file_reader.h"
+#include "blocks/contain.h"
+#include "reader/zel3_file_reader.h"
 
 // A request that fails for lack of memory is dropped; clients ask again. Nobody asks an index
 // reader again, so it tries more than once.

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "byte_cursor.h"
-#include "stream_records.h"
+#include "blocks/byte_cursor.h"
+#include "blocks/stream_records.h"
 
 // Writes an index record as it stands in an archive: the marker, then `time` over the time and the
 // reserved word, then a zero flag. Returns the place behind it. REQUIRES: room for kIndexRecordSize

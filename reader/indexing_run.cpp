@@ -2,10 +2,10 @@
 #include <cstring>
 #include <memory>
 
-#include "brick_loader.h"
-#include "contain.h"
-#include "scoped_value.h"
-#include "zel3_file_reader.h"
+#include "blocks/contain.h"
+#include "blocks/scoped_value.h"
+#include "reader/zel3_file_reader.h"
+#include "sdk/brick_loader.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include <cstring>
 
-#include "cancellation_hold.h"
-#include "contain.h"
-#include "zel3_file_reader.h"
+#include "blocks/cancellation_hold.h"
+#include "blocks/contain.h"
+#include "reader/zel3_file_reader.h"
 
 namespace {
 

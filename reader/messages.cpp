@@ -1,5 +1,5 @@
-#include "contain.h"
-#include "zel3_file_reader.h"
+#include "blocks/contain.h"
+#include "reader/zel3_file_reader.h"
 
 namespace {
 

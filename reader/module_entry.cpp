@@ -1,8 +1,8 @@
 #include <memory>
 
-#include "brick_config.h"
-#include "tags.h"
-#include "zel3_file_reader.h"
+#include "blocks/tags.h"
+#include "reader/zel3_file_reader.h"
+#include "sdk/brick_config.h"
 
 #define MODULE_EXPORT extern "C" __attribute__((visibility("default")))
 

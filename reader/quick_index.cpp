@@ -3,8 +3,8 @@
 #include <cstring>
 #include <optional>
 
-#include "byte_cursor.h"
-#include "zel3_file_reader.h"
+#include "blocks/byte_cursor.h"
+#include "reader/zel3_file_reader.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include <cstring>
 #include <utility>
 
-#include "index_marker.h"
-#include "zel3_file_reader.h"
+#include "reader/index_marker.h"
+#include "reader/zel3_file_reader.h"
 
 namespace {
 

@@ -8,15 +8,15 @@
 #include <cstdint>
 #include <vector>
 
-#include "archive_stream.h"
-#include "brick.h"
-#include "commands.h"
-#include "folder_listing.h"
-#include "notifications.h"
-#include "plain_file.h"
-#include "stream_records.h"
-#include "units.h"
-#include "zel3_indexer.h"
+#include "blocks/commands.h"
+#include "blocks/notifications.h"
+#include "blocks/stream_records.h"
+#include "blocks/units.h"
+#include "indexer/archive_stream.h"
+#include "indexer/folder_listing.h"
+#include "indexer/plain_file.h"
+#include "indexer/zel3_indexer.h"
+#include "sdk/brick.h"
 
 // The archive reader: serves one archive file, or one folder of them, by time.
 //

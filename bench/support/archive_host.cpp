@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "tags.h"
+#include "blocks/tags.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include <memory>
 #include <string>
 
-#include "commands.h"
-#include "pipeline.h"
-#include "zel3_file_reader.h"
+#include "blocks/commands.h"
+#include "host/pipeline.h"
+#include "reader/zel3_file_reader.h"
 
 // A client that keeps the last block it got.
 class LastBlockClient : public CBrick {

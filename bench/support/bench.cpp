@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "temp_folder.h"
+#include "support/temp_folder.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "file_index_store.h"
+#include "indexer/file_index_store.h"
 
 constexpr std::uint32_t kFirstTime = 1'000'000;
 constexpr std::uint32_t kBytesPerEntry = 400;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <random>
 
-#include "archive_writer.h"
+#include "archive/archive_writer.h"
 #include "cache_files.h"
 
 namespace {

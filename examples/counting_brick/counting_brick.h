@@ -1,9 +1,9 @@
 #pragma once
 
-#include <brick.h>
-#include <commands.h>
-#include <four_cc.h>
-#include <notifications.h>
+#include <blocks/commands.h>
+#include <blocks/four_cc.h>
+#include <blocks/notifications.h>
+#include <sdk/brick.h>
 
 #include <map>
 #include <string>

@@ -1,7 +1,7 @@
-#include <brick_loader.h>
-#include <brick_plugins.h>
-#include <pipeline.h>
-#include <tags.h>
+#include <blocks/tags.h>
+#include <host/brick_plugins.h>
+#include <host/pipeline.h>
+#include <sdk/brick_loader.h>
 
 #include <cstring>
 #include <iostream>

@@ -1,10 +1,10 @@
-#include "archive_writer.h"
+#include "archive/archive_writer.h"
 
 #include <gmock/gmock.h>
 
 #include <stdexcept>
 
-#include "temp_folder.h"
+#include "support/temp_folder.h"
 
 namespace {
 

@@ -4,11 +4,11 @@
 #include <vector>
 
 #include "block_test.h"
-#include "brick.h"
-#include "commands.h"
-#include "long_form.h"
-#include "notifications.h"
-#include "stream_records.h"
+#include "blocks/commands.h"
+#include "blocks/notifications.h"
+#include "blocks/stream_records.h"
+#include "sdk/brick.h"
+#include "support/long_form.h"
 
 namespace {
 

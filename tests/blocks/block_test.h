@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "mem_block.h"
+#include "sdk/mem_block.h"
 
 // Makes sure that no block outlives a test.
 class BlockTest : public testing::Test {

@@ -3,9 +3,9 @@
 #include <vector>
 
 #include "block_test.h"
-#include "brick.h"
-#include "commands.h"
-#include "stream_records.h"
+#include "blocks/commands.h"
+#include "blocks/stream_records.h"
+#include "sdk/brick.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "byte_cursor.h"
+#include "blocks/byte_cursor.h"
 
 #include <gmock/gmock.h>
 

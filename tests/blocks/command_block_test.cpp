@@ -1,14 +1,14 @@
-#include "command_block.h"
+#include "blocks/command_block.h"
 
 #include <cstring>
 #include <vector>
 
 #include "block_test.h"
-#include "brick.h"
-#include "commands.h"
+#include "blocks/commands.h"
+#include "blocks/notifications.h"
 #include "heap_growth.h"
-#include "notifications.h"
-#include "scarce_memory.h"
+#include "sdk/brick.h"
+#include "support/scarce_memory.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
-#include "node_pool.h"
+#include "blocks/node_pool.h"
 
 #include <malloc.h>
 
 #include <cstdlib>
 
 #include "block_test.h"
+#include "blocks/struct_block.h"
 #include "heap_growth.h"
-#include "struct_block.h"
 
 namespace {
 

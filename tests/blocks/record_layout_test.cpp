@@ -2,11 +2,11 @@
 
 #include <cstddef>
 
-#include "brick_config.h"
-#include "chunk_info.h"
-#include "commands.h"
-#include "notifications.h"
-#include "stream_records.h"
+#include "blocks/chunk_info.h"
+#include "blocks/commands.h"
+#include "blocks/notifications.h"
+#include "blocks/stream_records.h"
+#include "sdk/brick_config.h"
 
 // Records are exchanged between separately built modules, so every place in them is fixed. A string
 // or a list takes one pointer: 4 bytes in the shipping build.

@@ -2,10 +2,10 @@
 
 #include <cstring>
 
-#include "chunk_info.h"
-#include "commands.h"
-#include "notifications.h"
-#include "stream_records.h"
+#include "blocks/chunk_info.h"
+#include "blocks/commands.h"
+#include "blocks/notifications.h"
+#include "blocks/stream_records.h"
 
 namespace {
 

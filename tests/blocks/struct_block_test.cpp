@@ -1,10 +1,10 @@
-#include "struct_block.h"
+#include "blocks/struct_block.h"
 
 #include <cstring>
 #include <string>
 
 #include "block_test.h"
-#include "stream_records.h"
+#include "blocks/stream_records.h"
 
 namespace {
 

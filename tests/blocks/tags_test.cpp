@@ -1,4 +1,4 @@
-#include "tags.h"
+#include "blocks/tags.h"
 
 #include <gmock/gmock.h>
 

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "commands.h"
+#include "blocks/commands.h"
 
 namespace {
 

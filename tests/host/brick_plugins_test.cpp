@@ -1,4 +1,4 @@
-#include "brick_plugins.h"
+#include "host/brick_plugins.h"
 
 #include <dlfcn.h>
 #include <gmock/gmock.h>
@@ -8,9 +8,9 @@
 #include <filesystem>
 #include <memory>
 
-#include "brick_loader.h"
-#include "environment_value.h"
-#include "temp_folder.h"
+#include "sdk/brick_loader.h"
+#include "support/environment_value.h"
+#include "support/temp_folder.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "ini_file.h"
+#include "sdk/ini_file.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -7,9 +7,9 @@
 #include <filesystem>
 #include <limits>
 
-#include "environment_value.h"
-#include "settings_folder.h"
-#include "temp_folder.h"
+#include "host/settings_folder.h"
+#include "support/environment_value.h"
+#include "support/temp_folder.h"
 
 namespace {
 

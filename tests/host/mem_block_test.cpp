@@ -1,4 +1,4 @@
-#include "mem_block.h"
+#include "sdk/mem_block.h"
 
 #include <gmock/gmock.h>
 

@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-#include "brick.h"
-#include "notifications.h"
-#include "pipeline.h"
+#include "blocks/notifications.h"
+#include "host/pipeline.h"
+#include "sdk/brick.h"
 
 // Blocks that a test tells apart by a number.
 using NumberBlock = cCommandBlock<std::uint32_t, FourCc("test")>;

@@ -1,8 +1,8 @@
-#include "settings_folder.h"
+#include "host/settings_folder.h"
 
 #include <gmock/gmock.h>
 
-#include "environment_value.h"
+#include "support/environment_value.h"
 
 namespace {
 

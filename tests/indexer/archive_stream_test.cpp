@@ -1,12 +1,12 @@
-#include "archive_stream.h"
+#include "indexer/archive_stream.h"
 
 #include <gmock/gmock.h>
 
 #include <filesystem>
 #include <memory>
 
-#include "file_faults.h"
-#include "temp_folder.h"
+#include "support/file_faults.h"
+#include "support/temp_folder.h"
 
 namespace {
 

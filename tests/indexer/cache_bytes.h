@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "temp_folder.h"
+#include "support/temp_folder.h"
 
 // Contents of cache files, put together byte by byte.
 

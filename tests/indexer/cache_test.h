@@ -6,10 +6,10 @@
 #include <string>
 
 #include "cache_bytes.h"
-#include "environment_value.h"
+#include "indexer/zel3_indexer.h"
 #include "stores_for_tests.h"
-#include "temp_folder.h"
-#include "zel3_indexer.h"
+#include "support/environment_value.h"
+#include "support/temp_folder.h"
 
 // When archives of these tests were last modified, and how cache names tell it.
 constexpr std::int64_t kArchiveTime = 1367935389;

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "scarce_memory.h"
 #include "stores_for_tests.h"
+#include "support/scarce_memory.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "folder_listing.h"
+#include "indexer/folder_listing.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "temp_folder.h"
+#include "support/temp_folder.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <vector>
 
-#include "notifications.h"
-#include "zel3_indexer.h"
+#include "blocks/notifications.h"
+#include "indexer/zel3_indexer.h"
 
 using Levels = std::vector<int>;
 

@@ -1,12 +1,12 @@
-#include "header_cuts.h"
+#include "indexer/header_cuts.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <random>
 
-#include "plain_cache.h"
 #include "stores_for_tests.h"
+#include "support/plain_cache.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <memory>
 #include <set>
 
-#include "temp_folder.h"
-#include "zel3_indexer.h"
+#include "indexer/zel3_indexer.h"
+#include "support/temp_folder.h"
 
 namespace {
 

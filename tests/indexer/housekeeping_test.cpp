@@ -4,8 +4,8 @@
 #include <filesystem>
 
 #include "cache_test.h"
-#include "read_only_folder.h"
-#include "sparse_file.h"
+#include "support/read_only_folder.h"
+#include "support/sparse_file.h"
 
 // Opening an archive keeps the cache folder below its limit.
 

@@ -1,5 +1,5 @@
 #include "cache_test.h"
-#include "lookup_answer.h"
+#include "support/lookup_answer.h"
 
 namespace {
 

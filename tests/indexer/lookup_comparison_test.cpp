@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <random>
 
-#include "plain_time_index.h"
 #include "stores_for_tests.h"
+#include "support/plain_time_index.h"
 
 // Whatever is filed, in whatever order, lookups answer as the plain walk does.
 

@@ -6,10 +6,10 @@
 #include <new>
 
 #include "cache_test.h"
-#include "process_limit.h"
-#include "sanitized.h"
-#include "scarce_memory.h"
-#include "sparse_file.h"
+#include "support/process_limit.h"
+#include "support/sanitized.h"
+#include "support/scarce_memory.h"
+#include "support/sparse_file.h"
 
 // What stands under the name of a cache file need not be one.
 

@@ -1,4 +1,4 @@
-#include "painted_bins.h"
+#include "indexer/painted_bins.h"
 
 #include <gmock/gmock.h>
 

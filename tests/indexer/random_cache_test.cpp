@@ -1,7 +1,7 @@
 #include <random>
 
 #include "cache_test.h"
-#include "plain_cache.h"
+#include "support/plain_cache.h"
 
 // Any bytes in the cache files are loaded as the plain rules say, and every question about them has
 // an answer.

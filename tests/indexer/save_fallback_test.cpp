@@ -6,8 +6,8 @@
 #include <map>
 
 #include "cache_test.h"
-#include "process_limit.h"
-#include "read_only_folder.h"
+#include "support/process_limit.h"
+#include "support/read_only_folder.h"
 
 // Where the cache files cannot be written beside the archive they go to the temporary folder, and
 // what goes wrong while writing leaves no cache that could be taken for a whole one.

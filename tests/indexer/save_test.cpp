@@ -2,7 +2,7 @@
 #include <filesystem>
 
 #include "cache_test.h"
-#include "folder_watch.h"
+#include "support/folder_watch.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "file_index_store.h"
-#include "stream_records.h"
-#include "zel3_indexer.h"
+#include "blocks/stream_records.h"
+#include "indexer/file_index_store.h"
+#include "indexer/zel3_indexer.h"
 
 // Files of an archive in one line each, and what an indexer holds as short texts.
 

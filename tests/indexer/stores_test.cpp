@@ -4,8 +4,8 @@
 #include <cstring>
 #include <type_traits>
 
-#include "lookup_answer.h"
 #include "stores_for_tests.h"
+#include "support/lookup_answer.h"
 
 namespace {
 

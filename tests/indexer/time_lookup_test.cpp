@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
-#include "lookup_answer.h"
 #include "stores_for_tests.h"
+#include "support/lookup_answer.h"
 
 // Index times are written in index units, archive times in thousandths of them.
 

@@ -11,7 +11,7 @@ cd "$work"
 # Headers as other hosts have them: they do not say what a module shows.
 mkdir sdk
 for header in brick brick_config brick_loader critical_section ini_file mem_block; do
-  sed 's/ BRICK_SDK_API//; /sdk_export.h/d' "$prefix/include/zel3-brick-sdk/$header.h" >"sdk/$header.h"
+  sed 's/ BRICK_SDK_API//; /sdk_export.h/d' "$prefix/include/zel3-brick-sdk/sdk/$header.h" >"sdk/$header.h"
 done
 "$cmake" -S "$sources" -B build -DBRICK_SDK_DIR="$work/sdk" \
   -DBRICK_HOST_LIBRARY="$prefix/$libraries/libbrickhost.so" -DCMAKE_UNITY_BUILD=ON -DCMAKE_CXX_FLAGS_DEBUG=-O0 \

@@ -12,8 +12,8 @@ export PKG_CONFIG_PATH=$libraries/pkgconfig
 
 ln -s "$qt_library" libQt5Core.so
 cat >brick.cpp <<'SOURCE'
-#include <brick.h>
-#include <notifications.h>
+#include <sdk/brick.h>
+#include <blocks/notifications.h>
 
 class Brick : public CBrick {};
 

@@ -1,4 +1,4 @@
-#include "critical_section.h"
+#include "sdk/critical_section.h"
 
 #include <atomic>
 #include <cstdint>

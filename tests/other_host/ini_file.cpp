@@ -3,7 +3,7 @@
 #include <iterator>
 #include <string>
 
-#include "sdk_export.h"
+#include "sdk/sdk_export.h"
 
 // The settings of another host: they fill the whole object, and there is no file.
 class BRICK_SDK_API CIniFile {

@@ -1,8 +1,8 @@
 #include <alloca.h>
-#include <brick_loader.h>
-#include <brick_plugins.h>
-#include <pipeline.h>
-#include <tags.h>
+#include <blocks/tags.h>
+#include <host/brick_plugins.h>
+#include <host/pipeline.h>
+#include <sdk/brick_loader.h>
 
 #include <cstdlib>
 #include <cstring>

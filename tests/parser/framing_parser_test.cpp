@@ -1,9 +1,9 @@
-#include "framing_parser.h"
+#include "parser/framing_parser.h"
 
 #include <gmock/gmock.h>
 
-#include "found_records.h"
-#include "random_numbers.h"
+#include "samples/random_numbers.h"
+#include "support/found_records.h"
 
 namespace {
 

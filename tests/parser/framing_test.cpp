@@ -1,8 +1,8 @@
-#include "framing.h"
+#include "parser/framing.h"
 
 #include <gmock/gmock.h>
 
-#include "temp_folder.h"
+#include "support/temp_folder.h"
 
 namespace {
 

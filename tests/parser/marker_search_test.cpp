@@ -1,9 +1,9 @@
-#include "marker_search.h"
+#include "parser/marker_search.h"
 
 #include <gmock/gmock.h>
 
-#include "random_numbers.h"
-#include "temp_folder.h"
+#include "samples/random_numbers.h"
+#include "support/temp_folder.h"
 
 namespace {
 

@@ -9,13 +9,13 @@
 #include <string>
 #include <vector>
 
-#include "brick_loader.h"
-#include "brick_plugins.h"
-#include "commands.h"
-#include "found_records.h"
-#include "notifications.h"
-#include "pipeline.h"
-#include "stream_records.h"
+#include "blocks/commands.h"
+#include "blocks/notifications.h"
+#include "blocks/stream_records.h"
+#include "host/brick_plugins.h"
+#include "host/pipeline.h"
+#include "sdk/brick_loader.h"
+#include "support/found_records.h"
 
 // The parser as hosts get it: from the plug-in file, between a brick that stands for the reader and
 // one that stands for a client.

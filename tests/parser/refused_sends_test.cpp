@@ -1,5 +1,5 @@
-#include "callbacks.h"
 #include "parser_brick_test.h"
+#include "support/callbacks.h"
 
 namespace {
 

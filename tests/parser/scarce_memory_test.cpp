@@ -1,7 +1,7 @@
-#include "scarce_memory.h"
+#include "support/scarce_memory.h"
 
-#include "callbacks.h"
 #include "parser_brick_test.h"
+#include "support/callbacks.h"
 
 namespace {
 

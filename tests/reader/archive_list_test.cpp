@@ -1,6 +1,6 @@
 #include <filesystem>
 
-#include "reader_test.h"
+#include "support/reader_test.h"
 
 namespace {
 

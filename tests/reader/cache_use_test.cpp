@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "reader_test.h"
+#include "support/reader_test.h"
 
 namespace {
 

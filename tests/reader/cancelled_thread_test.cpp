@@ -2,11 +2,11 @@
 
 #include <functional>
 
-#include "brick_loader.h"
-#include "brick_plugins.h"
-#include "callbacks.h"
+#include "host/brick_plugins.h"
 #include "run_test.h"
-#include "sanitized.h"
+#include "sdk/brick_loader.h"
+#include "support/callbacks.h"
+#include "support/sanitized.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include <filesystem>
 #include <functional>
 
-#include "brick_plugins.h"
 #include "every_request.h"
-#include "unprivileged.h"
+#include "host/brick_plugins.h"
+#include "support/unprivileged.h"
 
 namespace {
 

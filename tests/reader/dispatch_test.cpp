@@ -1,5 +1,5 @@
-#include "callbacks.h"
-#include "reader_test.h"
+#include "support/callbacks.h"
+#include "support/reader_test.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "brick_plugins.h"
-#include "callbacks.h"
+#include "host/brick_plugins.h"
 #include "run_test.h"
+#include "support/callbacks.h"
 
 namespace {
 

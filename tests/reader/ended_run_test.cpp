@@ -1,7 +1,7 @@
 #include <filesystem>
 #include <functional>
 
-#include "reader_test.h"
+#include "support/reader_test.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include <filesystem>
 
-#include "process_limit.h"
-#include "reader_test.h"
-#include "sanitized.h"
+#include "support/process_limit.h"
+#include "support/reader_test.h"
+#include "support/sanitized.h"
 
 namespace {
 

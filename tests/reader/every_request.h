@@ -1,6 +1,6 @@
 #pragma once
 
-#include "reader_test.h"
+#include "support/reader_test.h"
 
 // A reader over files that are not what they should be is asked everything there is to ask.
 class EveryRequest : public ReaderTest {

@@ -2,9 +2,9 @@
 
 #include <cstring>
 
-#include "brick_loader.h"
-#include "brick_plugins.h"
-#include "reader_test.h"
+#include "host/brick_plugins.h"
+#include "sdk/brick_loader.h"
+#include "support/reader_test.h"
 
 namespace {
 

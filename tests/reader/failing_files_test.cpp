@@ -6,10 +6,10 @@
 #include <filesystem>
 #include <functional>
 
-#include "brick_plugins.h"
 #include "every_request.h"
-#include "figure.h"
-#include "file_faults.h"
+#include "host/brick_plugins.h"
+#include "support/figure.h"
+#include "support/file_faults.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include <filesystem>
 
-#include "brick_plugins.h"
-#include "callbacks.h"
+#include "host/brick_plugins.h"
 #include "run_test.h"
+#include "support/callbacks.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
 #include <filesystem>
 #include <functional>
 
-#include "callbacks.h"
-#include "figure.h"
 #include "run_test.h"
-#include "scarce_memory.h"
+#include "support/callbacks.h"
+#include "support/figure.h"
+#include "support/scarce_memory.h"
 
 // A host calls a reader while memory runs out, at each of the call's allocations in turn. The
 // archive has a header and entries at 10, 20 and 30; the second one holds an event.

@@ -2,9 +2,9 @@
 
 #include <fstream>
 
-#include "brick_plugins.h"
 #include "command_output.h"
-#include "reader_test.h"
+#include "host/brick_plugins.h"
+#include "support/reader_test.h"
 
 namespace {
 

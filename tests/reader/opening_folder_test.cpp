@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "reader_test.h"
+#include "support/reader_test.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "reader_test.h"
+#include "support/reader_test.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <fstream>
 
-#include "reader_test.h"
+#include "support/reader_test.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "reader_test.h"
+#include "support/reader_test.h"
 
 // A reader in the middle of an indexing run: the parser waits for the test to act for it.
 class RunTest : public ReaderTest {

@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "brick_plugins.h"
+#include "host/brick_plugins.h"
 #include "little_memory.h"
 
 namespace {

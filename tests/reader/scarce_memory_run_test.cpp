@@ -1,4 +1,4 @@
-#include "brick_plugins.h"
+#include "host/brick_plugins.h"
 #include "little_memory.h"
 
 namespace {

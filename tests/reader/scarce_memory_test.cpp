@@ -1,7 +1,7 @@
-#include "scarce_memory.h"
+#include "support/scarce_memory.h"
 
-#include "brick_loader.h"
 #include "little_memory.h"
+#include "sdk/brick_loader.h"
 
 namespace {
 

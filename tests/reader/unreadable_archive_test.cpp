@@ -1,10 +1,10 @@
 #include <filesystem>
 #include <optional>
 
-#include "brick_plugins.h"
-#include "byte_cursor.h"
-#include "file_faults.h"
+#include "blocks/byte_cursor.h"
+#include "host/brick_plugins.h"
 #include "run_test.h"
+#include "support/file_faults.h"
 
 namespace {
 

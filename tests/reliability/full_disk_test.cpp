@@ -1,7 +1,7 @@
 #include <filesystem>
 
 #include "load_test.h"
-#include "private_mount.h"
+#include "support/private_mount.h"
 
 namespace {
 

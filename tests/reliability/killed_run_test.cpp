@@ -4,9 +4,9 @@
 #include <random>
 #include <thread>
 
-#include "figure.h"
-#include "long_form.h"
-#include "program.h"
+#include "support/figure.h"
+#include "support/long_form.h"
+#include "support/program.h"
 
 namespace {
 

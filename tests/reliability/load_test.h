@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "brick_plugins.h"
-#include "figure.h"
-#include "long_form.h"
+#include "host/brick_plugins.h"
 #include "process_figures.h"
-#include "reader_test.h"
+#include "support/figure.h"
+#include "support/long_form.h"
+#include "support/reader_test.h"
 
 // A reader under load, with the parser that the host brings along.
 class LoadTest : public ReaderTest {

@@ -3,9 +3,9 @@
 #include <fstream>
 #include <random>
 
+#include "indexer/zel3_indexer.h"
 #include "load_test.h"
-#include "sparse_file.h"
-#include "zel3_indexer.h"
+#include "support/sparse_file.h"
 
 namespace {
 

@@ -9,9 +9,9 @@
 #include <fstream>
 #include <string>
 
-#include "figure.h"
-#include "sanitized.h"
-#include "temp_folder.h"
+#include "support/figure.h"
+#include "support/sanitized.h"
+#include "support/temp_folder.h"
 
 // What this process holds of the machine.
 struct ProcessFigures {

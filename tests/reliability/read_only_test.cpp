@@ -1,8 +1,8 @@
 #include <filesystem>
 
-#include "folder_watch.h"
-#include "private_mount.h"
-#include "program.h"
+#include "support/folder_watch.h"
+#include "support/private_mount.h"
+#include "support/program.h"
 
 namespace {
 

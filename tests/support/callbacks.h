@@ -1,6 +1,6 @@
 #pragma once
 
-#include "brick.h"
+#include "sdk/brick.h"
 
 // Lets a test call the callbacks of a brick as a host does: (brick->*(&Callbacks::onCtrl))(block).
 class Callbacks : public CBrick {

@@ -1,7 +1,7 @@
 // The functions through which the standard library and Qt reach files, in the place of those of
 // the C library: each asks here first whether it is to fail.
 
-#include "file_faults.h"
+#include "support/file_faults.h"
 
 #include <dirent.h>
 #include <dlfcn.h>

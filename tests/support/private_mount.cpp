@@ -1,4 +1,4 @@
-#include "private_mount.h"
+#include "support/private_mount.h"
 
 #include <sched.h>
 #include <sys/mount.h>

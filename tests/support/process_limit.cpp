@@ -1,4 +1,4 @@
-#include "process_limit.h"
+#include "support/process_limit.h"
 
 #include <csignal>
 #include <stdexcept>

@@ -1,4 +1,4 @@
-#include "read_only_folder.h"
+#include "support/read_only_folder.h"
 
 #include <sys/stat.h>
 

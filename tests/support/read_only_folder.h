@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "unprivileged.h"
+#include "support/unprivileged.h"
 
 // A folder in which no file can be made, removed or renamed until the end of a scope, not by root
 // either. Files in it can still be written.

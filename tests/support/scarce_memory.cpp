@@ -1,4 +1,4 @@
-#include "scarce_memory.h"
+#include "support/scarce_memory.h"
 
 #include <cerrno>
 #include <cstdlib>

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "temp_folder.h"
+#include "support/temp_folder.h"
 
 // Cache names hold local times, and housekeeping deletes by pattern in the temporary folder: so the
 // zone is fixed and every test program has temporary and settings folders of its own.

@@ -4,10 +4,10 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "archive_writer.h"
-#include "program.h"
-#include "read_only_folder.h"
-#include "sample_archive.h"
+#include "archive/archive_writer.h"
+#include "support/program.h"
+#include "support/read_only_folder.h"
+#include "support/sample_archive.h"
 
 using testing::Each;
 using testing::ElementsAre;

@@ -1,13 +1,13 @@
-#include "block_json.h"
+#include "json/block_json.h"
 
 #include <gmock/gmock.h>
 
 #include <cstring>
 #include <sstream>
 
-#include "commands.h"
-#include "notifications.h"
-#include "stream_records.h"
+#include "blocks/commands.h"
+#include "blocks/notifications.h"
+#include "blocks/stream_records.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "command_description.h"
+#include "command_line/command_description.h"
 
 #include <gmock/gmock.h>
 

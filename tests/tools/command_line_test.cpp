@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "program.h"
+#include "support/program.h"
 
 using testing::HasSubstr;
 using testing::MatchesRegex;

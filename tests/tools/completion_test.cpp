@@ -1,8 +1,8 @@
-#include "completion.h"
+#include "command_line/completion.h"
 
 #include <gmock/gmock.h>
 
-#include "program.h"
+#include "support/program.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;

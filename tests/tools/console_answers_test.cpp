@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 
-#include "archive_writer.h"
-#include "chunk_info.h"
-#include "program.h"
-#include "sample_archive.h"
+#include "archive/archive_writer.h"
+#include "blocks/chunk_info.h"
+#include "support/program.h"
+#include "support/sample_archive.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -162,14 +162,15 @@ TEST_F(ConsoleAnswers, TheFirstEntryComesBehindTheHeaderAndTheNextWithout) {
   const Bytes bytes = ReadFile(SampleFile(Folder(), mTruth, 0));
   EXPECT_THAT(
       AnswersTo({Seek(0), Ask(0, 0), Ask(1, 10)}),
-      ElementsAre(Found(0, 0), kIdle, RawData(Part(bytes, 0, file.entries[1].position)), kIdle,
-                  RawData(Part(bytes, file.entries[1].position, file.entries[2].position)), kIdle));
+      ElementsAre(Found(0, 0), kIdle, RawData(Between(bytes, 0, file.entries[1].position)), kIdle,
+                  RawData(Between(bytes, file.entries[1].position, file.entries[2].position)),
+                  kIdle));
 }
 
 TEST_F(ConsoleAnswers, RawDataIsShownAsFarAsAskedFor) {
   IndexAll();
   const Bytes bytes =
-      Part(ReadFile(SampleFile(Folder(), mTruth, 0)), 0, mTruth.files[0].entries[1].position);
+      Between(ReadFile(SampleFile(Folder(), mTruth, 0)), 0, mTruth.files[0].entries[1].position);
   const std::string size =
       R"({"block":"RDat","size":)" + std::to_string(bytes.size() + 13) + R"(,"bytes":")";
   const struct {
@@ -178,7 +179,7 @@ TEST_F(ConsoleAnswers, RawDataIsShownAsFarAsAskedFor) {
   } cases[] = {
       {"none", ""},
       {"0", ""},
-      {"5", Hex(Part(bytes, 0, 5))},
+      {"5", Hex(Between(bytes, 0, 5))},
       {"all", Hex(bytes) + kTerminatingMarker},
       {"18446744073709551615", Hex(bytes) + kTerminatingMarker},
   };

@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "program.h"
+#include "support/program.h"
 
 using testing::ElementsAre;
 using testing::MatchesRegex;

@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 #include <signal.h>
 
-#include "program.h"
-#include "sample_archive.h"
+#include "support/program.h"
+#include "support/sample_archive.h"
 
 using testing::AllOf;
 using testing::ElementsAre;

@@ -6,10 +6,10 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "archive_writer.h"
-#include "program.h"
-#include "sample_archive.h"
-#include "terminal.h"
+#include "archive/archive_writer.h"
+#include "support/program.h"
+#include "support/sample_archive.h"
+#include "support/terminal.h"
 
 using testing::AllOf;
 using testing::ElementsAre;
@@ -217,12 +217,12 @@ TEST_F(Doctor, ComparesACacheWithItsArchive) {
        "entry 2 is another"},
       {"an entry less",
        "a.id3",
-       Part(id3, 0, 72),
+       Between(id3, 0, 72),
        {"warning cache-mismatch a.id3"},
        "holds 3 entries, the archive 4"},
       {"an entry more",
        "a.id3",
-       id3 + Part(id3, 0, 24),
+       id3 + Between(id3, 0, 24),
        {"warning cache-mismatch a.id3"},
        "holds 5 entries, the archive 4"},
       {"no header",
@@ -269,8 +269,16 @@ TEST_F(Doctor, TellsWhichCacheEndsWithinARecord) {
     std::vector<std::string> kinds;
     const char* text;
   } cases[] = {
-      {"half an entry more", ".id3", id3 + Part(id3, 0, 12), {"damaged"}, "ends within a record"},
-      {"half a header", ".hdr", Part(hdr, 0, 4), {"damaged", "mismatch"}, "ends within a record"},
+      {"half an entry more",
+       ".id3",
+       id3 + Between(id3, 0, 12),
+       {"damaged"},
+       "ends within a record"},
+      {"half a header",
+       ".hdr",
+       Between(hdr, 0, 4),
+       {"damaged", "mismatch"},
+       "ends within a record"},
       {"events cut off",
        ".evt",
        Bytes{1, 0, 0, 0, 2, 0, 0, 0, 1, 0x80, 'x'},

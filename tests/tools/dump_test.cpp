@@ -5,9 +5,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "archive_writer.h"
-#include "program.h"
-#include "sample_archive.h"
+#include "archive/archive_writer.h"
+#include "support/program.h"
+#include "support/sample_archive.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -125,8 +125,8 @@ TEST_F(Dump, AFolderIsDumpedFileByFile) {
 TEST_F(Dump, DamageIsShownAndWhatFollowsIsFound) {
   const Bytes bytes = ReadFile(WriteSmall());
   const Bytes junk(50, 'x');
-  WriteFile(mSmall,
-            Part(bytes, 0, mEventPosition) + junk + Part(bytes, mEventPosition, bytes.size()));
+  WriteFile(mSmall, Between(bytes, 0, mEventPosition) + junk +
+                        Between(bytes, mEventPosition, bytes.size()));
   const std::vector<Json> records = Records(mSmall, 3);
   EXPECT_THAT(Positions(records, "damage"), ElementsAre(mEventPosition));
   EXPECT_EQ(records[3]["bytes"], junk.size() + mLastPosition - mEventPosition)
@@ -138,7 +138,7 @@ TEST_F(Dump, DamageIsShownAndWhatFollowsIsFound) {
 
 TEST_F(Dump, ALastRecordThatIsCutOffIsDamage) {
   const Bytes bytes = ReadFile(WriteSmall());
-  WriteFile(mSmall, Part(bytes, 0, bytes.size() - 5));
+  WriteFile(mSmall, Between(bytes, 0, bytes.size() - 5));
   const std::vector<Json> records = Records(mSmall, 3);
   ASSERT_EQ(records.size(), 5U);
   EXPECT_EQ(records[4]["kind"], "cut-off");

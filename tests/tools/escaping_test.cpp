@@ -2,10 +2,11 @@
 
 #include <nlohmann/json.hpp>
 
-#include "archive_writer.h"
-#include "program.h"
-#include "render.h"
-#include "sample_archive.h"
+#include "archive/archive_writer.h"
+#include "json/json_line.h"
+#include "support/program.h"
+#include "support/sample_archive.h"
+#include "text/json_text.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;

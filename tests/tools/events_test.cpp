@@ -2,11 +2,11 @@
 
 #include <nlohmann/json.hpp>
 
-#include "archive_writer.h"
-#include "event_types.h"
-#include "program.h"
-#include "read_only_folder.h"
-#include "sample_archive.h"
+#include "archive/archive_writer.h"
+#include "archive/event_types.h"
+#include "support/program.h"
+#include "support/read_only_folder.h"
+#include "support/sample_archive.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;

@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 
-#include "program.h"
-#include "sample_archive.h"
-#include "sanitized.h"
+#include "support/program.h"
+#include "support/sample_archive.h"
+#include "support/sanitized.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "program.h"
-#include "sample_archive.h"
-#include "terminal.h"
+#include "support/program.h"
+#include "support/sample_archive.h"
+#include "support/terminal.h"
 
 using testing::ElementsAre;
 
@@ -126,7 +126,7 @@ TEST_F(Index, AnArchiveThatCannotBeIndexedIsNotCalledNone) {
 TEST_F(Index, ATruncatedFileIsIndexedAsFarAsItGoes) {
   const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
   const std::string path = SampleFile(Folder(), truth, 0);
-  WriteFile(path, Part(ReadFile(path), 0, truth.files[0].entries[3].position + 5));
+  WriteFile(path, Between(ReadFile(path), 0, truth.files[0].entries[3].position + 5));
   EXPECT_THAT(States(), ElementsAre("indexed", "indexed", "indexed"));
 }
 

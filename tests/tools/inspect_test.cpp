@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "program.h"
+#include "support/program.h"
 
 using testing::AllOf;
 using testing::Contains;

@@ -5,8 +5,8 @@
 #include <set>
 #include <sstream>
 
-#include "command_line.h"
-#include "program.h"
+#include "command_line/command_line.h"
+#include "support/program.h"
 
 using testing::HasSubstr;
 

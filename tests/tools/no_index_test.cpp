@@ -2,10 +2,10 @@
 
 #include <filesystem>
 
-#include "archive_writer.h"
-#include "folder_snapshot.h"
-#include "program.h"
-#include "sample_archive.h"
+#include "archive/archive_writer.h"
+#include "support/folder_snapshot.h"
+#include "support/program.h"
+#include "support/sample_archive.h"
 
 namespace {
 

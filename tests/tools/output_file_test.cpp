@@ -7,11 +7,11 @@
 #include <filesystem>
 #include <fstream>
 
-#include "folder_snapshot.h"
-#include "program.h"
-#include "read_only_folder.h"
-#include "sample_archive.h"
-#include "unprivileged.h"
+#include "support/folder_snapshot.h"
+#include "support/program.h"
+#include "support/read_only_folder.h"
+#include "support/sample_archive.h"
+#include "support/unprivileged.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;

@@ -2,8 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "program.h"
-#include "sample_archive.h"
+#include "support/program.h"
+#include "support/sample_archive.h"
 
 using testing::ElementsAre;
 

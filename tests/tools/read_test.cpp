@@ -8,10 +8,10 @@
 #include <chrono>
 #include <thread>
 
-#include "archive_writer.h"
-#include "program.h"
-#include "sample_archive.h"
-#include "terminal.h"
+#include "archive/archive_writer.h"
+#include "support/program.h"
+#include "support/sample_archive.h"
+#include "support/terminal.h"
 
 using testing::HasSubstr;
 
@@ -99,18 +99,18 @@ TEST_F(ReadSample, TellsGapsAsJson) {
 
 TEST_F(ReadSample, ARangeIsHalfOpenAndBeginsWithTheEntryThatHoldsIt) {
   const Bytes bytes = FileBytes(0);
-  const Bytes header = Part(bytes, 0, Position(0, 0));
+  const Bytes header = Between(bytes, 0, Position(0, 0));
   const struct {
     std::uint64_t from;
     std::uint64_t to;
     Bytes expected;
   } cases[] = {
-      {SampleTime(0), SampleTime(10), Part(bytes, 0, Position(0, 1))},
-      {SampleTime(0), SampleTime(10) + 1, Part(bytes, 0, Position(0, 2))},
-      {SampleTime(20), SampleTime(40), header + Part(bytes, Position(0, 2), Position(0, 4))},
-      {SampleTime(29), SampleTime(30), header + Part(bytes, Position(0, 2), Position(0, 3))},
-      {SampleTime(20), SampleTime(20) + 1, header + Part(bytes, Position(0, 2), Position(0, 3))},
-      {0, SampleTime(0) + 1, Part(bytes, 0, Position(0, 1))},
+      {SampleTime(0), SampleTime(10), Between(bytes, 0, Position(0, 1))},
+      {SampleTime(0), SampleTime(10) + 1, Between(bytes, 0, Position(0, 2))},
+      {SampleTime(20), SampleTime(40), header + Between(bytes, Position(0, 2), Position(0, 4))},
+      {SampleTime(29), SampleTime(30), header + Between(bytes, Position(0, 2), Position(0, 3))},
+      {SampleTime(20), SampleTime(20) + 1, header + Between(bytes, Position(0, 2), Position(0, 3))},
+      {0, SampleTime(0) + 1, Between(bytes, 0, Position(0, 1))},
   };
   for (const auto& each : cases) {
     SCOPED_TRACE(testing::Message() << each.from << " to " << each.to);
@@ -122,9 +122,9 @@ TEST_F(ReadSample, ARangeIsHalfOpenAndBeginsWithTheEntryThatHoldsIt) {
 TEST_F(ReadSample, ARangeRunsAcrossFiles) {
   EXPECT_EQ(ReadRange(Folder(), SampleTime(40), SampleTime(110)).exitCode, 0);
   const Bytes first = FileBytes(0);
-  const Bytes header = Part(first, 0, Position(0, 0));
-  EXPECT_EQ(ReadFile(mOutput), header + Part(first, Position(0, 4), first.size()) +
-                                   Part(FileBytes(1), 0, Position(1, 2)));
+  const Bytes header = Between(first, 0, Position(0, 0));
+  EXPECT_EQ(ReadFile(mOutput), header + Between(first, Position(0, 4), first.size()) +
+                                   Between(FileBytes(1), 0, Position(1, 2)));
 }
 
 TEST_F(ReadSample, ARangeAfterAChangeOfStreamsBeginsWithTheLaterHeader) {
@@ -132,14 +132,14 @@ TEST_F(ReadSample, ARangeAfterAChangeOfStreamsBeginsWithTheLaterHeader) {
   const auto& positions = mTruth.files[1].headerPositions;
   ASSERT_EQ(positions.size(), 2U);
   EXPECT_EQ(ReadRange(Folder(), SampleTime(130), SampleTime(131)).exitCode, 0);
-  EXPECT_EQ(ReadFile(mOutput), Part(bytes, positions[1], Position(1, 3)) +
-                                   Part(bytes, Position(1, 4), Position(1, 5)));
+  EXPECT_EQ(ReadFile(mOutput), Between(bytes, positions[1], Position(1, 3)) +
+                                   Between(bytes, Position(1, 4), Position(1, 5)));
 }
 
 TEST_F(ReadSample, TheStandardOutputIsWrittenWhenItIsNoTerminal) {
   const std::string from = std::to_string(SampleTime(0));
   const std::string to = std::to_string(SampleTime(10));
-  const Bytes expected = Part(FileBytes(0), 0, Position(0, 1));
+  const Bytes expected = Between(FileBytes(0), 0, Position(0, 1));
   const std::string text(expected.begin(), expected.end());
   EXPECT_EQ(Run({"read", Folder(), from, to}).out, text);
   EXPECT_EQ(Run({"read", Folder(), from, to, "-o", "-"}).out, text);
@@ -227,7 +227,7 @@ TEST_F(Read, TimesThatRunBackwardsDoNotLoop) {
 TEST_F(Read, AnArchiveCutShortAfterItWasIndexedIsReportedAsDamaged) {
   const Bytes bytes = WriteEntries(*this / "a.zel3", {10, 20, 30, 40});
   ASSERT_EQ(Run({"index", Folder()}).exitCode, 0);
-  WriteFile(*this / "a.zel3", Part(bytes, 0, bytes.size() - 40));
+  WriteFile(*this / "a.zel3", Between(bytes, 0, bytes.size() - 40));
   const ProgramResult result = ReadRange(Folder(), 0, 100000);
   EXPECT_EQ(result.exitCode, 3);
   EXPECT_THAT(result.err, HasSubstr("could not be read"));

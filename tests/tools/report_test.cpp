@@ -6,10 +6,10 @@
 #include <nlohmann/json.hpp>
 #include <regex>
 
-#include "archive_writer.h"
-#include "program.h"
-#include "read_only_folder.h"
-#include "sample_archive.h"
+#include "archive/archive_writer.h"
+#include "support/program.h"
+#include "support/read_only_folder.h"
+#include "support/sample_archive.h"
 
 using testing::AllOf;
 using testing::Contains;

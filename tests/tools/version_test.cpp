@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "program.h"
+#include "support/program.h"
 
 using testing::AllOf;
 using testing::ElementsAre;

@@ -3,16 +3,16 @@
 #include <iostream>
 #include <string>
 
-#include "command_line.h"
-#include "interruption.h"
-#include "render.h"
-#include "tool_error.h"
+#include "command_line/command_line.h"
+#include "output/notice.h"
+#include "system/interruption.h"
+#include "system/tool_error.h"
 
 namespace {
 
 int Fail(const std::string& message, int exitCode) {
   std::cout.flush();
-  std::cerr << "zel3: " << Escaped(message) << '\n';
+  PrintNotice(message);
   return exitCode;
 }
 

@@ -2,8 +2,8 @@
 #include <new>
 #include <stdexcept>
 
-#include "brick.h"
-#include "struct_block.h"
+#include "blocks/struct_block.h"
+#include "sdk/brick.h"
 
 // A plug-in whose brick uses a pool of its own, and whose factory does what the configuration's
 // name says.

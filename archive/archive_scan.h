@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "parser/framing_parser.h"
+
+// Gets the number of bytes that have been read from a file since the last call.
+using OnBytesRead = std::function<void(std::size_t)>;
+
+struct ScannedBytes {
+  std::uint64_t all = 0;         // the size of the file
+  std::uint64_t unreadable = 0;  // of these; the parser has got zeros for them
+};
+
+// Hands everything that a parser finds in an archive file to `sink`, as the file is now: what is
+// appended meanwhile is left out, so that a dump into the folder that it reads ends. Throws
+// ToolError when the file cannot be opened or the user interrupts, and what the sink throws.
+ScannedBytes ScanArchive(
+    const std::string& path, FramingSink& sink,
+    const OnBytesRead& onBytesRead = [](std::size_t) {});

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "blocks/units.h"
+#include "parser/framing_parser.h"
+
+// One record of an archive file, or a stretch that is none.
+struct FoundRecord {
+  enum class Kind { kHeader, kIndex, kData, kEvent, kDamage, kCutOff };
+
+  Kind kind = Kind::kDamage;
+  FilePosition position = 0;        // in the file
+  std::optional<ArchiveTime> time;  // archive time of the last index record
+  bool flagged = false;             // of an index record
+  std::uint8_t type = 0;            // of data: the stream id; of an event: its type
+  Tag streamKind = 0;               // of data: the tag of its blocks
+  unsigned level = 0;               // of data and events: 0-31
+  std::uint64_t bytes = 0;          // of data and events: the payload; else what makes no record
+  std::string text;                 // of an event
+  const ArchiveHeader* header = nullptr;  // of a header; borrowed while the record is handed over
+};
+
+// Turns what a parser finds in one file into records, in file order.
+class FoundRecords : public FramingSink {
+ public:
+  using OnRecord = std::function<void(const FoundRecord&)>;
+
+  explicit FoundRecords(OnRecord onRecord) : mOnRecord(std::move(onRecord)) {}
+
+  void OnHeader(FilePosition position, const ArchiveHeader& header) override;
+  void OnIndex(FilePosition position, const IDX_T& index) override;
+  void OnData(FilePosition position, const DATA_T& head, const unsigned char* payload,
+              Tag kind) override;
+  void OnDamage(FilePosition position, std::uint64_t bytes) override;
+  void OnCutOff(FilePosition position, std::uint64_t bytes) override;
+
+ private:
+  FoundRecord At(FilePosition position, FoundRecord::Kind kind) const;
+
+  const OnRecord mOnRecord;
+  std::optional<ArchiveTime> mTime;
+};

@@ -1,0 +1,192 @@
+#include "checkup/archive_checkup.h"
+
+#include <fmt/format.h>
+
+#include <fstream>
+
+#include "archive/archive_recognition.h"
+#include "archive/archive_scan.h"
+#include "blocks/byte_cursor.h"
+#include "client/recorded_gap.h"
+#include "sources/archive_source.h"
+#include "system/tool_error.h"
+
+namespace {
+
+// A reader opens no smaller file.
+constexpr std::uint64_t kSmallestArchive = 16;
+
+bool HasSuffix(const std::string& path, const std::string& suffix) {
+  return path.size() >= suffix.size() &&
+         std::equal(suffix.rbegin(), suffix.rend(), path.rbegin(),
+                    [](char one, char other) { return one == std::tolower(other); });
+}
+
+// Whether an index marker stands at a place of a file.
+bool HasIndexMarkerAt(const std::string& path, std::int64_t place) {
+  unsigned char bytes[kMarkerSize] = {};
+  std::ifstream file(path, std::ios::binary);
+  if (place < 0 || !file.seekg(place)) return false;
+  file.read(reinterpret_cast<char*>(bytes), sizeof(bytes));
+  return file && LoadLittleEndian<std::uint32_t>(bytes) == kIndexMarker;
+}
+
+// Notes what a parser finds.
+class ArchiveCheckup : public FramingSink {
+ public:
+  ArchiveCheckup(const std::string& path, const SourceFacts& source, Findings* findings)
+      : mPath(path),
+        mSource(source),
+        mCache(CacheOf(path, source.Indexes().folder)),
+        mFindings(findings) {
+    mFacts.path = path;
+  }
+
+  void OnHeader(FilePosition position, const ArchiveHeader& header) override {
+    mCache.OnHeader(position);
+    for (const StreamDescriptor& stream : header.streams)
+      mFacts.streamNames[stream.id] = stream.name;
+    if (mHasHeader) return;
+    mHasHeader = true;
+    CheckFirstHeader(position, header);
+  }
+
+  void OnIndex(FilePosition position, const IDX_T& index) override {
+    mCache.OnIndex(position, index);
+    const ArchiveTime time = ToArchiveTime(index.time);
+    if (mFacts.entries == 0) mFacts.startTime = mFacts.endTime = time;
+    if (mFacts.entries == 1 && time > mLastTime) mFacts.step = time - mLastTime;
+    if (mFacts.entries > 0) CheckStep(position, time);
+    mFacts.startTime = std::min(mFacts.startTime, time);
+    mFacts.endTime = std::max(mFacts.endTime, time);
+    mLastTime = time;
+    ++mFacts.entries;
+  }
+
+  void OnData(std::uint64_t /*position*/, const DATA_T& head, const unsigned char* /*payload*/,
+              Tag /*kind*/) override {
+    if (IsEventType(head.type)) {
+      mCache.OnEvent();
+    } else {
+      mFacts.streams.set(head.type);
+    }
+  }
+
+  void OnDamage(FilePosition position, std::uint64_t bytes) override {
+    const Finding finding = About(Severity::kError, "damage", "makes no sense and is passed over");
+    AddBytes(finding, position, bytes);
+  }
+
+  void OnCutOff(FilePosition position, std::uint64_t bytes) override {
+    const Finding finding = About(Severity::kWarning, "cut-off", "the last record is not whole");
+    AddBytes(finding, position, bytes);
+  }
+
+  ArchiveFacts Finish(const ScannedBytes& bytes) {
+    mFacts.bytes = bytes.all;
+    if (bytes.unreadable > 0) {
+      Finding finding = About(Severity::kError, "unreadable", "cannot be read in part");
+      finding.bytes = bytes.unreadable;
+      mFindings->Add(finding);
+    }
+    if (bytes.all < kSmallestArchive) {
+      mFindings->Add(About(Severity::kError, "too-small", "readers leave so small a file out"));
+    } else if (!mHasHeader) {
+      mFindings->Add(About(Severity::kError, "no-header", "without a header nothing can be read"));
+    } else if (mFacts.entries == 0) {
+      mFindings->Add(
+          About(Severity::kError, "no-index", "without an index record no time can be found"));
+    }
+    if (mSameTimes > 0) {
+      Finding finding =
+          About(Severity::kNote, "same-time",
+                fmt::format("{} entries with the time of the one before", mSameTimes));
+      finding.position = mFirstSameTime;
+      mFindings->Add(finding);
+    }
+    if (mSource.Others().count(mPath) > 0) return mFacts;
+    AddStrangers();
+    // What cannot be read cannot be compared; an index may know more of it.
+    if (bytes.unreadable == 0) mFacts.cache = mCache.Finish(mFindings);
+    return mFacts;
+  }
+
+ private:
+  void AddStrangers() {
+    if (!mSource.Indexes().isPrivate) return;
+    for (const std::string& stranger : StrangersBeside(mPath)) {
+      mFindings->Add({Severity::kNote, "stranger", stranger,
+                      "has the name of a cache file, but is none, and is left alone"});
+    }
+  }
+
+  // Known to lie behind the last entry so far.
+  void AddBytes(Finding finding, FilePosition position, std::uint64_t bytes) {
+    finding.position = position;
+    finding.bytes = bytes;
+    if (mFacts.entries > 0) finding.time = mLastTime;
+    mFindings->Add(finding);
+  }
+
+  void CheckFirstHeader(FilePosition position, const ArchiveHeader& header) {
+    // Older files are never opened by their first and last index records.
+    if (!HasSuffix(mPath, ".zel3")) return;
+    const std::int64_t place = header.length + header.firstIndexDelta;
+    const bool isLate = position + kMarkerSize > kSearchedHead;
+    if (!isLate && HasIndexMarkerAt(mPath, place)) return;
+    Finding finding =
+        isLate ? About(Severity::kWarning, "late-header", "folders open without this file")
+               : About(Severity::kWarning, "first-index-place",
+                       fmt::format("names byte {}, where no index record is; folders open without "
+                                   "this file",
+                                   place));
+    finding.position = position;
+    mFindings->Add(finding);
+  }
+
+  void CheckStep(FilePosition position, ArchiveTime time) {
+    if (time == mLastTime) {
+      if (mSameTimes++ == 0) mFirstSameTime = position;
+      return;
+    }
+    const bool isBackwards = time < mLastTime;
+    const bool isGap = mFacts.step > 0 && time - mLastTime > kMostStepsInAFile * mFacts.step;
+    if (!isBackwards && !isGap) return;
+    Finding finding = isBackwards ? About(Severity::kWarning, "backwards", "time runs backwards")
+                                  : About(Severity::kNote, "gap", "nothing is recorded");
+    finding.position = position;
+    finding.time = mLastTime;
+    finding.endTime = time;
+    mFindings->Add(finding);
+  }
+
+  Finding About(Severity severity, const char* kind, const std::string& text) const {
+    return {severity, kind, archive_source::FileName(mPath), text};
+  }
+
+  const std::string mPath;
+  const SourceFacts& mSource;
+  CacheCheckup mCache;
+  Findings* const mFindings;
+  ArchiveFacts mFacts;
+  bool mHasHeader = false;
+  std::uint64_t mLastTime = 0;
+  std::uint64_t mSameTimes = 0;
+  std::uint64_t mFirstSameTime = 0;
+};
+
+}  // namespace
+
+ArchiveFacts CheckArchive(const std::string& path, const SourceFacts& source, Findings* findings,
+                          const OnBytesRead& onBytesRead) {
+  ArchiveCheckup checkup(path, source, findings);
+  try {
+    return checkup.Finish(ScanArchive(path, checkup, onBytesRead));
+  } catch (const ToolError& error) {
+    if (error.Code() == kExitInterrupted) throw;
+    findings->Add({Severity::kError, "unreadable", archive_source::FileName(path), error.what()});
+    ArchiveFacts unread;
+    unread.path = path;
+    return unread;
+  }
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <bitset>
+#include <cstdint>
+#include <map>
+#include <string>
+
+#include "archive/archive_scan.h"
+#include "blocks/units.h"
+#include "checkup/cache_checkup.h"
+#include "checkup/finding.h"
+#include "sources/source_facts.h"
+
+// What one pass over an archive file has told.
+struct ArchiveFacts {
+  std::string path;
+  std::uint64_t bytes = 0;
+  std::uint64_t entries = 0;
+  ArchiveTime startTime = 0;  // the earliest and the latest; of no meaning without entries
+  ArchiveTime endTime = 0;
+  ArchiveTime step = 0;      // from the first entry to the second; 0 where there is none
+  std::bitset<256> streams;  // those that have data
+  std::map<std::uint8_t, std::string> streamNames;  // as headers declare them
+  CacheState cache = CacheState::kNone;
+};
+
+// Goes through one file of a source and its cache files. Neither is changed. A file that cannot be
+// read is a finding, too; what is not an archive has no cache files. Throws ToolError when the user
+// interrupts.
+ArchiveFacts CheckArchive(const std::string& path, const SourceFacts& source, Findings* findings,
+                          const OnBytesRead& onBytesRead);

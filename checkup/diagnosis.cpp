@@ -1,0 +1,84 @@
+#include "checkup/diagnosis.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <algorithm>
+#include <utility>
+
+#include "client/recorded_gap.h"
+#include "sources/archive_source.h"
+#include "system/tool_error.h"
+
+namespace {
+
+// How the files of a folder follow each other in time.
+void CheckOrder(std::vector<ArchiveFacts> archives, Findings* findings) {
+  archives.erase(std::remove_if(archives.begin(), archives.end(),
+                                [](const ArchiveFacts& facts) { return facts.entries == 0; }),
+                 archives.end());
+  std::sort(archives.begin(), archives.end(),
+            [](const ArchiveFacts& one, const ArchiveFacts& other) {
+              return one.startTime < other.startTime;
+            });
+  const ArchiveFacts* latest = nullptr;
+  for (const ArchiveFacts& facts : archives) {
+    if (latest != nullptr) {
+      const std::string name = archive_source::FileName(facts.path);
+      const std::string before = archive_source::FileName(latest->path);
+      const bool overlaps = facts.startTime < latest->endTime;
+      const std::uint64_t distance = overlaps ? 0 : facts.startTime - latest->endTime;
+      if (overlaps) {
+        findings->Add({Severity::kWarning,
+                       "overlap",
+                       name,
+                       "holds times of " + before + ", too",
+                       {},
+                       {},
+                       facts.startTime,
+                       std::min(facts.endTime, latest->endTime)});
+      } else if (latest->step > 0 && distance > kMostStepsToTheNextFile * latest->step) {
+        findings->Add({Severity::kNote,
+                       "gap",
+                       name,
+                       "nothing is recorded since " + before,
+                       {},
+                       {},
+                       latest->endTime,
+                       facts.startTime});
+      }
+    }
+    if (latest == nullptr || latest->endTime < facts.endTime) latest = &facts;
+  }
+}
+
+// At least 1, to divide by.
+std::uint64_t SizeOf(const std::vector<std::string>& paths) {
+  std::uint64_t size = 1;
+  for (const std::string& path : paths)
+    size += static_cast<std::uint64_t>(QFileInfo(QFile::decodeName(path.c_str())).size());
+  return size;
+}
+
+}  // namespace
+
+Diagnosis Diagnose(const SourceFacts& source, Progress* progress) {
+  const std::vector<std::string>& paths = source.Files();
+  if (paths.empty()) throw ToolError("no archive in " + source.Path());
+  const std::uint64_t allBytes = SizeOf(paths);
+  std::uint64_t bytesRead = 0;
+  const auto onBytesRead = [&](std::size_t count) {
+    bytesRead += count;
+    progress->Show("examining", static_cast<unsigned>(bytesRead * 100 / allBytes));
+  };
+  Diagnosis diagnosis;
+  Findings findings;
+  for (const std::string& path : paths)
+    diagnosis.archives.push_back(CheckArchive(path, source, &findings, onBytesRead));
+  progress->Clear();
+  // Apart, so that a gap between files is told however many there are within one.
+  Findings orderFindings;
+  CheckOrder(diagnosis.archives, &orderFindings);
+  diagnosis.findings = findings.All();
+  for (Finding& finding : orderFindings.All()) diagnosis.findings.push_back(std::move(finding));
+  return diagnosis;
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "checkup/archive_checkup.h"
+#include "checkup/finding.h"
+#include "system/progress.h"
+
+// What is known of the archives of a source after going through all of them once.
+struct Diagnosis {
+  std::vector<ArchiveFacts> archives;  // by name
+  std::vector<Finding> findings;
+};
+
+// Goes through the files of a source, each by itself and how they follow each other in time.
+// Nothing is changed. Throws ToolError when the source holds no file or the user interrupts.
+Diagnosis Diagnose(const SourceFacts& source, Progress* progress);

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "blocks/units.h"
+
+enum class Severity { kNote, kWarning, kError };
+
+// note, warning, error
+const char* Name(Severity severity);
+
+// Something about an archive that its owner may want to know.
+struct Finding {
+  Severity severity;
+  std::string kind;  // one word, for programs: "damage"
+  std::string file;  // its bare name
+  std::string text;  // for people; may quote texts from outside as they are
+  std::optional<FilePosition> position = {};  // in the file
+  std::optional<std::uint64_t> bytes = {};
+  // Archive times: from when to when; without an end, some time behind the first.
+  std::optional<ArchiveTime> time = {};
+  std::optional<ArchiveTime> endTime = {};
+  std::uint64_t more = 0;  // stands for so many others of its kind
+};
+
+// Findings in the order in which they were made. Of one kind in one file only so many are kept one
+// by one; what follows is counted, since a damaged disk has thousands.
+class Findings {
+ public:
+  void Add(Finding finding);
+
+  // Those that were kept, then one for each kind and file of which there were more.
+  std::vector<Finding> All() const;
+
+ private:
+  struct Surplus {
+    Finding last = {};
+    std::uint64_t count = 0;
+    std::uint64_t bytes = 0;
+  };
+
+  std::vector<Finding> mKept;
+  std::map<std::string, int> mCounts;  // by file and kind
+  std::map<std::string, Surplus> mSurplus;
+};

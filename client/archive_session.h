@@ -1,0 +1,48 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "client/client_brick.h"
+#include "host/pipeline.h"
+#include "sources/host_options.h"
+
+// A reader on one source with one client behind it, as a host would run them. One session at a time
+// in a process.
+class ArchiveSession {
+ public:
+  using OnBlock = std::function<void(const cMemBlock&)>;
+
+  // Makes the reader, then the client; nothing is delivered yet. `onBlock` gets each block that
+  // reaches the client, as it arrives; it must not keep a block beyond the session. REQUIRES: the
+  // paths have at most archive_source::kLongestPath bytes. Throws ToolError when the plug-in gives
+  // no reader.
+  ArchiveSession(const HostOptions& host, const std::string& source, OnBlock onBlock);
+  // Ends the reader, lets its own bricks end, ends the client and unloads the plug-ins.
+  ~ArchiveSession();
+  ArchiveSession(const ArchiveSession&) = delete;
+  ArchiveSession& operator=(const ArchiveSession&) = delete;
+
+  // Puts a command into the reader's control queue; nothing runs.
+  void Send(const cMemBlock& command);
+
+  // Runs until no brick has anything left to do. Throws ToolError when the user interrupts, and
+  // what `onBlock` throws.
+  void RunUntilIdle();
+
+ private:
+  // Declared first and so ended last: by then no brick and no block of a plug-in is alive.
+  struct LoadedPlugIns {
+    explicit LoadedPlugIns(const HostOptions& host);
+    ~LoadedPlugIns();
+  };
+
+  void HandOver();
+
+  LoadedPlugIns mPlugIns;
+  Pipeline mPipeline;
+  OnBlock mOnBlock;
+  std::unique_ptr<ClientBrick> mClient;
+  std::unique_ptr<CBrick> mReader;
+};

@@ -1,0 +1,35 @@
+#include "client/index_builder.h"
+
+#include "client/archive_client.h"
+#include "sources/archive_source.h"
+#include "system/tool_error.h"
+
+namespace {
+
+// Through a reader of the file's own: a reader on the folder would index only what is asked for,
+// and report progress against another file.
+IndexedFile IndexOne(const ServedSource& source, const std::string& path, Progress* progress) {
+  IndexedFile file;
+  file.name = archive_source::FileName(path);
+  if (path.size() > archive_source::kLongestPath || source.Facts().Others().count(path) > 0)
+    return file;
+  source.WaitForOthers(path);
+  ArchiveClient client(source, path, progress);
+  const std::optional<ArchiveList> list = client.List();
+  if (!list || list->archives.empty()) return file;
+  file.startTime = list->archives.front().startTime;
+  file.endTime = list->archives.front().endTime;
+  const bool holdsEntries = file.startTime <= file.endTime;
+  if (holdsEntries) file.state = client.BuiltAnIndex() ? FileState::kIndexed : FileState::kCached;
+  return file;
+}
+
+}  // namespace
+
+std::vector<IndexedFile> BuildIndexes(const ServedSource& source, Progress* progress) {
+  const std::vector<std::string>& paths = source.Facts().Files();
+  if (paths.empty()) throw ToolError("no archive in " + source.Path());
+  std::vector<IndexedFile> files;
+  for (const std::string& path : paths) files.push_back(IndexOne(source, path, progress));
+  return files;
+}

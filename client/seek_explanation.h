@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "blocks/units.h"
+#include "client/archive_client.h"
+
+// Bytes of a file, from the first one up to the second, which is not part of them.
+using ByteRange = std::pair<FilePosition, FilePosition>;
+
+// Why a time has the answer that it has, and where the bytes are.
+struct SeekExplanation {
+  enum class Rule {
+    kAt,        // an entry has this very time
+    kBefore,    // the time lies behind an entry, before the next one
+    kGap,       // nothing is recorded then: the first entry behind the gap
+    kNext,      // the entry behind the one that holds the time
+    kPrevious,  // the entry before the one that holds the time
+  };
+
+  Rule rule = Rule::kAt;
+  std::string file;                            // its path; empty when no cache tells it
+  std::optional<std::uint32_t> fileBeforeGap;  // the number of the file that ends there
+  std::optional<ByteRange> bytes;              // of the entry
+  std::optional<ByteRange> header;             // that a parser needs for it
+};
+
+// `archives`: the list of the reader. Reads the index that the answer came from.
+SeekExplanation Explain(const SourceFacts& source, const std::vector<ListedArchive>& archives,
+                        const FoundEntry& found, ArchiveTime time, Lookup lookup);

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+
+#include "blocks/four_cc.h"
+#include "host/host_export.h"
+#include "sdk/brick.h"
+
+// The plug-ins of the process: which file offers the bricks of which signature, and where the files
+// are. Used on one thread.
+namespace brick_plugins {
+
+using Factory = std::function<CBrick*(TBrickConfig*)>;
+
+// Makes bricks of `signature` come from the plug-in file `fileName` ("zel3parser.so"), loaded when
+// first asked for. The reader ('Zel3') and the reference parser ('Pars') are known from the start.
+BRICK_HOST_API void RegisterFile(Tag signature, const std::string& fileName);
+
+// Makes bricks of `signature` come from a function; it wins over a file. An empty one offers no
+// such bricks.
+BRICK_HOST_API void RegisterFactory(Tag signature, Factory factory);
+
+// Forgets all registrations but those known from the start.
+BRICK_HOST_API void ResetRegistrations();
+
+// Where plug-in files are looked for: this folder, then the folder that the environment variable
+// ZEL3_PLUGIN_FOLDER names, then beside the program and in the folder lib beside the program's own,
+// then where an installation has them: in the folder zel3 beside the host's library. An empty
+// folder is passed over.
+BRICK_HOST_API void SetSearchFolder(const std::string& folder);
+
+// The plug-in files that are known, names or paths, by the signature of their bricks.
+BRICK_HOST_API std::map<Tag, std::string> KnownFiles();
+
+// The path of the file that bricks of `signature` would come from. Throws std::runtime_error, with
+// one line for people, when there is none.
+BRICK_HOST_API std::string FileFor(Tag signature);
+
+// Loads that file unless it is loaded already. Throws std::runtime_error, too, when it cannot be
+// loaded or is no plug-in.
+BRICK_HOST_API void Load(Tag signature);
+
+// Calls `onRequest` with the signature of each brick that is asked for, before it is made. An empty
+// one ends that.
+BRICK_HOST_API void SetObserver(std::function<void(Tag)> onRequest);
+
+// Why the last CBrickLoader::CreateBrick gave null: one line for people. Empty after a success.
+BRICK_HOST_API std::string LastError();
+
+// Unloads every loaded plug-in file. REQUIRES: no brick and no block of theirs is alive; releasing
+// one later would call code that is gone.
+BRICK_HOST_API void UnloadAll();
+
+}  // namespace brick_plugins

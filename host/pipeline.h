@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "host/host_export.h"
+
+// Delivers the blocks of a set of bricks: single-threaded and in the order in which they were sent,
+// across all bricks and both of their queues.
+//
+// A brick joins the pipeline that its creation record names (`ownerContext` = Id()). The
+// application destroys the bricks that it made, readers before their clients, runs until idle, and
+// only then the pipeline.
+class BRICK_HOST_API Pipeline {
+ public:
+  Pipeline();
+  ~Pipeline();
+  Pipeline(const Pipeline&) = delete;
+  Pipeline& operator=(const Pipeline&) = delete;
+
+  // What `ownerContext` of the bricks of this pipeline holds. Never 0, never used twice in a
+  // process.
+  std::uint32_t Id() const;
+
+  static constexpr std::uint64_t kNoLimit = ~std::uint64_t{0};
+
+  // Delivers until no block waits. False when `maxSteps` deliveries did not suffice.
+  [[nodiscard]] bool RunUntilIdle(std::uint64_t maxSteps = kNoLimit);
+
+  // Delivers the oldest waiting block. False when none waits.
+  bool RunOne();
+
+  // The bricks that have joined and are alive.
+  std::size_t BrickCount() const;
+
+ private:
+  friend class CBrick;
+  class State;
+  std::unique_ptr<State> mState;
+};

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "blocks/units.h"
+
+namespace html {
+
+// A text from outside as HTML text: nothing in it is markup, and control characters are shown.
+std::string FromText(const std::string& text);
+
+// A table, cell by cell. All texts are texts, not HTML.
+class Table {
+ public:
+  // Headings that begin with "#" stand above numbers.
+  explicit Table(const std::vector<std::string>& headings);
+
+  void BeginRow() { mHtml += "<tr>"; }
+  void EndRow() { mHtml += "</tr>\n"; }
+  // `kind` is a class of the style sheet: it tells what the cells of a column are.
+  void Cell(const std::string& text, const char* kind = "text");
+  void Number(const std::string& text) { Cell(text, "number"); }
+  void Time(const std::string& text) { Cell(text, "time"); }
+  // A time that leads to its place in the charts: archive times.
+  void LinkedTime(const std::string& text, ArchiveTime from, ArchiveTime to);
+
+  std::string Finish() const { return mHtml + "</tbody>\n</table>"; }
+
+ private:
+  std::string mHtml;
+};
+
+std::string Paragraph(const std::string& text);
+
+// A part of a page. `content` is HTML.
+std::string Section(const std::string& id, const std::string& heading, const std::string& content);
+
+}  // namespace html

@@ -1,0 +1,210 @@
+#include "page/report_data.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <utility>
+
+#include "blocks/stream_records.h"
+#include "client/indexed_source.h"
+#include "sources/archive_source.h"
+
+namespace {
+
+constexpr std::uint32_t kMostFineBins = 4000;
+constexpr std::uint32_t kMostCoarseBins = 48;
+// More make a page that browsers open slowly and that nobody reads.
+constexpr std::size_t kMostEvents = 20000;
+constexpr std::size_t kMostFindings = 5000;
+constexpr std::size_t kMostGaps = 5000;
+constexpr std::size_t kMostTextBytes = 200;
+
+// Bins of a width that people count in, which start at multiples of it. The widest ones cut all
+// times that there are into a few.
+ActivityBins RoundBins(const ReportRange& range, std::uint32_t most) {
+  constexpr std::uint64_t kSecond = kArchiveTimePerIndexTime;
+  constexpr std::uint64_t kMinute = 60 * kSecond;
+  constexpr std::uint64_t kHour = 60 * kMinute;
+  constexpr std::uint64_t kDay = 24 * kHour;
+  constexpr std::uint64_t kWidths[] = {
+      kSecond,     2 * kSecond, 5 * kSecond,  10 * kSecond, 15 * kSecond, 30 * kSecond, kMinute,
+      2 * kMinute, 5 * kMinute, 10 * kMinute, 15 * kMinute, 30 * kMinute, kHour,        2 * kHour,
+      3 * kHour,   6 * kHour,   12 * kHour,   kDay,         2 * kDay,     5 * kDay,     10 * kDay,
+      30 * kDay,   100 * kDay,  1000 * kDay,  2000 * kDay,  10000 * kDay,
+  };
+  ActivityBins bins = {};
+  for (const std::uint64_t width : kWidths) {
+    const ArchiveTime from = range.from / width * width;
+    const std::uint64_t count = (range.to - from + width - 1) / width;
+    bins = {from, from + count * width, width, static_cast<std::uint32_t>(count)};
+    if (count <= most) break;
+  }
+  return bins;
+}
+
+// Cut between characters.
+std::string Shortened(const std::string& text) {
+  if (text.size() <= kMostTextBytes) return text;
+  std::size_t size = kMostTextBytes;
+  const auto isWithinCharacter = [&text](std::size_t place) {
+    return (static_cast<unsigned char>(text[place]) & 0xC0) == 0x80;
+  };
+  while (size > 0 && isWithinCharacter(size)) --size;
+  return text.substr(0, size) + "…";
+}
+
+class Collection {
+ public:
+  Collection(const ServedSource& source, Progress* progress)
+      : mSource(source, progress), mDiagnosis(Diagnose(source.Facts(), progress)) {
+    mData.source = source.Path();
+  }
+
+  ReportData Collect(const std::optional<ReportRange>& range) {
+    mData.range = range ? range : WholeRange();
+    AddFiles();
+    AddFindings();
+    if (mData.range) {
+      mData.fineBins = RoundBins(*mData.range, kMostFineBins);
+      mData.coarseBins = RoundBins(*mData.range, kMostCoarseBins);
+      AddStreams();
+      AddEvents();
+    }
+    return std::move(mData);
+  }
+
+ private:
+  std::optional<ReportRange> WholeRange() const {
+    std::optional<ReportRange> range;
+    for (const ArchiveFacts& facts : mDiagnosis.archives) {
+      if (facts.entries == 0) continue;
+      if (!range) range = ReportRange{facts.startTime, 0};
+      range->from = std::min(range->from, facts.startTime);
+      range->to = std::max(range->to, facts.endTime + kArchiveTimePerIndexTime);
+    }
+    return range;
+  }
+
+  bool IsInRange(std::uint64_t first, std::uint64_t last) const {
+    return !mData.range || mData.range->Meets(first, last);
+  }
+
+  void AddFiles() {
+    // The reader's list has no names, and where it ends a file depends on how it came by the index:
+    // files are known by their start.
+    std::multiset<std::uint64_t> served;
+    for (const ListedArchive& archive : mSource.Archives()) served.insert(archive.startTime);
+    std::map<std::string, IndexedFile> indexes;
+    for (const IndexedFile& index : mSource.Files()) indexes[index.name] = index;
+    for (const ArchiveFacts& facts : mDiagnosis.archives) {
+      const IndexedFile& index = indexes[archive_source::FileName(facts.path)];
+      const auto archive = served.find(index.startTime);
+      const bool indexed = index.state != FileState::kFailed && archive != served.end();
+      if (indexed) served.erase(archive);
+      if (facts.entries == 0 || IsInRange(facts.startTime, facts.endTime))
+        mData.files.push_back({facts, indexed});
+    }
+    std::stable_sort(mData.files.begin(), mData.files.end(),
+                     [](const ReportFile& one, const ReportFile& other) {
+                       if (one.HoldsEntries() != other.HoldsEntries()) return one.HoldsEntries();
+                       return one.facts.startTime < other.facts.startTime;
+                     });
+  }
+
+  void AddFindings() {
+    std::uint64_t moreGaps = 0;
+    for (Finding finding : mDiagnosis.findings) {
+      if (finding.time) {
+        std::uint64_t first = *finding.time;
+        std::uint64_t last = finding.endTime.value_or(first);
+        if (last < first) {
+          std::swap(first, last);
+          finding.time = first;
+          finding.endTime = last;
+        }
+        if (!IsInRange(first, last)) continue;
+        if (finding.kind == "gap") mData.gaps.items.push_back({{first, last}, finding.file});
+      }
+      if (finding.kind == "gap") moreGaps += finding.more;
+      if (finding.severity == Severity::kError) ++mData.errorCount;
+      if (finding.severity == Severity::kWarning) ++mData.warningCount;
+      mData.findings.items.push_back(finding);
+    }
+    std::sort(mData.gaps.items.begin(), mData.gaps.items.end(),
+              [](const ReportGap& one, const ReportGap& other) {
+                return one.range.from < other.range.from;
+              });
+    mData.gaps.CutTo(kMostGaps);
+    mData.gaps.count += moreGaps;
+    mData.findings.CutTo(kMostFindings);
+  }
+
+  void AddStreams() {
+    const std::vector<bool> fineRecorded = RecordedBins(mData.fineBins, &mSource);
+    const std::vector<bool> coarseRecorded = RecordedBins(mData.coarseBins, &mSource);
+    for (const auto& named : StreamNames()) {
+      const StreamPlaces places(mData.files, named.first);
+      ReportStream stream;
+      stream.id = named.first;
+      stream.name = named.second;
+      stream.fine = Activity(mData.fineBins, stream.id, fineRecorded, places);
+      stream.coarse = Activity(mData.coarseBins, stream.id, coarseRecorded, places);
+      mData.streams.push_back(std::move(stream));
+    }
+  }
+
+  // Of the streams that have data.
+  std::map<std::uint8_t, std::string> StreamNames() const {
+    std::map<std::uint8_t, std::string> names;
+    for (const ReportFile& file : mData.files) {
+      for (unsigned id = 0; file.HoldsEntries() && id < file.facts.streams.size(); ++id) {
+        if (!file.facts.streams[id]) continue;
+        const auto named = file.facts.streamNames.find(static_cast<std::uint8_t>(id));
+        const bool hasName = named != file.facts.streamNames.end();
+        names[static_cast<std::uint8_t>(id)] = hasName ? named->second : std::string();
+      }
+    }
+    return names;
+  }
+
+  ReportActivity Activity(const ActivityBins& bins, std::uint8_t id,
+                          const std::vector<bool>& recorded, const StreamPlaces& places) {
+    ReportActivity activity;
+    activity.levels = ActivityLevels(bins, id, &mSource.Client());
+    for (std::uint32_t i = 0; i < bins.count; ++i) {
+      const BinState state = places.StateOf(bins.Start(i), bins.End(i), recorded[i]);
+      if (state != BinState::kRecorded) activity.levels[i] = 0;
+      activity.states.push_back(state);
+    }
+    return activity;
+  }
+
+  void AddEvents() {
+    std::vector<RecordedEvent>& events = mData.events.items;
+    for (const RecordedEvent& event : mSource.Client().Events()) {
+      if (IsInRange(event.time, event.time))
+        events.push_back({event.time, event.type, Shortened(event.text)});
+    }
+    std::stable_sort(
+        events.begin(), events.end(),
+        [](const RecordedEvent& one, const RecordedEvent& other) { return one.time < other.time; });
+    const std::uint64_t width = mData.fineBins.width;
+    for (std::size_t i = kMostEvents; i < events.size(); ++i) {
+      const std::uint64_t bin = events[i].time / width * width;
+      if (mData.laterEventBins.empty() || mData.laterEventBins.back() != bin)
+        mData.laterEventBins.push_back(bin);
+    }
+    mData.events.CutTo(kMostEvents);
+  }
+
+  IndexedSource mSource;
+  const Diagnosis mDiagnosis;
+  ReportData mData;
+};
+
+}  // namespace
+
+ReportData CollectReport(const ServedSource& source, const std::optional<ReportRange>& range,
+                         Progress* progress) {
+  return Collection(source, progress).Collect(range);
+}

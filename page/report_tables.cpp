@@ -1,0 +1,185 @@
+#include "page/report_tables.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "archive/event_types.h"
+#include "page/html.h"
+#include "sources/archive_source.h"
+
+namespace report_tables {
+
+namespace {
+
+std::string LengthText(ArchiveTime archiveTime, TimeFormat times) {
+  if (times == TimeFormat::kInteger) return std::to_string(archiveTime);
+  const std::uint64_t seconds = archiveTime / 1000;
+  return fmt::format("{}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60, seconds % 60);
+}
+
+std::string OptionalNumber(const std::optional<std::uint64_t>& number) {
+  return number ? std::to_string(*number) : "";
+}
+
+std::string StreamIds(const ArchiveFacts& facts) {
+  std::string ids;
+  for (std::size_t id = 0; id < facts.streams.size(); ++id) {
+    if (facts.streams[id]) ids += (ids.empty() ? "" : " ") + std::to_string(id);
+  }
+  return ids;
+}
+
+// How much of the range is in this state, by whole bins.
+std::uint64_t TimeIn(BinState state, const ReportActivity& activity, const ReportData& report) {
+  ArchiveTime time = 0;
+  for (std::uint32_t i = 0; i < report.fineBins.count; ++i) {
+    if (activity.states[i] != state) continue;
+    time += std::min(report.fineBins.End(i), report.range->to) -
+            std::max(report.fineBins.Start(i), report.range->from);
+  }
+  return time;
+}
+
+template <class Item>
+std::string Heading(const char* what, const FirstOf<Item>& told) {
+  if (!told.IsCut()) return what;
+  return fmt::format("{}: {} of {}", what, told.items.size(), told.count);
+}
+
+}  // namespace
+
+std::string Findings(const ReportData& report, TimeFormat times) {
+  if (report.findings.items.empty())
+    return html::Section("findings", "Findings",
+                         html::Paragraph("Nothing is wrong with the files."));
+  html::Table table({"Severity", "Kind", "File", "What", "From", "To", "#Position", "#Bytes"});
+  for (const Finding& finding : report.findings.items) {
+    table.BeginRow();
+    table.Cell(Name(finding.severity), Name(finding.severity));
+    table.Cell(finding.kind);
+    table.Cell(finding.file);
+    table.Cell(finding.text);
+    if (finding.time) {
+      table.LinkedTime(TimeText(*finding.time, times), *finding.time,
+                       finding.endTime.value_or(*finding.time));
+    } else {
+      table.Time("");
+    }
+    table.Time(finding.endTime ? TimeText(*finding.endTime, times) : "");
+    table.Number(OptionalNumber(finding.position));
+    table.Number(OptionalNumber(finding.bytes));
+    table.EndRow();
+  }
+  return html::Section("findings", Heading("Findings", report.findings), table.Finish());
+}
+
+std::string Files(const ReportData& report, TimeFormat times) {
+  html::Table table({"File", "Start", "End", "#Entries", "#Bytes", "Streams", "Index"});
+  for (const ReportFile& file : report.files) {
+    const ArchiveFacts& facts = file.facts;
+    table.BeginRow();
+    table.Cell(archive_source::FileName(facts.path));
+    if (file.HoldsEntries()) {
+      table.LinkedTime(TimeText(facts.startTime, times), facts.startTime, facts.endTime);
+      table.Time(TimeText(facts.endTime, times));
+    } else {
+      table.Time("");
+      table.Time("");
+    }
+    table.Number(std::to_string(facts.entries));
+    table.Number(std::to_string(facts.bytes));
+    table.Cell(StreamIds(facts));
+    table.Cell(file.indexed ? "indexed" : "not indexed", file.indexed ? "text" : "not-indexed");
+    table.EndRow();
+  }
+  return html::Section("files", "Files", table.Finish());
+}
+
+std::string Gaps(const ReportData& report, TimeFormat times) {
+  if (!report.range) return "";
+  if (report.gaps.items.empty())
+    return html::Section("gaps", "Gaps", html::Paragraph("There is no gap."));
+  html::Table table({"From", "To", "#Length", "In or before file"});
+  for (const ReportGap& gap : report.gaps.items) {
+    table.BeginRow();
+    table.LinkedTime(TimeText(gap.range.from, times), gap.range.from, gap.range.to);
+    table.Time(TimeText(gap.range.to, times));
+    table.Number(LengthText(gap.range.to - gap.range.from, times));
+    table.Cell(gap.file);
+    table.EndRow();
+  }
+  return html::Section("gaps", Heading("Gaps", report.gaps), table.Finish());
+}
+
+std::string Streams(const ReportData& report, TimeFormat times) {
+  if (report.streams.empty()) return "";
+  html::Table table({"#Stream", "Name", "#Recorded", "#Missing", "#Not indexed", "#Highest level",
+                     "First reached"});
+  for (const ReportStream& stream : report.streams) {
+    const ReportActivity& activity = stream.fine;
+    const auto highest = std::max_element(activity.levels.begin(), activity.levels.end());
+    const auto bin = static_cast<std::uint32_t>(highest - activity.levels.begin());
+    table.BeginRow();
+    table.Number(std::to_string(stream.id));
+    table.Cell(stream.name);
+    for (const BinState state : {BinState::kRecorded, BinState::kMissing, BinState::kNotIndexed})
+      table.Number(LengthText(TimeIn(state, activity, report), times));
+    table.Number(std::to_string(*highest));
+    if (*highest > 0) {
+      const std::uint64_t start = report.fineBins.Start(bin);
+      table.LinkedTime(TimeText(start, times), start, report.fineBins.End(bin));
+    } else {
+      table.Time("");
+    }
+    table.EndRow();
+  }
+  const std::string step = LengthText(report.fineBins.width, times);
+  return html::Section("streams", "Streams, measured in steps of " + step, table.Finish());
+}
+
+std::string Activity(const ReportData& report, TimeFormat times) {
+  if (report.streams.empty()) return "";
+  const ActivityBins& bins = report.coarseBins;
+  std::vector<std::string> headings{"From"};
+  for (const ReportStream& stream : report.streams)
+    headings.push_back(fmt::format("#Stream {}", stream.id));
+  html::Table table(headings);
+  for (std::uint32_t i = 0; i < bins.count; ++i) {
+    table.BeginRow();
+    table.LinkedTime(TimeText(bins.Start(i), times), bins.Start(i), bins.End(i));
+    for (const ReportStream& stream : report.streams) {
+      const ReportActivity& activity = stream.coarse;
+      switch (activity.states[i]) {
+        case BinState::kRecorded:
+          table.Number(std::to_string(activity.levels[i]));
+          break;
+        case BinState::kMissing:
+          table.Cell("missing", "missing");
+          break;
+        case BinState::kNotIndexed:
+          table.Cell("not indexed", "not-indexed");
+          break;
+      }
+    }
+    table.EndRow();
+  }
+  return html::Section("activity", "Activity", table.Finish());
+}
+
+std::string Events(const ReportData& report, TimeFormat times) {
+  if (!report.range) return "";
+  if (report.events.items.empty())
+    return html::Section("events", "Events", html::Paragraph("There is no event."));
+  html::Table table({"Time", "Type", "Text"});
+  for (const RecordedEvent& event : report.events.items) {
+    table.BeginRow();
+    table.LinkedTime(TimeText(event.time, times), event.time, event.time);
+    table.Cell(event_types::Name(event.type));
+    table.Cell(event.text);
+    table.EndRow();
+  }
+  return html::Section("events", Heading("Events", report.events), table.Finish());
+}
+
+}  // namespace report_tables

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "blocks/units.h"
+#include "checkup/archive_checkup.h"
+
+struct ReportFile {
+  ArchiveFacts facts;
+  bool indexed = false;
+
+  bool HoldsEntries() const { return facts.entries > 0; }
+};
+
+enum class BinState { kRecorded, kMissing, kNotIndexed };
+
+// When a stream is in the files: one may leave a stream out that others have. All times are archive
+// times.
+class StreamPlaces {
+ public:
+  // `files` are sorted by start time, those without entries last.
+  StreamPlaces(const std::vector<ReportFile>& files, std::uint8_t id);
+
+  // What there is of the stream from `from` up to `to`. `recorded`: the reader has something of any
+  // stream.
+  BinState StateOf(ArchiveTime from, ArchiveTime to, bool recorded) const;
+
+ private:
+  // From the first to the last time of each; in order and apart once sorted.
+  using Stretches = std::vector<std::pair<std::uint64_t, std::uint64_t>>;
+
+  static Stretches Joined(Stretches stretches);
+  static bool Meet(const Stretches& stretches, ArchiveTime from, ArchiveTime to);
+
+  Stretches mIndexed;
+  Stretches mNotIndexed;
+};

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "sdk/brick.h"
+#include "sdk/sdk_export.h"
+
+// Obtains bricks of other plug-ins.
+class BRICK_SDK_API CBrickLoader {
+ public:
+  // A brick of the plug-in that is known by the four-character tag `signature`; null when there is
+  // none, when it refuses the configuration, or when making it fails. The caller refers to the
+  // brick and ends it with 'Kill'. Throws nothing.
+  static CBrick* CreateBrick(unsigned long signature, TBrickConfig& config);
+};

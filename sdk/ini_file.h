@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "sdk/sdk_export.h"
+
+// Settings of the host: a text file of lines "key=value" in the settings folder.
+//
+// Its size is fixed: plug-ins make such objects on their own stack. What is in them is the host's
+// own.
+class BRICK_SDK_API CIniFile {
+ public:
+  // Reads the file `name`. A missing or unreadable file has no keys.
+  explicit CIniFile(const std::string& name);
+  ~CIniFile();
+  CIniFile(const CIniFile&) = delete;
+  CIniFile& operator=(const CIniFile&) = delete;
+
+  // When on, GetInt writes a missing key with its default back to the file.
+  void EnableDefValsCreation(bool enable);
+
+  // The integer under `key`; `defaultValue` when the key is missing or its value is no 32-bit
+  // integer.
+  int GetInt(const std::string& key, int defaultValue);
+
+ private:
+  struct State;
+  std::unique_ptr<State> mState;
+  // For hosts that keep their settings in the object itself.
+  [[maybe_unused]] void* mReserved[15];
+};
+
+static_assert(sizeof(CIniFile) == 16 * sizeof(void*) && alignof(CIniFile) == sizeof(void*),
+              "plug-ins have it built in");

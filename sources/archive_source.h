@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+// Where archives are on disk. Paths are in the local 8-bit encoding.
+namespace archive_source {
+
+// What fits into the path fields of a creation record.
+constexpr std::size_t kLongestPath = 260;
+
+// The absolute path of an archive file or folder. Throws ToolError when there is neither at `path`,
+// and a usage error when the absolute path is longer than a reader takes.
+std::string Locate(const std::string& path);
+
+bool IsFolder(const std::string& source);
+
+// The archive files that a source holds: the file itself, or the files of the folder by name.
+std::vector<std::string> Files(const std::string& source);
+
+// The part after the last "/".
+std::string FileName(const std::string& path);
+
+}  // namespace archive_source

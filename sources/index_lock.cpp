@@ -1,0 +1,59 @@
+#include "sources/index_lock.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+#include <QFile>
+#include <cerrno>
+#include <chrono>
+#include <thread>
+
+#include "sources/archive_source.h"
+#include "sources/cache_shape.h"
+#include "sources/index_place.h"
+#include "system/file_handle.h"
+#include "system/interruption.h"
+
+namespace index_lock {
+
+namespace {
+
+constexpr std::chrono::milliseconds kBetweenLooks(100);
+
+// Asks for the lock and gives it back at once, so that a reader that wants it hardly ever finds it
+// taken. Somebody else's file may be locked for reasons of its own.
+bool IsHeld(const std::string& entriesFile) {
+  if (BeginsAsStranger(entriesFile, CacheKind::kEntries)) return false;
+  const FileHandle file = OpenForReading(entriesFile, O_NOFOLLOW);
+  if (!file.IsOpen()) return false;
+  if (flock(file.Get(), LOCK_SH | LOCK_NB) != 0) return errno == EWOULDBLOCK;
+  flock(file.Get(), LOCK_UN);
+  return false;
+}
+
+}  // namespace
+
+bool WaitForOthers(const std::string& archive, const std::string& folder,
+                   const OnNotice& onNotice) {
+  const std::string entriesFile = QFile::encodeName(CacheOf(archive, folder).entries).constData();
+  bool waited = false;
+  while (!HasIndex(archive, folder) && IsHeld(entriesFile)) {
+    if (!waited) {
+      onNotice("waiting for another process that indexes " + archive_source::FileName(archive));
+    }
+    waited = true;
+    std::this_thread::sleep_for(kBetweenLooks);
+    interruption::Check();
+  }
+  return waited;
+}
+
+bool WaitForOthers(const std::vector<std::string>& archives, const std::string& folder,
+                   const OnNotice& onNotice) {
+  bool waited = false;
+  for (const std::string& archive : archives)
+    waited = WaitForOthers(archive, folder, onNotice) || waited;
+  return waited;
+}
+
+}  // namespace index_lock

@@ -1,0 +1,166 @@
+#include "sources/index_place.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <QFile>
+#include <QFileInfo>
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+
+#include "indexer/file_index_store.h"
+#include "indexer/plain_file.h"
+#include "sources/archive_source.h"
+#include "sources/cache_shape.h"
+#include "sources/nowhere.h"
+#include "sources/private_cache.h"
+#include "system/file_status.h"
+#include "system/tool_error.h"
+
+namespace {
+
+// A reader never leaves anything beside archives that lie directly there.
+constexpr char kReservedFolder[] = "/videodata";
+
+struct NamedKind {
+  std::string path;
+  CacheKind kind;
+};
+
+std::string Local(const QString& path) {
+  return QFile::encodeName(path).constData();
+}
+
+std::vector<NamedKind> FilesOf(const CacheNames& names) {
+  return {{Local(names.entries), CacheKind::kEntries},
+          {Local(names.headers), CacheKind::kHeaders},
+          {Local(names.events), CacheKind::kEvents}};
+}
+
+std::string FolderOf(const std::string& path) {
+  return path.substr(0, std::max<std::size_t>(path.rfind('/'), 1));
+}
+
+std::string CanonicalPath(const std::string& path) {
+  const std::string canonical =
+      Local(QFileInfo(QFile::decodeName(path.c_str())).canonicalFilePath());
+  return canonical.empty() ? path : canonical;
+}
+
+// Whether cache files are named after the archive: not where the last dot of its path is that of
+// a folder, or the first character of its name.
+bool HasNameOfItsOwn(const std::string& archive) {
+  const std::string name = archive_source::FileName(archive);
+  const std::size_t dot = name.rfind('.');
+  return dot != std::string::npos && dot > 0;
+}
+
+bool MayBe(const std::string& path, int how) {
+  return faccessat(AT_FDCWD, path.c_str(), how, AT_EACCESS) == 0;
+}
+
+bool Exists(const std::string& path) {
+  return StatusOf(path, Links::kNot).has_value();
+}
+
+// Whether a reader can make the cache files of an archive anew beside it.
+bool CanBeMadeBeside(const std::string& archive) {
+  if (!MayBe(FolderOf(archive), W_OK | X_OK)) return false;
+  const std::vector<NamedKind> files = FilesOf(CacheOf(archive, ""));
+  return std::all_of(files.begin(), files.end(), [](const NamedKind& file) {
+    return !Exists(file.path) || MayBe(file.path, W_OK);
+  });
+}
+
+// Why an archive cannot have its index beside it; empty when it can.
+std::string WhyNotBeside(const std::string& archive) {
+  const std::string name = archive_source::FileName(archive);
+  const std::string folder = FolderOf(archive);
+  if (folder.substr(folder.find(':') + 1) == kReservedFolder)
+    return "readers leave nothing in a folder " + std::string(kReservedFolder);
+  if (!HasNameOfItsOwn(archive)) return name + " has no suffix to replace";
+  const std::vector<std::string> strangers = StrangersBeside(archive);
+  if (!strangers.empty()) return strangers.front() + " is not a cache file";
+  if (HasIndex(archive, "") || CanBeMadeBeside(archive)) return "";
+  return folder + " cannot be written";
+}
+
+// A file that is not an archive gets no index; but what has the names of one would be taken for it.
+std::string WhyNotBesideOther(const std::string& file) {
+  if (!HasIndex(file, "")) return "";
+  return archive_source::FileName(file) +
+         " is not an archive, but files stand beside it that have "
+         "the names of an index";
+}
+
+std::string FirstReason(const std::vector<std::string>& archives,
+                        const std::vector<std::string>& others) {
+  for (const std::string& archive : archives) {
+    std::string reason = WhyNotBeside(archive);
+    if (!reason.empty()) return reason;
+  }
+  for (const std::string& other : others) {
+    std::string reason = WhyNotBesideOther(other);
+    if (!reason.empty()) return reason;
+  }
+  return "";
+}
+
+}  // namespace
+
+IndexPlace PlaceOfIndexes(const std::string& askedFor, const std::vector<std::string>& archives,
+                          const std::vector<std::string>& others) {
+  IndexPlace place;
+  if (!askedFor.empty()) {
+    for (const std::string& archive : archives) {
+      if (HasNameOfItsOwn(archive)) continue;
+      throw ToolError(
+          archive + " has no suffix, so its index would have no name of its own in a cache folder",
+          kExitUsage);
+    }
+    place.folder = askedFor;
+    return place;
+  }
+  place.whyNotBeside = FirstReason(archives, others);
+  if (place.whyNotBeside.empty()) return place;
+  // All files of a folder share one place, and so do the files asked for one by one. Without a
+  // suffix the names of indexes are not those of their archives, so such a file has its own.
+  const std::string& first = archives.empty() ? others.front() : archives.front();
+  const std::string of = HasNameOfItsOwn(first) ? FolderOf(first) : first;
+  private_cache::Place found = private_cache::Find(CanonicalPath(of));
+  place.isPrivate = true;
+  place.folder = found.path.empty() ? kNowhere : found.path;
+  place.whyNotKept = found.whyNot;
+  return place;
+}
+
+CacheNames CacheOf(const std::string& archive, const std::string& folder) {
+  const QString inFolder = QFile::decodeName(folder.c_str());
+  return CacheNames(QFile::decodeName(archive.c_str()),
+                    inFolder.isEmpty() ? inFolder : inFolder + QLatin1Char('/'));
+}
+
+bool HasIndex(const std::string& archive, const std::string& folder) {
+  constexpr std::uint64_t kSmallestEventGroup = 11;
+  const CacheNames names = CacheOf(archive, folder);
+  PlainFile entries;
+  PlainFile headers;
+  PlainFile events;
+  if (!entries.Open(names.entries, PlainFile::Mode::kRead) ||
+      !events.Open(names.events, PlainFile::Mode::kRead)) {
+    return false;
+  }
+  if (!headers.Open(names.headers, PlainFile::Mode::kRead)) return true;
+  return headers.Size() >= sizeof(std::uint64_t) || entries.Size() >= sizeof(ZEL_ID3_REC) ||
+         events.Size() > kSmallestEventGroup;
+}
+
+std::vector<std::string> StrangersBeside(const std::string& archive) {
+  std::vector<std::string> strangers;
+  for (const NamedKind& file : FilesOf(CacheOf(archive, ""))) {
+    if (file.path == archive || IsStranger(file.path, file.kind))
+      strangers.push_back(archive_source::FileName(file.path));
+  }
+  return strangers;
+}

@@ -1,0 +1,32 @@
+#include "command_line/version.h"
+
+#include <QtGlobal>
+#include <iostream>
+#include <stdexcept>
+
+#include "blocks/tags.h"
+#include "host/brick_plugins.h"
+#include "system/tool_error.h"
+#include "text/shown_text.h"
+
+namespace {
+
+void PrintPlugIn(const char* what, Tag signature) {
+  std::cout << what << " plug-in ";
+  try {
+    std::cout << Escaped(brick_plugins::FileFor(signature)) << '\n';
+  } catch (const std::runtime_error& absence) {
+    std::cout << "is missing: " << Escaped(absence.what()) << '\n';
+  }
+}
+
+}  // namespace
+
+int RunVersion(const HostOptions& host) {
+  std::cout << "zel3 " ZEL3_VERSION "\n";
+  brick_plugins::SetSearchFolder(host.pluginFolder);
+  PrintPlugIn("reader", tag::kSignatureReader);
+  PrintPlugIn("parser", tag::kSignatureParser);
+  std::cout << "Qt " << qVersion() << " (built with " QT_VERSION_STR ")\n";
+  return kExitDone;
+}

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "blocks/four_cc.h"
+#include "sdk/brick_config.h"
+
+// What a plug-in is like, found by loading and asking it as a host would.
+
+struct BlockReaction {
+  std::string block;              // what it was sent; empty: nothing yet, it was created
+  std::vector<std::string> up;    // what it sent to the brick before it
+  std::vector<std::string> down;  // and to the one behind it
+};
+
+struct MadeFor {
+  TContentDescriptor input;
+  TContentDescriptor output;
+};
+
+struct PlugInFacts {
+  std::string file;
+  std::string signature;                 // by which the host knows it; empty: it does not
+  std::vector<std::string> entryPoints;  // CreateBrick, DllMain
+  std::vector<std::string> libraries;    // that it needs
+  std::vector<std::string> asksFor;      // signatures of the bricks that it asks the host for
+  std::vector<MadeFor> madeFor;          // what the factory makes bricks for
+  std::vector<TContentDescriptor> knownInputs;  // of a brick, as it says itself
+  std::vector<TContentDescriptor> knownOutputs;
+  std::vector<BlockReaction> reactions;  // of one brick, to one block after the other
+};
+
+// Tries the plug-in that the host knows by `signature` on all content descriptors that there are
+// and, over a small archive written for that, on all blocks that a brick may be sent. REQUIRES: no
+// plug-in is in use. Throws std::runtime_error when the file cannot be loaded or is no plug-in.
+PlugInFacts TryPlugIn(Tag signature);

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QTemporaryDir>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "blocks/units.h"
+#include "sdk/mem_block.h"
+
+// An archive of a minute, written to see what bricks do with it, and removed at the end.
+class TrialArchive {
+ public:
+  TrialArchive();
+
+  const std::string& Path() const { return mPath; }
+
+  // All commands of clients, for places in the archive, in an order in which a reader can answer
+  // each.
+  std::vector<cMemBlock> Commands() const;
+
+  // What a reader sends: which entry it has found, and the bytes.
+  std::vector<cMemBlock> Answers() const;
+
+ private:
+  QTemporaryDir mFolder;
+  std::string mPath;
+  ArchiveTime mStartTime = 0;
+  ArchiveTime mEndTime = 0;
+};

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "sdk/mem_block.h"
+
+// Why a text is no list of commands. The message does not repeat the text.
+class CommandError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// The commands that one JSON value stands for: an object is one command, an array is its elements
+// in their order. Throws CommandError when any of it is no command.
+std::vector<cMemBlock> CommandsFromJson(const std::string& text);

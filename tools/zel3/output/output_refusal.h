@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "sources/source_facts.h"
+
+// Throws a usage error when what is written to `output` would take the place of a file of the
+// source, also through links of either kind, or of a cache file of one of its archives.
+void RefuseToHarm(const SourceFacts& source, const std::string& output);
+// The same for archives whose indexes lie beside them.
+void RefuseToHarm(const std::vector<std::string>& archives, const std::string& output);

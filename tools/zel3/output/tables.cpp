@@ -1,0 +1,91 @@
+#include "output/tables.h"
+
+#include <unistd.h>
+
+#include <QString>
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <iostream>
+
+namespace {
+
+std::size_t Width(const std::string& cell) {
+  return static_cast<std::size_t>(
+      QString::fromUtf8(cell.data(), static_cast<int>(cell.size())).size());
+}
+
+constexpr const char* kPlain = "";
+constexpr const char* kBold = "\x1b[1m";
+constexpr const char* kRed = "\x1b[31m";
+constexpr const char* kYellow = "\x1b[33m";
+constexpr char kReset[] = "\x1b[0m";
+
+bool OutputTakesColours() {
+  const char* const noColour = std::getenv("NO_COLOR");
+  const char* const terminal = std::getenv("TERM");
+  const bool isWanted = noColour == nullptr || *noColour == '\0';
+  const bool isAble = terminal != nullptr && std::strcmp(terminal, "dumb") != 0;
+  return isWanted && isAble && isatty(STDOUT_FILENO) == 1;
+}
+
+std::string Styled(const std::string& cell, const char* style) {
+  static const bool takesColours = OutputTakesColours();
+  return takesColours && style != kPlain ? style + cell + kReset : cell;
+}
+
+// `styleOf` gives one of the constants above for a row and a column.
+void PrintRows(const std::vector<std::vector<std::string>>& rows,
+               const std::function<const char*(std::size_t, std::size_t)>& styleOf) {
+  std::vector<std::size_t> widths;
+  for (const auto& row : rows) {
+    widths.resize(std::max(widths.size(), row.size()));
+    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], Width(row[i]));
+  }
+  for (std::size_t number = 0; number < rows.size(); ++number) {
+    const auto& row = rows[number];
+    std::string line;
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      line += Styled(row[i], styleOf(number, i));
+      if (i + 1 < row.size()) line.append(widths[i] - Width(row[i]) + 2, ' ');
+    }
+    std::cout << line << '\n';
+  }
+}
+
+std::string CsvCell(const std::string& text) {
+  const bool isLikeAFormula = text.find_first_of("=+-@\t\r") == 0;
+  const std::string cell = isLikeAFormula ? "'" + text : text;
+  if (cell.find_first_of(",\"") == std::string::npos) return cell;
+  std::string quoted = "\"";
+  for (const char character : cell) {
+    if (character == '"') quoted += '"';
+    quoted += character;
+  }
+  return quoted + '"';
+}
+
+}  // namespace
+
+void PrintTable(const std::vector<std::vector<std::string>>& rows,
+                const std::map<std::string, Colour>& colours) {
+  PrintRows(rows, [&rows, &colours](std::size_t row, std::size_t column) {
+    if (row == 0) return kBold;
+    const auto colour = colours.find(rows[row][column]);
+    if (colour == colours.end()) return kPlain;
+    return colour->second == Colour::kRed ? kRed : kYellow;
+  });
+}
+
+void PrintLabelled(const std::vector<std::vector<std::string>>& rows) {
+  PrintRows(rows, [](std::size_t, std::size_t column) { return column == 0 ? kBold : kPlain; });
+}
+
+void PrintCsv(const std::vector<std::vector<std::string>>& rows) {
+  for (const auto& row : rows) {
+    std::string line;
+    for (const std::string& cell : row) line += (&cell == &row.front() ? "" : ",") + CsvCell(cell);
+    std::cout << line << '\n';
+  }
+}

@@ -1,0 +1,132 @@
+#include "verbs/activity.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iostream>
+
+#include "client/activity_bins.h"
+#include "json/json_line.h"
+#include "output/notice.h"
+#include "output/progress_bar.h"
+#include "output/tables.h"
+#include "system/tool_error.h"
+#include "times/time_text.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::uint32_t kMostBins = 10000;
+
+struct Bin {
+  ArchiveTime time = 0;  // archive time
+  unsigned level = 0;    // 0-63
+  bool recorded = false;
+};
+
+ActivityBins BinsFor(const ActivityOptions& options, IndexedSource* source) {
+  if (options.from && options.to)
+    return CutIntoBins(*options.from, std::min(*options.to, kEndOfTimes), options.bins);
+  const std::optional<ArchiveList> list = source->Client().List();
+  std::uint64_t start = kEndOfTimes;
+  std::uint64_t end = 0;
+  for (const ListedArchive& archive : list ? list->archives : source->Archives()) {
+    start = std::min(start, archive.startTime);
+    end = std::max({end, archive.startTime + 1, archive.endTime});
+  }
+  return CutIntoBins(start, end, options.bins);
+}
+
+void Check(const ActivityOptions& options) {
+  if (options.from && options.to && *options.from >= *options.to)
+    throw ToolError("FROM must be before TO", kExitUsage);
+  if (options.bins == 0 || options.bins > kMostBins)
+    throw ToolError("the number of bins must be 1 to 10000", kExitUsage);
+}
+
+std::vector<Bin> Measure(const ActivityBins& bins, std::uint8_t streamId, IndexedSource* source) {
+  const std::vector<std::uint8_t> levels = ActivityLevels(bins, streamId, &source->Client());
+  const std::vector<bool> recorded = RecordedBins(bins, source);
+  std::vector<Bin> measured(bins.count);
+  for (std::uint32_t i = 0; i < bins.count; ++i)
+    measured[i] = {bins.Start(i), recorded[i] ? levels[i] : 0u, recorded[i]};
+  return measured;
+}
+
+void PrintAsJson(const ActivityOptions& options, const ActivityBins& bins,
+                 const std::vector<Bin>& rows) {
+  const TimeFormat times = options.style.Times();
+  Json json;
+  json["stream"] = options.streamId;
+  json["from"] = TimeJson(bins.from, times);
+  json["to"] = TimeJson(bins.to, times);
+  json["binWidth"] = bins.width;
+  Json& list = json["bins"] = Json::array();
+  for (const Bin& bin : rows) {
+    Json row;
+    row["time"] = TimeJson(bin.time, times);
+    row["level"] = bin.level;
+    row["recorded"] = bin.recorded;
+    list.push_back(std::move(row));
+  }
+  PrintJsonLine(json);
+}
+
+void PrintAsCsv(const std::vector<Bin>& bins, TimeFormat times) {
+  std::vector<std::vector<std::string>> rows{{"time", "level", "recorded"}};
+  for (const Bin& bin : bins) {
+    rows.push_back(
+        {TimeText(bin.time, times), std::to_string(bin.level), bin.recorded ? "true" : "false"});
+  }
+  PrintCsv(rows);
+}
+
+const char* Mark(const Bin& bin) {
+  constexpr const char* kMarks[] = {"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
+  constexpr unsigned kLevelsPerMark = 8;
+  return bin.recorded ? kMarks[bin.level / kLevelsPerMark] : "·";
+}
+
+std::string LengthText(ArchiveTime archiveTime, TimeFormat format) {
+  if (format == TimeFormat::kInteger) return std::to_string(archiveTime);
+  return fmt::format("{}.{:03} s", archiveTime / 1000, archiveTime % 1000);
+}
+
+void PrintAsText(const ActivityOptions& options, const ActivityBins& bins,
+                 const std::vector<Bin>& rows) {
+  const TimeFormat times = options.style.Times();
+  std::cout << fmt::format("stream {} from {} to {}, one character for {}\n", options.streamId,
+                           TimeText(bins.from, times), TimeText(bins.to, times),
+                           LengthText(bins.width, times));
+  std::string line;
+  for (const Bin& bin : rows) line += Mark(bin);
+  std::cout << line << '\n' << "▁ quiet  █ most active (levels 0-63)  · nothing recorded\n";
+}
+
+}  // namespace
+
+int RunActivity(const HostOptions& host, const ActivityOptions& options) {
+  Check(options);
+  const ServedSource served(host, options.source, options.missingIndexes, PrintNotice);
+  ProgressBar progress;
+  IndexedSource source(served, &progress);
+  const bool pastTheEnd = options.from && *options.from >= kEndOfTimes;
+  if (source.Archives().empty() || pastTheEnd) source.FailWithNothing();
+  const ActivityBins bins = BinsFor(options, &source);
+  const std::vector<Bin> rows = Measure(bins, options.streamId, &source);
+  if (std::none_of(rows.begin(), rows.end(), [](const Bin& bin) { return bin.recorded; }))
+    source.FailWithNothing();
+  switch (options.style.format) {
+    case OutputFormat::kCsv:
+      PrintAsCsv(rows, options.style.Times());
+      break;
+    case OutputFormat::kText:
+      PrintAsText(options, bins, rows);
+      break;
+    default:
+      PrintAsJson(options, bins, rows);
+      break;
+  }
+  return source.IsComplete() ? kExitDone : kExitDamaged;
+}

@@ -1,0 +1,55 @@
+#include "verbs/console.h"
+
+#include <iostream>
+
+#include "json/block_json.h"
+#include "json/command_json.h"
+#include "json/json_line.h"
+#include "system/interruption.h"
+#include "system/tool_error.h"
+
+namespace {
+
+void PrintIdle() {
+  nlohmann::ordered_json line;
+  line["idle"] = true;
+  PrintPlainJsonLine(line);
+  std::cout.flush();
+  if (!std::cout) throw ToolError("cannot write to the standard output");
+}
+
+void PrintError(std::uint64_t lineNumber, const char* why) {
+  nlohmann::ordered_json line;
+  line["error"] = "line " + std::to_string(lineNumber) + ": " + why;
+  PrintPlainJsonLine(line);
+}
+
+bool IsBlank(const std::string& line) {
+  return line.find_first_not_of(" \t\r") == std::string::npos;
+}
+
+}  // namespace
+
+int RunConsole(const HostOptions& host, const ConsoleOptions& options) {
+  ArchiveSession session(host, options.source, [&options](const cMemBlock& block) {
+    if (options.showAll || IsAnswer(block)) PrintBlock(block, options.byteLimit, std::cout);
+  });
+  session.RunUntilIdle();
+  PrintIdle();
+
+  int exitCode = kExitDone;
+  std::string line;
+  for (std::uint64_t lineNumber = 1; std::getline(std::cin, line); ++lineNumber) {
+    if (IsBlank(line)) continue;
+    try {
+      for (const cMemBlock& command : CommandsFromJson(line)) session.Send(command);
+    } catch (const CommandError& error) {
+      PrintError(lineNumber, error.what());
+      exitCode = kExitUsage;
+    }
+    session.RunUntilIdle();
+    PrintIdle();
+  }
+  interruption::Check();
+  return exitCode;
+}

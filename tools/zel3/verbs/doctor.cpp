@@ -1,0 +1,156 @@
+#include "verbs/doctor.h"
+
+#include <fmt/format.h>
+
+#include <QFile>
+#include <algorithm>
+#include <iostream>
+
+#include "checkup/diagnosis.h"
+#include "client/index_builder.h"
+#include "json/json_line.h"
+#include "output/notice.h"
+#include "output/progress_bar.h"
+#include "output/tables.h"
+#include "sources/archive_source.h"
+#include "sources/index_lock.h"
+#include "system/tool_error.h"
+#include "text/shown_text.h"
+#include "times/time_text.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+const char* Name(CacheState state) {
+  switch (state) {
+    case CacheState::kSound:
+      return "sound";
+    case CacheState::kUnsound:
+      return "unsound";
+    case CacheState::kNone:
+      break;
+  }
+  return "none";
+}
+
+Json Optional(const std::optional<std::uint64_t>& value) {
+  return value ? Json(*value) : Json(nullptr);
+}
+
+Json OptionalTime(const std::optional<ArchiveTime>& time, TimeFormat times) {
+  return time ? TimeJson(*time, times) : Json(nullptr);
+}
+
+void PrintAsJson(const std::string& source, const Diagnosis& diagnosis, TimeFormat times) {
+  Json files = Json::array();
+  for (const ArchiveFacts& facts : diagnosis.archives) {
+    Json file;
+    file["name"] = archive_source::FileName(facts.path);
+    file["bytes"] = facts.bytes;
+    file["entries"] = facts.entries;
+    file["startTime"] = facts.entries > 0 ? TimeJson(facts.startTime, times) : Json(nullptr);
+    file["endTime"] = facts.entries > 0 ? TimeJson(facts.endTime, times) : Json(nullptr);
+    file["cache"] = Name(facts.cache);
+    files.push_back(std::move(file));
+  }
+  Json list = Json::array();
+  for (const Finding& finding : diagnosis.findings) {
+    Json entry;
+    entry["severity"] = Name(finding.severity);
+    entry["kind"] = finding.kind;
+    entry["file"] = finding.file;
+    entry["position"] = Optional(finding.position);
+    entry["bytes"] = Optional(finding.bytes);
+    entry["time"] = OptionalTime(finding.time, times);
+    entry["endTime"] = OptionalTime(finding.endTime, times);
+    entry["text"] = finding.text;
+    list.push_back(std::move(entry));
+  }
+  Json json;
+  json["source"] = source;
+  json["files"] = std::move(files);
+  json["findings"] = std::move(list);
+  PrintJsonLine(json);
+}
+
+std::string Number(const std::optional<std::uint64_t>& value) {
+  return value ? std::to_string(*value) : "-";
+}
+
+std::string Span(const Finding& finding, TimeFormat times) {
+  if (!finding.time) return "";
+  const std::string from = TimeText(*finding.time, times);
+  if (!finding.endTime) return fmt::format(" (after {})", from);
+  return fmt::format(" ({} to {})", from, TimeText(*finding.endTime, times));
+}
+
+void PrintAsText(const Diagnosis& diagnosis, TimeFormat times) {
+  const std::vector<Finding>& findings = diagnosis.findings;
+  std::vector<std::vector<std::string>> rows{
+      {"severity", "kind", "file", "position", "bytes", "text"}};
+  for (const Finding& finding : findings) {
+    rows.push_back({Name(finding.severity), finding.kind, Escaped(finding.file),
+                    Number(finding.position), Number(finding.bytes),
+                    Escaped(finding.text) + Span(finding, times)});
+  }
+  if (!findings.empty()) PrintTable(rows, {{"error", Colour::kRed}, {"warning", Colour::kYellow}});
+  const auto count = [&findings](Severity severity) {
+    return std::count_if(findings.begin(), findings.end(),
+                         [severity](const Finding& one) { return one.severity == severity; });
+  };
+  fmt::print("{}: {}, {}, {}\n", Counted(diagnosis.archives.size(), "file"),
+             Counted(count(Severity::kError), "error"),
+             Counted(count(Severity::kWarning), "warning"),
+             Counted(count(Severity::kNote), "note"));
+}
+
+void TellWhereIndexesAre(const IndexPlace& indexes) {
+  if (!indexes.isPrivate) return;
+  const std::string where =
+      indexes.whyNotKept.empty() ? "kept in " + indexes.folder : "not kept: " + indexes.whyNotKept;
+  PrintNotice("indexes cannot lie beside the archives (" + indexes.whyNotBeside + ") and are " +
+              where);
+}
+
+// What cannot be removed stays, and the index is then made in its place or not at all.
+void RemoveCache(const std::string& archive, const std::string& folder) {
+  const CacheNames names = CacheOf(archive, folder);
+  for (const QString& name : {names.entries, names.headers, names.events}) {
+    QFile::remove(name);
+    QFile::remove(UnfinishedName(name));
+  }
+}
+
+void Rebuild(const HostOptions& host, const SourceFacts& source,
+             const std::vector<ArchiveFacts>& archives, ProgressBar* progress) {
+  const ServedSource served(host, source.Path(), MissingIndexes::kBuild, PrintNotice);
+  for (const ArchiveFacts& facts : archives) {
+    if (facts.cache == CacheState::kUnsound) RemoveCache(facts.path, source.Indexes().folder);
+  }
+  const std::vector<IndexedFile> files = BuildIndexes(served, progress);
+  const auto count = [&files](FileState state) {
+    return std::count_if(files.begin(), files.end(),
+                         [state](const IndexedFile& file) { return file.state == state; });
+  };
+  fmt::print(stderr, "{} made anew, {} kept, {} cannot be indexed\n",
+             Counted(count(FileState::kIndexed), "cache"), count(FileState::kCached),
+             Counted(count(FileState::kFailed), "file"));
+}
+
+}  // namespace
+
+int RunDoctor(const HostOptions& host, const DoctorOptions& options) {
+  const SourceFacts source(host, options.source);
+  index_lock::WaitForOthers(source.Archives(), source.Indexes().folder, PrintNotice);
+  ProgressBar progress;
+  const Diagnosis diagnosis = Diagnose(source, &progress);
+  if (options.style.format == OutputFormat::kJson) {
+    PrintAsJson(source.Path(), diagnosis, options.style.Times());
+  } else {
+    PrintAsText(diagnosis, options.style.Times());
+  }
+  TellWhereIndexesAre(source.Indexes());
+  if (options.rebuild) Rebuild(host, source, diagnosis.archives, &progress);
+  return diagnosis.findings.empty() ? kExitDone : kExitDamaged;
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+
+#include "output/output_style.h"
+#include "sources/host_options.h"
+
+struct DoctorOptions {
+  std::string source;
+  bool rebuild = false;
+  OutputStyle style;
+};
+
+// The verb doctor: what is wrong with archive files and their caches, found without a reader. With
+// `rebuild` caches that are missing or unsound are made anew. Archives are never written.
+int RunDoctor(const HostOptions& host, const DoctorOptions& options);

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "blocks/units.h"
+#include "client/indexed_source.h"
+#include "output/output_style.h"
+#include "sources/host_options.h"
+
+struct EventsOptions {
+  std::string source;
+  ArchiveTime from = 0;
+  ArchiveTime to = std::numeric_limits<ArchiveTime>::max();  // not part of the range
+  std::vector<std::uint8_t> types;                           // empty: all
+  MissingIndexes missingIndexes = MissingIndexes::kBuild;
+  OutputStyle style;
+};
+
+// The verb events: what has happened.
+int RunEvents(const HostOptions& host, const EventsOptions& options);

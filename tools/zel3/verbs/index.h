@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+#include "output/output_style.h"
+#include "sources/host_options.h"
+
+struct IndexOptions {
+  std::string source;
+  OutputStyle style;
+};
+
+// The verb index: gives every archive file of a source its index.
+int RunIndex(const HostOptions& host, const IndexOptions& options);

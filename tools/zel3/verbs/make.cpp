@@ -1,0 +1,120 @@
+#include "verbs/make.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <limits>
+#include <stdexcept>
+
+#include "blocks/stream_records.h"
+#include "json/json_line.h"
+#include "output/output_file.h"
+#include "output/tables.h"
+#include "sources/archive_source.h"
+#include "system/tool_error.h"
+#include "text/shown_text.h"
+#include "times/time_text.h"
+#include "verbs/made_archives.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+IndexTime IndexTimeOf(ArchiveTime archiveTime) {
+  const std::uint64_t indexTime = archiveTime / kArchiveTimePerIndexTime;
+  if (ToArchiveTime(static_cast<std::uint32_t>(indexTime)) != archiveTime) {
+    throw ToolError("the start must be a whole second before the year 2106", kExitUsage);
+  }
+  return static_cast<std::uint32_t>(indexTime);
+}
+
+std::uint32_t SecondsPerFile(const Scenario& scenario, std::uint32_t files) {
+  if (files == 0) throw ToolError("an archive has at least one file", kExitUsage);
+  std::uint64_t recorded = scenario.lengthSeconds;
+  for (const ScenarioGap& gap : scenario.gaps) {
+    if (gap.seconds > recorded) throw ToolError("the gaps are longer than the archive", kExitUsage);
+    recorded -= gap.seconds;
+  }
+  return static_cast<std::uint32_t>((recorded + (files - 1)) / files);
+}
+
+Scenario ScenarioFor(const MakeOptions& options) {
+  Scenario scenario = DefaultScenario();
+  if (options.lengthSeconds || options.files) {
+    // These belong to the files of the sample day.
+    scenario.gaps.clear();
+    scenario.headerChanges.clear();
+  }
+  scenario.seed = options.seed.value_or(scenario.seed);
+  if (options.start) scenario.startIndexTime = IndexTimeOf(*options.start);
+  scenario.lengthSeconds = options.lengthSeconds.value_or(scenario.lengthSeconds);
+  scenario.indexIntervalSeconds = options.intervalSeconds.value_or(scenario.indexIntervalSeconds);
+  scenario.payloadBytesPerEntry = options.payloadBytes.value_or(scenario.payloadBytesPerEntry);
+  scenario.eventsPerHour = options.eventsPerHour.value_or(scenario.eventsPerHour);
+  scenario.namePrefix = options.namePrefix.value_or(scenario.namePrefix);
+  scenario.gaps = options.gaps.value_or(scenario.gaps);
+  if (options.files) scenario.fileSeconds = SecondsPerFile(scenario, *options.files);
+  return scenario;
+}
+
+void WriteTruth(const std::string& path, const GroundTruth& truth) {
+  const std::string json = GroundTruthToJson(truth);
+  OutputFile file(path);
+  file.Write(std::vector<unsigned char>(json.begin(), json.end()));
+  file.Finish();
+}
+
+void PrintAsJson(const GroundTruth& truth, TimeFormat times) {
+  Json json;
+  Json& files = json["files"] = Json::array();
+  for (const GroundTruthFile& file : truth.files) {
+    Json entry;
+    entry["name"] = file.name;
+    entry["size"] = file.size;
+    entry["entries"] = file.entries.size();
+    entry["startTime"] = TimeJson(ToArchiveTime(file.entries.front().indexTime), times);
+    entry["endTime"] = TimeJson(ToArchiveTime(file.endIndexTime), times);
+    files.push_back(std::move(entry));
+  }
+  Json& gaps = json["gaps"] = Json::array();
+  for (const GroundTruthGap& gap : truth.gaps) {
+    Json entry;
+    entry["from"] = TimeJson(ToArchiveTime(gap.fromIndexTime), times);
+    entry["to"] = TimeJson(ToArchiveTime(gap.toIndexTime), times);
+    gaps.push_back(std::move(entry));
+  }
+  PrintJsonLine(json);
+}
+
+void PrintAsText(const GroundTruth& truth, TimeFormat times) {
+  std::vector<std::vector<std::string>> rows{{"file", "bytes", "entries", "start", "end"}};
+  for (const GroundTruthFile& file : truth.files) {
+    rows.push_back({Escaped(file.name), std::to_string(file.size),
+                    std::to_string(file.entries.size()),
+                    TimeText(ToArchiveTime(file.entries.front().indexTime), times),
+                    TimeText(ToArchiveTime(file.endIndexTime), times)});
+  }
+  PrintTable(rows);
+}
+
+}  // namespace
+
+int RunMake(const MakeOptions& options) {
+  const Scenario scenario = ScenarioFor(options);
+  if (!options.force && std::filesystem::is_directory(options.folder) &&
+      !archive_source::Files(options.folder).empty()) {
+    throw ToolError(options.folder + " holds archives already; --force writes all the same");
+  }
+  GroundTruth truth;
+  try {
+    truth = MakeArchives(options.folder, scenario, options.truthFile);
+  } catch (const std::invalid_argument& refusal) {
+    throw ToolError(refusal.what(), kExitUsage);
+  }
+  if (!options.truthFile.empty()) WriteTruth(options.truthFile, truth);
+  if (options.style.format == OutputFormat::kJson) {
+    PrintAsJson(truth, options.style.Times());
+  } else {
+    PrintAsText(truth, options.style.Times());
+  }
+  return kExitDone;
+}

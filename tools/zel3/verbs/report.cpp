@@ -1,0 +1,45 @@
+#include "verbs/report.h"
+
+#include <algorithm>
+
+#include "output/notice.h"
+#include "output/output_file.h"
+#include "output/output_refusal.h"
+#include "output/progress_bar.h"
+#include "page/report_data.h"
+#include "page/report_page.h"
+#include "system/tool_error.h"
+
+namespace {
+
+std::optional<ReportRange> RangeOf(const ReportOptions& options) {
+  if (!options.from || !options.to) return std::nullopt;
+  if (*options.from >= *options.to) throw ToolError("FROM must be before TO", kExitUsage);
+  if (*options.from >= kEndOfTimes) throw ToolError("nothing is recorded there", kExitNothing);
+  return ReportRange{*options.from, std::min(*options.to, kEndOfTimes)};
+}
+
+bool IsWhole(const ReportData& report) {
+  return std::all_of(report.files.begin(), report.files.end(),
+                     [](const ReportFile& file) { return file.indexed; }) &&
+         report.errorCount + report.warningCount == 0;
+}
+
+}  // namespace
+
+int RunReport(const HostOptions& host, const ReportOptions& options) {
+  const std::optional<ReportRange> range = RangeOf(options);
+  const ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
+  RefuseToHarm(source.Facts(), options.output);
+
+  ProgressBar progress;
+  const ReportData report = CollectReport(source, range, &progress);
+  const bool holdsEntries = std::any_of(report.files.begin(), report.files.end(),
+                                        [](const ReportFile& file) { return file.HoldsEntries(); });
+  if (range && !holdsEntries) throw ToolError("nothing is recorded there", kExitNothing);
+  const std::string page = ReportPage(report, options.askedTimeFormat.value_or(TimeFormat::kIso));
+  OutputFile output(options.output);
+  output.Write(std::vector<unsigned char>(page.begin(), page.end()));
+  output.Finish();
+  return IsWhole(report) ? kExitDone : kExitDamaged;
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "blocks/units.h"
+#include "sources/host_options.h"
+#include "times/time_text.h"
+
+struct ReportOptions {
+  std::string source;
+  std::optional<ArchiveTime> from;  // none: the first entry
+  std::optional<ArchiveTime> to;    // not part of the range; none: the last entry
+  std::string output;               // where the page goes; -: the standard output
+  std::optional<TimeFormat> askedTimeFormat;
+};
+
+// The verb report: what an archive holds and what is wrong with it, as one page for a browser.
+int RunReport(const HostOptions& host, const ReportOptions& options);

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "blocks/units.h"
+#include "client/archive_client.h"
+#include "output/output_style.h"
+#include "sources/host_options.h"
+
+struct SeekOptions {
+  std::string source;
+  ArchiveTime time = 0;
+  Lookup lookup = Lookup::kAtOrBefore;
+  bool explain = false;
+  OutputStyle style;
+};
+
+// The verb seek: which entry a time belongs to, and why.
+int RunSeek(const HostOptions& host, const SeekOptions& options);

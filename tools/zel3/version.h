@@ -1,7 +1,0 @@
-#pragma once
-
-#include "archive_session.h"
-
-// What --version prints: the version of the program, the plug-in files that it would load, and the
-// Qt that it runs with.
-int RunVersion(const HostOptions& host);
