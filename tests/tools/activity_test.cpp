@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "archive/archive_writer.h"
 #include "support/program.h"
@@ -26,19 +27,25 @@ Scenario LivelySample() {
   return scenario;
 }
 
-// The highest level that the entries from second `from` up to `to` have.
-unsigned LevelOf(const GroundTruth& truth, std::uint32_t from, std::uint32_t to) {
-  const std::uint32_t start = SampleScenario().startIndexTime;
-  unsigned level = 0;
+// The highest level that the entries from `from` up to `to` have; nothing where there is no entry.
+std::optional<unsigned> LevelBetween(const GroundTruth& truth, IndexTime from, IndexTime to) {
+  std::optional<unsigned> level;
   for (const GroundTruthFile& file : truth.files) {
     for (const GroundTruthEntry& entry : file.entries) {
-      if (entry.indexTime < start + from || entry.indexTime >= start + to) continue;
+      if (entry.indexTime < from || entry.indexTime >= to) continue;
+      level = level.value_or(0);
       for (const ActivityPair& pair : entry.activity) {
-        if (pair.streamId == kStream) level = std::max<unsigned>(level, pair.level);
+        if (pair.streamId == kStream) level = std::max<unsigned>(*level, pair.level);
       }
     }
   }
   return level;
+}
+
+// The same for seconds of the sample; 0 where there is no entry.
+unsigned LevelOf(const GroundTruth& truth, std::uint32_t from, std::uint32_t to) {
+  const IndexTime start = SampleScenario().startIndexTime;
+  return LevelBetween(truth, start + from, start + to).value_or(0);
 }
 
 class Activity : public ProgramTest {
@@ -97,6 +104,25 @@ TEST_F(ActivityOfSample, EachBinHasTheLevelOfWhatWasWrittenInIt) {
     highest = std::max(highest, bins[i]["level"].get<unsigned>());
   }
   EXPECT_GT(highest, 0U);
+}
+
+TEST_F(Activity, ADayInQuartersOfAnHourIsWhatWasWritten) {
+  Scenario day = DefaultScenario();
+  day.payloadBytesPerEntry = 100;
+  const GroundTruth truth = WriteScenario(Folder(), day);
+  const Json bins = Bins({"2024-05-01", "2024-05-02", "--bins", "96"});
+  ASSERT_EQ(bins.size(), 96U);
+  constexpr IndexTime kQuarter = 15 * 60;
+  int missing = 0;
+  for (std::uint32_t i = 0; i < 96; ++i) {
+    SCOPED_TRACE(i);
+    const IndexTime from = day.startIndexTime + i * kQuarter;
+    const std::optional<unsigned> level = LevelBetween(truth, from, from + kQuarter);
+    EXPECT_EQ(bins[i]["recorded"], level.has_value());
+    EXPECT_EQ(bins[i]["level"], level.value_or(0));
+    if (!level) ++missing;
+  }
+  EXPECT_GT(missing, 0);
 }
 
 TEST_F(ActivityOfSample, ARangeOfSomeEntriesHasTheirLevelsOnly) {

@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
-# The long proof that nothing crashes, hangs, leaks or lies: hours where the tests take minutes.
-#   scripts/reliability.sh [load|faults|threads|memcheck|sanitizers|fuzz...]
+# What takes longer than a change can wait for: the long proof that nothing crashes, hangs, leaks or lies, what the tests
+# reach, the measurements, and the changes that no test notices.
+#   scripts/nightly.sh [packages|load|faults|threads|memcheck|sanitizers|fuzz|coverage|demo|bench|mutants...]
 # Without a name all of them run. Ends with 1 at the first finding. The figures are printed as they come.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 parts=("$@")
-[ "${#parts[@]}" != 0 ] || parts=(load faults threads memcheck sanitizers fuzz)
+[ "${#parts[@]}" != 0 ] ||
+  parts=(packages load faults threads memcheck sanitizers fuzz coverage demo bench mutants)
 
 builds=(native)
 [ -e /usr/lib/i386-linux-gnu/libQt5Core.so.5 ] && builds=(i386 native)
@@ -14,15 +16,15 @@ builds=(native)
 # build PRESET: quiet unless it fails.
 build() {
   cmake --preset "$1" >/dev/null
-  cmake --build --preset "$1" >build/reliability.log || { cat build/reliability.log; exit 1; }
+  cmake --build --preset "$1" >build/nightly.log || { cat build/nightly.log; exit 1; }
 }
 
 # tests PRESET PROGRAM [ARGUMENT...]: prints the figures and the closing lines.
 tests() {
   local program=build/$1/bin/$2
   echo "-- $1 $2 ${*:3}"
-  "${runner[@]}" "$program" --gtest_brief=1 "${@:3}" >build/reliability.log 2>&1 || { cat build/reliability.log; exit 1; }
-  grep -E '^figure:|PASSED|SKIPPED' build/reliability.log
+  "${runner[@]}" "$program" --gtest_brief=1 "${@:3}" >build/nightly.log 2>&1 || { cat build/nightly.log; exit 1; }
+  grep -E '^figure:|PASSED|SKIPPED' build/nightly.log
 }
 
 mkdir -p build
@@ -30,6 +32,14 @@ runner=()
 for part in "${parts[@]}"; do
   echo "== $part"
   case $part in
+    # What is installed, and the pages with their pictures, in every ABI: a change runs each in one.
+    packages)
+      for preset in "${builds[@]}"; do
+        cmake --preset "$preset" -DZEL3_TEST_EVERYTHING=ON >/dev/null
+        build "$preset"
+        ctest --preset "$preset" --tests-regex '^(install|docs|browser)\.' --quiet
+        cmake --preset "$preset" -DZEL3_TEST_EVERYTHING=OFF >/dev/null
+      done ;;
     # Folders of 10,000 archives, files of ten million entries, a million requests, a thousand runs, 200 kills.
     load)
       for preset in "${builds[@]}"; do
@@ -53,7 +63,7 @@ for part in "${parts[@]}"; do
       runner=(valgrind --quiet --error-exitcode=9 --leak-check=full --errors-for-leak-kinds=definite
               --soname-synonyms=somalloc=NONE)
       # Without the tests that bring an allocator of their own, limit the memory of the process or end it.
-      for program in blocks_tests host_tests indexer_tests parser_tests archive_tests reader_tests; do
+      for program in blocks_tests host_tests indexer_tests parser_tests archive_tests samples_tests reader_tests; do
         tests native "$program" --gtest_filter='-*Memory*:*FindNoRoom*:*TooLarge*:*ProcessIsKilled*:BadInput.HugeCacheFiles'
       done
       runner=() ;;
@@ -63,9 +73,17 @@ for part in "${parts[@]}"; do
       scripts/test.sh "${sanitized[@]}" ;;
     fuzz)
       scripts/fuzz.sh ;;
+    coverage)
+      scripts/coverage.sh ;;
+    demo)
+      scripts/demo.sh ;;
+    bench)
+      scripts/bench.sh ;;
+    mutants)
+      scripts/mutate.py --jobs "$(nproc)" ;;
     *)
       echo "no part is called $part" >&2
       exit 2 ;;
   esac
 done
-echo "reliability: nothing found"
+echo "nightly: nothing found"
