@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+#include "blocks/index_record.h"
+
 namespace {
 
 constexpr std::size_t kBufferSize = 1 << 20;

@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <thread>
 
-#include "blocks/byte_cursor.h"
 #include "blocks/commands.h"
+#include "blocks/index_record.h"
 #include "blocks/notifications.h"
 #include "blocks/stream_records.h"
 #include "sources/archive_source.h"
@@ -68,10 +68,8 @@ std::vector<std::uint8_t> LevelsFrom(const ActivityGistBlock& block) {
 
 bool EndsWithTerminatingMarker(const RawDataBlock& block) {
   if (block.Size() < kIndexRecordSize) return false;
-  unsigned char marker[kIndexRecordSize] = {};
-  StoreLittleEndian(marker, kIndexMarker);
-  return std::equal(std::begin(marker), std::end(marker),
-                    block.Bytes() + block.Size() - kIndexRecordSize);
+  const auto marker = EncodeIndexRecord(IDX_T());
+  return std::equal(marker.begin(), marker.end(), block.Bytes() + block.Size() - kIndexRecordSize);
 }
 
 }  // namespace

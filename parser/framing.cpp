@@ -101,17 +101,6 @@ std::optional<ArchiveHeader> DecodeHeaderBody(const unsigned char* body, std::si
   return header;
 }
 
-std::array<unsigned char, kIndexRecordSize> EncodeIndexRecord(const IDX_T& index) {
-  std::array<unsigned char, kIndexRecordSize> bytes;
-  StoreLittleEndian(bytes.data(), kIndexMarker);
-  StoreLittleEndian(bytes.data() + kMarkerSize, index);
-  return bytes;
-}
-
-IDX_T DecodeIndexBody(const unsigned char* body) {
-  return LoadLittleEndian<IDX_T>(body);
-}
-
 std::array<unsigned char, sizeof(DATA_T)> EncodeDataHead(const DATA_T& head) {
   std::array<unsigned char, sizeof(DATA_T)> bytes;
   StoreLittleEndian(bytes.data(), head);

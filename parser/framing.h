@@ -68,11 +68,6 @@ std::optional<std::vector<unsigned char>> EncodeHeaderRecord(const ArchiveHeader
 // of these bytes, or its texts do not end exactly there.
 std::optional<ArchiveHeader> DecodeHeaderBody(const unsigned char* body, std::size_t size);
 
-// A whole index record, marker first.
-std::array<unsigned char, kIndexRecordSize> EncodeIndexRecord(const IDX_T& index);
-// REQUIRES: nine bytes, those behind the marker.
-IDX_T DecodeIndexBody(const unsigned char* body);
-
 std::array<unsigned char, sizeof(DATA_T)> EncodeDataHead(const DATA_T& head);
 // REQUIRES: four bytes.
 DATA_T DecodeDataHead(const unsigned char* bytes);

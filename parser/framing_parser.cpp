@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "blocks/byte_cursor.h"
+#include "blocks/index_record.h"
 #include "parser/marker_search.h"
 
 FramingParser::FramingParser(FramingSink& sink) : mSink(sink) {

@@ -1,16 +1,16 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
-#include "blocks/byte_cursor.h"
-#include "blocks/stream_records.h"
+#include "blocks/index_record.h"
 
-// Writes an index record as it stands in an archive: the marker, then `time` over the time and the
-// reserved word, then a zero flag. Returns the place behind it. REQUIRES: room for kIndexRecordSize
-// bytes.
+// Writes an index record with `time` over its time and its reserved word, and a zero flag. Returns
+// the place after it. REQUIRES: room for kIndexRecordSize bytes.
 inline unsigned char* WriteIndexMarker(unsigned char* bytes, std::uint64_t time) {
-  StoreLittleEndian(bytes, kIndexMarker);
-  StoreLittleEndian(bytes + kMarkerSize, time);
-  bytes[kMarkerSize + sizeof(time)] = 0;
-  return bytes + kIndexRecordSize;
+  IDX_T index;
+  index.time = static_cast<IndexTime>(time);
+  index.reserved = static_cast<std::uint32_t>(time >> 32);
+  const auto record = EncodeIndexRecord(index);
+  return std::copy(record.begin(), record.end(), bytes);
 }

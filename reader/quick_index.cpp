@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "blocks/byte_cursor.h"
+#include "blocks/index_record.h"
 #include "reader/zel3_file_reader.h"
 
 namespace {
@@ -19,12 +20,6 @@ constexpr std::size_t kNotFound = ~std::size_t{0};
 
 bool IsMarkerAt(const char* bytes, std::uint32_t marker) {
   return LoadLittleEndian<std::uint32_t>(bytes) == marker;
-}
-
-IDX_T IndexBody(const char* bytes) {
-  IDX_T index;
-  std::memcpy(static_cast<void*>(&index), bytes, sizeof(index));
-  return index;
 }
 
 // The first header marker that lies whole in the bytes.
@@ -110,7 +105,7 @@ bool CZel3FileReader::ReadHeadIndex() {
   if (place < 0 || static_cast<std::size_t>(place) + kIndexRecordSize > size) return false;
   const char* const record = head.constData() + place;
   if (!IsMarkerAt(record, kIndexMarker)) return false;
-  indexer.Add_first_index(IndexBody(record + kMarkerSize));
+  indexer.Add_first_index(DecodeIndexBody(record + kMarkerSize));
   return true;
 }
 
@@ -143,7 +138,7 @@ CZel3FileReader::TailSearch CZel3FileReader::SearchStretch(FilePosition position
   std::size_t limit = searched > kMarkerSize ? searched - kMarkerSize : 0;
   while ((limit = FindLastIndexMarker(bytes.constData(), limit)) != kNotFound) {
     if (limit + kIndexRecordSize > got) continue;
-    indexer.Add_last_index(IndexBody(bytes.constData() + limit + kMarkerSize));
+    indexer.Add_last_index(DecodeIndexBody(bytes.constData() + limit + kMarkerSize));
     return TailSearch::kFound;
   }
   return TailSearch::kNotFound;

@@ -4,12 +4,14 @@
 
 #include "blocks/chunk_info.h"
 #include "blocks/commands.h"
+#include "blocks/index_record.h"
 #include "blocks/notifications.h"
 #include "blocks/stream_records.h"
 
 namespace {
 
 using testing::Each;
+using testing::ElementsAre;
 using testing::ElementsAreArray;
 
 template <class Record>
@@ -102,6 +104,15 @@ TEST(IndexRecord, HasTheBytesOfTheFile) {
   EXPECT_EQ(record.time, 0x12345678U);
   EXPECT_EQ(record.reserved, 0xDDCCBBAAU);
   EXPECT_EQ(record.indexFlag, 2U);
+}
+
+TEST(IndexRecord, IsWrittenAndReadByteForByte) {
+  const auto record = EncodeIndexRecord({0x04030201, 0x08070605, 9});
+  EXPECT_THAT(record, ElementsAre(0x05, 0xB5, 0xB5, 0xB5, 1, 2, 3, 4, 5, 6, 7, 8, 9));
+  const IDX_T index = DecodeIndexBody(record.data() + kMarkerSize);
+  EXPECT_EQ(index.time, 0x04030201U);
+  EXPECT_EQ(index.reserved, 0x08070605U);
+  EXPECT_EQ(index.indexFlag, 9);
 }
 
 TEST(Markers, AreTheBytesOfTheFile) {

@@ -127,15 +127,6 @@ INSTANTIATE_TEST_SUITE_P(
                     DamagedHeader{"WithBytesLeft", {10, 0, 5, 0, 0, 1, 1, 0, 0, 0, 0}}),
     [](const auto& instance) { return std::string(instance.param.why); });
 
-TEST(IndexRecord, IsWrittenAndReadByteForByte) {
-  const auto record = EncodeIndexRecord({0x04030201, 0x08070605, 9});
-  EXPECT_THAT(record, ElementsAre(0x05, 0xB5, 0xB5, 0xB5, 1, 2, 3, 4, 5, 6, 7, 8, 9));
-  const IDX_T index = DecodeIndexBody(record.data() + kMarkerSize);
-  EXPECT_EQ(index.time, 0x04030201u);
-  EXPECT_EQ(index.reserved, 0x08070605u);
-  EXPECT_EQ(index.indexFlag, 9);
-}
-
 TEST(DataHead, IsWrittenAndReadByteForByte) {
   const auto bytes = EncodeDataHead({0x0201, 3, 4});
   EXPECT_THAT(bytes, ElementsAre(1, 2, 3, 4));

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <new>
 
+#include "blocks/index_record.h"
 #include "parser/framing_parser.h"
 
 namespace {
