@@ -3,7 +3,7 @@
 
 #include "bench.h"
 #include "blocks/commands.h"
-#include "cache_files.h"
+#include "indexer/cache_files.h"
 #include "indexer/zel3_indexer.h"
 
 namespace {
@@ -19,7 +19,6 @@ struct ActiveFile {
           kFirstTime +
           static_cast<std::uint32_t>(std::uint64_t(i) * unsigned(duration) / unsigned(entryCount));
     }
-    store.entriesAscend = true;
     store.startTime = kFirstTime;
     store.lastIndexTime = store.endTime = kFirstTime + static_cast<unsigned>(duration);
     store.indexInterval = 1;
@@ -35,7 +34,7 @@ Work AddUpTimes(int entryCount, int duration) {
     const ActiveFile& file = Shared<ActiveFile>(entryCount, duration);
     for (auto _ : state) {
       std::uint64_t sum = 0;
-      for (const ZEL_ID3_REC& entry : file.index.files[0].id3Records) sum += entry.time;
+      for (const ZEL_ID3_REC& entry : file.index.Files()[0].id3Records) sum += entry.time;
       benchmark::DoNotOptimize(sum);
     }
   };

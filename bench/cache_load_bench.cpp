@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "bench.h"
-#include "cache_files.h"
+#include "indexer/cache_files.h"
 #include "indexer/zel3_indexer.h"
 
 namespace {
@@ -74,9 +74,9 @@ Work OpenCache(int entryCount, Headers headers) {
       auto index = std::make_unique<cZel3Indexer>();
       right = index->Open_file(path, end) && right;
       state.PauseTiming();
-      right = right && index->files.size() == 1 &&
-              index->files[0].id3Records.size() == entryCount &&
-              index->files[0].lastIndexTime == kFirstTime + static_cast<unsigned>(entryCount) - 1;
+      right = right && index->Files().size() == 1 &&
+              index->Files()[0].id3Records.size() == entryCount &&
+              index->Files()[0].lastIndexTime == kFirstTime + static_cast<unsigned>(entryCount) - 1;
       index.reset();
       state.ResumeTiming();
     }

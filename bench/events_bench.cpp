@@ -1,7 +1,7 @@
 #include <memory>
 
 #include "bench.h"
-#include "cache_files.h"
+#include "indexer/cache_files.h"
 #include "indexer/zel3_indexer.h"
 
 namespace {
@@ -15,11 +15,11 @@ void TakeIn(cZel3Indexer& index, int eventCount) {
   block.type = kEvent;
   block.length = sizeof(kText) - 1;
   IDX_T entry;
-  index.Begin_intake();
+  index.BeginIntake();
   for (int i = 0; i < eventCount; ++i) {
     if (i % 10 == 0 || i % 10 == 3 || i % 10 == 6) {
       entry.time = kFirstTime + static_cast<unsigned>(i);
-      index.scratchPos = std::uint64_t{kBytesPerEntry} * static_cast<unsigned>(i);
+      index.SetRecordPosition(std::uint64_t{kBytesPerEntry} * static_cast<unsigned>(i));
       index.Add_index(entry);
     }
     index.Add_block(block, kText, block.length);
@@ -33,8 +33,8 @@ Work CollectEvents(int eventCount) {
       auto index = std::make_unique<cZel3Indexer>();
       TakeIn(*index, eventCount);
       state.PauseTiming();
-      right = right && index->current.events.size() == eventCount / 10 * 3 &&
-              index->current.events.last().eventCount == 4;
+      right = right && index->Current().events.size() == eventCount / 10 * 3 &&
+              index->Current().events.last().eventCount == 4;
       index.reset();
       state.ResumeTiming();
     }

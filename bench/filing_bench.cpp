@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "bench.h"
-#include "cache_files.h"
+#include "indexer/cache_files.h"
 #include "indexer/zel3_indexer.h"
 
 namespace {
@@ -30,8 +30,8 @@ Work FileStores(int count, bool newestFirst) {
       auto index = std::make_unique<cZel3Indexer>();
       for (const sFile_Index_Store& store : stores) index->Add_file_index(store);
       state.PauseTiming();
-      right = right && index->files.size() == stores.size() &&
-              std::is_sorted(index->files.begin(), index->files.end(),
+      right = right && index->Files().size() == stores.size() &&
+              std::is_sorted(index->Files().begin(), index->Files().end(),
                              [](const sFile_Index_Store& one, const sFile_Index_Store& other) {
                                return one.startTime < other.startTime;
                              });

@@ -11,7 +11,7 @@
 #include "archive_host.h"
 #include "bench.h"
 #include "blocks/index_record.h"
-#include "cache_files.h"
+#include "indexer/cache_files.h"
 #include "indexer/zel3_indexer.h"
 #include "parser/framing.h"
 #include "support/temp_folder.h"
@@ -84,7 +84,7 @@ struct ArchiveFolder {
     cZel3Indexer index;
     index.cacheFolder = QString::fromStdString(empty.Path());
     index.Open_file_draft(QString::fromStdString(path));
-    const std::string id3 = index.current.id3Path.toStdString();
+    const std::string id3 = index.Current().id3Path.toStdString();
     return cacheFolder + id3.substr(empty.Path().size(), id3.size() - empty.Path().size() - 3);
   }
 

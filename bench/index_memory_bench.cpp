@@ -5,7 +5,7 @@
 #include <string>
 
 #include "bench.h"
-#include "cache_files.h"
+#include "indexer/cache_files.h"
 #include "indexer/zel3_indexer.h"
 
 namespace {
@@ -38,7 +38,8 @@ Work LoadIndex(int entryCount) {
       const bool opened = index.Open_file(path, 1);
       const double held = ProcessBytes("VmRSS:") - before;
       const double peak = ProcessBytes("VmHWM:") - before;
-      Expect(state, opened && index.files[0].id3Records.size() == entryCount, "nothing was loaded");
+      Expect(state, opened && index.Files()[0].id3Records.size() == entryCount,
+             "nothing was loaded");
       state.counters["bytes_per_entry"] = held / entryCount;
       state.counters["peak_to_final"] = peak / held;
     }

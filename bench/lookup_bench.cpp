@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "bench.h"
-#include "cache_files.h"
+#include "indexer/cache_files.h"
 #include "indexer/zel3_indexer.h"
 
 namespace {
@@ -16,7 +16,6 @@ struct FiledIndex {
       sFile_Index_Store store;
       store.fileName = QString::fromLatin1("/archives/cam%1.zel3").arg(i);
       store.id3Records = fileCount == 1 ? all : all.mid(i * entriesPerFile, entriesPerFile);
-      store.entriesAscend = true;
       store.startTime = store.id3Records.first().time;
       store.lastIndexTime = store.endTime = store.id3Records.last().time;
       index.Add_file_index(store);
@@ -30,7 +29,7 @@ struct FiledIndex {
 
   // All entries in one piece.
   const ZEL_ID3_REC* Begin() const {
-    return records.empty() ? index.files[0].id3Records.constData() : records.data();
+    return records.empty() ? index.Files()[0].id3Records.constData() : records.data();
   }
 
   int entryCount;

@@ -82,7 +82,7 @@ SeekExplanation Explain(const SourceFacts& source, const std::vector<ListedArchi
   for (const std::string& path : source.Archives()) {
     cZel3Indexer index;
     if (!OpenCache(path, source.Indexes().folder, &index)) continue;
-    if (!HoldsEntry(index.files[0], *listed, found)) continue;
+    if (!HoldsEntry(index.Files()[0], *listed, found)) continue;
     explanation.file = path;
     Locate(index, found.entryNumber, &explanation);
     break;

@@ -51,6 +51,14 @@ bool SameEvents(const QList<EVT_FILE_DATA_T>& loaded, const std::vector<PlainGro
   return true;
 }
 
+// What loading has seen of the order is what looking at the whole store gives.
+void CompareOrder(const FiledStore& filed) {
+  const StoreOrder order = OrderOf(filed);
+  FUZZ_REQUIRE(filed.order.entriesAscend == order.entriesAscend);
+  FUZZ_REQUIRE(filed.order.headersAscend == order.headersAscend);
+  FUZZ_REQUIRE(filed.order.cutsAscend == order.cutsAscend);
+}
+
 void CompareLookups(cZel3Indexer& index, const PlainEntries& entries) {
   PlainTimeIndex plain;
   plain.File({"cam", entries.start, entries.end, false, entries.times});
@@ -69,11 +77,11 @@ void CompareLookups(cZel3Indexer& index, const PlainEntries& entries) {
 void AskForBytes(const cZel3Indexer& index, std::uint32_t entry) {
   std::uint64_t start = 0;
   std::uint64_t end = 0;
-  const bool exists =
-      !index.files.empty() && entry < static_cast<std::uint32_t>(index.files[0].id3Records.size());
+  const bool exists = !index.Files().empty() &&
+                      entry < static_cast<std::uint32_t>(index.Files()[0].id3Records.size());
   FUZZ_REQUIRE(index.Index_pos_from_IndexId(MakeIndexId(0, entry), &start, &end) == exists);
   if (!exists) return;
-  const sFile_Index_Store& store = index.files[0];
+  const sFile_Index_Store& store = index.Files()[0];
   const std::uint64_t position = store.id3Records.at(static_cast<int>(entry)).offsetLow;
   std::uint64_t plainStart = 0;
   std::uint64_t plainEnd = 0;
@@ -92,7 +100,7 @@ void AskForBytes(const cZel3Indexer& index, std::uint32_t entry) {
 }
 
 void CompareAfterSaving(cZel3Indexer& index, const std::string& archive, bool withHeaders) {
-  const sFile_Index_Store before = index.current;
+  const sFile_Index_Store before = index.Current();
   index.Save_files();
   cZel3Indexer again;
   // A file of one group with one empty text is written, but too small to be read.
@@ -101,14 +109,14 @@ void CompareAfterSaving(cZel3Indexer& index, const std::string& archive, bool wi
       !before.id3Records.isEmpty() || !before.headerPositions.isEmpty() || eventsAreRead;
   FUZZ_REQUIRE(again.Open_file(Path(archive), kEndPosition) == anything);
   if (!anything) return;
-  FUZZ_REQUIRE(again.current.headerPositions == before.headerPositions);
-  FUZZ_REQUIRE(again.current.id3Records.size() == before.id3Records.size());
+  FUZZ_REQUIRE(again.Current().headerPositions == before.headerPositions);
+  FUZZ_REQUIRE(again.Current().id3Records.size() == before.id3Records.size());
   // A missing .hdr file stands for a header at the start, which makes a cut only beside entries;
   // the saved one always does.
   if (withHeaders || !before.id3Records.isEmpty())
-    FUZZ_REQUIRE(again.current.blockPositions == before.blockPositions);
-  FUZZ_REQUIRE(again.current.startTime == before.startTime);
-  FUZZ_REQUIRE(again.current.endTime == before.endTime);
+    FUZZ_REQUIRE(again.Current().blockPositions == before.blockPositions);
+  FUZZ_REQUIRE(again.Current().startTime == before.startTime);
+  FUZZ_REQUIRE(again.Current().endTime == before.endTime);
 }
 
 }  // namespace
@@ -139,12 +147,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
 
   cZel3Indexer index;
   FUZZ_REQUIRE(index.Open_file(Path(place.archive), kEndPosition) == anything);
-  FUZZ_REQUIRE(static_cast<std::size_t>(index.current.id3Records.size()) == entries.times.size());
-  FUZZ_REQUIRE(index.current.startTime == entries.start);
-  FUZZ_REQUIRE(index.current.endTime == entries.end);
-  FUZZ_REQUIRE(index.current.indexInterval == entries.interval);
-  FUZZ_REQUIRE(Plain(index.current.blockPositions) == entries.cuts);
-  FUZZ_REQUIRE(SameEvents(index.current.events, events));
+  FUZZ_REQUIRE(static_cast<std::size_t>(index.Current().id3Records.size()) == entries.times.size());
+  FUZZ_REQUIRE(index.Current().startTime == entries.start);
+  FUZZ_REQUIRE(index.Current().endTime == entries.end);
+  FUZZ_REQUIRE(index.Current().indexInterval == entries.interval);
+  FUZZ_REQUIRE(Plain(index.Current().blockPositions) == entries.cuts);
+  FUZZ_REQUIRE(SameEvents(index.Current().events, events));
+  if (anything) CompareOrder(index.Files()[0]);
   if (anything) CompareLookups(index, entries);
   for (std::uint32_t entry = 0; entry < 10; ++entry) AskForBytes(index, entry);
   if ((choices & 2) != 0) CompareAfterSaving(index, place.archive, withHeaders);

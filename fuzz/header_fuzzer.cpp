@@ -34,6 +34,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   // A copy of the exact size: reading beyond it is noticed.
   const Bytes body(bytes, bytes + size);
   index.Add_tmp_header(reinterpret_cast<const char*>(body.data()), body.size());
-  FUZZ_REQUIRE(index.current.streamMap == PlainWalk(body));
+  FUZZ_REQUIRE(index.Current().streamMap == PlainWalk(body));
   return 0;
 }

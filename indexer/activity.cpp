@@ -37,10 +37,10 @@ const TActivityPair* PairOf(const ZEL_ID3_REC& entry, std::int32_t streamId) {
 }
 
 // How many entries at the start of a file may lie at or before a time; the others do not.
-int EntriesUntil(const sFile_Index_Store& store, ArchiveTime time) {
+int EntriesUntil(const FiledStore& store, ArchiveTime time) {
   const ZEL_ID3_REC* const first = store.id3Records.constData();
   const ZEL_ID3_REC* const end = first + store.id3Records.size();
-  if (!store.entriesAscend) return store.id3Records.size();
+  if (!store.order.entriesAscend) return store.id3Records.size();
   const auto isBefore = [](std::uint64_t indexTime, const ZEL_ID3_REC& entry) {
     return indexTime < entry.time;
   };
@@ -112,7 +112,7 @@ IndexTimes TimesFromBinToBin(IndexTime indexTime, std::uint64_t distance, std::u
 }
 
 // Raises the level of each bin to that of the entries that lie in it. True when there are any.
-bool RaiseLevels(const sFile_Index_Store& store, Range range, std::uint8_t* levels) {
+bool RaiseLevels(const FiledStore& store, Range range, std::uint8_t* levels) {
   const ZEL_ID3_REC* const entries = store.id3Records.constData();
   const BinScale scale = range.Scale();
   Bin bin;
@@ -146,7 +146,7 @@ bool RaiseLevels(const sFile_Index_Store& store, Range range, std::uint8_t* leve
 // Collects what the entries paint, each from its time on for as long as entries are apart. True
 // when one of them carries activity. `low`: the bin in which the last stroke begins, from file to
 // file.
-bool CollectStrokes(const sFile_Index_Store& store, Range range, std::uint64_t* low,
+bool CollectStrokes(const FiledStore& store, Range range, std::uint64_t* low,
                     std::vector<Stroke>* strokes) {
   const ZEL_ID3_REC* const entries = store.id3Records.constData();
   const std::uint64_t step = ToArchiveTime(store.indexInterval);
@@ -199,6 +199,7 @@ bool cZel3Indexer::Fill_activity(const TZEL3ActivityRequest& request, TActivityG
   if (request.binCount <= 0 || request.from == request.to) return false;
 
   const Range range(request);
+  const StoreList::Stores& files = stores.Files();
   std::uint8_t* const levels = gist->Levels();
   bool found = false;
   if (!range.IsFine()) {

@@ -23,7 +23,7 @@ std::size_t ArchiveStream::Read(const PlainFile& file, unsigned char* bytes, std
 }
 
 std::size_t ArchiveStream::PassOver(const PlainFile& file, unsigned char* bytes, std::size_t size) {
-  const std::uint64_t end = std::min(mNextPlace, file.SizeNow());
+  const FilePosition end = std::min(mNextPlace, file.SizeNow());
   if (end <= mPosition) return 0;
   const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(size, end - mPosition));
   std::memset(bytes, 0, count);
@@ -56,13 +56,13 @@ std::size_t ArchiveStream::TryToRead(const PlainFile& file, unsigned char* bytes
 }
 
 // Steps go from page to page, so that a failure in the middle of one skips nothing of the next.
-std::uint64_t ArchiveStream::PlaceAfter(FilePosition position, std::uint64_t size,
-                                        std::uint64_t* step) {
-  const std::uint64_t page = position - position % kPage;
-  const std::uint64_t lastBytes = size - std::min(size, kPage);
-  const std::uint64_t lastPages = lastBytes - lastBytes % kPage;
+FilePosition ArchiveStream::PlaceAfter(FilePosition position, std::uint64_t size,
+                                       std::uint64_t* step) {
+  const FilePosition page = position - position % kPage;
+  const FilePosition lastBytes = size - std::min(size, kPage);
+  const FilePosition lastPages = lastBytes - lastBytes % kPage;
   if (page >= lastPages) return page + kPage;
-  const std::uint64_t next = std::min(page + *step, lastPages);
+  const FilePosition next = std::min(page + *step, lastPages);
   *step = std::min(2 * *step, kLongestStep);
   return next;
 }
@@ -79,9 +79,9 @@ void ArchiveStream::Note(const Stretch& skipped) {
 bool ArchiveStream::CanBeReadNow(const PlainFile& file) const {
   const std::uint64_t size = file.SizeNow();
   for (std::size_t i = 0; i < mSkippedCount; ++i) {
-    const std::uint64_t end = std::min(mSkipped[i].to, size);
+    const FilePosition end = std::min(mSkipped[i].to, size);
     std::uint64_t step = kPage;
-    for (std::uint64_t place = mSkipped[i].from; place < end;
+    for (FilePosition place = mSkipped[i].from; place < end;
          place = PlaceAfter(place, size, &step)) {
       unsigned char byte = 0;
       bool failed = false;

@@ -34,26 +34,26 @@ class ArchiveStream {
  private:
   // What has been passed over, from a place where reading failed on.
   struct Stretch {
-    ArchiveTime from;
-    ArchiveTime to;
+    FilePosition from;
+    FilePosition to;
   };
 
   static constexpr std::uint64_t kPage = 4096;
 
   // The place to try after a failure at `position` of a file of `size` bytes; makes the step
   // longer.
-  static std::uint64_t PlaceAfter(FilePosition position, std::uint64_t size, std::uint64_t* step);
+  static FilePosition PlaceAfter(FilePosition position, std::uint64_t size, std::uint64_t* step);
   // These two give the number of bytes; 0 at the end of the file.
   std::size_t PassOver(const PlainFile& file, unsigned char* bytes, std::size_t size);
   std::size_t TryToRead(const PlainFile& file, unsigned char* bytes, std::size_t size);
   void Note(const Stretch& skipped);
 
-  FilePosition mPosition = 0;    // of the next byte
-  std::uint64_t mNextPlace = 0;  // nothing before it is tried
-  std::uint64_t mStep = kPage;   // how far the next failure skips
-  bool mInDoubt = false;         // the last read has failed, perhaps after some bytes
-  std::uint64_t mReadUpTo = 0;   // the end of the bytes that were read
-  std::uint64_t mFailedAt = 0;   // the last place that failed, if any did
+  FilePosition mPosition = 0;   // of the next byte
+  FilePosition mNextPlace = 0;  // nothing before it is tried
+  std::uint64_t mStep = kPage;  // how far the next failure skips
+  bool mInDoubt = false;        // the last read has failed, perhaps after some bytes
+  FilePosition mReadUpTo = 0;   // the end of the bytes that were read
+  FilePosition mFailedAt = 0;   // the last place that failed, if any did
   std::uint64_t mPassedOver = 0;
   // In the order of the file; without room for one more the last one grows to cover it.
   std::array<Stretch, 64> mSkipped;

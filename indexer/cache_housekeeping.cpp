@@ -54,3 +54,18 @@ void CacheHousekeeping::PutOldestLast() {
       [](const ListedFile& one, const ListedFile& other) { return other.modified < one.modified; });
   mSorted = true;
 }
+
+void CacheTrimmer::EndScan() {
+  mScanning = false;
+  mListed.reset();
+}
+
+void CacheTrimmer::Trim(const QString& folder) {
+  if (!mScanning) {
+    CacheHousekeeping(folder).Trim();
+    return;
+  }
+  if (mListed == nullptr || mListed->Folder() != folder)
+    mListed = std::make_unique<CacheHousekeeping>(folder);
+  mListed->Trim();
+}

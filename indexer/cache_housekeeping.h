@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -41,4 +42,18 @@ class CacheHousekeeping {
   bool mSorted = false;  // the oldest file is the last of mFiles
   std::int64_t mTotal = 0;
   std::int64_t mLimit = 0;
+};
+
+// Trims cache folders. During a scan the files of a folder are listed once, not for every archive:
+// nobody else works in it meanwhile.
+class CacheTrimmer {
+ public:
+  void BeginScan() { mScanning = true; }
+  void EndScan();
+  // Throws std::bad_alloc.
+  void Trim(const QString& folder);
+
+ private:
+  bool mScanning = false;
+  std::unique_ptr<CacheHousekeeping> mListed;  // the folder trimmed last in this scan
 };

@@ -29,30 +29,20 @@ void cZel3Indexer::Check_ID3_cache_folder() {
     if (cacheFolderRefused) return;
     folder = *shared;
   }
-  if (!scanning) {
-    CacheHousekeeping(folder).Trim();
-  } else {
-    if (housekeeping == nullptr || housekeeping->Folder() != folder)
-      housekeeping = std::make_unique<CacheHousekeeping>(folder);
-    housekeeping->Trim();
-  }
+  trimmer.Trim(folder);
   cacheFolder = folder + QLatin1Char('/');
-}
-
-void cZel3Indexer::Begin_scan() {
-  scanning = true;
-}
-
-void cZel3Indexer::End_scan() {
-  scanning = false;
-  housekeeping.reset();
 }
 
 QString cZel3Indexer::Make_cached_index_file_names(const QString& path) {
   const CacheNames names(path, cacheFolder);
-  hdrFileName = names.headers;
-  id3FileName = names.entries;
-  evtFileName = names.events;
-  namesRefused = cacheFolderRefused && names.name.startsWith(cacheFolder);
+  cache.Name(path, names, cacheFolderRefused && names.name.startsWith(cacheFolder));
   return names.name;
+}
+
+void cZel3Indexer::BeginScan() {
+  trimmer.BeginScan();
+}
+
+void cZel3Indexer::EndScan() {
+  trimmer.EndScan();
 }

@@ -1,4 +1,7 @@
+#include "indexer/entries_file.h"
+#include "indexer/events_file.h"
 #include "indexer/header_cuts.h"
+#include "indexer/headers_file.h"
 #include "indexer/zel3_indexer.h"
 
 namespace {
@@ -19,70 +22,65 @@ class ExchangedFolder {
 }  // namespace
 
 bool cZel3Indexer::Open_file(const QString& path, FilePosition endPosition) {
-  scratchPos = 0;
-  pendingId3RecValid = false;
-  Make_current(path);
-  if (namesRefused || !id3File.Open(id3FileName, PlainFile::Mode::kRead) ||
-      !evtFile.Open(evtFileName, PlainFile::Mode::kRead)) {
-    return false;
-  }
-  const bool headersOpen = hdrFile.Open(hdrFileName, PlainFile::Mode::kRead);
+  intake.Reset();
+  MakeCurrent(path);
+  if (!cache.OpenForLoading()) return false;
 
   // Each is loaded, whatever the others gave; any one of them makes the cache count. The headers
   // come first, because the entries are cut by them while they are loaded.
+  EntryOrder entryOrder;
+  const bool headersOpen = cache.hdrFile.IsOpen();
   const bool headersLoaded = headersOpen ? Load_HDR() : Set_empty_HDR();
-  const bool recordsLoaded = Load_ID3();
+  const bool entriesLoaded = Load_ID3(&entryOrder);
   const bool eventsLoaded = Load_EVT();
-  if (!recordsLoaded && !eventsLoaded && !headersLoaded) return false;
-  if (!recordsLoaded && headersOpen)
-    InsertHeaderCuts(current.headerPositions, &current.blockPositions);
+  if (!entriesLoaded && !eventsLoaded && !headersLoaded) return false;
 
-  current.partial = false;
-  const QVector<quint64>& cuts = current.blockPositions;
-  current.cutsAscend = current.cutsAscend && (cuts.isEmpty() || cuts.last() <= endPosition);
+  sFile_Index_Store& current = intake.current;
+  if (!entriesLoaded && headersOpen)
+    InsertHeaderCuts(current.headerPositions, &current.blockPositions);
   current.blockPositions.append(endPosition);
-  Add_file_index(current);
+  current.partial = false;
+  stores.File(current, entriesLoaded ? OrderOfLoaded(current, entryOrder) : OrderOf(current));
   return true;
 }
 
 bool cZel3Indexer::Open_file_draft(const QString& path) {
-  Make_current(path);
-  current.partial = true;
+  intake.ResetForDraft();
+  MakeCurrent(path);
+  intake.current.partial = true;
   return false;
 }
 
-void cZel3Indexer::Make_current(const QString& path) {
-  CloseCacheFiles();
-  claim.Release();
-  // Assigning empty containers spares the stores in `files` that share the old ones a copy.
-  current.headerPositions = QVector<quint64>();
-  current.id3Records = QVector<ZEL_ID3_REC>();
-  current.events = QList<EVT_FILE_DATA_T>();
-  groupPlaces.clear();
-  current.streamMap = StreamMap{};
-  current.indexInterval = 0;
-  current.startTime = sFile_Index_Store::kNoStartTime;
-  current.endTime = 0;
-  current.blockPositions = QVector<quint64>();
-  current.entriesAscend = current.headersAscend = current.cutsAscend = false;
-  // Data that comes before the first index point of a run is keyed on zeros.
-  pendingId3Rec = ZEL_ID3_REC();
-
-  currentFilePath = path;
-  current.fileName = path;
+void cZel3Indexer::MakeCurrent(const QString& path) {
+  cache.Close();
+  cache.claim.Release();
   NameCacheFiles(path);
-  current.id3Path = id3FileName;
+  intake.current.fileName = path;
+  intake.current.id3Path = cache.id3FileName;
 }
 
 void cZel3Indexer::NameCacheFiles(const QString& path) {
-  const ExchangedFolder exchanged(cacheFolder, IsDetoured(path) ? detour.cacheFolder : cacheFolder);
+  QString& folder = cache.IsDetoured(path) ? cache.detour.cacheFolder : cacheFolder;
+  const ExchangedFolder exchanged(cacheFolder, folder);
   Check_videodata_folder(path);
   Check_ID3_cache_folder();
   Make_cached_index_file_names(path);
 }
 
-void cZel3Indexer::CloseCacheFiles() {
-  hdrFile.Close();
-  id3File.Close();
-  evtFile.Close();
+bool cZel3Indexer::Load_ID3(EntryOrder* order) {
+  return LoadEntries(cache.id3File, &intake.current, order);
+}
+
+bool cZel3Indexer::Load_EVT() {
+  return LoadEvents(cache.evtFile, &intake.current.events);
+}
+
+bool cZel3Indexer::Load_HDR() {
+  return LoadHeaderPositions(cache.hdrFile, &intake.current.headerPositions);
+}
+
+// Without a .hdr file the file's start counts as a header.
+bool cZel3Indexer::Set_empty_HDR() {
+  intake.current.headerPositions = QVector<quint64>(1, 0);
+  return true;
 }

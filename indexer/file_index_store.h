@@ -21,9 +21,9 @@ struct ZEL_ID3_REC {
   std::uint8_t flags = 0;          // kEntryFlag or 0
   std::uint8_t activityCount = 0;  // pairs in use
   std::uint16_t offsetHigh = 0;    // bits 32-47 of the file position
-  IndexTime time = 0;              // index time
-  std::uint32_t offsetLow = 0;     // bits 0-31 of the file position
-  TActivityPair activity[6];       // unused pairs are zero
+  IndexTime time = 0;
+  std::uint32_t offsetLow = 0;  // bits 0-31 of the file position
+  TActivityPair activity[6];    // unused pairs are zero
 };
 static_assert(sizeof(ZEL_ID3_REC) == 24 && offsetof(ZEL_ID3_REC, offsetHigh) == 2);
 static_assert(offsetof(ZEL_ID3_REC, time) == 4 && offsetof(ZEL_ID3_REC, offsetLow) == 8);
@@ -41,7 +41,7 @@ struct EVT_FILE_EVENT_T {
 
 // The events of one index entry; time and offsetLow together are its key.
 struct EVT_FILE_DATA_T {
-  IndexTime time = 0;  // index time
+  IndexTime time = 0;
   std::uint32_t offsetLow = 0;
   std::uint8_t eventCount = 0;  // wraps after 255, whatever `events` holds
   QList<EVT_FILE_EVENT_T> events;
@@ -54,8 +54,7 @@ inline void AddStream(StreamMap& map, std::uint8_t streamId) {
   map[streamId >> 3] = static_cast<std::uint8_t>(map[streamId >> 3] | 1 << (streamId & 7));
 }
 
-// Everything known about one archive file. Times are index times, positions are bytes from the
-// file's start.
+// Everything known about one archive file. Positions are FilePositions.
 struct sFile_Index_Store {
   QString fileName;  // full path; the identity of the store
   QString id3Path;   // full path of its .id3 cache file
@@ -71,10 +70,6 @@ struct sFile_Index_Store {
   QVector<quint64> blockPositions;
   // Only head and tail of the file are known, or nothing yet.
   bool partial = false;
-  // Known to ascend, so that they may be searched by halves; else they are walked through.
-  bool entriesAscend = false;  // the times of id3Records
-  bool headersAscend = false;  // headerPositions
-  bool cutsAscend = false;     // blockPositions
 
-  static constexpr std::uint32_t kNoStartTime = 0xFFFFFFFF;
+  static constexpr IndexTime kNoStartTime = 0xFFFFFFFF;
 };

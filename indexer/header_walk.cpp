@@ -35,7 +35,7 @@ void cZel3Indexer::Add_tmp_header(const char* header, std::size_t size) {
   while (headerLength > 0 && cursor < static_cast<std::size_t>(headerLength)) {
     const std::uint8_t streamId = body.At(cursor + 1);
     const std::uint8_t streamActive = body.At(cursor + 2);
-    if (streamActive != 0) AddStream(current.streamMap, streamId);
+    if (streamActive != 0) AddStream(intake.current.streamMap, streamId);
     const std::size_t text1 = cursor + 3;
     const std::size_t text2 = body.NulFrom(text1) + 1;
     const std::size_t text3 = body.NulFrom(text2) + 1;

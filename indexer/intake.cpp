@@ -1,4 +1,7 @@
+#include "indexer/intake.h"
+
 #include <algorithm>
+#include <utility>
 
 #include "indexer/zel3_indexer.h"
 
@@ -24,53 +27,77 @@ quint64 KeyOf(const EVT_FILE_DATA_T& group) {
 
 }  // namespace
 
-void cZel3Indexer::Begin_intake() {
-  current.headerPositions = QVector<quint64>();
-  current.id3Records = QVector<ZEL_ID3_REC>();
-  current.events.clear();
+void Intake::ResetForDraft() {
+  sFile_Index_Store empty;
+  empty.fileName = current.fileName;
+  empty.id3Path = current.id3Path;
+  empty.lastIndexTime = current.lastIndexTime;
+  empty.partial = current.partial;
+  current = std::move(empty);
   groupPlaces.clear();
-  current.blockPositions = QVector<quint64>();
-  current.entriesAscend = current.headersAscend = current.cutsAscend = false;
-  current.streamMap = StreamMap{};
-  scratchPos = 0;
+  // Data that comes before the first index point of a run is keyed on zeros.
   pendingId3Rec = ZEL_ID3_REC();
+}
+
+void Intake::Reset() {
+  ResetForDraft();
+  scratchPos = 0;
   pendingId3RecValid = false;
 }
 
+void Intake::AppendPending() {
+  if (!pendingId3RecValid) return;
+  current.id3Records.append(pendingId3Rec);
+  current.startTime = std::min(current.startTime, pendingId3Rec.time);
+  current.endTime = std::max(current.endTime, pendingId3Rec.time);
+  pendingId3RecValid = false;
+}
+
+void cZel3Indexer::BeginIntake() {
+  intake.Reset();
+}
+
+void cZel3Indexer::SetRecordPosition(FilePosition position) {
+  intake.scratchPos = position;
+}
+
 void cZel3Indexer::Add_header(const HDR_T& header) {
-  current.headerPositions.append(scratchPos);
-  current.blockPositions.append(scratchPos);
+  sFile_Index_Store& current = intake.current;
+  current.headerPositions.append(intake.scratchPos);
+  current.blockPositions.append(intake.scratchPos);
   for (const STREAM_T& stream : header.streams) {
     if (stream.streamActive != 0) AddStream(current.streamMap, stream.streamId);
   }
 }
 
 void cZel3Indexer::Add_index(const IDX_T& index) {
+  sFile_Index_Store& current = intake.current;
+  ZEL_ID3_REC& pending = intake.pendingId3Rec;
   current.partial = false;
-  if (pendingId3RecValid) {
-    current.id3Records.append(pendingId3Rec);
-    const IndexTime time = pendingId3Rec.time;
-    if (current.startTime > time) current.startTime = time;
+  if (intake.pendingId3RecValid) {
+    current.id3Records.append(pending);
+    if (current.startTime > pending.time) current.startTime = pending.time;
     // The end moves to the newest index point, not to the one appended.
-    if (current.endTime < time) current.endTime = index.time;
+    if (current.endTime < pending.time) current.endTime = index.time;
   } else {
     current.startTime = index.time;
     current.endTime = index.time;
   }
-  pendingId3Rec = ZEL_ID3_REC();
-  pendingId3RecValid = true;
-  current.blockPositions.append(scratchPos);
-  pendingId3Rec.offsetLow = static_cast<std::uint32_t>(scratchPos);
-  pendingId3Rec.offsetHigh = static_cast<std::uint16_t>(scratchPos >> 32);
-  pendingId3Rec.time = index.time;
-  if (index.indexFlag != 0) pendingId3Rec.flags = kEntryFlag;
+  pending = ZEL_ID3_REC();
+  intake.pendingId3RecValid = true;
+  current.blockPositions.append(intake.scratchPos);
+  pending.offsetLow = static_cast<std::uint32_t>(intake.scratchPos);
+  pending.offsetHigh = static_cast<std::uint16_t>(intake.scratchPos >> 32);
+  pending.time = index.time;
+  if (index.indexFlag != 0) pending.flags = kEntryFlag;
 }
 
 void cZel3Indexer::Add_block(const DATA_T& block, const unsigned char* payload,
                              std::size_t payloadSize) {
   // Both count for the pending entry, whether or not there is one yet.
+  ZEL_ID3_REC& pending = intake.pendingId3Rec;
   const int level = block.flags & kActivityMask;
-  if (level != 0) AddActivity(pendingId3Rec, block.type, static_cast<std::uint8_t>(2 * level));
+  if (level != 0) AddActivity(pending, block.type, static_cast<std::uint8_t>(2 * level));
   if (!IsEventType(block.type)) return;
 
   const std::size_t length = std::min<std::size_t>(block.length, payloadSize);
@@ -78,30 +105,36 @@ void cZel3Indexer::Add_block(const DATA_T& block, const unsigned char* payload,
   event.eventType = block.type;
   event.text.assign(reinterpret_cast<const char*>(payload), length);
   EVT_FILE_DATA_T group;
-  group.time = pendingId3Rec.time;
-  group.offsetLow = pendingId3Rec.offsetLow;
+  group.time = pending.time;
+  group.offsetLow = pending.offsetLow;
   group.eventCount = 1;
   group.events.append(event);
   Update_current_index_events(group);
 }
 
 void cZel3Indexer::Update_current_index_events(const EVT_FILE_DATA_T& group) {
-  // A place that found no memory is missing.
-  if (groupPlaces.size() != current.events.size()) {
-    groupPlaces.clear();
-    for (int place = 0; place < current.events.size(); ++place)
-      groupPlaces.insert(KeyOf(current.events.at(place)), place);
+  QList<EVT_FILE_DATA_T>& groups = intake.current.events;
+  QMultiMap<quint64, int>& places = intake.groupPlaces;
+  // A place that found no memory is missing, and loaded groups have none yet.
+  if (places.size() != groups.size()) {
+    places.clear();
+    for (int place = 0; place < groups.size(); ++place)
+      places.insert(KeyOf(groups.at(place)), place);
   }
   const quint64 key = KeyOf(group);
-  auto place = groupPlaces.constFind(key);
-  if (place != groupPlaces.constEnd()) {
-    for (; place != groupPlaces.constEnd() && place.key() == key; ++place) {
-      EVT_FILE_DATA_T& other = current.events[*place];
+  auto place = places.constFind(key);
+  if (place != places.constEnd()) {
+    for (; place != places.constEnd() && place.key() == key; ++place) {
+      EVT_FILE_DATA_T& other = groups[*place];
       other.events.append(group.events.first());
       ++other.eventCount;
     }
     return;
   }
-  current.events.append(group);
-  groupPlaces.insert(key, current.events.size() - 1);
+  groups.append(group);
+  places.insert(key, groups.size() - 1);
+}
+
+void cZel3Indexer::CloseLastStretch(FilePosition endPosition) {
+  intake.current.blockPositions.append(endPosition);
 }

@@ -1,29 +1,26 @@
 #pragma once
 
-#include <QHash>
-#include <QMap>
 #include <QString>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
-#include <memory>
-#include <vector>
 
 #include "blocks/chunk_info.h"
 #include "blocks/commands.h"
 #include "blocks/notifications.h"
 #include "blocks/stream_records.h"
 #include "blocks/units.h"
-#include "indexer/cache_claim.h"
+#include "indexer/cache_files.h"
 #include "indexer/cache_housekeeping.h"
 #include "indexer/file_index_store.h"
+#include "indexer/intake.h"
 #include "indexer/plain_file.h"
+#include "indexer/store_list.h"
 
 // The time index of a recorded archive: one store per archive file, and the cache files that keep
 // them.
 //
-// Used by one reader on one thread. Times are index times (u32) inside stores and archive times
-// (u64) in lookups. Nothing is reported: an operation that fails returns false or 0.
+// Used by one reader on one thread. Times are index times inside stores and archive times in
+// lookups. Nothing is reported: an operation that fails returns false or 0.
 class cZel3Indexer {
  public:
   cZel3Indexer() = default;
@@ -31,30 +28,34 @@ class cZel3Indexer {
   cZel3Indexer& operator=(const cZel3Indexer&) = delete;
   virtual ~cZel3Indexer();
 
-  // The archive's files (stores.cpp, header_walk.cpp).
+  // The archive's files (stores.cpp, header_walk.cpp; the list itself: store_list.h).
 
+  // By start time; filed by Add_file_index and by what says so below.
+  const StoreList::Stores& Files() const { return stores.Files(); }
+  // The file being opened or collected. It reaches Files() as a copy only.
+  const sFile_Index_Store& Current() const { return intake.current; }
   // Something can be answered: the reader has opened its source and at least one store is filed.
   bool Is_ready() const;
-  // Marks the streams that a raw archive header declares active in `current`. `header` is the
-  // header's body; bytes beyond `size` count as zero.
+  // Marks the streams that a raw archive header declares active in the current store. `header` is
+  // the header's body; bytes beyond `size` count as zero.
   void Add_tmp_header(const char* header, std::size_t size);
-  // Copies the stream set of a store into 32 bytes. REQUIRES: fileNumber < files.size().
+  // Copies the stream set of a store into 32 bytes. REQUIRES: fileNumber < Files().size().
   void FillFileStreamMap(std::uint32_t fileNumber, std::uint8_t* map) const;
-  // Put a bare entry at the front or the end of `current`, where it marks how far the file's time
-  // range reaches, and file `current`. Each does so by itself: between the two calls a file is
-  // listed with its head only.
+  // Put a bare entry at the front or the end of the current store, where it marks how far the
+  // file's time range reaches, and file that store. Each does so by itself: between the two calls a
+  // file is listed with its head only.
   void Add_first_index(const IDX_T& index);
   void Add_last_index(const IDX_T& index);
   // Files a copy of `store`: in place of a store of the same file name that is met on the way, else
-  // by start time.
+  // by start time. Throws std::bad_alloc.
   void Add_file_index(const sFile_Index_Store& store);
 
-  // Lookups (time_lookup.cpp). They find what a walk from front to back finds, also where times do
-  // not ascend.
+  // Lookups (time_lookup.cpp; which file holds a time: file_spans.h). They find what a walk from
+  // front to back finds, also where times do not ascend.
 
   // The entry that a request for archive time `time` means. kAtOrBefore: the entry at or before it;
   // kNeighbour: the one after that, or before it when not `forward`; any other type finds nothing.
-  // Of equal times the last entry is found.
+  // Among equal times the last entry wins.
   // In a gap between files it is the first entry of the next file; kNeighbour backward gives entry
   // 0 of the first file that ends before the gap, with the time of that file's last entry. In a
   // file of one entry kNeighbour backward gives entry number 0xFFFFFFFF with that entry's time.
@@ -63,13 +64,13 @@ class cZel3Indexer {
   bool IndexInfoFromTime(ArchiveTime time, std::uint32_t type, bool forward, TZEL3ChunkInfo* info);
   // The bytes [start, end) of an entry; both 0 when the entry lies in no stretch. False, with
   // nothing written, when there is no such entry or `end` is null.
-  bool Index_pos_from_IndexId(IndexId indexId, std::uint64_t* start, std::uint64_t* end) const;
+  bool Index_pos_from_IndexId(IndexId indexId, FilePosition* start, FilePosition* end) const;
   // The position of the last header that stands before an entry and below 4 GiB; 0 when there is
   // none.
-  std::uint64_t Header_pos_for_index(IndexId indexId) const;
+  FilePosition Header_pos_for_index(IndexId indexId) const;
   // Moves `pos` to the start of the stretch of the file that holds it and returns the stretch's
   // end; 0 and 0 when there is none.
-  std::uint64_t Get_read_size(std::uint32_t fileNumber, std::uint64_t* pos) const;
+  FilePosition Get_read_size(std::uint32_t fileNumber, FilePosition* pos) const;
 
   // Events and activity (events.cpp, activity.cpp).
 
@@ -82,134 +83,75 @@ class cZel3Indexer {
   // there are any. Throws nothing: the list ends where memory does.
   bool Put_events_to_vector(QList<TEventListEntry>* list) const;
 
-  // Record intake of an indexing run (intake.cpp). scratchPos holds the position of the record at
-  // hand.
+  // What an indexing run collects into the current store (intake.cpp). The last three throw
+  // std::bad_alloc.
 
-  // Empties what a run collects into.
-  void Begin_intake();
+  // Empties it.
+  void BeginIntake();
+  // Where the next header or index record stands; one without a position stands where the one
+  // before it does.
+  void SetRecordPosition(FilePosition position);
   void Add_header(const HDR_T& header);
   void Add_index(const IDX_T& index);
   // `payload` holds `payloadSize` bytes; a block whose length says more is taken as far as they go.
   void Add_block(const DATA_T& block, const unsigned char* payload, std::size_t payloadSize);
+  // The end of the file's last stretch.
+  void CloseLastStretch(FilePosition endPosition);
 
-  // Cache files (cache_open.cpp, cache_load.cpp, cache_save.cpp).
+  // Cache files (cache_open.cpp, cache_save.cpp; where they lie: cache_location.cpp; what they
+  // hold: entries_file.h, headers_file.h, events_file.h).
 
   // Between the two calls files are only opened, and nobody else works in the cache folder: it is
   // listed once, not for every file.
-  void Begin_scan();
-  void End_scan();
+  void BeginScan();
+  void EndScan();
   // Makes the archive file at `path` current and loads its index from the cache. `endPosition`
   // closes its last stretch. True when the cache gave an index, which is then filed. When false the
-  // file is current all the same, and an indexing run may follow.
+  // file is still the current one, and an indexing run may follow. Throws std::bad_alloc.
   bool Open_file(const QString& path, FilePosition endPosition);
   // Makes the file current without looking at its cache. Always false.
   bool Open_file_draft(const QString& path);
   // Claims the current cache files for a run: they are made anew, empty. Where that is refused,
   // those in the cache folder of the temporary folder are claimed instead, and that folder stays
   // `cacheFolder`; where it is refused because another run is at work on the files, that folder
-  // serves the current archive only, until End_run. What the run holds already stays as it is.
+  // serves the current archive only, until EndRun. What the run holds already stays as it is.
   // False when both places refuse.
   bool Reopen_for_write();
-  // Writes `current` to its cache files and lets go of them. The cache becomes valid in one step at
-  // the very end, so that a crash or a full disk leaves none rather than half of one.
+  // Writes the current store to its cache files and lets go of them. The cache becomes valid in one
+  // step at the very end, so that a crash or a full disk leaves none rather than half of one.
   void Save_files();
   // The run has ended, or has not begun: lets go of what Reopen_for_write has claimed.
-  void End_run();
+  void EndRun();
 
-  // State that the reader shares. `current` is the store being opened or collected; it reaches
-  // `files` only as a copy, through Add_file_index.
   // Folder of the cache files; empty: beside the archive. As the host gave it until the first file
   // is opened, then with a trailing "/". An archive in a /videodata folder and a refused
   // Reopen_for_write set it for good.
   QString cacheFolder;
-  bool ready = false;  // set by the reader when it has opened its source
-  FilePosition scratchPos = 0;
-  sFile_Index_Store current;
-  std::deque<sFile_Index_Store> files;  // by start time; changed by Add_file_index only
   // After a successful IndexInfoFromTime: the file to be indexed before the entry can be used, or
   // empty.
   QString fileToIndex;
+  bool ready = false;  // set by the reader when it has opened its source
 
  private:
-  struct Entry {
-    std::uint32_t file;
-    std::uint32_t number;
-    ArchiveTime time;
-  };
-
-  // From when to when a file with entries lasts; what a lookup needs to find the file.
-  struct FileSpan {
-    IndexTime startTime;
-    IndexTime endTime;
-    IndexTime latestEnd;  // of this and all files before it
-    std::uint32_t file;
-  };
-  // Of `files`, as they are now.
-  const std::vector<FileSpan>& Spans();
+  void FileBareEntry(const IDX_T& index, int entryNumber);
 
   void Update_current_index_events(const EVT_FILE_DATA_T& group);
-  void FileBareEntry(const IDX_T& index, int place);
-  std::deque<sFile_Index_Store>::iterator PlaceFor(const sFile_Index_Store& store);
 
-  bool EntryInStore(std::size_t file, ArchiveTime time, std::uint32_t type, bool forward,
-                    Entry* entry) const;
-  bool EntryInGap(ArchiveTime time, std::uint32_t type, bool forward, Entry* entry);
-  bool FileAt(ArchiveTime time, std::size_t* file);
-  bool FirstEntryFrom(std::size_t file, Entry* entry) const;
-  bool LastEntryBefore(std::size_t file, Entry* entry) const;
-  const ZEL_ID3_REC* EntryRecord(IndexId indexId) const;
+  void MakeCurrent(const QString& path);
+  bool Load_ID3(EntryOrder* order);
+  bool Load_EVT();
+  bool Load_HDR();
+  bool Set_empty_HDR();
+  bool WriteCurrent(PlainFile& headers, PlainFile& entries, PlainFile& events);
 
-  // Where the cache files lie (cache_location.cpp).
+  void NameCacheFiles(const QString& path);
   void Check_videodata_folder(const QString& path);
   void Check_ID3_cache_folder();
   QString Make_cached_index_file_names(const QString& path);
 
-  void Make_current(const QString& path);
-  void NameCacheFiles(const QString& path);
-  bool IsDetoured(const QString& path) const {
-    return !detour.archive.isEmpty() && detour.archive == path;
-  }
-  void CloseCacheFiles();
-  CacheClaim::Answer ClaimCacheFiles();
-  bool WriteCurrent(PlainFile& headers, PlainFile& entries, PlainFile& events);
-
-  bool Load_ID3();
-  bool LoadEntries();
-  bool Load_EVT();
-  bool Load_HDR();
-  bool Set_empty_HDR();
-
-  // Where the cache of one archive is while another run is at work on the files in its place.
-  struct Detour {
-    QString archive;  // empty: there is no such archive
-    QString cacheFolder;
-  };
-
-  std::unique_ptr<CacheHousekeeping> housekeeping;  // kept during a scan only
-  bool scanning = false;
+  StoreList stores;
+  Intake intake;
+  CacheFiles cache;  // of the file in `intake`
+  CacheTrimmer trimmer;
   bool cacheFolderRefused = false;  // nothing is read from or written to `cacheFolder`
-  bool namesRefused = false;        // the three names below lie in a refused folder
-  Detour detour;
-  CacheClaim claim;  // of a run
-  QString currentFilePath;
-  QString hdrFileName;
-  PlainFile hdrFile;
-  QString id3FileName;
-  PlainFile id3File;
-  QString evtFileName;
-  PlainFile evtFile;
-  ZEL_ID3_REC pendingId3Rec;        // the entry being collected, or the last bare one
-  bool pendingId3RecValid = false;  // it is not yet in current.id3Records
-  // Where the groups of current.events lie, by their keys. Cleared whenever they are replaced.
-  QMultiMap<quint64, int> groupPlaces;
-  // Made anew by the lookup that follows a change of `files`.
-  std::vector<FileSpan> spans;
-  bool spansValid = false;
-  bool spansAscend = false;      // by start time
-  bool filesAscend = true;       // so do all `files`
-  QHash<QString, int> storesOf;  // how often a file name is among `files`
-  // The range of all files, in index time: empty before the first, then only ever widened.
-  IndexTime firstTime = 0x7FFFFFFF;
-  IndexTime lastTime = 0;
-  std::uint32_t minIndexStep = 0;  // while a file's entries are loaded
 };

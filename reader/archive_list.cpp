@@ -9,7 +9,7 @@ void CZel3FileReader::OnArchivesEntryRequest() {
     archivesRequestPending = true;
     return;
   }
-  const std::size_t count = indexer.files.size();
+  const std::size_t count = indexer.Files().size();
   auto answer = ArchivesBlock::New(
       static_cast<std::uint32_t>(sizeof(TArchivesInfo) + count * sizeof(TArchiveEntry)));
   TArchivesInfo& info = answer.Record();
@@ -18,8 +18,8 @@ void CZel3FileReader::OnArchivesEntryRequest() {
   info.source = source.toLocal8Bit().constData();
   for (std::uint32_t i = 0; i < info.count; ++i) {
     TArchiveEntry& entry = info.Archives()[i];
-    entry.startTime = ToArchiveTime(indexer.files[i].startTime);
-    entry.endTime = ToArchiveTime(indexer.files[i].endTime);
+    entry.startTime = ToArchiveTime(indexer.Files()[i].startTime);
+    entry.endTime = ToArchiveTime(indexer.Files()[i].endTime);
     entry.fileNumber = i;
     entry.reserved = 0;
     indexer.FillFileStreamMap(i, entry.streamMap);

@@ -33,8 +33,8 @@ std::vector<ListedFile> NewestFirst(const QString& folder) {
 // Lets the indexer know that files are opened one after the other.
 class FolderScan {
  public:
-  explicit FolderScan(cZel3Indexer& indexer) : mIndexer(indexer) { mIndexer.Begin_scan(); }
-  ~FolderScan() { mIndexer.End_scan(); }
+  explicit FolderScan(cZel3Indexer& indexer) : mIndexer(indexer) { mIndexer.BeginScan(); }
+  ~FolderScan() { mIndexer.EndScan(); }
   FolderScan(const FolderScan&) = delete;
   FolderScan& operator=(const FolderScan&) = delete;
 

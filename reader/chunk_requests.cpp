@@ -119,8 +119,8 @@ CZel3FileReader::Answer CZel3FileReader::PlanAnswer(const TZEL3ChunkInfo& reques
 
 void CZel3FileReader::OpenFileOf(IndexId indexId) {
   const std::uint32_t fileNumber = FileNumber(indexId);
-  if (fileNumber >= indexer.files.size()) return;
-  const QString path = indexer.files[fileNumber].fileName;
+  if (fileNumber >= indexer.Files().size()) return;
+  const QString path = indexer.Files()[fileNumber].fileName;
   if (path.isEmpty() || path == CurrentPath()) return;
   // As in an index reader, opening then touches no cache and starts no run.
   const ScopedValue<bool> onlyOpen(isIndexReader, true);

@@ -23,7 +23,7 @@ bool IsEndOfFile(const cMemBlock& block) {
 class RunEnd {
  public:
   explicit RunEnd(cZel3Indexer& indexer) : mIndexer(indexer) {}
-  ~RunEnd() { mIndexer.End_run(); }
+  ~RunEnd() { mIndexer.EndRun(); }
   RunEnd(const RunEnd&) = delete;
   RunEnd& operator=(const RunEnd&) = delete;
 
@@ -42,7 +42,7 @@ int CZel3FileReader::Start_make_index(const QString& path) {
     begun = BeginIntake();
   });
   if (!begun) {
-    indexer.End_run();
+    indexer.EndRun();
     return 0;
   }
   Send_start_indexing();
@@ -54,7 +54,7 @@ int CZel3FileReader::Start_make_index(const QString& path) {
 // then.
 bool CZel3FileReader::BeginIntake() {
   // Opening may have loaded an older cache; the records of the run must not come on top of it.
-  indexer.Begin_intake();
+  indexer.BeginIntake();
   recordLost = false;
   if (!EndChildren()) return false;
   const bool made = Contain([this] {
@@ -153,7 +153,7 @@ void CZel3FileReader::TakeRecord(const cMemBlock& block) {
 }
 
 void CZel3FileReader::OnParserTag(const TParserTag& parserTag) {
-  indexer.scratchPos = parserTag.position;
+  indexer.SetRecordPosition(parserTag.position);
   if (fileSize == 0) return;
   // The size is that of the file now open, which in a folder need not be the one being indexed: the
   // result may exceed 100.
@@ -199,7 +199,7 @@ void CZel3FileReader::Send_finish_indexing() {
   // It is not kept then: the cache files stay empty, and the file is indexed again.
   const bool whole = !recordLost && indexReader->stream.ReachesTheEnd(indexReader->file);
   Contain([&] {
-    indexer.current.blockPositions.append(fileSize - 1);
+    indexer.CloseLastStretch(fileSize - 1);
     if (whole) indexer.Save_files();
   });
   EndChildren();

@@ -11,8 +11,7 @@
 namespace {
 
 // The rule as plain as it can be written. Works with unsigned 64-bit numbers throughout.
-ActivityAnswer PlainActivity(const std::deque<sFile_Index_Store>& files,
-                             const TZEL3ActivityRequest& request) {
+ActivityAnswer PlainActivity(const StoreList::Stores& files, const TZEL3ActivityRequest& request) {
   const std::uint64_t from = request.from;
   const std::uint64_t to = request.to;
   const std::uint64_t span = to - from;
@@ -67,9 +66,9 @@ class ActivityComparison : public testing::Test {
     return entry;
   }
 
-  std::deque<sFile_Index_Store> RandomFiles(bool ascending) {
-    std::deque<sFile_Index_Store> files(Below(5));
-    for (sFile_Index_Store& store : files) {
+  void FileRandomStores(bool ascending, cZel3Indexer* index) {
+    for (std::uint32_t file = Below(5); file > 0; --file) {
+      sFile_Index_Store store = FileOf(std::to_string(file), {});
       const std::uint32_t intervals[] = {0, 1, 2, 5, 40, 0xFFFFFFFF};
       store.indexInterval = intervals[Below(6)];
       std::uint32_t time = Below(100);
@@ -78,13 +77,12 @@ class ActivityComparison : public testing::Test {
         if (Below(100) == 0) time = 0xFFFFFFFF - Below(2) * 5;
         store.id3Records.append(RandomEntry(time));
       }
-      if (Below(2) == 0) store = WithKnownOrder(store);
+      index->Add_file_index(store);
     }
-    return files;
   }
 
   // Mostly small numbers, sometimes the ends of a range lie right at entries or far away.
-  TZEL3ActivityRequest RandomRequest(const std::deque<sFile_Index_Store>& files) {
+  TZEL3ActivityRequest RandomRequest(const StoreList::Stores& files) {
     TZEL3ActivityRequest request = RandomRequest();
     const auto anEntryTime = [this, &files](std::uint64_t otherwise) {
       if (files.empty()) return otherwise;
@@ -147,7 +145,7 @@ class ActivityComparison : public testing::Test {
 
   // Adds 1 to `found` for an answer from entries.
   void CompareAnswers(const cZel3Indexer& index, const TZEL3ActivityRequest& request, int* found) {
-    const ActivityAnswer expected = PlainActivity(index.files, request);
+    const ActivityAnswer expected = PlainActivity(index.Files(), request);
     const ActivityAnswer answer = ActivityOf(index, request);
     ASSERT_EQ(answer.found, expected.found);
     ASSERT_EQ(answer.levels, expected.levels);
@@ -160,9 +158,9 @@ class ActivityComparison : public testing::Test {
       SCOPED_TRACE(seed);
       random.seed(seed);
       cZel3Indexer index;
-      index.files = RandomFiles(ascending);
+      FileRandomStores(ascending, &index);
       for (int i = 0; i < 5; ++i)
-        ASSERT_NO_FATAL_FAILURE(CompareAnswers(index, RandomRequest(index.files), &found));
+        ASSERT_NO_FATAL_FAILURE(CompareAnswers(index, RandomRequest(index.Files()), &found));
     }
     EXPECT_GT(found, 2000) << "a good part of the requests should be answered from entries";
   }
@@ -187,7 +185,7 @@ TEST_F(ActivityComparison, PaintsAsThePlainRuleDoesWhereProductsWrap) {
     sFile_Index_Store store;
     const TZEL3ActivityRequest request = RequestWhereProductsWrap(&store);
     if (seed % 2 == 0) std::reverse(store.id3Records.begin(), store.id3Records.end());
-    index.files = {WithKnownOrder(store)};
+    index.Add_file_index(store);
     ASSERT_NO_FATAL_FAILURE(CompareAnswers(index, request, &found));
   }
   EXPECT_GT(found, 40) << "a good part of the requests should be answered from entries";
@@ -206,7 +204,7 @@ TEST(ActivityOfAHostileCache, CostsEntriesAndBinsNotTheirProduct) {
     record.activity[0] = TActivityPair{5, static_cast<std::uint8_t>(7 + i % 50)};
   }
   cZel3Indexer index;
-  index.files.push_back(store);
+  index.Add_file_index(store);
   const ActivityAnswer answer = ActivityOf(index, Span(0, kCount * 1000ULL, kCount));
   EXPECT_TRUE(answer.found);
   // The earliest entry is walked last and lasts longest.

@@ -366,7 +366,7 @@ TEST(Activity, IsCountedIn64Bits) {
 // The range ends long after the largest time.
 TEST(CoarseActivity, EndsAtTheLargestIndexTime) {
   cZel3Indexer index;
-  index.files = {ActiveFile("a", 1, {{0, 10}, {0xFFFFFFFF, 20}})};
+  index.Add_file_index(ActiveFile("a", 1, {{0, 10}, {0xFFFFFFFF, 20}}));
   const ActivityAnswer one = ActivityOf(index, Span(0, 5'000'000'000'000, 1));
   EXPECT_TRUE(one.found);
   EXPECT_EQ(one.levels, Levels{20});
@@ -380,7 +380,7 @@ TEST(CoarseActivity, EndsAtTheLargestIndexTime) {
 TEST(FineActivity, TellsEntriesApartWhereProductsBeginToWrap) {
   constexpr int kBins = 4294968;
   cZel3Indexer index;
-  index.files = {ActiveFile("a", 4294966296, {{11000, 20}, {10000, 8}})};
+  index.Add_file_index(ActiveFile("a", 4294966296, {{11000, 20}, {10000, 8}}));
   const ActivityAnswer answer = ActivityOf(index, Span(9704000, 4304672000, kBins));
   EXPECT_TRUE(answer.found);
   EXPECT_EQ(answer.levels, Painted(kBins, {{296, kBins - 1, 8}}));
@@ -389,11 +389,11 @@ TEST(FineActivity, TellsEntriesApartWhereProductsBeginToWrap) {
 // Behind the entry that lies at the very end of the range, times run backwards.
 TEST(ActivityOfOneBin, LeavesOutWhatIsLaterThanTheRange) {
   cZel3Indexer index;
-  index.files = {ActiveFile("a", 1, {{200, 40}, {100, 10}})};
+  index.Add_file_index(ActiveFile("a", 1, {{200, 40}, {100, 10}}));
   EXPECT_EQ(ActivityOf(index, Span(0, 100000, 1)).levels, Levels{10});
-  index.files = {ActiveFile("a", 1, {{200, 40}, {100, kNoPair}})};
+  index.Add_file_index(ActiveFile("a", 1, {{200, 40}, {100, kNoPair}}));
   EXPECT_FALSE(ActivityOf(index, Span(0, 100000, 1)).found);
-  index.files = {ActiveFile("a", 1, {{5, 30}, {1, 10}})};
+  index.Add_file_index(ActiveFile("a", 1, {{5, 30}, {1, 10}}));
   EXPECT_EQ(ActivityOf(index, Span(0, 1000, 1)).levels, Levels{10});
 }
 

@@ -19,7 +19,7 @@ class ArchiveSafety : public CacheTest {
     index.Open_file(Path(path), 9000);
     index.Open_file_draft(Path(path));
     index.Reopen_for_write();
-    index.Begin_intake();
+    index.BeginIntake();
     index.Add_header(HDR_T());
     index.Add_index(IndexAt(100));
     index.Save_files();
@@ -41,7 +41,7 @@ class ArchiveSafety : public CacheTest {
     EXPECT_EQ(Text(index.cacheFolder), CacheSubfolder());
     EXPECT_THAT(CacheSubfolderNames(), SizeIs(3));
     ASSERT_TRUE(index.Open_file(Path(path), 9000));
-    EXPECT_EQ(ContentsOf(index.current), (Contents{{"100@0"}, {0}, {}}));
+    EXPECT_EQ(ContentsOf(index.Current()), (Contents{{"100@0"}, {0}, {}}));
   }
 };
 

@@ -23,7 +23,7 @@ class CacheClaims : public CacheTest {
   bool Begin(cZel3Indexer& run) {
     run.Open_file(Path(archive), 9000);
     const bool claimed = run.Reopen_for_write();
-    run.Begin_intake();
+    run.BeginIntake();
     run.Add_index(IndexAt(100));
     return claimed;
   }
@@ -32,7 +32,7 @@ class CacheClaims : public CacheTest {
 
   static Contents Opened(cZel3Indexer& run, const std::string& path) {
     EXPECT_TRUE(run.Open_file(Path(path), 9000)) << path;
-    return ContentsOf(run.current);
+    return ContentsOf(run.Current());
   }
 };
 
@@ -102,7 +102,7 @@ TEST_F(TwoRuns, FindTheirOwnIndexWhenTheyOpenTheArchiveAtTheirEnd) {
   ASSERT_TRUE(Begin(second));
   second.Save_files();
   EXPECT_EQ(Opened(second, archive), collected);
-  EXPECT_EQ(Text(second.current.id3Path), CacheSubfolder() + kArchiveTimeInNames + "cam.id3");
+  EXPECT_EQ(Text(second.Current().id3Path), CacheSubfolder() + kArchiveTimeInNames + "cam.id3");
 }
 
 TEST_F(TwoRuns, LeaveTheCachesOfOtherArchivesWhereTheyAre) {
@@ -124,9 +124,9 @@ TEST_F(TwoRuns, LookInTheUsualPlaceAgainAfterwards) {
   ASSERT_TRUE(Begin(first));
   ASSERT_TRUE(Begin(second));
   second.Save_files();
-  second.End_run();
+  second.EndRun();
   EXPECT_FALSE(second.Open_file(Path(archive), 9000)) << "the first one is still at work";
-  EXPECT_EQ(Text(second.current.id3Path), Beside("id3"));
+  EXPECT_EQ(Text(second.Current().id3Path), Beside("id3"));
   first.Save_files();
   EXPECT_EQ(Opened(second, archive), collected);
 }
@@ -151,8 +151,8 @@ struct EndOfRunCase {
 TEST_F(TwoRuns, TakeTurnsWhenTheFirstIsOver) {
   const EndOfRunCase cases[] = {
       {"saved", [](cZel3Indexer& run) { run.Save_files(); }},
-      {"given up", [](cZel3Indexer& run) { run.End_run(); }},
-      {"opening again", [](cZel3Indexer& run) { run.Open_file_draft(run.current.fileName); }},
+      {"given up", [](cZel3Indexer& run) { run.EndRun(); }},
+      {"opening again", [](cZel3Indexer& run) { run.Open_file_draft(run.Current().fileName); }},
       {"destroyed", [](cZel3Indexer& run) { run.~cZel3Indexer(), new (&run) cZel3Indexer; }},
   };
   for (const EndOfRunCase& row : cases) {

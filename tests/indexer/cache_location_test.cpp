@@ -19,7 +19,7 @@ class CacheLocation : public CacheTest {
     cZel3Indexer fresh;
     fresh.cacheFolder = Path(cacheFolder);
     fresh.Open_file_draft(Path(path));
-    return Text(fresh.current.id3Path);
+    return Text(fresh.Current().id3Path);
   }
   static std::string CacheFolderAfter(const std::string& path,
                                       const std::string& cacheFolder = "") {
@@ -151,7 +151,7 @@ TEST_F(CacheLocation, TakesNothingToAVideodataFolder) {
   fs::create_directories(folder / "C:/videodata");
   const std::string camera = MakeArchive(folder / "C:/videodata/cam.zel3");
   index.Open_file_draft(Path(camera));
-  EXPECT_EQ(Text(index.current.id3Path), CacheSubfolder() + kArchiveTimeInNames + "cam.id3");
+  EXPECT_EQ(Text(index.Current().id3Path), CacheSubfolder() + kArchiveTimeInNames + "cam.id3");
   index.Add_index(IndexAt(100));
   index.Save_files();
   EXPECT_THAT(EntryNames(folder / "C:/videodata"), ElementsAre("cam.zel3"));
@@ -164,7 +164,7 @@ TEST_F(CacheLocation, OnceSetIsKeptForAllOtherArchives) {
   index.Open_file_draft(Path("/videodata/a.zel3"));
   index.Open_file_draft(Path(archive));
   EXPECT_EQ(Text(index.cacheFolder), CacheSubfolder());
-  EXPECT_EQ(Text(index.current.id3Path), CacheSubfolder() + kArchiveTimeInNames + "cam.id3");
+  EXPECT_EQ(Text(index.Current().id3Path), CacheSubfolder() + kArchiveTimeInNames + "cam.id3");
 }
 
 TEST_F(CacheLocation, ForVideodataIsTheConfiguredFolderIfThereIsOne) {

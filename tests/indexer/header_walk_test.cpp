@@ -64,7 +64,7 @@ void AddHeader(cZel3Indexer& index, const Bytes& body, std::size_t size) {
 Streams ActiveStreams(const Bytes& body, std::size_t size) {
   cZel3Indexer index;
   AddHeader(index, body, size);
-  return StreamsOf(index.current.streamMap);
+  return StreamsOf(index.Current().streamMap);
 }
 
 Streams ActiveStreams(const RawHeader& header) {
@@ -112,7 +112,7 @@ TEST(HeaderWalk, SetsOneBitForAStream) {
   StreamMap expected = {};
   expected[0] = 0x81;
   expected[31] = 0x80;
-  EXPECT_EQ(index.current.streamMap, expected);
+  EXPECT_EQ(index.Current().streamMap, expected);
 }
 
 TEST(HeaderWalk, NeverClearsABit) {
@@ -121,7 +121,7 @@ TEST(HeaderWalk, NeverClearsABit) {
        {RawHeader().Stream(1, 1).Complete(), RawHeader().Stream(1, 0).Stream(2, 1).Complete()}) {
     AddHeader(index, header.Body(), header.Body().size());
   }
-  EXPECT_EQ(StreamsOf(index.current.streamMap), (Streams{1, 2}));
+  EXPECT_EQ(StreamsOf(index.Current().streamMap), (Streams{1, 2}));
 }
 
 // The end is looked at between descriptors only, while the cursor stands on the NUL before the

@@ -206,9 +206,9 @@ TEST_F(Housekeeping, TakesTheSameFilesDuringAScan) {
     Texts left[2];
     for (const bool scanning : {false, true}) {
       MakeCacheFiles(files);
-      if (scanning) index.Begin_scan();
+      if (scanning) index.BeginScan();
       for (int i = 0; i < opened; ++i) OpenArchive();
-      if (scanning) index.End_scan();
+      if (scanning) index.EndScan();
       left[scanning ? 1 : 0] = Names();
     }
     EXPECT_EQ(left[0], left[1]);
@@ -220,12 +220,12 @@ TEST_F(Housekeeping, TakesTheSameFilesDuringAScan) {
 TEST_F(Housekeeping, OfAScanPassesOverAFileThatIsGone) {
   SetLimit("1");
   MakeCacheFiles({{"a.id3", kMiB}, {"b.id3", kMiB}, {"c.id3", kMiB}, {"d.id3", kMiB}});
-  index.Begin_scan();
+  index.BeginScan();
   OpenArchive();
   ASSERT_THAT(Names(), ElementsAre("b.id3", "c.id3", "d.id3"));
   fs::remove(cache / "b.id3");
   OpenArchive();
-  index.End_scan();
+  index.EndScan();
   EXPECT_THAT(Names(), ElementsAre("d.id3"));
 }
 
@@ -254,7 +254,7 @@ TEST_F(Housekeeping, ComesBeforeTheCacheFilesAreOpened) {
     cZel3Indexer fresh;
     fresh.cacheFolder = Path(cache.Path());
     EXPECT_EQ(fresh.Open_file(Path(archive), 9000), row.opens);
-    EXPECT_EQ(Positions(fresh.current.headerPositions), row.headers);
+    EXPECT_EQ(Positions(fresh.Current().headerPositions), row.headers);
   }
 }
 

@@ -15,10 +15,10 @@ using testing::IsEmpty;
 
 class Intake : public testing::Test {
  protected:
-  Intake() { index.Begin_intake(); }
+  Intake() { index.BeginIntake(); }
 
   void IndexPoint(std::uint32_t time, std::uint64_t position = 0, std::uint8_t flag = 0) {
-    index.scratchPos = position;
+    index.SetRecordPosition(position);
     index.Add_index(IndexAt(time, flag));
   }
   void Block(std::uint8_t type, std::uint8_t flags, const std::string& text = "") {
@@ -31,7 +31,7 @@ class Intake : public testing::Test {
   // All entries: the last one is appended when the next one arrives.
   Texts Entries() {
     IndexPoint(0xFFFFFFFF);
-    return Shown(index.current.id3Records);
+    return Shown(index.Current().id3Records);
   }
 
   cZel3Indexer index;
@@ -41,23 +41,24 @@ using IndexPoints = Intake;
 
 TEST_F(IndexPoints, BecomeEntriesWhenTheNextOneArrives) {
   IndexPoint(100, 500);
-  EXPECT_THAT(index.current.id3Records, IsEmpty());
+  EXPECT_THAT(index.Current().id3Records, IsEmpty());
   IndexPoint(110, 600);
-  EXPECT_THAT(Shown(index.current.id3Records), ElementsAre("100@500"));
+  EXPECT_THAT(Shown(index.Current().id3Records), ElementsAre("100@500"));
   IndexPoint(120, 700);
-  EXPECT_THAT(Shown(index.current.id3Records), ElementsAre("100@500", "110@600"));
+  EXPECT_THAT(Shown(index.Current().id3Records), ElementsAre("100@500", "110@600"));
 }
 
 TEST_F(IndexPoints, EndTheFilesBeingPartial) {
-  index.current.partial = true;
+  index.Open_file_draft(Path("a"));
+  ASSERT_TRUE(index.Current().partial);
   IndexPoint(100);
-  EXPECT_FALSE(index.current.partial);
+  EXPECT_FALSE(index.Current().partial);
 }
 
 TEST_F(IndexPoints, CutTheFileAtOnceAndAtTheirFullPosition) {
   IndexPoint(100, 500);
   IndexPoint(110, 0x123456789ABCDEF0);
-  EXPECT_THAT(index.current.blockPositions, ElementsAre(500, 0x123456789ABCDEF0));
+  EXPECT_THAT(index.Current().blockPositions, ElementsAre(500, 0x123456789ABCDEF0));
 }
 
 TEST_F(IndexPoints, Keep48BitsOfThePosition) {
@@ -65,9 +66,9 @@ TEST_F(IndexPoints, Keep48BitsOfThePosition) {
                                      0x123456789ABCDEF0};
   for (const std::uint64_t position : positions) IndexPoint(7, position);
   Entries();
-  ASSERT_EQ(index.current.id3Records.size(), 5);
+  ASSERT_EQ(index.Current().id3Records.size(), 5);
   for (int i = 0; i < 5; ++i) {
-    const ZEL_ID3_REC& record = index.current.id3Records.at(i);
+    const ZEL_ID3_REC& record = index.Current().id3Records.at(i);
     EXPECT_EQ(record.offsetLow, positions[i] & 0xFFFFFFFF);
     EXPECT_EQ(record.offsetHigh, positions[i] >> 32 & 0xFFFF);
   }
@@ -86,7 +87,8 @@ TEST_F(IndexPoints, CarryOneFlag) {
   } const cases[] = {{0, 0}, {1, 0x80}, {2, 0x80}, {0x80, 0x80}, {0xFF, 0x80}};
   for (const auto& row : cases) IndexPoint(1, 1, row.indexFlag);
   Entries();
-  for (int i = 0; i < 5; ++i) EXPECT_EQ(index.current.id3Records.at(i).flags, cases[i].flags) << i;
+  for (int i = 0; i < 5; ++i)
+    EXPECT_EQ(index.Current().id3Records.at(i).flags, cases[i].flags) << i;
 }
 
 TEST_F(IndexPoints, AreZeroButForWhatIsKnown) {
@@ -96,7 +98,7 @@ TEST_F(IndexPoints, AreZeroButForWhatIsKnown) {
   IndexPoint(110, 600);
   Entries();
   ZEL_ID3_REC plain = EntryAt(110, 600);
-  EXPECT_EQ(std::memcmp(&index.current.id3Records.at(1), &plain, sizeof(plain)), 0);
+  EXPECT_EQ(std::memcmp(&index.Current().id3Records.at(1), &plain, sizeof(plain)), 0);
 }
 
 struct RangeCase {
@@ -124,24 +126,23 @@ TEST_F(IndexPoints, MoveTheTimeRange) {
   for (const RangeCase& row : cases) {
     SCOPED_TRACE(row.what);
     cZel3Indexer fresh;
-    fresh.current.startTime = 1;
-    fresh.current.endTime = 0xFFFFFFFF;
+    CollectBareEntries(fresh, "a", {1, 0xFFFFFFFF});
     for (const std::uint32_t time : row.times) fresh.Add_index(IndexAt(time));
-    EXPECT_EQ(fresh.current.startTime, row.start);
-    EXPECT_EQ(fresh.current.endTime, row.end);
+    EXPECT_EQ(fresh.Current().startTime, row.start);
+    EXPECT_EQ(fresh.Current().endTime, row.end);
   }
 }
 
 using Headers = Intake;
 
 TEST_F(Headers, AreKeptAndCutTheFile) {
-  index.scratchPos = 16;
+  index.SetRecordPosition(16);
   index.Add_header(HDR_T());
   IndexPoint(100, 500);
-  index.scratchPos = 1ULL << 40;
+  index.SetRecordPosition(1ULL << 40);
   index.Add_header(HDR_T());
-  EXPECT_THAT(Positions(index.current.headerPositions), ElementsAre(16, 1ULL << 40));
-  EXPECT_THAT(index.current.blockPositions, ElementsAre(16, 500, 1ULL << 40));
+  EXPECT_THAT(Positions(index.Current().headerPositions), ElementsAre(16, 1ULL << 40));
+  EXPECT_THAT(index.Current().blockPositions, ElementsAre(16, 500, 1ULL << 40));
 }
 
 TEST_F(Headers, MarkTheirActiveStreamsByIdInAnyOrder) {
@@ -157,7 +158,7 @@ TEST_F(Headers, MarkTheirActiveStreamsByIdInAnyOrder) {
   StreamMap expected = {};
   expected[0] = 0x81;
   expected[31] = 0x80;
-  EXPECT_EQ(index.current.streamMap, expected);
+  EXPECT_EQ(index.Current().streamMap, expected);
 }
 
 TEST_F(Headers, MarkAll256Streams) {
@@ -169,7 +170,7 @@ TEST_F(Headers, MarkAll256Streams) {
   index.Add_header(header);
   StreamMap all;
   all.fill(0xFF);
-  EXPECT_EQ(index.current.streamMap, all);
+  EXPECT_EQ(index.Current().streamMap, all);
 }
 
 TEST_F(Headers, AddTheirStreamsUp) {
@@ -180,7 +181,7 @@ TEST_F(Headers, AddTheirStreamsUp) {
     index.Add_header(header);
   }
   index.Add_header(HDR_T());
-  EXPECT_EQ(index.current.streamMap[0], 0x0A);
+  EXPECT_EQ(index.Current().streamMap[0], 0x0A);
 }
 
 struct Level {
@@ -219,7 +220,7 @@ TEST(Activity, IsTheLargestLevelOfEachStreamDoubled) {
   for (const ActivityCase& row : cases) {
     SCOPED_TRACE(row.what);
     cZel3Indexer index;
-    index.scratchPos = 500;
+    index.SetRecordPosition(500);
     index.Add_index(IndexAt(100));
     for (const Level& level : row.blocks) {
       DATA_T block;
@@ -228,7 +229,7 @@ TEST(Activity, IsTheLargestLevelOfEachStreamDoubled) {
       index.Add_block(block, nullptr, 0);
     }
     index.Add_index(IndexAt(200));
-    EXPECT_THAT(Shown(index.current.id3Records), ElementsAre(row.entry));
+    EXPECT_THAT(Shown(index.Current().id3Records), ElementsAre(row.entry));
   }
 }
 
@@ -242,7 +243,7 @@ TEST(Activity, DroppedForASeventhStreamLeavesTheCountAtSix) {
     index.Add_block(block, nullptr, 0);
   }
   index.Add_index(IndexAt(200));
-  EXPECT_EQ(index.current.id3Records.at(0).activityCount, 6);
+  EXPECT_EQ(index.Current().id3Records.at(0).activityCount, 6);
 }
 
 using Events = Intake;
@@ -251,9 +252,9 @@ TEST_F(Events, AreTheBlocksOfNineTypes) {
   const std::vector<int> eventTypes = {0x80, 0x81, 0x82, 0x83, 0x90, 0x91, 0xFA, 0xFE, 0xFF};
   IndexPoint(100, 500);
   for (int type = 0; type < 256; ++type) Block(static_cast<std::uint8_t>(type), 0, "text");
-  ASSERT_EQ(index.current.events.size(), 1);
+  ASSERT_EQ(index.Current().events.size(), 1);
   std::vector<int> types;
-  for (const EVT_FILE_EVENT_T& event : index.current.events.at(0).events)
+  for (const EVT_FILE_EVENT_T& event : index.Current().events.at(0).events)
     types.push_back(event.eventType);
   EXPECT_EQ(types, eventTypes);
 }
@@ -262,7 +263,7 @@ TEST_F(Events, OfOneEntryAreOneGroup) {
   IndexPoint(100, 500);
   Block(0x80, 0, "door");
   Block(0x81, 0, "");
-  EXPECT_THAT(Shown(index.current.events), ElementsAre("100@500 x2 80'door' 81''"));
+  EXPECT_THAT(Shown(index.Current().events), ElementsAre("100@500 x2 80'door' 81''"));
 }
 
 TEST_F(Events, OfOtherEntriesAreOtherGroups) {
@@ -272,7 +273,7 @@ TEST_F(Events, OfOtherEntriesAreOtherGroups) {
   Block(0x80, 0, "two");
   IndexPoint(110, 600);
   Block(0x80, 0, "three");
-  EXPECT_THAT(Shown(index.current.events),
+  EXPECT_THAT(Shown(index.Current().events),
               ElementsAre("100@500 x1 80'one'", "100@600 x1 80'two'", "110@600 x1 80'three'"));
 }
 
@@ -283,43 +284,30 @@ TEST_F(Events, OfALaterEntryWithTheSameTimeAndPositionJoinTheGroup) {
   Block(0x80, 0, "two");
   IndexPoint(100, (1ULL << 32) + 500);
   Block(0x81, 0, "three");
-  EXPECT_THAT(Shown(index.current.events),
+  EXPECT_THAT(Shown(index.Current().events),
               ElementsAre("100@500 x2 80'one' 81'three'", "200@600 x1 80'two'"));
-}
-
-TEST_F(Events, JoinEveryGroupOfTheirKey) {
-  EVT_FILE_DATA_T group;
-  group.time = 100;
-  group.offsetLow = 500;
-  EVT_FILE_DATA_T other = group;
-  other.time = 101;
-  index.current.events = {group, other, group};
-  IndexPoint(100, 500);
-  Block(0x80, 0, "x");
-  EXPECT_THAT(Shown(index.current.events),
-              ElementsAre("100@500 x1 80'x'", "101@500 x0", "100@500 x1 80'x'"));
 }
 
 TEST_F(Events, AreCountedModulo256) {
   IndexPoint(100, 500);
   for (int i = 0; i < 256; ++i) Block(0x80, 0, "x");
-  EXPECT_EQ(index.current.events.at(0).eventCount, 0);
-  EXPECT_EQ(index.current.events.at(0).events.size(), 256);
+  EXPECT_EQ(index.Current().events.at(0).eventCount, 0);
+  EXPECT_EQ(index.Current().events.at(0).events.size(), 256);
   Block(0x80, 0, "x");
-  EXPECT_EQ(index.current.events.at(0).eventCount, 1);
-  EXPECT_EQ(index.current.events.at(0).events.size(), 257);
+  EXPECT_EQ(index.Current().events.at(0).eventCount, 1);
+  EXPECT_EQ(index.Current().events.at(0).events.size(), 257);
 }
 
 TEST_F(Events, BeforeTheFirstIndexPointAreKeyedOnZeros) {
   Block(0x80, 0, "early");
-  EXPECT_THAT(Shown(index.current.events), ElementsAre("0@0 x1 80'early'"));
+  EXPECT_THAT(Shown(index.Current().events), ElementsAre("0@0 x1 80'early'"));
   EXPECT_THAT(Entries(), IsEmpty());
 }
 
 TEST_F(Events, MayCarryActivityToo) {
   IndexPoint(100, 500);
   Block(0x80, 0xE3, "door");
-  EXPECT_THAT(Shown(index.current.events), ElementsAre("100@500 x1 80'door'"));
+  EXPECT_THAT(Shown(index.Current().events), ElementsAre("100@500 x1 80'door'"));
   EXPECT_THAT(Entries(), ElementsAre("100@500 128:6"));
 }
 
@@ -350,8 +338,8 @@ TEST_F(Events, HaveTextsOfTheBlocksLengthAsFarAsThePayloadGoes) {
     const std::unique_ptr<unsigned char[]> exact(new unsigned char[row.payloadSize]);
     std::copy_n(payload.begin(), row.payloadSize, exact.get());
     fresh.Add_block(block, exact.get(), row.payloadSize);
-    ASSERT_EQ(fresh.current.events.size(), 1);
-    EXPECT_EQ(fresh.current.events.at(0).events.at(0).text, row.text);
+    ASSERT_EQ(fresh.Current().events.size(), 1);
+    EXPECT_EQ(fresh.Current().events.at(0).events.at(0).text, row.text);
   }
 }
 
@@ -364,26 +352,26 @@ TEST_F(BeginIntake, EmptiesWhatARunCollectsInto) {
   IndexPoint(50, 300);
   IndexPoint(60, 400);
   Block(0x80, 5, "old");
-  index.Begin_intake();
-  EXPECT_THAT(Shown(index.current.id3Records), IsEmpty());
-  EXPECT_THAT(Positions(index.current.headerPositions), IsEmpty());
-  EXPECT_THAT(Shown(index.current.events), IsEmpty());
-  EXPECT_THAT(index.current.blockPositions, IsEmpty());
-  EXPECT_EQ(index.current.streamMap, StreamMap());
-  EXPECT_EQ(index.scratchPos, 0U);
+  index.BeginIntake();
+  EXPECT_THAT(Shown(index.Current().id3Records), IsEmpty());
+  EXPECT_THAT(Positions(index.Current().headerPositions), IsEmpty());
+  EXPECT_THAT(Shown(index.Current().events), IsEmpty());
+  EXPECT_THAT(index.Current().blockPositions, IsEmpty());
+  EXPECT_EQ(index.Current().streamMap, StreamMap());
+  index.Add_header(HDR_T());
+  EXPECT_THAT(Positions(index.Current().headerPositions), ElementsAre(0));
   Block(0x80, 0, "early");
-  EXPECT_THAT(Shown(index.current.events), ElementsAre("0@0 x1 80'early'"));
+  EXPECT_THAT(Shown(index.Current().events), ElementsAre("0@0 x1 80'early'"));
   IndexPoint(100, 500);
-  EXPECT_EQ(index.current.startTime, 100U);
+  EXPECT_EQ(index.Current().startTime, 100U);
   EXPECT_THAT(Entries(), ElementsAre("100@500"));
 }
 
 TEST_F(BeginIntake, LeavesTheFilesThatAreFiled) {
-  index.current = FileOf("a", {10, 20});
-  index.Add_file_index(index.current);
-  index.Begin_intake();
-  EXPECT_THAT(Shown(index.files[0].id3Records), ElementsAre("10@0", "20@0"));
-  EXPECT_EQ(Text(index.current.fileName), "a");
+  CollectBareEntries(index, "a", {10, 20});
+  index.BeginIntake();
+  EXPECT_THAT(Shown(index.Files()[0].id3Records), ElementsAre("10@0", "20@0"));
+  EXPECT_EQ(Text(index.Current().fileName), "a");
 }
 
 }  // namespace

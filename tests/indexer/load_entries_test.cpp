@@ -54,17 +54,17 @@ TEST_F(LoadedEntries, TellTheTimeRangeAndTheInterval) {
   for (const TimesCase& row : cases) {
     SCOPED_TRACE(row.what);
     ASSERT_TRUE(OpenWith(Id3FileWithTimes(row.times)));
-    EXPECT_EQ(index.current.startTime, row.start);
-    EXPECT_EQ(index.current.lastIndexTime, row.last);
-    EXPECT_EQ(index.current.endTime, row.end);
-    EXPECT_EQ(index.current.indexInterval, row.interval);
+    EXPECT_EQ(index.Current().startTime, row.start);
+    EXPECT_EQ(index.Current().lastIndexTime, row.last);
+    EXPECT_EQ(index.Current().endTime, row.end);
+    EXPECT_EQ(index.Current().indexInterval, row.interval);
   }
 }
 
 TEST_F(LoadedEntries, StartTheSmallestStepAnewForEachFile) {
   ASSERT_TRUE(OpenWith(Id3FileWithTimes({100, 103})));
   ASSERT_TRUE(OpenWith(Id3FileWithTimes({100})));
-  EXPECT_EQ(index.current.endTime, 106U);
+  EXPECT_EQ(index.Current().endTime, 106U);
 }
 
 TEST_F(LoadedEntries, AreTheBytesOfTheFile) {
@@ -75,8 +75,8 @@ TEST_F(LoadedEntries, AreTheBytesOfTheFile) {
                        0x78, 0x56, 0x34, 0xF2,  // bits 0-31 of the position
                        5,    14,   6,    62,   0, 0, 0, 0, 0, 0, 0, 0};
   ASSERT_TRUE(OpenWith(entry));
-  ASSERT_EQ(index.current.id3Records.size(), 1);
-  const ZEL_ID3_REC record = index.current.id3Records.at(0);
+  ASSERT_EQ(index.Current().id3Records.size(), 1);
+  const ZEL_ID3_REC record = index.Current().id3Records.at(0);
   EXPECT_EQ(record.flags, 0x80);
   EXPECT_EQ(record.activityCount, 2);
   EXPECT_EQ(record.offsetHigh, 0x1234);
@@ -91,8 +91,8 @@ TEST_F(LoadedEntries, AreTheBytesOfTheFile) {
 
 TEST_F(LoadedEntries, CutTheFileAtTheLow32BitsOfTheirPositions) {
   ASSERT_TRUE(OpenWith(Id3File({{100, 700}, {101, 0xFFFFFFFF}, {102, 5, 1}})));
-  EXPECT_THAT(index.current.blockPositions, ElementsAre(700, 0xFFFFFFFF, 5, 9000));
-  EXPECT_THAT(Shown(index.current.id3Records),
+  EXPECT_THAT(index.Current().blockPositions, ElementsAre(700, 0xFFFFFFFF, 5, 9000));
+  EXPECT_THAT(Shown(index.Current().id3Records),
               ElementsAre("100@700", "101@4294967295", "102@4294967301"));
 }
 
@@ -123,7 +123,7 @@ TEST_F(LoadedEntries, AreWholeOnesOnly) {
   for (const auto& row : cases) {
     SCOPED_TRACE(row.size);
     EXPECT_EQ(OpenWith(Cut(three, row.size)), !row.records.empty());
-    EXPECT_EQ(Shown(index.current.id3Records), row.records);
+    EXPECT_EQ(Shown(index.Current().id3Records), row.records);
   }
 }
 

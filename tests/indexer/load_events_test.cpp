@@ -90,7 +90,7 @@ TEST_F(LoadedEvents, AreReadAsFarAsTheGroupsAreWhole) {
   for (const EventsCase& row : cases) {
     SCOPED_TRACE(row.what);
     EXPECT_EQ(OpenWith(row.bytes), !row.groups.empty());
-    EXPECT_EQ(Shown(index.current.events), row.groups);
+    EXPECT_EQ(Shown(index.Current().events), row.groups);
   }
 }
 
@@ -99,8 +99,8 @@ TEST_F(LoadedEvents, OfOneGroupAreUpTo255) {
   file.Group(7, 8, 255);
   for (int i = 0; i < 256; ++i) file.Event(0x80, "text");
   ASSERT_TRUE(OpenWith(file));
-  EXPECT_EQ(index.current.events.at(0).eventCount, 255);
-  EXPECT_EQ(index.current.events.at(0).events.size(), 255);
+  EXPECT_EQ(index.Current().events.at(0).eventCount, 255);
+  EXPECT_EQ(index.Current().events.at(0).events.size(), 255);
 }
 
 TEST_F(LoadedEvents, EndAnywhereTheFileIsCut) {
@@ -113,13 +113,32 @@ TEST_F(LoadedEvents, EndAnywhereTheFileIsCut) {
     SCOPED_TRACE(size);
     const bool opened = OpenWith(Cut(whole, size));
     EXPECT_EQ(opened, size >= 12);
-    const Texts loaded = Shown(index.current.events);
+    const Texts loaded = Shown(index.Current().events);
     const std::size_t wholeGroups = size / groupSize;
     ASSERT_GE(loaded.size(), wholeGroups);
     EXPECT_LE(loaded.size(), wholeGroups + 1);
     EXPECT_TRUE(std::equal(
         groups.begin(), groups.begin() + static_cast<std::ptrdiff_t>(wholeGroups), loaded.begin()));
   }
+}
+
+// A cache may hold several groups of one key.
+TEST_F(LoadedEvents, AreJoinedByThoseOfARunInEveryGroupOfTheirKey) {
+  ASSERT_TRUE(OpenWith(EvtFile()
+                           .Group(100, 500, 1)
+                           .Event(0x80, "a")
+                           .Group(101, 500, 1)
+                           .Event(0x80, "b")
+                           .Group(100, 500, 1)
+                           .Event(0x80, "c")));
+  DATA_T event;
+  event.type = 0x81;
+  index.SetRecordPosition(500);
+  index.Add_index(IndexAt(100));
+  for (int i = 0; i < 2; ++i) index.Add_block(event, nullptr, 0);
+  EXPECT_THAT(Shown(index.Current().events),
+              testing::ElementsAre("100@500 x3 80'a' 81'' 81''", "101@500 x1 80'b'",
+                                   "100@500 x3 80'c' 81'' 81''"));
 }
 
 }  // namespace

@@ -51,8 +51,8 @@ TEST_F(LoadedHeaders, CutTheFileBeforeTheFirstGreaterPosition) {
     ASSERT_TRUE(OpenWith(row.entries, row.headers));
     std::vector<std::uint64_t> expected = row.cuts;
     expected.push_back(kEnd);
-    EXPECT_EQ(Positions(index.current.blockPositions), expected);
-    EXPECT_EQ(Positions(index.current.headerPositions), row.headers);
+    EXPECT_EQ(Positions(index.Current().blockPositions), expected);
+    EXPECT_EQ(Positions(index.Current().headerPositions), row.headers);
   }
 }
 
@@ -68,8 +68,8 @@ TEST_F(LoadedHeaders, WithoutTheirFileAreOneAtTheStart) {
     ASSERT_TRUE(OpenWith(row.entries, row.headers));
     std::vector<std::uint64_t> expected = row.cuts;
     expected.push_back(kEnd);
-    EXPECT_EQ(Positions(index.current.blockPositions), expected);
-    EXPECT_THAT(Positions(index.current.headerPositions), ElementsAre(0));
+    EXPECT_EQ(Positions(index.Current().blockPositions), expected);
+    EXPECT_THAT(Positions(index.Current().headerPositions), ElementsAre(0));
   }
 }
 
@@ -85,7 +85,7 @@ TEST_F(LoadedHeaders, AreWholeOnesOnly) {
     SCOPED_TRACE(row.size);
     WriteCache({}, Cut(two, row.size), {});
     EXPECT_EQ(Open(), !row.headers.empty());
-    EXPECT_EQ(Positions(index.current.headerPositions), row.headers);
+    EXPECT_EQ(Positions(index.Current().headerPositions), row.headers);
   }
 }
 

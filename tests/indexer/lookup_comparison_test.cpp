@@ -32,11 +32,11 @@ PlainStore RandomFile(std::mt19937& random, bool ascending) {
   return file;
 }
 
-sFile_Index_Store StoreOf(const PlainStore& file, bool orderKnown) {
+sFile_Index_Store StoreOf(const PlainStore& file) {
   sFile_Index_Store store = FileOf(file.name, file.times, file.end);
   store.startTime = file.start;
   store.partial = file.partial;
-  return orderKnown ? WithKnownOrder(store) : store;
+  return store;
 }
 
 // What a lookup leaves in fileToIndex.
@@ -68,7 +68,7 @@ TEST_P(LookupComparison, AnswersAsThePlainWalk) {
     PlainTimeIndex plain;
     for (std::size_t count = random() % 12; count > 0; --count) {
       const PlainStore file = RandomFile(random, GetParam());
-      index.Add_file_index(StoreOf(file, random() % 2 == 0));
+      index.Add_file_index(StoreOf(file));
       plain.File(file);
     }
     Texts names;

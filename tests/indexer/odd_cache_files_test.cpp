@@ -67,8 +67,8 @@ TEST_F(OddCacheFiles, CountAsMissing) {
       const bool isHeaderFile = std::string(kind) == "hdr";
       cZel3Indexer fresh;
       EXPECT_EQ(fresh.Open_file(Path(archive), 9000), isHeaderFile);
-      EXPECT_EQ(fresh.files.size(), isHeaderFile ? 1U : 0U);
-      EXPECT_EQ(Positions(fresh.current.headerPositions),
+      EXPECT_EQ(fresh.Files().size(), isHeaderFile ? 1U : 0U);
+      EXPECT_EQ(Positions(fresh.Current().headerPositions),
                 std::vector<std::uint64_t>(isHeaderFile ? 1 : 0, 0));
     }
   }
@@ -81,7 +81,7 @@ TEST_F(OddCacheFiles, AreOneWhenTheyLinkToOne) {
     fs::create_symlink(folder / kind, Beside(kind));
   }
   ASSERT_TRUE(Open());
-  EXPECT_EQ(ContentsOf(index.files[0]), (Contents{{"100@700"}, {5}, {"100@700 x1 80'door'"}}));
+  EXPECT_EQ(ContentsOf(index.Files()[0]), (Contents{{"100@700"}, {5}, {"100@700 x1 80'door'"}}));
 }
 
 struct GiantCase {
@@ -104,9 +104,9 @@ TEST_F(OddCacheFiles, TooLargeForTheBuildAreNotLoaded) {
     MakeSparseFile(Beside(row.kind), row.size);
     cZel3Indexer fresh;
     EXPECT_FALSE(fresh.Open_file(Path(archive), 9000));
-    EXPECT_THAT(fresh.files, IsEmpty());
-    EXPECT_EQ(ContentsOf(fresh.current), Contents());
-    EXPECT_THAT(fresh.current.blockPositions, IsEmpty());
+    EXPECT_THAT(fresh.Files(), IsEmpty());
+    EXPECT_EQ(ContentsOf(fresh.Current()), Contents());
+    EXPECT_THAT(fresh.Current().blockPositions, IsEmpty());
   }
 }
 
@@ -115,8 +115,8 @@ TEST_F(OddCacheFiles, TooLargeDoNotSpoilTheOthers) {
   MakeSparseFile(Beside("hdr"), 4 * kGiB + 8);
   MakeSparseFile(Beside("evt"), 4 * kGiB + 20);
   ASSERT_TRUE(Open());
-  EXPECT_EQ(ContentsOf(index.files[0]), (Contents{{"100@700"}, {}, {}}));
-  EXPECT_THAT(index.files[0].blockPositions, ElementsAre(700, 9000));
+  EXPECT_EQ(ContentsOf(index.Files()[0]), (Contents{{"100@700"}, {}, {}}));
+  EXPECT_THAT(index.Files()[0].blockPositions, ElementsAre(700, 9000));
 }
 
 TEST_F(OddCacheFiles, OfZerosAreEntriesLikeAnyOthers) {
@@ -125,9 +125,9 @@ TEST_F(OddCacheFiles, OfZerosAreEntriesLikeAnyOthers) {
   MakeSparseFile(Beside("hdr"), 8 * 1000);
   MakeSparseFile(Beside("evt"), 1000);
   ASSERT_TRUE(Open());
-  EXPECT_EQ(index.files[0].id3Records.size(), 1000);
-  EXPECT_EQ(index.files[0].headerPositions.size(), 1000);
-  EXPECT_TRUE(index.files[0].events.isEmpty());
+  EXPECT_EQ(index.Files()[0].id3Records.size(), 1000);
+  EXPECT_EQ(index.Files()[0].headerPositions.size(), 1000);
+  EXPECT_TRUE(index.Files()[0].events.isEmpty());
 }
 
 TEST_F(OddCacheFiles, ForWhichThereIsNoMemoryAreNotLoaded) {
@@ -139,7 +139,7 @@ TEST_F(OddCacheFiles, ForWhichThereIsNoMemoryAreNotLoaded) {
     const ProcessLimit memory(RLIMIT_AS, static_cast<rlim_t>(kGiB));
     cZel3Indexer fresh;
     EXPECT_FALSE(fresh.Open_file(Path(archive), 9000));
-    EXPECT_EQ(ContentsOf(fresh.current), Contents());
+    EXPECT_EQ(ContentsOf(fresh.Current()), Contents());
   }
 }
 
@@ -162,17 +162,17 @@ TEST_F(OddCacheFiles, AreLoadedWholeOrNotAtAllWhenMemoryFails) {
         }
         refused = memory.Refused() > 0;
       }
-      for (const sFile_Index_Store& store : fresh.files) {
+      for (const sFile_Index_Store& store : fresh.Files()) {
         const auto entries = static_cast<std::size_t>(store.id3Records.size());
         const auto headers = static_cast<std::size_t>(store.headerPositions.size());
         EXPECT_EQ(store.blockPositions.size(),
                   entries + (entries > 0 ? headers : std::min<std::size_t>(headers, 1)) + 1);
       }
       if (refused) continue;
-      ASSERT_EQ(fresh.files.size(), 1U);
-      EXPECT_EQ(fresh.files[0].id3Records.size(), 2);
-      EXPECT_EQ(fresh.files[0].headerPositions.size(), 2);
-      EXPECT_EQ(fresh.files[0].events.size(), 1);
+      ASSERT_EQ(fresh.Files().size(), 1U);
+      EXPECT_EQ(fresh.Files()[0].id3Records.size(), 2);
+      EXPECT_EQ(fresh.Files()[0].headerPositions.size(), 2);
+      EXPECT_EQ(fresh.Files()[0].events.size(), 1);
     }
   }
 }

@@ -24,15 +24,15 @@ TEST_F(OpenFile, NeedsEntriesAndEventsButNoHeaders) {
     if (*row.missing != 0) std::filesystem::remove(Beside(row.missing));
     cZel3Indexer fresh;
     EXPECT_EQ(fresh.Open_file(Path(archive), 9000), row.opens);
-    EXPECT_EQ(fresh.files.size(), row.opens ? 1U : 0U);
+    EXPECT_EQ(fresh.Files().size(), row.opens ? 1U : 0U);
   }
 }
 
 TEST_F(OpenFile, FilesWhatTheCacheHolds) {
   WriteSmallCache();
   ASSERT_TRUE(Open(9000));
-  ASSERT_EQ(index.files.size(), 1U);
-  const sFile_Index_Store& store = index.files[0];
+  ASSERT_EQ(index.Files().size(), 1U);
+  const sFile_Index_Store& store = index.Files()[0];
   EXPECT_EQ(Text(store.fileName), archive);
   EXPECT_EQ(Text(store.id3Path), Beside("id3"));
   EXPECT_EQ(ContentsOf(store), (Contents{{"100@700"}, {5}, {"100@700 x1 80'door'"}}));
@@ -40,7 +40,7 @@ TEST_F(OpenFile, FilesWhatTheCacheHolds) {
   EXPECT_EQ(store.endTime, 106U);
   EXPECT_THAT(store.blockPositions, ElementsAre(5, 700, 9000));
   EXPECT_FALSE(store.partial);
-  EXPECT_EQ(ContentsOf(index.current), ContentsOf(store));
+  EXPECT_EQ(ContentsOf(index.Current()), ContentsOf(store));
 }
 
 TEST_F(OpenFile, LoadsTheHeadersAlsoWhenEntriesAndEventsAreThere) {
@@ -53,7 +53,7 @@ TEST_F(OpenFile, AppendsTheEndPositionWhateverItIs) {
   WriteSmallCache();
   for (const std::uint64_t end : {0ULL, 1ULL, 9000ULL, 1ULL << 40, ~0ULL}) {
     ASSERT_TRUE(Open(end));
-    EXPECT_THAT(index.files[0].blockPositions, ElementsAre(5, 700, end));
+    EXPECT_THAT(index.Files()[0].blockPositions, ElementsAre(5, 700, end));
   }
 }
 
@@ -82,20 +82,20 @@ TEST_F(OpenFile, CountsAsDoneWhenAnyOneFileHoldsSomething) {
     WriteCache(row.id3, row.hdr, row.evt);
     cZel3Indexer fresh;
     EXPECT_EQ(fresh.Open_file(Path(archive), 9000), row.opens);
-    EXPECT_EQ(fresh.files.size(), row.opens ? 1U : 0U);
-    EXPECT_EQ(fresh.current.id3Records.isEmpty(), row.id3.size() < 24);
-    EXPECT_EQ(fresh.current.headerPositions.isEmpty(), row.hdr.size() < 8);
-    EXPECT_EQ(fresh.current.events.isEmpty(), row.evt.size() < 12);
+    EXPECT_EQ(fresh.Files().size(), row.opens ? 1U : 0U);
+    EXPECT_EQ(fresh.Current().id3Records.isEmpty(), row.id3.size() < 24);
+    EXPECT_EQ(fresh.Current().headerPositions.isEmpty(), row.hdr.size() < 8);
+    EXPECT_EQ(fresh.Current().events.isEmpty(), row.evt.size() < 12);
   }
 }
 
 TEST_F(OpenFile, OfEventsOnlyHasNoTimeRange) {
   WriteCache({}, {}, EvtFile().Group(100, 0, 1).Event(0x80, "door"));
   ASSERT_TRUE(Open());
-  EXPECT_EQ(index.files[0].startTime, kNoTime);
-  EXPECT_EQ(index.files[0].endTime, 0U);
-  EXPECT_EQ(index.files[0].indexInterval, 0U);
-  EXPECT_THAT(index.files[0].blockPositions, ElementsAre(9000));
+  EXPECT_EQ(index.Files()[0].startTime, kNoTime);
+  EXPECT_EQ(index.Files()[0].endTime, 0U);
+  EXPECT_EQ(index.Files()[0].indexInterval, 0U);
+  EXPECT_THAT(index.Files()[0].blockPositions, ElementsAre(9000));
 }
 
 TEST_F(OpenFile, WithEmptyFilesAndNoHeaderFileCountsAsDone) {
@@ -104,19 +104,20 @@ TEST_F(OpenFile, WithEmptyFilesAndNoHeaderFileCountsAsDone) {
   EXPECT_TRUE(Open());
 }
 
-// Fills everything that opening a file resets.
-void FillCurrent(cZel3Indexer& index) {
-  index.current.headerPositions = {1, 2};
-  index.current.id3Records = {EntryAt(1, 1)};
-  EVT_FILE_DATA_T group;
-  group.events.append(EVT_FILE_EVENT_T());
-  index.current.events.append(group);
-  index.current.streamMap.fill(0xFF);
-  index.current.startTime = 1;
-  index.current.lastIndexTime = 2;
-  index.current.endTime = 3;
-  index.current.indexInterval = 4;
-  index.current.blockPositions = {1, 2, 3};
+// Fills everything that opening the next file resets.
+void FillCurrent(cZel3Indexer& index, const std::string& archive) {
+  HDR_T header;
+  header.streams[0].streamActive = 1;
+  ASSERT_TRUE(index.Open_file(Path(archive), 9000));
+  index.SetRecordPosition(77);
+  index.Add_header(header);
+  const sFile_Index_Store& current = index.Current();
+  EXPECT_EQ(ContentsOf(current), (Contents{{"100@700"}, {5, 77}, {"100@700 x1 80'door'"}}));
+  EXPECT_NE(current.streamMap, StreamMap());
+  EXPECT_EQ(current.startTime, 100U);
+  EXPECT_EQ(current.endTime, 106U);
+  EXPECT_EQ(current.indexInterval, 3000U);
+  EXPECT_THAT(current.blockPositions, ElementsAre(5, 700, 9000, 77));
 }
 
 void ExpectReset(const sFile_Index_Store& current, const std::string& fileName) {
@@ -127,15 +128,17 @@ void ExpectReset(const sFile_Index_Store& current, const std::string& fileName) 
   EXPECT_EQ(current.endTime, 0U);
   EXPECT_EQ(current.indexInterval, 0U);
   EXPECT_THAT(current.blockPositions, IsEmpty());
-  EXPECT_EQ(current.lastIndexTime, 2U) << "the last index time is not reset";
+  EXPECT_EQ(current.lastIndexTime, 100U) << "the last index time is not reset";
 }
 
 TEST_F(OpenFile, ResetsWhatTheLastFileLeft) {
-  FillCurrent(index);
-  index.scratchPos = 77;
-  EXPECT_FALSE(Open());
-  ExpectReset(index.current, archive);
-  EXPECT_EQ(index.scratchPos, 0U);
+  WriteSmallCache();
+  FillCurrent(index, archive);
+  const std::string other = MakeArchive(folder / "other.zel3");
+  EXPECT_FALSE(index.Open_file(Path(other), 9000));
+  ExpectReset(index.Current(), other);
+  index.Add_header(HDR_T());
+  EXPECT_EQ(Positions(index.Current().headerPositions), std::vector<std::uint64_t>{0});
 }
 
 TEST_F(OpenFile, KeepsTheFilesThatAreFiled) {
@@ -144,7 +147,7 @@ TEST_F(OpenFile, KeepsTheFilesThatAreFiled) {
   index.ready = true;
   EXPECT_FALSE(index.Open_file(Path(MakeArchive(folder / "other.zel3")), 1));
   EXPECT_THAT(FileNames(index), ElementsAre(archive));
-  EXPECT_EQ(ContentsOf(index.files[0]), (Contents{{"100@700"}, {5}, {"100@700 x1 80'door'"}}));
+  EXPECT_EQ(ContentsOf(index.Files()[0]), (Contents{{"100@700"}, {5}, {"100@700 x1 80'door'"}}));
   EXPECT_TRUE(index.Is_ready());
 }
 
@@ -153,40 +156,40 @@ TEST_F(OpenFile, AgainReplacesWhatIsFiled) {
   ASSERT_TRUE(Open());
   WriteCache(Id3FileWithTimes({900}), {}, {});
   ASSERT_TRUE(Open());
-  ASSERT_EQ(index.files.size(), 1U);
-  EXPECT_EQ(ContentsOf(index.files[0]), (Contents{{"900@0"}, {}, {}}));
+  ASSERT_EQ(index.Files().size(), 1U);
+  EXPECT_EQ(ContentsOf(index.Files()[0]), (Contents{{"900@0"}, {}, {}}));
 }
 
 TEST_F(OpenFile, AfterADraftIsNoLongerPartial) {
   WriteSmallCache();
   index.Open_file_draft(Path(archive));
   ASSERT_TRUE(Open());
-  EXPECT_FALSE(index.current.partial);
-  EXPECT_FALSE(index.files[0].partial);
+  EXPECT_FALSE(index.Current().partial);
+  EXPECT_FALSE(index.Files()[0].partial);
 }
 
 TEST_F(OpenFile, LeavesTheStreamsEmpty) {
   WriteSmallCache();
   ASSERT_TRUE(Open());
-  EXPECT_EQ(index.files[0].streamMap, StreamMap());
+  EXPECT_EQ(index.Files()[0].streamMap, StreamMap());
 }
 
 TEST_F(OpenFile, ForgetsTheEntryThatWasBeingCollected) {
   index.Add_index(IndexAt(50));
   EXPECT_FALSE(Open());
   index.Add_index(IndexAt(100));
-  EXPECT_TRUE(index.current.id3Records.isEmpty());
+  EXPECT_TRUE(index.Current().id3Records.isEmpty());
 }
 
 TEST_F(OpenFile, KeysEventsBeforeTheFirstEntryOnZeros) {
   DATA_T event;
   event.type = 0x80;
   for (const bool draft : {false, true}) {
-    index.scratchPos = 5000;
+    index.SetRecordPosition(5000);
     index.Add_index(IndexAt(50));
     draft ? index.Open_file_draft(Path(archive)) : Open();
     index.Add_block(event, nullptr, 0);
-    EXPECT_THAT(Shown(index.current.events), ElementsAre("0@0 x1 80''"));
+    EXPECT_THAT(Shown(index.Current().events), ElementsAre("0@0 x1 80''"));
   }
 }
 
@@ -221,31 +224,33 @@ class OpenFileDraft : public CacheTest {};
 TEST_F(OpenFileDraft, NeitherLoadsNorFiles) {
   WriteSmallCache();
   EXPECT_FALSE(index.Open_file_draft(Path(archive)));
-  EXPECT_THAT(index.files, IsEmpty());
-  EXPECT_EQ(ContentsOf(index.current), Contents());
-  EXPECT_TRUE(index.current.partial);
-  EXPECT_EQ(Text(index.current.id3Path), Beside("id3"));
+  EXPECT_THAT(index.Files(), IsEmpty());
+  EXPECT_EQ(ContentsOf(index.Current()), Contents());
+  EXPECT_TRUE(index.Current().partial);
+  EXPECT_EQ(Text(index.Current().id3Path), Beside("id3"));
   EXPECT_THAT(OpenFilesIn(folder.Path()), IsEmpty());
 }
 
 TEST_F(OpenFileDraft, ResetsWhatTheLastFileLeft) {
-  FillCurrent(index);
+  WriteSmallCache();
+  FillCurrent(index, archive);
   index.Open_file_draft(Path(archive));
-  ExpectReset(index.current, archive);
+  ExpectReset(index.Current(), archive);
 }
 
-TEST_F(OpenFileDraft, KeepsTheScratchPosition) {
-  index.scratchPos = 77;
+TEST_F(OpenFileDraft, KeepsThePositionOfTheRecordAtHand) {
+  index.SetRecordPosition(77);
   index.Open_file_draft(Path(archive));
-  EXPECT_EQ(index.scratchPos, 77U);
+  index.Add_header(HDR_T());
+  EXPECT_EQ(Positions(index.Current().headerPositions), std::vector<std::uint64_t>{77});
 }
 
 TEST_F(OpenFileDraft, KeepsThatAnEntryIsBeingCollectedButNotTheEntry) {
-  index.scratchPos = 5000;
+  index.SetRecordPosition(5000);
   index.Add_index(IndexAt(50));
   index.Open_file_draft(Path(archive));
   index.Add_index(IndexAt(100));
-  EXPECT_THAT(Shown(index.current.id3Records), ElementsAre("0@0"));
+  EXPECT_THAT(Shown(index.Current().id3Records), ElementsAre("0@0"));
 }
 
 TEST_F(OpenFileDraft, NeverMakesAFile) {

@@ -49,6 +49,14 @@ std::vector<std::uint32_t> Times(const sFile_Index_Store& store) {
   return times;
 }
 
+// What loading has seen of the order is what looking at the whole store gives.
+void ExpectKnownOrder(const FiledStore& filed) {
+  const StoreOrder order = OrderOf(filed);
+  EXPECT_EQ(filed.order.entriesAscend, order.entriesAscend);
+  EXPECT_EQ(filed.order.headersAscend, order.headersAscend);
+  EXPECT_EQ(filed.order.cutsAscend, order.cutsAscend);
+}
+
 // Asks everything about the file. A stretch holds what it was asked for.
 void AskEverything(cZel3Indexer& index) {
   for (std::uint32_t entry = 0; entry < 12; ++entry) {
@@ -57,12 +65,12 @@ void AskEverything(cZel3Indexer& index) {
     std::uint64_t end = 0;
     if (index.Index_pos_from_IndexId(indexId, &start, &end)) {
       const std::uint64_t position =
-          index.files[0].id3Records.at(static_cast<int>(entry)).offsetLow;
+          index.Files()[0].id3Records.at(static_cast<int>(entry)).offsetLow;
       EXPECT_TRUE((start <= position && position < end) || (start == 0 && end == 0));
       EXPECT_LE(index.Header_pos_for_index(indexId), position);
     }
   }
-  for (const sFile_Index_Store& store : index.files) {
+  for (const sFile_Index_Store& store : index.Files()) {
     for (const ZEL_ID3_REC& record : store.id3Records) {
       TZEL3ChunkInfo info;
       if (index.IndexInfoFromTime(ToArchiveTime(record.time), 1, true, &info)) {
@@ -72,7 +80,7 @@ void AskEverything(cZel3Indexer& index) {
     }
   }
   QList<TEventListEntry> events;
-  EXPECT_EQ(index.Put_events_to_vector(&events), !index.files[0].events.isEmpty());
+  EXPECT_EQ(index.Put_events_to_vector(&events), !index.Files()[0].events.isEmpty());
 }
 
 class RandomCache : public CacheTest, public testing::WithParamInterface<std::size_t> {};
@@ -95,7 +103,7 @@ TEST_P(RandomCache, IsLoadedByThePlainRules) {
 
     cZel3Indexer fresh;
     ASSERT_EQ(fresh.Open_file(Path(archive), 9000), anything);
-    const sFile_Index_Store& loaded = fresh.current;
+    const sFile_Index_Store& loaded = fresh.Current();
     ASSERT_EQ(Times(loaded), entries.times);
     ASSERT_EQ(loaded.startTime, entries.start);
     ASSERT_EQ(loaded.endTime, entries.end);
@@ -103,6 +111,7 @@ TEST_P(RandomCache, IsLoadedByThePlainRules) {
     ASSERT_EQ(Positions(loaded.headerPositions), headers);
     ASSERT_EQ(Positions(loaded.blockPositions), entries.cuts);
     ASSERT_EQ(::Shown(loaded.events), Shown(events));
+    if (anything) ExpectKnownOrder(fresh.Files()[0]);
     if (anything) AskEverything(fresh);
   }
 }

@@ -25,10 +25,10 @@ class ObstructedSave : public CacheTest {
   void CollectOneLongEvent() { CollectOneLongEvent(archive); }
   void CollectOneLongEvent(const std::string& path) {
     index.Open_file(Path(path), 9000);
-    index.Begin_intake();
+    index.BeginIntake();
     index.Add_header(HDR_T());
     for (const std::uint32_t time : {100U, 110U, 130U}) {
-      index.scratchPos = time;
+      index.SetRecordPosition(time);
       index.Add_index(IndexAt(time));
     }
     DATA_T block;
@@ -50,7 +50,7 @@ class ObstructedSave : public CacheTest {
     cZel3Indexer fresh;
     fresh.cacheFolder = Path(CacheSubfolder());
     EXPECT_TRUE(fresh.Open_file(Path(archive), 9000));
-    return ContentsOf(fresh.current);
+    return ContentsOf(fresh.Current());
   }
   Texts NamesInCacheFolder() const {
     const std::string stem = std::string(kArchiveTimeInNames) + "cam.";
@@ -96,7 +96,7 @@ TEST_F(SaveFallback, KeepsTheNameOfTheEntriesInTheStore) {
   fs::create_directory(Beside("evt"));
   CollectOneLongEvent();
   index.Save_files();
-  EXPECT_EQ(Text(index.current.id3Path), Beside("id3"));
+  EXPECT_EQ(Text(index.Current().id3Path), Beside("id3"));
 }
 
 TEST_F(SaveFallback, ServesTheIndexerFromThenOn) {
@@ -104,8 +104,8 @@ TEST_F(SaveFallback, ServesTheIndexerFromThenOn) {
   CollectOneLongEvent();
   index.Save_files();
   ASSERT_TRUE(Open());
-  EXPECT_EQ(ContentsOf(index.current), collected);
-  EXPECT_EQ(Text(index.current.id3Path), CacheSubfolder() + kArchiveTimeInNames + "cam.id3");
+  EXPECT_EQ(ContentsOf(index.Current()), collected);
+  EXPECT_EQ(Text(index.Current().id3Path), CacheSubfolder() + kArchiveTimeInNames + "cam.id3");
 }
 
 // All three names are tested before one of them is touched.
@@ -186,7 +186,7 @@ class NoFallback : public ObstructedSave {
   void ExpectNothingWritten() {
     EXPECT_FALSE(index.Reopen_for_write());
     index.Save_files();
-    EXPECT_EQ(index.current.id3Records.size(), 2) << "the last entry stays apart";
+    EXPECT_EQ(index.Current().id3Records.size(), 2) << "the last entry stays apart";
     for (const char* kind : {"hdr", "id3", "evt"}) {
       EXPECT_THAT(fs::is_regular_file(Beside(kind)) ? ReadFile(Beside(kind)) : Bytes(), IsEmpty())
           << kind;
@@ -207,7 +207,7 @@ TEST_F(NoFallback, WritesNothingWhenThatIsObstructedToo) {
     cZel3Indexer fresh;
     fresh.cacheFolder = Path(CacheSubfolder());
     fresh.Open_file(Path(archive), 9000);
-    EXPECT_EQ(ContentsOf(fresh.current).records, Texts());
+    EXPECT_EQ(ContentsOf(fresh.Current()).records, Texts());
   }
 }
 
@@ -303,7 +303,7 @@ TEST_P(FullDisk, DoesNotKeepALaterSaveFromWorking) {
   SaveWithoutRoom();
   index.Save_files();
   ASSERT_TRUE(Open());
-  EXPECT_EQ(ContentsOf(index.current), collected);
+  EXPECT_EQ(ContentsOf(index.Current()), collected);
 }
 
 INSTANTIATE_TEST_SUITE_P(After, FullDisk, testing::Values(0, 7, 8, 24, 71, 72, 80, 110),
@@ -324,7 +324,7 @@ TEST_F(ObstructedSave, LeavesNoCacheWhenOnlyOneFileFindsNoRoom) {
   for (const LongFileCase& row : cases) {
     SCOPED_TRACE(row.what);
     Open();
-    index.Begin_intake();
+    index.BeginIntake();
     for (int i = 0; i < row.headers; ++i) index.Add_header(HDR_T());
     for (int i = 0; i < row.entries; ++i) index.Add_index(IndexAt(100));
     {
@@ -349,7 +349,7 @@ TEST_F(SaveInPlace, WorksWhereFilesMayBeWrittenButNotMade) {
   EXPECT_EQ(Text(index.cacheFolder), "");
   cZel3Indexer reader;
   ASSERT_TRUE(reader.Open_file(Path(archive), 9000));
-  EXPECT_EQ(ContentsOf(reader.current), collected);
+  EXPECT_EQ(ContentsOf(reader.Current()), collected);
 }
 
 TEST_F(SaveInPlace, IsRefusedForLinksBecauseTheirOtherNamesWouldShowIt) {
@@ -386,7 +386,7 @@ TEST_F(SaveAnew, WorksWhereTheTemporaryNameIsTaken) {
   CollectOneLongEvent();
   index.Save_files();
   ASSERT_TRUE(Open());
-  EXPECT_EQ(ContentsOf(index.current), collected);
+  EXPECT_EQ(ContentsOf(index.Current()), collected);
   EXPECT_TRUE(fs::is_directory(taken));
 }
 
@@ -398,7 +398,7 @@ TEST_F(SaveAnew, WorksWhereTheTemporaryNameWouldBeTooLong) {
   EXPECT_THAT(ArchiveFolderNames(),
               ElementsAre("cam.zel3", stem + ".evt", stem + ".hdr", stem + ".id3", stem + ".zel3"));
   ASSERT_TRUE(index.Open_file(Path(path), 9000));
-  EXPECT_EQ(ContentsOf(index.current), collected);
+  EXPECT_EQ(ContentsOf(index.Current()), collected);
 }
 
 }  // namespace

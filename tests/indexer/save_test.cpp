@@ -2,6 +2,7 @@
 #include <filesystem>
 
 #include "cache_test.h"
+#include "indexer/events_file.h"
 #include "support/folder_watch.h"
 
 namespace {
@@ -25,16 +26,16 @@ class Save : public CacheTest {
   // A short indexing run: a header, entries at 100, 110 and 130, and three events.
   void CollectThreeEvents() {
     Open();
-    index.Begin_intake();
-    index.scratchPos = 16;
+    index.BeginIntake();
+    index.SetRecordPosition(16);
     index.Add_header(HDR_T());
-    index.scratchPos = 500;
+    index.SetRecordPosition(500);
     index.Add_index(IndexAt(100, 1));
     AddEvent(index, 0x80, "door");
     AddEvent(index, 0x81, "");
-    index.scratchPos = (1ULL << 32) + 600;
+    index.SetRecordPosition((1ULL << 32) + 600);
     index.Add_index(IndexAt(110));
-    index.scratchPos = 700;
+    index.SetRecordPosition(700);
     index.Add_index(IndexAt(130));
     AddEvent(index, 0xFF, "last \xFF");
   }
@@ -49,18 +50,18 @@ TEST_F(Save, GivesBackTheSameWhenTheFileIsOpened) {
   index.Save_files();
   cZel3Indexer reader;
   ASSERT_TRUE(reader.Open_file(Path(archive), 9000));
-  EXPECT_EQ(ContentsOf(reader.files[0]), collected);
-  EXPECT_EQ(reader.files[0].startTime, 100U);
-  EXPECT_EQ(reader.files[0].endTime, 136U);
-  EXPECT_FALSE(reader.files[0].partial);
-  EXPECT_THAT(reader.files[0].blockPositions, ElementsAre(16, 500, 600, 700, 9000));
+  EXPECT_EQ(ContentsOf(reader.Files()[0]), collected);
+  EXPECT_EQ(reader.Files()[0].startTime, 100U);
+  EXPECT_EQ(reader.Files()[0].endTime, 136U);
+  EXPECT_FALSE(reader.Files()[0].partial);
+  EXPECT_THAT(reader.Files()[0].blockPositions, ElementsAre(16, 500, 600, 700, 9000));
 }
 
 TEST_F(Save, GivesBackTheSameToTheIndexerThatSaved) {
   CollectThreeEvents();
   index.Save_files();
   ASSERT_TRUE(Open());
-  EXPECT_EQ(ContentsOf(index.current), collected);
+  EXPECT_EQ(ContentsOf(index.Current()), collected);
 }
 
 TEST_F(Save, WritesTheFilesByteByByte) {
@@ -91,10 +92,10 @@ TEST_F(Save, LeavesNoFileOpen) {
 
 TEST_F(Save, AppendsTheLastEntryOnce) {
   CollectThreeEvents();
-  EXPECT_EQ(index.current.id3Records.size(), 2);
+  EXPECT_EQ(index.Current().id3Records.size(), 2);
   index.Save_files();
   index.Save_files();
-  EXPECT_EQ(ContentsOf(index.current), collected);
+  EXPECT_EQ(ContentsOf(index.Current()), collected);
   EXPECT_EQ(ReadFile(Beside("id3")).size(), 72U);
 }
 
@@ -110,21 +111,21 @@ TEST_F(Save, WidensTheRangeByTheLastEntry) {
   for (const auto& row : cases) {
     SCOPED_TRACE(testing::PrintToString(row.times));
     Open();
-    index.Begin_intake();
+    index.BeginIntake();
     for (const std::uint32_t time : row.times) index.Add_index(IndexAt(time));
     index.Save_files();
-    EXPECT_EQ(index.current.startTime, row.start);
-    EXPECT_EQ(index.current.endTime, row.end);
+    EXPECT_EQ(index.Current().startTime, row.start);
+    EXPECT_EQ(index.Current().endTime, row.end);
   }
 }
 
 TEST_F(Save, DoesNotTouchTheFilesThatAreFiled) {
   WriteSmallCache();
   Open();
-  const Contents before = ContentsOf(index.files[0]);
+  const Contents before = ContentsOf(index.Files()[0]);
   CollectThreeEvents();
   index.Save_files();
-  EXPECT_EQ(ContentsOf(index.files[0]), before);
+  EXPECT_EQ(ContentsOf(index.Files()[0]), before);
 }
 
 TEST_F(Save, ReplacesLongerFiles) {
@@ -150,7 +151,10 @@ struct CountCase {
   Bytes bytes;
 };
 
-TEST_F(Save, WritesTheEventCountAsItIsHeldAndNoMoreEventsThanThat) {
+TEST(EventsFile, HoldsTheEventCountAsItIsAndNoMoreEventsThanThat) {
+  const TempFolder folder;
+  const std::string path = folder / "cam.evt";
+
   const CountCase cases[] = {
       {"as many", 2, 2, EvtFile().Group(7, 8, 2).Event(0x80, "e0").Event(0x81, "e1")},
       {"more counted", 3, 2, EvtFile().Group(7, 8, 3).Event(0x80, "e0").Event(0x81, "e1")},
@@ -160,7 +164,6 @@ TEST_F(Save, WritesTheEventCountAsItIsHeldAndNoMoreEventsThanThat) {
   };
   for (const CountCase& row : cases) {
     SCOPED_TRACE(row.what);
-    Open();
     EVT_FILE_DATA_T group;
     group.time = 7;
     group.offsetLow = 8;
@@ -171,9 +174,12 @@ TEST_F(Save, WritesTheEventCountAsItIsHeldAndNoMoreEventsThanThat) {
       event.text = "e" + std::to_string(i);
       group.events.append(event);
     }
-    index.current.events = {group};
-    index.Save_files();
-    EXPECT_EQ(ReadFile(Beside("evt")), row.bytes);
+    WriteFile(path, Bytes());
+    PlainFile file;
+    ASSERT_TRUE(file.Open(Path(path), PlainFile::Mode::kUpdate));
+    EXPECT_TRUE(WriteEvents(file, {group}));
+    EXPECT_TRUE(file.SaveAndClose());
+    EXPECT_EQ(ReadFile(path), row.bytes);
   }
 }
 
@@ -211,10 +217,10 @@ TEST_F(Save, GivesBackWhatTheWrittenBytesMean) {
   for (const ReadBackCase& row : cases) {
     SCOPED_TRACE(row.what);
     Open();
-    index.Begin_intake();
+    index.BeginIntake();
     std::uint32_t time = 100;
     for (const Texts& events : row.eventsOfEntries) {
-      index.scratchPos = time * 10 - 500;
+      index.SetRecordPosition(time * 10 - 500);
       index.Add_index(IndexAt(time));
       for (const std::string& text : events) AddEvent(index, 0x80, text);
       time += 10;
@@ -222,15 +228,15 @@ TEST_F(Save, GivesBackWhatTheWrittenBytesMean) {
     index.Save_files();
     cZel3Indexer reader;
     ASSERT_TRUE(reader.Open_file(Path(archive), 9000));
-    EXPECT_EQ(Shown(reader.current.events), row.readBack);
+    EXPECT_EQ(Shown(reader.Current().events), row.readBack);
   }
 }
 
 TEST_F(Save, OfManyEntriesKeepsThemAll) {
   Open();
-  index.Begin_intake();
+  index.BeginIntake();
   for (std::uint32_t i = 0; i < 5000; ++i) {
-    index.scratchPos = i * 100;
+    index.SetRecordPosition(i * 100);
     if (i % 50 == 0) index.Add_header(HDR_T());
     index.Add_index(IndexAt(i * 10));
     if (i % 7 == 0) AddEvent(index, 0x80, "event " + std::to_string(i));
@@ -238,10 +244,10 @@ TEST_F(Save, OfManyEntriesKeepsThemAll) {
   index.Save_files();
   cZel3Indexer reader;
   ASSERT_TRUE(reader.Open_file(Path(archive), 9000));
-  EXPECT_EQ(ContentsOf(reader.current), ContentsOf(index.current));
-  EXPECT_EQ(reader.current.id3Records.size(), 5000);
-  EXPECT_EQ(reader.current.headerPositions.size(), 100);
-  EXPECT_EQ(reader.current.events.size(), 715);
+  EXPECT_EQ(ContentsOf(reader.Current()), ContentsOf(index.Current()));
+  EXPECT_EQ(reader.Current().id3Records.size(), 5000);
+  EXPECT_EQ(reader.Current().headerPositions.size(), 100);
+  EXPECT_EQ(reader.Current().events.size(), 715);
 }
 
 // A cache counts with its .evt file: that one goes first and comes last, and all three come whole.
@@ -324,14 +330,14 @@ TEST_F(ReopenForWrite, WithoutASaveLeavesNoCache) {
     ASSERT_TRUE(run.Reopen_for_write());
   }
   EXPECT_FALSE(Open());
-  EXPECT_THAT(index.files, IsEmpty());
+  EXPECT_THAT(index.Files(), IsEmpty());
 }
 
 TEST_F(ReopenForWrite, KeepsWhatWasCollected) {
   CollectThreeEvents();
   EXPECT_TRUE(index.Reopen_for_write());
   index.Save_files();
-  EXPECT_EQ(ContentsOf(index.current), collected);
+  EXPECT_EQ(ContentsOf(index.Current()), collected);
 }
 
 }  // namespace

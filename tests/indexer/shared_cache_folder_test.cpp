@@ -131,7 +131,7 @@ TEST_F(SharedFolder, IsNotThereAtAllWhenBothNamesAreTaken) {
     fresh.cacheFolder = Path(Temporary());
     EXPECT_FALSE(fresh.Open_file(Path(archive), 9000));
     EXPECT_EQ(Text(fresh.cacheFolder), Temporary());
-    EXPECT_THAT(fresh.files, IsEmpty());
+    EXPECT_THAT(fresh.Files(), IsEmpty());
     EXPECT_FALSE(fresh.Reopen_for_write());
     fresh.Add_index(IndexAt(100));
     fresh.Save_files();

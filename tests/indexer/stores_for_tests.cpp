@@ -49,17 +49,10 @@ sFile_Index_Store Partial(sFile_Index_Store store) {
   return store;
 }
 
-sFile_Index_Store WithKnownOrder(sFile_Index_Store store) {
-  const auto isEarlier = [](const ZEL_ID3_REC& one, const ZEL_ID3_REC& other) {
-    return one.time < other.time;
-  };
-  const auto& entries = store.id3Records;
-  const auto& headers = store.headerPositions;
-  const auto& cuts = store.blockPositions;
-  store.entriesAscend = std::is_sorted(entries.begin(), entries.end(), isEarlier);
-  store.headersAscend = std::is_sorted(headers.begin(), headers.end());
-  store.cutsAscend = std::is_sorted(cuts.begin(), cuts.end());
-  return store;
+void CollectBareEntries(cZel3Indexer& index, const std::string& name,
+                        const std::vector<std::uint32_t>& times) {
+  index.Open_file_draft(Path(name));
+  for (const std::uint32_t time : times) index.Add_last_index(IndexAt(time));
 }
 
 void FileAll(cZel3Indexer& index, const std::vector<sFile_Index_Store>& stores) {
@@ -68,7 +61,7 @@ void FileAll(cZel3Indexer& index, const std::vector<sFile_Index_Store>& stores) 
 
 std::vector<std::string> FileNames(const cZel3Indexer& index) {
   std::vector<std::string> names;
-  for (const sFile_Index_Store& store : index.files) names.push_back(Text(store.fileName));
+  for (const sFile_Index_Store& store : index.Files()) names.push_back(Text(store.fileName));
   return names;
 }
 

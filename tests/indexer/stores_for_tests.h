@@ -26,9 +26,9 @@ sFile_Index_Store FileOf(const std::string& name, const std::vector<std::uint32_
 // The same with only head and tail known.
 sFile_Index_Store Partial(sFile_Index_Store store);
 
-// The same as the loader leaves it, which sees whether entries, headers and cuts ascend.
-sFile_Index_Store WithKnownOrder(sFile_Index_Store store);
-
+// Makes a file current with a bare entry at each index time, and files it.
+void CollectBareEntries(cZel3Indexer& index, const std::string& name,
+                        const std::vector<std::uint32_t>& times);
 void FileAll(cZel3Indexer& index, const std::vector<sFile_Index_Store>& stores);
 std::vector<std::string> FileNames(const cZel3Indexer& index);
 

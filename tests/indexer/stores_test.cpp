@@ -3,6 +3,7 @@
 #include <array>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
 #include "stores_for_tests.h"
 #include "support/lookup_answer.h"
@@ -92,57 +93,57 @@ TEST_F(Stores, AreReplacedByNameOnTheWayToTheirPlace) {
 
 TEST_F(Stores, HoldTheNewContentsAfterAReplacement) {
   FileAll(index, {FileOf("a", {10}), FileOf("b", {20}), FileOf("b", {95, 90})});
-  ASSERT_EQ(index.files.size(), 2U);
-  EXPECT_THAT(Shown(index.files[1].id3Records), ElementsAre("95@0", "90@0"));
-  EXPECT_EQ(index.files[1].startTime, 90U);
+  ASSERT_EQ(index.Files().size(), 2U);
+  EXPECT_THAT(Shown(index.Files()[1].id3Records), ElementsAre("95@0", "90@0"));
+  EXPECT_EQ(index.Files()[1].startTime, 90U);
 }
 
 TEST_F(Stores, ListedTwiceAreReplacedWhereTheyAreMetFirst) {
   FileAll(index, {FileOf("a", {10}), FileOf("b", {20}), FileOf("b", {5}), FileOf("b", {6, 7})});
   EXPECT_THAT(FileNames(index), ElementsAre("b", "a", "b"));
-  EXPECT_THAT(Shown(index.files[0].id3Records), ElementsAre("6@0", "7@0"));
-  EXPECT_THAT(Shown(index.files[2].id3Records), ElementsAre("20@0"));
+  EXPECT_THAT(Shown(index.Files()[0].id3Records), ElementsAre("6@0", "7@0"));
+  EXPECT_THAT(Shown(index.Files()[2].id3Records), ElementsAre("20@0"));
 }
 
 TEST_F(Stores, AreCopiesOfWhatWasFiled) {
-  index.current = FileOf("a", {10});
-  index.Add_file_index(index.current);
-  index.current.id3Records.append(EntryAt(20));
-  index.current.blockPositions.push_back(7);
-  index.current.endTime = 20;
-  EXPECT_THAT(Shown(index.files[0].id3Records), ElementsAre("10@0"));
-  EXPECT_THAT(index.files[0].blockPositions, IsEmpty());
-  EXPECT_EQ(index.files[0].endTime, 10U);
+  sFile_Index_Store store = FileOf("a", {10});
+  index.Add_file_index(store);
+  store.id3Records.append(EntryAt(20));
+  store.blockPositions.push_back(7);
+  store.endTime = 20;
+  EXPECT_THAT(Shown(index.Files()[0].id3Records), ElementsAre("10@0"));
+  EXPECT_THAT(index.Files()[0].blockPositions, IsEmpty());
+  EXPECT_EQ(index.Files()[0].endTime, 10U);
 }
 
 TEST_F(Stores, AreFiledWithBuffersOfExactlyTheirLength) {
-  index.current = FileOf("a", {10});
-  index.current.blockPositions.reserve(1000);
-  for (const quint64 position : {0, 10, 20}) index.current.blockPositions.append(position);
-  ASSERT_GE(index.current.blockPositions.capacity(), 1000);
-  index.Add_file_index(index.current);
-  EXPECT_EQ(index.files[0].blockPositions.capacity(), 3);
+  sFile_Index_Store store = FileOf("a", {10});
+  store.blockPositions.reserve(1000);
+  for (const quint64 position : {0, 10, 20}) store.blockPositions.append(position);
+  ASSERT_GE(store.blockPositions.capacity(), 1000);
+  index.Add_file_index(store);
+  EXPECT_EQ(index.Files()[0].blockPositions.capacity(), 3);
 }
 
 TEST_F(Stores, AreFiledWithoutACopyOfWhatTheyHold) {
-  index.current = FileOf("a", {10});
-  index.current.blockPositions = {0, 10, 20};
-  index.Add_file_index(index.current);
-  const sFile_Index_Store& filed = index.files[0];
-  EXPECT_EQ(filed.blockPositions.constData(), index.current.blockPositions.constData());
-  EXPECT_EQ(filed.id3Records.constData(), index.current.id3Records.constData());
+  sFile_Index_Store store = FileOf("a", {10});
+  store.blockPositions = {0, 10, 20};
+  index.Add_file_index(store);
+  const sFile_Index_Store& filed = index.Files()[0];
+  EXPECT_EQ(filed.blockPositions.constData(), std::as_const(store).blockPositions.constData());
+  EXPECT_EQ(filed.id3Records.constData(), std::as_const(store).id3Records.constData());
 }
 
 TEST_F(Stores, MoveWithoutCopyingWhenTheListGrows) {
-  EXPECT_TRUE(std::is_nothrow_move_constructible<sFile_Index_Store>::value);
-  EXPECT_TRUE(std::is_nothrow_move_assignable<sFile_Index_Store>::value);
+  EXPECT_TRUE(std::is_nothrow_move_constructible<FiledStore>::value);
+  EXPECT_TRUE(std::is_nothrow_move_assignable<FiledStore>::value);
 }
 
 TEST_F(Stores, CanReplaceAStoreByItself) {
   FileAll(index, {FileOf("a", {10}), FileOf("b", {20})});
-  index.Add_file_index(index.files[1]);
+  index.Add_file_index(index.Files()[1]);
   EXPECT_THAT(FileNames(index), ElementsAre("a", "b"));
-  EXPECT_THAT(Shown(index.files[1].id3Records), ElementsAre("20@0"));
+  EXPECT_THAT(Shown(index.Files()[1].id3Records), ElementsAre("20@0"));
 }
 
 // Filing moves the stores behind the place, be it within their memory or to a larger one.
@@ -158,11 +159,11 @@ TEST_F(Stores, CanBeFiledOnceMoreFromTheListItself) {
   whole.partial = true;
   cZel3Indexer fresh;
   FileAll(fresh, {FileOf("a", {10}), FileOf("b", {20}), whole, FileOf("b", {90})});
-  fresh.Add_file_index(fresh.files[2]);
+  fresh.Add_file_index(fresh.Files()[2]);
   EXPECT_THAT(FileNames(fresh), ElementsAre("a", "c", "b", "c"));
   for (const std::size_t place : {1U, 3U}) {
     SCOPED_TRACE(place);
-    const sFile_Index_Store& filed = fresh.files[place];
+    const sFile_Index_Store& filed = fresh.Files()[place];
     EXPECT_EQ(Text(filed.id3Path), "c.id3");
     EXPECT_EQ(Positions(filed.headerPositions), std::vector<std::uint64_t>{5});
     EXPECT_THAT(Shown(filed.id3Records), ElementsAre("30@0"));
@@ -221,59 +222,59 @@ TEST_F(OverallRange, OfAFileWithoutEntriesIsWidenedByTheNext) {
 // Head and tail of a file that is not indexed yet.
 class BareEntries : public Stores {
  protected:
-  BareEntries() { index.current.fileName = Path("a"); }
+  BareEntries() { index.Open_file_draft(Path("a")); }
 };
 
 TEST_F(BareEntries, MarkTheTimeRange) {
   index.Add_first_index(IndexAt(100, 1));
   index.Add_last_index(IndexAt(900, 1));
-  EXPECT_TRUE(index.current.partial);
-  EXPECT_EQ(index.current.startTime, 100U);
-  EXPECT_EQ(index.current.endTime, 900U);
-  ASSERT_EQ(index.current.id3Records.size(), 2);
+  EXPECT_TRUE(index.Current().partial);
+  EXPECT_EQ(index.Current().startTime, 100U);
+  EXPECT_EQ(index.Current().endTime, 900U);
+  ASSERT_EQ(index.Current().id3Records.size(), 2);
   const std::uint32_t times[] = {100, 900};
   for (int i = 0; i < 2; ++i) {
     ZEL_ID3_REC onlyTime = {};
     onlyTime.time = times[i];
-    EXPECT_EQ(std::memcmp(&index.current.id3Records.at(i), &onlyTime, sizeof(onlyTime)), 0) << i;
+    EXPECT_EQ(std::memcmp(&index.Current().id3Records.at(i), &onlyTime, sizeof(onlyTime)), 0) << i;
   }
 }
 
 TEST_F(BareEntries, AreFiledEachTime) {
   index.Add_first_index(IndexAt(100));
-  ASSERT_EQ(index.files.size(), 1U);
-  EXPECT_THAT(Shown(index.files[0].id3Records), ElementsAre("100@0"));
+  ASSERT_EQ(index.Files().size(), 1U);
+  EXPECT_THAT(Shown(index.Files()[0].id3Records), ElementsAre("100@0"));
   index.Add_last_index(IndexAt(900));
-  ASSERT_EQ(index.files.size(), 1U);
-  EXPECT_THAT(Shown(index.files[0].id3Records), ElementsAre("100@0", "900@0"));
-  EXPECT_TRUE(index.files[0].partial);
+  ASSERT_EQ(index.Files().size(), 1U);
+  EXPECT_THAT(Shown(index.Files()[0].id3Records), ElementsAre("100@0", "900@0"));
+  EXPECT_TRUE(index.Files()[0].partial);
 }
 
 TEST_F(BareEntries, GoToTheFrontAndToTheEnd) {
   index.Add_last_index(IndexAt(500));
   index.Add_last_index(IndexAt(900));
   index.Add_first_index(IndexAt(100));
-  EXPECT_THAT(Shown(index.current.id3Records), ElementsAre("100@0", "500@0", "900@0"));
+  EXPECT_THAT(Shown(index.Current().id3Records), ElementsAre("100@0", "500@0", "900@0"));
 }
 
 TEST_F(BareEntries, OnlyTheLastOneSetsTheLastIndexTime) {
-  index.current.lastIndexTime = 7;
+  index.Add_last_index(IndexAt(7));
   index.Add_first_index(IndexAt(100));
-  EXPECT_EQ(index.current.lastIndexTime, 7U);
+  EXPECT_EQ(index.Current().lastIndexTime, 7U);
   index.Add_last_index(IndexAt(50));
-  EXPECT_EQ(index.current.lastIndexTime, 50U);
+  EXPECT_EQ(index.Current().lastIndexTime, 50U);
 }
 
 TEST_F(BareEntries, WidenTheRangeWhateverTheirOrder) {
   index.Add_first_index(IndexAt(900));
-  EXPECT_EQ(index.current.startTime, 900U);
-  EXPECT_EQ(index.current.endTime, 900U);
+  EXPECT_EQ(index.Current().startTime, 900U);
+  EXPECT_EQ(index.Current().endTime, 900U);
   index.Add_last_index(IndexAt(100));
-  EXPECT_EQ(index.current.startTime, 100U);
-  EXPECT_EQ(index.current.endTime, 900U);
+  EXPECT_EQ(index.Current().startTime, 100U);
+  EXPECT_EQ(index.Current().endTime, 900U);
   index.Add_last_index(IndexAt(500));
-  EXPECT_EQ(index.current.startTime, 100U);
-  EXPECT_EQ(index.current.endTime, 900U);
+  EXPECT_EQ(index.Current().startTime, 100U);
+  EXPECT_EQ(index.Current().endTime, 900U);
 }
 
 TEST_F(BareEntries, TakeNothingFromDataThatCameBefore) {
@@ -282,7 +283,7 @@ TEST_F(BareEntries, TakeNothingFromDataThatCameBefore) {
   active.type = 5;
   index.Add_block(active, nullptr, 0);
   index.Add_first_index(IndexAt(100, 1));
-  EXPECT_THAT(Shown(index.current.id3Records), ElementsAre("100@0"));
+  EXPECT_THAT(Shown(index.Current().id3Records), ElementsAre("100@0"));
 }
 
 TEST_F(BareEntries, KeyTheEventsThatFollowThem) {
@@ -292,7 +293,7 @@ TEST_F(BareEntries, KeyTheEventsThatFollowThem) {
   index.Add_block(event, nullptr, 0);
   index.Add_last_index(IndexAt(900));
   index.Add_block(event, nullptr, 0);
-  EXPECT_THAT(Shown(index.current.events), ElementsAre("100@0 x1 80''", "900@0 x1 80''"));
+  EXPECT_THAT(Shown(index.Current().events), ElementsAre("100@0 x1 80''", "900@0 x1 80''"));
 }
 
 TEST_F(BareEntries, WhoseTailIsEarlierThanAnotherFileAreListedTwice) {
@@ -303,9 +304,10 @@ TEST_F(BareEntries, WhoseTailIsEarlierThanAnotherFileAreListedTwice) {
 }
 
 TEST_F(Stores, HandOutTheirStreams) {
-  FileAll(index, {FileOf("a", {10}), FileOf("b", {20})});
-  index.files[1].streamMap[0] = 0x81;
-  index.files[1].streamMap[31] = 0x80;
+  sFile_Index_Store active = FileOf("b", {20});
+  active.streamMap[0] = 0x81;
+  active.streamMap[31] = 0x80;
+  FileAll(index, {FileOf("a", {10}), active});
   std::array<std::uint8_t, 34> map;
   map.fill(0xEE);
   index.FillFileStreamMap(1, map.data() + 1);

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QString>
+
+#include "indexer/cache_claim.h"
+#include "indexer/cache_names.h"
+#include "indexer/plain_file.h"
+
+// The cache of one archive, that at currentFilePath: the names belong to it, an open file is the
+// one named beside it, and only its files are claimed.
+struct CacheFiles {
+  // Another archive or other names. `refused`: they lie in a folder that is not trusted. REQUIRES:
+  // the files are closed.
+  void Name(const QString& archive, const CacheFileNames& names, bool refused);
+
+  // Opens what there is. False when the entries or the events do not open; the headers may be
+  // missing. Throws std::bad_alloc.
+  bool OpenForLoading();
+  void Close();
+
+  // Claims the files for a run. Throws std::bad_alloc.
+  CacheClaim::Answer Claim();
+
+  bool IsDetoured(const QString& archive) const;
+
+  QString currentFilePath;
+  QString hdrFileName;
+  PlainFile hdrFile;
+  QString id3FileName;
+  PlainFile id3File;
+  QString evtFileName;
+  PlainFile evtFile;
+  bool namesRefused = false;  // nothing is read or written under these names
+  CacheClaim claim;
+
+  // Where the cache of one archive is while another run is at work on the files in its place.
+  struct Detour {
+    QString archive;  // empty: there is no such archive
+    QString cacheFolder;
+  };
+  Detour detour;
+};

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "indexer/file_index_store.h"
+#include "indexer/store_order.h"
+#include "indexer/time_range.h"
+
+// What the entries of a file say while they are loaded, portion by portion.
+class EntryScan {
+ public:
+  // Takes a portion; gives the low 32 bits of the entries' positions.
+  void Add(const ZEL_ID3_REC* entries, int count, quint64* positions);
+
+  const TimeRange& Range() const { return mRange; }
+  const EntryOrder& Order() const { return mOrder; }
+
+ private:
+  TimeRange ScanAscending(const ZEL_ID3_REC* entries, int count, quint64* positions);
+
+  TimeRange mRange;
+  EntryOrder mOrder;
+  bool mAny = false;
+  std::uint32_t mLastPosition = 0;
+};

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QHash>
+#include <QString>
+#include <deque>
+#include <optional>
+
+#include "indexer/file_index_store.h"
+#include "indexer/file_spans.h"
+#include "indexer/store_order.h"
+
+// A file of the archive as it is listed: its store, which does not change any more, and the order
+// of what that holds.
+struct FiledStore : sFile_Index_Store {
+  StoreOrder order;
+};
+
+// The files of an archive by start time, and what follows from them. Only File changes them, so
+// what follows is always true of them.
+class StoreList {
+ public:
+  using Stores = std::deque<FiledStore>;
+
+  const Stores& Files() const { return files; }
+
+  // Lists a copy of `store`: in place of a store of the same file name that is met on the way, else
+  // by start time. `store` may be one of the list. REQUIRES: `order` is that of `store`. Throws
+  // std::bad_alloc; the files are as before then.
+  void File(const sFile_Index_Store& store, const StoreOrder& order);
+
+  // The range of all files that were ever listed: never narrowed, not even by a replacement.
+  IndexTime FirstTime() const { return firstTime; }
+  IndexTime LastTime() const { return lastTime; }
+
+  // When files with entries begin and end; a file without entries holds no time. Throws
+  // std::bad_alloc.
+  const FileSpans& Spans() const;
+
+ private:
+  Stores::iterator PlaceFor(const sFile_Index_Store& store);
+
+  Stores files;
+  IndexTime firstTime = 0x7FFFFFFF;
+  IndexTime lastTime = 0;
+  bool mFilesAscend = true;                 // by start time; a replacement may end that
+  QHash<QString, int> mTimesOf;             // how often a file name is listed
+  mutable std::optional<FileSpans> mSpans;  // made by the first question after a change
+};
