@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <random>
 
 #include "cache_test.h"
@@ -83,17 +84,10 @@ void AskEverything(cZel3Indexer& index) {
   EXPECT_EQ(index.Put_events_to_vector(&events), !index.Files()[0].events.isEmpty());
 }
 
-class RandomCache : public CacheTest, public testing::WithParamInterface<std::size_t> {};
-
-TEST_P(RandomCache, IsLoadedByThePlainRules) {
-  for (unsigned seed = 1; seed <= 300; ++seed) {
-    SCOPED_TRACE(seed);
-    std::mt19937 random(seed);
-    const Bytes id3 = RandomBytes(random, 12 * 24, GetParam());
-    const Bytes hdr = RandomBytes(random, 12 * 8, GetParam());
-    const Bytes evt = RandomBytes(random, 200, GetParam());
+class RandomCache : public CacheTest, public testing::WithParamInterface<std::size_t> {
+ protected:
+  void ExpectLoadedByThePlainRules(const Bytes& id3, const Bytes& hdr, const Bytes& evt) {
     WriteCache(id3, hdr, evt);
-
     PlainEntries entries = PlainId3(id3);
     const std::vector<std::uint64_t> headers = WholePositions(hdr);
     const std::vector<PlainGroup> events = PlainEvents(evt);
@@ -111,8 +105,20 @@ TEST_P(RandomCache, IsLoadedByThePlainRules) {
     ASSERT_EQ(Positions(loaded.headerPositions), headers);
     ASSERT_EQ(Positions(loaded.blockPositions), entries.cuts);
     ASSERT_EQ(::Shown(loaded.events), Shown(events));
-    if (anything) ExpectKnownOrder(fresh.Files()[0]);
-    if (anything) AskEverything(fresh);
+    if (!anything) return;
+    ExpectKnownOrder(fresh.Files()[0]);
+    AskEverything(fresh);
+  }
+};
+
+TEST_P(RandomCache, IsLoadedByThePlainRules) {
+  for (unsigned seed = 1; seed <= 300; ++seed) {
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    const Bytes id3 = RandomBytes(random, 12 * 24, GetParam());
+    const Bytes hdr = RandomBytes(random, 12 * 8, GetParam());
+    const Bytes evt = RandomBytes(random, 200, GetParam());
+    ASSERT_NO_FATAL_FAILURE(ExpectLoadedByThePlainRules(id3, hdr, evt));
   }
 }
 
@@ -120,5 +126,31 @@ INSTANTIATE_TEST_SUITE_P(Values, RandomCache, testing::Values(2, 3, 16, 256),
                          [](const auto& parameter) {
                            return "OutOf" + std::to_string(parameter.param);
                          });
+
+using LongCache = RandomCache;
+
+// More entries than are read at a time; some of them fall back in time or in position.
+TEST_P(LongCache, IsLoadedByThePlainRules) {
+  for (unsigned seed = 1; seed <= 20; ++seed) {
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    std::vector<EntryBytes> entries(1000 + random() % 2500);
+    std::vector<std::uint64_t> headers;
+    std::uint32_t time = 100000;
+    std::uint32_t position = 100000;
+    for (EntryBytes& entry : entries) {
+      const bool falls = GetParam() > 0 && random() % GetParam() == 0;
+      time += falls ? 0U - random() % 20 : random() % 10;
+      position += falls ? 0U - random() % 200 : random() % 100;
+      entry.time = time;
+      entry.offsetLow = position;
+      if (random() % 50 == 0) headers.push_back(position - random() % 3);
+    }
+    if (seed % 2 == 0) std::shuffle(headers.begin(), headers.end(), random);
+    ASSERT_NO_FATAL_FAILURE(ExpectLoadedByThePlainRules(Id3File(entries), HdrFile(headers), {}));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(FallsOnceIn, LongCache, testing::Values(0, 10, 1000, 3000));
 
 }  // namespace
