@@ -52,8 +52,7 @@ StoreList::Stores::iterator StoreList::PlaceFor(const sFile_Index_Store& store) 
   });
 }
 
-const FileSpans& StoreList::Spans() const {
-  if (mSpans) return *mSpans;
+const FileSpans& StoreList::MakeSpans() const {
   FileSpans spans;
   for (std::size_t file = 0; file < files.size(); ++file) {
     const FiledStore& store = files[file];

@@ -34,10 +34,11 @@ class StoreList {
 
   // When files with entries begin and end; a file without entries holds no time. Throws
   // std::bad_alloc.
-  const FileSpans& Spans() const;
+  const FileSpans& Spans() const { return mSpans ? *mSpans : MakeSpans(); }
 
  private:
   Stores::iterator PlaceFor(const sFile_Index_Store& store);
+  const FileSpans& MakeSpans() const;
 
   Stores files;
   IndexTime firstTime = 0x7FFFFFFF;
