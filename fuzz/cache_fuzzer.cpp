@@ -30,7 +30,7 @@ std::vector<std::uint64_t> Positions(const Bytes& hdr) {
   return positions;
 }
 
-std::vector<std::uint64_t> Plain(const QVector<quint64>& positions) {
+std::vector<std::uint64_t> Plain(const QVector<FilePosition>& positions) {
   return std::vector<std::uint64_t>(positions.begin(), positions.end());
 }
 
@@ -85,7 +85,7 @@ void AskForBytes(const cZel3Indexer& index, std::uint32_t entry) {
   const std::uint64_t position = store.id3Records.at(static_cast<int>(entry)).offsetLow;
   std::uint64_t plainStart = 0;
   std::uint64_t plainEnd = 0;
-  const QVector<quint64>& cuts = store.blockPositions;
+  const QVector<FilePosition>& cuts = store.blockPositions;
   for (int i = cuts.size(); i-- > 1;) {
     if (cuts.at(i - 1) > position || position >= cuts.at(i)) continue;
     plainStart = cuts.at(i - 1);
@@ -93,7 +93,7 @@ void AskForBytes(const cZel3Indexer& index, std::uint32_t entry) {
   }
   FUZZ_REQUIRE(start == plainStart && end == plainEnd);
   std::uint64_t plainHeader = 0;
-  for (const quint64 header : store.headerPositions) {
+  for (const FilePosition header : store.headerPositions) {
     if (header < position) plainHeader = header;
   }
   FUZZ_REQUIRE(index.Header_pos_for_index(MakeIndexId(0, entry)) == plainHeader);

@@ -81,6 +81,6 @@ bool cZel3Indexer::Load_HDR() {
 
 // Without a .hdr file the file's start counts as a header.
 bool cZel3Indexer::Set_empty_HDR() {
-  intake.current.headerPositions = QVector<quint64>(1, 0);
+  intake.current.headerPositions = QVector<FilePosition>(1, 0);
   return true;
 }

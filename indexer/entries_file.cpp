@@ -62,14 +62,14 @@ bool ReadEntries(PlainFile& file, sFile_Index_Store* store, EntryOrder* order) {
   const std::uint64_t count = file.Size() / sizeof(ZEL_ID3_REC);
   if (count < 1 || count > std::numeric_limits<int>::max() / sizeof(ZEL_ID3_REC)) return false;
   QVector<ZEL_ID3_REC>& entries = store->id3Records;
-  QVector<quint64>& cuts = store->blockPositions;
+  QVector<FilePosition>& cuts = store->blockPositions;
   ReserveLargePages(&entries, static_cast<int>(count));
   // One more for the end position.
   ReserveLargePages(&cuts, static_cast<int>(count) + store->headerPositions.size() + 1);
 
   HeaderCuts headers(store->headerPositions);
   EntryScan scan;
-  quint64 positions[kPortion];
+  FilePosition positions[kPortion];
   int added = 0;
   do {
     added = ReadPortion(file, static_cast<int>(count), &entries);
@@ -97,7 +97,7 @@ bool LoadEntries(PlainFile& file, sFile_Index_Store* store, EntryOrder* order) {
     // Treated as absent.
   }
   store->id3Records = QVector<ZEL_ID3_REC>();
-  store->blockPositions = QVector<quint64>();
+  store->blockPositions = QVector<FilePosition>();
   return false;
 }
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-void EntryScan::Add(const ZEL_ID3_REC* entries, int count, quint64* positions) {
+void EntryScan::Add(const ZEL_ID3_REC* entries, int count, FilePosition* positions) {
   if (count == 0) return;
   if (!mAny) mRange = TimeRange(entries->time);
   mAny = true;
@@ -16,7 +16,7 @@ void EntryScan::Add(const ZEL_ID3_REC* entries, int count, quint64* positions) {
 
 // Everything in one pass without branches. The range that it gives is right as long as times
 // ascend; the range so far stays for the plain rule.
-TimeRange EntryScan::ScanAscending(const ZEL_ID3_REC* entries, int count, quint64* positions) {
+TimeRange EntryScan::ScanAscending(const ZEL_ID3_REC* entries, int count, FilePosition* positions) {
   TimeRange range = mRange;
   EntryOrder order = mOrder;
   // Kept less 1, so that two equal times are a huge step, which does not count.

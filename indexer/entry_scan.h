@@ -8,16 +8,16 @@
 class EntryScan {
  public:
   // Takes a portion; gives the low 32 bits of the entries' positions.
-  void Add(const ZEL_ID3_REC* entries, int count, quint64* positions);
+  void Add(const ZEL_ID3_REC* entries, int count, FilePosition* positions);
 
   const TimeRange& Range() const { return mRange; }
   const EntryOrder& Order() const { return mOrder; }
 
  private:
-  TimeRange ScanAscending(const ZEL_ID3_REC* entries, int count, quint64* positions);
+  TimeRange ScanAscending(const ZEL_ID3_REC* entries, int count, FilePosition* positions);
 
   TimeRange mRange;
   EntryOrder mOrder;
   bool mAny = false;
-  std::uint32_t mLastPosition = 0;
+  std::uint32_t mLastPosition = 0;  // its low 32 bits
 };

@@ -42,7 +42,7 @@ struct EVT_FILE_EVENT_T {
 // The events of one index entry; time and offsetLow together are its key.
 struct EVT_FILE_DATA_T {
   IndexTime time = 0;
-  std::uint32_t offsetLow = 0;
+  std::uint32_t offsetLow = 0;  // of the entry
   std::uint8_t eventCount = 0;  // wraps after 255, whatever `events` holds
   QList<EVT_FILE_EVENT_T> events;
 };
@@ -54,11 +54,11 @@ inline void AddStream(StreamMap& map, std::uint8_t streamId) {
   map[streamId >> 3] = static_cast<std::uint8_t>(map[streamId >> 3] | 1 << (streamId & 7));
 }
 
-// Everything known about one archive file. Positions are FilePositions.
+// Everything known about one archive file.
 struct sFile_Index_Store {
   QString fileName;  // full path; the identity of the store
   QString id3Path;   // full path of its .id3 cache file
-  QVector<quint64> headerPositions;
+  QVector<FilePosition> headerPositions;
   QVector<ZEL_ID3_REC> id3Records;  // in file order
   QList<EVT_FILE_DATA_T> events;
   IndexTime startTime = kNoStartTime;
@@ -67,7 +67,7 @@ struct sFile_Index_Store {
   IndexTime indexInterval = 0;  // typical distance of two entries
   StreamMap streamMap = {};
   // Where the file can be cut into stretches to read: entries, headers, and the end position last.
-  QVector<quint64> blockPositions;
+  QVector<FilePosition> blockPositions;
   // Only head and tail of the file are known, or nothing yet.
   bool partial = false;
 

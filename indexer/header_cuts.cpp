@@ -2,36 +2,36 @@
 
 #include <algorithm>
 
-HeaderCuts::HeaderCuts(const QVector<quint64>& headerPositions)
+HeaderCuts::HeaderCuts(const QVector<FilePosition>& headerPositions)
     : mSorted(headerPositions.begin(), headerPositions.end()),
       mNext(mSorted.data()),
       mEnd(mNext + mSorted.size()) {
   if (!std::is_sorted(mSorted.begin(), mSorted.end())) std::sort(mSorted.begin(), mSorted.end());
 }
 
-void HeaderCuts::AddCuts(const quint64* cuts, int count, QVector<quint64>* merged) {
+void HeaderCuts::AddCuts(const FilePosition* cuts, int count, QVector<FilePosition>* merged) {
   if (count == 0) return;
-  const quint64* const end = cuts + count;
-  const quint64* const behind =
+  const FilePosition* const end = cuts + count;
+  const FilePosition* const after =
       mNext == mEnd ? mEnd : std::lower_bound(mNext, mEnd, *std::max_element(cuts, end));
   const int before = merged->size();
-  merged->resize(before + count + static_cast<int>(behind - mNext));
-  quint64* place = merged->data() + before;
-  while (mNext != behind) {
+  merged->resize(before + count + static_cast<int>(after - mNext));
+  FilePosition* place = merged->data() + before;
+  while (mNext != after) {
     // The first cut greater than a position always exceeds all cuts before it. So the positions
     // that go before it are those that are left below it, and inserted one by one they end sorted.
     for (; *cuts <= *mNext; ++cuts) *place++ = *cuts;
-    while (mNext != behind && *mNext < *cuts) *place++ = *mNext++;
+    while (mNext != after && *mNext < *cuts) *place++ = *mNext++;
   }
   std::copy(cuts, end, place);
 }
 
-void InsertHeaderCuts(const QVector<quint64>& headerPositions, QVector<quint64>* cuts) {
+void InsertHeaderCuts(const QVector<FilePosition>& headerPositions, QVector<FilePosition>* cuts) {
   if (headerPositions.isEmpty()) return;
   const bool intoNone = cuts->isEmpty();
   HeaderCuts headers(intoNone ? headerPositions.mid(1) : headerPositions);
   if (intoNone) cuts->append(headerPositions.first());
-  QVector<quint64> merged;
+  QVector<FilePosition> merged;
   merged.reserve(cuts->size() + headerPositions.size());
   headers.AddCuts(cuts->constData(), cuts->size(), &merged);
   cuts->swap(merged);

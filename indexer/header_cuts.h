@@ -3,23 +3,25 @@
 #include <QVector>
 #include <vector>
 
+#include "blocks/units.h"
+
 // Header positions on their way between the positions that cut a file: as if each in turn went
 // before the first cut greater than it, and a position with no greater cut were left out. Neither
 // list need ascend. Costs no more than sorting the headers and one pass over the cuts.
 class HeaderCuts {
  public:
   // Throws std::bad_alloc, as AddCuts does.
-  explicit HeaderCuts(const QVector<quint64>& headerPositions);
+  explicit HeaderCuts(const QVector<FilePosition>& headerPositions);
 
   // Appends cuts to `merged`, after the headers that go before them.
-  void AddCuts(const quint64* cuts, int count, QVector<quint64>* merged);
+  void AddCuts(const FilePosition* cuts, int count, QVector<FilePosition>* merged);
 
  private:
-  std::vector<quint64> mSorted;
-  const quint64* mNext;
-  const quint64* mEnd;
+  std::vector<FilePosition> mSorted;
+  const FilePosition* mNext;
+  const FilePosition* mEnd;
 };
 
 // Adds the positions to cuts that are there already. Into no cuts at all the first position goes as
 // it is. Throws std::bad_alloc.
-void InsertHeaderCuts(const QVector<quint64>& headerPositions, QVector<quint64>* cuts);
+void InsertHeaderCuts(const QVector<FilePosition>& headerPositions, QVector<FilePosition>* cuts);

@@ -2,6 +2,7 @@
 
 #include <QVector>
 
+#include "blocks/units.h"
 #include "indexer/plain_file.h"
 
 // The .hdr file: the positions of the archive's headers, eight bytes each. A fragment at its end is
@@ -9,7 +10,7 @@
 
 // Loads the positions of an open file. False, with no positions, when there are none, or no memory
 // for them.
-bool LoadHeaderPositions(PlainFile& file, QVector<quint64>* positions);
+bool LoadHeaderPositions(PlainFile& file, QVector<FilePosition>* positions);
 
 // False when writing fails. Throws std::bad_alloc.
-bool WriteHeaderPositions(PlainFile& file, const QVector<quint64>& positions);
+bool WriteHeaderPositions(PlainFile& file, const QVector<FilePosition>& positions);

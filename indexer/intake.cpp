@@ -21,8 +21,8 @@ void AddActivity(ZEL_ID3_REC& entry, std::uint8_t streamId, std::uint8_t level) 
   }
 }
 
-quint64 KeyOf(const EVT_FILE_DATA_T& group) {
-  return quint64{group.time} << 32 | group.offsetLow;
+GroupKey KeyOf(const EVT_FILE_DATA_T& group) {
+  return GroupKey{group.time} << 32 | group.offsetLow;
 }
 
 }  // namespace
@@ -114,14 +114,14 @@ void cZel3Indexer::Add_block(const DATA_T& block, const unsigned char* payload,
 
 void cZel3Indexer::Update_current_index_events(const EVT_FILE_DATA_T& group) {
   QList<EVT_FILE_DATA_T>& groups = intake.current.events;
-  QMultiMap<quint64, int>& places = intake.groupPlaces;
+  QMultiMap<GroupKey, int>& places = intake.groupPlaces;
   // A place that found no memory is missing, and loaded groups have none yet.
   if (places.size() != groups.size()) {
     places.clear();
     for (int place = 0; place < groups.size(); ++place)
       places.insert(KeyOf(groups.at(place)), place);
   }
-  const quint64 key = KeyOf(group);
+  const GroupKey key = KeyOf(group);
   auto place = places.constFind(key);
   if (place != places.constEnd()) {
     for (; place != places.constEnd() && place.key() == key; ++place) {

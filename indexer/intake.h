@@ -1,9 +1,13 @@
 #pragma once
 
 #include <QMultiMap>
+#include <cstdint>
 
 #include "blocks/units.h"
 #include "indexer/file_index_store.h"
+
+// The time and the low position of an event group.
+using GroupKey = std::uint64_t;
 
 // What an indexing run collects, or opening loads, for one archive file. `current` and the pending
 // entry together are all that is known of the file so far; everything here begins with one reset.
@@ -19,9 +23,8 @@ struct Intake {
   void AppendPending();
 
   sFile_Index_Store current;
-  FilePosition scratchPos = 0;      // of the record at hand
-  ZEL_ID3_REC pendingId3Rec;        // the entry being collected, or the last bare one
-  bool pendingId3RecValid = false;  // it is not yet in current.id3Records
-  // Where the groups of current.events lie, by their keys.
-  QMultiMap<quint64, int> groupPlaces;
+  FilePosition scratchPos = 0;           // of the record at hand
+  ZEL_ID3_REC pendingId3Rec;             // the entry being collected, or the last bare one
+  bool pendingId3RecValid = false;       // it is not yet in current.id3Records
+  QMultiMap<GroupKey, int> groupPlaces;  // where the groups of current.events lie
 };

@@ -4,7 +4,7 @@
 
 namespace {
 
-bool Ascend(const QVector<quint64>& positions) {
+bool Ascend(const QVector<FilePosition>& positions) {
   return std::is_sorted(positions.begin(), positions.end());
 }
 
@@ -22,7 +22,7 @@ StoreOrder OrderOf(const sFile_Index_Store& store) {
 }
 
 StoreOrder OrderOfLoaded(const sFile_Index_Store& store, const EntryOrder& entries) {
-  const QVector<quint64>& cuts = store.blockPositions;
+  const QVector<FilePosition>& cuts = store.blockPositions;
   const bool endIsLast = std::is_sorted(cuts.end() - std::min(cuts.size(), 2), cuts.end());
   return {entries.timesAscend, Ascend(store.headerPositions), entries.positionsAscend && endIsLast};
 }

@@ -110,14 +110,14 @@ const ZEL_ID3_REC* EntryRecord(const Stores& files, IndexId indexId) {
 }
 
 // The first cut that ends a stretch which holds the position; null when there is none.
-const quint64* EndOfStretch(const FiledStore& store, FilePosition position) {
-  const quint64* const first = store.blockPositions.constData();
-  const quint64* const end = first + store.blockPositions.size();
+const FilePosition* EndOfStretch(const FiledStore& store, FilePosition position) {
+  const FilePosition* const first = store.blockPositions.constData();
+  const FilePosition* const end = first + store.blockPositions.size();
   if (store.order.cutsAscend) {
-    const quint64* const after = std::upper_bound(first, end, position);
+    const FilePosition* const after = std::upper_bound(first, end, position);
     return after == first || after == end ? nullptr : after;
   }
-  for (const quint64* cut = first; cut != end; ++cut) {
+  for (const FilePosition* cut = first; cut != end; ++cut) {
     if (cut != first && cut[-1] <= position && position < *cut) return cut;
   }
   return nullptr;
@@ -156,7 +156,7 @@ FilePosition cZel3Indexer::Header_pos_for_index(IndexId indexId) const {
   const ZEL_ID3_REC* const record = EntryRecord(Files(), indexId);
   if (record == nullptr) return 0;
   const FiledStore& store = Files()[FileNumber(indexId)];
-  const QVector<quint64>& positions = store.headerPositions;
+  const QVector<FilePosition>& positions = store.headerPositions;
   if (store.order.headersAscend) {
     const auto after = std::lower_bound(positions.begin(), positions.end(), record->offsetLow);
     return after == positions.begin() ? 0 : *(after - 1);
@@ -168,7 +168,7 @@ FilePosition cZel3Indexer::Header_pos_for_index(IndexId indexId) const {
 }
 
 FilePosition cZel3Indexer::Get_read_size(std::uint32_t fileNumber, FilePosition* pos) const {
-  const quint64* const cut =
+  const FilePosition* const cut =
       fileNumber < Files().size() ? EndOfStretch(Files()[fileNumber], *pos) : nullptr;
   *pos = cut == nullptr ? 0 : cut[-1];
   return cut == nullptr ? 0 : *cut;

@@ -148,7 +148,7 @@ TEST_F(ByteRange, HaveNoHeaderForAnEntryThatIsNotThere) {
 
 struct HeaderPositionCase {
   const char* what;
-  QVector<quint64> headers;
+  QVector<FilePosition> headers;
   std::uint64_t entry;
   std::uint64_t header;
 };

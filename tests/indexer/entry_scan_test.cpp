@@ -11,7 +11,7 @@ namespace {
 
 // Takes the entries in portions of this size at most.
 EntryScan ScanOf(const QVector<ZEL_ID3_REC>& entries, int portion,
-                 std::vector<quint64>* positions) {
+                 std::vector<FilePosition>* positions) {
   EntryScan scan;
   positions->assign(static_cast<std::size_t>(entries.size()), 0);
   for (int done = 0; done < entries.size(); done += portion) {
@@ -47,7 +47,7 @@ TEST(EntryScan, SaysWhatThePlainRuleSays) {
       time += random() % fall == 0 ? 0U - random() % 5 : random() % step;
       position += random() % fall == 0 ? 0U - random() % 5 : random() % step;
     }
-    std::vector<quint64> positions;
+    std::vector<FilePosition> positions;
     const EntryScan scan = ScanOf(store.id3Records, 1 + static_cast<int>(random() % 8), &positions);
     const TimeRange plain = PlainRange(store.id3Records);
     ASSERT_EQ(scan.Range().startTime, plain.startTime);

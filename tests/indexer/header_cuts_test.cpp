@@ -13,7 +13,7 @@ namespace {
 using Cuts = std::vector<std::uint64_t>;
 
 Cuts WithHeaders(const Cuts& headers, const Cuts& cuts) {
-  QVector<quint64> all = AsPositions(cuts);
+  QVector<FilePosition> all = AsPositions(cuts);
   InsertHeaderCuts(AsPositions(headers), &all);
   return Positions(all);
 }

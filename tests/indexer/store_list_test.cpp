@@ -51,7 +51,7 @@ TEST(StoreOrder, IsThatOfEachListByItself) {
 
 TEST(StoreOrder, OfALoadedStoreIsThatOfItsEntriesButForItsEnd) {
   sFile_Index_Store store;
-  for (const quint64 end : {6, 7, 9}) {
+  for (const FilePosition end : {6, 7, 9}) {
     store.blockPositions = {5, 7, end};
     EXPECT_EQ(Flags(OrderOfLoaded(store, {true, true})), Flags({true, true, end >= 7}));
     EXPECT_EQ(Flags(OrderOfLoaded(store, {true, false})), Flags({true, true, false}));

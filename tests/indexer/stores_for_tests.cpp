@@ -96,12 +96,12 @@ Texts Shown(const QList<EVT_FILE_DATA_T>& groups) {
   return texts;
 }
 
-std::vector<std::uint64_t> Positions(const QVector<quint64>& positions) {
+std::vector<std::uint64_t> Positions(const QVector<FilePosition>& positions) {
   return std::vector<std::uint64_t>(positions.begin(), positions.end());
 }
 
-QVector<quint64> AsPositions(const std::vector<std::uint64_t>& positions) {
-  QVector<quint64> copy;
+QVector<FilePosition> AsPositions(const std::vector<std::uint64_t>& positions) {
+  QVector<FilePosition> copy;
   for (const std::uint64_t position : positions) copy.append(position);
   return copy;
 }

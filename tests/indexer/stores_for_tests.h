@@ -41,5 +41,5 @@ Texts Shown(const QVector<ZEL_ID3_REC>& records);
 std::string Shown(const EVT_FILE_DATA_T& group);
 Texts Shown(const QList<EVT_FILE_DATA_T>& groups);
 
-std::vector<std::uint64_t> Positions(const QVector<quint64>& positions);
-QVector<quint64> AsPositions(const std::vector<std::uint64_t>& positions);
+std::vector<std::uint64_t> Positions(const QVector<FilePosition>& positions);
+QVector<FilePosition> AsPositions(const std::vector<std::uint64_t>& positions);

@@ -119,7 +119,7 @@ TEST_F(Stores, AreCopiesOfWhatWasFiled) {
 TEST_F(Stores, AreFiledWithBuffersOfExactlyTheirLength) {
   sFile_Index_Store store = FileOf("a", {10});
   store.blockPositions.reserve(1000);
-  for (const quint64 position : {0, 10, 20}) store.blockPositions.append(position);
+  for (const FilePosition position : {0, 10, 20}) store.blockPositions.append(position);
   ASSERT_GE(store.blockPositions.capacity(), 1000);
   index.Add_file_index(store);
   EXPECT_EQ(index.Files()[0].blockPositions.capacity(), 3);
