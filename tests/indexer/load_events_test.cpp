@@ -122,8 +122,15 @@ TEST_F(LoadedEvents, EndAnywhereTheFileIsCut) {
   }
 }
 
-// A cache may hold several groups of one key.
+// A cache may hold several groups of one key. They lie elsewhere than those collected before.
 TEST_F(LoadedEvents, AreJoinedByThoseOfARunInEveryGroupOfTheirKey) {
+  DATA_T event;
+  event.type = 0x81;
+  for (const std::uint32_t time : {1, 2, 3}) {
+    index.Add_index(IndexAt(time));
+    index.Add_block(event, nullptr, 0);
+  }
+  ASSERT_EQ(index.Current().events.size(), 3);
   ASSERT_TRUE(OpenWith(EvtFile()
                            .Group(100, 500, 1)
                            .Event(0x80, "a")
@@ -131,8 +138,6 @@ TEST_F(LoadedEvents, AreJoinedByThoseOfARunInEveryGroupOfTheirKey) {
                            .Event(0x80, "b")
                            .Group(100, 500, 1)
                            .Event(0x80, "c")));
-  DATA_T event;
-  event.type = 0x81;
   index.SetRecordPosition(500);
   index.Add_index(IndexAt(100));
   for (int i = 0; i < 2; ++i) index.Add_block(event, nullptr, 0);

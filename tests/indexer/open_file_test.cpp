@@ -141,6 +141,14 @@ TEST_F(OpenFile, ResetsWhatTheLastFileLeft) {
   EXPECT_EQ(Positions(index.Current().headerPositions), std::vector<std::uint64_t>{0});
 }
 
+TEST_F(OpenFile, WithoutACacheStaysPartialOrWhole) {
+  for (const bool partial : {true, false}) {
+    partial ? index.Add_last_index(IndexAt(1)) : index.Add_index(IndexAt(1));
+    EXPECT_FALSE(Open());
+    EXPECT_EQ(index.Current().partial, partial);
+  }
+}
+
 TEST_F(OpenFile, KeepsTheFilesThatAreFiled) {
   WriteSmallCache();
   ASSERT_TRUE(Open());
