@@ -1,12 +1,12 @@
 #include "reader/zel3_file_reader.h"
 
 void CZel3FileReader::OnArchivesEntryRequest() {
-  if (noArchive) {
+  if (source.HasNoArchive()) {
     Send_No_archive_warning();
     return;
   }
   if (!indexer.Is_ready()) {
-    archivesRequestPending = true;
+    source.RequestList();
     return;
   }
   const std::size_t count = indexer.Files().size();
@@ -14,8 +14,8 @@ void CZel3FileReader::OnArchivesEntryRequest() {
       static_cast<std::uint32_t>(sizeof(TArchivesInfo) + count * sizeof(TArchiveEntry)));
   TArchivesInfo& info = answer.Record();
   info.count = static_cast<std::uint32_t>(count);
-  const QString source = folderMode ? folder.canonicalPath() : CurrentPath();
-  info.source = source.toLocal8Bit().constData();
+  const QString path = source.IsFolder() ? source.Folder().canonicalPath() : archiveFile.Path();
+  info.source = path.toLocal8Bit().constData();
   for (std::uint32_t i = 0; i < info.count; ++i) {
     TArchiveEntry& entry = info.Archives()[i];
     entry.startTime = ToArchiveTime(indexer.Files()[i].startTime);
@@ -25,10 +25,10 @@ void CZel3FileReader::OnArchivesEntryRequest() {
     indexer.FillFileStreamMap(i, entry.streamMap);
   }
   SendCmd(answer);
-  archivesRequestPending = false;
+  source.ListIsSent();
 }
 
 void CZel3FileReader::Send_No_archive_warning() {
-  const QString detail = folderMode ? folder.canonicalPath() : CurrentFileName();
+  const QString detail = source.IsFolder() ? source.Folder().canonicalPath() : archiveFile.Name();
   SendMessage(tag::kLevelError, tag::kCodeNoArchive, "No archive in", detail);
 }

@@ -2,23 +2,13 @@
 #include <algorithm>
 
 #include "indexer/folder_listing.h"
+#include "reader/archive_suffix.h"
 #include "reader/zel3_file_reader.h"
 
 namespace {
 
 // Smaller files are never opened.
 constexpr std::uint64_t kSmallestArchive = 16;
-
-constexpr char kZel3Suffix[] = "zel3";
-
-QString SuffixOf(const QString& name) {
-  const int dot = name.lastIndexOf(QLatin1Char('.'));
-  return dot < 0 ? QString() : name.mid(dot + 1);
-}
-
-bool SameSuffix(const QString& suffix, const QString& other) {
-  return suffix.compare(other, Qt::CaseInsensitive) == 0;
-}
 
 // The archives of a folder; those of one time by name.
 std::vector<ListedFile> NewestFirst(const QString& folder) {
@@ -45,19 +35,18 @@ class FolderScan {
 }  // namespace
 
 int CZel3FileReader::open(const char* path) {
-  const QString source = QString::fromLocal8Bit(path);
-  const QFileInfo info(source);
+  const QString sourcePath = QString::fromLocal8Bit(path);
+  const QFileInfo info(sourcePath);
   bool opened = false;
   if (info.isFile()) {
-    opened = Open_file(source, false);
+    opened = Open_file(sourcePath, false);
   } else if (info.isDir()) {
-    folderMode = true;
-    opened = Open_folder(source);
+    opened = Open_folder(sourcePath);
   }
   if (!opened) return 0;
 
-  // Opening may have answered the request already, hence the look at the flag only now.
-  const bool listRequested = archivesRequestPending;
+  // Opening may have answered the request already, hence the look at it only now.
+  const bool listRequested = source.IsListRequested();
   indexer.ready = true;
   lastChunk = TZEL3ChunkInfo();
   nextChunk = TZEL3ChunkInfo();
@@ -66,12 +55,12 @@ int CZel3FileReader::open(const char* path) {
 }
 
 bool CZel3FileReader::Open_folder(const QString& folderPath) {
-  folder.setPath(folderPath);
-  const std::vector<ListedFile> archives = NewestFirst(folder.path());
+  source.SetFolder(folderPath);
+  const std::vector<ListedFile> archives = NewestFirst(source.Folder().path());
   const bool allOk = Open_files_of_folder(archives);
-  if (folderFiles.size() >= static_cast<int>(archives.size())) {
+  if (source.SetAsideCount() >= static_cast<int>(archives.size())) {
     SetNoArchive();
-  } else if (archivesRequestPending && allOk) {
+  } else if (source.IsListRequested() && allOk) {
     OnArchivesEntryRequest();
   }
   return allOk;
@@ -79,21 +68,21 @@ bool CZel3FileReader::Open_folder(const QString& folderPath) {
 
 bool CZel3FileReader::Open_files_of_folder(const std::vector<ListedFile>& archives) {
   const FolderScan scan(indexer);
-  const QString absolute = folder.absolutePath();
+  const QString absolute = source.Folder().absolutePath();
   const QString prefix =
       absolute.endsWith(QLatin1Char('/')) ? absolute : absolute + QLatin1Char('/');
   bool allOk = true;
   QString chosenSuffix;
   for (const ListedFile& archive : archives) {
     const QString name = DecodedName(archive.name);
-    if (folderFiles.contains(name)) continue;
+    if (source.IsSetAside(name)) continue;
     if (archive.size < kSmallestArchive) {
-      folderFiles.insert(name);
+      source.SetAside(name);
       continue;
     }
     // The newest usable file decides which of the two formats the folder is read as.
     if (chosenSuffix.isEmpty()) chosenSuffix = SuffixOf(name);
-    if (!SameSuffix(SuffixOf(name), chosenSuffix)) continue;
+    if (!IsSameSuffix(SuffixOf(name), chosenSuffix)) continue;
 
     // After one failure the later files of the scan are set aside too, although those that open are
     // served.
@@ -101,25 +90,20 @@ bool CZel3FileReader::Open_files_of_folder(const std::vector<ListedFile>& archiv
     if (allOk && opened) continue;
     allOk = false;
     if (indexing) break;
-    folderFiles.insert(name);
+    source.SetAside(name);
   }
   return allOk;
 }
 
 bool CZel3FileReader::Open_file(const QString& path, bool headAndTailOnly) {
-  // A file that does not open becomes the current one all the same.
-  const bool isZel3 = SameSuffix(SuffixOf(path), QLatin1String(kZel3Suffix));
-  zel3FilePath = isZel3 ? path : QString();
-  zel1FilePath = isZel3 ? QString() : path;
-
-  if (OpenStream(path)) {
+  if (archiveFile.Open(path)) {
     // An index reader needs no index.
     if (isIndexReader) return true;
-    if (indexer.Open_file(path, fileSize - 1)) {
-      if (archivesRequestPending && !folderMode) OnArchivesEntryRequest();
+    if (indexer.Open_file(path, archiveFile.Size() - 1)) {
+      if (source.IsListRequested() && !source.IsFolder()) OnArchivesEntryRequest();
       return true;
     }
-    if (!failedFiles.contains(path) && MakeIndex(path, headAndTailOnly)) return true;
+    if (!source.HasFailed(path) && MakeIndex(path, headAndTailOnly)) return true;
   }
   NoteFailure(path);
   return false;
@@ -136,16 +120,17 @@ bool CZel3FileReader::MakeIndex(const QString& path, bool headAndTailOnly) {
   return false;
 }
 
+// Its bytes only: neither its cache nor its index.
+void CZel3FileReader::OpenForBytes(const QString& path) {
+  if (!archiveFile.Open(path)) NoteFailure(path);
+}
+
 // The first failure of a file is only noted; a repeated one of a single file is reported.
 void CZel3FileReader::NoteFailure(const QString& path) {
-  if (!failedFiles.contains(path)) {
-    failedFiles.insert(path);
-  } else if (!folderMode) {
-    SetNoArchive();
-  }
+  if (!source.NoteFailure(path) && !source.IsFolder()) SetNoArchive();
 }
 
 void CZel3FileReader::SetNoArchive() {
-  noArchive = true;
-  if (archivesRequestPending) Send_No_archive_warning();
+  source.SetNoArchive();
+  if (source.IsListRequested()) Send_No_archive_warning();
 }

@@ -1,7 +1,6 @@
 #include <new>
 
 #include "blocks/byte_cursor.h"
-#include "blocks/scoped_value.h"
 #include "reader/index_marker.h"
 #include "reader/zel3_file_reader.h"
 
@@ -121,10 +120,7 @@ void CZel3FileReader::OpenFileOf(IndexId indexId) {
   const std::uint32_t fileNumber = FileNumber(indexId);
   if (fileNumber >= indexer.Files().size()) return;
   const QString path = indexer.Files()[fileNumber].fileName;
-  if (path.isEmpty() || path == CurrentPath()) return;
-  // As in an index reader, opening then touches no cache and starts no run.
-  const ScopedValue<bool> onlyOpen(isIndexReader, true);
-  Open_file(path, false);
+  if (!path.isEmpty() && path != archiveFile.Path()) OpenForBytes(path);
 }
 
 bool CZel3FileReader::Need_header_for_index(IndexId indexId, FilePosition* headerStart,
@@ -151,16 +147,17 @@ RawDataBlock CZel3FileReader::MakeAnswerBlock(Answer& answer) {
 }
 
 // A part of which nothing could be read takes no room, so that the next one stands in its place; a
-// part that was read short keeps its room. What is not written stays as the memory was.
+// part that was read short keeps its room. What is not written is left uninitialised.
 void CZel3FileReader::FillAnswer(const Answer& answer, ArchiveTime time, unsigned char* bytes) {
-  if (answer.headerNeeded &&
-      ReadFileAt(answer.headerStart, bytes, static_cast<std::size_t>(answer.headerLength)) > 0) {
+  const auto read = [&](FilePosition start, std::uint64_t length) {
+    return archiveFile.ReadAt(start, bytes, static_cast<std::size_t>(length)) > 0;
+  };
+  if (answer.headerNeeded && read(answer.headerStart, answer.headerLength)) {
     bytes += answer.headerLength;
   }
   if (!answer.entryFound) {
     bytes = WriteIndexMarker(bytes, time / kArchiveTimePerIndexTime);
-  } else if (ReadFileAt(answer.entryStart, bytes, static_cast<std::size_t>(answer.entryLength)) >
-             0) {
+  } else if (read(answer.entryStart, answer.entryLength)) {
     bytes += answer.entryLength;
     lastChunk = nextChunk;
   }

@@ -34,7 +34,7 @@ class RunEnd {
 }  // namespace
 
 int CZel3FileReader::Start_make_index(const QString& path) {
-  indexedFilePath = path.isEmpty() ? CurrentPath() : path;
+  indexedFilePath = path.isEmpty() ? archiveFile.Path() : path;
   begunAnew = false;
   bool begun = false;
   Contain([&] {
@@ -95,7 +95,7 @@ CBrick* CZel3FileReader::CreateParser() {
   TBrickConfig parserConfig = {};
   InitBrickConfig(parserConfig);
   parserConfig.signature = tag::kSignatureParser;
-  parserConfig.input.format = zel3FilePath.isEmpty() ? tag::kFormatZel1 : tag::kFormatZel3;
+  parserConfig.input.format = archiveFile.IsZel3() ? tag::kFormatZel3 : tag::kFormatZel1;
   parserConfig.input.kind = tag::kRawData;
   parserConfig.output.format = tag::kFormatMany;
   parserConfig.output.kind = tag::kKindMany;
@@ -154,6 +154,7 @@ void CZel3FileReader::TakeRecord(const cMemBlock& block) {
 
 void CZel3FileReader::OnParserTag(const TParserTag& parserTag) {
   indexer.SetRecordPosition(parserTag.position);
+  const std::uint64_t fileSize = archiveFile.Size();
   if (fileSize == 0) return;
   // The size is that of the file now open, which in a folder need not be the one being indexed: the
   // result may exceed 100.
@@ -184,7 +185,7 @@ int CZel3FileReader::onNotify(const cMemBlock& block) {
 // What could not be read may have been out of reach for a while only: if some of it can be read at
 // the end, the run starts from the front, on an empty index, with the same request waiting.
 bool CZel3FileReader::BeginAnew() {
-  if (begunAnew || !indexReader->stream.CanBeReadNow(indexReader->file)) return false;
+  if (begunAnew || !indexReader->archiveFile.CanBeReadNow()) return false;
   begunAnew = true;
   recordLost = !BeginIntake();
   if (!recordLost) PullNextBlock();
@@ -197,9 +198,9 @@ void CZel3FileReader::Send_finish_indexing() {
   indexing = false;
   // Where records have been lost or the end of the file could not be read, the index is not whole.
   // It is not kept then: the cache files stay empty, and the file is indexed again.
-  const bool whole = !recordLost && indexReader->stream.ReachesTheEnd(indexReader->file);
+  const bool whole = !recordLost && indexReader->archiveFile.ReachesTheEnd();
   Contain([&] {
-    indexer.CloseLastStretch(fileSize - 1);
+    indexer.CloseLastStretch(archiveFile.Size() - 1);
     if (whole) indexer.Save_files();
   });
   EndChildren();
@@ -212,7 +213,7 @@ void CZel3FileReader::Send_finish_indexing() {
 void CZel3FileReader::OpenAfterRun() {
   // Opening still finds the index where the run has put it.
   const RunEnd end(indexer);
-  if (open(SourcePath().constData()) != 0 && archivesRequestPending) OnArchivesEntryRequest();
+  if (open(SourcePath().constData()) != 0 && source.IsListRequested()) OnArchivesEntryRequest();
 }
 
 // One 'Kill' block serves both bricks. They end by themselves, after this brick has let go of them.

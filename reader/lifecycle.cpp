@@ -23,7 +23,7 @@ QByteArray FieldText(const char (&field)[261]) {
 
 }  // namespace
 
-CZel3FileReader::CZel3FileReader() : folder(QString()) {}
+CZel3FileReader::CZel3FileReader() = default;
 
 int CZel3FileReader::onCreate(const TBrickConfig& creationConfig) {
   int opened = 0;
@@ -34,6 +34,10 @@ int CZel3FileReader::onCreate(const TBrickConfig& creationConfig) {
     opened = open(SourcePath().constData());
   });
   return opened;
+}
+
+void CZel3FileReader::close() {
+  archiveFile.Close();
 }
 
 QByteArray CZel3FileReader::SourcePath() const {

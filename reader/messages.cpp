@@ -22,8 +22,9 @@ void CZel3FileReader::Send_indexing_progress() {
 // Progress that finds no memory is not told: no run fails for that.
 void CZel3FileReader::SendProgress(std::uint32_t percent) {
   Contain([&] {
-    const QString detail = CurrentPath().isEmpty() ? QString(QLatin1String("indexing ZEL3 file..."))
-                                                   : CurrentFileName();
+    const QString detail = archiveFile.Path().isEmpty()
+                               ? QString(QLatin1String("indexing ZEL3 file..."))
+                               : archiveFile.Name();
     SendMessage(tag::kLevelWarning, tag::kCodeProgress, std::to_string(percent) + "%", detail);
   });
 }

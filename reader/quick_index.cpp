@@ -16,7 +16,7 @@ constexpr std::uint64_t kStep = 65551;
 // Mostly the first and the last index record stand near the ends of a file: so much is read before
 // all of a stretch.
 constexpr std::size_t kNearEnd = 8192;
-constexpr std::size_t kNotFound = ~std::size_t{0};
+constexpr std::size_t kNowhere = ~std::size_t{0};
 
 bool IsMarkerAt(const char* bytes, std::uint32_t marker) {
   return LoadLittleEndian<std::uint32_t>(bytes) == marker;
@@ -31,7 +31,7 @@ std::size_t FindHeaderMarker(const char* bytes, std::size_t size) {
     if (at == nullptr || end - at < static_cast<std::ptrdiff_t>(kMarkerSize)) break;
     if (IsMarkerAt(at, kHeaderMarker)) return static_cast<std::size_t>(at - bytes);
   }
-  return kNotFound;
+  return kNowhere;
 }
 
 // The last place below `end` where an index marker stands.
@@ -42,7 +42,7 @@ std::size_t FindLastIndexMarker(const char* bytes, std::size_t end) {
     end = static_cast<std::size_t>(static_cast<const char*>(hit) - bytes);
     if (IsMarkerAt(bytes + end, kIndexMarker)) return end;
   }
-  return kNotFound;
+  return kNowhere;
 }
 
 // The first header within the first bytes of a file, as far as they hold it.
@@ -63,7 +63,7 @@ struct Header {
 
 std::optional<Header> FindHeader(const char* bytes, std::size_t size) {
   const std::size_t marker = FindHeaderMarker(bytes, size);
-  if (marker == kNotFound) return std::nullopt;
+  if (marker == kNowhere) return std::nullopt;
   const char* const body = bytes + marker + kMarkerSize;
   const std::size_t bodySize = size - marker - kMarkerSize;
   // Bytes beyond the file count as zero.
@@ -74,28 +74,12 @@ std::optional<Header> FindHeader(const char* bytes, std::size_t size) {
   return Header{body, bodySize, length, length + firstIndexDelta};
 }
 
-}  // namespace
-
-bool CZel3FileReader::Adv_Read_head_and_tail_index() {
-  return zel3FilePath.isEmpty() ? Adv_Read_head_and_tail_index_ZEL1()
-                                : Adv_Read_head_and_tail_index_ZEL3();
-}
-
-bool CZel3FileReader::Adv_Read_head_and_tail_index_ZEL3() {
-  return ReadHeadIndex() && ReadTailIndex();
-}
-
-// Older files have no quick index.
-bool CZel3FileReader::Adv_Read_head_and_tail_index_ZEL1() {
-  return false;
-}
-
-bool CZel3FileReader::ReadHeadIndex() {
+bool ReadHeadIndex(const ArchiveFile& file, cZel3Indexer& indexer) {
   QByteArray head(static_cast<int>(kStretch), Qt::Uninitialized);
-  std::size_t size = ReadFileAt(0, head.data(), kNearEnd);
+  std::size_t size = file.ReadAt(0, head.data(), kNearEnd);
   std::optional<Header> header = FindHeader(head.constData(), size);
   if (!header || !header->LiesWithin(size)) {
-    size += ReadFileAt(size, head.data() + size, kStretch - size);
+    size += file.ReadAt(size, head.data() + size, kStretch - size);
     header = FindHeader(head.constData(), size);
   }
   if (!header) return false;
@@ -109,37 +93,58 @@ bool CZel3FileReader::ReadHeadIndex() {
   return true;
 }
 
-bool CZel3FileReader::ReadTailIndex() {
+enum class TailSearch { kFound, kNotFound, kNothingThere };
+
+// Looks for the last index record of the stretch of the file at `position`, from its byte `from`
+// on.
+TailSearch SearchStretch(const ArchiveFile& file, cZel3Indexer& indexer, FilePosition position,
+                         std::uint64_t from) {
+  // The body of a marker at the end of the stretch may reach beyond it.
+  QByteArray bytes(static_cast<int>(kStretch + sizeof(IDX_T) - from), Qt::Uninitialized);
+  const std::size_t got =
+      file.ReadAt(position + from, bytes.data(), static_cast<std::size_t>(bytes.size()));
+  const std::size_t searched = std::min<std::size_t>(got, kStretch - from);
+  if (searched == 0) return TailSearch::kNothingThere;
+  // Markers are looked for from four bytes before the stretch's last byte backwards.
+  std::size_t limit = searched > kMarkerSize ? searched - kMarkerSize : 0;
+  while ((limit = FindLastIndexMarker(bytes.constData(), limit)) != kNowhere) {
+    if (limit + kIndexRecordSize > got) continue;
+    indexer.Add_last_index(DecodeIndexBody(bytes.constData() + limit + kMarkerSize));
+    return TailSearch::kFound;
+  }
+  return TailSearch::kNotFound;
+}
+
+bool ReadTailIndex(const ArchiveFile& file, cZel3Indexer& indexer) {
   const std::uint64_t size = file.SizeNow();
   FilePosition position = size - std::min(size, kStep);
   // Where the end alone does not tell, the whole stretch is searched, that end included: all of it
   // is then as it was at one time.
   const std::uint64_t searched = std::min<std::uint64_t>(size - position, kStretch);
-  if (searched > kNearEnd && SearchStretch(position, searched - kNearEnd) == TailSearch::kFound) {
+  if (searched > kNearEnd &&
+      SearchStretch(file, indexer, position, searched - kNearEnd) == TailSearch::kFound) {
     return true;
   }
   for (;;) {
-    const TailSearch result = SearchStretch(position, 0);
+    const TailSearch result = SearchStretch(file, indexer, position, 0);
     if (result != TailSearch::kNotFound) return result == TailSearch::kFound;
     if (position == 0) return false;
     position -= std::min(position, kStep);
   }
 }
 
-CZel3FileReader::TailSearch CZel3FileReader::SearchStretch(FilePosition position,
-                                                           std::uint64_t from) {
-  // The body of a marker at the end of the stretch may reach beyond it.
-  QByteArray bytes(static_cast<int>(kStretch + sizeof(IDX_T) - from), Qt::Uninitialized);
-  const std::size_t got =
-      ReadFileAt(position + from, bytes.data(), static_cast<std::size_t>(bytes.size()));
-  const std::size_t searched = std::min<std::size_t>(got, kStretch - from);
-  if (searched == 0) return TailSearch::kNothingThere;
-  // Markers are looked for from four bytes before the stretch's last byte backwards.
-  std::size_t limit = searched > kMarkerSize ? searched - kMarkerSize : 0;
-  while ((limit = FindLastIndexMarker(bytes.constData(), limit)) != kNotFound) {
-    if (limit + kIndexRecordSize > got) continue;
-    indexer.Add_last_index(DecodeIndexBody(bytes.constData() + limit + kMarkerSize));
-    return TailSearch::kFound;
-  }
-  return TailSearch::kNotFound;
+}  // namespace
+
+bool CZel3FileReader::Adv_Read_head_and_tail_index() {
+  return archiveFile.IsZel3() ? Adv_Read_head_and_tail_index_ZEL3()
+                              : Adv_Read_head_and_tail_index_ZEL1();
+}
+
+bool CZel3FileReader::Adv_Read_head_and_tail_index_ZEL3() {
+  return ReadHeadIndex(archiveFile, indexer) && ReadTailIndex(archiveFile, indexer);
+}
+
+// Older files have no quick index.
+bool CZel3FileReader::Adv_Read_head_and_tail_index_ZEL1() {
+  return false;
 }

@@ -44,6 +44,6 @@ void CZel3FileReader::ReadAndSend() {
 
 CZel3FileReader::Portion CZel3FileReader::ReadPortion() {
   RawDataBlock block = RawDataBlock::New(kPortion);
-  const std::size_t size = stream.Read(file, block.WritableBytes(), kPortion);
+  const std::size_t size = archiveFile.ReadNext(block.WritableBytes(), kPortion);
   return {block, static_cast<std::uint32_t>(size)};
 }

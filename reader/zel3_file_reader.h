@@ -1,10 +1,7 @@
 #pragma once
 
 #include <QByteArray>
-#include <QDir>
-#include <QSet>
 #include <QString>
-#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -12,10 +9,10 @@
 #include "blocks/notifications.h"
 #include "blocks/stream_records.h"
 #include "blocks/units.h"
-#include "indexer/archive_stream.h"
 #include "indexer/folder_listing.h"
-#include "indexer/plain_file.h"
 #include "indexer/zel3_indexer.h"
+#include "reader/archive_file.h"
+#include "reader/source.h"
 #include "sdk/brick.h"
 
 // The archive reader: serves one archive file, or one folder of them, by time.
@@ -40,39 +37,27 @@ class CZel3FileReader : public CBrick {
   int onCreate(const TBrickConfig& config) override;
 
  private:
-  // Opening (archive_opening.cpp). Paths: local 8-bit encoding as char*, else decoded. Nothing is
-  // opened (0 or false) also when an indexing run has been started: its end opens again. A file
-  // that is not opened is the current one all the same. `headAndTailOnly`: a quick index will do.
+  // The creation record, and closing (lifecycle.cpp).
+  // The path that the creation record names.
+  QByteArray SourcePath() const;
+  void close();
+
+  // Opening (archive_opening.cpp). Paths: local 8-bit encoding as char*, else decoded. The result
+  // is 0 or false also when an indexing run was started, whose end reopens the source.
+  // `headAndTailOnly`: a quick index will do.
   int open(const char* path);
   bool Open_folder(const QString& folderPath);
   bool Open_files_of_folder(const std::vector<ListedFile>& archives);
   bool Open_file(const QString& path, bool headAndTailOnly);
   bool MakeIndex(const QString& path, bool headAndTailOnly);
+  void OpenForBytes(const QString& path);
   void NoteFailure(const QString& path);
   void SetNoArchive();
-  // The path of the creation record.
-  QByteArray SourcePath() const;
-
-  // The archive file (archive_file.cpp).
-  bool OpenStream(const QString& path);
-  void close();
-  // The file now open or last tried; empty before the first.
-  const QString& CurrentPath() const;
-  // What follows its last "/".
-  QString CurrentFileName() const;
-  // Reads up to `size` bytes at `position`; the number of bytes read.
-  std::size_t ReadFileAt(FilePosition position, void* bytes, std::size_t size);
 
   // An index made of only the first and last index record of the current file (quick_index.cpp).
   bool Adv_Read_head_and_tail_index();
   bool Adv_Read_head_and_tail_index_ZEL3();
   bool Adv_Read_head_and_tail_index_ZEL1();
-  bool ReadHeadIndex();
-  bool ReadTailIndex();
-  enum class TailSearch { kFound, kNotFound, kNothingThere };
-  // Looks for the last index record of the stretch of the file at `position`, from its byte `from`
-  // on.
-  TailSearch SearchStretch(FilePosition position, std::uint64_t from);
 
   // Control blocks (control_dispatch.cpp).
   void Dispatch(const cMemBlock& block);
@@ -140,36 +125,22 @@ class CZel3FileReader : public CBrick {
   CBrick* indexParser = nullptr;
   CBrick* previewParser = nullptr;
   TBrickConfig config = {};
-  // Made by another reader to feed a run: only opens and streams its file. Borrowed by a reader
-  // that only opens another file of its folder.
-  bool isIndexReader = false;
-  bool indexing = false;  // a run of this reader is in progress
+  bool isIndexReader = false;  // made by another reader to feed a run: only streams its file
+  bool indexing = false;       // a run of this reader is in progress
   // The end of the run answers pendingChunkRequest. Set by the request that starts the run, which
   // is itself not kept.
   bool chunkRequestPending = false;
   bool streamStopped = true;  // no bytes are served until a chunk request of type kAtOrBefore
-  // The source holds no usable archive: the list of archives is refused. Never cleared; times are
-  // looked up and served all the same.
-  bool noArchive = false;
-  bool recordLost = false;  // the run at hand has missed a record for lack of memory
-  bool begunAnew = false;   // it has begun anew, which it does once at most
-  bool pullMissed = false;  // it waits for a block that has not been asked for
+  bool recordLost = false;    // the run at hand has missed a record for lack of memory
+  bool begunAnew = false;     // it has begun anew, which it does once at most
+  bool pullMissed = false;    // it waits for a block that has not been asked for
   std::uint32_t lastProgressPercent = 0;
-  bool archivesRequestPending = false;  // the list is to be sent as soon as there is one
-  bool eventsSent = false;              // a play command has sent the events
-  bool folderMode = false;
-  // The current file, by its suffix: at most one of the two is set.
-  QString zel3FilePath;
-  QString zel1FilePath;
+  bool eventsSent = false;         // a play command has sent the events
   QString indexedFilePath;         // the file of the last run, also of one that could not start
   bool answeringAfterRun = false;  // the request at hand was kept during a run
-  QDir folder;
-  QSet<QString> failedFiles;  // full paths of files that failed once
-  QSet<QString> folderFiles;  // bare names of folder entries set aside
-  PlainFile file;
-  std::uint64_t fileSize = 0;
-  ArchiveStream stream;  // the file of an index reader
-  Portion unsent;        // what it has read and could not send
+  Source source;
+  ArchiveFile archiveFile;
+  Portion unsent;  // what an index reader has read and could not send
   bool playForward = true;
   TZEL3ChunkInfo lastChunk;  // the entry whose bytes were sent last
   TZEL3ChunkInfo nextChunk;  // what the last lookup found, or the answer that it found nothing

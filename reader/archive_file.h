@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QString>
+#include <cstddef>
+#include <cstdint>
+
+#include "blocks/units.h"
+#include "indexer/archive_stream.h"
+#include "indexer/plain_file.h"
+
+// The archive file of a reader: the one now open or, when that did not open, the one tried last.
+class ArchiveFile {
+ public:
+  // Closes the file and opens another one. Where that does not open it still becomes the current
+  // one, and the size stays that of the file before. Throws std::bad_alloc.
+  bool Open(const QString& path);
+  void Close();
+
+  // Empty before the first file.
+  const QString& Path() const;
+  // What follows the last "/" of the path.
+  QString Name() const;
+  // False for an older file, and before the first.
+  bool IsZel3() const { return !zel3FilePath.isEmpty(); }
+
+  // In bytes, when the file was opened.
+  std::uint64_t Size() const { return fileSize; }
+  // As it is now; 0 for a closed file.
+  std::uint64_t SizeNow() const { return file.SizeNow(); }
+  // Reads up to `size` bytes at `position`; the number of bytes read. A read that comes up short
+  // does not disable the next one.
+  std::size_t ReadAt(FilePosition position, void* bytes, std::size_t size) const;
+
+  // Streaming: takes the file's bytes from the first to the last, with zeros in place of what
+  // cannot be read. Fewer than `size` bytes, or none, come only at the end of the file.
+  std::size_t ReadNext(unsigned char* bytes, std::size_t size);
+  // Of what could not be read meanwhile, some can be read now.
+  bool CanBeReadNow() const { return stream.CanBeReadNow(file); }
+  // What was read goes to the end of the file, or near enough.
+  bool ReachesTheEnd() const { return stream.ReachesTheEnd(file); }
+
+ private:
+  // The path of the current file, by its suffix: at most one of the two is set.
+  QString zel3FilePath;
+  QString zel1FilePath;
+  PlainFile file;
+  std::uint64_t fileSize = 0;
+  ArchiveStream stream;
+};
