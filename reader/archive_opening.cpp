@@ -48,8 +48,7 @@ int CZel3FileReader::open(const char* path) {
   // Opening may have answered the request already, hence the look at it only now.
   const bool listRequested = source.IsListRequested();
   indexer.ready = true;
-  lastChunk = TZEL3ChunkInfo();
-  nextChunk = TZEL3ChunkInfo();
+  playing.ForgetEntries();
   if (listRequested) OnArchivesEntryRequest();
   return 1;
 }

@@ -7,7 +7,7 @@
 namespace {
 
 // How far the time of a failed lookup is moved, so that the client can go on asking.
-constexpr std::uint64_t kTimeShift = 3000;
+constexpr ArchiveTime kTimeShift = 3000;
 
 constexpr std::uint64_t kLargestAnswer = 0x7FFFFFFF;
 
@@ -35,44 +35,41 @@ struct CZel3FileReader::Answer {
 
 void CZel3FileReader::OnChunkRequest(const ChunkRequestBlock& request) {
   if (indexing) {
-    if (chunkRequestPending) pendingChunkRequest = request;
+    parked.Keep(request);
     return;
   }
   const TCmdRequestChunk wanted = request.Record();
-  if (streamStopped && wanted.type == kAtOrBefore) streamStopped = false;
+  if (wanted.type == kAtOrBefore) playing.streamStopped = false;
 
-  if (!indexer.IndexInfoFromTime(wanted.time, wanted.type, playForward, &nextChunk)) {
+  if (!indexer.IndexInfoFromTime(wanted.time, wanted.type, playing.playForward,
+                                 &playing.nextChunk)) {
     AnswerNotFound(wanted.time);
     return;
   }
   const QString fileToIndex = indexer.fileToIndex;
   if (fileToIndex.isEmpty()) {
-    nextChunk.preview = 0;
-    SendChunkAnswer(nextChunk);
+    playing.nextChunk.preview = 0;
+    SendChunkAnswer(playing.nextChunk);
     return;
   }
   // A run over this very file has just ended and did not help: another one would not either.
   const bool inVain = answeringAfterRun && fileToIndex == indexedFilePath;
   if (!inVain) {
-    chunkRequestPending = true;
-    try {
-      indexer.Open_file(fileToIndex, 0);
-      Start_make_index(fileToIndex);
-    } catch (...) {
-      chunkRequestPending = indexing;
-      throw;
-    }
+    indexer.Open_file(fileToIndex, 0);
+    parked.SetPending(true);
+    Start_make_index(fileToIndex);
+    parked.SetPending(indexing);
     if (indexing) return;
-    chunkRequestPending = false;
   }
-  nextChunk = TZEL3ChunkInfo();
+  playing.nextChunk = TZEL3ChunkInfo();
   AnswerNotFound(wanted.time);
 }
 
 void CZel3FileReader::AnswerNotFound(ArchiveTime time) {
-  nextChunk.preview = 0;
-  nextChunk.time = playForward ? time + kTimeShift : time - kTimeShift;
-  SendChunkAnswer(nextChunk);
+  TZEL3ChunkInfo& answer = playing.nextChunk;
+  answer.preview = 0;
+  answer.time = playing.playForward ? time + kTimeShift : time - kTimeShift;
+  SendChunkAnswer(answer);
 }
 
 void CZel3FileReader::SendChunkAnswer(const TZEL3ChunkInfo& info) {
@@ -91,8 +88,8 @@ void CZel3FileReader::OnParserChunkRequest(const ParserChunkRequestBlock& reques
     ReadAndSend();
     return;
   }
-  if (streamStopped || indexing) {
-    if (chunkRequestPending) pendingParserRequest = request;
+  if (playing.streamStopped || indexing) {
+    parked.Keep(request);
     return;
   }
   const TZEL3ChunkInfo wanted = request.Record();
@@ -106,10 +103,12 @@ void CZel3FileReader::OnParserChunkRequest(const ParserChunkRequestBlock& reques
 // request names.
 CZel3FileReader::Answer CZel3FileReader::PlanAnswer(const TZEL3ChunkInfo& request) {
   Answer answer;
-  if (!indexer.IndexInfoFromTime(request.time, kAtOrBefore, playForward, &nextChunk)) return answer;
-  OpenFileOf(nextChunk.indexId);
+  TZEL3ChunkInfo& found = playing.nextChunk;
+  if (!indexer.IndexInfoFromTime(request.time, kAtOrBefore, playing.playForward, &found))
+    return answer;
+  OpenFileOf(found.indexId);
   std::uint64_t end = 0;
-  answer.headerNeeded = Need_header_for_index(nextChunk.indexId, &answer.headerStart, &end);
+  answer.headerNeeded = Need_header_for_index(found.indexId, &answer.headerStart, &end);
   if (answer.headerNeeded) answer.headerLength = end - answer.headerStart;
   answer.entryFound = indexer.Index_pos_from_IndexId(request.indexId, &answer.entryStart, &end);
   if (answer.entryFound) answer.entryLength = end - answer.entryStart;
@@ -126,9 +125,9 @@ void CZel3FileReader::OpenFileOf(IndexId indexId) {
 bool CZel3FileReader::Need_header_for_index(IndexId indexId, FilePosition* headerStart,
                                             FilePosition* headerEnd) {
   *headerStart = indexer.Header_pos_for_index(indexId);
-  const bool sameFile =
-      lastChunk.indexId != kNoIndexId && FileNumber(lastChunk.indexId) == FileNumber(indexId);
-  if (sameFile && indexer.Header_pos_for_index(lastChunk.indexId) == *headerStart) return false;
+  const IndexId last = playing.lastChunk.indexId;
+  const bool sameFile = last != kNoIndexId && FileNumber(last) == FileNumber(indexId);
+  if (sameFile && indexer.Header_pos_for_index(last) == *headerStart) return false;
   *headerEnd = indexer.Get_read_size(FileNumber(indexId), headerStart);
   return true;
 }
@@ -159,7 +158,7 @@ void CZel3FileReader::FillAnswer(const Answer& answer, ArchiveTime time, unsigne
     bytes = WriteIndexMarker(bytes, time / kArchiveTimePerIndexTime);
   } else if (read(answer.entryStart, answer.entryLength)) {
     bytes += answer.entryLength;
-    lastChunk = nextChunk;
+    playing.lastChunk = playing.nextChunk;
   }
   WriteIndexMarker(bytes, 0);
 }

@@ -178,7 +178,7 @@ int CZel3FileReader::onNotify(const cMemBlock& block) {
   if (!indexing || !IsEndOfFile(block)) return 1;
   // Where this fails, the waiting request is dropped, unless it has started a run of its own;
   // clients ask again.
-  if (!Contain([this] { Send_finish_indexing(); })) chunkRequestPending = indexing;
+  if (!Contain([this] { Send_finish_indexing(); })) parked.SetPending(indexing);
   return 1;
 }
 
@@ -237,11 +237,11 @@ bool CZel3FileReader::EndChildren() {
 }
 
 void CZel3FileReader::AnswerPendingChunkRequest() {
-  if (!chunkRequestPending) return;
-  chunkRequestPending = false;
+  if (!parked.IsPending()) return;
+  parked.SetPending(false);
   Send_all_events_notify();
   const ScopedValue<bool> afterRun(answeringAfterRun, true);
   // A handle of its own: the answer may start another run, which keeps another request.
-  const ChunkRequestBlock request = pendingChunkRequest;
+  const ChunkRequestBlock request = parked.ChunkRequest();
   OnChunkRequest(request);
 }

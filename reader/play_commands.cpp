@@ -1,14 +1,28 @@
 #include "reader/zel3_file_reader.h"
 
+namespace {
+
+// The entry at the time, or the next one when that entry is earlier.
+bool FindPreview(cZel3Indexer& indexer, ArchiveTime time, TZEL3ChunkInfo* info) {
+  if (!indexer.IndexInfoFromTime(time, kAtOrBefore, true, info)) {
+    return indexer.IndexInfoFromTime(time, kNeighbour, true, info);
+  }
+  if (info->time >= time) return true;
+  // From the time found, not from the one asked for.
+  return indexer.IndexInfoFromTime(info->time, kNeighbour, true, info);
+}
+
+}  // namespace
+
 void CZel3FileReader::OnPlayCmd(const PlayBlock& command) {
-  if (!eventsSent) {
+  if (!playing.eventsSent) {
     Send_all_events_notify();
-    eventsSent = true;
+    playing.eventsSent = true;
   }
   // The next bytes sent begin with the stream header again.
-  lastChunk = TZEL3ChunkInfo();
+  playing.lastChunk = TZEL3ChunkInfo();
   const TZEL3Play& play = command.Record();
-  playForward = play.forward != 0;
+  playing.playForward = play.forward != 0;
 
   auto reset = ResetBlock::New();
   reset.Record().indexId = play.indexId;
@@ -16,7 +30,7 @@ void CZel3FileReader::OnPlayCmd(const PlayBlock& command) {
   reset.Record().mode = play.mode;
   reset.Record().forward = play.forward;
   SendData(reset);
-  streamStopped = true;
+  playing.streamStopped = true;
 }
 
 void CZel3FileReader::OnCmdGetActivity(const ActivityRequestBlock& request) {
@@ -29,25 +43,15 @@ void CZel3FileReader::OnCmdGetActivity(const ActivityRequestBlock& request) {
 }
 
 void CZel3FileReader::OnCmdGetPreview(const PreviewRequestBlock& request) {
-  if (streamStopped || indexing) return;
+  if (playing.streamStopped || indexing) return;
   const TCmdGetPreview wanted = request.Record();
   TZEL3ChunkInfo info;
-  if (!FindPreview(wanted.time, &info)) return;
+  if (!FindPreview(indexer, wanted.time, &info)) return;
   // No run is started for a preview.
   if (!indexer.fileToIndex.isEmpty()) return;
   info.preview = 1;
   info.timeReached = wanted.endTime <= info.time ? 1 : 0;
   SendChunkAnswer(info);
-}
-
-// The entry at the time, or the next one when that entry is earlier.
-bool CZel3FileReader::FindPreview(ArchiveTime time, TZEL3ChunkInfo* info) {
-  if (!indexer.IndexInfoFromTime(time, kAtOrBefore, true, info)) {
-    return indexer.IndexInfoFromTime(time, kNeighbour, true, info);
-  }
-  if (info->time >= time) return true;
-  // From the time found, not from the one asked for.
-  return indexer.IndexInfoFromTime(info->time, kNeighbour, true, info);
 }
 
 void CZel3FileReader::Send_all_events_notify() {

@@ -12,6 +12,8 @@
 #include "indexer/folder_listing.h"
 #include "indexer/zel3_indexer.h"
 #include "reader/archive_file.h"
+#include "reader/parked.h"
+#include "reader/playing.h"
 #include "reader/source.h"
 #include "sdk/brick.h"
 
@@ -93,7 +95,6 @@ class CZel3FileReader : public CBrick {
   void OnPlayCmd(const PlayBlock& command);
   void OnCmdGetActivity(const ActivityRequestBlock& request);
   void OnCmdGetPreview(const PreviewRequestBlock& request);
-  bool FindPreview(ArchiveTime time, TZEL3ChunkInfo* info);
   void Send_all_events_notify();
 
   // The indexing run (indexing_run.cpp). `path` empty: the current file.
@@ -127,25 +128,16 @@ class CZel3FileReader : public CBrick {
   TBrickConfig config = {};
   bool isIndexReader = false;  // made by another reader to feed a run: only streams its file
   bool indexing = false;       // a run of this reader is in progress
-  // The end of the run answers pendingChunkRequest. Set by the request that starts the run, which
-  // is itself not kept.
-  bool chunkRequestPending = false;
-  bool streamStopped = true;  // no bytes are served until a chunk request of type kAtOrBefore
-  bool recordLost = false;    // the run at hand has missed a record for lack of memory
-  bool begunAnew = false;     // it has begun anew, which it does once at most
-  bool pullMissed = false;    // it waits for a block that has not been asked for
+  bool recordLost = false;     // the run at hand has missed a record for lack of memory
+  bool begunAnew = false;      // it has begun anew, which it does once at most
+  bool pullMissed = false;     // it waits for a block that has not been asked for
   std::uint32_t lastProgressPercent = 0;
-  bool eventsSent = false;         // a play command has sent the events
   QString indexedFilePath;         // the file of the last run, also of one that could not start
   bool answeringAfterRun = false;  // the request at hand was kept during a run
   Source source;
   ArchiveFile archiveFile;
   Portion unsent;  // what an index reader has read and could not send
-  bool playForward = true;
-  TZEL3ChunkInfo lastChunk;  // the entry whose bytes were sent last
-  TZEL3ChunkInfo nextChunk;  // what the last lookup found, or the answer that it found nothing
+  Playing playing;
+  Parked parked;
   cZel3Indexer indexer;
-  ChunkRequestBlock pendingChunkRequest = ChunkRequestBlock::New();
-  // Kept, but never answered: a parser asks again after the answer to the chunk request.
-  ParserChunkRequestBlock pendingParserRequest = ParserChunkRequestBlock::New();
 };
