@@ -88,7 +88,7 @@ bool CZel3FileReader::Open_files_of_folder(const std::vector<ListedFile>& archiv
     const bool opened = Open_file(prefix + name, true);
     if (allOk && opened) continue;
     allOk = false;
-    if (indexing) break;
+    if (run.IsOn()) break;
     source.SetAside(name);
   }
   return allOk;
@@ -115,7 +115,7 @@ bool CZel3FileReader::MakeIndex(const QString& path, bool headAndTailOnly) {
     return Adv_Read_head_and_tail_index();
   }
   Start_make_index(QString());
-  if (!indexing) SetNoArchive();
+  if (!run.IsOn()) SetNoArchive();
   return false;
 }
 

@@ -33,8 +33,8 @@ struct CZel3FileReader::Answer {
   }
 };
 
-void CZel3FileReader::OnChunkRequest(const ChunkRequestBlock& request) {
-  if (indexing) {
+void CZel3FileReader::OnChunkRequest(const ChunkRequestBlock& request, const QString& justIndexed) {
+  if (run.IsOn()) {
     parked.Keep(request);
     return;
   }
@@ -52,14 +52,12 @@ void CZel3FileReader::OnChunkRequest(const ChunkRequestBlock& request) {
     SendChunkAnswer(playing.nextChunk);
     return;
   }
-  // A run over this very file has just ended and did not help: another one would not either.
-  const bool inVain = answeringAfterRun && fileToIndex == indexedFilePath;
-  if (!inVain) {
+  if (fileToIndex != justIndexed) {
     indexer.Open_file(fileToIndex, 0);
     parked.SetPending(true);
     Start_make_index(fileToIndex);
-    parked.SetPending(indexing);
-    if (indexing) return;
+    parked.SetPending(run.IsOn());
+    if (run.IsOn()) return;
   }
   playing.nextChunk = TZEL3ChunkInfo();
   AnswerNotFound(wanted.time);
@@ -88,7 +86,7 @@ void CZel3FileReader::OnParserChunkRequest(const ParserChunkRequestBlock& reques
     ReadAndSend();
     return;
   }
-  if (playing.streamStopped || indexing) {
+  if (playing.streamStopped || run.IsOn()) {
     parked.Keep(request);
     return;
   }

@@ -4,7 +4,7 @@
 // A request that fails for lack of memory is dropped; clients ask again. Nobody asks an index
 // reader again, so it tries more than once.
 int CZel3FileReader::onCtrl(cMemBlock& block) {
-  if (indexing && pullMissed) PullNextBlock();
+  if (run.IsPullMissed()) PullNextBlock();
   const auto dispatch = [&] { Dispatch(block); };
   isIndexReader ? TryAFewTimes(dispatch) : Contain(dispatch);
   return 1;
@@ -55,7 +55,7 @@ void CZel3FileReader::Dispatch(const cMemBlock& block) {
 }
 
 void CZel3FileReader::OnDataTick() {
-  if (indexing) {
+  if (run.IsOn()) {
     Send_indexing_progress();
   } else {
     ReadAndSend();

@@ -6,16 +6,6 @@
 
 namespace {
 
-// Ends a child brick. It may be short of memory, and nothing may be thrown while the reader is
-// destroyed.
-template <class Brick>
-void Kill(Brick*& child) {
-  if (child == nullptr) return;
-  // A child that cannot be told stays until the host ends.
-  Contain([child] { child->enqueueControl(KillBlock::New()); });
-  child = nullptr;
-}
-
 // A text field of the creation record; one without NUL ends one byte before the field does.
 QByteArray FieldText(const char (&field)[261]) {
   return QByteArray(field, static_cast<int>(strnlen(field, sizeof(field) - 1)));
@@ -47,7 +37,5 @@ QByteArray CZel3FileReader::SourcePath() const {
 CZel3FileReader::~CZel3FileReader() {
   const CancellationHold hold;
   close();
-  Kill(indexReader);
-  Kill(indexParser);
-  Kill(previewParser);
+  children.EndAll();
 }

@@ -8,15 +8,9 @@ constexpr std::int32_t kMessageValue = 6;
 
 }  // namespace
 
-void CZel3FileReader::Send_start_indexing() {
-  if (isIndexReader) return;
-  indexing = true;
-  SendProgress(0);
-}
-
 void CZel3FileReader::Send_indexing_progress() {
   if (isIndexReader) return;
-  SendProgress(lastProgressPercent);
+  SendProgress(run.Percent());
 }
 
 // Progress that finds no memory is not told: no run fails for that.

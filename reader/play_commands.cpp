@@ -43,7 +43,7 @@ void CZel3FileReader::OnCmdGetActivity(const ActivityRequestBlock& request) {
 }
 
 void CZel3FileReader::OnCmdGetPreview(const PreviewRequestBlock& request) {
-  if (playing.streamStopped || indexing) return;
+  if (playing.streamStopped || run.IsOn()) return;
   const TCmdGetPreview wanted = request.Record();
   TZEL3ChunkInfo info;
   if (!FindPreview(indexer, wanted.time, &info)) return;

@@ -12,6 +12,8 @@
 #include "indexer/folder_listing.h"
 #include "indexer/zel3_indexer.h"
 #include "reader/archive_file.h"
+#include "reader/child_bricks.h"
+#include "reader/indexing_run.h"
 #include "reader/parked.h"
 #include "reader/playing.h"
 #include "reader/source.h"
@@ -70,7 +72,8 @@ class CZel3FileReader : public CBrick {
   void Send_No_archive_warning();
 
   // Requests by time and for bytes (chunk_requests.cpp).
-  void OnChunkRequest(const ChunkRequestBlock& request);
+  // `justIndexed`: a run over this file has just ended, so that another one would not help.
+  void OnChunkRequest(const ChunkRequestBlock& request, const QString& justIndexed = QString());
   void AnswerNotFound(ArchiveTime time);
   void SendChunkAnswer(const TZEL3ChunkInfo& info);
   void OnParserChunkRequest(const ParserChunkRequestBlock& request);
@@ -99,45 +102,39 @@ class CZel3FileReader : public CBrick {
 
   // The indexing run (indexing_run.cpp). `path` empty: the current file.
   int Start_make_index(const QString& path);
-  bool BeginIntake();
+  bool BeginIntake(const QString& file);
+  void Send_start_indexing(const QString& file);
+  void PullNextBlock();
+  void Send_finish_indexing();
   bool BeginAnew();
+  void OpenAfterRun();
+  void AnswerPendingChunkRequest(const QString& justIndexed);
+
+  // What the parser of a run reports (run_records.cpp).
+  void TakeRecord(const cMemBlock& block);
+  void OnParserTag(const TParserTag& parserTag);
+
+  // The bricks that the reader makes (child_bricks.cpp).
   void Create_index_reader(const QString& path);
   void Create_index_parser();
   void Create_preview_parser();
   CBrick* CreateParser();
   void InitBrickConfig(TBrickConfig& childConfig);
-  void TakeRecord(const cMemBlock& block);
-  void OnParserTag(const TParserTag& parserTag);
-  void PullNextBlock();
-  void Send_finish_indexing();
-  void OpenAfterRun();
-  bool EndChildren();
-  void AnswerPendingChunkRequest();
 
   // Messages to the client (messages.cpp).
-  void Send_start_indexing();
   void Send_indexing_progress();
   void SendProgress(std::uint32_t percent);
   void SendRunEnded();
   void SendMessage(Tag level, Tag code, const std::string& text, const QString& detail);
 
-  // Not owned. The last one is never set: nothing asks for a parser for previews.
-  CZel3FileReader* indexReader = nullptr;
-  CBrick* indexParser = nullptr;
-  CBrick* previewParser = nullptr;
   TBrickConfig config = {};
   bool isIndexReader = false;  // made by another reader to feed a run: only streams its file
-  bool indexing = false;       // a run of this reader is in progress
-  bool recordLost = false;     // the run at hand has missed a record for lack of memory
-  bool begunAnew = false;      // it has begun anew, which it does once at most
-  bool pullMissed = false;     // it waits for a block that has not been asked for
-  std::uint32_t lastProgressPercent = 0;
-  QString indexedFilePath;         // the file of the last run, also of one that could not start
-  bool answeringAfterRun = false;  // the request at hand was kept during a run
+  cZel3Indexer indexer;
   Source source;
   ArchiveFile archiveFile;
   Portion unsent;  // what an index reader has read and could not send
   Playing playing;
+  IndexingRun run;
+  ChildBricks children;
   Parked parked;
-  cZel3Indexer indexer;
 };

@@ -89,6 +89,20 @@ TEST_F(WithoutAParser, ABadCacheIsEmptyAfterwards) {
 
 class FailingRun : public RunTest {};
 
+// Its children have been ended for the new one.
+TEST_F(FailingRun, ARunIsOverWhereAnotherCannotStartInItsPlace) {
+  OpenInARun(Place("cam.zel3", ArchiveOf("cam", {10, 20})));
+  const std::string other = Place("other.zel3", ArchiveOf("other", {30, 40}));
+  workshop.Close();
+  (reader.get()->*(&Callbacks::onCreate))(Config(other));
+  EXPECT_THAT(Told(), IsEmpty());
+  EXPECT_EQ(pipeline.BrickCount(), 2u);
+  (reader.get()->*(&Callbacks::onNotify))(Message(tag::kLevelWarning, tag::kCodeEndOfFile));
+  EXPECT_THAT(Told(), IsEmpty());
+  EXPECT_THAT(Ask(DataTick()), ElementsAre("RDat 13")) << "no run is on";
+  EXPECT_THAT(Ask(ArchivesRequest()), ElementsAre("Err W010 No archive in other.zel3"));
+}
+
 // What the run has indexed is still without index afterwards: another run would not help.
 TEST_F(FailingRun, AFileThatStaysUnindexedIsNotIndexedAgainForTheSameRequest) {
   const SmallArchive archive = ArchiveOf("good", {10, 20, 30});
