@@ -32,15 +32,20 @@ class RunEnd {
 }  // namespace
 
 void IndexingRun::Begin(const QString& file) {
-  End();
-  indexing = true;
-  mFile = file;
+  IndexingRun begun = Fresh();
+  begun.indexing = true;
+  begun.mFile = file;
+  *this = begun;
 }
 
 IndexingRun IndexingRun::End() {
+  return std::exchange(*this, Fresh());
+}
+
+IndexingRun IndexingRun::Fresh() const {
   IndexingRun fresh;
   fresh.lastProgressPercent = lastProgressPercent;
-  return std::exchange(*this, fresh);
+  return fresh;
 }
 
 bool IndexingRun::SetPercent(std::uint32_t percent) {
@@ -109,13 +114,7 @@ int CZel3FileReader::onNotify(const cMemBlock& block) {
 void CZel3FileReader::Send_finish_indexing() {
   if (isIndexReader || BeginAnew()) return;
   const IndexingRun ended = run.End();
-  // Where the end of the file could not be read, the index is not whole either. It is not kept
-  // then: the cache files stay empty, and the file is indexed again.
-  const bool whole = ended.IsWhole() && children.indexReader->archiveFile.ReachesTheEnd();
-  Contain([&] {
-    indexer.CloseLastStretch(archiveFile.Size() - 1);
-    if (whole) indexer.Save_files();
-  });
+  Contain([&] { SaveIndex(ended.IsWhole()); });
   children.EndChain(*this);
   // The archive is opened again also when nobody can be told.
   Contain([this] { SendRunEnded(); });
@@ -123,11 +122,19 @@ void CZel3FileReader::Send_finish_indexing() {
   AnswerPendingChunkRequest(ended.File());
 }
 
+// Where records were lost or the end of the file could not be read, the index is not whole. It is
+// not kept then: the cache files stay empty, and the file is indexed again.
+void CZel3FileReader::SaveIndex(bool hasAllRecords) {
+  indexer.CloseLastStretch(archiveFile.Size() - 1);
+  if (hasAllRecords && children.indexReader->archiveFile.ReachesTheEnd()) indexer.Save_files();
+}
+
 // What could not be read may have been out of reach for a while only: if some of it can be read at
 // the end, the run starts from the front, on an empty index, with the same request waiting.
 bool CZel3FileReader::BeginAnew() {
   if (!run.MayBeginAnew() || !children.indexReader->archiveFile.CanBeReadNow()) return false;
   run.BeginAnew();
+  // Not whole until the chain stands again.
   run.SetWhole(false);
   if (!BeginIntake(run.File())) return false;
   run.SetWhole(true);

@@ -42,6 +42,9 @@ class IndexingRun {
   bool SetPercent(std::uint32_t percent);
 
  private:
+  // What the next run, or none, is made of.
+  IndexingRun Fresh() const;
+
   QString mFile;
   std::uint32_t lastProgressPercent = 0;
   bool indexing = false;

@@ -82,7 +82,7 @@ class CZel3FileReader : public CBrick {
   Answer PlanAnswer(const TZEL3ChunkInfo& request);
   void OpenFileOf(IndexId indexId);
   bool Need_header_for_index(IndexId indexId, FilePosition* headerStart, FilePosition* headerEnd);
-  RawDataBlock MakeAnswerBlock(Answer& answer);
+  static RawDataBlock MakeAnswerBlock(Answer& answer);
   void FillAnswer(const Answer& answer, ArchiveTime time, unsigned char* bytes);
 
   // Streaming a whole file, portion by portion (streaming.cpp).
@@ -106,6 +106,7 @@ class CZel3FileReader : public CBrick {
   void Send_start_indexing(const QString& file);
   void PullNextBlock();
   void Send_finish_indexing();
+  void SaveIndex(bool hasAllRecords);
   bool BeginAnew();
   void OpenAfterRun();
   void AnswerPendingChunkRequest(const QString& justIndexed);
@@ -127,6 +128,7 @@ class CZel3FileReader : public CBrick {
   void SendRunEnded();
   void SendMessage(Tag level, Tag code, const std::string& text, const QString& detail);
 
+  // The state. A part's header says what holds for it.
   TBrickConfig config = {};
   bool isIndexReader = false;  // made by another reader to feed a run: only streams its file
   cZel3Indexer indexer;
