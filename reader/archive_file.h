@@ -45,5 +45,5 @@ class ArchiveFile {
   QString zel1FilePath;
   PlainFile file;
   std::uint64_t fileSize = 0;
-  ArchiveStream stream;
+  ArchiveStream stream;  // how far it has been streamed
 };

@@ -25,7 +25,7 @@ void CZel3FileReader::OnArchivesEntryRequest() {
     indexer.FillFileStreamMap(i, entry.streamMap);
   }
   SendCmd(answer);
-  source.ListIsSent();
+  source.ForgetListRequest();
 }
 
 void CZel3FileReader::Send_No_archive_warning() {

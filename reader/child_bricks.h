@@ -16,5 +16,5 @@ struct ChildBricks {
   // In a run, the chain that ends with the reader is: indexReader, indexParser, reader.
   CZel3FileReader* indexReader = nullptr;
   CBrick* indexParser = nullptr;
-  CBrick* previewParser = nullptr;  // never set: nothing asks for previews by a parser
+  CBrick* previewParser = nullptr;  // never set: nothing asks for a parser for previews
 };

@@ -5,8 +5,9 @@
 
 #include "blocks/index_record.h"
 
-// Writes an index record with `time` over its time and its reserved word, and a zero flag. Returns
-// the place after it. REQUIRES: room for kIndexRecordSize bytes.
+// Writes an index record as it stands in an archive: the marker, then `time` over the time and the
+// reserved word, then a zero flag. Returns the place after it. REQUIRES: room for kIndexRecordSize
+// bytes.
 inline unsigned char* WriteIndexMarker(unsigned char* bytes, std::uint64_t time) {
   IDX_T index;
   index.time = static_cast<IndexTime>(time);

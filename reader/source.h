@@ -34,7 +34,7 @@ class Source {
   // The list of archives is to be sent as soon as there is one.
   void RequestList() { archivesRequestPending = true; }
   bool IsListRequested() const { return archivesRequestPending; }
-  void ListIsSent() { archivesRequestPending = false; }
+  void ForgetListRequest() { archivesRequestPending = false; }
 
  private:
   QDir folder{QString()};
