@@ -21,11 +21,11 @@ void EndChild(Brick*& child, const KillBlock& kill) {
 
 bool ChildBricks::EndChain(CBrick& owner) {
   if (indexParser == nullptr && indexReader == nullptr) return true;
-  if (indexParser != nullptr) {
-    indexParser->DisconnectFrom(indexReader);
-    owner.DisconnectFrom(indexParser);
-  }
-  return Contain([this] {
+  return Contain([&] {
+    if (indexParser != nullptr) {
+      indexParser->DisconnectFrom(indexReader);
+      owner.DisconnectFrom(indexParser);
+    }
     // One block serves both.
     const auto kill = KillBlock::New();
     EndChild(indexParser, kill);
