@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "bench.h"
-#include "indexer/cache_files.h"
+#include "cache_files.h"
 #include "indexer/zel3_indexer.h"
 
 namespace {

@@ -13,7 +13,7 @@
 #include "bench.h"
 #include "blocks/notifications.h"
 #include "blocks/stream_records.h"
-#include "indexer/cache_files.h"
+#include "cache_files.h"
 #include "recorded_archive.h"
 
 namespace {

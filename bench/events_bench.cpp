@@ -1,7 +1,7 @@
 #include <memory>
 
 #include "bench.h"
-#include "indexer/cache_files.h"
+#include "cache_files.h"
 #include "indexer/zel3_indexer.h"
 
 namespace {

@@ -11,7 +11,7 @@
 #include "archive_host.h"
 #include "bench.h"
 #include "blocks/index_record.h"
-#include "indexer/cache_files.h"
+#include "cache_files.h"
 #include "indexer/zel3_indexer.h"
 #include "parser/framing.h"
 #include "support/temp_folder.h"

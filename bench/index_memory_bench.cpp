@@ -5,7 +5,7 @@
 #include <string>
 
 #include "bench.h"
-#include "indexer/cache_files.h"
+#include "cache_files.h"
 #include "indexer/zel3_indexer.h"
 
 namespace {

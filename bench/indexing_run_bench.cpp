@@ -8,8 +8,8 @@
 #include "bench.h"
 #include "blocks/notifications.h"
 #include "blocks/stream_records.h"
+#include "cache_files.h"
 #include "host/brick_plugins.h"
-#include "indexer/cache_files.h"
 #include "recorded_archive.h"
 
 namespace {
