@@ -21,7 +21,7 @@ CBrick::~CBrick() {
 }
 
 int CBrick::DoCtrl() {
-  if (mState->control.empty()) return 0;
+  if (mState->ItemsOf(Queue::kControl).empty()) return 0;
   State::Item item = mState->Take(Queue::kControl);
   if (item.block.GetType() == tag::kKill) {
     mState->Unlink(this);
@@ -40,7 +40,7 @@ int CBrick::DoCtrl() {
 }
 
 int CBrick::DoData() {
-  if (mState->data.empty()) return 0;
+  if (mState->ItemsOf(Queue::kData).empty()) return 0;
   const State::Item item = mState->Take(Queue::kData);
   mState->cameFrom = item.side;
   if (item.block.GetType() == tag::kNotify) {
@@ -126,10 +126,13 @@ int CBrick::onCreate(const TBrickConfig&) {
   return 1;
 }
 
+// Whom a send reaches is settled when it begins: enqueue functions may be overridden.
+
 void CBrick::SendData(const cMemBlock& block) {
   const std::vector<CBrick*> receivers = mState->next;
   for (CBrick* const receiver : receivers) {
-    mState->SendTo(receiver, Side::kUpstream, Queue::kData, block);
+    const State::Sending sending(*receiver->mState, mState->id, Side::kUpstream);
+    receiver->enqueueData(block);
   }
 }
 
@@ -137,14 +140,16 @@ void CBrick::SendCmd(const cMemBlock& block) {
   const std::vector<CBrick*> receivers = mState->next;
   SendUp(block);
   for (CBrick* const receiver : receivers) {
-    mState->SendTo(receiver, Side::kUpstream, Queue::kControl, block);
+    const State::Sending sending(*receiver->mState, mState->id, Side::kUpstream);
+    receiver->enqueueControl(block);
   }
 }
 
 void CBrick::SendUp(const cMemBlock& block) {
   const std::vector<CBrick*> receivers = mState->previous;
   for (CBrick* const receiver : receivers) {
-    mState->SendTo(receiver, Side::kDownstream, Queue::kControl, block);
+    const State::Sending sending(*receiver->mState, mState->id, Side::kDownstream);
+    receiver->enqueueControl(block);
   }
 }
 

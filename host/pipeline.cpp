@@ -3,48 +3,11 @@
 #include "host/brick_state.h"
 #include "host/pipeline_state.h"
 
-namespace {
-
-std::uint32_t NewPipelineId() {
-  static std::uint32_t last = 0;
-  return ++last;
-}
-
-}  // namespace
-
-std::map<std::uint32_t, Pipeline::State*>& Pipeline::State::Living() {
-  static std::map<std::uint32_t, State*> pipelines;
-  return pipelines;
-}
-
-Pipeline::State::State() : id(NewPipelineId()) {
-  Living()[id] = this;
-}
-
-Pipeline::State::~State() {
-  Living().erase(id);
-  for (const auto& entry : bricks) entry.second->mState->pipeline = nullptr;
-}
-
-Pipeline::State* Pipeline::State::Find(std::uint32_t id) {
-  const auto found = Living().find(id);
-  return found == Living().end() ? nullptr : found->second;
-}
-
-CBrick* Pipeline::State::OldestReceiver() {
-  for (; !tickets.empty(); tickets.pop_front()) {
-    const Ticket& ticket = tickets.front();
-    const auto found = bricks.find(ticket.brickId);
-    if (found == bricks.end()) continue;
-    const auto& items = found->second->mState->ItemsOf(ticket.queue);
-    if (!items.empty() && items.front().number == ticket.item) return found->second;
-  }
-  return nullptr;
-}
-
 Pipeline::Pipeline() : mState(new State) {}
 
-Pipeline::~Pipeline() = default;
+Pipeline::~Pipeline() {
+  for (const auto& entry : mState->bricks) entry.second->mState->pipeline = nullptr;
+}
 
 std::uint32_t Pipeline::Id() const {
   return mState->id;
@@ -54,15 +17,27 @@ std::size_t Pipeline::BrickCount() const {
   return mState->bricks.size();
 }
 
+// Forgets tickets whose block is gone.
+CBrick* Pipeline::OldestReceiver() {
+  for (auto& tickets = mState->tickets; !tickets.empty(); tickets.pop_front()) {
+    const State::Ticket& ticket = tickets.front();
+    CBrick* const brick = mState->BrickOf(ticket.brick);
+    if (brick == nullptr) continue;
+    const auto& items = brick->mState->ItemsOf(ticket.queue);
+    if (!items.empty() && items.front().number == ticket.item) return brick;
+  }
+  return nullptr;
+}
+
 bool Pipeline::RunUntilIdle(std::uint64_t maxSteps) {
   for (; maxSteps > 0; --maxSteps) {
     if (!RunOne()) return true;
   }
-  return mState->OldestReceiver() == nullptr;
+  return OldestReceiver() == nullptr;
 }
 
 bool Pipeline::RunOne() {
-  CBrick* const receiver = mState->OldestReceiver();
+  CBrick* const receiver = OldestReceiver();
   if (receiver == nullptr) return false;
   const State::Ticket ticket = mState->tickets.front();
   mState->tickets.pop_front();
@@ -71,7 +46,7 @@ bool Pipeline::RunOne() {
   } else {
     receiver->DoData();
   }
-  const auto found = mState->bricks.find(ticket.brickId);
-  if (found != mState->bricks.end() && found->second->mState->killed) delete found->second;
+  CBrick* const called = mState->BrickOf(ticket.brick);
+  if (called != nullptr && called->mState->killed) delete called;
   return true;
 }

@@ -6,6 +6,8 @@
 
 #include "host/host_export.h"
 
+class CBrick;
+
 // Delivers the blocks of a set of bricks: single-threaded and in the order in which they were sent,
 // across all bricks and both of their queues.
 //
@@ -37,5 +39,9 @@ class BRICK_HOST_API Pipeline {
  private:
   friend class CBrick;
   class State;
+
+  // The brick that the oldest waiting block is for; null when none waits.
+  CBrick* OldestReceiver();
+
   std::unique_ptr<State> mState;
 };

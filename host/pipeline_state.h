@@ -8,18 +8,21 @@
 #include "host/pipeline.h"
 #include "sdk/brick.h"
 
+// Names a brick, which may be gone. Never 0, never used twice in a process.
+using BrickId = std::uint64_t;
+
 enum class Queue { kControl, kData };
 
 // What a pipeline schedules: the bricks that have joined it, and one ticket for each block that
-// waits.
+// waits. Bricks are only listed here; the pipeline calls them.
 class Pipeline::State {
  public:
   // Names a waiting block without referring to its brick, which may be gone when the ticket's turn
   // comes.
   struct Ticket {
-    std::uint64_t brickId;
+    BrickId brick;
     Queue queue;
-    std::uint64_t item;
+    std::uint64_t item;  // its number in the brick
   };
 
   State();
@@ -30,12 +33,12 @@ class Pipeline::State {
   // The living pipeline of this id; null when there is none.
   static State* Find(std::uint32_t id);
 
-  // The brick of the oldest ticket, null when no block waits. Forgets tickets whose block is gone.
-  CBrick* OldestReceiver();
+  // The brick of an id; null when it is not of this pipeline or gone.
+  CBrick* BrickOf(BrickId brick) const;
 
   const std::uint32_t id;
   std::deque<Ticket> tickets;
-  std::unordered_map<std::uint64_t, CBrick*> bricks;  // by brick id
+  std::unordered_map<BrickId, CBrick*> bricks;
 
  private:
   static std::map<std::uint32_t, State*>& Living();
