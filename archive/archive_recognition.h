@@ -14,5 +14,5 @@
 constexpr std::uint64_t kSearchedHead = 65535;
 
 // Why a file is not for readers, as a clause that follows its name: "is not an archive: ...",
-// "cannot be read: ...". Nothing for an archive. Throws ToolError when no file handle is left.
+// "cannot be read: ...". Nothing for an archive. Throws Failure when no file handle is left.
 std::optional<std::string> WhyNotForReaders(const std::string& path);

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "indexer/archive_stream.h"
+#include "system/failure.h"
 #include "system/interruption.h"
-#include "system/tool_error.h"
 
 namespace {
 
@@ -18,7 +18,7 @@ ScannedBytes ScanArchive(const std::string& path, FramingSink& sink,
                          const OnBytesRead& onBytesRead) {
   PlainFile file;
   if (!file.Open(QFile::decodeName(path.c_str()), PlainFile::Mode::kRead))
-    throw ToolError("cannot open " + path);
+    throw Failure("cannot open " + path);
   ArchiveStream stream;
   FramingParser parser(sink);
   std::vector<unsigned char> block(kBlockSize);

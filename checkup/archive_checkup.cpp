@@ -9,7 +9,7 @@
 #include "blocks/byte_cursor.h"
 #include "client/recorded_gap.h"
 #include "sources/archive_source.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 
 namespace {
 
@@ -182,7 +182,7 @@ ArchiveFacts CheckArchive(const std::string& path, const SourceFacts& source, Fi
   ArchiveCheckup checkup(path, source, findings);
   try {
     return checkup.Finish(ScanArchive(path, checkup, onBytesRead));
-  } catch (const ToolError& error) {
+  } catch (const Failure& error) {
     if (error.Code() == kExitInterrupted) throw;
     findings->Add({Severity::kError, "unreadable", archive_source::FileName(path), error.what()});
     ArchiveFacts unread;

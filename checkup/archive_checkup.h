@@ -25,7 +25,7 @@ struct ArchiveFacts {
 };
 
 // Goes through one file of a source and its cache files. Neither is changed. A file that cannot be
-// read is a finding, too; what is not an archive has no cache files. Throws ToolError when the user
+// read is a finding, too; what is not an archive has no cache files. Throws Failure when the user
 // interrupts.
 ArchiveFacts CheckArchive(const std::string& path, const SourceFacts& source, Findings* findings,
                           const OnBytesRead& onBytesRead);

@@ -7,7 +7,7 @@
 
 #include "client/recorded_gap.h"
 #include "sources/archive_source.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 
 namespace {
 
@@ -63,7 +63,7 @@ std::uint64_t SizeOf(const std::vector<std::string>& paths) {
 
 Diagnosis Diagnose(const SourceFacts& source, Progress* progress) {
   const std::vector<std::string>& paths = source.Files();
-  if (paths.empty()) throw ToolError("no archive in " + source.Path());
+  if (paths.empty()) throw Failure("no archive in " + source.Path());
   const std::uint64_t allBytes = SizeOf(paths);
   std::uint64_t bytesRead = 0;
   const auto onBytesRead = [&](std::size_t count) {

@@ -14,5 +14,5 @@ struct Diagnosis {
 };
 
 // Goes through the files of a source, each by itself and how they follow each other in time.
-// Nothing is changed. Throws ToolError when the source holds no file or the user interrupts.
+// Nothing is changed. Throws Failure when the source holds no file or the user interrupts.
 Diagnosis Diagnose(const SourceFacts& source, Progress* progress);

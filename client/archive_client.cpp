@@ -10,7 +10,7 @@
 #include "blocks/notifications.h"
 #include "blocks/stream_records.h"
 #include "sources/archive_source.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 
 namespace {
 
@@ -124,7 +124,7 @@ std::optional<ArchiveList> ArchiveClient::List() {
 ArchiveList ArchiveClient::ListOrFail() {
   if (auto list = List()) return *list;
   FailWithReason();
-  throw ToolError("the reader could not open all files and gives no list; zel3 index names them");
+  throw Failure("the reader could not open all files and gives no list; zel3 index names them");
 }
 
 std::optional<FoundEntry> ArchiveClient::Find(ArchiveTime time, Lookup lookup) {
@@ -144,7 +144,7 @@ std::optional<FoundEntry> ArchiveClient::Find(ArchiveTime time, Lookup lookup) {
     if (!mAnswers.entry || mAnswers.entry->indexId == kNoIndexId) return std::nullopt;
     return AsFound(*mAnswers.entry);
   }
-  throw ToolError("the index of the file at that time cannot be built");
+  throw Failure("the index of the file at that time cannot be built");
 }
 
 std::optional<std::vector<unsigned char>> ArchiveClient::Read(std::uint32_t fileNumber,
@@ -187,18 +187,18 @@ std::vector<std::uint8_t> ArchiveClient::Activity(ArchiveTime from, ArchiveTime 
 // What a reader says of a file that it cannot index is that there is no archive.
 void ArchiveClient::FailWithReason() const {
   if (!mIsServed) {
-    throw ToolError(archive_source::FileName(mPath) +
-                    " cannot be indexed, or its index cannot be written");
+    throw Failure(archive_source::FileName(mPath) +
+                  " cannot be indexed, or its index cannot be written");
   }
-  if (!mErrorMessage.empty()) throw ToolError(mErrorMessage);
+  if (!mErrorMessage.empty()) throw Failure(mErrorMessage);
 }
 
 void ArchiveClient::FailWithNothing(const std::string& what) {
   if (!List()) {
     FailWithReason();
-    throw ToolError(what + ", but the reader could not open all files", kExitNothing);
+    throw Failure(what + ", but the reader could not open all files", kExitNothing);
   }
-  throw ToolError(what, kExitNothing);
+  throw Failure(what, kExitNothing);
 }
 
 void ArchiveClient::SetDirection(bool forward) {

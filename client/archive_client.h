@@ -50,7 +50,7 @@ enum class Lookup {
 // index takes as long as that and shows its progress.
 class ArchiveClient {
  public:
-  // Opening a single file without an index builds it here. Borrows both. Throws ToolError when the
+  // Opening a single file without an index builds it here. Borrows both. Throws Failure when the
   // plug-in gives no reader; so do all functions when the user interrupts.
   ArchiveClient(const ServedSource& source, Progress* progress);
   // The same for one archive of the source alone.
@@ -59,10 +59,10 @@ class ArchiveClient {
   // The archives of the source; nothing when the reader knows none.
   std::optional<ArchiveList> List();
 
-  // The same list. Throws ToolError with the reader's reason when it knows none.
+  // The same list. Throws Failure with the reader's reason when it knows none.
   ArchiveList ListOrFail();
 
-  // The entry that a time belongs to; nothing when there is none. Throws ToolError when the index
+  // The entry that a time belongs to; nothing when there is none. Throws Failure when the index
   // that the answer needs cannot be built.
   std::optional<FoundEntry> Find(ArchiveTime time, Lookup lookup);
 

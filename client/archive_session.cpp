@@ -2,14 +2,14 @@
 
 #include <cstring>
 #include <utility>
-#include "sources/archive_source.h"
 
 #include "blocks/tags.h"
 #include "host/brick_plugins.h"
 #include "host/settings_folder.h"
 #include "sdk/brick_loader.h"
+#include "sources/archive_source.h"
+#include "system/failure.h"
 #include "system/interruption.h"
-#include "system/tool_error.h"
 
 namespace {
 
@@ -59,7 +59,7 @@ ArchiveSession::ArchiveSession(const HostOptions& host, const std::string& sourc
   TBrickConfig config = ReaderConfig(mPipeline, source, host.cacheFolder);
   mReader.reset(CBrickLoader::CreateBrick(tag::kSignatureReader, config));
   if (mReader == nullptr) {
-    throw ToolError("cannot make a reader: " + brick_plugins::LastError());
+    throw Failure("cannot make a reader: " + brick_plugins::LastError());
   }
   mClient->Create(ClientConfig(mPipeline));
   mClient->ConnectAfter(mReader.get());

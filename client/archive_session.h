@@ -16,7 +16,7 @@ class ArchiveSession {
 
   // Makes the reader, then the client; nothing is delivered yet. `onBlock` gets each block that
   // reaches the client, as it arrives; it must not keep a block beyond the session. REQUIRES: the
-  // paths have at most archive_source::kLongestPath bytes. Throws ToolError when the plug-in gives
+  // paths have at most archive_source::kLongestPath bytes. Throws Failure when the plug-in gives
   // no reader.
   ArchiveSession(const HostOptions& host, const std::string& source, OnBlock onBlock);
   // Ends the reader, lets its own bricks end, ends the client and unloads the plug-ins.
@@ -27,7 +27,7 @@ class ArchiveSession {
   // Puts a command into the reader's control queue; nothing runs.
   void Send(const cMemBlock& command);
 
-  // Runs until no brick has anything left to do. Throws ToolError when the user interrupts, and
+  // Runs until no brick has anything left to do. Throws Failure when the user interrupts, and
   // what `onBlock` throws.
   void RunUntilIdle();
 

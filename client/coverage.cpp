@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "client/recorded_gap.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 
 Coverage::Coverage(ArchiveClient* client, const std::vector<ListedArchive>& archives,
                    const std::vector<ListedArchive>& withoutIndex)
@@ -79,7 +79,7 @@ std::optional<FoundEntry> Coverage::LastUpTo(ArchiveTime time) {
   if (!HasIndexAt(time)) return std::nullopt;
   try {
     return mClient->Find(time, Lookup::kAtOrBefore);
-  } catch (const ToolError& error) {
+  } catch (const Failure& error) {
     if (error.Code() == kExitInterrupted) throw;
     // An archive ends some seconds behind its last entry, and there another one may begin that
     // cannot be indexed.

@@ -18,6 +18,6 @@ struct IndexedFile {
 };
 
 // Gives every archive of a source its index: those that have one keep it. All files of the source
-// come by name; those that are not archives have failed. Throws ToolError when the source holds no
+// come by name; those that are not archives have failed. Throws Failure when the source holds no
 // file or the user interrupts.
 std::vector<IndexedFile> BuildIndexes(const ServedSource& source, Progress* progress);

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "sources/archive_source.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 
 namespace {
 
@@ -12,8 +12,8 @@ std::vector<IndexedFile> IndexAll(const ServedSource& source, Progress* progress
   // A reader that opens a single file without an index begins to build it.
   const SourceFacts& facts = source.Facts();
   if (!facts.IsFolder() && !facts.HasAllIndexes()) {
-    throw ToolError(archive_source::FileName(source.Path()) + " has no index, and none is built",
-                    kExitNothing);
+    throw Failure(archive_source::FileName(source.Path()) + " has no index, and none is built",
+                  kExitNothing);
   }
   return {};
 }
@@ -34,7 +34,7 @@ IndexedSource::IndexedSource(const ServedSource& source, Progress* progress)
 }
 
 void IndexedSource::FailWithNothing(const std::string& what) {
-  if (LeavesOutMissing()) throw ToolError(what, kExitNothing);
+  if (LeavesOutMissing()) throw Failure(what, kExitNothing);
   mClient.FailWithNothing(what);
 }
 
@@ -75,7 +75,7 @@ std::optional<FoundEntry> IndexedSource::FirstEntry(const ListedArchive& archive
   // Where caches cannot be written the reader must index the file for itself.
   try {
     mClient.Find(archive.startTime, Lookup::kAtOrBefore);
-  } catch (const ToolError& error) {
+  } catch (const Failure& error) {
     if (error.Code() == kExitInterrupted) throw;
     return std::nullopt;
   }

@@ -4,21 +4,21 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include "system/tool_error.h"
+#include "system/failure.h"
 
 namespace archive_source {
 
 std::string Locate(const std::string& path) {
   const QFileInfo info(QFile::decodeName(path.c_str()));
-  if (path.empty() || !info.exists()) throw ToolError("nothing exists at " + path);
+  if (path.empty() || !info.exists()) throw Failure("nothing exists at " + path);
   if (!info.isFile() && !info.isDir()) {
-    throw ToolError(path + " is neither a file nor a folder");
+    throw Failure(path + " is neither a file nor a folder");
   }
   std::string absolute = QFile::encodeName(info.absoluteFilePath()).constData();
   // A folder has a name, however a shell completes it.
   while (absolute.size() > 1 && absolute.back() == '/') absolute.pop_back();
   if (absolute.size() > kLongestPath)
-    throw ToolError("the path is longer than 260 bytes", kExitUsage);
+    throw Failure("the path is longer than 260 bytes", kExitUsage);
   return absolute;
 }
 

@@ -9,7 +9,7 @@ namespace archive_source {
 // What fits into the path fields of a creation record.
 constexpr std::size_t kLongestPath = 260;
 
-// The absolute path of an archive file or folder. Throws ToolError when there is neither at `path`,
+// The absolute path of an archive file or folder. Throws Failure when there is neither at `path`,
 // and a usage error when the absolute path is longer than a reader takes.
 std::string Locate(const std::string& path);
 

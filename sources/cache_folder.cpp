@@ -2,7 +2,6 @@
 
 #include <dirent.h>
 #include <sys/stat.h>
-#include "sources/archive_source.h"
 
 #include <QDir>
 #include <QFile>
@@ -13,10 +12,11 @@
 #include <memory>
 #include <optional>
 
+#include "sources/archive_source.h"
 #include "sources/cache_shape.h"
+#include "system/failure.h"
 #include "system/file_status.h"
 #include "system/interruption.h"
-#include "system/tool_error.h"
 
 namespace cache_folder {
 
@@ -52,7 +52,7 @@ bool IsCache(const std::string& folder, const std::string& name) {
 // The first entry by name that is not a cache file; empty when there is none.
 std::string StrangerIn(const std::string& folder) {
   const std::unique_ptr<DIR, CloseFolder> open(opendir(folder.c_str()));
-  if (open == nullptr) throw ToolError("cannot look into " + folder + ": " + std::strerror(errno));
+  if (open == nullptr) throw Failure("cannot look into " + folder + ": " + std::strerror(errno));
   std::string first;
   while (const dirent* const entry = readdir(open.get())) {
     interruption::Check();
@@ -86,18 +86,18 @@ std::string Checked(const std::string& askedFor) {
   if (askedFor.empty()) return askedFor;
   const std::string folder = Absolute(askedFor);
   if (!CanBeNamed(folder)) {
-    throw ToolError("the cache folder " + folder +
-                        " cannot be used: readers take paths of at most 260 ASCII characters",
-                    kExitUsage);
+    throw Failure("the cache folder " + folder +
+                      " cannot be used: readers take paths of at most 260 ASCII characters",
+                  kExitUsage);
   }
   if (!StatusOf(folder)) return folder;
   if (!IsFolder(folder))
-    throw ToolError("the cache folder " + folder + " is not a folder", kExitUsage);
+    throw Failure("the cache folder " + folder + " is not a folder", kExitUsage);
   const std::string stranger = StrangerIn(folder);
   if (stranger.empty()) return folder;
-  throw ToolError("the cache folder " + folder + " holds " + stranger +
-                      ", which is not an index; readers delete old files there",
-                  kExitUsage);
+  throw Failure("the cache folder " + folder + " holds " + stranger +
+                    ", which is not an index; readers delete old files there",
+                kExitUsage);
 }
 
 bool Make(const std::string& path) {

@@ -10,7 +10,7 @@ enum class CacheKind { kEntries, kHeaders, kEvents };
 
 // Whether something stands at `path` that is not a cache file of this kind: it has not the shape of
 // one from its start to its end, cannot be read, or is a link of either kind, a folder, a pipe or a
-// device. An empty file is the cache of an unfinished run. Throws ToolError when no file handle is
+// device. An empty file is the cache of an unfinished run. Throws Failure when no file handle is
 // left or the user interrupts.
 bool IsStranger(const std::string& path, CacheKind kind);
 

@@ -15,8 +15,8 @@
 #include "sources/cache_shape.h"
 #include "sources/nowhere.h"
 #include "sources/private_cache.h"
+#include "system/failure.h"
 #include "system/file_status.h"
-#include "system/tool_error.h"
 
 namespace {
 
@@ -115,7 +115,7 @@ IndexPlace PlaceOfIndexes(const std::string& askedFor, const std::vector<std::st
   if (!askedFor.empty()) {
     for (const std::string& archive : archives) {
       if (HasNameOfItsOwn(archive)) continue;
-      throw ToolError(
+      throw Failure(
           archive + " has no suffix, so its index would have no name of its own in a cache folder",
           kExitUsage);
     }

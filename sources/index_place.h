@@ -19,7 +19,7 @@ struct IndexPlace {
 //
 // Beside an archive is the place unless something of somebody else's, or no new file, could stand
 // there; whole indexes that stand there already are used also where nothing can be written. Changes
-// nothing. Throws ToolError when no file handle is left, the user interrupts, or an archive cannot
+// nothing. Throws Failure when no file handle is left, the user interrupts, or an archive cannot
 // have its index in the folder asked for.
 IndexPlace PlaceOfIndexes(const std::string& askedFor, const std::vector<std::string>& archives,
                           const std::vector<std::string>& others);

@@ -14,7 +14,7 @@
 #include "sources/nowhere.h"
 #include "sources/private_cache.h"
 #include "sources/shared_fallback.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 
 namespace {
 
@@ -67,7 +67,7 @@ SourceFacts ServedSource::Look(const std::string& path) const {
 void ServedSource::RefuseOthers() const {
   for (const auto& [path, why] : mFacts.Others()) {
     const std::string sentence = AsSentence(path, why);
-    if (!mFacts.IsFolder()) throw ToolError(sentence);
+    if (!mFacts.IsFolder()) throw Failure(sentence);
     mOnNotice(sentence + "; it is left out");
   }
 }
@@ -75,8 +75,8 @@ void ServedSource::RefuseOthers() const {
 void ServedSource::RefuseToTrim() const {
   const std::string& folder = mFacts.Indexes().folder;
   if (folder.empty() || !cache_limit::IsExceeded(folder, mHost.settingsFolder)) return;
-  throw ToolError("the indexes in " + folder +
-                  " are above their limit, and readers that look for one delete the oldest");
+  throw Failure("the indexes in " + folder +
+                " are above their limit, and readers that look for one delete the oldest");
 }
 
 void ServedSource::MakePlace() {
@@ -88,13 +88,13 @@ void ServedSource::MakePlace() {
         faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0) {
       return;
     }
-    throw ToolError("cannot write the cache folder " + folder + ": " + std::strerror(errno));
+    throw Failure("cannot write the cache folder " + folder + ": " + std::strerror(errno));
   }
   private_cache::Place place{indexes.whyNotKept.empty() ? indexes.folder : "", indexes.whyNotKept};
   if (private_cache::Prepare(&place)) return;
   mPassingPlace.emplace(shared_fallback::TemporaryFolder());
   if (!cache_folder::CanBeNamed(mPassingPlace->Path()))
-    throw ToolError("there is no folder for indexes: " + place.whyNot);
+    throw Failure("there is no folder for indexes: " + place.whyNot);
   mOnNotice("the index is not kept: " + indexes.whyNotBeside + ", and " + place.whyNot);
   mFacts.MoveIndexes(mPassingPlace->Path());
 }

@@ -11,7 +11,7 @@
 // changes nothing.
 class SourceFacts {
  public:
-  // `path` as a user gives it. Throws ToolError when there is neither a file nor a folder, when the
+  // `path` as a user gives it. Throws Failure when there is neither a file nor a folder, when the
   // cache folder asked for is not one, when too few files may be open, or when the user interrupts.
   SourceFacts(const HostOptions& host, const std::string& path);
 

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "system/tool_error.h"
+#include "system/failure.h"
 
 namespace {
 
@@ -38,7 +38,7 @@ FileHandle OpenForReading(const std::string& path, int flags) {
   constexpr int kNeverWait = O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
   FileHandle file(open(path.c_str(), O_RDONLY | kNeverWait | flags));
   if (!file.IsOpen() && NoHandleIsLeft(errno))
-    throw ToolError("cannot open " + path + ": " + std::strerror(errno));
+    throw Failure("cannot open " + path + ": " + std::strerror(errno));
   return file;
 }
 
@@ -48,7 +48,7 @@ void RequireFileHandles() {
     handles.emplace_back(open("/dev/null", O_RDONLY | O_CLOEXEC));
     if (handles.back().IsOpen()) continue;
     if (!NoHandleIsLeft(errno)) return;
-    throw ToolError("too few files may be open at once: a reader needs " +
-                    std::to_string(kHandlesOfAReader));
+    throw Failure("too few files may be open at once: a reader needs " +
+                  std::to_string(kHandlesOfAReader));
   }
 }

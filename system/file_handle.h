@@ -21,10 +21,10 @@ class FileHandle {
 };
 
 // Opens what stands at `path` for reading; `flags` are added to the usual ones. Never waits for a
-// pipe. A closed handle when it does not open; errno says why. Throws ToolError when the process or
+// pipe. A closed handle when it does not open; errno says why. Throws Failure when the process or
 // the system has no file handle left: that says nothing about the file.
 FileHandle OpenForReading(const std::string& path, int flags = 0);
 
-// Throws ToolError when the process cannot open as many files as a reader needs at once: a reader
+// Throws Failure when the process cannot open as many files as a reader needs at once: a reader
 // says of a file that it cannot open that nothing is recorded.
 void RequireFileHandles();

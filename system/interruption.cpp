@@ -2,7 +2,7 @@
 
 #include <csignal>
 
-#include "system/tool_error.h"
+#include "system/failure.h"
 
 namespace interruption {
 namespace {
@@ -41,7 +41,7 @@ void WatchAllEndings() {
 }
 
 void Check() {
-  if (wanted != 0) throw ToolError("interrupted", kExitInterrupted);
+  if (wanted != 0) throw Failure("interrupted", kExitInterrupted);
 }
 
 }  // namespace interruption

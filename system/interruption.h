@@ -11,7 +11,7 @@ void Watch();
 // that nobody reads is an error: for verbs that leave something to clean up.
 void WatchAllEndings();
 
-// Throws ToolError(kExitInterrupted) when the user has asked to stop.
+// Throws Failure(kExitInterrupted) when the user has asked to stop.
 void Check();
 
 }  // namespace interruption

@@ -5,13 +5,13 @@
 #include <cstring>
 #include <filesystem>
 
+#include "system/failure.h"
 #include "system/interruption.h"
-#include "system/tool_error.h"
 
 PassingFolder::PassingFolder(const std::string& parent) : mPath(parent + "/.zel3-XXXXXX") {
   interruption::WatchAllEndings();
   if (mkdtemp(mPath.data()) != nullptr) return;
-  throw ToolError("cannot make a folder in " + parent + ": " + std::strerror(errno));
+  throw Failure("cannot make a folder in " + parent + ": " + std::strerror(errno));
 }
 
 PassingFolder::~PassingFolder() {

@@ -6,7 +6,7 @@
 // its scope, also when the user interrupts the program or nobody reads its output any more.
 class PassingFolder {
  public:
-  // Under an existing folder. Throws ToolError when it cannot be made.
+  // Under an existing folder. Throws Failure when it cannot be made.
   explicit PassingFolder(const std::string& parent);
   ~PassingFolder();
   PassingFolder(const PassingFolder&) = delete;

@@ -5,8 +5,8 @@
 
 #include "command_line/command_line.h"
 #include "output/notice.h"
+#include "system/failure.h"
 #include "system/interruption.h"
-#include "system/tool_error.h"
 
 namespace {
 
@@ -25,9 +25,9 @@ int main(int argc, char** argv) {
   try {
     const int exitCode = ParseCommandLine(argc, argv)();
     std::cout.flush();
-    if (!std::cout) throw ToolError("cannot write to the standard output");
+    if (!std::cout) throw Failure("cannot write to the standard output");
     return exitCode;
-  } catch (const ToolError& error) {
+  } catch (const Failure& error) {
     return Fail(error.what(), error.Code());
   } catch (const std::bad_alloc&) {
     return Fail("not enough memory", kExitFailed);

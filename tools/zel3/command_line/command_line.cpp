@@ -9,7 +9,7 @@
 #include "command_line/option_kinds.h"
 #include "command_line/version.h"
 #include "sources/host_options.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 #include "verbs/activity.h"
 #include "verbs/console.h"
 #include "verbs/doctor.h"
@@ -346,11 +346,10 @@ std::function<int()> ParseCommandLine(int argc, char** argv) {
     return [options] { return RunVersion(options->host); };
   } catch (const CLI::RequiredError& error) {
     const bool verbGiven = !app.get_subcommands().empty();
-    throw ToolError(
-        verbGiven ? error.what() : "a verb is missing or unknown; zel3 --help names them",
-        kExitUsage);
+    throw Failure(verbGiven ? error.what() : "a verb is missing or unknown; zel3 --help names them",
+                  kExitUsage);
   } catch (const CLI::ParseError& error) {
-    throw ToolError(error.what(), kExitUsage);
+    throw Failure(error.what(), kExitUsage);
   }
   return [options, run] { return run(); };
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+
 #include "sources/archive_source.h"
 
 CLI::Option* AddPath(CLI::App* app, const std::string& name, std::string* target,

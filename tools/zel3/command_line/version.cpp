@@ -6,7 +6,7 @@
 
 #include "blocks/tags.h"
 #include "host/brick_plugins.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 #include "text/shown_text.h"
 
 namespace {

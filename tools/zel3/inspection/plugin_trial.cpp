@@ -11,7 +11,7 @@
 #include "inspection/loaded_library.h"
 #include "inspection/trial_archive.h"
 #include "sdk/brick_loader.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 
 namespace {
 
@@ -72,7 +72,7 @@ class Chain {
   bool HasBefore() const { return mHasBefore; }
 
   BlockReaction Settle(const std::string& block = "") {
-    if (!mPipeline.RunUntilIdle(kMostSteps)) throw ToolError("the plug-in does not come to rest");
+    if (!mPipeline.RunUntilIdle(kMostSteps)) throw Failure("the plug-in does not come to rest");
     return {block, mBefore.TakeNames(), mBehind.TakeNames()};
   }
   BlockReaction Command(const cMemBlock& block) {

@@ -9,7 +9,7 @@
 #include "blocks/stream_records.h"
 #include "json/command_json.h"
 #include "samples/scenario.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 
 namespace {
 
@@ -26,7 +26,7 @@ Scenario OneMinute() {
 }  // namespace
 
 TrialArchive::TrialArchive() {
-  if (!mFolder.isValid()) throw ToolError("cannot make a temporary folder");
+  if (!mFolder.isValid()) throw Failure("cannot make a temporary folder");
   const std::string folder = QFile::encodeName(mFolder.path()).constData();
   const GroundTruth truth = WriteScenario(folder, OneMinute());
   const GroundTruthFile& file = truth.files.front();
@@ -52,7 +52,7 @@ std::vector<cMemBlock> TrialArchive::Answers() const {
   entry.Record().info.indexId = 0;
   entry.Record().info.time = mStartTime;
   QFile file(QFile::decodeName(mPath.c_str()));
-  if (!file.open(QIODevice::ReadOnly)) throw ToolError("cannot read " + mPath);
+  if (!file.open(QIODevice::ReadOnly)) throw Failure("cannot read " + mPath);
   const QByteArray bytes = file.readAll();
   RawDataBlock data = RawDataBlock::New(static_cast<std::uint32_t>(bytes.size()));
   std::memcpy(data.WritableBytes(), bytes.constData(), static_cast<std::size_t>(bytes.size()));

@@ -10,9 +10,9 @@
 #include <cstring>
 #include <filesystem>
 
+#include "system/failure.h"
 #include "system/file_status.h"
 #include "system/interruption.h"
-#include "system/tool_error.h"
 
 namespace {
 
@@ -131,5 +131,5 @@ void OutputFile::OpenBeside() {
 void OutputFile::Fail() const {
   const std::string reason = std::strerror(errno);
   interruption::Check();
-  throw ToolError("cannot write " + mPath + ": " + reason);
+  throw Failure("cannot write " + mPath + ": " + reason);
 }

@@ -21,7 +21,7 @@ class OutputFile {
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
-  // Both throw ToolError when the bytes cannot be written or the user interrupts.
+  // Both throw Failure when the bytes cannot be written or the user interrupts.
   void Write(const std::vector<unsigned char>& bytes);
   void Finish();
 

@@ -4,7 +4,7 @@
 #include <QFileInfo>
 
 #include "indexer/plain_file.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 
 namespace {
 
@@ -22,15 +22,14 @@ bool AreOne(const QString& path, const QString& other) {
 void RefuseArchives(const std::vector<std::string>& files, const QString& target) {
   for (const std::string& file : files) {
     if (AreOne(QFile::decodeName(file.c_str()), target))
-      throw ToolError("the output is an archive of the source", kExitUsage);
+      throw Failure("the output is an archive of the source", kExitUsage);
   }
 }
 
 void RefuseCaches(const std::string& archive, const std::string& folder, const QString& target) {
   const CacheNames names = CacheOf(archive, folder);
   for (const QString& name : {names.entries, names.headers, names.events}) {
-    if (AreOne(name, target))
-      throw ToolError("the output is a cache file of the source", kExitUsage);
+    if (AreOne(name, target)) throw Failure("the output is a cache file of the source", kExitUsage);
   }
 }
 

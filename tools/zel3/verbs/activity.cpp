@@ -10,7 +10,7 @@
 #include "output/notice.h"
 #include "output/progress_bar.h"
 #include "output/tables.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 #include "times/time_text.h"
 
 namespace {
@@ -40,9 +40,9 @@ ActivityBins BinsFor(const ActivityOptions& options, IndexedSource* source) {
 
 void Check(const ActivityOptions& options) {
   if (options.from && options.to && *options.from >= *options.to)
-    throw ToolError("FROM must be before TO", kExitUsage);
+    throw Failure("FROM must be before TO", kExitUsage);
   if (options.bins == 0 || options.bins > kMostBins)
-    throw ToolError("the number of bins must be 1 to 10000", kExitUsage);
+    throw Failure("the number of bins must be 1 to 10000", kExitUsage);
 }
 
 std::vector<Bin> Measure(const ActivityBins& bins, std::uint8_t streamId, IndexedSource* source) {

@@ -5,8 +5,8 @@
 #include "json/block_json.h"
 #include "json/command_json.h"
 #include "json/json_line.h"
+#include "system/failure.h"
 #include "system/interruption.h"
-#include "system/tool_error.h"
 
 namespace {
 
@@ -15,7 +15,7 @@ void PrintIdle() {
   line["idle"] = true;
   PrintPlainJsonLine(line);
   std::cout.flush();
-  if (!std::cout) throw ToolError("cannot write to the standard output");
+  if (!std::cout) throw Failure("cannot write to the standard output");
 }
 
 void PrintError(std::uint64_t lineNumber, const char* why) {

@@ -14,7 +14,7 @@
 #include "output/tables.h"
 #include "sources/archive_source.h"
 #include "sources/index_lock.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 #include "text/shown_text.h"
 #include "times/time_text.h"
 

@@ -6,7 +6,7 @@
 #include "output/notice.h"
 #include "output/output_style.h"
 #include "sources/archive_source.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 #include "text/shown_text.h"
 #include "verbs/record_printer.h"
 
@@ -25,7 +25,7 @@ bool DumpFile(const std::string& path, const OutputStyle& style) {
     } else {
       record_printer::PrintJson(name, record, style.Times());
     }
-    if (!std::cout) throw ToolError("cannot write to the standard output");
+    if (!std::cout) throw Failure("cannot write to the standard output");
   });
   if (asText) record_printer::PrintTextHeading(name);
   const ScannedBytes bytes = ScanArchive(path, records);
@@ -40,7 +40,7 @@ bool DumpFile(const std::string& path, const OutputStyle& style) {
 int RunDump(const DumpOptions& options) {
   const std::string source = archive_source::Locate(options.source);
   const std::vector<std::string> paths = archive_source::Files(source);
-  if (paths.empty()) throw ToolError("no archive in " + source);
+  if (paths.empty()) throw Failure("no archive in " + source);
   bool whole = true;
   for (const std::string& path : paths) whole = DumpFile(path, options.style) && whole;
   return whole ? kExitDone : kExitDamaged;

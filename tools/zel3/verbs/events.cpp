@@ -7,7 +7,7 @@
 #include "output/notice.h"
 #include "output/progress_bar.h"
 #include "output/tables.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 #include "text/shown_text.h"
 #include "times/time_text.h"
 
@@ -67,7 +67,7 @@ void Print(const std::vector<RecordedEvent>& events, const OutputStyle& style) {
 }  // namespace
 
 int RunEvents(const HostOptions& host, const EventsOptions& options) {
-  if (options.from >= options.to) throw ToolError("FROM must be before TO", kExitUsage);
+  if (options.from >= options.to) throw Failure("FROM must be before TO", kExitUsage);
   const ServedSource served(host, options.source, options.missingIndexes, PrintNotice);
   ProgressBar progress;
   IndexedSource source(served, &progress);

@@ -8,7 +8,7 @@
 #include "output/notice.h"
 #include "output/progress_bar.h"
 #include "output/tables.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 #include "text/shown_text.h"
 #include "times/time_text.h"
 

@@ -10,7 +10,7 @@
 #include "json/json_line.h"
 #include "output/tables.h"
 #include "sources/archive_source.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 #include "text/shown_text.h"
 
 namespace {
@@ -32,7 +32,7 @@ struct PlugInsInUse {
 // Makes the file known under the signature that the host knows a file of this name by.
 Tag Register(const std::string& path) {
   const QFileInfo info(QFile::decodeName(path.c_str()));
-  if (!info.isFile()) throw ToolError("no file at " + path);
+  if (!info.isFile()) throw Failure("no file at " + path);
   const std::string absolute = QFile::encodeName(info.absoluteFilePath()).constData();
   Tag signature = kNoSignature;
   for (const auto& [known, fileName] : brick_plugins::KnownFiles()) {

@@ -12,17 +12,17 @@
 #include "samples/scenario_check.h"
 #include "sources/archive_source.h"
 #include "sources/index_place.h"
+#include "system/failure.h"
 #include "system/file_status.h"
 #include "system/interruption.h"
 #include "system/passing_folder.h"
-#include "system/tool_error.h"
 
 namespace {
 
 void MakeFolder(const std::string& folder) {
   std::error_code failed;
   std::filesystem::create_directories(folder, failed);
-  if (failed) throw ToolError("cannot make the folder " + folder + ": " + failed.message());
+  if (failed) throw Failure("cannot make the folder " + folder + ": " + failed.message());
 }
 
 bool BeginsWith(const std::string& path, const std::vector<unsigned char>& bytes) {
@@ -47,8 +47,8 @@ void RefuseWhatIsInTheWay(const std::string& path, const Scenario& scenario) {
     if (!strangers.empty()) inTheWay = strangers.front();
   }
   if (inTheWay.empty()) return;
-  throw ToolError(inTheWay + " in " + path.substr(0, path.rfind('/')) +
-                  " is in the way: it was not made by this program");
+  throw Failure(inTheWay + " in " + path.substr(0, path.rfind('/')) +
+                " is in the way: it was not made by this program");
 }
 
 // A cache beside an archive is not tied to the archive's contents: it would be taken for the new
@@ -60,7 +60,7 @@ void RemoveCacheOf(const std::string& archive) {
 
 void Move(const std::string& from, const std::string& to) {
   if (std::rename(from.c_str(), to.c_str()) == 0) return;
-  throw ToolError("cannot write " + to + ": " + std::strerror(errno));
+  throw Failure("cannot write " + to + ": " + std::strerror(errno));
 }
 
 }  // namespace

@@ -10,7 +10,7 @@
 #include "output/output_file.h"
 #include "output/tables.h"
 #include "sources/archive_source.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 #include "text/shown_text.h"
 #include "times/time_text.h"
 #include "verbs/made_archives.h"
@@ -22,16 +22,16 @@ using Json = nlohmann::ordered_json;
 IndexTime IndexTimeOf(ArchiveTime archiveTime) {
   const std::uint64_t indexTime = archiveTime / kArchiveTimePerIndexTime;
   if (ToArchiveTime(static_cast<std::uint32_t>(indexTime)) != archiveTime) {
-    throw ToolError("the start must be a whole second before the year 2106", kExitUsage);
+    throw Failure("the start must be a whole second before the year 2106", kExitUsage);
   }
   return static_cast<std::uint32_t>(indexTime);
 }
 
 std::uint32_t SecondsPerFile(const Scenario& scenario, std::uint32_t files) {
-  if (files == 0) throw ToolError("an archive has at least one file", kExitUsage);
+  if (files == 0) throw Failure("an archive has at least one file", kExitUsage);
   std::uint64_t recorded = scenario.lengthSeconds;
   for (const ScenarioGap& gap : scenario.gaps) {
-    if (gap.seconds > recorded) throw ToolError("the gaps are longer than the archive", kExitUsage);
+    if (gap.seconds > recorded) throw Failure("the gaps are longer than the archive", kExitUsage);
     recorded -= gap.seconds;
   }
   return static_cast<std::uint32_t>((recorded + (files - 1)) / files);
@@ -102,13 +102,13 @@ int RunMake(const MakeOptions& options) {
   const Scenario scenario = ScenarioFor(options);
   if (!options.force && std::filesystem::is_directory(options.folder) &&
       !archive_source::Files(options.folder).empty()) {
-    throw ToolError(options.folder + " holds archives already; --force writes all the same");
+    throw Failure(options.folder + " holds archives already; --force writes all the same");
   }
   GroundTruth truth;
   try {
     truth = MakeArchives(options.folder, scenario, options.truthFile);
   } catch (const std::invalid_argument& refusal) {
-    throw ToolError(refusal.what(), kExitUsage);
+    throw Failure(refusal.what(), kExitUsage);
   }
   if (!options.truthFile.empty()) WriteTruth(options.truthFile, truth);
   if (options.style.format == OutputFormat::kJson) {

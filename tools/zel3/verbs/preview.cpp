@@ -7,7 +7,7 @@
 #include "output/notice.h"
 #include "output/progress_bar.h"
 #include "output/tables.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 #include "times/time_text.h"
 
 namespace {
@@ -22,9 +22,9 @@ struct Position {
 };
 
 void Check(const PreviewOptions& options) {
-  if (options.from >= options.to) throw ToolError("FROM must be before TO", kExitUsage);
+  if (options.from >= options.to) throw Failure("FROM must be before TO", kExitUsage);
   if (options.count == 0 || options.count > kMostPositions)
-    throw ToolError("the number of positions must be 1 to 10000", kExitUsage);
+    throw Failure("the number of positions must be 1 to 10000", kExitUsage);
 }
 
 // The first position is the start of the range; computed so that no product overflows.

@@ -12,7 +12,7 @@
 #include "output/output_file.h"
 #include "output/output_refusal.h"
 #include "output/progress_bar.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 #include "text/json_text.h"
 #include "times/time_text.h"
 
@@ -21,8 +21,8 @@ namespace {
 std::string ChosenOutput(const ReadOptions& options, const SourceFacts& source) {
   if (options.output.empty()) {
     if (isatty(STDOUT_FILENO) == 1) {
-      throw ToolError("archive bytes are not for a terminal: give -o FILE, or -o - to insist",
-                      kExitUsage);
+      throw Failure("archive bytes are not for a terminal: give -o FILE, or -o - to insist",
+                    kExitUsage);
     }
     return "-";
   }
@@ -109,7 +109,7 @@ void TellAsText(const Summary& summary, TimeFormat times) {
 }  // namespace
 
 int RunRead(const HostOptions& host, const ReadOptions& options) {
-  if (options.from >= options.to) throw ToolError("FROM must be before TO", kExitUsage);
+  if (options.from >= options.to) throw Failure("FROM must be before TO", kExitUsage);
   const ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
   const std::string target = ChosenOutput(options, source.Facts());
   OutputFile output(target);

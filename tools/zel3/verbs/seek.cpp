@@ -13,7 +13,7 @@
 #include "output/tables.h"
 #include "sources/archive_source.h"
 #include "system/access_meter.h"
-#include "system/tool_error.h"
+#include "system/failure.h"
 #include "text/shown_text.h"
 #include "times/time_text.h"
 

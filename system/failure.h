@@ -13,11 +13,12 @@ enum ExitCode : int {
   kExitInterrupted = 130,  // by the user
 };
 
-// Ends the verb at hand. The message is one line for people, without the program's name;
-// it may quote texts from outside as they are.
-class ToolError : public std::runtime_error {
+// Why a piece of work cannot be done or finished, and with which code a program ends that has no
+// other way. The message is one line for people, without the program's name; it may quote texts
+// from outside as they are.
+class Failure : public std::runtime_error {
  public:
-  explicit ToolError(const std::string& message, ExitCode exitCode = kExitFailed)
+  explicit Failure(const std::string& message, ExitCode exitCode = kExitFailed)
       : std::runtime_error(message), mExitCode(exitCode) {}
 
   ExitCode Code() const { return mExitCode; }
