@@ -73,33 +73,32 @@ class ArchiveCheckup : public FramingSink {
   }
 
   void OnDamage(FilePosition position, std::uint64_t bytes) override {
-    const Finding finding = About(Severity::kError, "damage", "makes no sense and is passed over");
+    const Finding finding = About(FindingKind::kDamage, "makes no sense and is passed over");
     AddBytes(finding, position, bytes);
   }
 
   void OnCutOff(FilePosition position, std::uint64_t bytes) override {
-    const Finding finding = About(Severity::kWarning, "cut-off", "the last record is not whole");
+    const Finding finding = About(FindingKind::kCutOff, "the last record is not whole");
     AddBytes(finding, position, bytes);
   }
 
   ArchiveFacts Finish(const ScannedBytes& bytes) {
     mFacts.bytes = bytes.all;
     if (bytes.unreadable > 0) {
-      Finding finding = About(Severity::kError, "unreadable", "cannot be read in part");
+      Finding finding = About(FindingKind::kUnreadable, "cannot be read in part");
       finding.bytes = bytes.unreadable;
       mFindings->Add(finding);
     }
     if (bytes.all < kSmallestArchive) {
-      mFindings->Add(About(Severity::kError, "too-small", "readers leave so small a file out"));
+      mFindings->Add(About(FindingKind::kTooSmall, "readers leave so small a file out"));
     } else if (!mHasHeader) {
-      mFindings->Add(About(Severity::kError, "no-header", "without a header nothing can be read"));
+      mFindings->Add(About(FindingKind::kNoHeader, "without a header nothing can be read"));
     } else if (mFacts.entries == 0) {
-      mFindings->Add(
-          About(Severity::kError, "no-index", "without an index record no time can be found"));
+      mFindings->Add(About(FindingKind::kNoIndex, "without an index record no time can be found"));
     }
     if (mSameTimes > 0) {
       Finding finding =
-          About(Severity::kNote, "same-time",
+          About(FindingKind::kSameTime,
                 fmt::format("{} entries with the time of the one before", mSameTimes));
       finding.position = mFirstSameTime;
       mFindings->Add(finding);
@@ -115,7 +114,7 @@ class ArchiveCheckup : public FramingSink {
   void AddStrangers() {
     if (!mSource.Indexes().isPrivate) return;
     for (const std::string& stranger : StrangersBeside(mPath)) {
-      mFindings->Add({Severity::kNote, "stranger", stranger,
+      mFindings->Add({FindingKind::kStranger, stranger,
                       "has the name of a cache file, but is none, and is left alone"});
     }
   }
@@ -135,8 +134,8 @@ class ArchiveCheckup : public FramingSink {
     const bool isLate = position + kMarkerSize > kSearchedHead;
     if (!isLate && HasIndexMarkerAt(mPath, place)) return;
     Finding finding =
-        isLate ? About(Severity::kWarning, "late-header", "folders open without this file")
-               : About(Severity::kWarning, "first-index-place",
+        isLate ? About(FindingKind::kLateHeader, "folders open without this file")
+               : About(FindingKind::kFirstIndexPlace,
                        fmt::format("names byte {}, where no index record is; folders open without "
                                    "this file",
                                    place));
@@ -152,16 +151,16 @@ class ArchiveCheckup : public FramingSink {
     const bool isBackwards = time < mLastTime;
     const bool isGap = mFacts.step > 0 && time - mLastTime > kMostStepsInAFile * mFacts.step;
     if (!isBackwards && !isGap) return;
-    Finding finding = isBackwards ? About(Severity::kWarning, "backwards", "time runs backwards")
-                                  : About(Severity::kNote, "gap", "nothing is recorded");
+    Finding finding = isBackwards ? About(FindingKind::kBackwards, "time runs backwards")
+                                  : About(FindingKind::kGap, "nothing is recorded");
     finding.position = position;
     finding.time = mLastTime;
     finding.endTime = time;
     mFindings->Add(finding);
   }
 
-  Finding About(Severity severity, const char* kind, const std::string& text) const {
-    return {severity, kind, archive_source::FileName(mPath), text};
+  Finding About(FindingKind kind, const std::string& text) const {
+    return {kind, archive_source::FileName(mPath), text};
   }
 
   const std::string mPath;
@@ -184,7 +183,7 @@ ArchiveFacts CheckArchive(const std::string& path, const SourceFacts& source, Fi
     return checkup.Finish(ScanArchive(path, checkup, onBytesRead));
   } catch (const Failure& error) {
     if (error.Code() == kExitInterrupted) throw;
-    findings->Add({Severity::kError, "unreadable", archive_source::FileName(path), error.what()});
+    findings->Add({FindingKind::kUnreadable, archive_source::FileName(path), error.what()});
     ArchiveFacts unread;
     unread.path = path;
     return unread;

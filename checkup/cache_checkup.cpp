@@ -116,14 +116,14 @@ CacheState CacheCheckup::Finish(Findings* findings) {
   for (const QString& name : {mNames.entries, mNames.headers, mNames.events}) {
     const QString unfinished = UnfinishedName(name);
     if (!QFileInfo::exists(unfinished)) continue;
-    Report("cache-leftover", FileName(unfinished), "is left over from a save that did not end",
-           findings);
+    Report(FindingKind::kCacheLeftover, FileName(unfinished),
+           "is left over from a save that did not end", findings);
   }
   if (!hasEntries && !hasHeaders && !hasEvents)
     return mSound ? CacheState::kNone : CacheState::kUnsound;
 
   if (!hasEntries || !hasHeaders || !hasEvents) {
-    Report("cache-incomplete", mEntries.name,
+    Report(FindingKind::kCacheIncomplete, mEntries.name,
            fmt::format("has no {} beside it", !hasEntries  ? ".id3"
                                               : hasHeaders ? ".evt"
                                                            : ".hdr"),
@@ -137,34 +137,35 @@ CacheState CacheCheckup::Finish(Findings* findings) {
 
 void CacheCheckup::FinishRecords(Records* records, const char* what, Findings* findings) {
   if (!records->file.IsOpen()) {
-    Report("cache-damaged", records->name, kUnreadable, findings);
+    Report(FindingKind::kCacheDamaged, records->name, kUnreadable, findings);
     return;
   }
   if (records->file.Size() % records->recordSize != 0)
-    Report("cache-damaged", records->name, "ends within a record", findings);
+    Report(FindingKind::kCacheDamaged, records->name, "ends within a record", findings);
   std::string text = records->mismatch;
   const std::uint64_t kept = records->matched + records->CountLeft();
   if (text.empty() && kept != records->inArchive)
     text = fmt::format("holds {} {}, the archive {}", kept, what, records->inArchive);
-  if (!text.empty()) Report("cache-mismatch", records->name, text, findings);
+  if (!text.empty()) Report(FindingKind::kCacheMismatch, records->name, text, findings);
 }
 
 void CacheCheckup::FinishEvents(Findings* findings) {
   const std::string name = FileName(mNames.events);
   PlainFile file;
   if (!file.Open(mNames.events, PlainFile::Mode::kRead)) {
-    Report("cache-damaged", name, kUnreadable, findings);
+    Report(FindingKind::kCacheDamaged, name, kUnreadable, findings);
     return;
   }
   const EventCount kept = CountEvents(file);
-  if (!kept.whole) Report("cache-damaged", name, "is cut off or holds what is no event", findings);
+  if (!kept.whole)
+    Report(FindingKind::kCacheDamaged, name, "is cut off or holds what is no event", findings);
   if (kept.events == mEvents) return;
-  Report("cache-mismatch", name,
+  Report(FindingKind::kCacheMismatch, name,
          fmt::format("holds {} events, the archive {}", kept.events, mEvents), findings);
 }
 
-void CacheCheckup::Report(const char* kind, const std::string& name, const std::string& text,
+void CacheCheckup::Report(FindingKind kind, const std::string& name, const std::string& text,
                           Findings* findings) {
   mSound = false;
-  findings->Add({Severity::kWarning, kind, name, text});
+  findings->Add({kind, name, text});
 }

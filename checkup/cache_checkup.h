@@ -49,7 +49,7 @@ class CacheCheckup {
   static void Compare(Records* records, const char* what, FilePosition position, bool matches);
   void FinishRecords(Records* records, const char* what, Findings* findings);
   void FinishEvents(Findings* findings);
-  void Report(const char* kind, const std::string& name, const std::string& text,
+  void Report(FindingKind kind, const std::string& name, const std::string& text,
               Findings* findings);
 
   const CacheNames mNames;

@@ -7,9 +7,28 @@
 
 #include "client/recorded_gap.h"
 #include "sources/archive_source.h"
-#include "system/failure.h"
 
 namespace {
+
+Finding Overlap(const ArchiveFacts& file, const ArchiveFacts& before) {
+  Finding finding{FindingKind::kOverlap, archive_source::FileName(file.path),
+                  "holds times of " + archive_source::FileName(before.path) + ", too"};
+  finding.time = file.startTime;
+  finding.endTime = std::min(file.endTime, before.endTime);
+  return finding;
+}
+
+Finding GapBetween(const ArchiveFacts& before, const ArchiveFacts& file) {
+  Finding finding{FindingKind::kGap, archive_source::FileName(file.path),
+                  "nothing is recorded since " + archive_source::FileName(before.path)};
+  finding.time = before.endTime;
+  finding.endTime = file.startTime;
+  return finding;
+}
+
+bool AreFarApart(const ArchiveFacts& before, const ArchiveFacts& file) {
+  return before.step > 0 && file.startTime - before.endTime > kMostStepsToTheNextFile * before.step;
+}
 
 // How the files of a folder follow each other in time.
 void CheckOrder(std::vector<ArchiveFacts> archives, Findings* findings) {
@@ -22,30 +41,10 @@ void CheckOrder(std::vector<ArchiveFacts> archives, Findings* findings) {
             });
   const ArchiveFacts* latest = nullptr;
   for (const ArchiveFacts& facts : archives) {
-    if (latest != nullptr) {
-      const std::string name = archive_source::FileName(facts.path);
-      const std::string before = archive_source::FileName(latest->path);
-      const bool overlaps = facts.startTime < latest->endTime;
-      const std::uint64_t distance = overlaps ? 0 : facts.startTime - latest->endTime;
-      if (overlaps) {
-        findings->Add({Severity::kWarning,
-                       "overlap",
-                       name,
-                       "holds times of " + before + ", too",
-                       {},
-                       {},
-                       facts.startTime,
-                       std::min(facts.endTime, latest->endTime)});
-      } else if (latest->step > 0 && distance > kMostStepsToTheNextFile * latest->step) {
-        findings->Add({Severity::kNote,
-                       "gap",
-                       name,
-                       "nothing is recorded since " + before,
-                       {},
-                       {},
-                       latest->endTime,
-                       facts.startTime});
-      }
+    if (latest != nullptr && facts.startTime < latest->endTime) {
+      findings->Add(Overlap(facts, *latest));
+    } else if (latest != nullptr && AreFarApart(*latest, facts)) {
+      findings->Add(GapBetween(*latest, facts));
     }
     if (latest == nullptr || latest->endTime < facts.endTime) latest = &facts;
   }
@@ -63,7 +62,7 @@ std::uint64_t SizeOf(const std::vector<std::string>& paths) {
 
 Diagnosis Diagnose(const SourceFacts& source, Progress* progress) {
   const std::vector<std::string>& paths = source.Files();
-  if (paths.empty()) throw Failure("no archive in " + source.Path());
+  if (paths.empty()) archive_source::FailWithoutFiles(source.Path());
   const std::uint64_t allBytes = SizeOf(paths);
   std::uint64_t bytesRead = 0;
   const auto onBytesRead = [&](std::size_t count) {

@@ -13,15 +13,38 @@ enum class Severity { kNote, kWarning, kError };
 // note, warning, error
 const char* Name(Severity severity);
 
+enum class FindingKind {
+  kDamage,
+  kCutOff,
+  kUnreadable,
+  kTooSmall,
+  kNoHeader,
+  kNoIndex,
+  kLateHeader,
+  kFirstIndexPlace,
+  kBackwards,
+  kSameTime,
+  kGap,
+  kOverlap,
+  kStranger,
+  kCacheLeftover,
+  kCacheIncomplete,
+  kCacheDamaged,
+  kCacheMismatch,
+};
+
+// One word, for programs: damage, cut-off
+const char* Name(FindingKind kind);
+Severity SeverityOf(FindingKind kind);
+
 // Something about an archive that its owner may want to know.
 struct Finding {
-  Severity severity;
-  std::string kind;  // one word, for programs: "damage"
+  FindingKind kind;
   std::string file;  // its bare name
   std::string text;  // for people; may quote texts from outside as they are
   std::optional<FilePosition> position = {};  // in the file
-  std::optional<std::uint64_t> bytes = {};
-  // Archive times: from when to when; without an end, some time behind the first.
+  std::optional<std::uint64_t> bytes = {};    // how many it is about
+  // From when to when; without an end, some time after the first.
   std::optional<ArchiveTime> time = {};
   std::optional<ArchiveTime> endTime = {};
   std::uint64_t more = 0;  // stands for so many others of its kind

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <thread>
 
+#include "archive/stream_map.h"
+#include "blocks/byte_cursor.h"
 #include "blocks/commands.h"
 #include "blocks/index_record.h"
 #include "blocks/notifications.h"
@@ -28,14 +30,6 @@ std::string ProgressLabel(const std::string& source, const std::vector<std::stri
   return single ? "indexing " + archive_source::FileName(source) : "indexing";
 }
 
-std::vector<unsigned> StreamIds(const std::uint8_t (&streamMap)[32]) {
-  std::vector<unsigned> ids;
-  for (unsigned id = 0; id < 256; ++id) {
-    if ((streamMap[id >> 3] >> (id & 7) & 1) != 0) ids.push_back(id);
-  }
-  return ids;
-}
-
 FoundEntry AsFound(const TZEL3ChunkInfo& info) {
   return {FileNumber(info.indexId), EntryNumber(info.indexId), info.time};
 }
@@ -48,7 +42,7 @@ ArchiveList ListFrom(const ArchivesBlock& block) {
   for (std::size_t i = 0; i < std::min<std::size_t>(info.count, held); ++i) {
     const TArchiveEntry& archive = info.Archives()[i];
     list.archives.push_back(
-        {archive.startTime, archive.endTime, archive.fileNumber, StreamIds(archive.streamMap)});
+        {archive.startTime, archive.endTime, archive.fileNumber, StreamIds(archive)});
   }
   return list;
 }

@@ -46,6 +46,8 @@ enum class Lookup {
   kPrevious,  // the entry before the one at or before the time
 };
 
+constexpr char kNothingRecorded[] = "nothing is recorded there";
+
 // Asks the reader of one source question by question. A question that makes the reader build an
 // index takes as long as that and shows its progress.
 class ArchiveClient {
@@ -89,7 +91,7 @@ class ArchiveClient {
 
   // Ends the verb because nothing was found: with the reader's reason when it has no archive, else
   // as nothing at that time, which `what` says.
-  [[noreturn]] void FailWithNothing(const std::string& what = "nothing is recorded there");
+  [[noreturn]] void FailWithNothing(const std::string& what = kNothingRecorded);
 
   // Whether an index has been built since the client was made.
   bool BuiltAnIndex() const { return mBuiltAnIndex; }

@@ -2,7 +2,6 @@
 
 #include "client/archive_client.h"
 #include "sources/archive_source.h"
-#include "system/failure.h"
 
 namespace {
 
@@ -28,7 +27,7 @@ IndexedFile IndexOne(const ServedSource& source, const std::string& path, Progre
 
 std::vector<IndexedFile> BuildIndexes(const ServedSource& source, Progress* progress) {
   const std::vector<std::string>& paths = source.Facts().Files();
-  if (paths.empty()) throw Failure("no archive in " + source.Path());
+  if (paths.empty()) archive_source::FailWithoutFiles(source.Path());
   std::vector<IndexedFile> files;
   for (const std::string& path : paths) files.push_back(IndexOne(source, path, progress));
   return files;

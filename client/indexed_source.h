@@ -34,7 +34,7 @@ class IndexedSource {
   bool IsComplete() const { return mComplete; }
 
   // As ArchiveClient::FailWithNothing; that files were left out as asked is no failure.
-  [[noreturn]] void FailWithNothing(const std::string& what = "nothing is recorded there");
+  [[noreturn]] void FailWithNothing(const std::string& what = kNothingRecorded);
 
  private:
   void ListArchives();

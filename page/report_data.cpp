@@ -123,11 +123,13 @@ class Collection {
           finding.endTime = last;
         }
         if (!IsInRange(first, last)) continue;
-        if (finding.kind == "gap") mData.gaps.items.push_back({{first, last}, finding.file});
+        if (finding.kind == FindingKind::kGap)
+          mData.gaps.items.push_back({{first, last}, finding.file});
       }
-      if (finding.kind == "gap") moreGaps += finding.more;
-      if (finding.severity == Severity::kError) ++mData.errorCount;
-      if (finding.severity == Severity::kWarning) ++mData.warningCount;
+      if (finding.kind == FindingKind::kGap) moreGaps += finding.more;
+      const Severity severity = SeverityOf(finding.kind);
+      if (severity == Severity::kError) ++mData.errorCount;
+      if (severity == Severity::kWarning) ++mData.warningCount;
       mData.findings.items.push_back(finding);
     }
     std::sort(mData.gaps.items.begin(), mData.gaps.items.end(),

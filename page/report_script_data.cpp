@@ -9,8 +9,6 @@
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 const char* Name(BinState state) {
   switch (state) {
     case BinState::kRecorded:
@@ -54,7 +52,7 @@ Json FindingsJson(const ReportData& report) {
   Json findings = Json::array();
   for (const Finding& finding : report.findings.items) {
     // A chart shows gaps by themselves.
-    if (finding.kind == "gap") continue;
+    if (finding.kind == FindingKind::kGap) continue;
     std::optional<ArchiveTime> from = finding.time;
     std::optional<ArchiveTime> to = finding.endTime ? finding.endTime : finding.time;
     const auto file = files.find(finding.file);
@@ -63,7 +61,7 @@ Json FindingsJson(const ReportData& report) {
       to = file->second->endTime;
     }
     if (!from) continue;
-    findings.push_back({{"kind", finding.kind},
+    findings.push_back({{"kind", Name(finding.kind)},
                         {"text", Escaped(finding.file + ": " + finding.text)},
                         {"from", *from},
                         {"to", *to}});

@@ -7,16 +7,11 @@
 #include "archive/event_types.h"
 #include "page/html.h"
 #include "sources/archive_source.h"
+#include "times/length_text.h"
 
 namespace report_tables {
 
 namespace {
-
-std::string LengthText(ArchiveTime archiveTime, TimeFormat times) {
-  if (times == TimeFormat::kInteger) return std::to_string(archiveTime);
-  const std::uint64_t seconds = archiveTime / 1000;
-  return fmt::format("{}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60, seconds % 60);
-}
 
 std::string OptionalNumber(const std::optional<std::uint64_t>& number) {
   return number ? std::to_string(*number) : "";
@@ -56,8 +51,9 @@ std::string Findings(const ReportData& report, TimeFormat times) {
   html::Table table({"Severity", "Kind", "File", "What", "From", "To", "#Position", "#Bytes"});
   for (const Finding& finding : report.findings.items) {
     table.BeginRow();
-    table.Cell(Name(finding.severity), Name(finding.severity));
-    table.Cell(finding.kind);
+    const char* const severity = Name(SeverityOf(finding.kind));
+    table.Cell(severity, severity);
+    table.Cell(Name(finding.kind));
     table.Cell(finding.file);
     table.Cell(finding.text);
     if (finding.time) {
@@ -105,7 +101,7 @@ std::string Gaps(const ReportData& report, TimeFormat times) {
     table.BeginRow();
     table.LinkedTime(TimeText(gap.range.from, times), gap.range.from, gap.range.to);
     table.Time(TimeText(gap.range.to, times));
-    table.Number(LengthText(gap.range.to - gap.range.from, times));
+    table.Number(LengthInHours(gap.range.to - gap.range.from, times));
     table.Cell(gap.file);
     table.EndRow();
   }
@@ -124,7 +120,7 @@ std::string Streams(const ReportData& report, TimeFormat times) {
     table.Number(std::to_string(stream.id));
     table.Cell(stream.name);
     for (const BinState state : {BinState::kRecorded, BinState::kMissing, BinState::kNotIndexed})
-      table.Number(LengthText(TimeIn(state, activity, report), times));
+      table.Number(LengthInHours(TimeIn(state, activity, report), times));
     table.Number(std::to_string(*highest));
     if (*highest > 0) {
       const std::uint64_t start = report.fineBins.Start(bin);
@@ -134,7 +130,7 @@ std::string Streams(const ReportData& report, TimeFormat times) {
     }
     table.EndRow();
   }
-  const std::string step = LengthText(report.fineBins.width, times);
+  const std::string step = LengthInHours(report.fineBins.width, times);
   return html::Section("streams", "Streams, measured in steps of " + step, table.Finish());
 }
 

@@ -1,18 +1,12 @@
 #include <cstdint>
 #include <exception>
 #include <limits>
-#include <nlohmann/json.hpp>
 #include <stdexcept>
 
 #include "samples/ground_truth.h"
+#include "text/json_text.h"
 
 namespace {
-
-using Json = nlohmann::ordered_json;
-
-std::string OneLine(const Json& json) {
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
 
 Json ToJson(const GroundTruthEntry& entry) {
   Json activity = Json::array();
@@ -47,12 +41,12 @@ std::string Lines(const std::vector<Item>& items, const std::string& indent, Wri
 
 std::string FileText(const GroundTruthFile& file) {
   const std::string indent = "      ";
-  const auto line = [](const auto& item) { return OneLine(ToJson(item)); };
-  return "{\n" + indent + "\"name\": " + OneLine(file.name) + ",\n" +  //
-         indent + "\"size\": " + std::to_string(file.size) + ",\n" +   //
+  const auto line = [](const auto& item) { return PlainJsonText(ToJson(item)); };
+  return "{\n" + indent + "\"name\": " + PlainJsonText(file.name) + ",\n" +  //
+         indent + "\"size\": " + std::to_string(file.size) + ",\n" +         //
          indent + "\"endIndexTime\": " + std::to_string(file.endIndexTime) + ",\n" + indent +
-         "\"headerPositions\": " + OneLine(file.headerPositions) + ",\n" + indent +
-         "\"streamIds\": " + OneLine(file.streamIds) + ",\n" + indent +
+         "\"headerPositions\": " + PlainJsonText(file.headerPositions) + ",\n" + indent +
+         "\"streamIds\": " + PlainJsonText(file.streamIds) + ",\n" + indent +
          "\"entries\": " + Lines(file.entries, indent, line) + ",\n" + indent +
          "\"events\": " + Lines(file.events, indent, line) + "\n    }";
 }
@@ -61,7 +55,7 @@ template <class Number>
 Number NumberFrom(const Json& json) {
   const auto value = json.is_number_unsigned() ? json.get<std::uint64_t>() : std::uint64_t{0};
   if (!json.is_number_unsigned() || value > std::numeric_limits<Number>::max()) {
-    throw std::runtime_error("a number is negative, too large or none: " + OneLine(json));
+    throw std::runtime_error("a number is negative, too large or none: " + PlainJsonText(json));
   }
   return static_cast<Number>(value);
 }
@@ -114,7 +108,7 @@ GroundTruthFile FileFrom(const Json& json) {
 }  // namespace
 
 std::string GroundTruthToJson(const GroundTruth& truth) {
-  const auto gapLine = [](const GroundTruthGap& gap) { return OneLine(ToJson(gap)); };
+  const auto gapLine = [](const GroundTruthGap& gap) { return PlainJsonText(ToJson(gap)); };
   return "{\n  \"files\": " + Lines(truth.files, "  ", FileText) +
          ",\n  \"gaps\": " + Lines(truth.gaps, "  ", gapLine) + "\n}\n";
 }

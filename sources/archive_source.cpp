@@ -37,6 +37,10 @@ std::vector<std::string> Files(const std::string& source) {
   return files;
 }
 
+void FailWithoutFiles(const std::string& source) {
+  throw Failure("no archive in " + source);
+}
+
 std::string FileName(const std::string& path) {
   const std::size_t slash = path.rfind('/');
   return slash == std::string::npos ? path : path.substr(slash + 1);

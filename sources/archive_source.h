@@ -18,6 +18,9 @@ bool IsFolder(const std::string& source);
 // The archive files that a source holds: the file itself, or the files of the folder by name.
 std::vector<std::string> Files(const std::string& source);
 
+// Throws Failure: the source holds no archive file.
+[[noreturn]] void FailWithoutFiles(const std::string& source);
+
 // The part after the last "/".
 std::string FileName(const std::string& path);
 

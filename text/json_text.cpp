@@ -2,13 +2,13 @@
 
 #include "text/json_escapes.h"
 
-std::string JsonText(const nlohmann::ordered_json& value) {
+std::string JsonText(const Json& value) {
   // In a JSON text such characters stand within strings only.
   return WithJsonEscapes(PlainJsonText(value));
 }
 
-std::string PlainJsonText(const nlohmann::ordered_json& value) {
+std::string PlainJsonText(const Json& value) {
   constexpr int kCompact = -1;
   constexpr bool kOnlyAscii = false;
-  return value.dump(kCompact, ' ', kOnlyAscii, nlohmann::ordered_json::error_handler_t::replace);
+  return value.dump(kCompact, ' ', kOnlyAscii, Json::error_handler_t::replace);
 }

@@ -3,10 +3,13 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+// Keys keep the order in which they were set.
+using Json = nlohmann::ordered_json;
+
 // One JSON value on one line. Bytes of a text that are not UTF-8 become U+FFFD. What a terminal
 // would obey, and what turns the direction of writing, is written as \u202e; that is the same text
 // to whoever parses it.
-std::string JsonText(const nlohmann::ordered_json& value);
+std::string JsonText(const Json& value);
 
 // The same without these escapes, for what is to be shown as it is.
-std::string PlainJsonText(const nlohmann::ordered_json& value);
+std::string PlainJsonText(const Json& value);

@@ -16,8 +16,6 @@ using testing::HasSubstr;
 
 namespace {
 
-using Json = nlohmann::json;
-
 constexpr unsigned kStream = 1;
 
 // The sample, without quiet hours.
@@ -57,12 +55,12 @@ class Activity : public ProgramTest {
   }
 
   // The bins of a successful run.
-  Json Bins(const Arguments& options, int exitCode = 0) {
+  nlohmann::json Bins(const Arguments& options, int exitCode = 0) {
     Arguments arguments{"--format", "json"};
     arguments.insert(arguments.end(), options.begin(), options.end());
     const ProgramResult result = Measure(arguments);
     EXPECT_EQ(result.exitCode, exitCode) << result.err;
-    return Json::parse(result.out)["bins"];
+    return nlohmann::json::parse(result.out)["bins"];
   }
 
   // One letter for each bin: '+' recorded, '-' missing.
@@ -94,7 +92,7 @@ void WriteEntries(const std::string& path, const std::vector<std::uint32_t>& ind
 }  // namespace
 
 TEST_F(ActivityOfSample, EachBinHasTheLevelOfWhatWasWrittenInIt) {
-  const Json bins = Bins({Second(0), Second(200), "--bins", "10"});
+  const nlohmann::json bins = Bins({Second(0), Second(200), "--bins", "10"});
   ASSERT_EQ(bins.size(), 10U);
   unsigned highest = 0;
   for (std::uint32_t i = 0; i < 10; ++i) {
@@ -126,7 +124,7 @@ TEST_F(Activity, ADayInQuartersOfAnHourIsWhatWasWritten) {
 }
 
 TEST_F(ActivityOfSample, ARangeOfSomeEntriesHasTheirLevelsOnly) {
-  const Json bins = Bins({Second(100), Second(130), "--bins", "3"});
+  const nlohmann::json bins = Bins({Second(100), Second(130), "--bins", "3"});
   ASSERT_EQ(bins.size(), 3U);
   for (std::uint32_t i = 0; i < 3; ++i) {
     EXPECT_EQ(bins[i]["level"], LevelOf(mTruth, 100 + i * 10, 110 + i * 10));
@@ -134,7 +132,7 @@ TEST_F(ActivityOfSample, ARangeOfSomeEntriesHasTheirLevelsOnly) {
 }
 
 TEST_F(ActivityOfSample, AnEntryLastsUntilTheNextInFineBins) {
-  const Json bins = Bins({Second(0), Second(200), "--bins", "200"});
+  const nlohmann::json bins = Bins({Second(0), Second(200), "--bins", "200"});
   ASSERT_EQ(bins.size(), 200U);
   for (std::uint32_t i = 0; i < 200; ++i) {
     SCOPED_TRACE(i);
@@ -156,7 +154,7 @@ TEST_F(ActivityOfSample, MissingIsWhatLiesBetweenFiles) {
 
 TEST_F(ActivityOfSample, TheWholeArchiveIsTheDefault) {
   const ProgramResult result = Measure({"--format", "json"});
-  const Json json = Json::parse(result.out);
+  const nlohmann::json json = nlohmann::json::parse(result.out);
   EXPECT_EQ(json["stream"], kStream);
   EXPECT_EQ(json["from"], SampleTime(0));
   EXPECT_GT(json["to"], SampleTime(190)) << "the last entry is part of it";
@@ -203,14 +201,14 @@ TEST_F(ActivityOfSample, NoIndexShowsFilesWithoutOneAsMissing) {
 }
 
 TEST_F(ActivityOfSample, AFileThatIsNoArchiveIsLeftOut) {
-  const Json expected = Bins({"--bins", "20"});
+  const nlohmann::json expected = Bins({"--bins", "20"});
   std::ofstream(Folder() + "/broken.zel3") << "no archive, though long enough";
   const ProgramResult result = Measure({"--bins", "20", "--format", "json"});
   EXPECT_EQ(result.exitCode, 3);
   EXPECT_THAT(LinesOf(result.err),
               ElementsAre(testing::HasSubstr("broken.zel3 is not an archive"),
                           "zel3: files without an index are left out; zel3 index names them"));
-  EXPECT_EQ(Json::parse(result.out)["bins"], expected);
+  EXPECT_EQ(nlohmann::json::parse(result.out)["bins"], expected);
 }
 
 TEST_F(ActivityOfSample, WhereNoCacheCanBeWrittenTheIndexIsBuiltEachTime) {
@@ -246,9 +244,10 @@ TEST_F(ActivityOfSample, NothingThereExitsWithFour) {
 }
 
 TEST_F(ActivityOfSample, AllOfTimeIsARange) {
-  const Json bins = Bins({"0", "18446744073709551615", "--bins", "10000"});
-  EXPECT_EQ(
-      std::count_if(bins.begin(), bins.end(), [](const Json& bin) { return bin["recorded"]; }), 1);
+  const nlohmann::json bins = Bins({"0", "18446744073709551615", "--bins", "10000"});
+  EXPECT_EQ(std::count_if(bins.begin(), bins.end(),
+                          [](const nlohmann::json& bin) { return bin["recorded"]; }),
+            1);
 }
 
 TEST_F(ActivityOfSample, ABinThatBeginsBeforeTheArchiveIsRecorded) {

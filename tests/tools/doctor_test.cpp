@@ -21,21 +21,20 @@ using testing::UnorderedElementsAre;
 namespace {
 
 namespace fs = std::filesystem;
-using Json = nlohmann::json;
 
 class Doctor : public ProgramTest {
  protected:
-  Json Examine(const std::string& path, const Arguments& options = {}) {
+  nlohmann::json Examine(const std::string& path, const Arguments& options = {}) {
     Arguments arguments{"doctor", path, "--format", "json"};
     arguments.insert(arguments.end(), options.begin(), options.end());
     mResult = Run(arguments);
-    return Json::parse(mResult.out);
+    return nlohmann::json::parse(mResult.out);
   }
 
   // "severity kind file", each with the numbers that it has: "@position +bytes".
-  static std::vector<std::string> Findings(const Json& report) {
+  static std::vector<std::string> Findings(const nlohmann::json& report) {
     std::vector<std::string> lines;
-    for (const Json& finding : report["findings"]) {
+    for (const nlohmann::json& finding : report["findings"]) {
       std::string line = finding["severity"].get<std::string>() + " " +
                          finding["kind"].get<std::string>() + " " +
                          finding["file"].get<std::string>();
@@ -86,7 +85,7 @@ class Doctor : public ProgramTest {
 
 TEST_F(Doctor, FindsNothingInAGoodArchive) {
   const std::string path = Write("a.zel3", {10, 20, 30});
-  const Json report = Examine(path);
+  const nlohmann::json report = Examine(path);
   EXPECT_EQ(mResult.exitCode, 0);
   EXPECT_EQ(report["source"], path);
   EXPECT_THAT(report["findings"], IsEmpty());
@@ -116,7 +115,7 @@ TEST_F(Doctor, TellsWhereDamageIsAndHowMuch) {
   const std::string path = Write("a.zel3", {10, 20, 30, 40});
   // The index record of the second entry: its data is lost, too.
   Overwrite(path, mPositions[1], Bytes(13, 0xEE));
-  const Json report = Examine(path);
+  const nlohmann::json report = Examine(path);
   EXPECT_THAT(Findings(report), ElementsAre("error damage a.zel3" + At(1) + " +117"));
   EXPECT_EQ(report["findings"][0]["time"], 10000) << "the entry before it";
   EXPECT_EQ(report["findings"][0]["endTime"], nullptr);
@@ -147,7 +146,7 @@ TEST_F(Doctor, TellsATailThatIsCutOff) {
 
 TEST_F(Doctor, TellsTimesThatRunBackwardsAndGaps) {
   const std::string path = Write("a.zel3", {10, 20, 15, 55, 96, 96, 96});
-  const Json report = Examine(path);
+  const nlohmann::json report = Examine(path);
   EXPECT_THAT(Findings(report),
               ElementsAre("warning backwards a.zel3" + At(2), "note gap a.zel3" + At(4),
                           "note same-time a.zel3" + At(5)));
@@ -164,7 +163,7 @@ TEST_F(Doctor, TellsHowFilesFollowEachOther) {
   EXPECT_THAT(FindingsIn(Folder()), IsEmpty()) << "two steps are no gap";
   Write("b.zel3", {51, 61, 71});
   Write("c.zel3", {65, 75, 85});
-  const Json report = Examine(Folder());
+  const nlohmann::json report = Examine(Folder());
   EXPECT_THAT(Findings(report), ElementsAre("note gap b.zel3", "warning overlap c.zel3"));
   EXPECT_EQ(report["findings"][0]["time"], 30000);
   EXPECT_EQ(report["findings"][0]["endTime"], 51000);
@@ -175,7 +174,7 @@ TEST_F(Doctor, TellsHowFilesFollowEachOther) {
 TEST_F(Doctor, OfManyFindingsOfAKindTellsAHundredAndTheSum) {
   std::vector<std::uint32_t> times;
   for (std::uint32_t i = 0; i < 252; ++i) times.push_back(i % 2 == 0 ? 20 : 10);
-  const Json report = Examine(Write("a.zel3", times));
+  const nlohmann::json report = Examine(Write("a.zel3", times));
   ASSERT_EQ(report["findings"].size(), 101U);
   EXPECT_EQ(report["findings"][100]["text"], "26 more of this kind");
 }
@@ -186,9 +185,9 @@ TEST_F(Doctor, TheSampleIsSoundWithAndWithoutCaches) {
       "note gap " + fs::path(SampleFile(Folder(), truth, 1)).filename().string();
   EXPECT_THAT(FindingsIn(Folder()), ElementsAre(gap));
   ASSERT_EQ(Run({"index", Folder()}).exitCode, 0);
-  const Json report = Examine(Folder());
+  const nlohmann::json report = Examine(Folder());
   EXPECT_THAT(Findings(report), ElementsAre(gap));
-  for (const Json& file : report["files"]) EXPECT_EQ(file["cache"], "sound");
+  for (const nlohmann::json& file : report["files"]) EXPECT_EQ(file["cache"], "sound");
 }
 
 TEST_F(Doctor, ComparesACacheWithItsArchive) {
@@ -242,7 +241,7 @@ TEST_F(Doctor, ComparesACacheWithItsArchive) {
     WriteFile(*this / "a.hdr", hdr);
     WriteFile(*this / "a.evt", Bytes());
     WriteFile(*this / row.name, row.bytes);
-    const Json report = Examine(path);
+    const nlohmann::json report = Examine(path);
     EXPECT_EQ(Findings(report), row.findings);
     EXPECT_EQ(report["files"][0]["cache"], row.findings.empty() ? "sound" : "unsound");
     if (!row.findings.empty()) {
@@ -291,7 +290,7 @@ TEST_F(Doctor, TellsWhichCacheEndsWithinARecord) {
     WriteFile(cache + "/" + stem + ".hdr", hdr);
     WriteFile(cache + "/" + stem + ".evt", Bytes());
     WriteFile(cache + "/" + stem + row.suffix, row.bytes);
-    const Json report = Examine(path, options);
+    const nlohmann::json report = Examine(path, options);
     std::vector<std::string> findings;
     for (const std::string& kind : row.kinds)
       findings.push_back("warning cache-" + kind + " " + stem + row.suffix);
@@ -319,7 +318,7 @@ TEST_F(Doctor, TellsEachStrangerThatHasTheNameOfACache) {
   for (const char* const name : {"a.id3", "a.hdr"})
     ASSERT_EQ(mkfifo((*this / name).c_str(), 0600), 0);
   fs::create_directory(*this / "a.evt");
-  const Json report = Examine(path, {"--rebuild"});
+  const nlohmann::json report = Examine(path, {"--rebuild"});
   EXPECT_THAT(Findings(report),
               ElementsAre("note stranger a.id3", "note stranger a.hdr", "note stranger a.evt"));
   EXPECT_EQ(report["files"][0]["cache"], "none");
@@ -369,8 +368,8 @@ TEST_F(Doctor, MakesUnsoundAndMissingCachesAnew) {
                                    "note gap b.zel3", "note gap c.zel3"));
   EXPECT_EQ(mResult.exitCode, 3) << "something was found";
   EXPECT_THAT(mResult.err, HasSubstr("2 caches made anew, 1 kept, 0 files cannot be indexed"));
-  const Json rebuilt = Examine(Folder());
-  for (const Json& file : rebuilt["files"]) EXPECT_EQ(file["cache"], "sound");
+  const nlohmann::json rebuilt = Examine(Folder());
+  for (const nlohmann::json& file : rebuilt["files"]) EXPECT_EQ(file["cache"], "sound");
   EXPECT_EQ(fs::last_write_time(*this / "a.id3"), kept);
   EXPECT_EQ(ReadFile(*this / "c.zel3"), archive);
 }

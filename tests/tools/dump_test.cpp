@@ -15,22 +15,22 @@ using testing::MatchesRegex;
 
 namespace {
 
-using Json = nlohmann::json;
-
 class Dump : public ProgramTest {
  protected:
   // The records of a file or folder, one JSON value each.
-  std::vector<Json> Records(const std::string& path, int exitCode = 0) {
+  std::vector<nlohmann::json> Records(const std::string& path, int exitCode = 0) {
     const ProgramResult result = Run({"dump", path, "--format", "jsonl"});
     EXPECT_EQ(result.exitCode, exitCode) << result.err;
-    std::vector<Json> records;
-    for (const std::string& line : LinesOf(result.out)) records.push_back(Json::parse(line));
+    std::vector<nlohmann::json> records;
+    for (const std::string& line : LinesOf(result.out))
+      records.push_back(nlohmann::json::parse(line));
     return records;
   }
 
-  static std::vector<std::uint64_t> Positions(const std::vector<Json>& records, const char* kind) {
+  static std::vector<std::uint64_t> Positions(const std::vector<nlohmann::json>& records,
+                                              const char* kind) {
     std::vector<std::uint64_t> positions;
-    for (const Json& record : records) {
+    for (const nlohmann::json& record : records) {
       if (record["kind"] == kind) positions.push_back(record["position"]);
     }
     return positions;
@@ -66,7 +66,7 @@ TEST_F(Dump, FindsHeadersAndEntriesWhereTheyWereWritten) {
   const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
   for (std::size_t i = 0; i < truth.files.size(); ++i) {
     SCOPED_TRACE(i);
-    const std::vector<Json> records = Records(SampleFile(Folder(), truth, i));
+    const std::vector<nlohmann::json> records = Records(SampleFile(Folder(), truth, i));
     EXPECT_EQ(Positions(records, "header"), truth.files[i].headerPositions);
     std::vector<std::uint64_t> entries;
     for (const GroundTruthEntry& entry : truth.files[i].entries) entries.push_back(entry.position);
@@ -76,9 +76,9 @@ TEST_F(Dump, FindsHeadersAndEntriesWhereTheyWereWritten) {
 }
 
 TEST_F(Dump, JsonTellsEverythingAboutARecord) {
-  const std::vector<Json> records = Records(WriteSmall());
+  const std::vector<nlohmann::json> records = Records(WriteSmall());
   ASSERT_EQ(records.size(), 5U);
-  EXPECT_EQ(records[0], Json::parse(R"({"file":"small.zel3","position":0,"kind":"header",
+  EXPECT_EQ(records[0], nlohmann::json::parse(R"({"file":"small.zel3","position":0,"kind":"header",
       "time":null,"title":"Title","streams":[
         {"id":1,"active":true,"kind":"video","name":"Gate","format":"h264"},
         {"id":2,"active":false,"kind":"sound","name":"Mast","format":"pcm"}]})"));
@@ -127,7 +127,7 @@ TEST_F(Dump, DamageIsShownAndWhatFollowsIsFound) {
   const Bytes junk(50, 'x');
   WriteFile(mSmall, Between(bytes, 0, mEventPosition) + junk +
                         Between(bytes, mEventPosition, bytes.size()));
-  const std::vector<Json> records = Records(mSmall, 3);
+  const std::vector<nlohmann::json> records = Records(mSmall, 3);
   EXPECT_THAT(Positions(records, "damage"), ElementsAre(mEventPosition));
   EXPECT_EQ(records[3]["bytes"], junk.size() + mLastPosition - mEventPosition)
       << "up to the next marker";
@@ -139,7 +139,7 @@ TEST_F(Dump, DamageIsShownAndWhatFollowsIsFound) {
 TEST_F(Dump, ALastRecordThatIsCutOffIsDamage) {
   const Bytes bytes = ReadFile(WriteSmall());
   WriteFile(mSmall, Between(bytes, 0, bytes.size() - 5));
-  const std::vector<Json> records = Records(mSmall, 3);
+  const std::vector<nlohmann::json> records = Records(mSmall, 3);
   ASSERT_EQ(records.size(), 5U);
   EXPECT_EQ(records[4]["kind"], "cut-off");
   EXPECT_EQ(records[4]["position"], mLastPosition);
@@ -148,7 +148,7 @@ TEST_F(Dump, ALastRecordThatIsCutOffIsDamage) {
 
 TEST_F(Dump, AFileOfSomethingElseIsAllDamage) {
   WriteFile(mSmall, std::string(200000, 'x'));
-  const std::vector<Json> records = Records(mSmall, 3);
+  const std::vector<nlohmann::json> records = Records(mSmall, 3);
   ASSERT_EQ(records.size(), 1U);
   EXPECT_EQ(records[0]["kind"], "damage");
   EXPECT_EQ(records[0]["position"], 0);

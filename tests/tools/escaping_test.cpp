@@ -55,9 +55,9 @@ bool HoldsUnsafe(const std::string& text) {
 }  // namespace
 
 TEST(JsonText, HoldsNothingRawThatATerminalWouldObey) {
-  const nlohmann::ordered_json json = {{kUnsafe, kUnsafe + kSafe}};
+  const Json json = {{kUnsafe, kUnsafe + kSafe}};
   EXPECT_EQ(JsonText(json), "{\"" + kUnsafeEscaped + "\":\"" + kUnsafeEscaped + kSafe + "\"}");
-  EXPECT_EQ(nlohmann::ordered_json::parse(JsonText(json)), json) << "the same to whoever parses it";
+  EXPECT_EQ(Json::parse(JsonText(json)), json) << "the same to whoever parses it";
   EXPECT_EQ(PlainJsonText(json), "{\"" + kUnsafe + "\":\"" + kUnsafe + kSafe + "\"}");
 }
 

@@ -17,7 +17,6 @@ using testing::StartsWith;
 namespace {
 
 namespace fs = std::filesystem;
-using Json = nlohmann::json;
 
 std::string BuiltFile(const std::string& name) {
   return (fs::path(ZEL3_PROGRAM).parent_path().parent_path() / "lib" / name).string();
@@ -25,23 +24,24 @@ std::string BuiltFile(const std::string& name) {
 
 class Inspect : public ProgramTest {
  protected:
-  Json Facts(const Arguments& more = {}) {
+  nlohmann::json Facts(const Arguments& more = {}) {
     Arguments arguments{"inspect", "--format", "json"};
     arguments.insert(arguments.end(), more.begin(), more.end());
     const ProgramResult result = Run(arguments);
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "");
     EXPECT_THAT(LinesOf(result.out), SizeIs(1));
-    return Json::parse(result.out)["plugins"];
+    return nlohmann::json::parse(result.out)["plugins"];
   }
 };
 
 // What a brick sends "up" or "down": a line "block: sent, sent," for each block that it was sent.
-std::vector<std::string> Sent(const Json& plugIn, const char* direction) {
+std::vector<std::string> Sent(const nlohmann::json& plugIn, const char* direction) {
   std::vector<std::string> lines;
-  for (const Json& reaction : plugIn["reactions"]) {
+  for (const nlohmann::json& reaction : plugIn["reactions"]) {
     std::string line = reaction["block"].get<std::string>() + ":";
-    for (const Json& block : reaction[direction]) line += " " + block.get<std::string>() + ",";
+    for (const nlohmann::json& block : reaction[direction])
+      line += " " + block.get<std::string>() + ",";
     lines.push_back(line);
   }
   return lines;
@@ -50,22 +50,23 @@ std::vector<std::string> Sent(const Json& plugIn, const char* direction) {
 }  // namespace
 
 TEST_F(Inspect, TellsWhatTheReaderIs) {
-  const Json plugIns = Facts();
+  const nlohmann::json plugIns = Facts();
   ASSERT_THAT(plugIns, SizeIs(2));
-  const Json& reader = plugIns[0];
+  const nlohmann::json& reader = plugIns[0];
   EXPECT_THAT(reader["file"].get<std::string>(), EndsWith("/zel3reader.so"));
   EXPECT_EQ(reader["signature"], "Zel3");
-  EXPECT_EQ(reader["entryPoints"], Json::parse(R"(["CreateBrick","DllMain"])"));
-  EXPECT_EQ(reader["makes"], Json::parse(R"([{"input":"zel3/Fold","output":"zel3/RDat"}])"));
+  EXPECT_EQ(reader["entryPoints"], nlohmann::json::parse(R"(["CreateBrick","DllMain"])"));
+  EXPECT_EQ(reader["makes"],
+            nlohmann::json::parse(R"([{"input":"zel3/Fold","output":"zel3/RDat"}])"));
   EXPECT_THAT(reader["knownInputs"], IsEmpty());
   EXPECT_THAT(reader["knownOutputs"], IsEmpty());
-  EXPECT_EQ(reader["asksFor"], Json::parse(R"(["Pars"])"));
+  EXPECT_EQ(reader["asksFor"], nlohmann::json::parse(R"(["Pars"])"));
   EXPECT_THAT(reader["needs"].get<std::vector<std::string>>(),
               AllOf(Contains(StartsWith("libbrickhost.so")), Contains("libQt5Core.so.5")));
 }
 
 TEST_F(Inspect, TellsWhatTheReaderAnswers) {
-  const Json reader = Facts()[0];
+  const nlohmann::json reader = Facts()[0];
   EXPECT_THAT(Sent(reader, "down"),
               ElementsAre(": ntfy NMsg, CRq3,", "ArcR: ArcA,", "CRq3: ntfy IRN3,", "PCR3: RDat,",
                           "Prev: ntfy IRN3,", "His3: ntfy Gist,", "datr: RDat,",
@@ -74,18 +75,19 @@ TEST_F(Inspect, TellsWhatTheReaderAnswers) {
 }
 
 TEST_F(Inspect, TellsWhatTheParserIs) {
-  const Json parser = Facts()[1];
+  const nlohmann::json parser = Facts()[1];
   EXPECT_THAT(parser["file"].get<std::string>(), EndsWith("/zel3parser.so"));
   EXPECT_EQ(parser["signature"], "Pars");
-  EXPECT_EQ(parser["entryPoints"], Json::parse(R"(["CreateBrick"])"));
-  EXPECT_EQ(parser["makes"], Json::parse(R"([{"input":"zel3/RDat","output":"many/Many"}])"));
-  EXPECT_EQ(parser["knownInputs"], Json::parse(R"(["zel3/RDat"])"));
-  EXPECT_EQ(parser["knownOutputs"], Json::parse(R"(["many/Many"])"));
+  EXPECT_EQ(parser["entryPoints"], nlohmann::json::parse(R"(["CreateBrick"])"));
+  EXPECT_EQ(parser["makes"],
+            nlohmann::json::parse(R"([{"input":"zel3/RDat","output":"many/Many"}])"));
+  EXPECT_EQ(parser["knownInputs"], nlohmann::json::parse(R"(["zel3/RDat"])"));
+  EXPECT_EQ(parser["knownOutputs"], nlohmann::json::parse(R"(["many/Many"])"));
   EXPECT_THAT(parser["asksFor"], IsEmpty());
 }
 
 TEST_F(Inspect, TellsWhatTheParserSendsInBothDirections) {
-  const Json parser = Facts()[1];
+  const nlohmann::json parser = Facts()[1];
   EXPECT_THAT(Sent(parser, "up"),
               ElementsAre(":", "ArcR: ArcR,", "CRq3: CRq3,", "PCR3:", "Prev: Prev,", "His3: His3,",
                           "datr: datr,", "Pla3: Pla3,", "ntfy IRN3: PCR3,", "RDat:"));
@@ -114,11 +116,11 @@ TEST_F(Inspect, ShowsTables) {
 
 TEST_F(Inspect, APlugInOfAnotherNameHasNoSignature) {
   fs::copy_file(BuiltFile("zel3reader.so"), *this / "other.so");
-  const Json plugIns = Facts({*this / "other.so"});
+  const nlohmann::json plugIns = Facts({*this / "other.so"});
   ASSERT_THAT(plugIns, SizeIs(1));
   EXPECT_EQ(plugIns[0]["file"], *this / "other.so");
   EXPECT_EQ(plugIns[0]["signature"], "");
-  EXPECT_EQ(plugIns[0]["asksFor"], Json::parse(R"(["Pars"])"));
+  EXPECT_EQ(plugIns[0]["asksFor"], nlohmann::json::parse(R"(["Pars"])"));
   EXPECT_THAT(Sent(plugIns[0], "down"), Contains("CRq3: ntfy IRN3,"));
 }
 

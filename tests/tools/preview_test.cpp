@@ -9,8 +9,6 @@ using testing::ElementsAre;
 
 namespace {
 
-using Json = nlohmann::json;
-
 class Preview : public ProgramTest {
  protected:
   ProgramResult Show(std::uint64_t from, std::uint64_t to, const Arguments& options = {}) {
@@ -19,14 +17,14 @@ class Preview : public ProgramTest {
     return Run(arguments);
   }
 
-  Json Positions(std::uint32_t from, std::uint32_t to, const std::string& count) {
+  nlohmann::json Positions(std::uint32_t from, std::uint32_t to, const std::string& count) {
     const ProgramResult result =
         Show(SampleTime(from), SampleTime(to), {"--format", "json", "--count", count});
     EXPECT_EQ(result.exitCode, 0) << result.err;
-    return Json::parse(result.out)["positions"];
+    return nlohmann::json::parse(result.out)["positions"];
   }
 
-  static Json Entry(int file, int entry, std::uint32_t second, bool reached = false) {
+  static nlohmann::json Entry(int file, int entry, std::uint32_t second, bool reached = false) {
     return {{"fileNumber", file},
             {"entryNumber", entry},
             {"time", SampleTime(second)},
@@ -39,7 +37,7 @@ class Preview : public ProgramTest {
 }  // namespace
 
 TEST_F(Preview, ShowsEachEntryAtItsTime) {
-  const Json positions = Positions(0, 60, "6");
+  const nlohmann::json positions = Positions(0, 60, "6");
   ASSERT_EQ(positions.size(), 6U);
   for (int i = 0; i < 6; ++i) {
     const auto second = static_cast<std::uint32_t>(i * 10);
@@ -50,7 +48,7 @@ TEST_F(Preview, ShowsEachEntryAtItsTime) {
 }
 
 TEST_F(Preview, ShowsTheNextEntryBetweenTwo) {
-  const Json positions = Positions(41, 101, "6");
+  const nlohmann::json positions = Positions(41, 101, "6");
   EXPECT_EQ(positions[0]["entry"], Entry(0, 5, 50));
   EXPECT_EQ(positions[2]["entry"], Entry(1, 0, 90)) << "in a gap";
   EXPECT_EQ(positions[5]["entry"], Entry(1, 1, 100));
@@ -62,12 +60,12 @@ TEST_F(Preview, TellsWhenTheEntryIsNotBeforeTheEnd) {
 }
 
 TEST_F(Preview, NothingIsShownBehindTheLastEntryAndBeforeTheFirst) {
-  const Json behind = Positions(180, 220, "4");
+  const nlohmann::json behind = Positions(180, 220, "4");
   EXPECT_EQ(behind[1]["entry"], Entry(2, 4, 190));
   EXPECT_TRUE(behind[2]["entry"].is_null());
   const ProgramResult before =
       Show(SampleTime(0) - 10000, SampleTime(10), {"--format", "json", "--count", "2"});
-  EXPECT_TRUE(Json::parse(before.out)["positions"][0]["entry"].is_null());
+  EXPECT_TRUE(nlohmann::json::parse(before.out)["positions"][0]["entry"].is_null());
 }
 
 TEST_F(Preview, TextIsATable) {
@@ -89,7 +87,7 @@ TEST_F(Preview, CsvLeavesMissingCellsEmpty) {
 
 TEST_F(Preview, TenPositionsAreTheDefaultAndStayWithinTheRange) {
   const ProgramResult result = Show(SampleTime(0), ~std::uint64_t{0}, {"--format", "json"});
-  const Json positions = Json::parse(result.out)["positions"];
+  const nlohmann::json positions = nlohmann::json::parse(result.out)["positions"];
   ASSERT_EQ(positions.size(), 10U);
   EXPECT_EQ(positions[0]["entry"], Entry(0, 0, 0));
   for (std::size_t i = 1; i < positions.size(); ++i) {

@@ -21,7 +21,6 @@ using testing::Not;
 namespace {
 
 namespace fs = std::filesystem;
-using Json = nlohmann::json;
 
 std::string Sha256(const std::string& text) {
   const QByteArray bytes(text.data(), static_cast<int>(text.size()));
@@ -59,7 +58,7 @@ class Report : public ProgramTest {
     mResult = Run(arguments);
     const std::string data =
         Between(mResult.out, "<script type=\"application/json\" id=\"report\">", "</script>");
-    mData = data.empty() ? Json() : Json::parse(data);
+    mData = data.empty() ? nlohmann::json() : nlohmann::json::parse(data);
     return mResult.out;
   }
 
@@ -84,10 +83,10 @@ class Report : public ProgramTest {
   }
 
   // The states of a stream, one for each stretch: "recorded 0-60" with index times.
-  std::vector<std::string> StretchesOf(const Json& stream) const {
+  std::vector<std::string> StretchesOf(const nlohmann::json& stream) const {
     const std::uint64_t first = mData["firstBin"].get<std::uint64_t>() / 1000;
     const std::uint64_t width = mData["binWidth"].get<std::uint64_t>() / 1000;
-    const Json& stretches = stream["stretches"];
+    const nlohmann::json& stretches = stream["stretches"];
     std::vector<std::string> lines;
     for (std::size_t i = 0; i < stretches.size(); ++i) {
       const std::uint64_t end = i + 1 < stretches.size() ? stretches[i + 1][1].get<std::uint64_t>()
@@ -110,7 +109,7 @@ class Report : public ProgramTest {
   }
 
   ProgramResult mResult;
-  Json mData;
+  nlohmann::json mData;
 };
 
 class ReportOfSample : public Report {
@@ -147,7 +146,7 @@ TEST_F(ReportOfSample, TellsFilesGapsStreamsAndEvents) {
 TEST_F(ReportOfSample, LevelsAreTheAnswersOfTheReader) {
   PageOf(mFolder);
   ASSERT_FALSE(mData["streams"].empty());
-  for (const Json& stream : mData["streams"]) {
+  for (const nlohmann::json& stream : mData["streams"]) {
     SCOPED_TRACE(stream["id"]);
     const std::size_t bins = stream["levels"].size();
     const std::uint64_t from = mData["firstBin"];
@@ -155,7 +154,7 @@ TEST_F(ReportOfSample, LevelsAreTheAnswersOfTheReader) {
     const ProgramResult answer =
         Run({"activity", mFolder, "--stream", stream["id"].dump(), "--bins", std::to_string(bins),
              std::to_string(from), std::to_string(to), "--format", "json"});
-    const Json expected = Json::parse(answer.out);
+    const nlohmann::json expected = nlohmann::json::parse(answer.out);
     ASSERT_EQ(expected["bins"].size(), bins);
     for (std::size_t i = 0; i < bins; ++i)
       EXPECT_EQ(stream["levels"][i], expected["bins"][i]["level"]);
@@ -321,7 +320,8 @@ TEST_F(Report, OfManyEventsTheFirstAreListedAndAllAreDrawn) {
   Write(folder + "/a.zel3", times, {1}, "again");
   const std::string page = PageOf(folder);
   EXPECT_EQ(mData["events"].size(), 20000U);
-  EXPECT_EQ(mData["laterEvents"], Json::parse("[1020000000]")) << "the bin of the other two";
+  EXPECT_EQ(mData["laterEvents"], nlohmann::json::parse("[1020000000]"))
+      << "the bin of the other two";
   EXPECT_THAT(page, AllOf(HasSubstr(">Events: 20000 of 20002</h2>"), HasSubstr("20002 events")));
 }
 
@@ -387,7 +387,7 @@ TEST_F(Report, TellsWhatDoctorFinds) {
   const std::string page = PageOf(folder);
   EXPECT_EQ(mResult.exitCode, 3);
   const ProgramResult doctor = Run({"doctor", folder, "--format", "json"});
-  const Json found = Json::parse(doctor.out)["findings"];
+  const nlohmann::json found = nlohmann::json::parse(doctor.out)["findings"];
   const std::vector<std::string> rows = RowsOf(page, "findings");
   ASSERT_EQ(rows.size(), found.size());
   for (std::size_t i = 0; i < rows.size(); ++i) {

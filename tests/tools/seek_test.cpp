@@ -7,7 +7,6 @@
 
 using testing::ElementsAre;
 using testing::MatchesRegex;
-using Json = nlohmann::json;
 
 namespace {
 
@@ -98,24 +97,28 @@ TEST_F(Seek, ExplainsByWhichRuleAnEntryAnswers) {
     SCOPED_TRACE(row.rule);
     Arguments options = row.options;
     options.push_back("--explain");
-    const Json answer = Json::parse(SeekTo(SampleTime(row.second), options).out);
+    const nlohmann::json answer =
+        nlohmann::json::parse(SeekTo(SampleTime(row.second), options).out);
     EXPECT_EQ(answer["rule"], row.rule);
     EXPECT_EQ(answer["fileNumber"], row.file);
     EXPECT_EQ(answer["entryNumber"], row.entry);
-    EXPECT_EQ(answer["fileBeforeGap"], answer["rule"] == "gap" ? Json(0) : Json(nullptr));
+    EXPECT_EQ(answer["fileBeforeGap"],
+              answer["rule"] == "gap" ? nlohmann::json(0) : nlohmann::json(nullptr));
   }
 }
 
 TEST_F(Seek, ExplainsWhereTheBytesAreAndWhatTheAnswerCost) {
   const auto& entries = mTruth.files[1].entries;
   const std::string name = mTruth.files[1].name;
-  const auto explain = [this] { return Json::parse(SeekTo(SampleTime(105), {"--explain"}).out); };
-  const Json built = explain();
+  const auto explain = [this] {
+    return nlohmann::json::parse(SeekTo(SampleTime(105), {"--explain"}).out);
+  };
+  const nlohmann::json built = explain();
   EXPECT_EQ(built["index"], "built");
   EXPECT_EQ(built["file"], name);
-  const Json cached = explain();
+  const nlohmann::json cached = explain();
   EXPECT_EQ(cached["index"], "cached");
-  for (const Json& answer : {built, cached}) {
+  for (const nlohmann::json& answer : {built, cached}) {
     EXPECT_EQ(answer["bytes"].dump(), R"({"from":)" + std::to_string(entries[1].position) +
                                           R"(,"to":)" + std::to_string(entries[2].position) + "}");
     EXPECT_EQ(answer["header"].dump(),

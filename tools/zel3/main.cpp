@@ -5,6 +5,7 @@
 
 #include "command_line/command_line.h"
 #include "output/notice.h"
+#include "output/standard_output.h"
 #include "system/failure.h"
 #include "system/interruption.h"
 
@@ -25,7 +26,7 @@ int main(int argc, char** argv) {
   try {
     const int exitCode = ParseCommandLine(argc, argv)();
     std::cout.flush();
-    if (!std::cout) throw Failure("cannot write to the standard output");
+    CheckStandardOutput();
     return exitCode;
   } catch (const Failure& error) {
     return Fail(error.what(), error.Code());

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "archive/stream_map.h"
 #include "blocks/commands.h"
 #include "blocks/notifications.h"
 #include "blocks/stream_records.h"
@@ -14,8 +15,6 @@
 #include "text/json_text.h"
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 Json Labelled(Tag type) {
   Json json;
@@ -88,14 +87,6 @@ Json Message(const MessageBlock& block) {
   return json;
 }
 
-Json StreamIdsJson(const std::uint8_t (&streamMap)[32]) {
-  Json ids = Json::array();
-  for (unsigned id = 0; id < 256; ++id) {
-    if ((streamMap[id >> 3] >> (id & 7) & 1) != 0) ids.push_back(id);
-  }
-  return ids;
-}
-
 Json Archives(const ArchivesBlock& block) {
   const TArchivesInfo& info = block.Record();
   Json json = Labelled(tag::kArchives);
@@ -110,7 +101,7 @@ Json Archives(const ArchivesBlock& block) {
     entry["endTime"] = archive.endTime;
     entry["fileNumber"] = archive.fileNumber;
     entry["reserved"] = archive.reserved;
-    entry["streams"] = StreamIdsJson(archive.streamMap);
+    entry["streams"] = StreamIds(archive);
     archives.push_back(std::move(entry));
   }
   return json;

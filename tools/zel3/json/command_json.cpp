@@ -2,13 +2,11 @@
 
 #include <cstdint>
 #include <limits>
-#include <nlohmann/json.hpp>
 
 #include "blocks/commands.h"
+#include "text/json_text.h"
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 // The numbers of one command. Asking for a number marks its key as known.
 class Fields {

@@ -2,17 +2,15 @@
 
 #include <iostream>
 
-#include "text/json_text.h"
-
-void PrintJsonLine(const nlohmann::ordered_json& value) {
+void PrintJsonLine(const Json& value) {
   std::cout << JsonText(value) << '\n';
 }
 
-void PrintPlainJsonLine(const nlohmann::ordered_json& value) {
+void PrintPlainJsonLine(const Json& value) {
   std::cout << PlainJsonText(value) << '\n';
 }
 
-nlohmann::ordered_json TimeJson(ArchiveTime archiveTime, TimeFormat format) {
+Json TimeJson(ArchiveTime archiveTime, TimeFormat format) {
   if (format == TimeFormat::kInteger) return archiveTime;
   return TimeText(archiveTime, format);
 }

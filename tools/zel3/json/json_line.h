@@ -1,13 +1,12 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
-
+#include "text/json_text.h"
 #include "times/time_text.h"
 
 // JSON on the standard output, one value on one line.
-void PrintJsonLine(const nlohmann::ordered_json& value);
+void PrintJsonLine(const Json& value);
 // The same without escapes, for what is to be shown as it is.
-void PrintPlainJsonLine(const nlohmann::ordered_json& value);
+void PrintPlainJsonLine(const Json& value);
 
 // A time as a JSON number or text.
-nlohmann::ordered_json TimeJson(ArchiveTime archiveTime, TimeFormat format);
+Json TimeJson(ArchiveTime archiveTime, TimeFormat format);

@@ -11,11 +11,11 @@
 #include "output/progress_bar.h"
 #include "output/tables.h"
 #include "system/failure.h"
+#include "times/length_text.h"
 #include "times/time_text.h"
+#include "verbs/time_range.h"
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr std::uint32_t kMostBins = 10000;
 
@@ -39,8 +39,7 @@ ActivityBins BinsFor(const ActivityOptions& options, IndexedSource* source) {
 }
 
 void Check(const ActivityOptions& options) {
-  if (options.from && options.to && *options.from >= *options.to)
-    throw Failure("FROM must be before TO", kExitUsage);
+  if (options.from && options.to) CheckTimeRange(*options.from, *options.to);
   if (options.bins == 0 || options.bins > kMostBins)
     throw Failure("the number of bins must be 1 to 10000", kExitUsage);
 }
@@ -88,17 +87,12 @@ const char* Mark(const Bin& bin) {
   return bin.recorded ? kMarks[bin.level / kLevelsPerMark] : "·";
 }
 
-std::string LengthText(ArchiveTime archiveTime, TimeFormat format) {
-  if (format == TimeFormat::kInteger) return std::to_string(archiveTime);
-  return fmt::format("{}.{:03} s", archiveTime / 1000, archiveTime % 1000);
-}
-
 void PrintAsText(const ActivityOptions& options, const ActivityBins& bins,
                  const std::vector<Bin>& rows) {
   const TimeFormat times = options.style.Times();
   std::cout << fmt::format("stream {} from {} to {}, one character for {}\n", options.streamId,
                            TimeText(bins.from, times), TimeText(bins.to, times),
-                           LengthText(bins.width, times));
+                           LengthInSeconds(bins.width, times));
   std::string line;
   for (const Bin& bin : rows) line += Mark(bin);
   std::cout << line << '\n' << "▁ quiet  █ most active (levels 0-63)  · nothing recorded\n";

@@ -5,21 +5,22 @@
 #include "json/block_json.h"
 #include "json/command_json.h"
 #include "json/json_line.h"
+#include "output/standard_output.h"
 #include "system/failure.h"
 #include "system/interruption.h"
 
 namespace {
 
 void PrintIdle() {
-  nlohmann::ordered_json line;
+  Json line;
   line["idle"] = true;
   PrintPlainJsonLine(line);
   std::cout.flush();
-  if (!std::cout) throw Failure("cannot write to the standard output");
+  CheckStandardOutput();
 }
 
 void PrintError(std::uint64_t lineNumber, const char* why) {
-  nlohmann::ordered_json line;
+  Json line;
   line["error"] = "line " + std::to_string(lineNumber) + ": " + why;
   PrintPlainJsonLine(line);
 }

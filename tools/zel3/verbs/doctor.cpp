@@ -20,8 +20,6 @@
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 const char* Name(CacheState state) {
   switch (state) {
     case CacheState::kSound:
@@ -57,8 +55,8 @@ void PrintAsJson(const std::string& source, const Diagnosis& diagnosis, TimeForm
   Json list = Json::array();
   for (const Finding& finding : diagnosis.findings) {
     Json entry;
-    entry["severity"] = Name(finding.severity);
-    entry["kind"] = finding.kind;
+    entry["severity"] = Name(SeverityOf(finding.kind));
+    entry["kind"] = Name(finding.kind);
     entry["file"] = finding.file;
     entry["position"] = Optional(finding.position);
     entry["bytes"] = Optional(finding.bytes);
@@ -90,14 +88,15 @@ void PrintAsText(const Diagnosis& diagnosis, TimeFormat times) {
   std::vector<std::vector<std::string>> rows{
       {"severity", "kind", "file", "position", "bytes", "text"}};
   for (const Finding& finding : findings) {
-    rows.push_back({Name(finding.severity), finding.kind, Escaped(finding.file),
+    rows.push_back({Name(SeverityOf(finding.kind)), Name(finding.kind), Escaped(finding.file),
                     Number(finding.position), Number(finding.bytes),
                     Escaped(finding.text) + Span(finding, times)});
   }
   if (!findings.empty()) PrintTable(rows, {{"error", Colour::kRed}, {"warning", Colour::kYellow}});
   const auto count = [&findings](Severity severity) {
-    return std::count_if(findings.begin(), findings.end(),
-                         [severity](const Finding& one) { return one.severity == severity; });
+    return std::count_if(findings.begin(), findings.end(), [severity](const Finding& one) {
+      return SeverityOf(one.kind) == severity;
+    });
   };
   fmt::print("{}: {}, {}, {}\n", Counted(diagnosis.archives.size(), "file"),
              Counted(count(Severity::kError), "error"),

@@ -1,10 +1,9 @@
 #include "verbs/dump.h"
 
-#include <iostream>
-
 #include "archive/archive_scan.h"
 #include "output/notice.h"
 #include "output/output_style.h"
+#include "output/standard_output.h"
 #include "sources/archive_source.h"
 #include "system/failure.h"
 #include "text/shown_text.h"
@@ -25,7 +24,7 @@ bool DumpFile(const std::string& path, const OutputStyle& style) {
     } else {
       record_printer::PrintJson(name, record, style.Times());
     }
-    if (!std::cout) throw Failure("cannot write to the standard output");
+    CheckStandardOutput();
   });
   if (asText) record_printer::PrintTextHeading(name);
   const ScannedBytes bytes = ScanArchive(path, records);
@@ -40,7 +39,7 @@ bool DumpFile(const std::string& path, const OutputStyle& style) {
 int RunDump(const DumpOptions& options) {
   const std::string source = archive_source::Locate(options.source);
   const std::vector<std::string> paths = archive_source::Files(source);
-  if (paths.empty()) throw Failure("no archive in " + source);
+  if (paths.empty()) archive_source::FailWithoutFiles(source);
   bool whole = true;
   for (const std::string& path : paths) whole = DumpFile(path, options.style) && whole;
   return whole ? kExitDone : kExitDamaged;

@@ -10,10 +10,9 @@
 #include "system/failure.h"
 #include "text/shown_text.h"
 #include "times/time_text.h"
+#include "verbs/time_range.h"
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 bool IsWanted(const RecordedEvent& event, const EventsOptions& options) {
   if (event.time < options.from || event.time >= options.to) return false;
@@ -67,7 +66,7 @@ void Print(const std::vector<RecordedEvent>& events, const OutputStyle& style) {
 }  // namespace
 
 int RunEvents(const HostOptions& host, const EventsOptions& options) {
-  if (options.from >= options.to) throw Failure("FROM must be before TO", kExitUsage);
+  CheckTimeRange(options.from, options.to);
   const ServedSource served(host, options.source, options.missingIndexes, PrintNotice);
   ProgressBar progress;
   IndexedSource source(served, &progress);

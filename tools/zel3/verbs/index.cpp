@@ -14,8 +14,6 @@
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 const char* Name(FileState state) {
   switch (state) {
     case FileState::kCached:

@@ -13,8 +13,6 @@
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 void PrintAsJson(const ArchiveList& list, TimeFormat times) {
   Json json;
   json["source"] = list.source;

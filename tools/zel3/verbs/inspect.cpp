@@ -15,7 +15,6 @@
 
 namespace {
 
-using Json = nlohmann::ordered_json;
 using Texts = std::vector<std::string>;
 
 // What is registered for a file whose bricks the host does not know.

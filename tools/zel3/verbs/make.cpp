@@ -17,8 +17,6 @@
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 IndexTime IndexTimeOf(ArchiveTime archiveTime) {
   const std::uint64_t indexTime = archiveTime / kArchiveTimePerIndexTime;
   if (ToArchiveTime(static_cast<std::uint32_t>(indexTime)) != archiveTime) {

@@ -9,10 +9,9 @@
 #include "output/tables.h"
 #include "system/failure.h"
 #include "times/time_text.h"
+#include "verbs/time_range.h"
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr std::uint32_t kMostPositions = 10000;
 
@@ -22,7 +21,7 @@ struct Position {
 };
 
 void Check(const PreviewOptions& options) {
-  if (options.from >= options.to) throw Failure("FROM must be before TO", kExitUsage);
+  CheckTimeRange(options.from, options.to);
   if (options.count == 0 || options.count > kMostPositions)
     throw Failure("the number of positions must be 1 to 10000", kExitUsage);
 }

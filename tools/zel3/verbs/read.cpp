@@ -15,6 +15,7 @@
 #include "system/failure.h"
 #include "text/json_text.h"
 #include "times/time_text.h"
+#include "verbs/time_range.h"
 
 namespace {
 
@@ -82,12 +83,12 @@ const char* Name(EntryWalk::End end) {
 }
 
 void TellAsJson(const Summary& summary, bool bytesOnOutput, TimeFormat times) {
-  nlohmann::ordered_json json;
+  Json json;
   json["entries"] = summary.entries;
   json["damaged"] = summary.damaged;
   json["bytes"] = summary.bytes;
   json["end"] = Name(summary.end);
-  json["gaps"] = nlohmann::ordered_json::array();
+  json["gaps"] = Json::array();
   for (const Gap& gap : summary.gaps)
     json["gaps"].push_back({{"from", TimeJson(gap.from, times)}, {"to", TimeJson(gap.to, times)}});
   (bytesOnOutput ? std::cerr : std::cout) << JsonText(json) << '\n';
@@ -109,7 +110,7 @@ void TellAsText(const Summary& summary, TimeFormat times) {
 }  // namespace
 
 int RunRead(const HostOptions& host, const ReadOptions& options) {
-  if (options.from >= options.to) throw Failure("FROM must be before TO", kExitUsage);
+  CheckTimeRange(options.from, options.to);
   const ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
   const std::string target = ChosenOutput(options, source.Facts());
   OutputFile output(target);

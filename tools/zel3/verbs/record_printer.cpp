@@ -12,7 +12,6 @@ namespace record_printer {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
 using Kind = FoundRecord::Kind;
 
 constexpr char kNone[] = "-";

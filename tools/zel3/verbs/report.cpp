@@ -9,13 +9,14 @@
 #include "page/report_data.h"
 #include "page/report_page.h"
 #include "system/failure.h"
+#include "verbs/time_range.h"
 
 namespace {
 
 std::optional<ReportRange> RangeOf(const ReportOptions& options) {
   if (!options.from || !options.to) return std::nullopt;
-  if (*options.from >= *options.to) throw Failure("FROM must be before TO", kExitUsage);
-  if (*options.from >= kEndOfTimes) throw Failure("nothing is recorded there", kExitNothing);
+  CheckTimeRange(*options.from, *options.to);
+  if (*options.from >= kEndOfTimes) throw Failure(kNothingRecorded, kExitNothing);
   return ReportRange{*options.from, std::min(*options.to, kEndOfTimes)};
 }
 
@@ -36,7 +37,7 @@ int RunReport(const HostOptions& host, const ReportOptions& options) {
   const ReportData report = CollectReport(source, range, &progress);
   const bool holdsEntries = std::any_of(report.files.begin(), report.files.end(),
                                         [](const ReportFile& file) { return file.HoldsEntries(); });
-  if (range && !holdsEntries) throw Failure("nothing is recorded there", kExitNothing);
+  if (range && !holdsEntries) throw Failure(kNothingRecorded, kExitNothing);
   const std::string page = ReportPage(report, options.askedTimeFormat.value_or(TimeFormat::kIso));
   OutputFile output(options.output);
   output.Write(std::vector<unsigned char>(page.begin(), page.end()));

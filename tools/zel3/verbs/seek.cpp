@@ -19,7 +19,6 @@
 
 namespace {
 
-using Json = nlohmann::ordered_json;
 using Rule = SeekExplanation::Rule;
 
 // Looking back from the only entry of a file, the reader answers with the entry before the first.
@@ -124,7 +123,7 @@ void PrintPlainly(const FoundEntry& found, const OutputStyle& style) {
 
 // Where a time lies that has no answer.
 std::string NothingThere(ArchiveClient* client, ArchiveTime time, TimeFormat times) {
-  const std::string nothing = "nothing is recorded there";
+  const std::string nothing = kNothingRecorded;
   const std::optional<ArchiveList> list = client->List();
   if (!list || list->archives.empty()) return nothing;
   std::uint64_t first = list->archives.front().startTime;
