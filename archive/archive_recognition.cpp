@@ -15,7 +15,7 @@
 namespace {
 
 // How much of its end a reader searches at first, with what it leaves out there.
-constexpr std::uint64_t kSearchedTail = 65551;
+constexpr std::uint64_t kSearchedTailBytes = 65551;
 
 template <class Integer>
 std::string_view BytesOf(const Integer& value) {
@@ -62,9 +62,10 @@ std::optional<std::string> WhyNotForReaders(const std::string& path) {
 
   const std::uint64_t size = status->stx_size;
   int error = 0;
-  const std::string head = ReadStretch(file, 0, std::min(size, kSearchedHead), &error);
+  const std::string head = ReadStretch(file, 0, std::min(size, kSearchedHeadBytes), &error);
   if (HoldsHeaderMarker(head) || HoldsIndexRecord(head)) return std::nullopt;
-  const std::string tail = ReadStretch(file, size - std::min(size, kSearchedTail), size, &error);
+  const std::string tail =
+      ReadStretch(file, size - std::min(size, kSearchedTailBytes), size, &error);
   if (HoldsIndexRecord(tail)) return std::nullopt;
   if (error != 0) return CannotBeRead(error);
   return "is not an archive: it has no header near its start, and no index record near its ends";

@@ -11,7 +11,7 @@
 // near its start or its end.
 
 // How much of a file a reader searches for its first header.
-constexpr std::uint64_t kSearchedHead = 65535;
+constexpr std::uint64_t kSearchedHeadBytes = 65535;
 
 // Why a file is not for readers, as a clause that follows its name: "is not an archive: ...",
 // "cannot be read: ...". Nothing for an archive. Throws Failure when no file handle is left.

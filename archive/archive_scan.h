@@ -10,6 +10,7 @@
 // Gets the number of bytes that have been read from a file since the last call.
 using OnBytesRead = std::function<void(std::size_t)>;
 
+// Numbers of bytes.
 struct ScannedBytes {
   std::uint64_t all = 0;         // the size of the file
   std::uint64_t unreadable = 0;  // of these; the parser has got zeros for them

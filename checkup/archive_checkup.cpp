@@ -14,7 +14,7 @@
 namespace {
 
 // A reader opens no smaller file.
-constexpr std::uint64_t kSmallestArchive = 16;
+constexpr std::uint64_t kSmallestArchiveBytes = 16;
 
 bool HasSuffix(const std::string& path, const std::string& suffix) {
   return path.size() >= suffix.size() &&
@@ -22,11 +22,11 @@ bool HasSuffix(const std::string& path, const std::string& suffix) {
                     [](char one, char other) { return one == std::tolower(other); });
 }
 
-// Whether an index marker stands at a place of a file.
-bool HasIndexMarkerAt(const std::string& path, std::int64_t place) {
+// Whether an index marker stands in a file at a position, which may be any that a header names.
+bool HasIndexMarkerAt(const std::string& path, std::int64_t position) {
   unsigned char bytes[kMarkerSize] = {};
   std::ifstream file(path, std::ios::binary);
-  if (place < 0 || !file.seekg(place)) return false;
+  if (position < 0 || !file.seekg(position)) return false;
   file.read(reinterpret_cast<char*>(bytes), sizeof(bytes));
   return file && LoadLittleEndian<std::uint32_t>(bytes) == kIndexMarker;
 }
@@ -63,7 +63,7 @@ class ArchiveCheckup : public FramingSink {
     ++mFacts.entries;
   }
 
-  void OnData(std::uint64_t /*position*/, const DATA_T& head, const unsigned char* /*payload*/,
+  void OnData(FilePosition /*position*/, const DATA_T& head, const unsigned char* /*payload*/,
               Tag /*kind*/) override {
     if (IsEventType(head.type)) {
       mCache.OnEvent();
@@ -89,7 +89,7 @@ class ArchiveCheckup : public FramingSink {
       finding.bytes = bytes.unreadable;
       mFindings->Add(finding);
     }
-    if (bytes.all < kSmallestArchive) {
+    if (bytes.all < kSmallestArchiveBytes) {
       mFindings->Add(About(FindingKind::kTooSmall, "readers leave so small a file out"));
     } else if (!mHasHeader) {
       mFindings->Add(About(FindingKind::kNoHeader, "without a header nothing can be read"));
@@ -130,15 +130,15 @@ class ArchiveCheckup : public FramingSink {
   void CheckFirstHeader(FilePosition position, const ArchiveHeader& header) {
     // Older files are never opened by their first and last index records.
     if (!HasSuffix(mPath, ".zel3")) return;
-    const std::int64_t place = header.length + header.firstIndexDelta;
-    const bool isLate = position + kMarkerSize > kSearchedHead;
-    if (!isLate && HasIndexMarkerAt(mPath, place)) return;
+    const std::int64_t named = header.length + header.firstIndexDelta;
+    const bool isLate = position + kMarkerSize > kSearchedHeadBytes;
+    if (!isLate && HasIndexMarkerAt(mPath, named)) return;
     Finding finding =
         isLate ? About(FindingKind::kLateHeader, "folders open without this file")
                : About(FindingKind::kFirstIndexPlace,
                        fmt::format("names byte {}, where no index record is; folders open without "
                                    "this file",
-                                   place));
+                                   named));
     finding.position = position;
     mFindings->Add(finding);
   }
@@ -169,9 +169,9 @@ class ArchiveCheckup : public FramingSink {
   Findings* const mFindings;
   ArchiveFacts mFacts;
   bool mHasHeader = false;
-  std::uint64_t mLastTime = 0;
+  ArchiveTime mLastTime = 0;
   std::uint64_t mSameTimes = 0;
-  std::uint64_t mFirstSameTime = 0;
+  FilePosition mFirstSameTime = 0;
 };
 
 }  // namespace

@@ -14,7 +14,7 @@
 // What one pass over an archive file has told.
 struct ArchiveFacts {
   std::string path;
-  std::uint64_t bytes = 0;
+  std::uint64_t bytes = 0;  // its size
   std::uint64_t entries = 0;
   ArchiveTime startTime = 0;  // the earliest and the latest; of no meaning without entries
   ArchiveTime endTime = 0;

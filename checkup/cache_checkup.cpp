@@ -77,11 +77,11 @@ std::uint64_t CacheCheckup::Records::CountLeft() {
 CacheCheckup::CacheCheckup(const CacheNames& names)
     : mNames(names),
       mEntries(mNames.entries, sizeof(ZEL_ID3_REC)),
-      mHeaders(mNames.headers, sizeof(std::uint64_t)) {}
+      mHeaders(mNames.headers, sizeof(FilePosition)) {}
 
 void CacheCheckup::OnHeader(FilePosition position) {
   ++mHeaders.inArchive;
-  std::uint64_t kept = 0;
+  FilePosition kept = 0;
   if (!mHeaders.mismatch.empty() || !mHeaders.Next(&kept)) return;
   Compare(&mHeaders, "header", position, kept == position);
 }
@@ -90,7 +90,7 @@ void CacheCheckup::OnIndex(FilePosition position, const IDX_T& index) {
   ++mEntries.inArchive;
   ZEL_ID3_REC kept;
   if (!mEntries.mismatch.empty() || !mEntries.Next(&kept)) return;
-  const std::uint64_t keptPosition = std::uint64_t{kept.offsetHigh} << 32 | kept.offsetLow;
+  const FilePosition keptPosition = FilePosition{kept.offsetHigh} << 32 | kept.offsetLow;
   Compare(&mEntries, "entry", position, keptPosition == position && kept.time == index.time);
 }
 

@@ -29,6 +29,7 @@ class CacheCheckup {
  private:
   // One of the files on its way through.
   struct Records {
+    // Sizes are bytes.
     Records(const QString& path, std::size_t recordSize);
 
     // Reads one record. False at the end.
@@ -40,8 +41,9 @@ class CacheCheckup {
     const std::size_t recordSize;
     PlainFile file;
     std::vector<char> portion;  // read from the file
-    std::size_t taken = 0;      // of the portion
+    std::size_t taken = 0;      // bytes of the portion
     std::string mismatch;       // the first one; nothing is compared behind it
+    // Numbers of records.
     std::uint64_t matched = 0;
     std::uint64_t inArchive = 0;
   };

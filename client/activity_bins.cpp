@@ -4,12 +4,12 @@
 
 #include "client/coverage.h"
 
-std::uint64_t ActivityBins::End(std::uint32_t bin) const {
+ArchiveTime ActivityBins::End(std::uint32_t bin) const {
   return std::min(Start(bin + 1), to);
 }
 
-ActivityBins CutIntoBins(ArchiveTime from, ArchiveTime to, std::uint32_t most) {
-  const std::uint64_t width = (to - from + most - 1) / most;
+ActivityBins CutIntoBins(ArchiveTime from, ArchiveTime to, std::uint32_t mostBins) {
+  const ArchiveTime width = (to - from + mostBins - 1) / mostBins;
   return {from, to, width, static_cast<std::uint32_t>((to - from + width - 1) / width)};
 }
 

@@ -15,15 +15,15 @@ struct ActivityBins {
   ArchiveTime from;
   ArchiveTime to;  // not part of the range
   ArchiveTime width;
-  std::uint32_t count;
+  std::uint32_t count;  // of the parts
 
   ArchiveTime Start(std::uint32_t bin) const { return from + bin * width; }
   ArchiveTime End(std::uint32_t bin) const;
 };
 
-// At most `most` bins of whole units of time: a short range has fewer of them. REQUIRES: `from` is
-// below `to`.
-ActivityBins CutIntoBins(ArchiveTime from, ArchiveTime to, std::uint32_t most);
+// At most `mostBins` bins of whole units of time: a short range has fewer of them. REQUIRES: `from`
+// is below `to`.
+ActivityBins CutIntoBins(ArchiveTime from, ArchiveTime to, std::uint32_t mostBins);
 
 // How active a stream was in each bin, 0-63. Throws what the client throws.
 std::vector<std::uint8_t> ActivityLevels(const ActivityBins& bins, std::uint8_t streamId,

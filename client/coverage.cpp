@@ -15,7 +15,7 @@ bool Coverage::Reaches(ArchiveTime from, ArchiveTime to) {
   if (HoldsAStart(from, to)) return true;
   const std::optional<FoundEntry> after = FirstFrom(from);
   if (after && after->time < to) return true;
-  const std::optional<std::uint64_t> held = LastHeldTime(from);
+  const std::optional<ArchiveTime> held = LastHeldTime(from);
   if (!held) return false;
   const std::optional<FoundEntry> before = LastUpTo(*held);
   return before && ContinuesTo(*before, after, from);
@@ -25,14 +25,14 @@ bool Coverage::Reaches(ArchiveTime from, ArchiveTime to) {
 // in one without an index.
 bool Coverage::HoldsAStart(ArchiveTime from, ArchiveTime to) const {
   return std::any_of(mArchives.begin(), mArchives.end(), [from, to](const auto& numbered) {
-    const std::uint64_t start = numbered.second.listed.startTime;
+    const ArchiveTime start = numbered.second.listed.startTime;
     return from <= start && start < to;
   });
 }
 
 // A question about a time outside the archives might make the reader build an index.
 std::optional<ArchiveTime> Coverage::LastHeldTime(ArchiveTime time) const {
-  std::optional<std::uint64_t> held;
+  std::optional<ArchiveTime> held;
   for (const auto& numbered : mArchives) {
     const ListedArchive& archive = numbered.second.listed;
     if (archive.startTime > time) continue;
@@ -52,9 +52,9 @@ bool Coverage::ContinuesTo(const FoundEntry& before, const std::optional<FoundEn
   return after->time - before.time <= mostSteps * FirstStep(&archive->second);
 }
 
-std::uint64_t Coverage::FirstStep(Archive* archive) {
+ArchiveTime Coverage::FirstStep(Archive* archive) {
   if (!archive->firstStep) {
-    const std::uint64_t start = archive->listed.startTime;
+    const ArchiveTime start = archive->listed.startTime;
     const std::optional<FoundEntry> second = FirstFrom(start + 1);
     const bool sameFile = second && second->fileNumber == archive->listed.fileNumber;
     archive->firstStep = sameFile ? second->time - start : 0;

@@ -16,7 +16,7 @@ std::optional<FoundEntry> EntryWalk::First(ArchiveTime from) {
   // The reader finds nothing for a time before the archive.
   const std::optional<ArchiveList> list = mClient->List();
   const bool listed = list && !list->archives.empty();
-  const std::uint64_t start = listed ? list->archives.front().startTime : 0;
+  const ArchiveTime start = listed ? list->archives.front().startTime : 0;
   if (from < start) from = start;
 
   const std::optional<FoundEntry> holding = mClient->Find(from, Lookup::kAtOrBefore);

@@ -46,8 +46,8 @@ std::optional<ByteRange> NonEmpty(FilePosition from, FilePosition to) {
 
 void Locate(const cZel3Indexer& index, std::uint32_t entryNumber, SeekExplanation* explanation) {
   const IndexId indexId = MakeIndexId(0, entryNumber);
-  std::uint64_t start = 0;
-  std::uint64_t end = 0;
+  FilePosition start = 0;
+  FilePosition end = 0;
   index.Index_pos_from_IndexId(indexId, &start, &end);
   explanation->bytes = NonEmpty(start, end);
   start = index.Header_pos_for_index(indexId);

@@ -21,23 +21,23 @@ constexpr std::size_t kMostTextBytes = 200;
 
 // Bins of a width that people count in, which start at multiples of it. The widest ones cut all
 // times that there are into a few.
-ActivityBins RoundBins(const ReportRange& range, std::uint32_t most) {
-  constexpr std::uint64_t kSecond = kArchiveTimePerIndexTime;
-  constexpr std::uint64_t kMinute = 60 * kSecond;
-  constexpr std::uint64_t kHour = 60 * kMinute;
-  constexpr std::uint64_t kDay = 24 * kHour;
-  constexpr std::uint64_t kWidths[] = {
+ActivityBins RoundBins(const ReportRange& range, std::uint32_t mostBins) {
+  constexpr ArchiveTime kSecond = kArchiveTimePerIndexTime;
+  constexpr ArchiveTime kMinute = 60 * kSecond;
+  constexpr ArchiveTime kHour = 60 * kMinute;
+  constexpr ArchiveTime kDay = 24 * kHour;
+  constexpr ArchiveTime kWidths[] = {
       kSecond,     2 * kSecond, 5 * kSecond,  10 * kSecond, 15 * kSecond, 30 * kSecond, kMinute,
       2 * kMinute, 5 * kMinute, 10 * kMinute, 15 * kMinute, 30 * kMinute, kHour,        2 * kHour,
       3 * kHour,   6 * kHour,   12 * kHour,   kDay,         2 * kDay,     5 * kDay,     10 * kDay,
       30 * kDay,   100 * kDay,  1000 * kDay,  2000 * kDay,  10000 * kDay,
   };
   ActivityBins bins = {};
-  for (const std::uint64_t width : kWidths) {
+  for (const ArchiveTime width : kWidths) {
     const ArchiveTime from = range.from / width * width;
     const std::uint64_t count = (range.to - from + width - 1) / width;
     bins = {from, from + count * width, width, static_cast<std::uint32_t>(count)};
-    if (count <= most) break;
+    if (count <= mostBins) break;
   }
   return bins;
 }
@@ -85,14 +85,14 @@ class Collection {
     return range;
   }
 
-  bool IsInRange(std::uint64_t first, std::uint64_t last) const {
+  bool IsInRange(ArchiveTime first, ArchiveTime last) const {
     return !mData.range || mData.range->Meets(first, last);
   }
 
   void AddFiles() {
     // The reader's list has no names, and where it ends a file depends on how it came by the index:
     // files are known by their start.
-    std::multiset<std::uint64_t> served;
+    std::multiset<ArchiveTime> served;
     for (const ListedArchive& archive : mSource.Archives()) served.insert(archive.startTime);
     std::map<std::string, IndexedFile> indexes;
     for (const IndexedFile& index : mSource.Files()) indexes[index.name] = index;
@@ -115,8 +115,8 @@ class Collection {
     std::uint64_t moreGaps = 0;
     for (Finding finding : mDiagnosis.findings) {
       if (finding.time) {
-        std::uint64_t first = *finding.time;
-        std::uint64_t last = finding.endTime.value_or(first);
+        ArchiveTime first = *finding.time;
+        ArchiveTime last = finding.endTime.value_or(first);
         if (last < first) {
           std::swap(first, last);
           finding.time = first;
@@ -190,9 +190,9 @@ class Collection {
     std::stable_sort(
         events.begin(), events.end(),
         [](const RecordedEvent& one, const RecordedEvent& other) { return one.time < other.time; });
-    const std::uint64_t width = mData.fineBins.width;
+    const ArchiveTime width = mData.fineBins.width;
     for (std::size_t i = kMostEvents; i < events.size(); ++i) {
-      const std::uint64_t bin = events[i].time / width * width;
+      const ArchiveTime bin = events[i].time / width * width;
       if (mData.laterEventBins.empty() || mData.laterEventBins.back() != bin)
         mData.laterEventBins.push_back(bin);
     }

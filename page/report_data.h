@@ -30,7 +30,7 @@ struct ReportRange {
   ArchiveTime from = 0;
   ArchiveTime to = 0;
 
-  bool Meets(std::uint64_t first, std::uint64_t last) const { return first < to && last >= from; }
+  bool Meets(ArchiveTime first, ArchiveTime last) const { return first < to && last >= from; }
 };
 
 // Where nothing is recorded: within a file, or before it.

@@ -26,7 +26,7 @@ std::string StreamIds(const ArchiveFacts& facts) {
 }
 
 // How much of the range is in this state, by whole bins.
-std::uint64_t TimeIn(BinState state, const ReportActivity& activity, const ReportData& report) {
+ArchiveTime TimeIn(BinState state, const ReportActivity& activity, const ReportData& report) {
   ArchiveTime time = 0;
   for (std::uint32_t i = 0; i < report.fineBins.count; ++i) {
     if (activity.states[i] != state) continue;
@@ -123,7 +123,7 @@ std::string Streams(const ReportData& report, TimeFormat times) {
       table.Number(LengthInHours(TimeIn(state, activity, report), times));
     table.Number(std::to_string(*highest));
     if (*highest > 0) {
-      const std::uint64_t start = report.fineBins.Start(bin);
+      const ArchiveTime start = report.fineBins.Start(bin);
       table.LinkedTime(TimeText(start, times), start, report.fineBins.End(bin));
     } else {
       table.Time("");

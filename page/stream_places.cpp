@@ -8,13 +8,13 @@ namespace {
 
 // Up to which time each file tells what is recorded: behind the last entry that is so far, the file
 // goes on until the next one starts.
-std::vector<std::uint64_t> LastTimes(const std::vector<ReportFile>& files) {
-  std::vector<std::uint64_t> lastTimes;
-  std::uint64_t latestEnd = 0;
+std::vector<ArchiveTime> LastTimes(const std::vector<ReportFile>& files) {
+  std::vector<ArchiveTime> lastTimes;
+  ArchiveTime latestEnd = 0;
   std::size_t next = 0;
   for (const ReportFile& file : files) {
     if (!file.HoldsEntries()) break;
-    const std::uint64_t end = file.facts.endTime;
+    const ArchiveTime end = file.facts.endTime;
     while (next < files.size() && files[next].HoldsEntries() &&
            files[next].facts.startTime <= std::max(end, latestEnd)) {
       latestEnd = std::max(latestEnd, files[next].facts.endTime);
@@ -31,7 +31,7 @@ std::vector<std::uint64_t> LastTimes(const std::vector<ReportFile>& files) {
 }  // namespace
 
 StreamPlaces::StreamPlaces(const std::vector<ReportFile>& files, std::uint8_t id) {
-  const std::vector<std::uint64_t> lastTimes = LastTimes(files);
+  const std::vector<ArchiveTime> lastTimes = LastTimes(files);
   for (std::size_t i = 0; i < lastTimes.size(); ++i) {
     const ArchiveFacts& facts = files[i].facts;
     if (!facts.streams[id]) continue;

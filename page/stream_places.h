@@ -29,7 +29,7 @@ class StreamPlaces {
 
  private:
   // From the first to the last time of each; in order and apart once sorted.
-  using Stretches = std::vector<std::pair<std::uint64_t, std::uint64_t>>;
+  using Stretches = std::vector<std::pair<ArchiveTime, ArchiveTime>>;
 
   static Stretches Joined(Stretches stretches);
   static bool Meet(const Stretches& stretches, ArchiveTime from, ArchiveTime to);

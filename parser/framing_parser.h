@@ -23,9 +23,9 @@ class FramingSink {
                       Tag kind) = 0;
 
   // `bytes` bytes from `position` on made no sense and have been dropped.
-  virtual void OnDamage(std::uint64_t /*position*/, std::uint64_t /*bytes*/) {}
+  virtual void OnDamage(FilePosition /*position*/, std::uint64_t /*bytes*/) {}
   // The stream ended within the record at `position`, after `bytes` bytes of it.
-  virtual void OnCutOff(std::uint64_t /*position*/, std::uint64_t /*bytes*/) {}
+  virtual void OnCutOff(FilePosition /*position*/, std::uint64_t /*bytes*/) {}
 };
 
 // Cuts a stream of archive bytes into its records. The stream comes in pieces of any size, cut
@@ -81,7 +81,7 @@ class FramingParser {
   // Places in the stream: all before mPosition is dealt with, all before mFed belongs to pieces
   // that have been taken.
   FilePosition mPosition = 0;
-  std::uint64_t mFed = 0;
+  FilePosition mFed = 0;
   // The start of a record that began in an earlier piece. Has room for any record from the
   // beginning.
   std::vector<unsigned char> mHeld;

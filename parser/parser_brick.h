@@ -58,5 +58,5 @@ class ParserBrick final : public CBrick, private FramingSink {
   int mStepsDone = 0;     // of handling the first of them
   bool mGoingOn = false;  // it is being handled
   bool mStuck = false;    // there was no room for one: nothing is sent any more
-  FilePosition mPositionSent = ~std::uint64_t{0};  // the last one; none yet
+  FilePosition mPositionSent = ~FilePosition{0};  // the last one; none yet
 };

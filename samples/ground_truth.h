@@ -43,8 +43,8 @@ struct GroundTruthEvent {
 };
 
 struct GroundTruthFile {
-  std::string name;  // within the archive's folder
-  std::uint64_t size = 0;
+  std::string name;            // within the archive's folder
+  std::uint64_t size = 0;      // bytes
   IndexTime endIndexTime = 0;  // when the recording ended: also the file's modification time
   std::vector<FilePosition> headerPositions;  // of their markers, ascending
   std::vector<std::uint8_t> streamIds;    // that any header of the file declares active, ascending

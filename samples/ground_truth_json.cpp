@@ -75,8 +75,8 @@ std::vector<Number> NumbersIn(const Json& json, const char* key) {
 
 GroundTruthEntry EntryFrom(const Json& json) {
   GroundTruthEntry entry;
-  entry.indexTime = NumberFrom<std::uint32_t>(json.at("indexTime"));
-  entry.position = NumberFrom<std::uint64_t>(json.at("position"));
+  entry.indexTime = NumberFrom<IndexTime>(json.at("indexTime"));
+  entry.position = NumberFrom<FilePosition>(json.at("position"));
   entry.flagged = json.at("flagged").get<bool>();
   for (const Json& pair : ListIn(json, "activity")) {
     if (entry.activityCount == GroundTruthEntry::kMostActivityPairs) {
@@ -89,16 +89,16 @@ GroundTruthEntry EntryFrom(const Json& json) {
 }
 
 GroundTruthEvent EventFrom(const Json& json) {
-  return {NumberFrom<std::uint32_t>(json.at("indexTime")),
-          NumberFrom<std::uint8_t>(json.at("type")), json.at("text").get<std::string>()};
+  return {NumberFrom<IndexTime>(json.at("indexTime")), NumberFrom<std::uint8_t>(json.at("type")),
+          json.at("text").get<std::string>()};
 }
 
 GroundTruthFile FileFrom(const Json& json) {
   GroundTruthFile file;
   file.name = json.at("name").get<std::string>();
   file.size = NumberFrom<std::uint64_t>(json.at("size"));
-  file.endIndexTime = NumberFrom<std::uint32_t>(json.at("endIndexTime"));
-  file.headerPositions = NumbersIn<std::uint64_t>(json, "headerPositions");
+  file.endIndexTime = NumberFrom<IndexTime>(json.at("endIndexTime"));
+  file.headerPositions = NumbersIn<FilePosition>(json, "headerPositions");
   file.streamIds = NumbersIn<std::uint8_t>(json, "streamIds");
   for (const Json& entry : ListIn(json, "entries")) file.entries.push_back(EntryFrom(entry));
   for (const Json& event : ListIn(json, "events")) file.events.push_back(EventFrom(event));
@@ -118,8 +118,8 @@ GroundTruth GroundTruthFromJson(const std::string& json) try {
   GroundTruth truth;
   for (const Json& file : ListIn(root, "files")) truth.files.push_back(FileFrom(file));
   for (const Json& gap : ListIn(root, "gaps")) {
-    truth.gaps.push_back({NumberFrom<std::uint32_t>(gap.at("fromIndexTime")),
-                          NumberFrom<std::uint32_t>(gap.at("toIndexTime"))});
+    truth.gaps.push_back({NumberFrom<IndexTime>(gap.at("fromIndexTime")),
+                          NumberFrom<IndexTime>(gap.at("toIndexTime"))});
   }
   return truth;
 } catch (const std::exception& error) {

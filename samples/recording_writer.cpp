@@ -43,9 +43,11 @@ RecordingWriter::RecordingWriter(const Scenario& scenario, RandomNumbers& random
 }
 
 GroundTruthFile RecordingWriter::Write(IndexTime start, IndexTime end) {
-  for (std::uint64_t time = start; time < end; time += mScenario.indexIntervalSeconds) {
-    WriteHeaderWhenDue(static_cast<std::uint32_t>(time) - start);
-    WriteEntry(static_cast<std::uint32_t>(time));
+  // Wider than an index time so that the last step does not overflow.
+  for (std::uint64_t next = start; next < end; next += mScenario.indexIntervalSeconds) {
+    const auto indexTime = static_cast<IndexTime>(next);
+    WriteHeaderWhenDue(indexTime - start);
+    WriteEntry(indexTime);
   }
   mWriter.Close();
   mTruth.size = mWriter.Position();

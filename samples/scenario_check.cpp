@@ -8,8 +8,8 @@
 namespace {
 
 // Modification times of files end here in 32-bit builds.
-constexpr std::uint32_t kLatestEnd = std::numeric_limits<std::int32_t>::max();
-constexpr std::uint64_t kMostPayloadPerEntry = std::uint64_t{1} << 40;
+constexpr IndexTime kLatestEnd = std::numeric_limits<std::int32_t>::max();
+constexpr std::uint64_t kMostPayloadBytesPerEntry = std::uint64_t{1} << 40;
 constexpr std::uint32_t kLargestShare = 1000000;
 // The events of an entry are counted in one byte by those who index them.
 constexpr std::uint64_t kMostEventsPerEntry = 255;
@@ -48,7 +48,7 @@ void CheckTimes(const Scenario& scenario) {
 }
 
 void CheckStreams(const Scenario& scenario) {
-  Require(scenario.payloadBytesPerEntry <= kMostPayloadPerEntry,
+  Require(scenario.payloadBytesPerEntry <= kMostPayloadBytesPerEntry,
           "the payload of an entry is above 1 TiB");
   std::set<std::uint8_t> ids;
   for (const ScenarioStream& stream : scenario.streams) {

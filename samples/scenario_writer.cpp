@@ -22,7 +22,7 @@ void SetModificationTime(const std::string& path, std::uint32_t seconds) {
   }
 }
 
-std::uint64_t GapAfter(const Scenario& scenario, std::uint32_t fileNumber) {
+std::uint64_t GapSecondsAfter(const Scenario& scenario, std::uint32_t fileNumber) {
   std::uint64_t seconds = 0;
   for (const ScenarioGap& gap : scenario.gaps) {
     if (gap.afterFile == fileNumber) seconds += gap.seconds;
@@ -40,12 +40,13 @@ GroundTruth WriteScenario(const std::string& folder, const Scenario& scenario) {
 
   GroundTruth truth;
   RandomNumbers random(scenario.seed);
+  // Seconds, wider than an index time so that no sum overflows.
   const std::uint64_t end = std::uint64_t{scenario.startIndexTime} + scenario.lengthSeconds;
   std::uint64_t start = scenario.startIndexTime;
   for (std::uint32_t number = 0; start < end; ++number) {
-    const auto fileStart = static_cast<std::uint32_t>(start);
+    const auto fileStart = static_cast<IndexTime>(start);
     const auto fileEnd =
-        static_cast<std::uint32_t>(std::min<std::uint64_t>(end, start + scenario.fileSeconds));
+        static_cast<IndexTime>(std::min<std::uint64_t>(end, start + scenario.fileSeconds));
     const std::string name = scenario.namePrefix + "_" + FileNameTime(fileStart) + ".zel3";
     const std::string path = folder + "/" + name;
     GroundTruthFile file =
@@ -54,9 +55,9 @@ GroundTruth WriteScenario(const std::string& folder, const Scenario& scenario) {
     SetModificationTime(path, fileEnd);
     truth.files.push_back(std::move(file));
 
-    start = fileEnd + GapAfter(scenario, number);
+    start = fileEnd + GapSecondsAfter(scenario, number);
     if (start > fileEnd && start < end)
-      truth.gaps.push_back({fileEnd, static_cast<std::uint32_t>(start)});
+      truth.gaps.push_back({fileEnd, static_cast<IndexTime>(start)});
   }
   return truth;
 }

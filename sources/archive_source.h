@@ -6,7 +6,7 @@
 // Where archives are on disk. Paths are in the local 8-bit encoding.
 namespace archive_source {
 
-// What fits into the path fields of a creation record.
+// How many bytes of a path fit into the fields of a creation record.
 constexpr std::size_t kLongestPath = 260;
 
 // The absolute path of an archive file or folder. Throws Failure when there is neither at `path`,

@@ -20,11 +20,11 @@
 namespace {
 
 // Readers load no larger one.
-constexpr std::uint64_t kLargestCache = std::numeric_limits<std::int32_t>::max();
+constexpr std::uint64_t kLargestCacheBytes = std::numeric_limits<std::int32_t>::max();
 // Whole entries and whole positions.
 constexpr std::size_t kPortion = 4096 * sizeof(ZEL_ID3_REC);
 // Entries keep 48 bits of a position.
-constexpr std::uint64_t kEndOfPositions = std::uint64_t{1} << 48;
+constexpr FilePosition kEndOfPositions = FilePosition{1} << 48;
 
 bool IsEntry(const unsigned char* bytes) {
   ZEL_ID3_REC entry;
@@ -40,7 +40,7 @@ bool IsEntry(const unsigned char* bytes) {
 }
 
 bool IsPosition(const unsigned char* bytes) {
-  return LoadLittleEndian<std::uint64_t>(bytes) < kEndOfPositions;
+  return LoadLittleEndian<FilePosition>(bytes) < kEndOfPositions;
 }
 
 // Goes through the bytes of an .evt file as they come.
@@ -95,7 +95,7 @@ class Shape {
       case CacheKind::kEntries:
         return TakeRecords<sizeof(ZEL_ID3_REC)>(bytes, size, IsEntry);
       case CacheKind::kHeaders:
-        return TakeRecords<sizeof(std::uint64_t)>(bytes, size, IsPosition);
+        return TakeRecords<sizeof(FilePosition)>(bytes, size, IsPosition);
       case CacheKind::kEvents:
         break;
     }
@@ -135,7 +135,7 @@ bool ReadPortion(const FileHandle& file, std::vector<unsigned char>* portion) {
 
 // A plain file with no other name.
 bool IsPlain(const struct statx& status) {
-  return S_ISREG(status.stx_mode) && status.stx_nlink == 1 && status.stx_size <= kLargestCache;
+  return S_ISREG(status.stx_mode) && status.stx_nlink == 1 && status.stx_size <= kLargestCacheBytes;
 }
 
 enum class Extent { kAll, kStart };

@@ -142,7 +142,7 @@ CacheNames CacheOf(const std::string& archive, const std::string& folder) {
 }
 
 bool HasIndex(const std::string& archive, const std::string& folder) {
-  constexpr std::uint64_t kSmallestEventGroup = 11;
+  constexpr std::uint64_t kSmallestEventGroupBytes = 11;
   const CacheNames names = CacheOf(archive, folder);
   PlainFile entries;
   PlainFile headers;
@@ -152,8 +152,8 @@ bool HasIndex(const std::string& archive, const std::string& folder) {
     return false;
   }
   if (!headers.Open(names.headers, PlainFile::Mode::kRead)) return true;
-  return headers.Size() >= sizeof(std::uint64_t) || entries.Size() >= sizeof(ZEL_ID3_REC) ||
-         events.Size() > kSmallestEventGroup;
+  return headers.Size() >= sizeof(FilePosition) || entries.Size() >= sizeof(ZEL_ID3_REC) ||
+         events.Size() > kSmallestEventGroupBytes;
 }
 
 std::vector<std::string> StrangersBeside(const std::string& archive) {

@@ -103,7 +103,7 @@ void AddMake(CLI::App* app, Options* options, Run* run) {
       verb, "--length", &make->lengthSeconds,
       "how long it lasts, gaps included: 90, 15m, 6h, 1d; leaves out the sample day's gaps and "
       "change of streams");
-  AddNumber(verb, "--files", &make->files,
+  AddNumber(verb, "--files", &make->fileCount,
             "into how many files it is cut; leaves out the same as --length");
   AddDuration(verb, "--interval", &make->intervalSeconds, "from one index entry to the next");
   AddParsed(verb, "--gap", &make->gaps, GapsFromText, "list of gaps",
@@ -205,7 +205,8 @@ void AddActivity(CLI::App* app, Options* options, Run* run) {
   from->needs(
       AddTime(verb, "TO", &activity->to, "where it ends; default: from first to last archive"));
   AddNumber(verb, "--stream", &activity->streamId, "number of the stream")->required();
-  AddNumber(verb, "--bins", &activity->bins, "into how many parts the range is cut; default: 96");
+  AddNumber(verb, "--bins", &activity->binCount,
+            "into how many parts the range is cut; default: 96");
   AddNoIndex(verb, &activity->missingIndexes);
   AddStyle(verb, &activity->style, {"text", "json", "csv"});
 }

@@ -48,23 +48,23 @@ class Fields {
 
 cMemBlock ChunkRequest(Fields& fields) {
   ChunkRequestBlock block = ChunkRequestBlock::New();
-  block.Record().time = fields.Number<std::uint64_t>("time");
+  block.Record().time = fields.Number<ArchiveTime>("time");
   block.Record().type = fields.Number<std::uint32_t>("type");
   return block;
 }
 
 cMemBlock ParserChunkRequest(Fields& fields) {
   ParserChunkRequestBlock block = ParserChunkRequestBlock::New();
-  block.Record().indexId = fields.Number<std::uint64_t>("indexId");
-  block.Record().time = fields.Number<std::uint64_t>("time");
+  block.Record().indexId = fields.Number<IndexId>("indexId");
+  block.Record().time = fields.Number<ArchiveTime>("time");
   block.Record().preview = fields.Number<std::uint8_t>("preview", 1);
   return block;
 }
 
 cMemBlock Play(Fields& fields) {
   PlayBlock block = PlayBlock::New();
-  block.Record().indexId = fields.Number<std::uint64_t>("indexId");
-  block.Record().time = fields.Number<std::uint64_t>("time");
+  block.Record().indexId = fields.Number<IndexId>("indexId");
+  block.Record().time = fields.Number<ArchiveTime>("time");
   block.Record().mode = fields.Number<std::uint32_t>("mode");
   block.Record().forward = fields.Number<std::uint8_t>("forward");
   return block;
@@ -72,8 +72,8 @@ cMemBlock Play(Fields& fields) {
 
 cMemBlock ActivityRequest(Fields& fields) {
   ActivityRequestBlock block = ActivityRequestBlock::New();
-  block.Record().from = fields.Number<std::uint64_t>("from");
-  block.Record().to = fields.Number<std::uint64_t>("to");
+  block.Record().from = fields.Number<ArchiveTime>("from");
+  block.Record().to = fields.Number<ArchiveTime>("to");
   block.Record().binCount = fields.Number<std::int32_t>("binCount");
   block.Record().streamId = fields.Number<std::int32_t>("streamId");
   return block;
@@ -81,8 +81,8 @@ cMemBlock ActivityRequest(Fields& fields) {
 
 cMemBlock PreviewRequest(Fields& fields) {
   PreviewRequestBlock block = PreviewRequestBlock::New();
-  block.Record().time = fields.Number<std::uint64_t>("time");
-  block.Record().endTime = fields.Number<std::uint64_t>("endTime");
+  block.Record().time = fields.Number<ArchiveTime>("time");
+  block.Record().endTime = fields.Number<ArchiveTime>("endTime");
   return block;
 }
 

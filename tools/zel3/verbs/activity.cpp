@@ -20,27 +20,27 @@ namespace {
 constexpr std::uint32_t kMostBins = 10000;
 
 struct Bin {
-  ArchiveTime time = 0;  // archive time
-  unsigned level = 0;    // 0-63
+  ArchiveTime time = 0;
+  unsigned level = 0;  // 0-63
   bool recorded = false;
 };
 
 ActivityBins BinsFor(const ActivityOptions& options, IndexedSource* source) {
   if (options.from && options.to)
-    return CutIntoBins(*options.from, std::min(*options.to, kEndOfTimes), options.bins);
+    return CutIntoBins(*options.from, std::min(*options.to, kEndOfTimes), options.binCount);
   const std::optional<ArchiveList> list = source->Client().List();
-  std::uint64_t start = kEndOfTimes;
-  std::uint64_t end = 0;
+  ArchiveTime start = kEndOfTimes;
+  ArchiveTime end = 0;
   for (const ListedArchive& archive : list ? list->archives : source->Archives()) {
     start = std::min(start, archive.startTime);
     end = std::max({end, archive.startTime + 1, archive.endTime});
   }
-  return CutIntoBins(start, end, options.bins);
+  return CutIntoBins(start, end, options.binCount);
 }
 
 void Check(const ActivityOptions& options) {
   if (options.from && options.to) CheckTimeRange(*options.from, *options.to);
-  if (options.bins == 0 || options.bins > kMostBins)
+  if (options.binCount == 0 || options.binCount > kMostBins)
     throw Failure("the number of bins must be 1 to 10000", kExitUsage);
 }
 

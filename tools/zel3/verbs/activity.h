@@ -14,7 +14,7 @@ struct ActivityOptions {
   std::uint8_t streamId = 0;
   std::optional<ArchiveTime> from;  // none: the start of the first archive
   std::optional<ArchiveTime> to;    // not part of the range; none: the last end
-  std::uint32_t bins = 96;
+  std::uint32_t binCount = 96;
   MissingIndexes missingIndexes = MissingIndexes::kBuild;
   OutputStyle style;
 };

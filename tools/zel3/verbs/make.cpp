@@ -19,25 +19,26 @@ namespace {
 
 IndexTime IndexTimeOf(ArchiveTime archiveTime) {
   const std::uint64_t indexTime = archiveTime / kArchiveTimePerIndexTime;
-  if (ToArchiveTime(static_cast<std::uint32_t>(indexTime)) != archiveTime) {
+  if (ToArchiveTime(static_cast<IndexTime>(indexTime)) != archiveTime) {
     throw Failure("the start must be a whole second before the year 2106", kExitUsage);
   }
-  return static_cast<std::uint32_t>(indexTime);
+  return static_cast<IndexTime>(indexTime);
 }
 
-std::uint32_t SecondsPerFile(const Scenario& scenario, std::uint32_t files) {
-  if (files == 0) throw Failure("an archive has at least one file", kExitUsage);
-  std::uint64_t recorded = scenario.lengthSeconds;
+std::uint32_t SecondsPerFile(const Scenario& scenario, std::uint32_t fileCount) {
+  if (fileCount == 0) throw Failure("an archive has at least one file", kExitUsage);
+  std::uint64_t recordedSeconds = scenario.lengthSeconds;
   for (const ScenarioGap& gap : scenario.gaps) {
-    if (gap.seconds > recorded) throw Failure("the gaps are longer than the archive", kExitUsage);
-    recorded -= gap.seconds;
+    if (gap.seconds > recordedSeconds)
+      throw Failure("the gaps are longer than the archive", kExitUsage);
+    recordedSeconds -= gap.seconds;
   }
-  return static_cast<std::uint32_t>((recorded + (files - 1)) / files);
+  return static_cast<std::uint32_t>((recordedSeconds + (fileCount - 1)) / fileCount);
 }
 
 Scenario ScenarioFor(const MakeOptions& options) {
   Scenario scenario = DefaultScenario();
-  if (options.lengthSeconds || options.files) {
+  if (options.lengthSeconds || options.fileCount) {
     // These belong to the files of the sample day.
     scenario.gaps.clear();
     scenario.headerChanges.clear();
@@ -50,7 +51,7 @@ Scenario ScenarioFor(const MakeOptions& options) {
   scenario.eventsPerHour = options.eventsPerHour.value_or(scenario.eventsPerHour);
   scenario.namePrefix = options.namePrefix.value_or(scenario.namePrefix);
   scenario.gaps = options.gaps.value_or(scenario.gaps);
-  if (options.files) scenario.fileSeconds = SecondsPerFile(scenario, *options.files);
+  if (options.fileCount) scenario.fileSeconds = SecondsPerFile(scenario, *options.fileCount);
   return scenario;
 }
 

@@ -19,7 +19,7 @@ struct MakeOptions {
   std::optional<std::uint64_t> seed;
   std::optional<ArchiveTime> start;
   std::optional<std::uint32_t> lengthSeconds;
-  std::optional<std::uint32_t> files;
+  std::optional<std::uint32_t> fileCount;
   std::optional<std::uint32_t> intervalSeconds;
   std::optional<std::uint64_t> payloadBytes;  // mean, of one entry
   std::optional<std::uint32_t> eventsPerHour;

@@ -16,7 +16,7 @@ namespace {
 constexpr std::uint32_t kMostPositions = 10000;
 
 struct Position {
-  ArchiveTime time = 0;  // archive time
+  ArchiveTime time = 0;
   std::optional<PreviewEntry> shown;
 };
 
@@ -27,10 +27,10 @@ void Check(const PreviewOptions& options) {
 }
 
 // The first position is the start of the range; computed so that no product overflows.
-std::uint64_t TimeOf(std::uint32_t position, const PreviewOptions& options) {
-  const std::uint64_t span = options.to - options.from;
-  return options.from + span / options.count * position +
-         span % options.count * position / options.count;
+ArchiveTime TimeOf(std::uint32_t number, const PreviewOptions& options) {
+  const ArchiveTime span = options.to - options.from;
+  return options.from + span / options.count * number +
+         span % options.count * number / options.count;
 }
 
 void PrintAsJson(const std::vector<Position>& positions, TimeFormat times) {

@@ -58,7 +58,7 @@ class GapWatch {
   bool mTaken = false;
   std::uint32_t mFileNumber = 0;
   ArchiveTime mTime = 0;
-  std::uint64_t mStep = 0;  // the first one between two times
+  ArchiveTime mStep = 0;  // the first one between two times
 };
 
 // What has been read.

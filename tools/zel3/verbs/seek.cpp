@@ -126,8 +126,8 @@ std::string NothingThere(ArchiveClient* client, ArchiveTime time, TimeFormat tim
   const std::string nothing = kNothingRecorded;
   const std::optional<ArchiveList> list = client->List();
   if (!list || list->archives.empty()) return nothing;
-  std::uint64_t first = list->archives.front().startTime;
-  std::uint64_t last = 0;
+  ArchiveTime first = list->archives.front().startTime;
+  ArchiveTime last = 0;
   for (const ListedArchive& archive : list->archives) {
     first = std::min(first, archive.startTime);
     last = std::max(last, archive.endTime);
