@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -22,9 +23,12 @@ class cCommandBlock : public cMemBlock {
     return cCommandBlock(node::Make(size));
   }
 
-  // A typed handle on the node of `block`, whose tag must say that it is a command with a T. Takes
-  // a reference, copies nothing.
-  static cCommandBlock View(const cMemBlock& block) { return cCommandBlock(block); }
+  // A typed handle on the node of `block`. Takes a reference, copies nothing. REQUIRES: its tag is
+  // kTag.
+  static cCommandBlock View(const cMemBlock& block) {
+    assert(block.GetType() == kTag);
+    return cCommandBlock(block);
+  }
 
   std::uint32_t Size() const { return mNode->size; }
   // False for a node too small for its record; one that came from elsewhere may then only be asked

@@ -1,6 +1,7 @@
 #include "client/activity_bins.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include "client/coverage.h"
 
@@ -9,6 +10,7 @@ ArchiveTime ActivityBins::End(std::uint32_t bin) const {
 }
 
 ActivityBins CutIntoBins(ArchiveTime from, ArchiveTime to, std::uint32_t mostBins) {
+  assert(from < to && mostBins > 0);
   const ArchiveTime width = (to - from + mostBins - 1) / mostBins;
   return {from, to, width, static_cast<std::uint32_t>((to - from + width - 1) / width)};
 }

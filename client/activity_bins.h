@@ -22,7 +22,7 @@ struct ActivityBins {
 };
 
 // At most `mostBins` bins of whole units of time: a short range has fewer of them. REQUIRES: `from`
-// is below `to`.
+// is below `to`, `mostBins` is not 0.
 ActivityBins CutIntoBins(ArchiveTime from, ArchiveTime to, std::uint32_t mostBins);
 
 // How active a stream was in each bin, 0-63. Throws what the client throws.

@@ -1,6 +1,7 @@
 #include "client/archive_client.h"
 
 #include <algorithm>
+#include <cassert>
 #include <chrono>
 #include <cstdlib>
 #include <thread>
@@ -168,6 +169,7 @@ const std::vector<RecordedEvent>& ArchiveClient::Events() {
 
 std::vector<std::uint8_t> ArchiveClient::Activity(ArchiveTime from, ArchiveTime to,
                                                   std::int32_t binCount, std::int32_t streamId) {
+  assert(binCount > 0);
   ActivityRequestBlock request = ActivityRequestBlock::New();
   request.Record().from = from;
   request.Record().to = to;

@@ -1,5 +1,6 @@
 #include "client/archive_session.h"
 
+#include <cassert>
 #include <cstring>
 #include <utility>
 
@@ -18,6 +19,7 @@ constexpr char kBrickName[] = "zel3";
 template <std::size_t kFieldSize>
 void SetText(char (&field)[kFieldSize], const std::string& text) {
   static_assert(kFieldSize > archive_source::kLongestPath);
+  assert(text.size() < kFieldSize);
   std::strncpy(field, text.c_str(), kFieldSize - 1);
 }
 

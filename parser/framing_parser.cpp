@@ -1,6 +1,7 @@
 #include "parser/framing_parser.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include "blocks/byte_cursor.h"
 #include "blocks/index_record.h"
@@ -37,6 +38,7 @@ bool FramingParser::Hold(const unsigned char* bytes, std::size_t size) {
 }
 
 void FramingParser::Restart() {
+  assert(mPosition <= mFed);
   mPosition = mFed;
   if (mLost) EndDamage();
 }

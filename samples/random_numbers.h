@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cassert>
 #include <cstdint>
 
 // Numbers that look random and are the same for a seed in every build.
@@ -17,7 +18,10 @@ class RandomNumbers {
   }
 
   // 0 to `count` - 1. REQUIRES: `count` is not 0.
-  std::uint64_t Below(std::uint64_t count) { return Next() % count; }
+  std::uint64_t Below(std::uint64_t count) {
+    assert(count != 0);
+    return Next() % count;
+  }
 
  private:
   std::uint64_t mState;

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <link.h>
 
+#include <cassert>
 #include <memory>
 
 namespace loaded_library {
@@ -14,7 +15,9 @@ struct Closed {
 };
 
 std::unique_ptr<void, Closed> HandleOf(const std::string& path) {
-  return std::unique_ptr<void, Closed>(dlopen(path.c_str(), RTLD_LAZY | RTLD_NOLOAD));
+  std::unique_ptr<void, Closed> handle(dlopen(path.c_str(), RTLD_LAZY | RTLD_NOLOAD));
+  assert(handle != nullptr);
+  return handle;
 }
 
 }  // namespace
