@@ -8,7 +8,7 @@
 #include "blocks/units.h"
 #include "parser/framing_parser.h"
 
-// One record of an archive file, or a stretch that is none.
+// One record of an archive file, or a stretch that is not a record.
 struct FoundRecord {
   enum class Kind { kHeader, kIndex, kData, kEvent, kDamage, kCutOff };
 

@@ -10,14 +10,14 @@
 #include "blocks/command_node.h"
 #include "blocks/four_cc.h"
 
-// A command or notification: one record T, perhaps with bytes behind it. All handles share the
+// A command or notification: one record T, perhaps with bytes after it. All handles share the
 // record; writing never copies.
 template <class T, Tag kTag>
 class cCommandBlock : public cMemBlock {
  public:
   class node;
 
-  // A block of `size` bytes, record and all: with a fresh record, and zeros behind it. Throws
+  // A block of `size` bytes, record and all: with a fresh record, and zeros after it. Throws
   // std::bad_alloc.
   static cCommandBlock New(std::uint32_t size = sizeof(T)) {
     return cCommandBlock(node::Make(size));
@@ -41,7 +41,7 @@ class cCommandBlock : public cMemBlock {
   void* GetData() override { return node::RecordOf(mNode); }
   const void* GetData() const override { return node::RecordOf(mNode); }
 
-  // The bytes behind the record; 0 also for a node too small for its record.
+  // The bytes after the record; 0 also for a node too small for its record.
   std::uint32_t GetExtraSize() const override {
     return HoldsRecord() ? mNode->size - static_cast<std::uint32_t>(sizeof(T)) : 0;
   }
@@ -75,7 +75,7 @@ class cCommandBlock<T, kTag>::node final : public cCommandNode {
 
   ~node() override { RecordOf(this)->~T(); }
 
-  // The payload stands right behind the fields of a command node, whichever module made it.
+  // The payload stands right after the fields of a command node, whichever module made it.
   static T* RecordOf(cMemBlock::node* start) {
     return reinterpret_cast<T*>(reinterpret_cast<unsigned char*>(start) + sizeof(cCommandNode));
   }

@@ -3,8 +3,8 @@
 #include <cxxabi.h>
 
 // Runs `work`; false when it has thrown. No exception may leave a brick, but the cancellation of a
-// thread unwinds like one, and a thread whose cancellation is swallowed ends the process. There is
-// no object behind a cancellation, which the sanitizer of null references must not mind.
+// thread unwinds like one, and a thread whose cancellation is swallowed ends the process. A
+// cancellation has no object, which the sanitizer of null references must not mind.
 template <class Work>
 __attribute__((no_sanitize("null"))) bool Contain(const Work& work) {
   try {

@@ -22,7 +22,7 @@ class cStructBlock : public cMemBlock {
  public:
   class node;
 
-  // A block of `size` bytes, record and all: with a fresh record, and bytes behind it that are not
+  // A block of `size` bytes, record and all: with a fresh record, and bytes after it that are not
   // set. Throws std::bad_alloc.
   static cStructBlock New(std::uint32_t size = sizeof(T)) {
     node* const fresh = node::Make(size);
@@ -57,7 +57,7 @@ class cStructBlock : public cMemBlock {
   }
   void* GetData() override { return WritableBytes(); }
 
-  // The bytes behind the record; 0 also for a node too small for its record.
+  // The bytes after the record; 0 also for a node too small for its record.
   std::uint32_t GetExtraSize() const override {
     return HoldsRecord() ? mNode->size - static_cast<std::uint32_t>(sizeof(T)) : 0;
   }
@@ -122,7 +122,7 @@ class cStructBlock<T, kTag>::node final : public cMemBlock::node {
     mChain.PutFront(this, releasedSize);
   }
 
-  // The payload stands right behind the node's fields, so that a node made by any module is read by
+  // The payload stands right after the node's fields, so that a node made by any module is read by
   // its place.
   static unsigned char* BytesOf(cMemBlock::node* start) {
     return reinterpret_cast<unsigned char*>(start) + sizeof(cMemBlock::node);

@@ -119,7 +119,7 @@ class ArchiveCheckup : public FramingSink {
     }
   }
 
-  // Known to lie behind the last entry so far.
+  // Known to lie after the last entry so far.
   void AddBytes(Finding finding, FilePosition position, std::uint64_t bytes) {
     finding.position = position;
     finding.bytes = bytes;

@@ -42,7 +42,7 @@ class CacheCheckup {
     PlainFile file;
     std::vector<char> portion;  // read from the file
     std::size_t taken = 0;      // bytes of the portion
-    std::string mismatch;       // the first one; nothing is compared behind it
+    std::string mismatch;       // the first one; nothing is compared after it
     // Numbers of records.
     std::uint64_t matched = 0;
     std::uint64_t inArchive = 0;

@@ -16,7 +16,7 @@ ActivityBins CutIntoBins(ArchiveTime from, ArchiveTime to, std::uint32_t mostBin
 }
 
 // The reader counts an entry for the bin after the one in which it stands, and crowds into the last
-// bin what stands behind it. So it is asked for two bins more, and the first and the last of its
+// bin what stands after it. So it is asked for two bins more, and the first and the last of its
 // bins are of no use.
 std::vector<std::uint8_t> ActivityLevels(const ActivityBins& bins, std::uint8_t streamId,
                                          ArchiveClient* client) {

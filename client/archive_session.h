@@ -8,7 +8,7 @@
 #include "host/pipeline.h"
 #include "sources/host_options.h"
 
-// A reader on one source with one client behind it, as a host would run them. One session at a time
+// A reader on one source with one client after it, as a host would run them. One session at a time
 // in a process.
 class ArchiveSession {
  public:

@@ -81,7 +81,7 @@ std::optional<FoundEntry> Coverage::LastUpTo(ArchiveTime time) {
     return mClient->Find(time, Lookup::kAtOrBefore);
   } catch (const Failure& error) {
     if (error.Code() == kExitInterrupted) throw;
-    // An archive ends some seconds behind its last entry, and there another one may begin that
+    // An archive ends some seconds after its last entry, and there another one may begin that
     // cannot be indexed.
     return std::nullopt;
   }

@@ -11,7 +11,7 @@
 // Tells where something was recorded: a quiet camera and a missing recording look the same in
 // activity levels. A stretch of time is recorded when an index entry lies in it, or when it lies
 // between two neighbouring entries that are not much further apart than the first two of their
-// file, or behind a file's last entry and before its end.
+// file, or after a file's last entry and before its end.
 class Coverage {
  public:
   // Borrows `client`. `archives` are those of its list that have an index, `withoutIndex` the

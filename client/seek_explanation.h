@@ -16,9 +16,9 @@ using ByteRange = std::pair<FilePosition, FilePosition>;
 struct SeekExplanation {
   enum class Rule {
     kAt,        // an entry has this very time
-    kBefore,    // the time lies behind an entry, before the next one
-    kGap,       // nothing is recorded then: the first entry behind the gap
-    kNext,      // the entry behind the one that holds the time
+    kBefore,    // the time lies after an entry, before the next one
+    kGap,       // nothing is recorded then: the first entry after the gap
+    kNext,      // the entry after the one that holds the time
     kPrevious,  // the entry before the one that holds the time
   };
 

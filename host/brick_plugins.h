@@ -39,7 +39,7 @@ BRICK_HOST_API std::map<Tag, std::string> KnownFiles();
 BRICK_HOST_API std::string FileFor(Tag signature);
 
 // Loads that file unless it is loaded already. Throws std::runtime_error, too, when it cannot be
-// loaded or is no plug-in.
+// loaded or is not a plug-in.
 BRICK_HOST_API void Load(Tag signature);
 
 // Calls `onRequest` with the signature of each brick that is asked for, before it is made. An empty

@@ -2,7 +2,7 @@
 
 #include "indexer/file_index_store.h"
 #include "indexer/store_order.h"
-#include "verbs/time_range.h"
+#include "indexer/time_range.h"
 
 // What the entries of a file say while they are loaded, portion by portion.
 class EntryScan {

@@ -6,7 +6,7 @@
 
 namespace {
 
-// Up to which time each file tells what is recorded: behind the last entry that is so far, the file
+// Up to which time each file tells what is recorded: after the last entry that is so far, the file
 // goes on until the next one starts.
 std::vector<ArchiveTime> LastTimes(const std::vector<ReportFile>& files) {
   std::vector<ArchiveTime> lastTimes;
@@ -64,8 +64,8 @@ StreamPlaces::Stretches StreamPlaces::Joined(Stretches stretches) {
 }
 
 bool StreamPlaces::Meet(const Stretches& stretches, ArchiveTime from, ArchiveTime to) {
-  const auto behind =
+  const auto after =
       std::lower_bound(stretches.begin(), stretches.end(), from,
                        [](const auto& stretch, ArchiveTime time) { return stretch.second < time; });
-  return behind != stretches.end() && behind->first < to;
+  return after != stretches.end() && after->first < to;
 }

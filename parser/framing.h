@@ -32,7 +32,7 @@ struct StreamDescriptor {
 };
 
 // What archives are written with: added to the length of a header, it gives the place of the index
-// record behind a header that starts the file. It makes up for the marker and for the last NUL.
+// record after a header that starts the file. It makes up for the marker and for the last NUL.
 constexpr std::int16_t kFirstIndexDelta = 5;
 
 struct ArchiveHeader {
@@ -44,7 +44,7 @@ struct ArchiveHeader {
 
 constexpr std::size_t kLargestPayload = 65535;
 constexpr std::size_t kLargestRecordSize = sizeof(DATA_T) + kLargestPayload;
-// Where the title stands in a header body, behind the two words.
+// Where the title stands in a header body, after the two words.
 constexpr std::size_t kTitleOffset = 4;
 // Of a header with an empty title and no streams.
 constexpr std::int16_t kShortestHeaderLength = kTitleOffset;

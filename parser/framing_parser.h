@@ -33,7 +33,7 @@ class FramingSink {
 //
 // The parser has lost its place when a data head names neither an event nor a stream that the last
 // header declares active, or when a header is too short or its texts do not end where its length
-// says. It then drops bytes up to the next marker, looking from one byte behind the start of that
+// says. It then drops bytes up to the next marker, looking from one byte after the start of that
 // record; the last good header stays in force. Until the first header no data is found.
 //
 // Holds at most one incomplete record. Used on one thread.

@@ -19,7 +19,7 @@
 // never sees it.
 //
 // The virtual functions stand in this order in the table, and the size is fixed: the members of the
-// bricks of plug-ins follow. What a host keeps of a brick stands behind the one pointer.
+// bricks of plug-ins follow. The one pointer leads to what a host keeps of a brick.
 class BRICK_SDK_API CBrick {
  public:
   // The brick is scheduled once Create has named its pipeline.

@@ -41,7 +41,7 @@ std::string Words(const std::vector<std::string>& words) {
   return fmt::format("{}", fmt::join(words, " "));
 }
 
-// A line of the table of values: what stands behind an option, or at a place.
+// A line of the table of values: what stands after an option, or at a place.
 void AddValue(std::string* script, const std::string& pattern, const ArgumentDescription& what) {
   if (!what.TakesValue()) return;
   const std::string value = what.TakesPath() ? "PATH" : Words(what.Choices());

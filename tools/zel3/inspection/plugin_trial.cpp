@@ -58,8 +58,8 @@ class Chain {
     TBrickConfig neighbour = {};
     neighbour.ownerContext = mPipeline.Id();
     mBefore.Create(neighbour);
-    mBehind.Create(neighbour);
-    mBehind.ConnectAfter(mBrick.get());
+    mAfter.Create(neighbour);
+    mAfter.ConnectAfter(mBrick.get());
     mHasBefore = madeFor.input.kind != tag::kKindFolder;
     if (mHasBefore) mBrick->ConnectAfter(&mBefore);
   }
@@ -73,10 +73,10 @@ class Chain {
 
   BlockReaction Settle(const std::string& block = "") {
     if (!mPipeline.RunUntilIdle(kMostSteps)) throw Failure("the plug-in does not come to rest");
-    return {block, mBefore.TakeNames(), mBehind.TakeNames()};
+    return {block, mBefore.TakeNames(), mAfter.TakeNames()};
   }
   BlockReaction Command(const cMemBlock& block) {
-    mBehind.SendCmd(block);
+    mAfter.SendCmd(block);
     return Settle(Neighbour::NameOf(block));
   }
   BlockReaction Give(const cMemBlock& block) {
@@ -87,7 +87,7 @@ class Chain {
  private:
   Pipeline mPipeline;
   Neighbour mBefore;
-  Neighbour mBehind;
+  Neighbour mAfter;
   std::unique_ptr<CBrick> mBrick;
   bool mHasBefore = false;
 };

@@ -11,7 +11,7 @@
 struct BlockReaction {
   std::string block;              // what it was sent; empty: nothing yet, it was created
   std::vector<std::string> up;    // what it sent to the brick before it
-  std::vector<std::string> down;  // and to the one behind it
+  std::vector<std::string> down;  // and to the one after it
 };
 
 struct MadeFor {
@@ -33,5 +33,5 @@ struct PlugInFacts {
 
 // Tries the plug-in that the host knows by `signature` on all content descriptors that there are
 // and, over a small archive written for that, on all blocks that a brick may be sent. REQUIRES: no
-// plug-in is in use. Throws std::runtime_error when the file cannot be loaded or is no plug-in.
+// plug-in is in use. Throws std::runtime_error when the file cannot be loaded or is not a plug-in.
 PlugInFacts TryPlugIn(Tag signature);

@@ -6,12 +6,12 @@
 
 #include "sdk/mem_block.h"
 
-// Why a text is no list of commands. The message does not repeat the text.
+// Why a text is not a list of commands. The message does not repeat the text.
 class CommandError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
 // The commands that one JSON value stands for: an object is one command, an array is its elements
-// in their order. Throws CommandError when any of it is no command.
+// in their order. Throws CommandError when any of it is not a command.
 std::vector<cMemBlock> CommandsFromJson(const std::string& text);

@@ -146,7 +146,7 @@ std::vector<std::string> FoldersOf(const SourceFacts& source) {
 }
 
 int ExplainSeek(const ServedSource& source, const SeekOptions& options) {
-  // What loading the plug-in reads is no part of the answer.
+  // What loading the plug-in reads is not part of the answer.
   brick_plugins::SetSearchFolder(source.Host().pluginFolder);
   brick_plugins::Load(tag::kSignatureReader);
   ProgressBar progress;
