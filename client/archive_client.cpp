@@ -5,13 +5,10 @@
 #include <chrono>
 #include <cstdlib>
 #include <thread>
+#include <utility>
 
-#include "archive/stream_map.h"
-#include "blocks/byte_cursor.h"
 #include "blocks/commands.h"
-#include "blocks/index_record.h"
 #include "blocks/notifications.h"
-#include "blocks/stream_records.h"
 #include "sources/archive_source.h"
 #include "system/failure.h"
 
@@ -31,40 +28,10 @@ std::string ProgressLabel(const std::string& source, const std::vector<std::stri
   return single ? "indexing " + archive_source::FileName(source) : "indexing";
 }
 
-FoundEntry AsFound(const TZEL3ChunkInfo& info) {
-  return {FileNumber(info.indexId), EntryNumber(info.indexId), info.time};
-}
-
-ArchiveList ListFrom(const ArchivesBlock& block) {
-  const TArchivesInfo& info = block.Record();
-  ArchiveList list;
-  list.source = info.source;
-  const std::size_t held = block.GetExtraSize() / sizeof(TArchiveEntry);
-  for (std::size_t i = 0; i < std::min<std::size_t>(info.count, held); ++i) {
-    const TArchiveEntry& archive = info.Archives()[i];
-    list.archives.push_back(
-        {archive.startTime, archive.endTime, archive.fileNumber, StreamIds(archive)});
-  }
-  return list;
-}
-
-std::vector<RecordedEvent> EventsFrom(const TEventList& list) {
-  std::vector<RecordedEvent> events;
-  for (const TEventListEntry& event : list.events) {
-    events.push_back({event.time, event.eventType, event.text});
-  }
-  return events;
-}
-
-std::vector<std::uint8_t> LevelsFrom(const ActivityGistBlock& block) {
-  const std::uint8_t* const levels = block.Record().Levels();
-  return std::vector<std::uint8_t>(levels, levels + block.GetExtraSize());
-}
-
-bool EndsWithTerminatingMarker(const RawDataBlock& block) {
-  if (block.Size() < kIndexRecordSize) return false;
-  const auto marker = EncodeIndexRecord(IDX_T());
-  return std::equal(marker.begin(), marker.end(), block.Bytes() + block.Size() - kIndexRecordSize);
+// An answer that is not whole leaves what an earlier one has told.
+template <class Answer, class Kept>
+void Keep(std::optional<Answer> answer, Kept* kept) {
+  if (answer) *kept = std::move(*answer);
 }
 
 }  // namespace
@@ -227,15 +194,18 @@ void ArchiveClient::Ask(const cMemBlock& command) {
 }
 
 void ArchiveClient::Note(const cMemBlock& block) {
-  if (block.GetType() == tag::kNotify) {
-    NoteNotification(block);
-  } else if (block.GetType() == tag::kArchives) {
-    const ArchivesBlock archives = ArchivesBlock::View(block);
-    if (archives.HoldsRecord()) mAnswers.list = ListFrom(archives);
-  } else if (block.GetType() == tag::kRawData) {
-    const RawDataBlock data = RawDataBlock::View(block);
-    if (!EndsWithTerminatingMarker(data)) return;
-    mAnswers.data.emplace(data.Bytes(), data.Bytes() + data.Size() - kIndexRecordSize);
+  switch (block.GetType()) {
+    case tag::kNotify:
+      NoteNotification(block);
+      break;
+    case tag::kArchives:
+      Keep(ListIn(block), &mAnswers.list);
+      break;
+    case tag::kRawData:
+      Keep(BytesIn(block), &mAnswers.data);
+      break;
+    default:
+      break;
   }
 }
 
@@ -246,21 +216,15 @@ void ArchiveClient::NoteNotification(const cMemBlock& block) {
     case tag::kMessage:
       NoteMessage(block);
       break;
-    case tag::kChunkAnswer: {
-      const ChunkAnswerBlock answer = ChunkAnswerBlock::View(block);
-      if (answer.HoldsRecord()) mAnswers.entry = answer.Record().info;
+    case tag::kChunkAnswer:
+      Keep(EntryIn(block), &mAnswers.entry);
       break;
-    }
-    case tag::kEventList: {
-      const EventListBlock events = EventListBlock::View(block);
-      if (events.HoldsRecord()) mEvents = EventsFrom(events.Record());
+    case tag::kEventList:
+      Keep(EventsIn(block), &mEvents);
       break;
-    }
-    case tag::kActivityGist: {
-      const ActivityGistBlock gist = ActivityGistBlock::View(block);
-      if (gist.HoldsRecord()) mAnswers.levels = LevelsFrom(gist);
+    case tag::kActivityGist:
+      Keep(LevelsIn(block), &mAnswers.levels);
       break;
-    }
     default:
       break;
   }

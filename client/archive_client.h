@@ -7,38 +7,10 @@
 
 #include "blocks/chunk_info.h"
 #include "blocks/units.h"
+#include "client/answers.h"
 #include "client/archive_session.h"
 #include "sources/served_source.h"
 #include "system/progress.h"
-
-struct ListedArchive {
-  ArchiveTime startTime = 0;
-  ArchiveTime endTime = 0;
-  std::uint32_t fileNumber = 0;
-  std::vector<unsigned> streamIds;  // ascending
-};
-
-struct ArchiveList {
-  std::string source;
-  std::vector<ListedArchive> archives;
-};
-
-struct FoundEntry {
-  std::uint32_t fileNumber = 0;
-  std::uint32_t entryNumber = 0;
-  ArchiveTime time = 0;
-};
-
-struct PreviewEntry {
-  FoundEntry entry;
-  bool timeReached = false;  // the end asked for is not after the entry
-};
-
-struct RecordedEvent {
-  ArchiveTime time = 0;
-  std::uint8_t type = 0;
-  std::string text;  // as recorded: any bytes
-};
 
 enum class Lookup {
   kAtOrBefore,
@@ -68,7 +40,7 @@ class ArchiveClient {
   // that the answer needs cannot be built.
   std::optional<FoundEntry> Find(ArchiveTime time, Lookup lookup);
 
-  // The bytes of the entry `entryNumber` of the file `fileNumber`, behind the stream header when
+  // The bytes of the entry `entryNumber` of the file `fileNumber`, after the stream header when
   // the reader has not yet delivered it. `time` must lie in that file. Nothing when the reader does
   // not answer with a complete block. REQUIRES: a Find of kAtOrBefore since the last one of
   // kPrevious.
@@ -76,7 +48,7 @@ class ArchiveClient {
                                                  std::uint32_t entryNumber, ArchiveTime time);
 
   // The entry to show for `time`: the first one at or after it. Nothing for a time before all
-  // archives or behind the last entry. Never makes the reader build an index: nothing, too, when
+  // archives or after the last entry. Never makes the reader build an index: nothing, too, when
   // the entry's file has none.
   std::optional<PreviewEntry> Preview(ArchiveTime time, ArchiveTime endTime);
 

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "blocks/chunk_info.h"
+#include "blocks/units.h"
+#include "sdk/mem_block.h"
+
+// What a reader answers, free of its blocks.
+
+struct ListedArchive {
+  ArchiveTime startTime = 0;
+  ArchiveTime endTime = 0;
+  std::uint32_t fileNumber = 0;
+  std::vector<unsigned> streamIds;  // ascending
+};
+
+struct ArchiveList {
+  std::string source;
+  std::vector<ListedArchive> archives;
+};
+
+struct FoundEntry {
+  std::uint32_t fileNumber = 0;
+  std::uint32_t entryNumber = 0;
+  ArchiveTime time = 0;
+};
+
+struct PreviewEntry {
+  FoundEntry entry;
+  bool timeReached = false;  // the end asked for is not after the entry
+};
+
+struct RecordedEvent {
+  ArchiveTime time = 0;
+  std::uint8_t type = 0;
+  std::string text;  // as recorded: any bytes
+};
+
+FoundEntry AsFound(const TZEL3ChunkInfo& info);
+
+// What a block of the kind holds, whose tag must say so; nothing when it is not whole.
+
+std::optional<ArchiveList> ListIn(const cMemBlock& archives);
+std::optional<TZEL3ChunkInfo> EntryIn(const cMemBlock& chunkAnswer);
+std::optional<std::vector<RecordedEvent>> EventsIn(const cMemBlock& eventList);
+std::optional<std::vector<std::uint8_t>> LevelsIn(const cMemBlock& activityGist);
+// The bytes of an entry, without the marker that ends them.
+std::optional<std::vector<unsigned char>> BytesIn(const cMemBlock& rawData);
