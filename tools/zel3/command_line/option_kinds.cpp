@@ -13,6 +13,10 @@ CLI::Option* AddPath(CLI::App* app, const std::string& name, std::string* target
   return AddParsed(app, name, target, parse, "path of at most 260 bytes", help)->type_name("PATH");
 }
 
+void AddSource(CLI::App* app, std::string* target) {
+  AddPath(app, "SOURCE", target, "an archive file or a folder of them")->required();
+}
+
 void AddFormat(CLI::App* app, OutputFormat* target, const std::vector<std::string>& formats) {
   const auto format = [formats](const std::string& text) -> std::optional<OutputFormat> {
     if (std::find(formats.begin(), formats.end(), text) == formats.end()) return std::nullopt;

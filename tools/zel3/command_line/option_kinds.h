@@ -63,6 +63,9 @@ CLI::Option* AddNumber(CLI::App* app, const std::string& name, std::optional<Int
 CLI::Option* AddPath(CLI::App* app, const std::string& name, std::string* target,
                      const std::string& help);
 
+// SOURCE, which a verb that works on archives cannot do without.
+void AddSource(CLI::App* app, std::string* target);
+
 // --format, which offers these formats: text, json, jsonl, csv.
 void AddFormat(CLI::App* app, OutputFormat* target,
                const std::vector<std::string>& formats = {"text", "json"});

@@ -1,0 +1,66 @@
+#include "command_line/option_kinds.h"
+#include "command_line/verb_groups.h"
+
+namespace {
+
+std::optional<std::vector<ScenarioGap>> GapsFromText(const std::string& text) {
+  std::vector<ScenarioGap> gaps;
+  if (text == "none") return gaps;
+  for (const std::string& part : CLI::detail::split(text, ',')) {
+    const std::size_t colon = part.find(':');
+    if (colon == std::string::npos) return std::nullopt;
+    const auto file = NumberFromText<std::uint32_t>(part.substr(0, colon));
+    const auto seconds = SecondsFromText(part.substr(colon + 1));
+    if (!file || !seconds) return std::nullopt;
+    gaps.push_back({*file, *seconds});
+  }
+  return gaps;
+}
+
+void AddMake(CLI::App* app, Options* options, Run* run) {
+  MakeOptions* const make = &options->make;
+  CLI::App* const verb = AddVerb(app, "make", "write a folder of sample archives", run,
+                                 [make] { return RunMake(*make); });
+  AddPath(verb, "FOLDER", &make->folder, "where to write; made when missing")->required();
+  AddNumber(verb, "--seed", &make->seed, "other contents of the same shape");
+  AddTime(verb, "--start", &make->start, "when the recording starts");
+  AddDuration(
+      verb, "--length", &make->lengthSeconds,
+      "how long it lasts, gaps included: 90, 15m, 6h, 1d; leaves out the sample day's gaps and "
+      "change of streams");
+  AddNumber(verb, "--files", &make->fileCount,
+            "into how many files it is cut; leaves out the same as --length");
+  AddDuration(verb, "--interval", &make->intervalSeconds, "from one index entry to the next");
+  AddParsed(verb, "--gap", &make->gaps, GapsFromText, "list of gaps",
+            "gaps after files, numbered from 0: 1:30m,4:1h; or none")
+      ->type_name("none|FILE:DURATION,...");
+  AddNumber(verb, "--payload", &make->payloadBytes, "mean bytes of data in an entry");
+  AddNumber(verb, "--events", &make->eventsPerHour, "mean number of events in an hour");
+  verb->add_option("--name", make->namePrefix, "what the file names begin with");
+  AddPath(verb, "--truth", &make->truthFile, "also write what is at which time, as JSON");
+  verb->add_flag("--force", make->force, "also where archives are already");
+  AddStyle(verb, &make->style);
+}
+
+void AddInfo(CLI::App* app, Options* options, Run* run) {
+  CLI::App* const verb = AddVerb(app, "info", "which archives a source holds", run,
+                                 [options] { return RunInfo(options->host, options->info); });
+  AddSource(verb, &options->info.source);
+  AddStyle(verb, &options->info.style);
+}
+
+void AddIndex(CLI::App* app, Options* options, Run* run) {
+  CLI::App* const verb =
+      AddVerb(app, "index", "build the missing indexes of all files of a source", run,
+              [options] { return RunIndex(options->host, options->index); });
+  AddSource(verb, &options->index.source);
+  AddStyle(verb, &options->index.style);
+}
+
+}  // namespace
+
+void AddArchiveVerbs(CLI::App* app, Options* options, Run* run) {
+  AddMake(app, options, run);
+  AddInfo(app, options, run);
+  AddIndex(app, options, run);
+}

@@ -1,0 +1,43 @@
+#include "command_line/option_kinds.h"
+#include "command_line/verb_groups.h"
+
+namespace {
+
+void AddDump(CLI::App* app, Options* options, Run* run) {
+  CLI::App* const verb = AddVerb(app, "dump", "the records of archive files as a parser finds them",
+                                 run, [options] { return RunDump(options->dump); });
+  AddSource(verb, &options->dump.source);
+  AddStyle(verb, &options->dump.style, {"text", "jsonl"});
+}
+
+void AddDoctor(CLI::App* app, Options* options, Run* run) {
+  CLI::App* const verb =
+      AddVerb(app, "doctor", "what is wrong with archive files and their caches", run,
+              [options] { return RunDoctor(options->host, options->doctor); });
+  AddSource(verb, &options->doctor.source);
+  verb->add_flag("--rebuild", options->doctor.rebuild,
+                 "also make caches that are missing or unsound anew; archives are never written");
+  AddStyle(verb, &options->doctor.style);
+}
+
+void AddReport(CLI::App* app, Options* options, Run* run) {
+  ReportOptions* const report = &options->report;
+  CLI::App* const verb =
+      AddVerb(app, "report", "what a source holds, as one page for a browser", run,
+              [options] { return RunReport(options->host, options->report); });
+  AddSource(verb, &report->source);
+  CLI::Option* const from = AddTime(verb, "FROM", &report->from, "where the range begins");
+  from->needs(AddTime(verb, "TO", &report->to, "where it ends; default: all that is recorded"));
+  verb->add_option("-o,--output", report->output, "where to write; -: the standard output")
+      ->type_name("PATH")
+      ->required();
+  AddTimeFormat(verb, &report->askedTimeFormat, "default: iso");
+}
+
+}  // namespace
+
+void AddExaminingVerbs(CLI::App* app, Options* options, Run* run) {
+  AddDump(app, options, run);
+  AddDoctor(app, options, run);
+  AddReport(app, options, run);
+}

@@ -1,0 +1,110 @@
+#include "archive/event_types.h"
+#include "command_line/option_kinds.h"
+#include "command_line/verb_groups.h"
+
+namespace {
+
+void AddNoIndex(CLI::App* app, MissingIndexes* missing) {
+  app->add_flag_callback(
+      "--no-index", [missing] { *missing = MissingIndexes::kLeaveOut; },
+      "leave out files that have no index instead of building it");
+}
+
+void AddSeek(CLI::App* app, Options* options, Run* run) {
+  SeekOptions* const seek = &options->seek;
+  CLI::App* const verb = AddVerb(app, "seek", "which index entry a time belongs to", run,
+                                 [options] { return RunSeek(options->host, options->seek); });
+  AddSource(verb, &seek->source);
+  AddTime(verb, "TIME", &seek->time, "the time to look for")->required();
+  const auto lookup = [](const std::string& text) -> std::optional<Lookup> {
+    if (text == "1") return Lookup::kAtOrBefore;
+    if (text == "2") return Lookup::kNext;
+    return std::nullopt;
+  };
+  const auto type = AddParsed(verb, "--type", &seek->lookup, lookup, "lookup type (1, 2)",
+                              "1: the entry at or before TIME (default); 2: the same as --next")
+                        ->type_name("1|2");
+  const auto next = verb->add_flag_callback(
+      "--next", [seek] { seek->lookup = Lookup::kNext; },
+      "the entry after the one at or before TIME");
+  const auto previous = verb->add_flag_callback(
+      "--previous", [seek] { seek->lookup = Lookup::kPrevious; },
+      "the entry before the one at or before TIME");
+  next->excludes(type);
+  previous->excludes(type)->excludes(next);
+  verb->add_flag("--explain", seek->explain,
+                 "also tell why, where its bytes are, and what the answer has cost");
+  AddStyle(verb, &seek->style);
+}
+
+void AddRead(CLI::App* app, Options* options, Run* run) {
+  ReadOptions* const read = &options->read;
+  CLI::App* const verb = AddVerb(app, "read", "the archive bytes of a range of time", run,
+                                 [options] { return RunRead(options->host, options->read); });
+  AddSource(verb, &read->source);
+  AddTime(verb, "FROM", &read->from, "begins with the entry at or before this time")->required();
+  AddTime(verb, "TO", &read->to, "ends before the first entry at or after this time")->required();
+  verb->add_option("-o,--output", read->output, "where to write; -: the standard output (default)")
+      ->type_name("PATH");
+  verb->add_flag("--stop-at-gap", read->stopAtGap, "end where nothing is recorded");
+  AddStyle(verb, &read->style);
+}
+
+void AddEvents(CLI::App* app, Options* options, Run* run) {
+  EventsOptions* const events = &options->events;
+  CLI::App* const verb = AddVerb(app, "events", "what has happened", run,
+                                 [options] { return RunEvents(options->host, options->events); });
+  AddSource(verb, &events->source);
+  CLI::Option* const from = AddTime(verb, "FROM", &events->from, "events at or after this time");
+  from->needs(AddTime(verb, "TO", &events->to, "and before this one; default: all events"));
+  const auto addType = [events](const std::vector<std::string>& texts) {
+    for (const std::string& text : texts) {
+      const std::optional<std::uint8_t> type = event_types::FromText(text);
+      if (!type) throw CLI::ValidationError("--type", "'" + text + "' is no type of event");
+      events->types.push_back(*type);
+    }
+  };
+  verb->add_option_function<std::vector<std::string>>("--type", addType,
+                                                      "only events of this type; may be repeated")
+      ->allow_extra_args(false)
+      ->type_name(CLI::detail::join(event_types::Names(), "|") + "|NUMBER");
+  AddNoIndex(verb, &events->missingIndexes);
+  AddStyle(verb, &events->style, {"text", "jsonl", "csv", "json"});
+}
+
+void AddActivity(CLI::App* app, Options* options, Run* run) {
+  ActivityOptions* const activity = &options->activity;
+  CLI::App* const verb =
+      AddVerb(app, "activity", "how active a stream was, and where nothing is recorded", run,
+              [options] { return RunActivity(options->host, options->activity); });
+  AddSource(verb, &activity->source);
+  CLI::Option* const from = AddTime(verb, "FROM", &activity->from, "where the range begins");
+  from->needs(
+      AddTime(verb, "TO", &activity->to, "where it ends; default: from first to last archive"));
+  AddNumber(verb, "--stream", &activity->streamId, "number of the stream")->required();
+  AddNumber(verb, "--bins", &activity->binCount,
+            "into how many parts the range is cut; default: 96");
+  AddNoIndex(verb, &activity->missingIndexes);
+  AddStyle(verb, &activity->style, {"text", "json", "csv"});
+}
+
+void AddPreview(CLI::App* app, Options* options, Run* run) {
+  PreviewOptions* const preview = &options->preview;
+  CLI::App* const verb = AddVerb(app, "preview", "which entries to show for a range of time", run,
+                                 [options] { return RunPreview(options->host, options->preview); });
+  AddSource(verb, &preview->source);
+  AddTime(verb, "FROM", &preview->from, "the first time to show")->required();
+  AddTime(verb, "TO", &preview->to, "where the range ends")->required();
+  AddNumber(verb, "--count", &preview->count, "how many times, evenly spaced; default: 10");
+  AddStyle(verb, &preview->style, {"text", "json", "csv"});
+}
+
+}  // namespace
+
+void AddTimeVerbs(CLI::App* app, Options* options, Run* run) {
+  AddSeek(app, options, run);
+  AddRead(app, options, run);
+  AddEvents(app, options, run);
+  AddActivity(app, options, run);
+  AddPreview(app, options, run);
+}

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <string>
+
+#include "command_line/completion.h"
+#include "sources/host_options.h"
+#include "verbs/activity.h"
+#include "verbs/console.h"
+#include "verbs/doctor.h"
+#include "verbs/dump.h"
+#include "verbs/events.h"
+#include "verbs/index.h"
+#include "verbs/info.h"
+#include "verbs/inspect.h"
+#include "verbs/make.h"
+#include "verbs/preview.h"
+#include "verbs/read.h"
+#include "verbs/report.h"
+#include "verbs/seek.h"
+
+// What a command line has asked for. Filled while it is parsed; of the verbs only that one counts
+// that is asked for.
+struct Options {
+  HostOptions host;
+  MakeOptions make;
+  InfoOptions info;
+  IndexOptions index;
+  SeekOptions seek;
+  ReadOptions read;
+  EventsOptions events;
+  ActivityOptions activity;
+  PreviewOptions preview;
+  DumpOptions dump;
+  DoctorOptions doctor;
+  ReportOptions report;
+  ConsoleOptions console;
+  InspectOptions inspect;
+  completion::Script completionScript = nullptr;
+};
+
+// Runs a verb; gives the exit code.
+using Run = std::function<int()>;
+
+// Adds a verb without options of its own. When it is the one asked for, `run` becomes `runVerb`.
+// `run` must live until the command line has been parsed.
+CLI::App* AddVerb(CLI::App* app, const std::string& name, const std::string& help, Run* run,
+                  const Run& runVerb);
+
+// Add the verbs of a kind with their options. Verbs are shown in the order in which they are added.
+// `options` must live until the verb has run.
+
+// Archives and their indexes: make, info, index.
+void AddArchiveVerbs(CLI::App* app, Options* options, Run* run);
+// What is at which time: seek, read, events, activity, preview.
+void AddTimeVerbs(CLI::App* app, Options* options, Run* run);
+// All of a source: dump, doctor, report.
+void AddExaminingVerbs(CLI::App* app, Options* options, Run* run);
+// Plug-ins: console, inspect.
+void AddPlugInVerbs(CLI::App* app, Options* options, Run* run);
