@@ -149,7 +149,7 @@ class ArchiveCheckup : public FramingSink {
       return;
     }
     const bool isBackwards = time < mLastTime;
-    const bool isGap = mFacts.step > 0 && time - mLastTime > kMostStepsInAFile * mFacts.step;
+    const bool isGap = IsGap(time - mLastTime, mFacts.step, kMostStepsInAFile);
     if (!isBackwards && !isGap) return;
     Finding finding = isBackwards ? About(FindingKind::kBackwards, "time runs backwards")
                                   : About(FindingKind::kGap, "nothing is recorded");

@@ -27,7 +27,7 @@ Finding GapBetween(const ArchiveFacts& before, const ArchiveFacts& file) {
 }
 
 bool AreFarApart(const ArchiveFacts& before, const ArchiveFacts& file) {
-  return before.step > 0 && file.startTime - before.endTime > kMostStepsToTheNextFile * before.step;
+  return IsGap(file.startTime - before.endTime, before.step, kMostStepsToTheNextFile);
 }
 
 // How the files of a folder follow each other in time.

@@ -45,7 +45,7 @@ class GapWatch {
     if (mTaken && time > mTime) {
       const std::uint64_t mostSteps =
           fileNumber == mFileNumber ? kMostStepsInAFile : kMostStepsToTheNextFile;
-      if (mStep > 0 && time - mTime > mostSteps * mStep) gap = Gap{mTime, time};
+      if (IsGap(time - mTime, mStep, mostSteps)) gap = Gap{mTime, time};
       if (mStep == 0) mStep = time - mTime;
     }
     mTaken = true;
