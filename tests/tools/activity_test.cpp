@@ -108,7 +108,7 @@ TEST_F(Activity, ADayInQuartersOfAnHourIsWhatWasWritten) {
   Scenario day = DefaultScenario();
   day.payloadBytesPerEntry = 100;
   const GroundTruth truth = WriteScenario(Folder(), day);
-  const Json bins = Bins({"2024-05-01", "2024-05-02", "--bins", "96"});
+  const nlohmann::json bins = Bins({"2024-05-01", "2024-05-02", "--bins", "96"});
   ASSERT_EQ(bins.size(), 96U);
   constexpr IndexTime kQuarter = 15 * 60;
   int missing = 0;
