@@ -9,22 +9,6 @@ void FileSpans::Add(std::uint32_t fileNumber, IndexTime startTime, IndexTime end
   mSpans.push_back({startTime, endTime, latestEnd, fileNumber});
 }
 
-std::optional<std::uint32_t> FileSpans::FileAt(ArchiveTime time) const {
-  auto span = mSpans.end();
-  if (mStartsAscend) {
-    span = std::upper_bound(mSpans.begin(), span, time, [](ArchiveTime at, const Span& other) {
-      return at < ToArchiveTime(other.startTime);
-    });
-  }
-  while (span != mSpans.begin()) {
-    --span;
-    if (ToArchiveTime(span->latestEnd) < time) break;
-    if (ToArchiveTime(span->startTime) <= time && time <= ToArchiveTime(span->endTime))
-      return span->fileNumber;
-  }
-  return std::nullopt;
-}
-
 std::optional<std::uint32_t> FileSpans::FirstFrom(ArchiveTime time) const {
   const auto startsBefore = [time](const Span& span) {
     return ToArchiveTime(span.startTime) < time;

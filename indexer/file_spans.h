@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -30,3 +31,20 @@ class FileSpans {
   std::vector<Span> mSpans;
   bool mStartsAscend = true;
 };
+
+// Every lookup begins with it, so it is worth being compiled into its callers.
+inline std::optional<std::uint32_t> FileSpans::FileAt(ArchiveTime time) const {
+  auto span = mSpans.end();
+  if (mStartsAscend) {
+    span = std::upper_bound(mSpans.begin(), span, time, [](ArchiveTime at, const Span& other) {
+      return at < ToArchiveTime(other.startTime);
+    });
+  }
+  while (span != mSpans.begin()) {
+    --span;
+    if (ToArchiveTime(span->latestEnd) < time) break;
+    if (ToArchiveTime(span->startTime) <= time && time <= ToArchiveTime(span->endTime))
+      return span->fileNumber;
+  }
+  return std::nullopt;
+}

@@ -12,12 +12,12 @@ void StoreList::File(const sFile_Index_Store& store, const StoreOrder& order) {
   const IndexTime startTime = copy.startTime;
   const IndexTime endTime = copy.endTime;
   const bool isFirst = files.empty();
-  auto place = PlaceFor(copy);
+  int& times = mTimesOf[copy.fileName];
+  auto place = PlaceFor(copy, times);
   mSpans.reset();
   if (place != files.end() && place->fileName == copy.fileName) {
     *place = std::move(copy);
   } else {
-    int& times = mTimesOf[copy.fileName];
     place = files.insert(place, std::move(copy));
     ++times;
   }
@@ -32,13 +32,12 @@ void StoreList::File(const sFile_Index_Store& store, const StoreOrder& order) {
 
 // The name is looked for only on the way to the place by start time: a store of the same name after
 // it stays, and the file is then listed twice.
-StoreList::Stores::iterator StoreList::PlaceFor(const sFile_Index_Store& store) {
+StoreList::Stores::iterator StoreList::PlaceFor(const sFile_Index_Store& store, int sameName) {
   if (mFilesAscend) {
     const auto isBefore = [](const sFile_Index_Store& one, const sFile_Index_Store& other) {
       return one.startTime < other.startTime;
     };
     const auto place = std::upper_bound(files.begin(), files.end(), store, isBefore);
-    const int sameName = mTimesOf.value(store.fileName);
     if (sameName == 0) return place;
     // Mostly the file has been listed before, with the same start.
     for (auto filed = place; sameName == 1 && filed != files.begin();) {

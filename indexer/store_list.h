@@ -37,7 +37,8 @@ class StoreList {
   const FileSpans& Spans() const { return mSpans ? *mSpans : MakeSpans(); }
 
  private:
-  Stores::iterator PlaceFor(const sFile_Index_Store& store);
+  // `sameName`: how often the file's name is listed.
+  Stores::iterator PlaceFor(const sFile_Index_Store& store, int sameName);
   const FileSpans& MakeSpans() const;
 
   Stores files;

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <optional>
 
 #include "indexer/zel3_indexer.h"
 
@@ -7,31 +6,30 @@ namespace {
 
 using Stores = StoreList::Stores;
 
-// An entry as an answer names it: the time may be that of another one.
+// An entry as an answer names it, or none: the time may be that of another one.
 struct Entry {
-  std::uint32_t fileNumber;
-  std::uint32_t entryNumber;
-  ArchiveTime time;
+  IndexId indexId = kNoIndexId;
+  ArchiveTime time = 0;
 };
 
-constexpr std::optional<Entry> kNoEntry;
+constexpr Entry kNoEntry;
 
 ArchiveTime EntryTime(const FiledStore& store, int entryNumber) {
   return ToArchiveTime(store.id3Records.at(entryNumber).time);
 }
 
 // The first entry number i with t(i - 1) <= time < t(i); 0 when there is none. Entry 0 opens no
-// interval.
+// interval. REQUIRES: the file lasts until the time or longer.
 int IntervalOf(const FiledStore& store, ArchiveTime time) {
   const int count = store.id3Records.size();
   if (store.order.entriesAscend) {
     // The first entry after the time is the one that follows it.
     const ZEL_ID3_REC* const first = store.id3Records.constData();
-    const auto isBefore = [](std::uint64_t indexTime, const ZEL_ID3_REC& record) {
+    const auto isBefore = [](IndexTime indexTime, const ZEL_ID3_REC& record) {
       return indexTime < record.time;
     };
-    const ZEL_ID3_REC* const after =
-        std::upper_bound(first, first + count, time / kArchiveTimePerIndexTime, isBefore);
+    const auto indexTime = static_cast<IndexTime>(time / kArchiveTimePerIndexTime);
+    const ZEL_ID3_REC* const after = std::upper_bound(first, first + count, indexTime, isBefore);
     return after == first + count ? 0 : static_cast<int>(after - first);
   }
   for (int i = 1; i < count; ++i) {
@@ -41,31 +39,32 @@ int IntervalOf(const FiledStore& store, ArchiveTime time) {
 }
 
 // The first entry of the files from `fileNumber` on.
-std::optional<Entry> FirstEntryFrom(const Stores& files, std::size_t fileNumber) {
+Entry FirstEntryFrom(const Stores& files, std::uint32_t fileNumber) {
   for (; fileNumber < files.size(); ++fileNumber) {
     if (files[fileNumber].id3Records.isEmpty()) continue;
-    return Entry{static_cast<std::uint32_t>(fileNumber), 0, EntryTime(files[fileNumber], 0)};
+    return {MakeIndexId(fileNumber, 0), EntryTime(files[fileNumber], 0)};
   }
   return kNoEntry;
 }
 
 // The last entry of the files before `fileNumber`.
-std::optional<Entry> LastEntryBefore(const Stores& files, std::size_t fileNumber) {
+Entry LastEntryBefore(const Stores& files, std::uint32_t fileNumber) {
   while (fileNumber-- > 0) {
     const int count = files[fileNumber].id3Records.size();
     if (count == 0) continue;
-    return Entry{static_cast<std::uint32_t>(fileNumber), static_cast<std::uint32_t>(count - 1),
-                 EntryTime(files[fileNumber], count - 1)};
+    return {MakeIndexId(fileNumber, static_cast<std::uint32_t>(count - 1)),
+            EntryTime(files[fileNumber], count - 1)};
   }
   return kNoEntry;
 }
 
 // REQUIRES: the file has entries.
-std::optional<Entry> EntryInFile(const Stores& files, std::uint32_t fileNumber, ArchiveTime time,
-                                 std::uint32_t type, bool forward) {
+Entry EntryInFile(const Stores& files, std::uint32_t fileNumber, ArchiveTime time,
+                  std::uint32_t type, bool forward) {
   const FiledStore& store = files[fileNumber];
   const auto entry = [&](int entryNumber, int timeOf) {
-    return Entry{fileNumber, static_cast<std::uint32_t>(entryNumber), EntryTime(store, timeOf)};
+    return Entry{MakeIndexId(fileNumber, static_cast<std::uint32_t>(entryNumber)),
+                 EntryTime(store, timeOf)};
   };
   const int last = store.id3Records.size() - 1;
   const int interval = IntervalOf(store, time);
@@ -83,8 +82,7 @@ std::optional<Entry> EntryInFile(const Stores& files, std::uint32_t fileNumber, 
   return afterLast ? entry(last - 1, last > 0 ? last - 1 : 0) : kNoEntry;
 }
 
-std::optional<Entry> EntryInGap(const StoreList& stores, ArchiveTime time, std::uint32_t type,
-                                bool forward) {
+Entry EntryInGap(const StoreList& stores, ArchiveTime time, std::uint32_t type, bool forward) {
   if (time > ToArchiveTime(stores.LastTime()) || time < ToArchiveTime(stores.FirstTime()))
     return kNoEntry;
   if (type == kAtOrBefore || forward) {
@@ -96,7 +94,7 @@ std::optional<Entry> EntryInGap(const StoreList& stores, ArchiveTime time, std::
   const auto ended = stores.Spans().FirstEndedBy(time);
   if (!ended) return kNoEntry;
   const FiledStore& store = stores.Files()[*ended];
-  return Entry{*ended, 0, EntryTime(store, store.id3Records.size() - 1)};
+  return {MakeIndexId(*ended, 0), EntryTime(store, store.id3Records.size() - 1)};
 }
 
 // Null when there is no such entry.
@@ -127,19 +125,18 @@ const FilePosition* EndOfStretch(const FiledStore& store, FilePosition position)
 
 bool cZel3Indexer::IndexInfoFromTime(ArchiveTime time, std::uint32_t type, bool forward,
                                      TZEL3ChunkInfo* info) {
-  info->indexId = kNoIndexId;
-  info->time = 0;
-  if (type != kAtOrBefore && type != kNeighbour) return false;
+  Entry entry;
+  if (type == kAtOrBefore || type == kNeighbour) {
+    const auto fileNumber = stores.Spans().FileAt(time);
+    entry = fileNumber ? EntryInFile(Files(), *fileNumber, time, type, forward)
+                       : EntryInGap(stores, time, type, forward);
+  }
+  info->indexId = entry.indexId;
+  info->time = entry.time;
+  if (entry.indexId == kNoIndexId) return false;
 
-  const auto fileNumber = stores.Spans().FileAt(time);
-  const auto entry = fileNumber ? EntryInFile(Files(), *fileNumber, time, type, forward)
-                                : EntryInGap(stores, time, type, forward);
-  if (!entry) return false;
-
-  const FiledStore& store = Files()[entry->fileNumber];
+  const FiledStore& store = Files()[FileNumber(entry.indexId)];
   fileToIndex = store.partial ? store.fileName : QString();
-  info->indexId = MakeIndexId(entry->fileNumber, entry->entryNumber);
-  info->time = entry->time;
   return true;
 }
 
