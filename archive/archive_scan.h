@@ -17,8 +17,8 @@ struct ScannedBytes {
 };
 
 // Hands everything that a parser finds in an archive file to `sink`, as the file is now: what is
-// appended meanwhile is left out, so that a dump into the folder that it reads ends. Throws
-// Failure when the file cannot be opened or the user interrupts, and what the sink throws.
+// appended meanwhile is left out, so that a dump into the folder that it reads ends. Throws Failure
+// when the file cannot be opened or the user interrupts, and what the sink throws.
 ScannedBytes ScanArchive(
     const std::string& path, FramingSink& sink,
     const OnBytesRead& onBytesRead = [](std::size_t) {});

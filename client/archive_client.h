@@ -40,16 +40,15 @@ class ArchiveClient {
   // that the answer needs cannot be built.
   std::optional<FoundEntry> Find(ArchiveTime time, Lookup lookup);
 
-  // The bytes of the entry `entryNumber` of the file `fileNumber`, after the stream header when
-  // the reader has not yet delivered it. `time` must lie in that file. Nothing when the reader does
-  // not answer with a complete block. REQUIRES: a Find of kAtOrBefore since the last one of
-  // kPrevious.
+  // The bytes of the entry `entryNumber` of the file `fileNumber`, after the stream header when the
+  // reader has not yet delivered it. `time` must lie in that file. Nothing when the reader does not
+  // answer with a complete block. REQUIRES: a Find of kAtOrBefore since the last one of kPrevious.
   std::optional<std::vector<unsigned char>> Read(std::uint32_t fileNumber,
                                                  std::uint32_t entryNumber, ArchiveTime time);
 
   // The entry to show for `time`: the first one at or after it. Nothing for a time before all
-  // archives or after the last entry. Never makes the reader build an index: nothing, too, when
-  // the entry's file has none.
+  // archives or after the last entry. Never makes the reader build an index: nothing, too, when the
+  // entry's file has none.
   std::optional<PreviewEntry> Preview(ArchiveTime time, ArchiveTime endTime);
 
   // The events of all files that have an index, file by file. The reader tells them once, so they

@@ -16,8 +16,8 @@ class ArchiveSession {
 
   // Makes the reader, then the client; nothing is delivered yet. `onBlock` gets each block that
   // reaches the client, as it arrives; it must not keep a block beyond the session. REQUIRES: the
-  // paths have at most archive_source::kLongestPath bytes. Throws Failure when the plug-in gives
-  // no reader.
+  // paths have at most archive_source::kLongestPath bytes. Throws Failure when the plug-in gives no
+  // reader.
   ArchiveSession(const HostOptions& host, const std::string& source, OnBlock onBlock);
   // Ends the reader, lets its own bricks end, ends the client and unloads the plug-ins.
   ~ArchiveSession();
@@ -27,8 +27,8 @@ class ArchiveSession {
   // Puts a command into the reader's control queue; nothing runs.
   void Send(const cMemBlock& command);
 
-  // Runs until no brick has anything left to do. Throws Failure when the user interrupts, and
-  // what `onBlock` throws.
+  // Runs until no brick has anything left to do. Throws Failure when the user interrupts, and what
+  // `onBlock` throws.
   void RunUntilIdle();
 
  private:

@@ -12,10 +12,10 @@
 // passes over files that have none.
 class IndexedSource {
  public:
-  // Borrows both. Builds its missing indexes, with progress, unless they are to be left out:
-  // then nothing on the disk changes. Tells the user when files remain without one.
-  // Throws Failure when the source cannot be read or the user interrupts, and when it is a single
-  // file whose index is left out.
+  // Borrows both. Builds its missing indexes, with progress, unless they are to be left out: then
+  // nothing on the disk changes. Tells the user when files remain without one. Throws Failure when
+  // the source cannot be read or the user interrupts, and when it is a single file whose index is
+  // left out.
   IndexedSource(const ServedSource& source, Progress* progress);
 
   ArchiveClient& Client() { return mClient; }

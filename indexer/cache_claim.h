@@ -21,9 +21,9 @@ class CacheClaim {
     kHeldByAnother,  // another run is at work on these files
   };
 
-  // Claims the files for the cache of `archive`. A claim on the same files that is still held
-  // stays as it is, and so do the files; any other is given up. All three names are tested before
-  // one of them is touched. Throws std::bad_alloc.
+  // Claims the files for the cache of `archive`. A claim on the same files that is still held stays
+  // as it is, and so do the files; any other is given up. All three names are tested before one of
+  // them is touched. Throws std::bad_alloc.
   Answer Take(const CacheFileNames& names, const QString& archive);
   // Lets go of the files as they are.
   void Release() { mLock.Release(); }

@@ -56,9 +56,11 @@ class cZel3Indexer {
   // The entry that a request for archive time `time` means. kAtOrBefore: the entry at or before it;
   // kNeighbour: the one after that, or before it when not `forward`; any other type finds nothing.
   // Among equal times the last entry wins.
+  //
   // In a gap between files it is the first entry of the next file; kNeighbour backward gives entry
   // 0 of the first file that ends before the gap, with the time of that file's last entry. In a
   // file of one entry kNeighbour backward gives entry number 0xFFFFFFFF with that entry's time.
+  //
   // On failure `info` names no entry and has time 0; its flag bytes are never touched. On success
   // fileToIndex says whether the entry's file must be indexed first.
   bool IndexInfoFromTime(ArchiveTime time, std::uint32_t type, bool forward, TZEL3ChunkInfo* info);
@@ -114,8 +116,8 @@ class cZel3Indexer {
   // Claims the current cache files for a run: they are made anew, empty. Where that is refused,
   // those in the cache folder of the temporary folder are claimed instead, and that folder stays
   // `cacheFolder`; where it is refused because another run is at work on the files, that folder
-  // serves the current archive only, until EndRun. What the run holds already stays as it is.
-  // False when both places refuse.
+  // serves the current archive only, until EndRun. What the run holds already stays as it is. False
+  // when both places refuse.
   bool Reopen_for_write();
   // Writes the current store to its cache files and lets go of them. The cache becomes valid in one
   // step at the very end, so that a crash or a full disk leaves none rather than half of one.

@@ -42,6 +42,7 @@ class CZel3FileReader : public CBrick {
 
  private:
   // The creation record, and closing (lifecycle.cpp).
+
   // The path that the creation record names.
   QByteArray SourcePath() const;
   void close();
@@ -71,8 +72,8 @@ class CZel3FileReader : public CBrick {
   void OnArchivesEntryRequest();
   void Send_No_archive_warning();
 
-  // Requests by time and for bytes (chunk_requests.cpp).
-  // `justIndexed`: a run over this file has just ended, so that another one would not help.
+  // Requests by time and for bytes (chunk_requests.cpp). `justIndexed`: a run over this file has
+  // just ended, so that another one would not help.
   void OnChunkRequest(const ChunkRequestBlock& request, const QString& justIndexed = QString());
   void AnswerNotFound(ArchiveTime time);
   void SendChunkAnswer(const TZEL3ChunkInfo& info);
@@ -86,6 +87,7 @@ class CZel3FileReader : public CBrick {
   void FillAnswer(const Answer& answer, ArchiveTime time, unsigned char* bytes);
 
   // Streaming a whole file, portion by portion (streaming.cpp).
+
   // Bytes of the file, read but not sent.
   struct Portion {
     cMemBlock block;

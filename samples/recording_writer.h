@@ -21,8 +21,8 @@ class RecordingWriter {
   RecordingWriter(const Scenario& scenario, RandomNumbers& random, std::uint32_t fileNumber,
                   const std::string& path);
 
-  // Writes the entries from `start` up to but not including `end`. The name in
-  // the result is empty. Throws std::runtime_error when writing fails.
+  // Writes the entries from `start` up to but not including `end`. The name in the result is empty.
+  // Throws std::runtime_error when writing fails.
   GroundTruthFile Write(IndexTime start, IndexTime end);
 
  private:

@@ -20,8 +20,8 @@ class BRICK_SDK_API CIniFile {
   // When on, GetInt writes a missing key with its default back to the file.
   void EnableDefValsCreation(bool enable);
 
-  // The integer under `key`; `defaultValue` when the key is missing or its value is not a
-  // 32-bit integer.
+  // The integer under `key`; `defaultValue` when the key is missing or its value is not a 32-bit
+  // integer.
   int GetInt(const std::string& key, int defaultValue);
 
  private:

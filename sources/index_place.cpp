@@ -48,8 +48,8 @@ std::string CanonicalPath(const std::string& path) {
   return canonical.empty() ? path : canonical;
 }
 
-// Whether cache files are named after the archive: not where the last dot of its path is that of
-// a folder, or the first character of its name.
+// Whether cache files are named after the archive: not where the last dot of its path is that of a
+// folder, or the first character of its name.
 bool HasNameOfItsOwn(const std::string& archive) {
   const std::string name = archive_source::FileName(archive);
   const std::size_t dot = name.rfind('.');

@@ -15,11 +15,11 @@ enum class MissingIndexes { kBuild, kLeaveOut };
 // verb that asks a reader goes through this, but for those that show what a reader does by itself.
 class ServedSource {
  public:
-  // Tells the user which files are left out because they are not archives, that another
-  // process is waited for, and that no index can be kept. Unless missing indexes are left out the
-  // folder for them is made when it is needed. Throws what SourceFacts throws, and Failure when
-  // `path` is a single file that is not an archive, when an index that is missing could not be
-  // written to the folder asked for, or when readers would delete indexes and nothing may change.
+  // Tells the user which files are left out because they are not archives, that another process is
+  // waited for, and that no index can be kept. Unless missing indexes are left out the folder for
+  // them is made when it is needed. Throws what SourceFacts throws, and Failure when `path` is a
+  // single file that is not an archive, when an index that is missing could not be written to the
+  // folder asked for, or when readers would delete indexes and nothing may change.
   ServedSource(const HostOptions& host, const std::string& path, MissingIndexes missing,
                OnNotice onNotice);
 

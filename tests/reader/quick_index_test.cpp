@@ -313,8 +313,8 @@ TEST_F(QuickIndex, AHeaderOfNegativeLengthMayStandWhereTheFirstReadEnds) {
   }
 }
 
-// Of each end 8,192 bytes are read at first, and the whole stretch only when they do not tell.
-// The first index record stands before the header, so that only the header can ask for the rest.
+// Of each end 8,192 bytes are read at first, and the whole stretch only when they do not tell. The
+// first index record stands before the header, so that only the header can ask for the rest.
 TEST_F(QuickIndex, TheHeaderMayStandWhereTheFirstReadEnds) {
   constexpr std::size_t kFirstRead = 8192;
   ArchiveBuilder oneStream("cam");

@@ -1,5 +1,5 @@
-// The functions through which the standard library and Qt reach files, in the place of those of
-// the C library: each asks here first whether it is to fail.
+// The functions through which the standard library and Qt reach files, in the place of those of the
+// C library: each asks here first whether it is to fail.
 
 #include "support/file_faults.h"
 

@@ -70,8 +70,8 @@ void PrintBlock(const cMemBlock& block, std::uint64_t byteLimit, std::ostream& o
   const std::optional<Json> json = RecordJson(block);
   if (!json) return;
   const std::string text = PlainJsonText(*json);
-  // Levels and bytes may be as many as memory holds, so they go out without a copy: between the
-  // two characters that begin and end the last value.
+  // Levels and bytes may be as many as memory holds, so they go out without a copy: between the two
+  // characters that begin and end the last value.
   const std::size_t end = text.size() - 2;
   out << text.substr(0, end);
   if (IsActivityGist(block)) PrintLevels(ActivityGistBlock::View(block), out);
