@@ -4,7 +4,9 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 
+#include "blocks/four_cc.h"
 #include "blocks/units.h"
 #include "parser/framing_parser.h"
 

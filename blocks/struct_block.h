@@ -6,7 +6,6 @@
 #include <cstring>
 #include <limits>
 #include <new>
-#include <type_traits>
 
 #include "blocks/four_cc.h"
 #include "blocks/node_pool.h"

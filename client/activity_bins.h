@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <vector>
 
-#include "blocks/stream_records.h"
 #include "blocks/units.h"
 #include "client/indexed_source.h"
 

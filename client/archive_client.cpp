@@ -1,6 +1,5 @@
 #include "client/archive_client.h"
 
-#include <algorithm>
 #include <cassert>
 #include <chrono>
 #include <cstdlib>

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstdint>
+
+#include "blocks/units.h"
 #include "indexer/file_index_store.h"
 #include "indexer/store_order.h"
 #include "indexer/time_range.h"

@@ -5,6 +5,7 @@
 #include <deque>
 #include <optional>
 
+#include "blocks/units.h"
 #include "indexer/file_index_store.h"
 #include "indexer/file_spans.h"
 #include "indexer/store_order.h"

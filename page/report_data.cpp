@@ -5,7 +5,6 @@
 #include <set>
 #include <utility>
 
-#include "blocks/stream_records.h"
 #include "client/indexed_source.h"
 #include "sources/archive_source.h"
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "blocks/four_cc.h"
 #include "blocks/stream_records.h"
 
 // How an archive is put together, for those who write archives and those who parse them:

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "blocks/four_cc.h"
 #include "blocks/units.h"
 #include "parser/framing.h"
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "blocks/four_cc.h"
 #include "blocks/units.h"
 #include "parser/framing_parser.h"
 #include "sdk/brick.h"

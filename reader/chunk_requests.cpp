@@ -1,6 +1,5 @@
 #include <new>
 
-#include "blocks/byte_cursor.h"
 #include "reader/index_marker.h"
 #include "reader/zel3_file_reader.h"
 

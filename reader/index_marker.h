@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "blocks/index_record.h"
+#include "blocks/units.h"
 
 // Writes an index record as it stands in an archive: the marker, then `time` over the time and the
 // reserved word, then a zero flag. Returns the place after it. REQUIRES: room for kIndexRecordSize

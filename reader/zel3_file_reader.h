@@ -3,9 +3,11 @@
 #include <QByteArray>
 #include <QString>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "blocks/commands.h"
+#include "blocks/four_cc.h"
 #include "blocks/notifications.h"
 #include "blocks/stream_records.h"
 #include "blocks/units.h"

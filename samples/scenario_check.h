@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstdint>
-
 #include "parser/framing.h"
 #include "samples/scenario.h"
 

@@ -7,7 +7,6 @@
 #include <QFileInfo>
 #include <algorithm>
 #include <cstdint>
-#include <utility>
 
 #include "indexer/file_index_store.h"
 #include "indexer/plain_file.h"

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "blocks/units.h"
 #include "text/json_text.h"
 #include "times/time_text.h"
 

@@ -6,6 +6,7 @@
 #include <iostream>
 
 #include "client/activity_bins.h"
+#include "client/indexed_source.h"
 #include "json/json_line.h"
 #include "output/notice.h"
 #include "output/progress_bar.h"

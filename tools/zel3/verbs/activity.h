@@ -5,9 +5,9 @@
 #include <string>
 
 #include "blocks/units.h"
-#include "client/indexed_source.h"
 #include "output/output_style.h"
 #include "sources/host_options.h"
+#include "sources/served_source.h"
 
 struct ActivityOptions {
   std::string source;

@@ -4,7 +4,6 @@
 
 #include <QFile>
 #include <algorithm>
-#include <iostream>
 
 #include "checkup/diagnosis.h"
 #include "client/index_builder.h"

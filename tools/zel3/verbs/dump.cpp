@@ -6,7 +6,6 @@
 #include "output/standard_output.h"
 #include "sources/archive_source.h"
 #include "system/failure.h"
-#include "text/shown_text.h"
 #include "verbs/record_printer.h"
 
 namespace {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "archive/event_types.h"
+#include "client/indexed_source.h"
 #include "json/json_line.h"
 #include "output/notice.h"
 #include "output/progress_bar.h"

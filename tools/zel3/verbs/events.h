@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "blocks/units.h"
-#include "client/indexed_source.h"
 #include "output/output_style.h"
 #include "sources/host_options.h"
+#include "sources/served_source.h"
 
 struct EventsOptions {
   std::string source;

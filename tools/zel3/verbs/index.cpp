@@ -1,7 +1,6 @@
 #include "verbs/index.h"
 
 #include <algorithm>
-#include <iostream>
 
 #include "client/index_builder.h"
 #include "json/json_line.h"

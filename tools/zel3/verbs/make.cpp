@@ -1,11 +1,8 @@
 #include "verbs/make.h"
 
-#include <cstdio>
 #include <filesystem>
-#include <limits>
 #include <stdexcept>
 
-#include "blocks/stream_records.h"
 #include "json/json_line.h"
 #include "output/output_file.h"
 #include "output/tables.h"
