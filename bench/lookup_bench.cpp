@@ -8,7 +8,7 @@
 
 namespace {
 
-// Files of so many entries each, one file right behind the other in time, and times to ask for.
+// Files of so many entries each, one file right after the other in time, and times to ask for.
 struct FiledIndex {
   FiledIndex(int fileCount, int entriesPerFile) : entryCount(fileCount * entriesPerFile) {
     const QVector<ZEL_ID3_REC> all = EntriesFrom(kFirstTime, entryCount);

@@ -33,7 +33,7 @@ class IndexedSource {
   // Whether every file has its index.
   bool IsComplete() const { return mComplete; }
 
-  // As ArchiveClient::FailWithNothing; that files were left out as asked is no failure.
+  // As ArchiveClient::FailWithNothing; that files were left out as asked is not a failure.
   [[noreturn]] void FailWithNothing(const std::string& what = kNothingRecorded);
 
  private:

@@ -8,7 +8,7 @@
 #include "fuzz_input.h"
 #include "sdk/brick.h"
 
-// The brick behind a reader: keeps what comes, and holds each block against what its kind promises.
+// The brick after a reader: keeps what comes, and holds each block against what its kind promises.
 class FuzzClient final : public CBrick {
  public:
   std::vector<cMemBlock> blocks;

@@ -1,5 +1,5 @@
 // The streams of a raw archive header, as the indexer walks them: what a walk over the same bytes
-// with enough zeros behind them finds.
+// with enough zeros after them finds.
 
 #include "fuzz_input.h"
 #include "indexer/zel3_indexer.h"

@@ -106,9 +106,9 @@ IndexTimes TimesFromBinToBin(IndexTime indexTime, std::uint64_t distance, std::u
                              const Bin& start, const Bin& end, const Range& range) {
   if (start.length == 0 || end.length == 0) return {indexTime, indexTime};
   const std::uint64_t first = std::max(start.first, end.first > step ? end.first - step : 0);
-  const std::uint64_t behind =
+  const std::uint64_t after =
       std::min({start.first + start.length, end.first + end.length - step, range.Span() + 1});
-  return TimesWithin(indexTime, distance, first, behind);
+  return TimesWithin(indexTime, distance, first, after);
 }
 
 // Raises the level of each bin to that of the entries that lie in it. True when there are any.

@@ -11,7 +11,7 @@ struct Bin {
 };
 
 // Divides a range into bins: a distance from its start falls into bin distance * binCount / span,
-// unsigned and 64 bits wide. A distance behind the range may fall into any bin from binCount on,
+// unsigned and 64 bits wide. A distance after the range may fall into any bin from binCount on,
 // and where the product wraps, into any at all.
 class BinScale {
  public:

@@ -23,7 +23,7 @@ bool IsWanted(const char* name, std::initializer_list<const char*> suffixes) {
                      [suffix](const char* wanted) { return qstricmp(suffix, wanted) == 0; });
 }
 
-// A name that is no text in the system's encoding could not be opened again.
+// A name that is not text in the system's encoding could not be opened again.
 bool IsText(const QByteArray& name) {
   const bool isPlain = std::all_of(name.begin(), name.end(), [](char c) { return c > 0; });
   return isPlain || QFile::encodeName(DecodedName(name)) == name;

@@ -8,7 +8,7 @@ void PaintedBins::Paint(std::int64_t first, std::int64_t last, std::uint8_t leve
   if (!Extend(first, last, level)) Merge(first, last, level);
 }
 
-// Mostly a stroke begins in the stretch painted last, or right behind it, and reaches no other.
+// Mostly a stroke begins in the stretch painted last, or right after it, and reaches no other.
 bool PaintedBins::Extend(std::int64_t first, std::int64_t last, std::uint8_t level) {
   if (mLatest == mPainted.end() || first < mLatest->first || first > mLatest->second + 1)
     return false;

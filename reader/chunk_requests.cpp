@@ -104,7 +104,7 @@ CZel3FileReader::Answer CZel3FileReader::PlanAnswer(const TZEL3ChunkInfo& reques
   if (!indexer.IndexInfoFromTime(request.time, kAtOrBefore, playing.playForward, &found))
     return answer;
   OpenFileOf(found.indexId);
-  std::uint64_t end = 0;
+  FilePosition end = 0;
   answer.headerNeeded = Need_header_for_index(found.indexId, &answer.headerStart, &end);
   if (answer.headerNeeded) answer.headerLength = end - answer.headerStart;
   answer.entryFound = indexer.Index_pos_from_IndexId(request.indexId, &answer.entryStart, &end);

@@ -29,7 +29,7 @@ sanitize=()
 cmake --preset fuzz -B "$build" "${sanitize[@]}" >/dev/null
 cmake --build "$build" --target "${names[@]/%/_fuzzer}" zel3parser >/dev/null
 
-# Plug-ins that a host unloads are no leaks; blocks are counted by the targets themselves. Long stacks of allocations
+# Plug-ins that a host unloads are not leaks; blocks are counted by the targets themselves. Long stacks of allocations
 # and a large quarantine would cost half of the speed.
 ASAN_OPTIONS=detect_leaks=0:malloc_context_size=1:quarantine_size_mb=16:max_malloc_fill_size=0
 # Where a cache lies about positions an answer may be as large as 2 GiB; what there is no memory for is refused.

@@ -30,5 +30,5 @@ CacheNames CacheOf(const std::string& archive, const std::string& folder);
 // Whether a reader opens the archive with the cache files there, without making them anew.
 bool HasIndex(const std::string& archive, const std::string& folder);
 
-// The names of what stands where cache files beside the archive would, and is none.
+// The names of what stands where cache files beside the archive would stand, and is not one.
 std::vector<std::string> StrangersBeside(const std::string& archive);

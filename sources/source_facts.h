@@ -23,7 +23,7 @@ class SourceFacts {
   const std::vector<std::string>& Files() const { return mFiles; }
   // Those of them that are archives.
   const std::vector<std::string>& Archives() const { return mArchives; }
-  // Why the others are none: clauses that follow their names. By path.
+  // Why the others are not archives: clauses that follow their names. By path.
   const std::map<std::string, std::string>& Others() const { return mOthers; }
 
   const IndexPlace& Indexes() const { return mIndexes; }

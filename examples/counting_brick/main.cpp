@@ -20,7 +20,7 @@ Brick Load(Tag signature, TBrickConfig config) {
   return brick;
 }
 
-// Puts reader, parser and counter one behind the other, and lets them work.
+// Puts reader, parser and counter one after the other, and lets them work.
 bool PrintCounts(const char* archive) {
   Pipeline pipeline;
   TBrickConfig config = {};

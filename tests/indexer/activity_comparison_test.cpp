@@ -191,7 +191,7 @@ TEST_F(ActivityComparison, PaintsAsThePlainRuleDoesWhereProductsWrap) {
   EXPECT_GT(found, 40) << "a good part of the requests should be answered from entries";
 }
 
-// Painting each of these entries over all bins behind it would take hours.
+// Painting each of these entries over all bins after it would take hours.
 TEST(ActivityOfAHostileCache, CostsEntriesAndBinsNotTheirProduct) {
   constexpr int kCount = 1000000;
   sFile_Index_Store store;

@@ -86,7 +86,7 @@ TEST(CoarseActivity, CountsEachEntryInOneBin) {
       {"clamped", file({{90, 20}}), span, true, {{9, 9, 20}}},
       {"the larger level, rising", file({{10, 10}, {11, 30}}), span, true, {{2, 2, 30}}},
       {"the larger level, falling", file({{10, 30}, {11, 10}}), span, true, {{2, 2, 30}}},
-      {"behind the span", file({{101, 20}}), span, false, {}},
+      {"after the span", file({{101, 20}}), span, false, {}},
       {"level 0 is activity", file({{10, 0}}), span, true, {}},
       {"a level of 62", file({{10, 62}}), span, true, {{2, 2, 62}}},
       {"six bits of the level", file({{10, 0xFF}}), span, true, {{2, 2, 63}}},
@@ -114,7 +114,7 @@ TEST(CoarseActivity, CountsEachEntryInOneBin) {
        Span(60000, 160000, 10),
        true,
        {{2, 2, 7}}},
-      {"an entry behind the span does not end it",
+      {"an entry after the span does not end it",
        file({{70, 7}, {900, 9}}),
        Span(60000, 160000, 10),
        true,
@@ -136,7 +136,7 @@ TEST(FineActivity, PaintsTheBinsThatAnEntryLasts) {
       {"at the start", file({{0, 8}}), span, true, {{0, 4, 8}}},
       {"cut at the end", file({{49, 8}}), span, true, {{98, 99, 8}}},
       {"at the end", file({{50, 8}}), span, true, {{99, 99, 8}}},
-      {"behind it", file({{51, 8}}), span, false, {}},
+      {"after it", file({{51, 8}}), span, false, {}},
       {"no duration", lasting(0, {{10, 8}}), span, true, {{20, 20, 8}}},
       {"lasting beyond all bins", lasting(0xFFFFFFFF, {{10, 8}}), span, true, {{20, 99, 8}}},
       {"the earlier overwrites the later",
@@ -304,7 +304,7 @@ TEST(Activity, OfASpanThatEndsBeforeItBeginsIsThatOfAHugeOne) {
        Span(50000, 10000, 10),
        false,
        {}},
-      {"behind the start", {ActiveFile("a", 100, {{60, 7}})}, Span(50000, 10000, 10), false, {}},
+      {"after the start", {ActiveFile("a", 100, {{60, 7}})}, Span(50000, 10000, 10), false, {}},
       {"to zero", {ActiveFile("a", 100, {{0, 7}})}, Span(1, 0, 10), true, {{0, 0, 7}}},
   };
   for (const SpanCase& row : cases) ExpectLevels(row);
@@ -386,7 +386,7 @@ TEST(FineActivity, TellsEntriesApartWhereProductsBeginToWrap) {
   EXPECT_EQ(answer.levels, Painted(kBins, {{296, kBins - 1, 8}}));
 }
 
-// Behind the entry that lies at the very end of the range, times run backwards.
+// After the entry that lies at the very end of the range, times run backwards.
 TEST(ActivityOfOneBin, LeavesOutWhatIsLaterThanTheRange) {
   cZel3Indexer index;
   index.Add_file_index(ActiveFile("a", 1, {{200, 40}, {100, 10}}));

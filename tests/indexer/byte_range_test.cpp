@@ -29,7 +29,7 @@ TEST(Stretch, IsTheFirstOneThatHoldsThePosition) {
       {"start of the second", {0, 1000, 5000}, 1000, 1000, 5000},
       {"end of the second", {0, 1000, 5000}, 4999, 1000, 5000},
       {"the last position opens none", {0, 1000, 5000}, 5000, 0, 0},
-      {"behind all", {0, 1000, 5000}, 6000, 0, 0},
+      {"after all", {0, 1000, 5000}, 6000, 0, 0},
       {"before all", {100, 200}, 99, 0, 0},
       {"no cuts", {}, 0, 0, 0},
       {"one cut", {0}, 0, 0, 0},
@@ -72,7 +72,7 @@ TEST(Stretch, OfAFileThatIsNotThereIsNone) {
 }
 
 // Two files; the second holds headers at 0 and 700 and entries at 700, 1500 and 9000, the last of
-// which lies behind all cuts.
+// which lies after all cuts.
 class ByteRange : public testing::Test {
  protected:
   ByteRange() {
@@ -156,9 +156,9 @@ struct HeaderPositionCase {
 TEST_F(ByteRange, FollowTheLastHeaderThatStandsBeforeThem) {
   const HeaderPositionCase cases[] = {
       {"a header at the entry's place is not before it", {0, 700}, 700, 0},
-      {"one byte behind the header", {0, 700}, 701, 700},
+      {"one byte after the header", {0, 700}, 701, 700},
       {"between two", {0, 700, 900}, 800, 700},
-      {"behind all", {0, 700, 900}, 5000, 900},
+      {"after all", {0, 700, 900}, 5000, 900},
       {"none before", {700}, 700, 0},
       {"no headers", {}, 700, 0},
       {"the first header at the start of the file", {0}, 700, 0},

@@ -32,7 +32,7 @@ TEST(HeaderCuts, GoBeforeTheFirstGreaterCut) {
       {"no cuts: the first as it is", {5}, {}, {5}},
       {"no cuts: greater ones are left out", {5, 6, 5}, {}, {5}},
       {"no cuts: smaller ones go before", {5, 4, 3}, {}, {3, 4, 5}},
-      {"before and behind", {0, 5000}, {100, 4000}, {0, 100, 4000}},
+      {"before and after", {0, 5000}, {100, 4000}, {0, 100, 4000}},
       {"equal to a cut", {100}, {100, 4000}, {100, 100, 4000}},
       {"equal to the last cut", {4000}, {100, 4000}, {100, 4000}},
       {"the largest position", {~0ULL}, {1, ~0ULL}, {1, ~0ULL}},

@@ -119,7 +119,7 @@ TEST_F(Housekeeping, LooksAtAllThreeKindsOfCacheFilesAndNothingElse) {
        {"a.hdr", "b.id3"}},
       {"capitals", "1", {{"a.ID3", 2 * kMiB}}, {}},
       {"another suffix", "1", {{"a.zel3", 2 * kMiB}}, {"a.zel3"}},
-      {"a suffix behind it", "1", {{"a.id3.bak", 2 * kMiB}}, {"a.id3.bak"}},
+      {"a suffix after it", "1", {{"a.id3.bak", 2 * kMiB}}, {"a.id3.bak"}},
       {"no dot", "1", {{"id3", 2 * kMiB}}, {"id3"}},
       {"hidden", "1", {{".a.id3", 2 * kMiB}}, {".a.id3"}},
       {"other files do not count",

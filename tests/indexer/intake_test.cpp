@@ -108,7 +108,7 @@ struct RangeCase {
   std::uint32_t end;
 };
 
-// The end moves only when an entry is appended that lies behind it, and then to the newest index
+// The end moves only when an entry is appended that lies after it, and then to the newest index
 // point.
 TEST_F(IndexPoints, MoveTheTimeRange) {
   const RangeCase cases[] = {

@@ -23,7 +23,7 @@ struct TimesCase {
   std::uint32_t interval;
 };
 
-// The end lies one smallest step behind the last time; steps count from 3 to 6. The interval is the
+// The end lies one smallest step after the last time; steps count from 3 to 6. The interval is the
 // upper median of the first five steps.
 TEST_F(LoadedEntries, TellTheTimeRangeAndTheInterval) {
   const TimesCase cases[] = {

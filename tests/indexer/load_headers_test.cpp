@@ -30,7 +30,7 @@ struct CutsCase {
 
 TEST_F(LoadedHeaders, CutTheFileBeforeTheFirstGreaterPosition) {
   const CutsCase cases[] = {
-      {"one before, one behind", {100, 4000}, {0, 5000}, {0, 100, 4000}},
+      {"one before, one after", {100, 4000}, {0, 5000}, {0, 100, 4000}},
       {"between", {100, 4000}, {200}, {100, 200, 4000}},
       {"at the place of an entry", {100, 4000}, {100}, {100, 100, 4000}},
       {"at the place of the last entry", {100, 4000}, {4000}, {100, 4000}},

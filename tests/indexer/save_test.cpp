@@ -207,7 +207,7 @@ TEST_F(Save, GivesBackWhatTheWrittenBytesMean) {
       {"257 events count as one",
        {numbered, {"last"}},
        {"100@500 x1 80'e0'", "110@600 x1 80'last'"}},
-      {"11 bytes behind a NUL are no group",
+      {"11 bytes after a NUL are no group",
        {{std::string("a\0bcdefghijk", 12)}},
        {"100@500 x1 80'a'"}},
       {"12 bytes are",

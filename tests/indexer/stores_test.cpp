@@ -40,7 +40,7 @@ TEST_F(Stores, AreFiledByStartTime) {
       {"30, 10, 20",
        {FileOf("30", {30}), FileOf("10", {10}), FileOf("20", {20})},
        {"10", "20", "30"}},
-      {"an equal start time goes behind those present",
+      {"an equal start time goes after those present",
        {FileOf("10", {10}), FileOf("30", {30}), FileOf("20", {20}), FileOf("20 again", {20}),
         FileOf("20 once more", {20})},
        {"10", "20", "20 again", "20 once more", "30"}},
@@ -146,7 +146,7 @@ TEST_F(Stores, CanReplaceAStoreByItself) {
   EXPECT_THAT(Shown(index.Files()[1].id3Records), ElementsAre("20@0"));
 }
 
-// Filing moves the stores behind the place, be it within their memory or to a larger one.
+// Filing moves the stores after the place, be it within their memory or to a larger one.
 TEST_F(Stores, CanBeFiledOnceMoreFromTheListItself) {
   sFile_Index_Store whole = FileOf("c", {30});
   whole.id3Path = Path("c.id3");

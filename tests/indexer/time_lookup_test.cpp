@@ -34,9 +34,9 @@ TEST(TimeLookup, FindsTheEntryAndItsNeighboursInOneFile) {
       {"second entry", file, 20000, At(0, 1, 20000), At(0, 2, 30000), At(0, 0, 10000)},
       {"second interval", file, 29999, At(0, 1, 20000), At(0, 2, 30000), At(0, 0, 10000)},
       {"last entry", file, 30000, At(0, 2, 30000), kNothing, At(0, 1, 20000)},
-      {"behind the last entry", file, 35000, At(0, 2, 30000), kNothing, At(0, 1, 20000)},
+      {"after the last entry", file, 35000, At(0, 2, 30000), kNothing, At(0, 1, 20000)},
       {"end of the file", file, 40000, At(0, 2, 30000), kNothing, At(0, 1, 20000)},
-      {"behind the file", file, 40001, kNothing, kNothing, kNothing},
+      {"after the file", file, 40001, kNothing, kNothing, kNothing},
   };
   for (const LookupCase& row : cases) ExpectAnswers(row);
 }
@@ -75,7 +75,7 @@ TEST(TimeLookup, NamesEntryMinusOneBeforeASingleEntry) {
                                                  FileOf("c", {90})};
   const LookupCase cases[] = {
       {"at it", one, 10000, At(0, 0, 10000), kNothing, At(0, -1, 10000)},
-      {"behind it", one, 16000, At(0, 0, 10000), kNothing, At(0, -1, 10000)},
+      {"after it", one, 16000, At(0, 0, 10000), kNothing, At(0, -1, 10000)},
       {"between other files", second, 12000, At(1, 0, 10000), At(2, 0, 90000), At(1, -1, 10000)},
   };
   for (const LookupCase& row : cases) ExpectAnswers(row);
@@ -106,7 +106,7 @@ TEST(TimeLookup, WalksFrontToBackWhereTimesDoNotAscend) {
        kNothing},
       {"a later interval", jump, 35000, At(0, 2, 20000), At(0, 3, 40000), At(0, 1, 30000)},
       {"times that only fall", fall, 25000, At(0, 2, 10000), kNothing, At(0, 1, 20000)},
-      {"behind a dip", dip, 15000, At(0, 1, 10000), At(0, 2, 40000), At(0, 0, 30000)},
+      {"after a dip", dip, 15000, At(0, 1, 10000), At(0, 2, 40000), At(0, 0, 30000)},
       {"in the first interval after an early start", early, 15000, At(1, 1, 10000), At(1, 2, 30000),
        At(1, 0, 20000)},
       {"from the last entry on, between others' times", low, 25000, At(0, 2, 20000),
@@ -122,7 +122,7 @@ TEST(TimeLookup, WithoutAHitOnlyTheNextFileIsTaken) {
   const LookupCase cases[] = {
       {"before the first entry", files, 7000, kNothing, At(1, 0, 50000), kNothing},
       {"in the only file", {early}, 7000, kNothing, kNothing, kNothing},
-      {"behind another file", {FileOf("z", {1, 2}), early}, 7000, kNothing, kNothing, kNothing},
+      {"after another file", {FileOf("z", {1, 2}), early}, 7000, kNothing, kNothing, kNothing},
   };
   for (const LookupCase& row : cases) ExpectAnswers(row);
 }
@@ -141,12 +141,12 @@ TEST(TimeLookup, InAGapFindsTheNextFileOrTheFirstOneBefore) {
                                                       FileOf("a", {500, 900})};
   const LookupCase cases[] = {
       {"between two files", two, 250000, At(1, 0, 300000), At(1, 0, 300000), At(0, 0, 200000)},
-      {"right behind the first", two, 200001, At(1, 0, 300000), At(1, 0, 300000), At(0, 0, 200000)},
+      {"right after the first", two, 200001, At(1, 0, 300000), At(1, 0, 300000), At(0, 0, 200000)},
       {"right before the second", two, 299999, At(1, 0, 300000), At(1, 0, 300000),
        At(0, 0, 200000)},
       {"backward the lowest file wins", three, 450000, At(2, 0, 500000), At(2, 0, 500000),
        At(0, 0, 200000)},
-      {"behind all files that are left", shrunk, 800000, kNothing, kNothing, At(0, 0, 200000)},
+      {"after all files that are left", shrunk, 800000, kNothing, kNothing, At(0, 0, 200000)},
       {"before all files that are left", shrunkFront, 300000, At(0, 0, 500000), At(0, 0, 500000),
        kNothing},
       {"backward at the very end of a file whose end time has wrapped", wrapped, 4000,
@@ -154,7 +154,7 @@ TEST(TimeLookup, InAGapFindsTheNextFileOrTheFirstOneBefore) {
       {"at the very start of such a file", wrappedFirst, 4294967294000, At(0, 0, 4294967294000),
        At(0, 0, 4294967294000), At(0, 0, 4294967294000)},
       {"before the first time", two, 99999, kNothing, kNothing, kNothing},
-      {"behind the last time", two, 400001, kNothing, kNothing, kNothing},
+      {"after the last time", two, 400001, kNothing, kNothing, kNothing},
       {"the latest time there is", two, ~0ULL, kNothing, kNothing, kNothing},
       {"zero", two, 0, kNothing, kNothing, kNothing},
       {"no files", {}, 0, kNothing, kNothing, kNothing},
@@ -170,7 +170,7 @@ TEST(TimeLookup, InAGapTakesTheFirstFileInTheListThatStartsLater) {
   const LookupCase cases[] = {
       {"later than the file after it", files, 30000, At(1, 0, 200000), At(1, 0, 200000),
        At(0, 0, 20000)},
-      {"behind the last of the list", files, 100000, At(1, 0, 200000), At(1, 0, 200000),
+      {"after the last of the list", files, 100000, At(1, 0, 200000), At(1, 0, 200000),
        At(0, 0, 20000)},
   };
   for (const LookupCase& row : cases) ExpectAnswers(row);
@@ -196,7 +196,7 @@ TEST(TimeLookup, PassesOverFilesWithoutEntries) {
        At(0, 1, 20000)},
       {"from its own former time", middle, 35000, At(2, 0, 50000), At(2, 0, 50000),
        At(0, 0, 20000)},
-      {"backward in a gap behind it", front, 45000, At(2, 0, 50000), At(2, 0, 50000),
+      {"backward in a gap after it", front, 45000, At(2, 0, 50000), At(2, 0, 50000),
        At(1, 0, 40000)},
       {"backward at the first that is left", front, 30000, At(1, 0, 30000), At(1, 1, 40000),
        kNothing},
@@ -205,7 +205,7 @@ TEST(TimeLookup, PassesOverFilesWithoutEntries) {
       {"forward in a gap, nothing left", back, 45000, kNothing, kNothing, At(0, 0, 20000)},
       {"over two of them", onlyLast, 25000, At(2, 0, 50000), At(2, 0, 50000), kNothing},
       {"backward over two of them", onlyLast, 50000, At(2, 0, 50000), At(2, 1, 60000), kNothing},
-      {"holding the time, behind the file that has it",
+      {"holding the time, after the file that has it",
        {a, sameTimes},
        15000,
        At(0, 0, 10000),

@@ -177,7 +177,7 @@ TEST(FramingParserWithDamage, KnowsATooShortHeaderWithoutItsBody) {
 }
 
 TEST(FramingParserWithDamage, RefusesAHeaderWhoseTextsDoNotEndWhereItSays) {
-  // The title would end one byte behind the length.
+  // The title would end one byte after the length.
   const ArchiveBytes archive =
       ArchiveBytes().Raw({0xB5, 0xB5, 0x05, 0xB5, 5, 0, 5, 0, 'a', 'b', 0}).Index(7).Header({}, "");
   EXPECT_THAT(Found(archive), ElementsAre("damage@0 11 bytes", "index@11 time 7 flag 0",

@@ -77,7 +77,7 @@ TEST_F(BadInput, AHeaderOfStringsWithoutEnd) {
   ArchiveBuilder builder("cam");
   builder.Header({{1}}).Index(10);
   Bytes content = builder.Content();
-  // Everything behind the index record is one string that never ends.
+  // Everything after the index record is one string that never ends.
   content[4] = 0xFF;
   content[5] = 0x7F;
   const auto delta = static_cast<std::uint16_t>(builder.Size() - kIndexRecordSize - 0x7FFF);

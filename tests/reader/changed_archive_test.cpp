@@ -143,7 +143,7 @@ TEST_F(ChangedArchive, BeforeItIsOpenedForItsBytes) {
   }
 }
 
-// After each step of the pipeline, from before the first byte is read to behind the end.
+// After each step of the pipeline, from before the first byte is read to after the end.
 TEST_F(ChangedArchive, DuringItsRun) {
   for (const Change& change : kChanges) {
     bool atRest = false;

@@ -25,7 +25,7 @@ const Ending kEndings[] = {
      }},
 };
 
-// A reader is ended after none, one, two … steps of the pipeline, from its creation to behind the
+// A reader is ended after none, one, two … steps of the pipeline, from its creation to after the
 // end of its indexing run.
 class EndedRun : public ReaderTest {
  protected:

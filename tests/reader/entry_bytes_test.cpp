@@ -194,7 +194,7 @@ TEST_F(EntryBytes, WithoutAnyHeaderTheStartOfTheFileIsTakenForOne) {
   EXPECT_EQ(Entry(1, 20000), EndingIn(Part(content, 0, 200), Part(content, 200, 100)));
 }
 
-// The cuts are 0, 100, 200, 5000 and, as the file's end, 400: none of them ends behind 5000.
+// The cuts are 0, 100, 200, 5000 and, as the file's end, 400: none of them ends after 5000.
 TEST_F(EntryBytes, AnEntryOutsideAllUnitsIsFoundAndEmpty) {
   const std::string path = Place("cam.zel3", content);
   IndexCache{{{10, 100}, {20, 200}, {30, 5000}}}.WriteBeside(path);

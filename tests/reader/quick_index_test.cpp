@@ -106,7 +106,7 @@ TEST_F(QuickIndex, TheFirstIndexRecordMustLieWholeInTheFile) {
   }
 }
 
-// What would be the body of a header is looked at only behind a marker.
+// What would be the body of a header is looked at only after a marker.
 TEST_F(QuickIndex, WithoutAHeaderMarkerThereIsNoArchive) {
   Bytes content = ArchiveBuilder("cam").Filler(20, 0).Index(10).Content();
   content[3] = 20;
@@ -275,7 +275,7 @@ std::ostream& operator<<(std::ostream& out, const TailCase& row) {
 class TailSearch : public QuickIndex, public testing::WithParamInterface<TailCase> {};
 
 // A marker at the end of a stretch counts when all its four bytes and one more lie in the stretch;
-// the rest of its record is taken from behind.
+// the rest of its record comes from the bytes after the stretch.
 INSTANTIATE_TEST_SUITE_P(
     Places, TailSearch,
     testing::Values(

@@ -22,7 +22,7 @@ class WithTheReferenceParser : public ReaderTest {
     return builder.Archive();
   }
 
-  // Brings up a parser for playing behind the reader, and the client behind the parser.
+  // Brings up a parser for playing after the reader, and the client after the parser.
   void PutParserInBetween() {
     TBrickConfig config = Config("");
     config.signature = tag::kSignatureParser;

@@ -33,7 +33,7 @@ TEST_F(FullDisk, KeepsAWholeIndexOrNoneAndTheNextStartFindsTheTimesAgain) {
     Settle();
     const std::string answer = Ask(ChunkRequest(200000)).back();
     EndReader();
-    // What was saved is served; without an index the file is no archive until the next start.
+    // What was saved is served; without an index the file is not an archive until the next start.
     wasSaved = answer == "IRN3 0/100 at 200000";
     EXPECT_TRUE(wasSaved || answer == "IRN3 none at 203000") << answer;
 

@@ -44,7 +44,7 @@ class RequestMix {
 
  private:
   std::uint32_t Below(std::uint32_t limit) { return static_cast<std::uint32_t>(mRandom() % limit); }
-  // Also before the first entry and behind the last one.
+  // Also before the first entry and after the last one.
   std::uint64_t Time() { return Below(700'000); }
 
   // Also of files and entries that are not there.

@@ -137,7 +137,7 @@ TEST(WriteScenario, ChangesTheStreamsInTheMiddleOfAFile) {
   ASSERT_EQ(truth.files[1].headerPositions.size(), 2u);
   EXPECT_THAT(truth.files[1].streamIds, ElementsAre(1, 2, 3, 4));
   EXPECT_THAT(truth.files[2].streamIds, ElementsAre(1, 2, 3));
-  // The entry at 100 seconds stands right behind the second header.
+  // The entry at 100 seconds stands right after the second header.
   EXPECT_LT(truth.files[1].entries[9].position, truth.files[1].headerPositions[1]);
   EXPECT_GT(truth.files[1].entries[10].position, truth.files[1].headerPositions[1]);
 }

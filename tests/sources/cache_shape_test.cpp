@@ -49,7 +49,7 @@ TEST(CacheShape, TellsCachesFromStrangers) {
       {"text as .id3", kId3, Text("What happened in the song, line by line."), true, true},
       {"positions", kHdr, Bytes(8, 0) + kPosition, false, false},
       {"half a position", kHdr, kPosition + Bytes(4, 0), true, false},
-      {"a position behind all files", kHdr, With(kPosition, 6, 1), true, true},
+      {"a position after all files", kHdr, With(kPosition, 6, 1), true, true},
       {"text as .hdr", kHdr, Text("ENVI desc"), true, true},
       {"events", kEvt, kEvents + kEvents, false, false},
       {"more than 255 events", kEvt, kEvents + Bytes{1, 0, 0, 0, 2, 0, 0, 0, 0} + kEvents, false,

@@ -30,7 +30,7 @@ class ArchiveBuilder {
 
   explicit ArchiveBuilder(const std::string& title) : mTitle(title) {}
 
-  // `firstIndexDelta` says where the first index record stands; 5 is right behind a header at the
+  // `firstIndexDelta` says where the first index record stands; 5 is right after a header at the
   // file's start. `extraLength` falsifies the header's own length.
   ArchiveBuilder& Header(const std::vector<Stream>& streams, std::int16_t firstIndexDelta = 5,
                          std::int16_t extraLength = 0);
@@ -38,7 +38,7 @@ class ArchiveBuilder {
   // `type` is a stream id or an event type; `kind` the tag of the block that a parser sends.
   ArchiveBuilder& Data(std::uint8_t type, std::uint8_t flags, const std::string& payload,
                        Tag kind = tag::kData);
-  // Bytes that are no record.
+  // Bytes that are not a record.
   ArchiveBuilder& Filler(std::size_t count, unsigned char value = 0x11);
 
   std::size_t Size() const { return mArchive.bytes.size(); }

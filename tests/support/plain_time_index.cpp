@@ -36,19 +36,19 @@ Answer PlainTimeIndex::FindInFile(int file, std::uint64_t time, Ask ask) const {
     const std::uint64_t previous = Time(file, i == 0 ? 0 : i - 1);
     const std::uint64_t entry = Time(file, i);
     const bool hit = previous <= time && time < entry;
-    const bool behindLast = i == last && time >= entry;
+    const bool afterLast = i == last && time >= entry;
     if (ask == Ask::kAtOrBefore) {
       if (hit) return At(file, i - 1, previous);
-      if (behindLast) return At(file, last, entry);
+      if (afterLast) return At(file, last, entry);
     } else if (ask == Ask::kForward) {
       if (hit) return At(file, i, entry);
     } else {
       if (hit && i >= 2) return At(file, i - 2, Time(file, i - 2));
       if (hit) return LastEntryBefore(file);
-      if (behindLast) return At(file, last - 1, previous);
+      if (afterLast) return At(file, last - 1, previous);
     }
   }
-  return ask == Ask::kForward ? FirstEntryBehind(file) : kNothing;
+  return ask == Ask::kForward ? FirstEntryAfter(file) : kNothing;
 }
 
 Answer PlainTimeIndex::FindInGap(std::uint64_t time, Ask ask) const {
@@ -74,7 +74,7 @@ Answer PlainTimeIndex::LastEntryBefore(int file) const {
   return kNothing;
 }
 
-Answer PlainTimeIndex::FirstEntryBehind(int file) const {
+Answer PlainTimeIndex::FirstEntryAfter(int file) const {
   for (++file; file < static_cast<int>(mFiles.size()); ++file) {
     if (!IsEmpty(file)) return At(file, 0, Time(file, 0));
   }

@@ -33,7 +33,7 @@ class PlainTimeIndex {
   Answer FindInFile(int file, std::uint64_t time, Ask ask) const;
   Answer FindInGap(std::uint64_t time, Ask ask) const;
   Answer LastEntryBefore(int file) const;
-  Answer FirstEntryBehind(int file) const;
+  Answer FirstEntryAfter(int file) const;
 
   std::vector<PlainStore> mFiles;
   std::uint32_t mFirst = 0;

@@ -48,7 +48,7 @@ class Completion : public ProgramTest {
     return LinesOf(result.out);
   }
 
-  // What fish offers at the end of `line`, with a tab and the help behind each.
+  // What fish offers at the end of `line`, with a tab and the help after each.
   Words FishOffers(const std::string& line) {
     const std::string script = "cd $argv[1]; source $argv[2]; complete -C $argv[3]";
     const ProgramResult result =

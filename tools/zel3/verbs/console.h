@@ -8,7 +8,7 @@
 
 struct ConsoleOptions {
   std::string source;
-  bool showAll = false;  // also blocks that are no answers
+  bool showAll = false;  // also blocks that are not answers
   std::uint64_t byteLimit = std::numeric_limits<std::uint64_t>::max();  // shown of raw data
 };
 
