@@ -6,8 +6,9 @@
 #include "indexer/cache_names.h"
 #include "indexer/plain_file.h"
 
-// The cache of one archive, that at currentFilePath: the names belong to it, an open file is the
-// one named beside it, and only its files are claimed.
+// The cache of one archive, that at currentFilePath, as names, open files and a claim: the names
+// belong to that archive, an open file is the one named beside it, and only its files are claimed.
+// What the files hold: entries_file.h, headers_file.h, events_file.h.
 struct CacheFiles {
   // Another archive or other names. `refused`: they lie in a folder that is not trusted. REQUIRES:
   // the files are closed.

@@ -2,8 +2,8 @@
 
 #include "indexer/file_index_store.h"
 
-// Which lists of a store ascend: those are searched by binary search, the others from front to
-// back.
+// Which lists within a store ascend: those are searched by binary search, the others from front to
+// back. The order of the stores themselves: store_list.h.
 struct StoreOrder {
   bool entriesAscend = false;  // the times of id3Records
   bool headersAscend = false;  // headerPositions

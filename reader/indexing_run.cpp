@@ -58,7 +58,7 @@ int CZel3FileReader::Start_make_index(const QString& path) {
   bool begun = false;
   Contain([&] {
     indexer.Reopen_for_write();
-    begun = BeginIntake(file);
+    begun = MakeChain(file);
   });
   if (!begun) {
     children.EndChain(*this);
@@ -72,7 +72,7 @@ int CZel3FileReader::Start_make_index(const QString& path) {
 
 // Makes the chain on an empty index. False when it does not stand; what there is of it is left to
 // the caller.
-bool CZel3FileReader::BeginIntake(const QString& file) {
+bool CZel3FileReader::MakeChain(const QString& file) {
   // Opening may have loaded an older cache; the records of the run must not come on top of it.
   indexer.BeginIntake();
   if (!children.EndChain(*this)) return false;
@@ -136,7 +136,7 @@ bool CZel3FileReader::BeginAnew() {
   run.BeginAnew();
   // Not whole until the chain stands again.
   run.SetWhole(false);
-  if (!BeginIntake(run.File())) return false;
+  if (!MakeChain(run.File())) return false;
   run.SetWhole(true);
   PullNextBlock();
   return true;

@@ -106,7 +106,7 @@ class CZel3FileReader : public CBrick {
 
   // The indexing run (indexing_run.cpp). `path` empty: the current file.
   int Start_make_index(const QString& path);
-  bool BeginIntake(const QString& file);
+  bool MakeChain(const QString& file);
   void Send_start_indexing(const QString& file);
   void PullNextBlock();
   void Send_finish_indexing();
