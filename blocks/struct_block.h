@@ -35,8 +35,8 @@ class cStructBlock : public cMemBlock {
   static const cStructBlock View(const cMemBlock& block) { return cStructBlock(block); }
 
   std::uint32_t Size() const { return mNode->size; }
-  // False for a node too small for its record; one that came from elsewhere may then only be asked
-  // for its Size, one that New has made has room for the record all the same.
+  // False for a node too small for its record. Such a node may only be asked for its Size, unless
+  // New has made it: then it has room for the record all the same.
   bool HoldsRecord() const { return mNode->size >= sizeof(T); }
 
   // Reading: never copies. Borrowed from the node.

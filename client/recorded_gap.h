@@ -4,13 +4,13 @@
 
 #include "blocks/units.h"
 
-// From how many steps on, from one entry to the next, there is a gap. Cameras skip an entry now and
-// then; a change of files takes less time than a gap that people care about.
+// How many steps from one entry to the next are not a gap yet. Cameras skip an entry now and then;
+// a change of files takes less time than a gap that people care about.
 constexpr std::uint64_t kMostStepsInAFile = 4;
 constexpr std::uint64_t kMostStepsToTheNextFile = 2;
 
-// Whether so long a time without an entry is a gap. `step` is that from the first entry of the file
-// to the second; 0: it has only one, and there is nothing to compare with.
+// Whether a time without an entry is long enough for a gap. `step` is the time from the first entry
+// of the file to the second; 0: the file has only one, and there is nothing to compare with.
 constexpr bool IsGap(ArchiveTime length, ArchiveTime step, std::uint64_t mostSteps) {
   return step > 0 && length > mostSteps * step;
 }

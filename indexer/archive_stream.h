@@ -20,8 +20,8 @@ class ArchiveStream {
   // where the file ends now: it may grow or be cut.
   std::size_t Read(const PlainFile& file, unsigned char* bytes, std::size_t size);
 
-  // Tries the places that failed once more, until one can be read. Of a great many places that
-  // failed, also some that were read are tried.
+  // Tries the places that failed once more, until one can be read. When a great many have failed,
+  // some places that were read are tried, too.
   bool CanBeReadNow(const PlainFile& file) const;
 
   // How many bytes have been passed over so far.

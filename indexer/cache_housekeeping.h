@@ -39,8 +39,8 @@ class CacheHousekeeping {
 
   QString mFolder;
   std::vector<ListedFile> mFiles;
-  bool mSorted = false;  // the oldest file is the last of mFiles
-  std::int64_t mTotal = 0;
+  bool mSorted = false;     // the oldest file is the last of mFiles
+  std::int64_t mTotal = 0;  // bytes, as the next
   std::int64_t mLimit = 0;
 };
 

@@ -17,6 +17,6 @@ struct CacheNames : CacheFileNames {
   QString name;  // of the archive in its cache: the files are named after it
 };
 
-// What stands beside a cache file until that is whole; with another number, another name. The
-// housekeeping of a cache folder takes it for a cache file of the same kind, too.
+// The name of what is written beside a cache file until it is whole; another `number` gives another
+// name. The housekeeping of a cache folder counts it as a cache file of the same kind.
 QString UnfinishedName(const QString& cacheFile, int number = 0);

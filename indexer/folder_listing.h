@@ -8,8 +8,8 @@
 
 // A file of a folder, as it was when the folder was listed.
 struct ListedFile {
-  QByteArray name;  // without the folder, as QFile::encodeName gives it
-  std::uint64_t size;
+  QByteArray name;        // without the folder, as QFile::encodeName gives it
+  std::uint64_t size;     // in bytes
   std::int64_t modified;  // in milliseconds
 };
 

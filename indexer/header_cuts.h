@@ -5,9 +5,10 @@
 
 #include "blocks/units.h"
 
-// Header positions on their way between the positions that cut a file: as if each in turn went
-// before the first cut greater than it, and a position with no greater cut were left out. Neither
-// list need ascend. Costs no more than sorting the headers and one pass over the cuts.
+// Merges the positions of headers into the positions that cut a file. The result is that of
+// inserting one position after the other before the first cut greater than it; a position with no
+// greater cut is left out. Neither list need ascend. Costs no more than sorting the headers and one
+// pass over the cuts.
 class HeaderCuts {
  public:
   // Throws std::bad_alloc, as AddCuts does.

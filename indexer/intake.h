@@ -15,8 +15,8 @@ struct Intake {
   // Empties it, for a file that is opened and for each start of a run. What stays is which file it
   // is, whether it is partial, and lastIndexTime.
   void Reset();
-  // The same for a draft, in which scratchPos stays too, and that an entry is pending, although the
-  // entry itself becomes all zeros.
+  // The same for a draft. There scratchPos stays as well, and so does whether an entry is pending,
+  // although the entry itself becomes all zeros.
   void ResetForDraft();
 
   // Ends a run: the pending entry, if there is one, joins the others. Throws std::bad_alloc.

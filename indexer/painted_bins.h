@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <map>
 
-// A row of bins in which the first paint stays: later strokes colour only what is still bare. Costs
-// as much as the bins painted, and a search for each stroke that does not go on where the stroke
-// before it was. Borrows the bins.
+// A row of bins in which the first paint stays: later strokes colour only what is still bare. Each
+// bin is painted once, and a stroke that does not continue the one before it costs one search.
+// Borrows the bins.
 class PaintedBins {
  public:
   explicit PaintedBins(std::uint8_t* bins) : mBins(bins) {}

@@ -69,7 +69,7 @@ struct ReportData {
 };
 
 // Goes through all files, gives those that have none an index, and asks the reader for the rest.
-// Without a range from the first to the last entry. Throws Failure when the source holds no archive
-// or the user interrupts.
+// Without `range`: from the first to the last entry. Throws Failure when the source holds no
+// archive or the user interrupts.
 ReportData CollectReport(const ServedSource& source, const std::optional<ReportRange>& range,
                          Progress* progress);

@@ -34,7 +34,7 @@ class ArchiveFile {
   // Streaming: takes the file's bytes from the first to the last, with zeros in place of what
   // cannot be read. Fewer than `size` bytes, or none, come only at the end of the file.
   std::size_t ReadNext(unsigned char* bytes, std::size_t size);
-  // Of what could not be read meanwhile, some can be read now.
+  // Some of what could not be read can be read now.
   bool CanBeReadNow() const { return stream.CanBeReadNow(file); }
   // What was read goes to the end of the file, or near enough.
   bool ReachesTheEnd() const { return stream.ReachesTheEnd(file); }

@@ -13,7 +13,7 @@ struct ChildBricks {
   // until the host ends.
   void EndAll();
 
-  // In a run, the chain that ends with the reader is: indexReader, indexParser, reader.
+  // The chain of a run: indexReader, then indexParser, then the reader itself.
   CZel3FileReader* indexReader = nullptr;
   CBrick* indexParser = nullptr;
   CBrick* previewParser = nullptr;  // never set: nothing asks for a parser for previews

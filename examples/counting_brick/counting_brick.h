@@ -46,7 +46,7 @@ class CountingBrick final : public CBrick {
     return 1;
   }
 
-  void AskForEntry(std::uint64_t time, std::uint32_t type) {
+  void AskForEntry(ArchiveTime time, std::uint32_t type) {
     ChunkRequestBlock request = ChunkRequestBlock::New();
     request.Record().time = time;
     request.Record().type = type;
