@@ -53,18 +53,6 @@ KindFacts FactsOf(FindingKind kind) {
 
 }  // namespace
 
-const char* Name(Severity severity) {
-  switch (severity) {
-    case Severity::kError:
-      return "error";
-    case Severity::kWarning:
-      return "warning";
-    case Severity::kNote:
-      break;
-  }
-  return "note";
-}
-
 const char* Name(FindingKind kind) {
   return FactsOf(kind).name;
 }

@@ -7,11 +7,7 @@
 #include <vector>
 
 #include "blocks/units.h"
-
-enum class Severity { kNote, kWarning, kError };
-
-// note, warning, error
-const char* Name(Severity severity);
+#include "checkup/severity.h"
 
 enum class FindingKind {
   kDamage,

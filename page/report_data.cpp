@@ -126,9 +126,7 @@ class Collection {
           mData.gaps.items.push_back({{first, last}, finding.file});
       }
       if (finding.kind == FindingKind::kGap) moreGaps += finding.more;
-      const Severity severity = SeverityOf(finding.kind);
-      if (severity == Severity::kError) ++mData.errorCount;
-      if (severity == Severity::kWarning) ++mData.warningCount;
+      mData.severities.Add(SeverityOf(finding.kind));
       mData.findings.items.push_back(finding);
     }
     std::sort(mData.gaps.items.begin(), mData.gaps.items.end(),
@@ -204,6 +202,12 @@ class Collection {
 };
 
 }  // namespace
+
+std::uint64_t CountNotIndexed(const ReportData& report) {
+  return static_cast<std::uint64_t>(
+      std::count_if(report.files.begin(), report.files.end(),
+                    [](const ReportFile& file) { return !file.indexed; }));
+}
 
 ReportData CollectReport(const ServedSource& source, const std::optional<ReportRange>& range,
                          Progress* progress) {

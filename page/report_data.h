@@ -63,10 +63,12 @@ struct ReportData {
   std::vector<ReportStream> streams;
   FirstOf<RecordedEvent> events;            // of the range, ascending; long texts are cut
   std::vector<ArchiveTime> laterEventBins;  // starts of the fine bins that hold the other events
-  std::uint64_t errorCount = 0;             // of all findings, as the next
-  std::uint64_t warningCount = 0;
-  FirstOf<Finding> findings;  // that meet the range or have no time
+  FirstOf<Finding> findings;                // that meet the range or have no time
+  SeverityCounts severities;                // of all findings
 };
+
+// How many files have no index.
+std::uint64_t CountNotIndexed(const ReportData& report);
 
 // Goes through all files, gives those that have none an index, and asks the reader for the rest.
 // Without `range`: from the first to the last entry. Throws Failure when the source holds no

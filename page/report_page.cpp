@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <QCryptographicHash>
-#include <algorithm>
 #include <map>
 
 #include "page/html.h"
@@ -46,12 +45,12 @@ std::string SummaryOf(const ReportData& report, TimeFormat times) {
 
 // What keeps the report from telling all; empty when nothing does.
 std::string WarningOf(const ReportData& report) {
-  const auto left = static_cast<std::uint64_t>(
-      std::count_if(report.files.begin(), report.files.end(),
-                    [](const ReportFile& file) { return !file.indexed; }));
-  if (left + report.errorCount + report.warningCount == 0) return "";
+  const std::uint64_t left = CountNotIndexed(report);
+  const SeverityCounts& found = report.severities;
+  if (left + found.From(Severity::kWarning) == 0) return "";
   return fmt::format("<p class=\"warning\">{} not indexed, {}, {}</p>", Counted(left, "file"),
-                     Counted(report.errorCount, "error"), Counted(report.warningCount, "warning"));
+                     Counted(found.Of(Severity::kError), "error"),
+                     Counted(found.Of(Severity::kWarning), "warning"));
 }
 
 // The page with its places filled in.

@@ -10,6 +10,12 @@ void AddDump(CLI::App* app, Options* options, Run* run) {
   AddStyle(verb, &options->dump.style, {"text", "jsonl"});
 }
 
+void AddFailOn(CLI::App* verb, Severity* target) {
+  AddParsed(verb, "--fail-on", target, SeverityFromName, "severity (note, warning, error)",
+            "the least finding that makes the exit code 3; default: warning")
+      ->type_name("note|warning|error");
+}
+
 void AddDoctor(CLI::App* app, Options* options, Run* run) {
   CLI::App* const verb =
       AddVerb(app, "doctor", "what is wrong with archive files and their caches", run,
@@ -17,6 +23,7 @@ void AddDoctor(CLI::App* app, Options* options, Run* run) {
   AddSource(verb, &options->doctor.source);
   verb->add_flag("--rebuild", options->doctor.rebuild,
                  "also make caches that are missing or unsound anew; archives are never written");
+  AddFailOn(verb, &options->doctor.failOn);
   AddStyle(verb, &options->doctor.style);
 }
 
@@ -31,6 +38,7 @@ void AddReport(CLI::App* app, Options* options, Run* run) {
   verb->add_option("-o,--output", report->output, "where to write; -: the standard output")
       ->type_name("PATH")
       ->required();
+  AddFailOn(verb, &report->failOn);
   AddTimeFormat(verb, &report->askedTimeFormat, "default: iso");
 }
 

@@ -16,6 +16,7 @@
 #include "system/failure.h"
 #include "text/shown_text.h"
 #include "times/time_text.h"
+#include "verbs/exit_by_severity.h"
 
 namespace {
 
@@ -82,6 +83,12 @@ std::string Span(const Finding& finding, TimeFormat times) {
   return fmt::format(" ({} to {})", from, TimeText(*finding.endTime, times));
 }
 
+SeverityCounts CountsOf(const std::vector<Finding>& findings) {
+  SeverityCounts counts;
+  for (const Finding& finding : findings) counts.Add(SeverityOf(finding.kind));
+  return counts;
+}
+
 void PrintAsText(const Diagnosis& diagnosis, TimeFormat times) {
   const std::vector<Finding>& findings = diagnosis.findings;
   std::vector<std::vector<std::string>> rows{
@@ -92,15 +99,11 @@ void PrintAsText(const Diagnosis& diagnosis, TimeFormat times) {
                     Escaped(finding.text) + Span(finding, times)});
   }
   if (!findings.empty()) PrintTable(rows, {{"error", Colour::kRed}, {"warning", Colour::kYellow}});
-  const auto count = [&findings](Severity severity) {
-    return std::count_if(findings.begin(), findings.end(), [severity](const Finding& one) {
-      return SeverityOf(one.kind) == severity;
-    });
-  };
+  const SeverityCounts found = CountsOf(findings);
   fmt::print("{}: {}, {}, {}\n", Counted(diagnosis.archives.size(), "file"),
-             Counted(count(Severity::kError), "error"),
-             Counted(count(Severity::kWarning), "warning"),
-             Counted(count(Severity::kNote), "note"));
+             Counted(found.Of(Severity::kError), "error"),
+             Counted(found.Of(Severity::kWarning), "warning"),
+             Counted(found.Of(Severity::kNote), "note"));
 }
 
 void TellWhereIndexesAre(const IndexPlace& indexes) {
@@ -120,20 +123,23 @@ void RemoveCache(const std::string& archive, const std::string& folder) {
   }
 }
 
-void Rebuild(const HostOptions& host, const SourceFacts& source,
-             const std::vector<ArchiveFacts>& archives, ProgressBar* progress) {
+// Gives the number of files that cannot be indexed.
+std::uint64_t Rebuild(const HostOptions& host, const SourceFacts& source,
+                      const std::vector<ArchiveFacts>& archives, ProgressBar* progress) {
   const ServedSource served(host, source.Path(), MissingIndexes::kBuild, PrintNotice);
   for (const ArchiveFacts& facts : archives) {
     if (facts.cache == CacheState::kUnsound) RemoveCache(facts.path, source.Indexes().folder);
   }
   const std::vector<IndexedFile> files = BuildIndexes(served, progress);
   const auto count = [&files](FileState state) {
-    return std::count_if(files.begin(), files.end(),
-                         [state](const IndexedFile& file) { return file.state == state; });
+    return static_cast<std::uint64_t>(
+        std::count_if(files.begin(), files.end(),
+                      [state](const IndexedFile& file) { return file.state == state; }));
   };
   fmt::print(stderr, "{} made anew, {} kept, {} cannot be indexed\n",
              Counted(count(FileState::kIndexed), "cache"), count(FileState::kCached),
              Counted(count(FileState::kFailed), "file"));
+  return count(FileState::kFailed);
 }
 
 }  // namespace
@@ -149,6 +155,7 @@ int RunDoctor(const HostOptions& host, const DoctorOptions& options) {
     PrintAsText(diagnosis, options.style.Times());
   }
   TellWhereIndexesAre(source.Indexes());
-  if (options.rebuild) Rebuild(host, source, diagnosis.archives, &progress);
-  return diagnosis.findings.empty() ? kExitDone : kExitDamaged;
+  const std::uint64_t notIndexed =
+      options.rebuild ? Rebuild(host, source, diagnosis.archives, &progress) : 0;
+  return ExitBySeverity(CountsOf(diagnosis.findings), options.failOn, notIndexed);
 }

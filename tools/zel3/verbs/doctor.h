@@ -2,12 +2,14 @@
 
 #include <string>
 
+#include "checkup/severity.h"
 #include "output/output_style.h"
 #include "sources/host_options.h"
 
 struct DoctorOptions {
   std::string source;
   bool rebuild = false;
+  Severity failOn = Severity::kWarning;  // the least that makes the verb end as damaged
   OutputStyle style;
 };
 

@@ -9,6 +9,7 @@
 #include "page/report_data.h"
 #include "page/report_page.h"
 #include "system/failure.h"
+#include "verbs/exit_by_severity.h"
 #include "verbs/time_range.h"
 
 namespace {
@@ -18,12 +19,6 @@ std::optional<ReportRange> RangeOf(const ReportOptions& options) {
   CheckTimeRange(*options.from, *options.to);
   if (*options.from >= kEndOfTimes) throw Failure(kNothingRecorded, kExitNothing);
   return ReportRange{*options.from, std::min(*options.to, kEndOfTimes)};
-}
-
-bool IsWhole(const ReportData& report) {
-  return std::all_of(report.files.begin(), report.files.end(),
-                     [](const ReportFile& file) { return file.indexed; }) &&
-         report.errorCount + report.warningCount == 0;
 }
 
 }  // namespace
@@ -42,5 +37,5 @@ int RunReport(const HostOptions& host, const ReportOptions& options) {
   OutputFile output(options.output);
   output.Write(std::vector<unsigned char>(page.begin(), page.end()));
   output.Finish();
-  return IsWhole(report) ? kExitDone : kExitDamaged;
+  return ExitBySeverity(report.severities, options.failOn, CountNotIndexed(report));
 }
