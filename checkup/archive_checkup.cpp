@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <fstream>
+#include <limits>
 
 #include "archive/archive_recognition.h"
 #include "archive/archive_scan.h"
@@ -48,6 +49,9 @@ class ArchiveCheckup : public FramingSink {
       mFacts.streamNames[stream.id] = stream.name;
     if (mHasHeader) return;
     mHasHeader = true;
+    if (mHeaderless.stretches > 0) {
+      mFindings->Add(AboutHeaderless(FindingKind::kDamage, "cannot be read without a header"));
+    }
     CheckFirstHeader(position, header);
   }
 
@@ -60,6 +64,7 @@ class ArchiveCheckup : public FramingSink {
     mFacts.startTime = std::min(mFacts.startTime, time);
     mFacts.endTime = std::max(mFacts.endTime, time);
     mLastTime = time;
+    mIsDamagedSinceEntry = false;
     ++mFacts.entries;
   }
 
@@ -73,11 +78,19 @@ class ArchiveCheckup : public FramingSink {
   }
 
   void OnDamage(FilePosition position, std::uint64_t bytes) override {
+    mCache.OnLost(position, position + bytes);
+    // What starts a file may be a header that is destroyed; the data after it is only not known.
+    if (!mHasHeader && position > 0) {
+      mHeaderless.Add(position, bytes);
+      return;
+    }
+    mIsDamagedSinceEntry = true;
     const Finding finding = About(FindingKind::kDamage, "makes no sense and is passed over");
     AddBytes(finding, position, bytes);
   }
 
   void OnCutOff(FilePosition position, std::uint64_t bytes) override {
+    mCache.OnLost(position, std::numeric_limits<FilePosition>::max());
     const Finding finding = About(FindingKind::kCutOff, "the last record is not whole");
     AddBytes(finding, position, bytes);
   }
@@ -92,7 +105,8 @@ class ArchiveCheckup : public FramingSink {
     if (bytes.all < kSmallestArchiveBytes) {
       mFindings->Add(About(FindingKind::kTooSmall, "readers leave so small a file out"));
     } else if (!mHasHeader) {
-      mFindings->Add(About(FindingKind::kNoHeader, "without a header nothing can be read"));
+      mFindings->Add(
+          AboutHeaderless(FindingKind::kNoHeader, "without a header nothing can be read"));
     } else if (mFacts.entries == 0) {
       mFindings->Add(About(FindingKind::kNoIndex, "without an index record no time can be found"));
     }
@@ -111,6 +125,31 @@ class ArchiveCheckup : public FramingSink {
   }
 
  private:
+  // Data before the first header. Of an archive without a header that is all of it: a stretch after
+  // each index record.
+  struct Headerless {
+    void Add(FilePosition position, std::uint64_t count) {
+      if (stretches++ == 0) first = position;
+      bytes += count;
+    }
+
+    std::uint64_t stretches = 0;
+    std::uint64_t bytes = 0;
+    FilePosition first = 0;
+  };
+
+  Finding AboutHeaderless(FindingKind kind, const std::string& text) const {
+    Finding finding = About(kind, text);
+    if (mHeaderless.stretches == 0) return finding;
+    finding.text += fmt::format("; {} passed over",
+                                mHeaderless.stretches == 1
+                                    ? "1 stretch is"
+                                    : fmt::format("{} stretches are", mHeaderless.stretches));
+    finding.position = mHeaderless.first;
+    finding.bytes = mHeaderless.bytes;
+    return finding;
+  }
+
   void AddStrangers() {
     if (!mSource.Indexes().isPrivate) return;
     for (const std::string& stranger : StrangersBeside(mPath)) {
@@ -151,8 +190,11 @@ class ArchiveCheckup : public FramingSink {
     const bool isBackwards = time < mLastTime;
     const bool isGap = IsGap(time - mLastTime, mFacts.step, kMostStepsInAFile);
     if (!isBackwards && !isGap) return;
-    Finding finding = isBackwards ? About(FindingKind::kBackwards, "time runs backwards")
-                                  : About(FindingKind::kGap, "nothing is recorded");
+    Finding finding =
+        isBackwards ? About(FindingKind::kBackwards, "time runs backwards")
+                    : About(FindingKind::kGap,
+                            mIsDamagedSinceEntry ? "nothing is found; bytes in between are damaged"
+                                                 : "nothing is recorded");
     finding.position = position;
     finding.time = mLastTime;
     finding.endTime = time;
@@ -169,6 +211,8 @@ class ArchiveCheckup : public FramingSink {
   Findings* const mFindings;
   ArchiveFacts mFacts;
   bool mHasHeader = false;
+  Headerless mHeaderless;
+  bool mIsDamagedSinceEntry = false;
   ArchiveTime mLastTime = 0;
   std::uint64_t mSameTimes = 0;
   FilePosition mFirstSameTime = 0;

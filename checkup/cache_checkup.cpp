@@ -27,6 +27,14 @@ struct EventCount {
   bool whole = true;
 };
 
+FilePosition PositionOf(const ZEL_ID3_REC& record) {
+  return FilePosition{record.offsetHigh} << 32 | record.offsetLow;
+}
+
+FilePosition PositionOf(FilePosition header) {
+  return header;
+}
+
 // How many events an .evt file holds, as far as it can be read.
 EventCount CountEvents(PlainFile& file) {
   // A reader reads no larger one.
@@ -49,8 +57,8 @@ EventCount CountEvents(PlainFile& file) {
 
 }  // namespace
 
-CacheCheckup::Records::Records(const QString& path, std::size_t size)
-    : name(FileName(path)), recordSize(size) {
+CacheCheckup::Records::Records(const QString& path, std::size_t size, const Noun& records)
+    : name(FileName(path)), recordSize(size), noun(records) {
   file.Open(path, PlainFile::Mode::kRead);
 }
 
@@ -74,38 +82,54 @@ std::uint64_t CacheCheckup::Records::CountLeft() {
   return count;
 }
 
+template <class Record>
+void CacheCheckup::Records::Lose(FilePosition begin, FilePosition end) {
+  Record record;
+  while (mismatch.empty() && Next(&record)) {
+    if (PositionOf(record) < begin || PositionOf(record) >= end) {
+      taken -= recordSize;
+      return;
+    }
+    ++lost;
+  }
+}
+
 CacheCheckup::CacheCheckup(const CacheNames& names)
     : mNames(names),
-      mEntries(mNames.entries, sizeof(ZEL_ID3_REC)),
-      mHeaders(mNames.headers, sizeof(FilePosition)) {}
+      mEntries(mNames.entries, sizeof(ZEL_ID3_REC), {"entry", "entries"}),
+      mHeaders(mNames.headers, sizeof(FilePosition), {"header", "headers"}) {}
 
 void CacheCheckup::OnHeader(FilePosition position) {
   ++mHeaders.inArchive;
   FilePosition kept = 0;
   if (!mHeaders.mismatch.empty() || !mHeaders.Next(&kept)) return;
-  Compare(&mHeaders, "header", position, kept == position);
+  Compare(&mHeaders, position, kept == position);
 }
 
 void CacheCheckup::OnIndex(FilePosition position, const IDX_T& index) {
   ++mEntries.inArchive;
   ZEL_ID3_REC kept;
   if (!mEntries.mismatch.empty() || !mEntries.Next(&kept)) return;
-  const FilePosition keptPosition = FilePosition{kept.offsetHigh} << 32 | kept.offsetLow;
-  Compare(&mEntries, "entry", position, keptPosition == position && kept.time == index.time);
+  Compare(&mEntries, position, PositionOf(kept) == position && kept.time == index.time);
 }
 
 void CacheCheckup::OnEvent() {
   ++mEvents;
 }
 
-void CacheCheckup::Compare(Records* records, const char* what, FilePosition position,
-                           bool matches) {
+void CacheCheckup::OnLost(FilePosition begin, FilePosition end) {
+  mHasLost = true;
+  mHeaders.Lose<FilePosition>(begin, end);
+  mEntries.Lose<ZEL_ID3_REC>(begin, end);
+}
+
+void CacheCheckup::Compare(Records* records, FilePosition position, bool matches) {
   if (matches) {
     ++records->matched;
   } else {
     records->mismatch =
-        fmt::format("is not of this archive: {} {} is another one than that at byte {}", what,
-                    records->matched, position);
+        fmt::format("is not of this archive: {} {} is another one than that at byte {}",
+                    records->noun.one, records->matched + records->lost, position);
   }
 }
 
@@ -129,13 +153,14 @@ CacheState CacheCheckup::Finish(Findings* findings) {
                                                            : ".hdr"),
            findings);
   }
-  if (hasEntries) FinishRecords(&mEntries, "entries", findings);
-  if (hasHeaders) FinishRecords(&mHeaders, "headers", findings);
+  if (hasEntries) FinishRecords(&mEntries, findings);
+  if (hasHeaders) FinishRecords(&mHeaders, findings);
   if (hasEvents) FinishEvents(findings);
+  ReportLost(findings);
   return mSound ? CacheState::kSound : CacheState::kUnsound;
 }
 
-void CacheCheckup::FinishRecords(Records* records, const char* what, Findings* findings) {
+void CacheCheckup::FinishRecords(Records* records, Findings* findings) {
   if (!records->file.IsOpen()) {
     Report(FindingKind::kCacheDamaged, records->name, kUnreadable, findings);
     return;
@@ -143,10 +168,15 @@ void CacheCheckup::FinishRecords(Records* records, const char* what, Findings* f
   if (records->file.Size() % records->recordSize != 0)
     Report(FindingKind::kCacheDamaged, records->name, "ends within a record", findings);
   std::string text = records->mismatch;
-  const std::uint64_t kept = records->matched + records->CountLeft();
-  if (text.empty() && kept != records->inArchive)
-    text = fmt::format("holds {} {}, the archive {}", kept, what, records->inArchive);
-  if (!text.empty()) Report(FindingKind::kCacheMismatch, records->name, text, findings);
+  const std::uint64_t kept = records->matched + records->lost + records->CountLeft();
+  if (text.empty() && kept != records->inArchive + records->lost)
+    text = fmt::format("holds {} {}, the archive {}", kept, records->noun.many, records->inArchive);
+  if (text.empty()) {
+    AddLost(records->lost, records->noun, records->name);
+    return;
+  }
+  records->isWrong = true;
+  Report(FindingKind::kCacheMismatch, records->name, text, findings);
 }
 
 void CacheCheckup::FinishEvents(Findings* findings) {
@@ -160,8 +190,26 @@ void CacheCheckup::FinishEvents(Findings* findings) {
   if (!kept.whole)
     Report(FindingKind::kCacheDamaged, name, "is cut off or holds what is no event", findings);
   if (kept.events == mEvents) return;
+  // Events are counted only: what the archive has lost explains that some are missing there.
+  const bool isExplained = mHasLost && kept.whole && kept.events > mEvents;
+  if (isExplained && !mEntries.isWrong && !mHeaders.isWrong) {
+    AddLost(kept.events - mEvents, {"event", "events"}, name);
+    return;
+  }
   Report(FindingKind::kCacheMismatch, name,
          fmt::format("holds {} events, the archive {}", kept.events, mEvents), findings);
+}
+
+void CacheCheckup::AddLost(std::uint64_t count, const Noun& noun, const std::string& name) {
+  if (count == 0) return;
+  if (mLost.empty()) mLostIn = name;
+  mLost.push_back(fmt::format("{} {}", count, count == 1 ? noun.one : noun.many));
+}
+
+void CacheCheckup::ReportLost(Findings* findings) {
+  if (mLost.empty()) return;
+  Report(FindingKind::kCacheMismatch, mLostIn,
+         fmt::format("holds more than the damaged archive: {}", fmt::join(mLost, ", ")), findings);
 }
 
 void CacheCheckup::Report(FindingKind kind, const std::string& name, const std::string& text,

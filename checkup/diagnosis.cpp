@@ -3,7 +3,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <algorithm>
-#include <utility>
 
 #include "client/recorded_gap.h"
 #include "sources/archive_source.h"
@@ -31,7 +30,8 @@ bool AreFarApart(const ArchiveFacts& before, const ArchiveFacts& file) {
 }
 
 // How the files of a folder follow each other in time.
-void CheckOrder(std::vector<ArchiveFacts> archives, Findings* findings) {
+std::vector<Finding> CheckOrder(std::vector<ArchiveFacts> archives) {
+  std::vector<Finding> findings;
   archives.erase(std::remove_if(archives.begin(), archives.end(),
                                 [](const ArchiveFacts& facts) { return facts.entries == 0; }),
                  archives.end());
@@ -42,12 +42,13 @@ void CheckOrder(std::vector<ArchiveFacts> archives, Findings* findings) {
   const ArchiveFacts* latest = nullptr;
   for (const ArchiveFacts& facts : archives) {
     if (latest != nullptr && facts.startTime < latest->endTime) {
-      findings->Add(Overlap(facts, *latest));
+      findings.push_back(Overlap(facts, *latest));
     } else if (latest != nullptr && AreFarApart(*latest, facts)) {
-      findings->Add(GapBetween(*latest, facts));
+      findings.push_back(GapBetween(*latest, facts));
     }
     if (latest == nullptr || latest->endTime < facts.endTime) latest = &facts;
   }
+  return findings;
 }
 
 // At least 1, to divide by.
@@ -70,14 +71,15 @@ Diagnosis Diagnose(const SourceFacts& source, Progress* progress) {
     progress->Show("examining", static_cast<unsigned>(bytesRead * 100 / allBytes));
   };
   Diagnosis diagnosis;
-  Findings findings;
-  for (const std::string& path : paths)
+  const auto append = [&diagnosis](const std::vector<Finding>& findings) {
+    diagnosis.findings.insert(diagnosis.findings.end(), findings.begin(), findings.end());
+  };
+  for (const std::string& path : paths) {
+    Findings findings;
     diagnosis.archives.push_back(CheckArchive(path, source, &findings, onBytesRead));
+    append(findings.All());
+  }
   progress->Clear();
-  // Apart, so that a gap between files is told however many there are within one.
-  Findings orderFindings;
-  CheckOrder(diagnosis.archives, &orderFindings);
-  diagnosis.findings = findings.All();
-  for (Finding& finding : orderFindings.All()) diagnosis.findings.push_back(std::move(finding));
+  append(CheckOrder(diagnosis.archives));
   return diagnosis;
 }

@@ -9,7 +9,7 @@
 // What is known of the archives of a source after going through all of them once.
 struct Diagnosis {
   std::vector<ArchiveFacts> archives;  // by name
-  std::vector<Finding> findings;
+  std::vector<Finding> findings;       // file by file, then how the files follow each other
 };
 
 // Goes through the files of a source, each by itself and how they follow each other in time.

@@ -1,5 +1,6 @@
 #include "checkup/finding.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -83,5 +84,7 @@ std::vector<Finding> Findings::All() const {
     more.more = surplus.count;
     all.push_back(std::move(more));
   }
+  std::stable_sort(all.begin(), all.end(),
+                   [](const Finding& one, const Finding& other) { return one.kind < other.kind; });
   return all;
 }

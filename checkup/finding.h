@@ -9,19 +9,20 @@
 #include "blocks/units.h"
 #include "checkup/severity.h"
 
+// What explains others stands before them.
 enum class FindingKind {
-  kDamage,
-  kCutOff,
   kUnreadable,
   kTooSmall,
+  kDamage,
+  kCutOff,
   kNoHeader,
-  kNoIndex,
   kLateHeader,
+  kNoIndex,
   kFirstIndexPlace,
   kBackwards,
-  kSameTime,
   kGap,
   kOverlap,
+  kSameTime,
   kStranger,
   kCacheLeftover,
   kCacheIncomplete,
@@ -43,16 +44,20 @@ struct Finding {
   // From when to when; without an end, some time after the first.
   std::optional<ArchiveTime> time = {};
   std::optional<ArchiveTime> endTime = {};
-  std::uint64_t more = 0;  // stands for so many others of its kind
+  // It is the sum of so many of its kind that are not kept one by one; 0: it is one itself.
+  std::uint64_t more = 0;
+
+  std::uint64_t Count() const { return more > 0 ? more : 1; }
 };
 
-// Findings in the order in which they were made. Of one kind in one file only so many are kept one
-// by one; what follows is counted, since a damaged disk has thousands.
+// What is found in an archive and its cache files. Of one kind in one file only so many are kept
+// one by one; what follows is counted, since a damaged disk has thousands.
 class Findings {
  public:
   void Add(Finding finding);
 
-  // Those that were kept, then one for each kind and file of which there were more.
+  // By kind, and those of a kind in the order in which they were made. The last of a kind and file
+  // is the sum of those that were not kept.
   std::vector<Finding> All() const;
 
  private:

@@ -15,7 +15,9 @@ std::optional<Severity> SeverityFromName(const std::string& name);
 // How many findings there are of each severity.
 class SeverityCounts {
  public:
-  void Add(Severity severity) { ++mCounts[static_cast<std::size_t>(severity)]; }
+  void Add(Severity severity, std::uint64_t count) {
+    mCounts[static_cast<std::size_t>(severity)] += count;
+  }
 
   std::uint64_t Of(Severity severity) const { return mCounts[static_cast<std::size_t>(severity)]; }
   // Of this severity and worse ones.

@@ -126,7 +126,7 @@ class Collection {
           mData.gaps.items.push_back({{first, last}, finding.file});
       }
       if (finding.kind == FindingKind::kGap) moreGaps += finding.more;
-      mData.severities.Add(SeverityOf(finding.kind));
+      mData.severities.Add(SeverityOf(finding.kind), finding.Count());
       mData.findings.items.push_back(finding);
     }
     std::sort(mData.gaps.items.begin(), mData.gaps.items.end(),

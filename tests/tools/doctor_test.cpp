@@ -101,14 +101,14 @@ TEST_F(Doctor, TellsWhatIsNoArchive) {
   WriteFile(*this / "empty.zel3", "");
   EXPECT_THAT(FindingsIn(Folder()),
               ElementsAre("error too-small empty.zel3", "error damage long.zel3 @0 +500",
-                          "error no-header long.zel3", "error damage short.zel3 @0 +9",
-                          "error too-small short.zel3"));
+                          "error no-header long.zel3", "error too-small short.zel3",
+                          "error damage short.zel3 @0 +9"));
   EXPECT_EQ(mResult.exitCode, 3);
 }
 
 TEST_F(Doctor, AnArchiveWithoutEntriesHoldsNoTime) {
   EXPECT_THAT(FindingsIn(Write("a.zel3", {})),
-              ElementsAre("warning first-index-place a.zel3 @0", "error no-index a.zel3"));
+              ElementsAre("error no-index a.zel3", "warning first-index-place a.zel3 @0"));
 }
 
 TEST_F(Doctor, TellsWhereDamageIsAndHowMuch) {
@@ -122,6 +122,74 @@ TEST_F(Doctor, TellsWhereDamageIsAndHowMuch) {
   EXPECT_EQ(mResult.exitCode, 3);
   EXPECT_THAT(Run({"doctor", path}).out,
               HasSubstr("makes no sense and is passed over (after 1970-01-01T00:00:10.000Z)"));
+}
+
+// Without its header no data of the archive can be read, and its index holds more.
+TEST_F(Doctor, ADestroyedHeaderIsToldOnceAndFirst) {
+  const std::string path = Write("a.zel3", {10, 20, 30, 40});
+  ASSERT_EQ(Run({"index", path}).exitCode, 0);
+  Overwrite(path, 0, Bytes(20, 0));
+  const nlohmann::json report = Examine(path);
+  // What an entry is made of: the record itself and its data.
+  const std::uint64_t data = mPositions[1] - mPositions[0] - 13;
+  EXPECT_THAT(Findings(report),
+              ElementsAre("error damage a.zel3 @0 +" + std::to_string(mPositions[0]),
+                          "error no-header a.zel3 @" + std::to_string(mPositions[0] + 13) + " +" +
+                              std::to_string(4 * data),
+                          "warning cache-mismatch a.hdr"));
+  EXPECT_EQ(report["findings"][1]["text"],
+            "without a header nothing can be read; 4 stretches are passed over");
+  EXPECT_EQ(report["findings"][2]["text"], "holds more than the damaged archive: 1 header");
+}
+
+TEST_F(Doctor, DataBeforeTheFirstHeaderIsToldOnce) {
+  const Bytes good = ReadFile(Write("a.zel3", {10, 20, 30}));
+  const std::uint64_t size = good.size();
+  const std::string path = *this / "b.zel3";
+  WriteFile(path, Between(good, mPositions[0], size) + good);
+  const nlohmann::json report = Examine(path);
+  EXPECT_EQ(report["findings"][0]["kind"], "damage");
+  EXPECT_EQ(report["findings"][0]["position"], 13);
+  EXPECT_EQ(report["findings"][0]["text"],
+            "cannot be read without a header; 3 stretches are passed over");
+  for (std::size_t i = 1; i < report["findings"].size(); ++i)
+    EXPECT_NE(report["findings"][i]["kind"], "damage");
+}
+
+TEST_F(Doctor, WhatAnIndexHoldsOfADamagedStretchIsToldAfterTheDamage) {
+  const std::string path = Write("a.zel3", {10, 20, 30, 40, 50, 60, 70, 80});
+  ASSERT_EQ(Run({"index", path}).exitCode, 0);
+  const Bytes entries = ReadFile(*this / "a.id3");
+  Overwrite(path, mPositions[2], Bytes(mPositions[6] - mPositions[2], 0xEE));
+  const std::string damage =
+      "error damage a.zel3" + At(2) + " +" + std::to_string(mPositions[6] - mPositions[2]);
+  nlohmann::json report = Examine(path);
+  EXPECT_THAT(Findings(report),
+              ElementsAre(damage, "note gap a.zel3" + At(6), "warning cache-mismatch a.id3"));
+  EXPECT_EQ(report["findings"][1]["text"], "nothing is found; bytes in between are damaged");
+  EXPECT_EQ(report["findings"][2]["text"], "holds more than the damaged archive: 4 entries");
+  EXPECT_EQ(report["files"][0]["cache"], "unsound");
+
+  // An index that is wrong where the archive is sound is not explained by the damage.
+  for (const std::size_t entry : {0U, 7U}) {
+    Bytes wrong = entries;
+    wrong[entry * 24 + 8] ^= 1;
+    WriteFile(*this / "a.id3", wrong);
+    report = Examine(path);
+    EXPECT_EQ(report["findings"][2]["text"],
+              "is not of this archive: entry " + std::to_string(entry) +
+                  " is another one than that at byte " + std::to_string(mPositions[entry]));
+  }
+}
+
+TEST_F(Doctor, WhatAnIndexHoldsOfACutOffTailIsToldAfterTheCut) {
+  const std::string path = Write("a.zel3", {10, 20, 30, 40});
+  ASSERT_EQ(Run({"index", path}).exitCode, 0);
+  fs::resize_file(path, mPositions[2] + 5);
+  const nlohmann::json report = Examine(path);
+  EXPECT_THAT(Findings(report), ElementsAre("warning cut-off a.zel3" + At(2) + " +5",
+                                            "warning cache-mismatch a.id3"));
+  EXPECT_EQ(report["findings"][1]["text"], "holds more than the damaged archive: 2 entries");
 }
 
 TEST_F(Doctor, TellsAHeadThatFoldersDoNotOpenBy) {
@@ -177,6 +245,8 @@ TEST_F(Doctor, OfManyFindingsOfAKindTellsAHundredAndTheSum) {
   const nlohmann::json report = Examine(Write("a.zel3", times));
   ASSERT_EQ(report["findings"].size(), 101U);
   EXPECT_EQ(report["findings"][100]["text"], "26 more of this kind");
+  EXPECT_EQ(LinesOf(Run({"doctor", *this / "a.zel3"}).out).back(),
+            "1 file: 0 errors, 126 warnings, 0 notes");
 }
 
 TEST_F(Doctor, TheWorstFindingDecidesHowItEnds) {

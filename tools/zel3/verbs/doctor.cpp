@@ -85,7 +85,7 @@ std::string Span(const Finding& finding, TimeFormat times) {
 
 SeverityCounts CountsOf(const std::vector<Finding>& findings) {
   SeverityCounts counts;
-  for (const Finding& finding : findings) counts.Add(SeverityOf(finding.kind));
+  for (const Finding& finding : findings) counts.Add(SeverityOf(finding.kind), finding.Count());
   return counts;
 }
 
