@@ -10,16 +10,31 @@ namespace {
 IndexedFile IndexOne(const ServedSource& source, const std::string& path, Progress* progress) {
   IndexedFile file;
   file.name = archive_source::FileName(path);
-  if (path.size() > archive_source::kLongestPath || source.Facts().Others().count(path) > 0)
+  const auto other = source.Facts().Others().find(path);
+  if (other != source.Facts().Others().end()) {
+    file.whyFailed = other->second;
     return file;
+  }
+  if (path.size() > archive_source::kLongestPath) {
+    file.whyFailed =
+        "has a path of more than " + std::to_string(archive_source::kLongestPath) + " bytes";
+    return file;
+  }
   source.WaitForOthers(path);
   ArchiveClient client(source, path, progress);
   const std::optional<ArchiveList> list = client.List();
-  if (!list || list->archives.empty()) return file;
+  if (!list || list->archives.empty()) {
+    file.whyFailed = "cannot be indexed, or its index cannot be written";
+    return file;
+  }
   file.startTime = list->archives.front().startTime;
   file.endTime = list->archives.front().endTime;
   const bool holdsEntries = file.startTime <= file.endTime;
-  if (holdsEntries) file.state = client.BuiltAnIndex() ? FileState::kIndexed : FileState::kCached;
+  if (!holdsEntries) {
+    file.whyFailed = "holds no index entry";
+    return file;
+  }
+  file.state = client.BuiltAnIndex() ? FileState::kIndexed : FileState::kCached;
   return file;
 }
 

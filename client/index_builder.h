@@ -12,6 +12,7 @@ enum class FileState { kCached, kIndexed, kFailed };
 struct IndexedFile {
   std::string name;
   FileState state = FileState::kFailed;
+  std::string whyFailed;      // a clause that follows the name; may quote what comes from outside
   ArchiveTime startTime = 0;  // of no meaning for a failed file
   ArchiveTime endTime = 0;
 };

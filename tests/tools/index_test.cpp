@@ -81,6 +81,36 @@ TEST_F(Index, FilesThatAreNoArchivesFailAndTheRestIsDone) {
               ElementsAre("failed", "failed", "failed", "indexed", "indexed", "indexed", "failed"));
 }
 
+TEST_F(Index, TellsWhyAFileFailed) {
+  WriteScenario(Folder(), SampleScenario());
+  WriteFile(*this / "a.zel3", "");
+  WriteFile(*this / "b.zel3", std::string(40, 'x'));
+  const GroundTruth truth = WriteScenario(*this / "others", SampleScenario());
+  const std::string other = SampleFile(*this / "others", truth, 0);
+  WriteFile(*this / "old.zel", ReadFile(other));
+  const std::string tooLong = *this / (std::string(240, 'x') + ".zel3");
+  ASSERT_EQ(std::rename(other.c_str(), tooLong.c_str()), 0);
+  const ProgramResult result = Run({"index", Folder(), "--format", "json"});
+  EXPECT_EQ(result.exitCode, 3);
+  std::vector<std::string> reasons;
+  const auto json = nlohmann::json::parse(result.out);
+  for (const auto& file : json["files"]) {
+    EXPECT_EQ(file.contains("why"), file["state"] == "failed");
+    if (file.contains("why")) reasons.push_back(file["why"]);
+  }
+  EXPECT_THAT(
+      reasons,
+      ElementsAre("is not an archive: it is empty",
+                  "is not an archive: it has no header near its start, and no index record near "
+                  "its ends",
+                  "cannot be indexed, or its index cannot be written",
+                  "has a path of more than 260 bytes"));
+  const std::vector<std::string> lines = LinesOf(Run({"index", Folder()}).out);
+  EXPECT_THAT(lines[0], testing::EndsWith("  why"));
+  EXPECT_THAT(lines[1],
+              testing::MatchesRegex("a.zel3 +failed +- +- +is not an archive: it is empty"));
+}
+
 TEST_F(Index, ATerminalShowsTheProgressOfEachFile) {
   const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
   const Terminal terminal;

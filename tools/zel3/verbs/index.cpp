@@ -34,6 +34,8 @@ void PrintAsJson(const std::vector<IndexedFile>& files, TimeFormat times) {
     if (file.state != FileState::kFailed) {
       entry["startTime"] = TimeJson(file.startTime, times);
       entry["endTime"] = TimeJson(file.endTime, times);
+    } else {
+      entry["why"] = file.whyFailed;
     }
     list.push_back(std::move(entry));
   }
@@ -42,6 +44,9 @@ void PrintAsJson(const std::vector<IndexedFile>& files, TimeFormat times) {
   PrintJsonLine(json);
 }
 
+// The last column is there only when a file has failed.
+constexpr std::size_t kColumnsWithWhy = 5;
+
 void PrintAsText(const std::vector<IndexedFile>& files, TimeFormat times) {
   std::vector<std::vector<std::string>> rows{{"file", "state", "start", "end"}};
   for (const IndexedFile& file : files) {
@@ -49,6 +54,9 @@ void PrintAsText(const std::vector<IndexedFile>& files, TimeFormat times) {
     rows.push_back({Escaped(file.name), Name(file.state),
                     failed ? "-" : TimeText(file.startTime, times),
                     failed ? "-" : TimeText(file.endTime, times)});
+    if (!failed) continue;
+    rows.front().resize(kColumnsWithWhy, "why");
+    rows.back().push_back(Escaped(file.whyFailed));
   }
   PrintTable(rows, {{"failed", Colour::kRed}});
 }
