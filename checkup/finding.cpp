@@ -10,46 +10,56 @@ constexpr int kMostOfAKind = 100;
 struct KindFacts {
   const char* name;
   Severity severity;
+  const char* remedy;
 };
+
+constexpr char kCopyAgain[] = "copy the file again from its source";
+constexpr char kOpenAlone[] = "open the file by itself where a host does not show it";
+constexpr char kRebuild[] = "zel3 doctor --rebuild makes the index anew";
 
 KindFacts FactsOf(FindingKind kind) {
   switch (kind) {
     case FindingKind::kDamage:
-      return {"damage", Severity::kError};
+      return {"damage", Severity::kError,
+              "copy the file again from its source, or do without the bytes"};
     case FindingKind::kCutOff:
-      return {"cut-off", Severity::kWarning};
+      return {"cut-off", Severity::kWarning,
+              "copy the file again, unless it is still being recorded"};
     case FindingKind::kUnreadable:
-      return {"unreadable", Severity::kError};
+      return {"unreadable", Severity::kError,
+              "check its rights and the disk, or copy the file again"};
     case FindingKind::kTooSmall:
-      return {"too-small", Severity::kError};
+      return {"too-small", Severity::kError, kCopyAgain};
     case FindingKind::kNoHeader:
-      return {"no-header", Severity::kError};
+      return {"no-header", Severity::kError, kCopyAgain};
     case FindingKind::kNoIndex:
-      return {"no-index", Severity::kError};
+      return {"no-index", Severity::kError, kCopyAgain};
     case FindingKind::kLateHeader:
-      return {"late-header", Severity::kWarning};
+      return {"late-header", Severity::kWarning, kOpenAlone};
     case FindingKind::kFirstIndexPlace:
-      return {"first-index-place", Severity::kWarning};
+      return {"first-index-place", Severity::kWarning, kOpenAlone};
     case FindingKind::kBackwards:
-      return {"backwards", Severity::kWarning};
+      return {"backwards", Severity::kWarning, "nothing, if the recorder's clock was set back"};
     case FindingKind::kSameTime:
-      return {"same-time", Severity::kNote};
+      return {"same-time", Severity::kNote, "nothing"};
     case FindingKind::kGap:
-      return {"gap", Severity::kNote};
+      return {"gap", Severity::kNote, "nothing, if no recording was expected then"};
     case FindingKind::kOverlap:
-      return {"overlap", Severity::kWarning};
+      return {"overlap", Severity::kWarning,
+              "move one of the files away, if it is a copy of the other"};
     case FindingKind::kStranger:
-      return {"stranger", Severity::kNote};
+      return {"stranger", Severity::kNote, "rename it, if the index shall lie beside the archive"};
     case FindingKind::kCacheLeftover:
-      return {"cache-leftover", Severity::kWarning};
+      return {"cache-leftover", Severity::kWarning,
+              "zel3 doctor --rebuild removes it and makes the index anew"};
     case FindingKind::kCacheIncomplete:
-      return {"cache-incomplete", Severity::kWarning};
+      return {"cache-incomplete", Severity::kWarning, kRebuild};
     case FindingKind::kCacheDamaged:
-      return {"cache-damaged", Severity::kWarning};
+      return {"cache-damaged", Severity::kWarning, kRebuild};
     case FindingKind::kCacheMismatch:
       break;
   }
-  return {"cache-mismatch", Severity::kWarning};
+  return {"cache-mismatch", Severity::kWarning, kRebuild};
 }
 
 }  // namespace
@@ -60,6 +70,10 @@ const char* Name(FindingKind kind) {
 
 Severity SeverityOf(FindingKind kind) {
   return FactsOf(kind).severity;
+}
+
+const char* RemedyOf(FindingKind kind) {
+  return FactsOf(kind).remedy;
 }
 
 void Findings::Add(Finding finding) {

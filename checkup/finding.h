@@ -33,6 +33,8 @@ enum class FindingKind {
 // One word, for programs: damage, cut-off
 const char* Name(FindingKind kind);
 Severity SeverityOf(FindingKind kind);
+// What its owner can do about it: a clause for people.
+const char* RemedyOf(FindingKind kind);
 
 // Something about an archive that its owner may want to know.
 struct Finding {

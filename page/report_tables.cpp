@@ -48,7 +48,8 @@ std::string Findings(const ReportData& report, TimeFormat times) {
   if (report.findings.items.empty())
     return html::Section("findings", "Findings",
                          html::Paragraph("Nothing is wrong with the files."));
-  html::Table table({"Severity", "Kind", "File", "What", "From", "To", "#Position", "#Bytes"});
+  html::Table table(
+      {"Severity", "Kind", "File", "What", "From", "To", "#Position", "#Bytes", "What to do"});
   for (const Finding& finding : report.findings.items) {
     table.BeginRow();
     const char* const severity = Name(SeverityOf(finding.kind));
@@ -65,6 +66,7 @@ std::string Findings(const ReportData& report, TimeFormat times) {
     table.Time(finding.endTime ? TimeText(*finding.endTime, times) : "");
     table.Number(OptionalNumber(finding.position));
     table.Number(OptionalNumber(finding.bytes));
+    table.Cell(RemedyOf(finding.kind));
     table.EndRow();
   }
   return html::Section("findings", Heading("Findings", report.findings), table.Finish());

@@ -225,6 +225,22 @@ TEST_F(Doctor, TellsTimesThatRunBackwardsAndGaps) {
   EXPECT_EQ(report["findings"][2]["text"], "2 entries with the time of the one before");
 }
 
+TEST_F(Doctor, TellsWhatToDoOnceForEachKind) {
+  const std::string path = Write("a.zel3", {10, 20, 15, 25, 15, 25, 66});
+  const nlohmann::json report = Examine(path);
+  EXPECT_THAT(Findings(report),
+              ElementsAre("warning backwards a.zel3" + At(2), "warning backwards a.zel3" + At(4),
+                          "note gap a.zel3" + At(6)));
+  EXPECT_EQ(report["findings"][1]["remedy"], "nothing, if the recorder's clock was set back");
+  EXPECT_EQ(report["findings"][2]["remedy"], "nothing, if no recording was expected then");
+  std::vector<std::string> lines = LinesOf(Run({"doctor", path}).out);
+  lines.erase(lines.begin(), lines.begin() + 4);
+  EXPECT_THAT(lines, ElementsAre("", "kind       what to do",
+                                 "backwards  nothing, if the recorder's clock was set back",
+                                 "gap        nothing, if no recording was expected then", "",
+                                 "1 file: 0 errors, 2 warnings, 1 note"));
+}
+
 TEST_F(Doctor, TellsHowFilesFollowEachOther) {
   Write("a.zel3", {10, 20, 30});
   Write("b.zel3", {50, 60, 70});
@@ -510,6 +526,7 @@ TEST_F(Doctor, TextIsATableAndASum) {
           "severity  kind  file          position  bytes  text",
           "note      gap   b\\u001b.zel3  -         -      nothing is recorded since a.zel3 "
           "(1970-01-01T00:00:30.000Z to 1970-01-01T00:00:51.000Z)",
+          "", "kind  what to do", "gap   nothing, if no recording was expected then", "",
           "2 files: 0 errors, 0 warnings, 1 note"));
   EXPECT_EQ(result.err, "");
   EXPECT_THAT(LinesOf(Run({"doctor", *this / "a.zel3"}).out),

@@ -14,6 +14,7 @@
 using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -394,6 +395,7 @@ TEST_F(Report, TellsWhatDoctorFinds) {
     EXPECT_THAT(rows[i], HasSubstr(found[i]["severity"].get<std::string>() + "|" +
                                    found[i]["kind"].get<std::string>() + "|" +
                                    found[i]["file"].get<std::string>()));
+    EXPECT_THAT(rows[i], EndsWith("|" + found[i]["remedy"].get<std::string>()));
   }
   EXPECT_THAT(rows, Contains(HasSubstr("error|too-small|b.zel3")));
 }

@@ -4,6 +4,8 @@
 
 #include <QFile>
 #include <algorithm>
+#include <iostream>
+#include <set>
 
 #include "checkup/diagnosis.h"
 #include "client/index_builder.h"
@@ -63,6 +65,7 @@ void PrintAsJson(const std::string& source, const Diagnosis& diagnosis, TimeForm
     entry["time"] = OptionalTime(finding.time, times);
     entry["endTime"] = OptionalTime(finding.endTime, times);
     entry["text"] = finding.text;
+    entry["remedy"] = RemedyOf(finding.kind);
     list.push_back(std::move(entry));
   }
   Json json;
@@ -89,6 +92,17 @@ SeverityCounts CountsOf(const std::vector<Finding>& findings) {
   return counts;
 }
 
+// Once for each kind: findings are many, and a table with their remedies too wide.
+void PrintRemedies(const std::vector<Finding>& findings) {
+  std::set<FindingKind> kinds;
+  for (const Finding& finding : findings) kinds.insert(finding.kind);
+  std::vector<std::vector<std::string>> rows{{"kind", "what to do"}};
+  for (const FindingKind kind : kinds) rows.push_back({Name(kind), RemedyOf(kind)});
+  std::cout << '\n';
+  PrintTable(rows);
+  std::cout << '\n';
+}
+
 void PrintAsText(const Diagnosis& diagnosis, TimeFormat times) {
   const std::vector<Finding>& findings = diagnosis.findings;
   std::vector<std::vector<std::string>> rows{
@@ -98,7 +112,10 @@ void PrintAsText(const Diagnosis& diagnosis, TimeFormat times) {
                     Number(finding.position), Number(finding.bytes),
                     Escaped(finding.text) + Span(finding, times)});
   }
-  if (!findings.empty()) PrintTable(rows, {{"error", Colour::kRed}, {"warning", Colour::kYellow}});
+  if (!findings.empty()) {
+    PrintTable(rows, {{"error", Colour::kRed}, {"warning", Colour::kYellow}});
+    PrintRemedies(findings);
+  }
   const SeverityCounts found = CountsOf(findings);
   fmt::print("{}: {}, {}, {}\n", Counted(diagnosis.archives.size(), "file"),
              Counted(found.Of(Severity::kError), "error"),
