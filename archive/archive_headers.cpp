@@ -1,0 +1,106 @@
+#include "archive/archive_headers.h"
+
+#include <QFile>
+#include <bitset>
+#include <cstdint>
+#include <string_view>
+
+#include "archive/archive_recognition.h"
+#include "blocks/byte_cursor.h"
+#include "blocks/index_record.h"
+#include "indexer/plain_file.h"
+#include "parser/framing.h"
+#include "system/interruption.h"
+
+namespace {
+
+using StreamSet = std::bitset<256>;
+
+// The bytes of the file from `position` on, as far as they can be read.
+std::string BytesAt(const PlainFile& file, FilePosition position, std::size_t size) {
+  std::string bytes(size, '\0');
+  bool failed = false;
+  bytes.resize(file.ReadAt(position, bytes.data(), size, &failed));
+  return bytes;
+}
+
+std::optional<ArchiveHeader> HeaderAt(const PlainFile& file, FilePosition position) {
+  const std::string start = BytesAt(file, position, kMarkerSize + sizeof(std::int16_t));
+  ByteCursor cursor(start.data(), start.size());
+  std::uint32_t marker = 0;
+  std::int16_t length = 0;
+  if (!cursor.Read(&marker) || !cursor.Read(&length)) return std::nullopt;
+  if (marker != kHeaderMarker || length < kShortestHeaderLength) return std::nullopt;
+  // The length leaves out the last NUL.
+  const std::string body =
+      BytesAt(file, position + kMarkerSize, static_cast<std::size_t>(length) + 1);
+  return DecodeHeaderBody(reinterpret_cast<const unsigned char*>(body.data()), body.size());
+}
+
+std::optional<ArchiveHeader> FirstHeader(const PlainFile& file) {
+  const std::string head = BytesAt(file, 0, kSearchedHeadBytes);
+  const std::string_view marker(reinterpret_cast<const char*>(&kHeaderMarker), kMarkerSize);
+  const std::size_t place = head.find(marker);
+  if (place == std::string::npos) return std::nullopt;
+  return HeaderAt(file, place);
+}
+
+void AddStreams(const ArchiveHeader& header, StreamSet* streams) {
+  for (const StreamDescriptor& stream : header.streams) {
+    if (stream.active != 0) streams->set(stream.id);
+  }
+}
+
+// Nothing when there is no position, or one of them has no header: the positions are then not of
+// this file.
+std::optional<StreamSet> StreamsAt(const PlainFile& file,
+                                   const std::vector<FilePosition>& headerPositions) {
+  if (headerPositions.empty()) return std::nullopt;
+  StreamSet streams;
+  for (const FilePosition position : headerPositions) {
+    interruption::Check();
+    const std::optional<ArchiveHeader> header = HeaderAt(file, position);
+    if (!header) return std::nullopt;
+    AddStreams(*header, &streams);
+  }
+  return streams;
+}
+
+DeclaredStreams AsDeclared(const StreamSet& streams, bool ofAllHeaders) {
+  DeclaredStreams declared;
+  declared.ofAllHeaders = ofAllHeaders;
+  for (unsigned id = 0; id < streams.size(); ++id) {
+    if (streams[id]) declared.ids.push_back(id);
+  }
+  return declared;
+}
+
+}  // namespace
+
+std::optional<DeclaredStreams> StreamsOfHeaders(const std::string& path,
+                                                const std::vector<FilePosition>& headerPositions) {
+  PlainFile file;
+  if (!file.Open(QFile::decodeName(path.c_str()), PlainFile::Mode::kRead)) return std::nullopt;
+  if (const auto streams = StreamsAt(file, headerPositions)) return AsDeclared(*streams, true);
+  const std::optional<ArchiveHeader> first = FirstHeader(file);
+  if (!first) return std::nullopt;
+  StreamSet streams;
+  AddStreams(*first, &streams);
+  return AsDeclared(streams, false);
+}
+
+std::optional<IndexTime> TimeOfFirstIndex(const std::string& path) {
+  PlainFile file;
+  if (!file.Open(QFile::decodeName(path.c_str()), PlainFile::Mode::kRead)) return std::nullopt;
+  const std::optional<ArchiveHeader> header = FirstHeader(file);
+  if (!header) return std::nullopt;
+  // Counts from the start of the file, wherever the header stands.
+  const int place = header->length + header->firstIndexDelta;
+  if (place < 0) return std::nullopt;
+  const std::string record = BytesAt(file, static_cast<FilePosition>(place), kIndexRecordSize);
+  if (record.size() < kIndexRecordSize ||
+      LoadLittleEndian<std::uint32_t>(record.data()) != kIndexMarker) {
+    return std::nullopt;
+  }
+  return DecodeIndexBody(record.data() + kMarkerSize).time;
+}

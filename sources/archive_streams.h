@@ -1,0 +1,11 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "archive/archive_headers.h"
+#include "sources/source_facts.h"
+
+// The streams that an archive of the source declares, of all its headers when it has an index.
+// Nothing when they cannot be told. Throws Failure when the user interrupts.
+std::optional<DeclaredStreams> StreamsOf(const std::string& archive, const SourceFacts& source);
