@@ -1,10 +1,8 @@
 #include "client/seek_explanation.h"
 
-#include <QFile>
-#include <QFileInfo>
 #include <algorithm>
 
-#include "indexer/zel3_indexer.h"
+#include "client/kept_index.h"
 
 namespace {
 
@@ -21,14 +19,6 @@ Rule RuleOf(const FoundEntry& found, ArchiveTime time, Lookup lookup) {
       break;
   }
   return found.time == time ? Rule::kAt : Rule::kBefore;
-}
-
-// The index of one file as its cache keeps it.
-bool OpenCache(const std::string& path, const std::string& cacheFolder, cZel3Indexer* index) {
-  const QString file = QFile::decodeName(path.c_str());
-  const qint64 size = QFileInfo(file).size();
-  index->cacheFolder = QFile::decodeName(cacheFolder.c_str());
-  return size > 0 && index->Open_file(file, static_cast<std::uint64_t>(size) - 1);
 }
 
 bool HoldsEntry(const sFile_Index_Store& store, const ListedArchive& archive,
@@ -81,7 +71,7 @@ SeekExplanation Explain(const SourceFacts& source, const std::vector<ListedArchi
   // A reader tells files by their numbers only.
   for (const std::string& path : source.Archives()) {
     cZel3Indexer index;
-    if (!OpenCache(path, source.Indexes().folder, &index)) continue;
+    if (!OpenKeptIndex(path, source.Indexes().folder, &index)) continue;
     if (!HoldsEntry(index.Files()[0], *listed, found)) continue;
     explanation.file = path;
     Locate(index, found.entryNumber, &explanation);

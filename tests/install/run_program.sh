@@ -10,9 +10,9 @@ zel3() { env -i TMPDIR="$work" "$prefix/bin/zel3" "$@"; }
 zel3 make "$work/archives" >/dev/null
 
 echo 'The reader lists the archives:'
-diff <(zel3 info "$work/archives" | grep 'file\|^0 ') - <<'LIST'
-file  start                     end                       streams
-0     2024-05-01T00:00:00.000Z  2024-05-01T02:44:50.000Z  1 2 3
+diff <(zel3 info "$work/archives" | grep '^file\|^0 ') - <<'LIST'
+file  name                            start                     end                       streams
+0     cam01_2024-05-01_00-00-00.zel3  2024-05-01T00:00:00.000Z  2024-05-01T02:44:50.000Z  1 2 3 ...
 LIST
 
 echo 'With the parser it makes the index that a time needs:'

@@ -6,6 +6,7 @@
 #include "support/sample_archive.h"
 
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::MatchesRegex;
 
 namespace {
@@ -20,12 +21,29 @@ class Info : public ProgramTest {
 TEST_F(Info, ShowsFilesTimesAndStreams) {
   const ProgramResult result = Run({"info", Folder()});
   EXPECT_EQ(result.exitCode, 0);
-  EXPECT_THAT(
-      LinesOf(result.out),
-      ElementsAre(Folder(), "file  start                     end                       streams",
-                  "0     2024-05-01T00:00:00.000Z  2024-05-01T00:00:50.000Z  1 2 3",
-                  "1     2024-05-01T00:01:30.000Z  2024-05-01T00:02:20.000Z  1 2 3",
-                  "2     2024-05-01T00:02:30.000Z  2024-05-01T00:03:10.000Z  1 2 3"));
+  EXPECT_THAT(LinesOf(result.out),
+              ElementsAre(Folder(),
+                          "file  name                            start                     "
+                          "end                       streams",
+                          "0     cam01_2024-05-01_00-00-00.zel3  2024-05-01T00:00:00.000Z  "
+                          "2024-05-01T00:00:50.000Z  1 2 3 ...",
+                          "1     cam01_2024-05-01_00-01-30.zel3  2024-05-01T00:01:30.000Z  "
+                          "2024-05-01T00:02:20.000Z  1 2 3 ...",
+                          "2     cam01_2024-05-01_00-02-30.zel3  2024-05-01T00:02:30.000Z  "
+                          "2024-05-01T00:03:10.000Z  1 2 3 ...",
+                          "... perhaps more: known when the file has its index"));
+}
+
+TEST_F(Info, ShowsTheStreamsOfAllHeadersOfAnIndexedFile) {
+  Scenario scenario = SampleScenario();
+  scenario.headerChanges = {{1, 30, 4, true}};
+  WriteScenario(Folder(), scenario);
+  ASSERT_EQ(Run({"index", Folder()}).exitCode, 0);
+  const std::vector<std::string> lines = LinesOf(Run({"info", Folder()}).out);
+  ASSERT_EQ(lines.size(), 5U) << "nothing is left open";
+  EXPECT_THAT(lines[2], EndsWith("Z  1 2 3"));
+  EXPECT_THAT(lines[3], EndsWith("Z  1 2 3 4"));
+  EXPECT_THAT(lines[4], EndsWith("Z  1 2 3"));
 }
 
 TEST_F(Info, JsonHasIntegerTimes) {
@@ -33,10 +51,44 @@ TEST_F(Info, JsonHasIntegerTimes) {
   const auto json = nlohmann::json::parse(result.out);
   EXPECT_EQ(json["source"], Folder());
   ASSERT_EQ(json["files"].size(), 3U);
-  EXPECT_EQ(json["files"][1],
-            nlohmann::json::parse(R"({"fileNumber":1,"startTime":)" +
-                                  std::to_string(SampleTime(90)) + R"(,"endTime":)" +
-                                  std::to_string(SampleTime(140)) + R"(,"streams":[1,2,3]})"));
+  EXPECT_EQ(
+      json["files"][1],
+      nlohmann::json::parse(
+          R"({"fileNumber":1,"name":"cam01_2024-05-01_00-01-30.zel3","startTime":)" +
+          std::to_string(SampleTime(90)) + R"(,"endTime":)" + std::to_string(SampleTime(140)) +
+          R"(,"streams":[1,2,3],"streamsComplete":false})"));
+}
+
+TEST_F(Info, StreamsOfADamagedHeaderAreNotKnown) {
+  const std::string file = SampleFile(Folder(), mTruth, 1);
+  ASSERT_EQ(Run({"index", file}).exitCode, 0);
+  Bytes bytes = ReadFile(file);
+  for (const FilePosition header : mTruth.files[1].headerPositions) bytes[header + 5] ^= 1;
+  WriteFile(file, bytes);
+  SetModificationTime(file, mTruth.files[1].endIndexTime);
+  const ProgramResult text = Run({"info", Folder()});
+  EXPECT_EQ(text.exitCode, 0);
+  const std::vector<std::string> lines = LinesOf(text.out);
+  ASSERT_EQ(lines.size(), 7U);
+  EXPECT_THAT(lines[3], MatchesRegex("1     cam01_2024-05-01_00-01-30.zel3 .*Z  [?]"));
+  EXPECT_THAT(lines[4], EndsWith("1 2 3 ..."));
+  EXPECT_EQ(lines[6], "? cannot be told: zel3 doctor says what is wrong");
+  const auto json = nlohmann::json::parse(Run({"info", Folder(), "--format", "json"}).out);
+  EXPECT_EQ(json["files"][1]["streams"], nullptr);
+  EXPECT_EQ(json["files"][1]["streamsComplete"], false);
+  EXPECT_EQ(json["files"][2]["streams"], (std::vector<int>{1, 2, 3}));
+}
+
+TEST_F(Info, FilesOfTheSameTimesHaveNoName) {
+  const std::string file = SampleFile(Folder(), mTruth, 1);
+  WriteFile(*this / "copy.zel3", ReadFile(file));
+  const auto json = nlohmann::json::parse(Run({"info", Folder(), "--format", "json"}).out);
+  ASSERT_EQ(json["files"].size(), 4U);
+  EXPECT_EQ(json["files"][0]["name"], mTruth.files[0].name);
+  EXPECT_EQ(json["files"][1]["name"], nullptr);
+  EXPECT_EQ(json["files"][2]["name"], nullptr);
+  EXPECT_EQ(json["files"][2]["streams"], nullptr);
+  EXPECT_EQ(json["files"][3]["name"], mTruth.files[2].name);
 }
 
 TEST_F(Info, TimesComeInTheFormatAskedFor) {
@@ -51,7 +103,11 @@ TEST_F(Info, ASingleFileIsIndexedToBeDescribed) {
   const ProgramResult result = Run({"info", file, "--format", "json"});
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.err, "") << "progress is for terminals";
-  EXPECT_EQ(nlohmann::json::parse(result.out)["source"], file);
+  const auto json = nlohmann::json::parse(result.out);
+  EXPECT_EQ(json["source"], file);
+  EXPECT_EQ(json["files"][0]["name"], mTruth.files[1].name);
+  EXPECT_EQ(json["files"][0]["streams"], (std::vector<int>{1, 2, 3}));
+  EXPECT_EQ(json["files"][0]["streamsComplete"], true);
 }
 
 TEST_F(Info, AFolderWhoseFilesDoNotAllOpenHasNoList) {
