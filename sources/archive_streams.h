@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "archive/archive_headers.h"
 #include "sources/source_facts.h"
@@ -9,3 +10,7 @@
 // The streams that an archive of the source declares, of all its headers when it has an index.
 // Nothing when they cannot be told. Throws Failure when the user interrupts.
 std::optional<DeclaredStreams> StreamsOf(const std::string& archive, const SourceFacts& source);
+
+// The streams that any archive of the source declares, ascending. Nothing unless those of every
+// archive are known, of all its headers. Throws Failure when the user interrupts.
+std::optional<std::vector<unsigned>> AllStreamsOf(const SourceFacts& source);

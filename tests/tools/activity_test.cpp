@@ -79,9 +79,10 @@ class ActivityOfSample : public Activity {
 };
 
 // Writes an archive whose entries stand at these index times; stream 1 has the level 10 in each.
-void WriteEntries(const std::string& path, const std::vector<std::uint32_t>& indexTimes) {
+void WriteEntries(const std::string& path, const std::vector<std::uint32_t>& indexTimes,
+                  const ArchiveHeader& header = OneStreamHeader()) {
   ArchiveWriter writer(path);
-  writer.WriteHeader(OneStreamHeader());
+  writer.WriteHeader(header);
   for (const std::uint32_t time : indexTimes) {
     writer.WriteIndex({time, 0, 0});
     writer.WriteData(kStream, 5, reinterpret_cast<const unsigned char*>("x"), 1);
@@ -256,14 +257,52 @@ TEST_F(ActivityOfSample, ABinThatBeginsBeforeTheArchiveIsRecorded) {
 }
 
 TEST_F(Activity, QuietIsNotMissing) {
-  const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
-  Arguments otherStream{"activity",  Folder(), "--stream", "9",        Second(0),
-                        Second(100), "--bins", "10",       "--format", "csv"};
-  const std::vector<std::string> lines = LinesOf(Run(otherStream).out);
+  ArchiveHeader header = OneStreamHeader();
+  header.streams.push_back({9, 1, "video", "Door", "h264"});
+  WriteEntries(*this / "a.zel3", {1000, 1010, 1020, 1030, 1040, 1050}, header);
+  WriteEntries(*this / "b.zel3", {1090, 1100}, header);
+  const std::vector<std::string> lines =
+      LinesOf(Run({"activity", Folder(), "--stream", "9", "1000000", "1100000", "--bins", "10",
+                   "--format", "csv"})
+                  .out);
   ASSERT_EQ(lines.size(), 11U);
   for (std::uint32_t i = 0; i < 10; ++i) {
-    EXPECT_EQ(lines[i + 1], Second(i * 10) + (i >= 6 && i <= 8 ? ",0,false" : ",0,true"));
+    EXPECT_EQ(lines[i + 1],
+              std::to_string((1000 + i * 10) * 1000) + (i >= 6 && i <= 8 ? ",0,false" : ",0,true"));
   }
+}
+
+TEST_F(ActivityOfSample, AStreamThatIsNotThereIsRefused) {
+  const ProgramResult result = Run({"activity", Folder(), "--stream", "99"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "zel3: there is no stream 99, only 1, 2, 3\n");
+  EXPECT_EQ(Run({"activity", Folder(), "--stream", "4"}).exitCode, 1)
+      << "it is declared without data";
+  EXPECT_EQ(Run({"activity", Folder(), "--stream", "144"}).exitCode, 0) << "a type of events";
+}
+
+TEST_F(Activity, AStreamThatALaterHeaderDeclaresIsThere) {
+  Scenario scenario = LivelySample();
+  scenario.headerChanges = {{1, 30, 4, true}};
+  WriteScenario(Folder(), scenario);
+  EXPECT_EQ(Run({"activity", Folder(), "--stream", "4"}).exitCode, 0);
+}
+
+TEST_F(Activity, WithoutAnyStreamEachIsRefused) {
+  ArchiveWriter writer(*this / "a.zel3");
+  writer.WriteHeader({});
+  writer.WriteIndex({1000, 0, 0});
+  writer.WriteIndex({1010, 0, 0});
+  writer.Close();
+  EXPECT_EQ(Measure({}).err, "zel3: there is no stream 1, nor any other\n");
+}
+
+TEST_F(ActivityOfSample, WhereNotAllStreamsAreKnownNoneIsRefused) {
+  ASSERT_EQ(Run({"index", SampleFile(Folder(), mTruth, 0)}).exitCode, 0);
+  const ProgramResult result = Run({"activity", Folder(), "--stream", "99", "--no-index"});
+  EXPECT_EQ(result.exitCode, 3) << result.err;
+  EXPECT_THAT(result.out, HasSubstr("stream 99"));
 }
 
 TEST_F(Activity, AHoleWithinAFileIsMissing) {

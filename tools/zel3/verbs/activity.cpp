@@ -4,13 +4,17 @@
 
 #include <algorithm>
 #include <iostream>
+#include <optional>
+#include <vector>
 
+#include "blocks/stream_records.h"
 #include "client/activity_bins.h"
 #include "client/indexed_source.h"
 #include "json/json_line.h"
 #include "output/notice.h"
 #include "output/progress_bar.h"
 #include "output/tables.h"
+#include "sources/archive_streams.h"
 #include "system/failure.h"
 #include "times/length_text.h"
 #include "times/time_text.h"
@@ -43,6 +47,17 @@ void Check(const ActivityOptions& options) {
   if (options.from && options.to) CheckTimeRange(*options.from, *options.to);
   if (options.binCount == 0 || options.binCount > kMostBins)
     throw Failure("the number of bins must be 1 to 10000", kExitUsage);
+}
+
+// A stream that is not there would look quiet. Where not all streams are known it may be there, and
+// events have levels, too.
+void RefuseUnknownStream(std::uint8_t streamId, const SourceFacts& source) {
+  if (IsEventType(streamId)) return;
+  const std::optional<std::vector<unsigned>> ids = AllStreamsOf(source);
+  if (!ids || std::find(ids->begin(), ids->end(), streamId) != ids->end()) return;
+  const std::string others =
+      ids->empty() ? "nor any other" : fmt::format("only {}", fmt::join(*ids, ", "));
+  throw Failure(fmt::format("there is no stream {}, {}", streamId, others));
 }
 
 std::vector<Bin> Measure(const ActivityBins& bins, std::uint8_t streamId, IndexedSource* source) {
@@ -108,6 +123,7 @@ int RunActivity(const HostOptions& host, const ActivityOptions& options) {
   IndexedSource source(served, &progress);
   const bool pastTheEnd = options.from && *options.from >= kEndOfTimes;
   if (source.Archives().empty() || pastTheEnd) source.FailWithNothing();
+  RefuseUnknownStream(options.streamId, served.Facts());
   const ActivityBins bins = BinsFor(options, &source);
   const std::vector<Bin> rows = Measure(bins, options.streamId, &source);
   if (std::none_of(rows.begin(), rows.end(), [](const Bin& bin) { return bin.recorded; }))
