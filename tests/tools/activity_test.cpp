@@ -13,6 +13,7 @@
 using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 namespace {
 
@@ -66,8 +67,17 @@ class Activity : public ProgramTest {
   // One letter for each bin: '+' recorded, '-' missing.
   std::string Recorded(const Arguments& options, int exitCode = 0) {
     std::string marks;
-    for (const auto& bin : Bins(options, exitCode)) marks += bin["recorded"] ? '+' : '-';
+    for (const auto& bin : Bins(options, exitCode)) {
+      marks += bin["recorded"] ? '+' : '-';
+      EXPECT_EQ(bin["recorded"], bin["recordedFraction"] > 0) << bin;
+    }
     return marks;
+  }
+
+  std::vector<double> Fractions(const Arguments& options, int exitCode = 0) {
+    std::vector<double> fractions;
+    for (const auto& bin : Bins(options, exitCode)) fractions.push_back(bin["recordedFraction"]);
+    return fractions;
   }
 
   static std::string Second(std::uint32_t second) { return std::to_string(SampleTime(second)); }
@@ -166,7 +176,7 @@ TEST_F(ActivityOfSample, TheWholeArchiveIsTheDefault) {
 TEST_F(ActivityOfSample, TextIsOneCharacterForABin) {
   const std::vector<std::string> lines =
       LinesOf(Measure({Second(0), Second(200), "--bins", "20"}).out);
-  ASSERT_EQ(lines.size(), 3U);
+  ASSERT_EQ(lines.size(), 4U);
   EXPECT_EQ(lines[0],
             "stream 1 from 2024-05-01T00:00:00.000Z to 2024-05-01T00:03:20.000Z, one character for "
             "10.000 s");
@@ -177,16 +187,41 @@ TEST_F(ActivityOfSample, TextIsOneCharacterForABin) {
     expected += gap ? "·" : kMarks[LevelOf(mTruth, second, second + 10) / 8];
   }
   EXPECT_EQ(lines[1], expected);
-  EXPECT_THAT(lines[2], testing::AllOf(HasSubstr("▁ quiet"), HasSubstr("· nothing recorded")));
+  EXPECT_EQ(lines[2], "     -             -") << "both files end after 6 of 10 seconds";
+  EXPECT_EQ(lines[3],
+            "▁ quiet  █ most active (levels 0-63)  · nothing recorded  - recorded in part");
+}
+
+TEST_F(ActivityOfSample, TextHasNoMarksBelowWhereAllIsWhole) {
+  const std::vector<std::string> lines =
+      LinesOf(Measure({Second(0), Second(50), "--bins", "5"}).out);
+  ASSERT_EQ(lines.size(), 3U);
+  EXPECT_EQ(lines[2], "▁ quiet  █ most active (levels 0-63)  · nothing recorded");
+}
+
+TEST_F(ActivityOfSample, EachBinTellsHowMuchOfItWasRecorded) {
+  EXPECT_THAT(Fractions({Second(40), Second(100), "--bins", "6"}),
+              ElementsAre(1.0, 0.6, 0.0, 0.0, 0.0, 1.0));
+  EXPECT_THAT(Fractions({Second(0), Second(200), "--bins", "2"}), ElementsAre(0.66, 0.96));
+  EXPECT_THAT(Fractions({std::to_string(SampleTime(0) - 15000), Second(25), "--bins", "4"}),
+              ElementsAre(0.0, 0.5, 1.0, 1.0));
+  EXPECT_THAT(Fractions({Second(50), Second(62), "--bins", "12"}),
+              ElementsAre(1.0, 1.0, 1.0, 1.0, 1.0, 1.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0));
+}
+
+TEST_F(ActivityOfSample, FilesWithoutAnIndexLackInTheFraction) {
+  ASSERT_EQ(Run({"index", SampleFile(Folder(), mTruth, 1)}).exitCode, 0);
+  EXPECT_THAT(Fractions({Second(0), Second(200), "--bins", "4", "--no-index"}, 3),
+              ElementsAre(0.0, 0.2, 0.92, 0.0));
 }
 
 TEST_F(ActivityOfSample, CsvHasARowForABin) {
   const std::vector<std::string> lines =
       LinesOf(Measure({Second(40), Second(80), "--bins", "2", "--format", "csv"}).out);
-  EXPECT_THAT(lines,
-              ElementsAre("time,level,recorded",
-                          Second(40) + "," + std::to_string(LevelOf(mTruth, 40, 60)) + ",true",
-                          Second(60) + ",0,false"));
+  EXPECT_THAT(
+      lines, ElementsAre("time,level,recorded,recordedFraction",
+                         Second(40) + "," + std::to_string(LevelOf(mTruth, 40, 60)) + ",true,0.800",
+                         Second(60) + ",0,false,0.000"));
 }
 
 TEST_F(ActivityOfSample, AShortRangeHasFewerBins) {
@@ -267,8 +302,8 @@ TEST_F(Activity, QuietIsNotMissing) {
                   .out);
   ASSERT_EQ(lines.size(), 11U);
   for (std::uint32_t i = 0; i < 10; ++i) {
-    EXPECT_EQ(lines[i + 1],
-              std::to_string((1000 + i * 10) * 1000) + (i >= 6 && i <= 8 ? ",0,false" : ",0,true"));
+    EXPECT_THAT(lines[i + 1], StartsWith(std::to_string((1000 + i * 10) * 1000) +
+                                         (i >= 6 && i <= 8 ? ",0,false," : ",0,true,")));
   }
 }
 
@@ -309,6 +344,33 @@ TEST_F(Activity, AHoleWithinAFileIsMissing) {
   WriteEntries(*this / "a.zel3", {1000, 1010, 1020, 1060, 1070, 1120, 1130});
   EXPECT_EQ(Recorded({"1000000", "1130000", "--bins", "13"}), "++++++++----+")
       << "four times the first step is no hole yet";
+}
+
+TEST_F(Activity, AHoleWithinAFileIsMissingFromTheFraction) {
+  std::vector<std::uint32_t> times;
+  for (std::uint32_t time = 1000; time <= 3000; time += 10) {
+    if (time < 1210 || time > 1300) times.push_back(time);
+  }
+  WriteEntries(*this / "a.zel3", times);
+  EXPECT_THAT(Fractions({"1000000", "3000000", "--bins", "2"}), ElementsAre(0.9, 1.0))
+      << "the entry before it lasts a step";
+  EXPECT_THAT(Fractions({"1200000", "1320000", "--bins", "4"}),
+              ElementsAre(0.333, 0.0, 0.0, 0.333));
+}
+
+TEST_F(Activity, AGapDoesNotDisappearInWideBins) {
+  Scenario day = DefaultScenario();
+  day.payloadBytesPerEntry = 100;
+  const GroundTruth truth = WriteScenario(Folder(), day);
+  double missing = 0;
+  for (const double fraction : Fractions({"2024-05-01", "2024-05-02", "--bins", "20"})) {
+    EXPECT_GT(fraction, 0);
+    missing += (1 - fraction) * 86400 / 20;
+  }
+  double expected = 0;
+  for (const GroundTruthGap& gap : truth.gaps) expected += gap.toIndexTime - gap.fromIndexTime;
+  EXPECT_EQ(expected, 7200);
+  EXPECT_NEAR(missing, expected, 30) << "files end some seconds early, fractions are rounded";
 }
 
 TEST_F(Activity, ASingleEntryIsRecorded) {

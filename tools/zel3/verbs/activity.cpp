@@ -10,6 +10,7 @@
 #include "blocks/stream_records.h"
 #include "client/activity_bins.h"
 #include "client/indexed_source.h"
+#include "client/recorded_fraction.h"
 #include "json/json_line.h"
 #include "output/notice.h"
 #include "output/progress_bar.h"
@@ -28,6 +29,10 @@ struct Bin {
   ArchiveTime time = 0;
   unsigned level = 0;  // 0-63
   bool recorded = false;
+  unsigned thousandths = 0;  // of it that were recorded
+
+  bool IsRecordedInPart() const { return recorded && thousandths < 1000; }
+  double RecordedFraction() const { return thousandths / 1000.0; }
 };
 
 ActivityBins BinsFor(const ActivityOptions& options, IndexedSource* source) {
@@ -63,9 +68,10 @@ void RefuseUnknownStream(std::uint8_t streamId, const SourceFacts& source) {
 std::vector<Bin> Measure(const ActivityBins& bins, std::uint8_t streamId, IndexedSource* source) {
   const std::vector<std::uint8_t> levels = ActivityLevels(bins, streamId, &source->Client());
   const std::vector<bool> recorded = RecordedBins(bins, source);
+  const std::vector<unsigned> thousandths = RecordedThousandths(bins, recorded, source);
   std::vector<Bin> measured(bins.count);
   for (std::uint32_t i = 0; i < bins.count; ++i)
-    measured[i] = {bins.Start(i), recorded[i] ? levels[i] : 0u, recorded[i]};
+    measured[i] = {bins.Start(i), recorded[i] ? levels[i] : 0u, recorded[i], thousandths[i]};
   return measured;
 }
 
@@ -83,16 +89,18 @@ void PrintAsJson(const ActivityOptions& options, const ActivityBins& bins,
     row["time"] = TimeJson(bin.time, times);
     row["level"] = bin.level;
     row["recorded"] = bin.recorded;
+    row["recordedFraction"] = bin.RecordedFraction();
     list.push_back(std::move(row));
   }
   PrintJsonLine(json);
 }
 
 void PrintAsCsv(const std::vector<Bin>& bins, TimeFormat times) {
-  std::vector<std::vector<std::string>> rows{{"time", "level", "recorded"}};
+  std::vector<std::vector<std::string>> rows{{"time", "level", "recorded", "recordedFraction"}};
   for (const Bin& bin : bins) {
-    rows.push_back(
-        {TimeText(bin.time, times), std::to_string(bin.level), bin.recorded ? "true" : "false"});
+    rows.push_back({TimeText(bin.time, times), std::to_string(bin.level),
+                    bin.recorded ? "true" : "false",
+                    fmt::format("{:.3f}", bin.RecordedFraction())});
   }
   PrintCsv(rows);
 }
@@ -103,6 +111,14 @@ const char* Mark(const Bin& bin) {
   return bin.recorded ? kMarks[bin.level / kLevelsPerMark] : "·";
 }
 
+// A mark below each bin that is recorded in part; empty when there is none.
+std::string MarksBelow(const std::vector<Bin>& bins) {
+  std::string marks;
+  for (const Bin& bin : bins) marks += bin.IsRecordedInPart() ? '-' : ' ';
+  marks.resize(marks.find_last_not_of(' ') + 1);
+  return marks;
+}
+
 void PrintAsText(const ActivityOptions& options, const ActivityBins& bins,
                  const std::vector<Bin>& rows) {
   const TimeFormat times = options.style.Times();
@@ -111,7 +127,11 @@ void PrintAsText(const ActivityOptions& options, const ActivityBins& bins,
                            LengthInSeconds(bins.width, times));
   std::string line;
   for (const Bin& bin : rows) line += Mark(bin);
-  std::cout << line << '\n' << "▁ quiet  █ most active (levels 0-63)  · nothing recorded\n";
+  std::cout << line << '\n';
+  const std::string marks = MarksBelow(rows);
+  if (!marks.empty()) std::cout << marks << '\n';
+  std::cout << "▁ quiet  █ most active (levels 0-63)  · nothing recorded"
+            << (marks.empty() ? "" : "  - recorded in part") << '\n';
 }
 
 }  // namespace
