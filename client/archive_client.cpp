@@ -149,8 +149,7 @@ std::vector<std::uint8_t> ArchiveClient::Activity(ArchiveTime from, ArchiveTime 
 // What a reader says of a file that it cannot index is that there is no archive.
 void ArchiveClient::FailWithReason() const {
   if (!mIsServed) {
-    throw Failure(archive_source::FileName(mPath) +
-                  " cannot be indexed, or its index cannot be written");
+    throw Failure(archive_source::FileName(mPath) + " " + kWhyNoIndex);
   }
   if (!mErrorMessage.empty()) throw Failure(mErrorMessage);
 }

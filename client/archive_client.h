@@ -19,6 +19,8 @@ enum class Lookup {
 };
 
 constexpr char kNothingRecorded[] = "nothing is recorded there";
+// Why an archive has no index, as a clause that follows its name.
+constexpr char kWhyNoIndex[] = "cannot be indexed, or its index cannot be written";
 
 // Asks the reader of one source question by question. A question that makes the reader build an
 // index takes as long as that and shows its progress.

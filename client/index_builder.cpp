@@ -24,7 +24,7 @@ IndexedFile IndexOne(const ServedSource& source, const std::string& path, Progre
   ArchiveClient client(source, path, progress);
   const std::optional<ArchiveList> list = client.List();
   if (!list || list->archives.empty()) {
-    file.whyFailed = "cannot be indexed, or its index cannot be written";
+    file.whyFailed = kWhyNoIndex;
     return file;
   }
   file.startTime = list->archives.front().startTime;
