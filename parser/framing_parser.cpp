@@ -7,6 +7,12 @@
 #include "blocks/index_record.h"
 #include "parser/marker_search.h"
 
+void FramingSink::OnEmptyData(FilePosition position, std::uint64_t count, Tag kind) {
+  const DATA_T head = {};
+  const unsigned char payload = 0;
+  for (; count > 0; --count, position += sizeof(head)) OnData(position, head, &payload, kind);
+}
+
 FramingParser::FramingParser(FramingSink& sink) : mSink(sink) {
   mHeld.reserve(kLargestRecordSize);
 }
@@ -35,6 +41,41 @@ bool FramingParser::Hold(const unsigned char* bytes, std::size_t size) {
   const std::size_t missing = std::min(mWanted - mHeld.size(), size - taken);
   mHeld.insert(mHeld.end(), bytes + taken, bytes + taken + missing);
   return mHeld.size() >= mWanted;
+}
+
+void FramingParser::FeedZeros(std::uint64_t count) {
+  static constexpr unsigned char kZeros[kLargestRecordSize] = {};
+  while (count > 0) {
+    std::uint64_t taken = PassZeros(count);
+    if (taken == 0) {
+      // Just what the record at hand needs, so that it ends before the zeros are passed.
+      taken = std::min<std::uint64_t>(count, mWanted - (mFed - mPosition));
+      Feed(kZeros, static_cast<std::size_t>(taken));
+    }
+    count -= taken;
+  }
+}
+
+std::uint64_t FramingParser::PassZeros(std::uint64_t count) {
+  std::uint64_t passed = 0;
+  if (mLost) {
+    // No marker has a zero in it.
+    const auto first = mHeld.begin() + static_cast<std::ptrdiff_t>(mPosition - mHeldFrom);
+    if (std::all_of(first, mHeld.end(), [](unsigned char byte) { return byte == 0; }))
+      passed = count;
+  } else if (mPosition == mFed && mKinds[0] != 0) {
+    const std::uint64_t blocks = count / sizeof(DATA_T);
+    if (blocks > 0) mSink.OnEmptyData(mPosition, blocks, mKinds[0]);
+    passed = blocks * sizeof(DATA_T);
+  }
+  Advance(passed);
+  return passed;
+}
+
+void FramingParser::Advance(std::uint64_t bytes) {
+  mHeldFrom += bytes;
+  mPosition += bytes;
+  mFed += bytes;
 }
 
 void FramingParser::Restart() {

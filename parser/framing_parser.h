@@ -23,6 +23,11 @@ class FramingSink {
   virtual void OnData(FilePosition position, const DATA_T& head, const unsigned char* payload,
                       Tag kind) = 0;
 
+  // `count` blocks of stream 0 follow each other from `position` on, each of the kind `kind`, with
+  // neither flags nor payload: this is what zeros are where stream 0 is active. Told at once only
+  // of bytes that are fed as zeros; an override keeps the cost of a large hole small.
+  virtual void OnEmptyData(FilePosition position, std::uint64_t count, Tag kind);
+
   // `bytes` bytes from `position` on made no sense and have been dropped.
   virtual void OnDamage(FilePosition /*position*/, std::uint64_t /*bytes*/) {}
   // The stream ended within the record at `position`, after `bytes` bytes of it.
@@ -47,6 +52,10 @@ class FramingParser {
   // fed again, the parser goes on with the very record, or damage, that the sink has not taken.
   void Feed(const unsigned char* bytes, std::size_t size);
 
+  // The same as feeding `count` bytes that are 0, at a cost that does not grow with their number.
+  // Throws what the sink throws; what has been taken until then is not known.
+  void FeedZeros(std::uint64_t count);
+
   // Forgets a half record: the next byte is the first of a record. The count of bytes goes on, and
   // the last header stays in force. Throws what the sink throws, and may then be called again.
   // REQUIRES: the last Feed did not throw.
@@ -57,6 +66,11 @@ class FramingParser {
   void Finish();
 
  private:
+  // How many of the next `count` zeros are dealt with at once, in the state at hand; 0: none.
+  std::uint64_t PassZeros(std::uint64_t count);
+  // Bytes that are dealt with without being looked at.
+  void Advance(std::uint64_t bytes);
+
   // Completes mHeld with bytes of the piece; false when the piece has too few.
   bool Hold(const unsigned char* bytes, std::size_t size);
   // These get bytes that start at mPosition. This one moves mPosition over whole records and

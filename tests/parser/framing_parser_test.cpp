@@ -301,6 +301,45 @@ TEST(FramingParser, AccountsForEveryByteOfAnyInput) {
   }
 }
 
+// Pieces of archives and of something else, with zeros between them that are fed as a number.
+TEST(FramingParser, FindsTheSameWhenZerosAreOnlyCounted) {
+  const Bytes pieces[] = {
+      ArchiveBytes().Header({Video(1)}),
+      ArchiveBytes().Header({Video(0), Video(1)}),
+      ArchiveBytes().Index(100),
+      ArchiveBytes().Data(1, "whole"),
+      // A block whose last bytes are zeros, a header and an index record that are cut off.
+      {200, 0, 0, 1, 'p'},
+      {0xB5, 0xB5, 5, 0xB5, 90, 0},
+      {5, 0xB5, 0xB5, 0xB5},
+      {5, 0xB5, 0xB5},
+      kRubbish,
+      {9},
+  };
+  RandomNumbers random(1);
+  for (int round = 0; round < 2000; ++round) {
+    std::vector<BytesAndZeros> parts;
+    while (parts.size() < 6) {
+      parts.push_back(
+          {pieces[random.Below(std::size(pieces))], random.Below(random.Below(3) == 0 ? 300 : 10)});
+    }
+    ASSERT_EQ(FoundAmongZeros(parts, ZerosAre::kCounted), FoundAmongZeros(parts, ZerosAre::kBytes))
+        << "round " << round;
+  }
+}
+
+TEST(FramingParser, DropsAnyNumberOfZerosAtOnce) {
+  constexpr std::uint64_t kMany = std::uint64_t{1} << 40;
+  EXPECT_THAT(
+      FoundAmongZeros({{ArchiveBytes().Header({Video(1)}, "").Index(1), kMany},
+                       {ArchiveBytes().Index(2), kMany}},
+                      ZerosAre::kCounted),
+      ElementsAre("header@0 length 14 delta 5 \"\" 1+video//", "index@19 time 1 flag 0",
+                  "damage@32 " + std::to_string(kMany) + " bytes",
+                  "index@" + std::to_string(kMany + 32) + " time 2 flag 0",
+                  "damage@" + std::to_string(kMany + 45) + " " + std::to_string(kMany) + " bytes"));
+}
+
 // One stretch, fed to a parser that is already in use.
 class FramingParserInUse : public testing::Test {
  protected:

@@ -135,3 +135,19 @@ Lines Found(const Bytes& archive) {
   }
   return whole;
 }
+
+Lines FoundAmongZeros(const std::vector<BytesAndZeros>& parts, ZerosAre zerosAre) {
+  LineSink sink(false);
+  FramingParser parser(sink);
+  for (const BytesAndZeros& part : parts) {
+    parser.Feed(part.bytes.data(), part.bytes.size());
+    if (zerosAre == ZerosAre::kCounted) {
+      parser.FeedZeros(part.zeros);
+    } else {
+      const Bytes zeros(static_cast<std::size_t>(part.zeros), 0);
+      parser.Feed(zeros.data(), zeros.size());
+    }
+  }
+  parser.Finish();
+  return sink.lines;
+}

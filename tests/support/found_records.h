@@ -45,3 +45,14 @@ Lines FoundInPieces(const Bytes& archive, std::size_t pieceSize);
 // in pieces of other sizes, finds anything else, also where the sink throws whenever something is
 // found for the first time and the piece is fed again.
 Lines Found(const Bytes& archive);
+
+// Bytes and the zeros that follow them.
+struct BytesAndZeros {
+  Bytes bytes;
+  std::uint64_t zeros = 0;
+};
+
+enum class ZerosAre { kBytes, kCounted };
+
+// The same from such parts, one after the other, where the zeros are fed as bytes or as a number.
+Lines FoundAmongZeros(const std::vector<BytesAndZeros>& parts, ZerosAre zerosAre);
