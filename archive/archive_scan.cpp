@@ -6,11 +6,63 @@
 
 #include "indexer/archive_stream.h"
 #include "system/failure.h"
+#include "system/file_data.h"
 #include "system/interruption.h"
 
 namespace {
 
 constexpr std::size_t kBlockSize = 65536;
+
+// Goes through a file, part by part.
+class Scan {
+ public:
+  Scan(const PlainFile& file, FramingSink& sink, const OnBytesRead& onBytesRead)
+      : mFile(file), mParser(sink), mOnBytesRead(onBytesRead), mBlock(kBlockSize) {}
+
+  ScannedBytes ToTheEnd() {
+    const std::uint64_t size = mFile.Size();
+    while (mPosition < size) {
+      const auto data = NextData(mFile.Handle(), mPosition, size);
+      PassHole(data ? data->from : size);
+      if (data && !ReadData(data->to)) break;
+    }
+    mParser.Finish();
+    return {size, mStream.PassedOver()};
+  }
+
+ private:
+  void PassHole(FilePosition end) {
+    mStream.SkipZeros(end - mPosition);
+    mParser.FeedZeros(end - mPosition);
+    Advance(end - mPosition);
+  }
+
+  // False when the file ends before that.
+  bool ReadData(FilePosition end) {
+    while (mPosition < end) {
+      interruption::Check();
+      const auto wanted =
+          static_cast<std::size_t>(std::min<std::uint64_t>(end - mPosition, kBlockSize));
+      const std::size_t count = mStream.Read(mFile, mBlock.data(), wanted);
+      if (count == 0) return false;
+      mParser.Feed(mBlock.data(), count);
+      Advance(count);
+    }
+    return true;
+  }
+
+  void Advance(std::uint64_t bytes) {
+    mPosition += bytes;
+    mOnBytesRead(bytes);
+  }
+
+  const PlainFile& mFile;
+  ArchiveStream mStream;
+  FramingParser mParser;
+  const OnBytesRead& mOnBytesRead;
+  std::vector<unsigned char> mBlock;
+  FilePosition mPosition = 0;
+};
 
 }  // namespace
 
@@ -19,17 +71,5 @@ ScannedBytes ScanArchive(const std::string& path, FramingSink& sink,
   PlainFile file;
   if (!file.Open(QFile::decodeName(path.c_str()), PlainFile::Mode::kRead))
     throw Failure("cannot open " + path);
-  ArchiveStream stream;
-  FramingParser parser(sink);
-  std::vector<unsigned char> block(kBlockSize);
-  std::size_t count = 1;
-  for (std::uint64_t left = file.Size(); left > 0 && count > 0; left -= count) {
-    interruption::Check();
-    const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(left, kBlockSize));
-    count = stream.Read(file, block.data(), wanted);
-    parser.Feed(block.data(), count);
-    onBytesRead(count);
-  }
-  parser.Finish();
-  return {file.Size(), stream.PassedOver()};
+  return Scan(file, sink, onBytesRead).ToTheEnd();
 }

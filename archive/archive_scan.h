@@ -1,14 +1,13 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
 
 #include "parser/framing_parser.h"
 
-// Gets the number of bytes that have been read from a file since the last call.
-using OnBytesRead = std::function<void(std::size_t)>;
+// Gets the number of bytes that have been dealt with since the last call.
+using OnBytesRead = std::function<void(std::uint64_t)>;
 
 // Numbers of bytes.
 struct ScannedBytes {
@@ -17,8 +16,9 @@ struct ScannedBytes {
 };
 
 // Hands everything that a parser finds in an archive file to `sink`, as the file is now: what is
-// appended meanwhile is left out, so that a dump into the folder that it reads ends. Throws Failure
-// when the file cannot be opened or the user interrupts, and what the sink throws.
+// appended meanwhile is left out, so that a dump into the folder that it reads ends. Holes of the
+// file are zeros and cost next to nothing. Throws Failure when the file cannot be opened or the
+// user interrupts, and what the sink throws.
 ScannedBytes ScanArchive(
     const std::string& path, FramingSink& sink,
-    const OnBytesRead& onBytesRead = [](std::size_t) {});
+    const OnBytesRead& onBytesRead = [](std::uint64_t) {});

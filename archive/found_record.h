@@ -22,27 +22,37 @@ struct FoundRecord {
   Tag streamKind = 0;               // of data: the tag of its blocks
   unsigned level = 0;               // of data and events: 0-31
   std::uint64_t bytes = 0;          // of data and events: the payload; else what makes no record
+  std::uint64_t count = 1;          // of empty data: so many such blocks follow each other
   std::string text;                 // of an event
   const ArchiveHeader* header = nullptr;  // of a header; borrowed while the record is handed over
 };
 
-// Turns what a parser finds in one file into records, in file order.
+// Turns what a parser finds in one file into records, in file order. Blocks of nothing but zeros
+// (stream 0, without level and payload) become one record as far as they follow each other: where
+// stream 0 is active, a hole in a file is millions of them.
 class FoundRecords : public FramingSink {
  public:
   using OnRecord = std::function<void(const FoundRecord&)>;
 
   explicit FoundRecords(OnRecord onRecord) : mOnRecord(std::move(onRecord)) {}
 
+  // The end of the file: hands over what might have been continued.
+  void Finish();
+
   void OnHeader(FilePosition position, const ArchiveHeader& header) override;
   void OnIndex(FilePosition position, const IDX_T& index) override;
   void OnData(FilePosition position, const DATA_T& head, const unsigned char* payload,
               Tag kind) override;
+  void OnEmptyData(FilePosition position, std::uint64_t count, Tag kind) override;
   void OnDamage(FilePosition position, std::uint64_t bytes) override;
   void OnCutOff(FilePosition position, std::uint64_t bytes) override;
 
  private:
+  // A record that nothing continues.
+  void Take(const FoundRecord& record);
   FoundRecord At(FilePosition position, FoundRecord::Kind kind) const;
 
   const OnRecord mOnRecord;
   std::optional<ArchiveTime> mTime;
+  std::optional<FoundRecord> mEmpty;  // empty data, as far as it has come
 };

@@ -77,6 +77,10 @@ class ArchiveCheckup : public FramingSink {
     }
   }
 
+  void OnEmptyData(FilePosition /*position*/, std::uint64_t /*count*/, Tag /*kind*/) override {
+    mFacts.streams.set(0);
+  }
+
   void OnDamage(FilePosition position, std::uint64_t bytes) override {
     mCache.OnLost(position, position + bytes);
     // What starts a file may be a header that is destroyed; the data after it is only not known.

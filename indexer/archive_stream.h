@@ -20,6 +20,9 @@ class ArchiveStream {
   // where the file ends now: it may grow or be cut.
   std::size_t Read(const PlainFile& file, unsigned char* bytes, std::size_t size);
 
+  // Passes over the next bytes, which are known to be zeros.
+  void SkipZeros(std::uint64_t size) { mPosition += size; }
+
   // Tries the places that failed once more, until one can be read. When a great many have failed,
   // some places that were read are tried, too.
   bool CanBeReadNow(const PlainFile& file) const;

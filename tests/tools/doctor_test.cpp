@@ -106,6 +106,14 @@ TEST_F(Doctor, TellsWhatIsNoArchive) {
   EXPECT_EQ(mResult.exitCode, 3);
 }
 
+TEST_F(Doctor, AHoleCostsNothing) {
+  constexpr std::uint64_t kSize = std::uint64_t{64} << 30;
+  const std::string path = Write("a.zel3", {10, 20, 30});
+  fs::resize_file(path, kSize);
+  EXPECT_THAT(FindingsIn(path), ElementsAre("error damage a.zel3 @" + std::to_string(mSize) + " +" +
+                                            std::to_string(kSize - mSize)));
+}
+
 TEST_F(Doctor, AnArchiveWithoutEntriesHoldsNoTime) {
   EXPECT_THAT(FindingsIn(Write("a.zel3", {})),
               ElementsAre("error no-index a.zel3", "warning first-index-place a.zel3 @0"));

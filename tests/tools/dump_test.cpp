@@ -3,6 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
+#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "archive/archive_writer.h"
@@ -153,6 +155,57 @@ TEST_F(Dump, AFileOfSomethingElseIsAllDamage) {
   EXPECT_EQ(records[0]["kind"], "damage");
   EXPECT_EQ(records[0]["position"], 0);
   EXPECT_EQ(records[0]["bytes"], 200000);
+}
+
+// A hole in a file is zeros: what they are depends on whether stream 0 is active.
+TEST_F(Dump, AHoleCostsNothingAndIsWhatZerosAre) {
+  constexpr std::uint64_t kSize = std::uint64_t{64} << 30;
+  const Bytes bytes = ReadFile(WriteSmall());
+  std::filesystem::resize_file(mSmall, kSize);
+  const std::vector<nlohmann::json> damaged = Records(mSmall, 3);
+  ASSERT_EQ(damaged.size(), 6U);
+  EXPECT_EQ(damaged[5]["kind"], "damage");
+  EXPECT_EQ(damaged[5]["position"], bytes.size());
+  EXPECT_EQ(damaged[5]["bytes"], kSize - bytes.size());
+
+  ArchiveHeader header = OneStreamHeader();
+  header.streams[0].id = 0;
+  ArchiveWriter writer(mSmall);
+  writer.WriteHeader(header);
+  writer.WriteIndex({7, 0, 0});
+  const std::uint64_t end = writer.Position();
+  writer.Close();
+  std::filesystem::resize_file(mSmall, end + (std::uint64_t{64} << 30));
+  const std::vector<nlohmann::json> empty = Records(mSmall);
+  ASSERT_EQ(empty.size(), 3U);
+  EXPECT_EQ(empty[2]["position"], end);
+  EXPECT_EQ(empty[2]["bytes"], 0);
+  EXPECT_EQ(empty[2]["count"], std::uint64_t{16} << 30);
+  EXPECT_THAT(LinesOf(Run({"dump", mSmall}).out).back(),
+              testing::EndsWith("17179869184 such blocks"));
+}
+
+TEST_F(Dump, ZerosAreShownAlikeWhetherOrNotTheyAreAHole) {
+  ArchiveHeader header = OneStreamHeader();
+  header.streams[0].id = 0;
+  ArchiveWriter writer(mSmall);
+  writer.WriteHeader(header);
+  writer.WriteIndex({7, 0, 0});
+  writer.WriteData(0, 0, nullptr, 0);
+  writer.WriteIndex({8, 0, 0});
+  const std::uint64_t end = writer.Position();
+  writer.Close();
+  const Bytes bytes = ReadFile(mSmall);
+  WriteFile(mSmall, bytes + Bytes(100000, 0) + bytes);
+  const std::string whole = Run({"dump", mSmall, "--format", "jsonl"}).out;
+  WriteFile(mSmall, bytes);
+  std::filesystem::resize_file(mSmall, end + 100000);
+  std::ofstream(mSmall, std::ios::app | std::ios::binary)
+      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(end));
+  EXPECT_EQ(Run({"dump", mSmall, "--format", "jsonl"}).out, whole);
+  EXPECT_EQ(LinesOf(whole).size(), 9U);
+  EXPECT_THAT(LinesOf(whole)[2], testing::Not(HasSubstr("count")));
+  EXPECT_THAT(LinesOf(whole)[4], HasSubstr(R"("count":25000)"));
 }
 
 TEST_F(Dump, AnEmptyFileHasNoRecords) {

@@ -27,6 +27,7 @@ bool DumpFile(const std::string& path, const OutputStyle& style) {
   });
   if (asText) record_printer::PrintTextHeading(name);
   const ScannedBytes bytes = ScanArchive(path, records);
+  records.Finish();
   if (bytes.unreadable == 0) return whole;
   PrintNotice(std::to_string(bytes.unreadable) + " bytes of " + name +
               " cannot be read; zeros stand for them");

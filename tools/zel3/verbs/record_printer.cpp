@@ -70,6 +70,8 @@ std::string Remark(const FoundRecord& record) {
       return record.flagged ? "flagged" : "";
     case Kind::kEvent:
       return event_types::Name(record.type) + ": " + record.text;
+    case Kind::kData:
+      return record.count > 1 ? fmt::format("{} such blocks", record.count) : "";
     default:
       return "";
   }
@@ -135,6 +137,7 @@ void PrintJson(const std::string& fileName, const FoundRecord& record, TimeForma
       json["streamId"] = record.type;
       json["bytes"] = record.bytes;
       json["level"] = record.level;
+      if (record.count > 1) json["count"] = record.count;
       break;
     case Kind::kEvent:
       json["type"] = event_types::Name(record.type);
