@@ -13,6 +13,7 @@
 #include "blocks/byte_cursor.h"
 #include "blocks/stream_records.h"
 #include "indexer/file_index_store.h"
+#include "system/file_data.h"
 #include "system/file_handle.h"
 #include "system/file_status.h"
 #include "system/interruption.h"
@@ -120,11 +121,14 @@ class Shape {
   bool mRecordsWhole = true;
 };
 
-// Gives up to `size` bytes; fewer at the end of the file. False when it cannot be read.
-bool ReadPortion(const FileHandle& file, std::vector<unsigned char>* portion) {
+// Fills the portion from `position` on; makes it shorter at the end of the file. False when it
+// cannot be read.
+bool ReadPortion(const FileHandle& file, FilePosition position,
+                 std::vector<unsigned char>* portion) {
   std::size_t done = 0;
   while (done < portion->size()) {
-    const ssize_t count = read(file.Get(), portion->data() + done, portion->size() - done);
+    const ssize_t count = pread(file.Get(), portion->data() + done, portion->size() - done,
+                                static_cast<off_t>(position + done));
     if (count < 0 && errno != EINTR) return false;
     if (count == 0) break;
     if (count > 0) done += static_cast<std::size_t>(count);
@@ -140,14 +144,27 @@ bool IsPlain(const struct statx& status) {
 
 enum class Extent { kAll, kStart };
 
-bool HasShape(const FileHandle& file, CacheKind kind, Extent extent) {
+// The start of the next portion, from that at `position` on, of a file of `size` bytes that is
+// worth being read. Entries and positions may be zeros, so those in a hole are sound; events never
+// are.
+FilePosition PassHole(const FileHandle& file, CacheKind kind, FilePosition position,
+                      std::uint64_t size) {
+  if (kind == CacheKind::kEvents || position >= size) return position;
+  const auto data = NextData(file.Get(), position, size);
+  const FilePosition place = data ? data->from : size;
+  return place - place % kPortion;
+}
+
+bool HasShape(const FileHandle& file, CacheKind kind, std::uint64_t size, Extent extent) {
   Shape shape(kind);
   std::vector<unsigned char> portion(kPortion);
-  while (ReadPortion(file, &portion)) {
+  FilePosition position = 0;
+  while (ReadPortion(file, position, &portion)) {
     interruption::Check();
     if (!shape.Take(portion.data(), portion.size())) return false;
     if (portion.size() < kPortion) return extent == Extent::kStart || shape.IsWhole();
     if (extent == Extent::kStart) return true;
+    position = PassHole(file, kind, position + kPortion, size);
   }
   return false;
 }
@@ -160,7 +177,7 @@ bool IsStranger(const std::string& path, CacheKind kind, Extent extent) {
   const FileHandle file = OpenForReading(path, O_NOFOLLOW);
   // Another process may just have given the file its final name.
   if (!file.IsOpen()) return errno != ENOENT;
-  return !HasShape(file, kind, extent);
+  return !HasShape(file, kind, status->stx_size, extent);
 }
 
 }  // namespace

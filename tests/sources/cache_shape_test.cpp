@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "support/sample_archive.h"
 
@@ -78,6 +79,38 @@ TEST(CacheShape, ALongFileIsLookedAtToItsEnd) {
   WriteFile(folder / "long", entries + With(kEntry, 0, 3));
   EXPECT_TRUE(IsStranger(folder / "long", CacheKind::kEntries));
   EXPECT_FALSE(BeginsAsStranger(folder / "long", CacheKind::kEntries));
+}
+
+// Entries and positions of zeros are sound; a hole between them need not be read.
+TEST(CacheShape, AHoleIsZeros) {
+  const TempFolder folder;
+  constexpr std::uint64_t kSize = 1'999'999'992;
+  static_assert(kSize % 24 == 0);
+  const struct {
+    const char* what;
+    CacheKind kind;
+    Bytes start;
+    std::uint64_t size;
+    Bytes end;
+    bool isStranger;
+  } cases[] = {
+      {"entries", CacheKind::kEntries, kEntry, kSize, kEntry, false},
+      {"a hole at the end", CacheKind::kEntries, kEntry, kSize, {}, false},
+      {"half an entry at the end", CacheKind::kEntries, kEntry, kSize + 12, {}, true},
+      {"another flag at the end", CacheKind::kEntries, kEntry, kSize, With(kEntry, 0, 1), true},
+      {"positions", CacheKind::kHeaders, kPosition, kSize, kPosition, false},
+      {"no position at the end", CacheKind::kHeaders, kPosition, kSize, With(kPosition, 6, 1),
+       true},
+      {"events", CacheKind::kEvents, kEvents, kSize, kEvents, true},
+  };
+  for (const auto& row : cases) {
+    WriteFile(folder / "file", row.start);
+    std::filesystem::resize_file(folder / "file", row.size);
+    std::ofstream(folder / "file", std::ios::app | std::ios::binary)
+        .write(reinterpret_cast<const char*>(row.end.data()),
+               static_cast<std::streamsize>(row.end.size()));
+    EXPECT_EQ(IsStranger(folder / "file", row.kind), row.isStranger) << row.what;
+  }
 }
 
 TEST(CacheShape, NothingButAPlainFileOfOneNameIsACache) {
