@@ -27,6 +27,20 @@ GroupKey KeyOf(const EVT_FILE_DATA_T& group) {
 
 }  // namespace
 
+ZEL_ID3_REC NewEntry(FilePosition position, const IDX_T& index) {
+  ZEL_ID3_REC entry;
+  entry.offsetLow = static_cast<std::uint32_t>(position);
+  entry.offsetHigh = static_cast<std::uint16_t>(position >> 32);
+  entry.time = index.time;
+  if (index.indexFlag != 0) entry.flags = kEntryFlag;
+  return entry;
+}
+
+void CountActivity(const DATA_T& block, ZEL_ID3_REC* entry) {
+  const int level = block.flags & kActivityMask;
+  if (level != 0) AddActivity(*entry, block.type, static_cast<std::uint8_t>(2 * level));
+}
+
 void Intake::ResetForDraft() {
   sFile_Index_Store empty;
   empty.fileName = current.fileName;
@@ -86,18 +100,14 @@ void cZel3Indexer::Add_index(const IDX_T& index) {
   pending = ZEL_ID3_REC();
   intake.pendingId3RecValid = true;
   current.blockPositions.append(intake.scratchPos);
-  pending.offsetLow = static_cast<std::uint32_t>(intake.scratchPos);
-  pending.offsetHigh = static_cast<std::uint16_t>(intake.scratchPos >> 32);
-  pending.time = index.time;
-  if (index.indexFlag != 0) pending.flags = kEntryFlag;
+  pending = NewEntry(intake.scratchPos, index);
 }
 
 void cZel3Indexer::Add_block(const DATA_T& block, const unsigned char* payload,
                              std::size_t payloadSize) {
   // Both count for the pending entry, whether or not there is one yet.
   ZEL_ID3_REC& pending = intake.pendingId3Rec;
-  const int level = block.flags & kActivityMask;
-  if (level != 0) AddActivity(pending, block.type, static_cast<std::uint8_t>(2 * level));
+  CountActivity(block, &pending);
   if (!IsEventType(block.type)) return;
 
   const std::size_t length = std::min<std::size_t>(block.length, payloadSize);

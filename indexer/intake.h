@@ -3,11 +3,17 @@
 #include <QMultiMap>
 #include <cstdint>
 
+#include "blocks/stream_records.h"
 #include "blocks/units.h"
 #include "indexer/file_index_store.h"
 
 // The time and the low position of an event group.
 using GroupKey = std::uint64_t;
+
+// The entry that an index record at `position` begins, without any data yet.
+ZEL_ID3_REC NewEntry(FilePosition position, const IDX_T& index);
+// Counts a block of an entry: it keeps the largest doubled level of each of its first six streams.
+void CountActivity(const DATA_T& block, ZEL_ID3_REC* entry);
 
 // What an indexing run collects, or opening loads, for one archive file. `current` and the pending
 // entry together are all that is known of the file so far; everything here begins with one reset.
