@@ -51,9 +51,15 @@ std::optional<QString> FolderOfName(const QDir& temporary, const QString& name) 
 
 }  // namespace
 
+std::array<QString, 2> SharedCacheFolderNames() {
+  const QString name = QLatin1String(kName);
+  return {name, name + QLatin1Char(' ') + QString::number(geteuid())};
+}
+
 std::optional<QString> SharedCacheFolder(const QString& temporary) {
   const QDir folder(temporary);
-  const QString name = QLatin1String(kName);
-  if (auto shared = FolderOfName(folder, name)) return shared;
-  return FolderOfName(folder, name + QLatin1Char(' ') + QString::number(geteuid()));
+  for (const QString& name : SharedCacheFolderNames()) {
+    if (auto shared = FolderOfName(folder, name)) return shared;
+  }
+  return std::nullopt;
 }

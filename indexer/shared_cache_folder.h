@@ -1,7 +1,11 @@
 #pragma once
 
 #include <QString>
+#include <array>
 #include <optional>
+
+// The names that it may have, the preferred one first.
+std::array<QString, 2> SharedCacheFolderNames();
 
 // The cache folder within the temporary folder, where other users may have put something under its
 // name before. `temporary` is an existing folder.
