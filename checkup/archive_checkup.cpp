@@ -8,9 +8,13 @@
 #include "archive/archive_recognition.h"
 #include "archive/archive_scan.h"
 #include "blocks/byte_cursor.h"
+#include "checkup/archive_indexes.h"
+#include "checkup/unkept_events.h"
 #include "client/recorded_gap.h"
 #include "sources/archive_source.h"
 #include "system/failure.h"
+#include "system/file_data.h"
+#include "system/file_status.h"
 
 namespace {
 
@@ -32,19 +36,25 @@ bool HasIndexMarkerAt(const std::string& path, std::int64_t position) {
   return file && LoadLittleEndian<std::uint32_t>(bytes) == kIndexMarker;
 }
 
+ArchiveSize SizeOfArchive(const std::string& path) {
+  const FileHandle file = OpenForReading(path);
+  const auto status = StatusOf(file);
+  return {status ? status->stx_size : 0, DataBytes(file)};
+}
+
 // Notes what a parser finds.
 class ArchiveCheckup : public FramingSink {
  public:
   ArchiveCheckup(const std::string& path, const SourceFacts& source, Findings* findings)
       : mPath(path),
         mSource(source),
-        mCache(CacheOf(path, source.Indexes().folder)),
+        mIndexes(path, source.Indexes().folder, SizeOfArchive(path)),
         mFindings(findings) {
     mFacts.path = path;
   }
 
   void OnHeader(FilePosition position, const ArchiveHeader& header) override {
-    mCache.OnHeader(position);
+    mIndexes.ForEach([&](CacheCheckup& cache) { cache.OnHeader(position); });
     for (const StreamDescriptor& stream : header.streams)
       mFacts.streamNames[stream.id] = stream.name;
     if (mHasHeader) return;
@@ -56,7 +66,8 @@ class ArchiveCheckup : public FramingSink {
   }
 
   void OnIndex(FilePosition position, const IDX_T& index) override {
-    mCache.OnIndex(position, index);
+    mIndexes.ForEach([&](CacheCheckup& cache) { cache.OnIndex(position, index); });
+    mUnkeptEvents.OnIndex(position);
     const ArchiveTime time = ToArchiveTime(index.time);
     if (mFacts.entries == 0) mFacts.startTime = mFacts.endTime = time;
     if (mFacts.entries == 1 && time > mLastTime) mFacts.step = time - mLastTime;
@@ -68,10 +79,11 @@ class ArchiveCheckup : public FramingSink {
     ++mFacts.entries;
   }
 
-  void OnData(FilePosition /*position*/, const DATA_T& head, const unsigned char* /*payload*/,
+  void OnData(FilePosition /*position*/, const DATA_T& head, const unsigned char* payload,
               Tag /*kind*/) override {
+    mIndexes.ForEach([&](CacheCheckup& cache) { cache.OnData(head, payload); });
     if (IsEventType(head.type)) {
-      mCache.OnEvent();
+      mUnkeptEvents.OnEvent(head, payload);
     } else {
       mFacts.streams.set(head.type);
     }
@@ -82,7 +94,7 @@ class ArchiveCheckup : public FramingSink {
   }
 
   void OnDamage(FilePosition position, std::uint64_t bytes) override {
-    mCache.OnLost(position, position + bytes);
+    Lose(position, position + bytes);
     // What starts a file may be a header that is destroyed; the data after it is only not known.
     if (!mHasHeader && position > 0) {
       mHeaderless.Add(position, bytes);
@@ -94,7 +106,7 @@ class ArchiveCheckup : public FramingSink {
   }
 
   void OnCutOff(FilePosition position, std::uint64_t bytes) override {
-    mCache.OnLost(position, std::numeric_limits<FilePosition>::max());
+    Lose(position, std::numeric_limits<FilePosition>::max());
     const Finding finding = About(FindingKind::kCutOff, "the last record is not whole");
     AddBytes(finding, position, bytes);
   }
@@ -124,7 +136,8 @@ class ArchiveCheckup : public FramingSink {
     if (mSource.Others().count(mPath) > 0) return mFacts;
     AddStrangers();
     // What cannot be read cannot be compared; an index may know more of it.
-    if (bytes.unreadable == 0) mFacts.cache = mCache.Finish(mFindings);
+    if (bytes.unreadable == 0) mFacts.cache = mIndexes.Finish(mFindings);
+    AddUnkeptEvents();
     return mFacts;
   }
 
@@ -152,6 +165,21 @@ class ArchiveCheckup : public FramingSink {
     finding.position = mHeaderless.first;
     finding.bytes = mHeaderless.bytes;
     return finding;
+  }
+
+  void Lose(FilePosition begin, FilePosition end) {
+    mIndexes.ForEach([&](CacheCheckup& cache) { cache.OnLost(begin, end); });
+  }
+
+  void AddUnkeptEvents() {
+    mUnkeptEvents.OnEnd();
+    if (mUnkeptEvents.Count() == 0) return;
+    Finding finding =
+        About(FindingKind::kEventsNotKept,
+              fmt::format("no index can hold {} of the {} events: {}", mUnkeptEvents.Count(),
+                          mUnkeptEvents.All(), mUnkeptEvents.Why()));
+    finding.position = mUnkeptEvents.Position();
+    mFindings->Add(finding);
   }
 
   void AddStrangers() {
@@ -211,7 +239,8 @@ class ArchiveCheckup : public FramingSink {
 
   const std::string mPath;
   const SourceFacts& mSource;
-  CacheCheckup mCache;
+  ArchiveIndexes mIndexes;
+  UnkeptEvents mUnkeptEvents;
   Findings* const mFindings;
   ArchiveFacts mFacts;
   bool mHasHeader = false;

@@ -6,8 +6,12 @@
 
 #include "client/recorded_gap.h"
 #include "sources/archive_source.h"
+#include "sources/other_index_places.h"
 
 namespace {
+
+// With so many findings the files that follow are told more briefly.
+constexpr std::size_t kMostWithAll = 5000;
 
 Finding Overlap(const ArchiveFacts& file, const ArchiveFacts& before) {
   Finding finding{FindingKind::kOverlap, archive_source::FileName(file.path),
@@ -51,6 +55,15 @@ std::vector<Finding> CheckOrder(std::vector<ArchiveFacts> archives) {
   return findings;
 }
 
+std::vector<Finding> LinksInPlaceOfFolders() {
+  std::vector<Finding> findings;
+  for (const std::string& link : LinksForIndexPlaces()) {
+    findings.push_back({FindingKind::kOtherIndex, archive_source::FileName(link),
+                        link + " is a link, and is not followed"});
+  }
+  return findings;
+}
+
 // At least 1, to divide by.
 std::uint64_t SizeOf(const std::vector<std::string>& paths) {
   std::uint64_t size = 1;
@@ -66,7 +79,7 @@ Diagnosis Diagnose(const SourceFacts& source, Progress* progress) {
   if (paths.empty()) archive_source::FailWithoutFiles(source.Path());
   const std::uint64_t allBytes = SizeOf(paths);
   std::uint64_t bytesRead = 0;
-  const auto onBytesRead = [&](std::size_t count) {
+  const auto onBytesRead = [&](std::uint64_t count) {
     bytesRead += count;
     progress->Show("examining", static_cast<unsigned>(bytesRead * 100 / allBytes));
   };
@@ -75,11 +88,12 @@ Diagnosis Diagnose(const SourceFacts& source, Progress* progress) {
     diagnosis.findings.insert(diagnosis.findings.end(), findings.begin(), findings.end());
   };
   for (const std::string& path : paths) {
-    Findings findings;
+    Findings findings(diagnosis.findings.size() < kMostWithAll ? Findings::kMostOfAKind : 1);
     diagnosis.archives.push_back(CheckArchive(path, source, &findings, onBytesRead));
     append(findings.All());
   }
   progress->Clear();
+  append(LinksInPlaceOfFolders());
   append(CheckOrder(diagnosis.archives));
   return diagnosis;
 }

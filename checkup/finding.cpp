@@ -5,8 +5,6 @@
 
 namespace {
 
-constexpr int kMostOfAKind = 100;
-
 struct KindFacts {
   const char* name;
   Severity severity;
@@ -47,6 +45,8 @@ KindFacts FactsOf(FindingKind kind) {
     case FindingKind::kOverlap:
       return {"overlap", Severity::kWarning,
               "move one of the files away, if it is a copy of the other"};
+    case FindingKind::kEventsNotKept:
+      return {"events-not-kept", Severity::kWarning, "zel3 events takes them from the archive"};
     case FindingKind::kStranger:
       return {"stranger", Severity::kNote, "rename it, if the index shall lie beside the archive"};
     case FindingKind::kCacheLeftover:
@@ -56,6 +56,8 @@ KindFacts FactsOf(FindingKind kind) {
       return {"cache-incomplete", Severity::kWarning, kRebuild};
     case FindingKind::kCacheDamaged:
       return {"cache-damaged", Severity::kWarning, kRebuild};
+    case FindingKind::kOtherIndex:
+      return {"other-index", Severity::kNote, "remove it, unless a host uses it"};
     case FindingKind::kCacheMismatch:
       break;
   }
@@ -78,7 +80,7 @@ const char* RemedyOf(FindingKind kind) {
 
 void Findings::Add(Finding finding) {
   const std::string key = finding.file + '\n' + Name(finding.kind);
-  if (++mCounts[key] <= kMostOfAKind) {
+  if (++mCounts[key] <= mMostOfAKind) {
     mKept.push_back(std::move(finding));
     return;
   }

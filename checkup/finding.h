@@ -23,11 +23,13 @@ enum class FindingKind {
   kGap,
   kOverlap,
   kSameTime,
+  kEventsNotKept,
   kStranger,
   kCacheLeftover,
   kCacheIncomplete,
   kCacheDamaged,
   kCacheMismatch,
+  kOtherIndex,
 };
 
 // One word, for programs: damage, cut-off
@@ -56,6 +58,10 @@ struct Finding {
 // one by one; what follows is counted, since a damaged disk has thousands.
 class Findings {
  public:
+  static constexpr int kMostOfAKind = 100;
+
+  explicit Findings(int mostOfAKind = kMostOfAKind) : mMostOfAKind(mostOfAKind) {}
+
   void Add(Finding finding);
 
   // By kind, and those of a kind in the order in which they were made. The last of a kind and file
@@ -69,6 +75,7 @@ class Findings {
     std::uint64_t bytes = 0;
   };
 
+  const int mMostOfAKind;
   std::vector<Finding> mKept;
   std::map<std::string, int> mCounts;  // by file and kind
   std::map<std::string, Surplus> mSurplus;
