@@ -255,8 +255,8 @@ class ArchiveCheckup : public FramingSink {
 
 ArchiveFacts CheckArchive(const std::string& path, const SourceFacts& source, Findings* findings,
                           const OnBytesRead& onBytesRead) {
-  ArchiveCheckup checkup(path, source, findings);
   try {
+    ArchiveCheckup checkup(path, source, findings);
     return checkup.Finish(ScanArchive(path, checkup, onBytesRead));
   } catch (const Failure& error) {
     if (error.Code() == kExitInterrupted) throw;
