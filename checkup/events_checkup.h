@@ -7,7 +7,7 @@
 
 #include "blocks/stream_records.h"
 #include "blocks/units.h"
-#include "checkup/kept_events.h"
+#include "checkup/event_groups.h"
 
 // Compares the .evt file of an archive with the events that a parser finds in it, entry by entry.
 class EventsCheckup {
@@ -45,10 +45,10 @@ class EventsCheckup {
   bool IsBefore(FilePosition end) const;
   void NoteOtherEvents();
 
-  KeptEvents mKept;
+  EventGroups mKept;
   std::string mMismatch;   // the first one; nothing is compared after it
   bool mIsPeeked = false;  // mGroup has been read, but is not that of the entry
-  KeptGroup mGroup;        // the one read last
+  EventGroupHead mGroup;   // the one read last
   unsigned mLeftInGroup = 0;
 
   // The entry at hand. Events before the first one are kept under zeros.

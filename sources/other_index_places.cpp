@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <algorithm>
@@ -37,10 +38,10 @@ std::string PrivateOwner(const std::string& archive) {
 
 std::vector<std::string> FallbackFolders() {
   std::vector<std::string> folders;
-  for (const QString& name : SharedCacheFolderNames()) {
-    folders.push_back(shared_fallback::TemporaryFolder() + "/" +
-                      QFile::encodeName(name).constData());
-  }
+  const QString temporary = QFile::decodeName(shared_fallback::TemporaryFolder().c_str());
+  if (temporary.isEmpty()) return folders;
+  for (const QString& name : SharedCacheFolderNames())
+    folders.push_back(QFile::encodeName(QDir(temporary).filePath(name)).constData());
   return folders;
 }
 

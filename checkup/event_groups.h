@@ -9,23 +9,23 @@
 #include "indexer/plain_file.h"
 
 // The head of a group of events in an .evt file.
-struct KeptGroup {
+struct EventGroupHead {
   IndexTime time = 0;
   std::uint32_t offsetLow = 0;  // of the position of its entry
   std::uint8_t events = 0;
 };
 
 // Goes through an .evt file, group by group and event by event; it need not fit into memory.
-class KeptEvents {
+class EventGroups {
  public:
-  explicit KeptEvents(const QString& path);
+  explicit EventGroups(const QString& path);
 
   bool IsOpen() const { return mFile.IsOpen(); }
   std::uint64_t Size() const { return mFile.Size(); }
 
   // The next group. False at the end of the file and where no group stands. REQUIRES: the events of
   // the group before it have been taken.
-  bool TakeGroup(KeptGroup* group);
+  bool TakeGroup(EventGroupHead* group);
   // The next event of the group. False where none stands.
   bool TakeEvent();
   // The same; whether it is this one.

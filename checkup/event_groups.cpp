@@ -1,4 +1,4 @@
-#include "checkup/kept_events.h"
+#include "checkup/event_groups.h"
 
 #include <algorithm>
 
@@ -10,12 +10,12 @@ constexpr std::uint64_t kBytesAtOnce = 65536;
 
 }  // namespace
 
-KeptEvents::KeptEvents(const QString& path) {
+EventGroups::EventGroups(const QString& path) {
   mFile.Open(path, PlainFile::Mode::kRead);
   mLeft = mFile.Size();
 }
 
-bool KeptEvents::TakeGroup(KeptGroup* group) {
+bool EventGroups::TakeGroup(EventGroupHead* group) {
   unsigned char head[9];
   for (std::size_t i = 0; i < sizeof(head); ++i) {
     if (!TakeByte(&head[i])) return i > 0 && Break();
@@ -29,13 +29,13 @@ bool KeptEvents::TakeGroup(KeptGroup* group) {
   return true;
 }
 
-bool KeptEvents::TakeEvent() {
+bool EventGroups::TakeEvent() {
   unsigned char type = 0;
   if (!TakeByte(&type) || !IsEventType(type)) return Break();
   return TakeText();
 }
 
-bool KeptEvents::TakeEvent(std::uint8_t type, const unsigned char* text, std::size_t size) {
+bool EventGroups::TakeEvent(std::uint8_t type, const unsigned char* text, std::size_t size) {
   unsigned char byte = 0;
   if (!TakeByte(&byte)) return Break();
   bool isThis = byte == type;
@@ -53,14 +53,14 @@ bool KeptEvents::TakeEvent(std::uint8_t type, const unsigned char* text, std::si
   return byte == 0;
 }
 
-bool KeptEvents::TakeByte(unsigned char* byte) {
+bool EventGroups::TakeByte(unsigned char* byte) {
   if (mIsBroken) return false;
   if (mTaken == mPortion.size() && !ReadOn()) return false;
   *byte = mPortion[mTaken++];
   return true;
 }
 
-bool KeptEvents::ReadOn() {
+bool EventGroups::ReadOn() {
   if (mLeft == 0) return false;
   mPortion.resize(static_cast<std::size_t>(std::min(mLeft, kBytesAtOnce)));
   mPortion.resize(mFile.Read(mPortion.data(), mPortion.size()));
@@ -69,13 +69,13 @@ bool KeptEvents::ReadOn() {
   return !mPortion.empty();
 }
 
-bool KeptEvents::Break() {
+bool EventGroups::Break() {
   mIsBroken = true;
   return false;
 }
 
 // Its rest, and the NUL.
-bool KeptEvents::TakeText() {
+bool EventGroups::TakeText() {
   unsigned char byte = 0;
   do {
     if (!TakeByte(&byte)) return Break();
