@@ -1,0 +1,131 @@
+#include "sources/check_memory.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+
+#include "sources/cache_folder.h"
+#include "sources/cache_home.h"
+#include "system/file_handle.h"
+#include "system/file_status.h"
+
+namespace {
+
+// Some hundred thousand archives.
+constexpr std::uint64_t kLargestFile = 64 << 20;
+// Below this, archives that are gone cost nothing.
+constexpr std::size_t kFewArchives = 64;
+
+std::string Folder(const std::string& cacheHome) {
+  return cacheHome + "/checked";
+}
+
+bool IsSafe(const std::string& cacheHome) {
+  return cache_home::IsSafe(cacheHome) && cache_home::IsSafe(Folder(cacheHome));
+}
+
+std::string FileFor(const std::string& folder) {
+  const std::string home = cache_home::Path();
+  if (home.empty() || !IsSafe(home)) return "";
+  return Folder(home) + "/" + cache_home::NameFor(folder);
+}
+
+// Empty when there is no file of this user alone, or it cannot be read.
+std::string Contents(const std::string& path) {
+  const FileHandle file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  const auto status = file.IsOpen() ? StatusOf(file) : std::nullopt;
+  if (!status || !S_ISREG(status->stx_mode) || status->stx_uid != geteuid() ||
+      (status->stx_mode & (S_IWGRP | S_IWOTH)) != 0 || status->stx_size > kLargestFile) {
+    return "";
+  }
+  std::string bytes(static_cast<std::size_t>(status->stx_size), '\0');
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t count = read(file.Get(), bytes.data() + done, bytes.size() - done);
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return "";
+    done += static_cast<std::size_t>(count);
+  }
+  return bytes;
+}
+
+CheckedArchives Load(const std::string& path) {
+  return CheckedFromText(Contents(path)).value_or(CheckedArchives());
+}
+
+bool WriteAll(const FileHandle& file, const std::string& bytes) {
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t count = write(file.Get(), bytes.data() + done, bytes.size() - done);
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return false;
+    done += static_cast<std::size_t>(count);
+  }
+  return true;
+}
+
+}  // namespace
+
+CheckMemory::CheckMemory(const std::string& folder) : mFolder(folder), mFile(FileFor(folder)) {
+  if (!mFile.empty()) mArchives = Load(mFile);
+}
+
+CheckMemory::~CheckMemory() {
+  try {
+    Save();
+  } catch (const std::exception&) {
+    // Without memory for it nothing is remembered.
+  }
+}
+
+std::optional<CheckedFacts> CheckMemory::Find(const std::string& fileName,
+                                              const ArchiveIdentity& identity) const {
+  const auto found = mArchives.byName.find(fileName);
+  if (found == mArchives.byName.end() || !(found->second.identity == identity)) return std::nullopt;
+  return found->second.facts;
+}
+
+void CheckMemory::Remember(const std::string& fileName, const ArchiveIdentity& identity,
+                           const CheckedFacts& facts) {
+  const bool isThere = !(identity.archive == FileIdentity());
+  if (mFile.empty() || !isThere || !ShowsChanges(identity)) return;
+  mArchives.byName[fileName] = {identity, facts};
+  mNew.insert(fileName);
+}
+
+void CheckMemory::Save() {
+  if (mNew.empty()) return;
+  CheckedArchives all = Load(mFile);
+  for (const std::string& name : mNew) all.byName[name] = mArchives.byName[name];
+  mNew.clear();
+  ForgetGone(&all);
+  Put(CheckedText(all));
+}
+
+// Another file takes the place of the one that is there in one step, so that no process reads half
+// of one.
+void CheckMemory::Put(const std::string& text) const {
+  const std::string folder = mFile.substr(0, mFile.rfind('/'));
+  if (!cache_folder::Make(folder) || !IsSafe(cache_home::Path())) return;
+  std::string unfinished = mFile + ".XXXXXX";
+  const FileHandle file(mkostemp(unfinished.data(), O_CLOEXEC));
+  if (!file.IsOpen()) return;
+  if (!WriteAll(file, text) || rename(unfinished.c_str(), mFile.c_str()) != 0)
+    unlink(unfinished.c_str());
+}
+
+// Only when they have doubled since the last time, so that saving costs the same for every archive.
+void CheckMemory::ForgetGone(CheckedArchives* archives) const {
+  auto& byName = archives->byName;
+  if (byName.size() < kFewArchives || byName.size() / 2 < archives->countAtLook) return;
+  for (auto archive = byName.begin(); archive != byName.end();) {
+    const bool isGone = !StatusOf(mFolder + "/" + archive->first, Links::kNot) && errno == ENOENT;
+    archive = isGone ? byName.erase(archive) : std::next(archive);
+  }
+  archives->countAtLook = byName.size();
+}

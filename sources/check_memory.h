@@ -1,0 +1,43 @@
+#pragma once
+
+#include <optional>
+#include <set>
+#include <string>
+
+#include "sources/checked_archives.h"
+
+// Remembers in the user's cache home what was found out about the archives of one folder, so that
+// the next look at an archive that has not changed costs next to nothing. Where there is no such
+// place, or others could write there, nothing is remembered, without a word.
+class CheckMemory {
+ public:
+  // `folder` is the canonical path of the folder that the archives lie in.
+  explicit CheckMemory(const std::string& folder);
+  // Saves.
+  ~CheckMemory();
+  CheckMemory(const CheckMemory&) = delete;
+  CheckMemory& operator=(const CheckMemory&) = delete;
+
+  // What is remembered of the file with this name; nothing when it or its index is another one now.
+  std::optional<CheckedFacts> Find(const std::string& fileName,
+                                   const ArchiveIdentity& identity) const;
+
+  // `identity` is from before the facts were found out. Does nothing when there is no
+  // such archive or the identity would not show later changes.
+  void Remember(const std::string& fileName, const ArchiveIdentity& identity,
+                const CheckedFacts& facts);
+
+  // Writes what has been remembered since the last time, if anything. What another process has
+  // remembered meanwhile of other files stays; of two that save at the very same time one may lose
+  // what it found out, and will find it out again.
+  void Save();
+
+ private:
+  void Put(const std::string& text) const;
+  void ForgetGone(CheckedArchives* archives) const;
+
+  const std::string mFolder;
+  const std::string mFile;  // empty: there is no place for one
+  CheckedArchives mArchives;
+  std::set<std::string> mNew;  // names of archives that have not been saved
+};

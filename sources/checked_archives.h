@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "blocks/units.h"
+#include "sources/archive_identity.h"
+
+// What was found out about an archive and its index.
+struct CheckedFacts {
+  std::uint64_t entryCount = 0;
+  ArchiveTime start = 0;
+  ArchiveTime end = 0;
+  ArchiveTime step = 0;
+  std::uint64_t damagedBytes = 0;
+  std::uint64_t cutOffBytes = 0;
+  std::uint64_t eventsMissing = 0;
+  bool timesAscend = false;
+};
+
+struct CheckedArchive {
+  ArchiveIdentity identity;
+  CheckedFacts facts;
+};
+
+// The checked archives of one folder, as they are kept in a file of text:
+//
+//   zel3 checked 1 COUNT                                  COUNT: see countAtLook
+//   NAME ARCHIVE ENTRIES HEADERS EVENTS FACTS             one line for each archive
+//
+// Fields are separated by one blank. NAME has its bytes that are not printable ASCII, and blanks
+// and "%", as %XX. A file is its size, inode, device, modified and changed, or "-" for none. FACTS
+// are the fields of CheckedFacts; the last is 0 or 1.
+struct CheckedArchives {
+  std::map<std::string, CheckedArchive> byName;
+  // How many they were when archives that are gone were last looked for.
+  std::uint64_t countAtLook = 0;
+};
+
+std::string CheckedText(const CheckedArchives& archives);
+
+// Nothing unless all of the text is as described.
+std::optional<CheckedArchives> CheckedFromText(const std::string& text);
