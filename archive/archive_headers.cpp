@@ -1,6 +1,5 @@
 #include "archive/archive_headers.h"
 
-#include <QFile>
 #include <bitset>
 #include <cstdint>
 #include <string_view>
@@ -80,7 +79,7 @@ DeclaredStreams AsDeclared(const StreamSet& streams, bool ofAllHeaders) {
 std::optional<DeclaredStreams> StreamsOfHeaders(const std::string& path,
                                                 const std::vector<FilePosition>& headerPositions) {
   PlainFile file;
-  if (!file.Open(QFile::decodeName(path.c_str()), PlainFile::Mode::kRead)) return std::nullopt;
+  if (!file.Open(path, PlainFile::Mode::kRead)) return std::nullopt;
   if (const auto streams = StreamsAt(file, headerPositions)) return AsDeclared(*streams, true);
   const std::optional<ArchiveHeader> first = FirstHeader(file);
   if (!first) return std::nullopt;
@@ -91,7 +90,7 @@ std::optional<DeclaredStreams> StreamsOfHeaders(const std::string& path,
 
 std::optional<IndexTime> TimeOfFirstIndex(const std::string& path) {
   PlainFile file;
-  if (!file.Open(QFile::decodeName(path.c_str()), PlainFile::Mode::kRead)) return std::nullopt;
+  if (!file.Open(path, PlainFile::Mode::kRead)) return std::nullopt;
   const std::optional<ArchiveHeader> header = FirstHeader(file);
   if (!header) return std::nullopt;
   // Counts from the start of the file, wherever the header stands.

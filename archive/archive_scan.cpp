@@ -1,6 +1,5 @@
 #include "archive/archive_scan.h"
 
-#include <QFile>
 #include <algorithm>
 #include <vector>
 
@@ -69,7 +68,6 @@ class Scan {
 ScannedBytes ScanArchive(const std::string& path, FramingSink& sink,
                          const OnBytesRead& onBytesRead) {
   PlainFile file;
-  if (!file.Open(QFile::decodeName(path.c_str()), PlainFile::Mode::kRead))
-    throw Failure("cannot open " + path);
+  if (!file.Open(path, PlainFile::Mode::kRead)) throw Failure("cannot open " + path);
   return Scan(file, sink, onBytesRead).ToTheEnd();
 }

@@ -1,12 +1,11 @@
 #include "checkup/diagnosis.h"
 
-#include <QFile>
-#include <QFileInfo>
 #include <algorithm>
 
 #include "client/recorded_gap.h"
 #include "sources/archive_source.h"
 #include "sources/other_index_places.h"
+#include "system/file_status.h"
 
 namespace {
 
@@ -67,8 +66,10 @@ std::vector<Finding> LinksInPlaceOfFolders() {
 // At least 1, to divide by.
 std::uint64_t SizeOf(const std::vector<std::string>& paths) {
   std::uint64_t size = 1;
-  for (const std::string& path : paths)
-    size += static_cast<std::uint64_t>(QFileInfo(QFile::decodeName(path.c_str())).size());
+  for (const std::string& path : paths) {
+    const auto status = StatusOf(path);
+    if (status) size += status->stx_size;
+  }
   return size;
 }
 

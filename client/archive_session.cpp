@@ -1,6 +1,5 @@
 #include "client/archive_session.h"
 
-#include <cassert>
 #include <cstring>
 #include <utility>
 
@@ -19,7 +18,7 @@ constexpr char kBrickName[] = "zel3";
 template <std::size_t kFieldSize>
 void SetText(char (&field)[kFieldSize], const std::string& text) {
   static_assert(kFieldSize > archive_source::kLongestPath);
-  assert(text.size() < kFieldSize);
+  if (text.size() >= kFieldSize) throw Failure(text + " is longer than 260 bytes", kExitUsage);
   std::strncpy(field, text.c_str(), kFieldSize - 1);
 }
 

@@ -15,9 +15,8 @@ class ArchiveSession {
   using OnBlock = std::function<void(const cMemBlock&)>;
 
   // Makes the reader, then the client; nothing is delivered yet. `onBlock` gets each block that
-  // reaches the client, as it arrives; it must not keep a block beyond the session. REQUIRES: the
-  // paths have at most archive_source::kLongestPath bytes. Throws Failure when the plug-in gives no
-  // reader.
+  // reaches the client, as it arrives; it must not keep a block beyond the session. Throws
+  // Failure when the plug-in gives no reader, and a usage error for a path that is too long.
   ArchiveSession(const HostOptions& host, const std::string& source, OnBlock onBlock);
   // Ends the reader, lets its own bricks end, ends the client and unloads the plug-ins.
   ~ArchiveSession();

@@ -2,6 +2,7 @@
 
 #include "client/archive_client.h"
 #include "sources/archive_source.h"
+#include "sources/reader_path.h"
 
 namespace {
 
@@ -18,6 +19,10 @@ IndexedFile IndexOne(const ServedSource& source, const std::string& path, Progre
   if (path.size() > archive_source::kLongestPath) {
     file.whyFailed =
         "has a path of more than " + std::to_string(archive_source::kLongestPath) + " bytes";
+    return file;
+  }
+  if (!reader_path::CanBeNamed(path)) {
+    file.whyFailed = "has a path that is not text";
     return file;
   }
   source.WaitForOthers(path);

@@ -1,7 +1,6 @@
 #include "indexer/cache_names.h"
 
 #include <QCryptographicHash>
-#include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
 #include <climits>
@@ -12,10 +11,15 @@ constexpr char kModificationTimeFormat[] = "yy.MM.dd hh-mm-ss ";
 
 }  // namespace
 
-CacheNames::CacheNames(const QString& archive, const QString& cacheFolder) : name(archive) {
+CacheNames::CacheNames(const QString& archive, const QString& cacheFolder)
+    : CacheNames(archive, cacheFolder,
+                 cacheFolder.isEmpty() ? QDateTime() : QFileInfo(archive).lastModified()) {}
+
+CacheNames::CacheNames(const QString& archive, const QString& cacheFolder,
+                       const QDateTime& modified)
+    : name(archive) {
   const int slash = archive.lastIndexOf(QLatin1Char('/'));
   if (!cacheFolder.isEmpty() && slash >= 0) {
-    const QDateTime modified = QFileInfo(archive).lastModified();
     name = cacheFolder + modified.toString(QLatin1String(kModificationTimeFormat)) +
            archive.mid(slash + 1);
   }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDateTime>
 #include <QString>
 
 // The names of three cache files that belong together.
@@ -13,6 +14,8 @@ struct CacheFileNames {
 struct CacheNames : CacheFileNames {
   // `cacheFolder` ends with "/"; empty: beside the archive.
   CacheNames(const QString& archive, const QString& cacheFolder);
+  // The same for an archive that was modified then, whether or not it stands there.
+  CacheNames(const QString& archive, const QString& cacheFolder, const QDateTime& modified);
 
   QString name;  // of the archive in its cache: the files are named after it
 };

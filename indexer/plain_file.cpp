@@ -42,8 +42,16 @@ PlainFile::~PlainFile() {
 }
 
 bool PlainFile::Open(const QString& path, Mode mode, unsigned permissions) {
+  return OpenBytes(QFile::encodeName(path).constData(), mode, permissions);
+}
+
+bool PlainFile::Open(const std::string& path, Mode mode, unsigned permissions) {
+  return OpenBytes(path.c_str(), mode, permissions);
+}
+
+bool PlainFile::OpenBytes(const char* path, Mode mode, unsigned permissions) {
   constexpr int kNeverWait = O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-  mHandle = open(QFile::encodeName(path).constData(), OpenFlags(mode) | kNeverWait, permissions);
+  mHandle = open(path, OpenFlags(mode) | kNeverWait, permissions);
   if (mHandle >= 0 && !Examine()) Close();
   return IsOpen();
 }

@@ -3,6 +3,7 @@
 #include <QString>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "blocks/units.h"
@@ -26,6 +27,8 @@ class PlainFile {
   // `permissions` are those of a file that is made, before the umask. REQUIRES: the file is closed.
   // Throws std::bad_alloc.
   bool Open(const QString& path, Mode mode, unsigned permissions = 0);
+  // The same for a path of any bytes. Throws nothing.
+  bool Open(const std::string& path, Mode mode, unsigned permissions = 0);
   bool IsOpen() const { return mHandle >= 0; }
   void Close();
   // For calls to the system; -1 for a closed file. Owned by the file.
@@ -51,6 +54,7 @@ class PlainFile {
   bool SaveAndClose();
 
  private:
+  bool OpenBytes(const char* path, Mode mode, unsigned permissions);
   bool Examine();
   void Flush();
   void PassOn(const char* bytes, std::size_t size);

@@ -1,39 +1,90 @@
 #include "sources/archive_source.h"
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
+#include <dirent.h>
+#include <strings.h>
+#include <sys/stat.h>
 
+#include <QFile>
+#include <QString>
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <utility>
+
+#include "indexer/folder_listing.h"
 #include "system/failure.h"
+#include "system/file_status.h"
 
 namespace archive_source {
 
+namespace {
+
+struct CloseFolder {
+  void operator()(DIR* folder) const { closedir(folder); }
+};
+
+bool IsPlainFile(const std::string& path) {
+  const auto status = StatusOf(path);
+  return status && S_ISREG(status->stx_mode);
+}
+
+bool HasWantedName(const char* name) {
+  const char* const suffix = std::strrchr(name, '.');
+  return name[0] != '.' && suffix != nullptr &&
+         (strcasecmp(suffix, ".zel3") == 0 || strcasecmp(suffix, ".zel") == 0);
+}
+
+// By what names are ordered. One that is not text goes by its bytes.
+QString OrderOf(const std::string& name) {
+  const QByteArray bytes(name.data(), static_cast<int>(name.size()));
+  const QString text = DecodedName(bytes);
+  return QFile::encodeName(text) == bytes ? text : QString::fromLatin1(bytes);
+}
+
+// In no order.
+std::vector<std::string> NamesIn(const std::string& folder) {
+  std::vector<std::string> names;
+  const std::unique_ptr<DIR, CloseFolder> open(opendir(folder.c_str()));
+  if (open == nullptr) return names;
+  while (const dirent* const entry = readdir(open.get())) {
+    if (!HasWantedName(entry->d_name)) continue;
+    if (entry->d_type == DT_REG || IsPlainFile(folder + "/" + entry->d_name))
+      names.emplace_back(entry->d_name);
+  }
+  return names;
+}
+
+}  // namespace
+
 std::string Locate(const std::string& path) {
-  const QFileInfo info(QFile::decodeName(path.c_str()));
-  if (path.empty() || !info.exists()) throw Failure("nothing exists at " + path);
-  if (!info.isFile() && !info.isDir()) {
+  const auto status = StatusOf(path);
+  if (!status) throw Failure("nothing exists at " + path);
+  if (!S_ISREG(status->stx_mode) && !S_ISDIR(status->stx_mode)) {
     throw Failure(path + " is neither a file nor a folder");
   }
-  std::string absolute = QFile::encodeName(info.absoluteFilePath()).constData();
+  std::error_code failed;
+  std::string absolute = std::filesystem::absolute(path, failed).lexically_normal().string();
+  if (failed) throw Failure("cannot tell where " + path + " is: " + failed.message());
   // A folder has a name, however a shell completes it.
   while (absolute.size() > 1 && absolute.back() == '/') absolute.pop_back();
-  if (absolute.size() > kLongestPath)
-    throw Failure("the path is longer than 260 bytes", kExitUsage);
   return absolute;
 }
 
 bool IsFolder(const std::string& source) {
-  return QFileInfo(QFile::decodeName(source.c_str())).isDir();
+  const auto status = StatusOf(source);
+  return status && S_ISDIR(status->stx_mode);
 }
 
 std::vector<std::string> Files(const std::string& source) {
   if (!IsFolder(source)) return {source};
-  const QStringList patterns{QLatin1String("*.zel3"), QLatin1String("*.zel")};
+  std::vector<std::pair<QString, std::string>> names;
+  for (const std::string& name : NamesIn(source)) names.emplace_back(OrderOf(name), name);
+  std::sort(names.begin(), names.end());
+  const std::string folder = source == "/" ? source : source + "/";
   std::vector<std::string> files;
-  for (const QFileInfo& file :
-       QDir(QFile::decodeName(source.c_str())).entryInfoList(patterns, QDir::Files, QDir::Name)) {
-    files.push_back(QFile::encodeName(file.absoluteFilePath()).constData());
-  }
+  for (const auto& [order, name] : names) files.push_back(folder + name);
   return files;
 }
 
@@ -44,6 +95,16 @@ void FailWithoutFiles(const std::string& source) {
 std::string FileName(const std::string& path) {
   const std::size_t slash = path.rfind('/');
   return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+std::string FolderOf(const std::string& path) {
+  return path.substr(0, std::max<std::size_t>(path.rfind('/'), 1));
+}
+
+std::string CanonicalPath(const std::string& path) {
+  const std::unique_ptr<char, decltype(&std::free)> canonical(realpath(path.c_str(), nullptr),
+                                                              std::free);
+  return canonical == nullptr ? path : canonical.get();
 }
 
 }  // namespace archive_source

@@ -3,19 +3,20 @@
 #include <string>
 #include <vector>
 
-// Where archives are on disk. Paths are in the local 8-bit encoding.
+// Where archives are on disk. Paths are bytes as the system has them; they need not be text in any
+// encoding.
 namespace archive_source {
 
 // How many bytes of a path fit into the fields of a creation record.
 constexpr std::size_t kLongestPath = 260;
 
-// The absolute path of an archive file or folder. Throws Failure when there is neither at `path`,
-// and a usage error when the absolute path is longer than a reader takes.
+// The absolute path of an archive file or folder. Throws Failure when there is neither at `path`.
 std::string Locate(const std::string& path);
 
 bool IsFolder(const std::string& source);
 
-// The archive files that a source holds: the file itself, or the files of the folder by name.
+// The archive files that a source holds: the file itself, or the files of the folder by name, but
+// for hidden ones.
 std::vector<std::string> Files(const std::string& source);
 
 // Throws Failure: the source holds no archive file.
@@ -23,5 +24,10 @@ std::vector<std::string> Files(const std::string& source);
 
 // The part after the last "/".
 std::string FileName(const std::string& path);
+// The part before it. REQUIRES: an absolute path.
+std::string FolderOf(const std::string& path);
+
+// Without links; the path itself when nothing stands there.
+std::string CanonicalPath(const std::string& path);
 
 }  // namespace archive_source

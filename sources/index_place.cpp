@@ -3,8 +3,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <QDateTime>
 #include <QFile>
-#include <QFileInfo>
 #include <algorithm>
 #include <cstdint>
 
@@ -14,6 +14,7 @@
 #include "sources/cache_shape.h"
 #include "sources/nowhere.h"
 #include "sources/private_cache.h"
+#include "sources/reader_path.h"
 #include "system/failure.h"
 #include "system/file_status.h"
 
@@ -37,22 +38,21 @@ std::vector<NamedKind> FilesOf(const CacheNames& names) {
           {Local(names.events), CacheKind::kEvents}};
 }
 
-std::string FolderOf(const std::string& path) {
-  return path.substr(0, std::max<std::size_t>(path.rfind('/'), 1));
-}
-
-std::string CanonicalPath(const std::string& path) {
-  const std::string canonical =
-      Local(QFileInfo(QFile::decodeName(path.c_str())).canonicalFilePath());
-  return canonical.empty() ? path : canonical;
-}
+using archive_source::CanonicalPath;
+using archive_source::FolderOf;
 
 // Whether cache files are named after the archive: not where the last dot of its path is that of a
-// folder, or the first character of its name.
+// folder, or the first character of its name. A link always has one.
 bool HasNameOfItsOwn(const std::string& archive) {
+  if (!reader_path::CanBeNamed(archive)) return true;
   const std::string name = archive_source::FileName(archive);
   const std::size_t dot = name.rfind('.');
   return dot != std::string::npos && dot > 0;
+}
+
+QDateTime ModifiedTime(const std::string& path) {
+  const auto status = StatusOf(path);
+  return status ? QDateTime::fromSecsSinceEpoch(status->stx_mtime.tv_sec) : QDateTime();
 }
 
 bool MayBe(const std::string& path, int how) {
@@ -74,6 +74,8 @@ bool CanBeMadeBeside(const std::string& archive) {
 
 // Why an archive cannot have its index beside it; empty when it can.
 std::string WhyNotBeside(const std::string& archive) {
+  // It has its index in a place of its own.
+  if (!reader_path::CanBeNamed(archive)) return "";
   const std::string name = archive_source::FileName(archive);
   const std::string folder = FolderOf(archive);
   if (folder.substr(folder.find(':') + 1) == kReservedFolder)
@@ -87,7 +89,7 @@ std::string WhyNotBeside(const std::string& archive) {
 
 // A file that is not an archive gets no index; but what has the names of one would be taken for it.
 std::string WhyNotBesideOther(const std::string& file) {
-  if (!HasIndex(file, "")) return "";
+  if (!reader_path::CanBeNamed(file) || !HasIndex(file, "")) return "";
   return archive_source::FileName(file) +
          " is not an archive, but files stand beside it that have "
          "the names of an index";
@@ -135,9 +137,12 @@ IndexPlace PlaceOfIndexes(const std::string& askedFor, const std::vector<std::st
 }
 
 CacheNames CacheOf(const std::string& archive, const std::string& folder) {
-  const QString inFolder = QFile::decodeName(folder.c_str());
-  return CacheNames(QFile::decodeName(archive.c_str()),
-                    inFolder.isEmpty() ? inFolder : inFolder + QLatin1Char('/'));
+  const QString inFolder = QFile::decodeName(reader_path::IndexFolderOf(archive, folder).c_str());
+  const QString withSlash = inFolder.isEmpty() ? inFolder : inFolder + QLatin1Char('/');
+  if (reader_path::CanBeNamed(archive))
+    return CacheNames(QFile::decodeName(archive.c_str()), withSlash);
+  const std::string link = '/' + reader_path::LinkName(archive);
+  return CacheNames(QString::fromLatin1(link.c_str()), withSlash, ModifiedTime(archive));
 }
 
 bool HasIndex(const std::string& archive, const std::string& folder) {

@@ -24,7 +24,8 @@ struct IndexPlace {
 IndexPlace PlaceOfIndexes(const std::string& askedFor, const std::vector<std::string>& archives,
                           const std::vector<std::string>& others);
 
-// The cache files of an archive, for `folder` as above.
+// The cache files of an archive, for `folder` as above. Those of an archive that readers open
+// through a link are named after the link.
 CacheNames CacheOf(const std::string& archive, const std::string& folder);
 
 // Whether a reader opens the archive with the cache files there, without making them anew.

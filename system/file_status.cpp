@@ -20,3 +20,11 @@ std::optional<struct statx> StatusOf(const std::string& path, Links links) {
 std::optional<struct statx> StatusOf(const FileHandle& file) {
   return Ask(file.Get(), "", AT_EMPTY_PATH);
 }
+
+bool AreOneFile(const std::string& path, const std::string& other) {
+  const auto first = StatusOf(path);
+  const auto second = StatusOf(other);
+  return first && second && first->stx_ino == second->stx_ino &&
+         first->stx_dev_major == second->stx_dev_major &&
+         first->stx_dev_minor == second->stx_dev_minor;
+}

@@ -15,3 +15,6 @@ enum class Links { kFollow, kNot };
 
 std::optional<struct statx> StatusOf(const std::string& path, Links links = Links::kFollow);
 std::optional<struct statx> StatusOf(const FileHandle& file);
+
+// Whether both paths name one existing file, be it through links of either kind.
+bool AreOneFile(const std::string& path, const std::string& other);

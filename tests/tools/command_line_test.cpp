@@ -47,7 +47,7 @@ TEST_F(CommandLine, UsageErrorsAreOneLineAndExitWithTwo) {
       {"info", Folder(), "--bogus"},
       {"info", Folder(), "--format", "xml"},
       {"info", Folder(), "--time-format", "local"},
-      {"info", std::string(261, 'x')},
+      {"console", std::string(261, 'x')},
       {"info", Folder(), "--cache-folder", std::string(261, 'x')},
       {"seek", Folder()},
       {"seek", Folder(), "yesterday"},

@@ -579,3 +579,21 @@ TEST_F(Doctor, WithoutAnArchiveFails) {
   EXPECT_EQ(Run({"doctor", Folder()}).exitCode, 1);
   EXPECT_EQ(Run({"doctor", *this / "missing"}).exitCode, 1);
 }
+
+TEST_F(Doctor, ExaminesFilesWithNamesOfAnyBytesAndOfAnyLength) {
+  const std::string good = Write("good.zel3", {10, 20, 30});
+  const std::string names[] = {"\xff.zel3", std::string(250, 'x') + ".ZEL3"};
+  for (const std::string& name : names) {
+    fs::copy_file(good, *this / name);
+    const nlohmann::json alone = Examine(*this / name);
+    EXPECT_EQ(mResult.exitCode, 0);
+    EXPECT_EQ(alone["files"][0]["entries"], 3);
+    EXPECT_EQ(alone["files"][0]["cache"], "none");
+    EXPECT_THAT(alone["findings"], IsEmpty());
+  }
+  fs::resize_file(*this / names[0], mSize - 1);
+  const nlohmann::json all = Examine(Folder());
+  EXPECT_EQ(all["files"].size(), 3U);
+  EXPECT_THAT(Findings(all), testing::Contains(HasSubstr("cut-off \xef\xbf\xbd.zel3")));
+  EXPECT_THAT(Run({"doctor", Folder()}).out, HasSubstr("cut-off  \xef\xbf\xbd.zel3"));
+}

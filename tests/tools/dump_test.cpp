@@ -14,6 +14,7 @@
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::MatchesRegex;
+using testing::SizeIs;
 
 namespace {
 
@@ -245,4 +246,22 @@ TEST_F(Dump, ADumpIntoTheFolderThatItReadsEnds) {
 TEST_F(Dump, OtherFormatsAreUsageErrors) {
   EXPECT_EQ(Run({"dump", WriteSmall(), "--format", "csv"}).exitCode, 2);
   EXPECT_EQ(Run({"dump"}).exitCode, 2);
+}
+
+TEST_F(Dump, ReadsFilesWithNamesOfAnyBytesAndOfAnyLength) {
+  WriteSmall();
+  const std::string notText = *this / "\xff\x1b.zel3";
+  const std::string tooLong = *this / (std::string(250, 'x') + ".zel3");
+  for (const std::string& path : {notText, tooLong}) {
+    std::filesystem::copy_file(mSmall, path);
+    EXPECT_THAT(Records(path), SizeIs(5));
+  }
+  const ProgramResult result = Run({"dump", Folder()});
+  EXPECT_EQ(result.exitCode, 0);
+  std::vector<std::string> headings;
+  for (const std::string& line : LinesOf(result.out)) {
+    if (testing::Matches(testing::EndsWith(".zel3"))(line)) headings.push_back(line);
+  }
+  EXPECT_THAT(headings, ElementsAre("small.zel3", std::string(250, 'x') + ".zel3",
+                                    "\xef\xbf\xbd\\u001b.zel3"));
 }

@@ -14,7 +14,9 @@ CLI::Option* AddPath(CLI::App* app, const std::string& name, std::string* target
 }
 
 void AddSource(CLI::App* app, std::string* target) {
-  AddPath(app, "SOURCE", target, "an archive file or a folder of them")->required();
+  app->add_option("SOURCE", *target, "an archive file or a folder of them")
+      ->type_name("PATH")
+      ->required();
 }
 
 void AddFormat(CLI::App* app, OutputFormat* target, const std::vector<std::string>& formats) {

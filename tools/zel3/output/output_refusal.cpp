@@ -1,51 +1,53 @@
 #include "output/output_refusal.h"
 
 #include <QFile>
-#include <QFileInfo>
+#include <filesystem>
 
-#include "indexer/plain_file.h"
+#include "sources/archive_source.h"
 #include "system/failure.h"
+#include "system/file_status.h"
 
 namespace {
 
 // The path with its folder as the system has it, so that two paths of one file that does not exist
 // yet are equal.
-QString InCanonicalFolder(const QString& path) {
-  const QFileInfo info(path);
-  return QFileInfo(info.absolutePath()).canonicalFilePath() + QLatin1Char('/') + info.fileName();
+std::string InCanonicalFolder(const std::string& path) {
+  std::error_code ignored;
+  const std::string absolute = std::filesystem::absolute(path, ignored).lexically_normal().string();
+  return archive_source::CanonicalPath(archive_source::FolderOf(absolute)) + "/" +
+         archive_source::FileName(absolute);
 }
 
-bool AreOne(const QString& path, const QString& other) {
-  return InCanonicalFolder(path) == InCanonicalFolder(other) || IsSameFile(path, other);
+bool AreOne(const std::string& path, const std::string& other) {
+  return InCanonicalFolder(path) == InCanonicalFolder(other) || AreOneFile(path, other);
 }
 
-void RefuseArchives(const std::vector<std::string>& files, const QString& target) {
+void RefuseArchives(const std::vector<std::string>& files, const std::string& target) {
   for (const std::string& file : files) {
-    if (AreOne(QFile::decodeName(file.c_str()), target))
-      throw Failure("the output is an archive of the source", kExitUsage);
+    if (AreOne(file, target)) throw Failure("the output is an archive of the source", kExitUsage);
   }
 }
 
-void RefuseCaches(const std::string& archive, const std::string& folder, const QString& target) {
+void RefuseCaches(const std::string& archive, const std::string& folder,
+                  const std::string& target) {
   const CacheNames names = CacheOf(archive, folder);
   for (const QString& name : {names.entries, names.headers, names.events}) {
-    if (AreOne(name, target)) throw Failure("the output is a cache file of the source", kExitUsage);
+    if (AreOne(QFile::encodeName(name).constData(), target))
+      throw Failure("the output is a cache file of the source", kExitUsage);
   }
 }
 
 }  // namespace
 
 void RefuseToHarm(const SourceFacts& source, const std::string& output) {
-  const QString target = QFile::decodeName(output.c_str());
-  RefuseArchives(source.Files(), target);
+  RefuseArchives(source.Files(), output);
   for (const std::string& archive : source.Archives()) {
-    RefuseCaches(archive, "", target);
-    if (!source.Indexes().folder.empty()) RefuseCaches(archive, source.Indexes().folder, target);
+    RefuseCaches(archive, "", output);
+    if (!source.Indexes().folder.empty()) RefuseCaches(archive, source.Indexes().folder, output);
   }
 }
 
 void RefuseToHarm(const std::vector<std::string>& archives, const std::string& output) {
-  const QString target = QFile::decodeName(output.c_str());
-  RefuseArchives(archives, target);
-  for (const std::string& archive : archives) RefuseCaches(archive, "", target);
+  RefuseArchives(archives, output);
+  for (const std::string& archive : archives) RefuseCaches(archive, "", output);
 }
