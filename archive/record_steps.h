@@ -1,0 +1,52 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+#include "blocks/stream_records.h"
+#include "blocks/units.h"
+#include "indexer/plain_file.h"
+
+// Goes from record to record of an archive by the lengths that they state. Payloads are not read.
+class RecordSteps {
+ public:
+  enum class Kind {
+    kHeader,
+    kIndex,
+    kData,        // or an event
+    kImpossible,  // a header that is too short
+    kCutOff,      // the record goes on after the end
+    kEnd,
+  };
+
+  struct Record {
+    Kind kind = Kind::kEnd;
+    FilePosition position = 0;
+    std::uint64_t size = 0;            // of a record that is whole
+    std::optional<std::uint8_t> type;  // of data, also of data that is cut off
+    IDX_T index;                       // of an index record
+  };
+
+  // From the record at `from` up to `end`, or to the end of the file where that comes first.
+  // Borrows the file.
+  RecordSteps(const PlainFile& file, FilePosition from, FilePosition end)
+      : mFile(file), mPosition(from), mEnd(end) {}
+
+  // The next record. Only a whole one is passed: after anything else the same comes again. What
+  // cannot be read ends like the file.
+  Record Next();
+
+ private:
+  // The bytes at mPosition; null when fewer are left.
+  const unsigned char* Bytes(std::size_t size);
+  Record Of(Kind kind, std::uint64_t size);
+
+  const PlainFile& mFile;
+  FilePosition mPosition;
+  const FilePosition mEnd;
+  std::array<unsigned char, 4096> mWindow;
+  FilePosition mWindowFrom = 0;
+  std::size_t mWindowSize = 0;
+};
