@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "archive/recorded_event.h"
 #include "blocks/chunk_info.h"
 #include "blocks/units.h"
 #include "sdk/mem_block.h"
@@ -32,12 +33,6 @@ struct FoundEntry {
 struct PreviewEntry {
   FoundEntry entry;
   bool timeReached = false;  // the end asked for is not after the entry
-};
-
-struct RecordedEvent {
-  ArchiveTime time = 0;
-  std::uint8_t type = 0;
-  std::string text;  // as recorded: any bytes
 };
 
 FoundEntry AsFound(const TZEL3ChunkInfo& info);

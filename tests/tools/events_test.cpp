@@ -1,12 +1,18 @@
 #include <gmock/gmock.h>
+#include <sys/resource.h>
+
+#include <filesystem>
 
 #include <nlohmann/json.hpp>
 
 #include "archive/archive_writer.h"
 #include "archive/event_types.h"
+#include "client/archive_client.h"
+#include "support/environment_value.h"
 #include "support/program.h"
 #include "support/read_only_folder.h"
 #include "support/sample_archive.h"
+#include "support/sanitized.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -54,6 +60,31 @@ class EventsOfSample : public Events {
   const GroundTruth mTruth = WriteScenario(Folder(), BusySample());
 };
 
+class NoProgress : public Progress {
+ public:
+  void Show(const std::string& /*what*/, unsigned /*percent*/) override {}
+  void Clear() override {}
+};
+
+// An archive with many events of little text.
+void WriteMany(const std::string& path, std::uint32_t entries, int eventsInEach) {
+  ArchiveWriter writer(path);
+  writer.WriteHeader(OneStreamHeader());
+  for (std::uint32_t i = 0; i < entries; ++i) {
+    writer.WriteIndex({1'700'000'000 + i, 0, 0});
+    for (int event = 0; event < eventsInEach; ++event) writer.WriteData(0x80, 0, nullptr, 0);
+  }
+  writer.WriteIndex({1'700'000'000 + entries, 0, 0});
+  writer.WriteData(0x91, 0, reinterpret_cast<const unsigned char*>("last"), 4);
+  writer.Close();
+}
+
+// For a new process: the memory that it may use.
+void AllowLittleMemory() {
+  const rlimit limit{32 << 20, 32 << 20};
+  setrlimit(RLIMIT_DATA, &limit);
+}
+
 // An archive with one event.
 void WriteEvent(const std::string& path, const std::string& text) {
   ArchiveWriter writer(path);
@@ -74,6 +105,25 @@ TEST_F(EventsOfSample, AreThoseThatWereWrittenInOrder) {
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(LinesOf(result.out), Expected());
   EXPECT_EQ(EntryNames(Folder()).size(), 12U) << "every file has been given its index";
+}
+
+TEST_F(EventsOfSample, AreThoseOfTheReader) {
+  const std::vector<std::string> lines = LinesOf(EventLines().out);
+  // A served source takes it away from this process.
+  const EnvironmentValue temporary("TMPDIR", std::getenv("TMPDIR"));
+  const std::filesystem::path program = ZEL3_PROGRAM;
+  HostOptions host;
+  host.pluginFolder = (program.parent_path().parent_path() / "lib").string();
+  host.settingsFolder = Folder();
+  const ServedSource source(host, Folder(), MissingIndexes::kLeaveOut, [](const std::string&) {});
+  NoProgress progress;
+  ArchiveClient client(source, &progress);
+  std::vector<std::string> ofReader;
+  for (const RecordedEvent& event : client.Events()) {
+    ofReader.push_back(R"({"time":)" + std::to_string(event.time) + R"(,"type":")" +
+                       event_types::Name(event.type) + R"(","text":")" + event.text + "\"}");
+  }
+  EXPECT_EQ(lines, ofReader);
 }
 
 TEST_F(EventsOfSample, OfARangeWithoutItsEnd) {
@@ -169,6 +219,54 @@ TEST_F(Events, NothingThereExitsWithFour) {
   EXPECT_EQ(result.exitCode, 4);
   EXPECT_EQ(result.out, "");
   EXPECT_EQ(result.err, "zel3: no event is recorded there\n");
+}
+
+TEST_F(Events, NothingThereIsAWholeDocument) {
+  WriteScenario(Folder(), SampleScenario());
+  const std::pair<const char*, const char*> documents[] = {
+      {"json", "{\"events\":[]}\n"}, {"csv", "time,type,text\n"}, {"jsonl", ""}, {"text", ""}};
+  for (const auto& [format, document] : documents) {
+    const ProgramResult result = Run({"events", Folder(), "--format", format});
+    EXPECT_EQ(result.out, document);
+    EXPECT_EQ(result.exitCode, 4);
+  }
+}
+
+TEST_F(Events, ThatAnIndexCannotHoldAreThere) {
+  using namespace std::string_literals;
+  WriteMany(*this / "a.zel3", 2, 300);
+  WriteEvent(*this / "b.zel3", "a\0b"s);
+  const std::vector<std::string> lines = LinesOf(EventLines().out);
+  ASSERT_EQ(lines.size(), 602U);
+  EXPECT_EQ(lines[600], R"({"time":1700000002000,"type":"plate-unreadable","text":"last"})");
+  EXPECT_EQ(lines[601], R"({"time":7000,"type":"note","text":"a\u0000b"})");
+  EXPECT_EQ(EventLines().exitCode, 0);
+}
+
+TEST_F(Events, AnIndexThatLacksSomeIsNotBelieved) {
+  WriteMany(*this / "a.zel3", 2, 2);
+  const std::string all = EventLines().out;
+  WriteFile(*this / "a.evt", Bytes());
+  EXPECT_EQ(EventLines().out, all);
+  EXPECT_EQ(LinesOf(all).size(), 5U);
+}
+
+TEST_F(Events, VeryManyNeedLittleMemory) {
+  if (kIsSanitized) GTEST_SKIP() << "a sanitizer takes more memory than is allowed here";
+  WriteMany(*this / "a.zel3", 1000, 100);
+  ASSERT_EQ(Run({"index", Folder()}).exitCode, 0);
+  for (const std::string format : {"text", "json", "jsonl", "csv"}) {
+    Start({"events", Folder(), "--format", format}, AllowLittleMemory);
+    const ProgramResult result = Finish();
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_NE(result.out.find("last"), std::string::npos);
+    if (format != "text") continue;
+    const std::vector<std::string> lines = LinesOf(result.out);
+    EXPECT_EQ(lines.size(), 100'002U);
+    EXPECT_EQ(lines.front(), "time                      type              text");
+    EXPECT_EQ(lines[1], "2023-11-14T22:13:20.000Z  motion            ");
+    EXPECT_EQ(lines.back(), "2023-11-14T22:30:00.000Z  plate-unreadable  last");
+  }
 }
 
 TEST_F(Events, WithoutAnArchiveThereIsAFailure) {

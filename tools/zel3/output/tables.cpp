@@ -8,6 +8,7 @@
 #include <cstring>
 #include <functional>
 #include <iostream>
+#include <utility>
 
 namespace {
 
@@ -15,6 +16,9 @@ std::size_t Width(const std::string& cell) {
   return static_cast<std::size_t>(
       QString::fromUtf8(cell.data(), static_cast<int>(cell.size())).size());
 }
+
+// What a long table keeps of its rows.
+constexpr std::size_t kMostKeptBytes = 1 << 20;
 
 constexpr const char* kPlain = "";
 constexpr const char* kBold = "\x1b[1m";
@@ -35,23 +39,34 @@ std::string Styled(const std::string& cell, const char* style) {
   return takesColours && style != kPlain ? style + cell + kReset : cell;
 }
 
-// `styleOf` gives one of the constants above for a row and a column.
-void PrintRows(const std::vector<std::vector<std::string>>& rows,
-               const std::function<const char*(std::size_t, std::size_t)>& styleOf) {
-  std::vector<std::size_t> widths;
+using Rows = std::vector<std::vector<std::string>>;
+
+void Widen(const Rows& rows, std::vector<std::size_t>* widths) {
   for (const auto& row : rows) {
-    widths.resize(std::max(widths.size(), row.size()));
-    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], Width(row[i]));
+    widths->resize(std::max(widths->size(), row.size()));
+    for (std::size_t i = 0; i < row.size(); ++i)
+      (*widths)[i] = std::max((*widths)[i], Width(row[i]));
   }
-  for (std::size_t number = 0; number < rows.size(); ++number) {
-    const auto& row = rows[number];
-    std::string line;
-    for (std::size_t i = 0; i < row.size(); ++i) {
-      line += Styled(row[i], styleOf(number, i));
-      if (i + 1 < row.size()) line.append(widths[i] - Width(row[i]) + 2, ' ');
-    }
-    std::cout << line << '\n';
+}
+
+// `styleOf` gives one of the constants above for a column.
+void PrintRow(const std::vector<std::string>& row, const std::vector<std::size_t>& widths,
+              const std::function<const char*(std::size_t)>& styleOf) {
+  std::string line;
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    line += Styled(row[i], styleOf(i));
+    if (i + 1 < row.size())
+      line.append(std::max(widths[i], Width(row[i])) - Width(row[i]) + 2, ' ');
   }
+  std::cout << line << '\n';
+}
+
+// `styleOf` gives one of the constants above for a row and a column.
+void PrintRows(const Rows& rows, std::vector<std::size_t> widths,
+               const std::function<const char*(std::size_t, std::size_t)>& styleOf) {
+  Widen(rows, &widths);
+  for (std::size_t number = 0; number < rows.size(); ++number)
+    PrintRow(rows[number], widths, [&](std::size_t column) { return styleOf(number, column); });
 }
 
 std::string CsvCell(const std::string& text) {
@@ -70,7 +85,7 @@ std::string CsvCell(const std::string& text) {
 
 void PrintTable(const std::vector<std::vector<std::string>>& rows,
                 const std::map<std::string, Colour>& colours) {
-  PrintRows(rows, [&rows, &colours](std::size_t row, std::size_t column) {
+  PrintRows(rows, {}, [&rows, &colours](std::size_t row, std::size_t column) {
     if (row == 0) return kBold;
     const auto colour = colours.find(rows[row][column]);
     if (colour == colours.end()) return kPlain;
@@ -79,7 +94,31 @@ void PrintTable(const std::vector<std::vector<std::string>>& rows,
 }
 
 void PrintLabelled(const std::vector<std::vector<std::string>>& rows) {
-  PrintRows(rows, [](std::size_t, std::size_t column) { return column == 0 ? kBold : kPlain; });
+  PrintRows(rows, {}, [](std::size_t, std::size_t column) { return column == 0 ? kBold : kPlain; });
+}
+
+LongTable::LongTable(std::vector<std::string> headings, std::vector<std::size_t> widths)
+    : mWidths(std::move(widths)) {
+  mKept.push_back(std::move(headings));
+}
+
+void LongTable::Add(std::vector<std::string> row) {
+  if (mIsLong) {
+    PrintRow(row, mWidths, [](std::size_t) { return kPlain; });
+    return;
+  }
+  for (const std::string& cell : row) mKeptBytes += sizeof(cell) + cell.size();
+  mKept.push_back(std::move(row));
+  if (mKeptBytes < kMostKeptBytes) return;
+  mIsLong = true;
+  Widen(mKept, &mWidths);
+  PrintRows(mKept, mWidths,
+            [](std::size_t number, std::size_t) { return number == 0 ? kBold : kPlain; });
+  mKept.clear();
+}
+
+void LongTable::Finish() {
+  if (!mIsLong) PrintTable(mKept);
 }
 
 void PrintCsv(const std::vector<std::vector<std::string>>& rows) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <string>
 #include <vector>
@@ -13,6 +14,24 @@ enum class Colour { kRed, kYellow };
 void PrintTable(const std::vector<std::vector<std::string>>& rows,
                 const std::map<std::string, Colour>& colours = {});
 void PrintLabelled(const std::vector<std::vector<std::string>>& rows);
+
+// The same as PrintTable for rows that come one by one and may be very many. What comes first is
+// kept, and makes the columns as wide as it needs; when there is more than fits into a megabyte of
+// memory, columns are also as wide as `widths` says, and rows are printed as they come.
+class LongTable {
+ public:
+  LongTable(std::vector<std::string> headings, std::vector<std::size_t> widths);
+
+  void Add(std::vector<std::string> row);
+  // Prints what is kept. REQUIRES: called once, after the last row.
+  void Finish();
+
+ private:
+  std::vector<std::vector<std::string>> mKept;  // headings first
+  std::size_t mKeptBytes = 0;
+  std::vector<std::size_t> mWidths;
+  bool mIsLong = false;
+};
 
 // Prints rows of cells as comma-separated values; cells with commas or quotes are quoted. A cell
 // that a spreadsheet would take for a formula begins with an apostrophe. Cells that come from

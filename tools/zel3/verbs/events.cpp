@@ -2,15 +2,14 @@
 
 #include <algorithm>
 
-#include "archive/event_types.h"
-#include "client/indexed_source.h"
-#include "json/json_line.h"
+#include "archive/recorded_events.h"
+#include "client/archive_client.h"
+#include "client/index_builder.h"
 #include "output/notice.h"
 #include "output/progress_bar.h"
-#include "output/tables.h"
+#include "sources/archive_source.h"
 #include "system/failure.h"
-#include "text/shown_text.h"
-#include "times/time_text.h"
+#include "verbs/event_printer.h"
 #include "verbs/time_range.h"
 
 namespace {
@@ -21,61 +20,55 @@ bool IsWanted(const RecordedEvent& event, const EventsOptions& options) {
   return types.empty() || std::find(types.begin(), types.end(), event.type) != types.end();
 }
 
-Json AsJson(const RecordedEvent& event, TimeFormat times) {
-  Json json;
-  json["time"] = TimeJson(event.time, times);
-  json["type"] = event_types::Name(event.type);
-  json["text"] = event.text;
-  return json;
-}
-
-void PrintAsJson(const std::vector<RecordedEvent>& events, TimeFormat times) {
-  Json json;
-  Json& list = json["events"] = Json::array();
-  for (const RecordedEvent& event : events) list.push_back(AsJson(event, times));
-  PrintJsonLine(json);
-}
-
-std::vector<std::vector<std::string>> AsRows(const std::vector<RecordedEvent>& events,
-                                             TimeFormat times) {
-  std::vector<std::vector<std::string>> rows{{"time", "type", "text"}};
-  for (const RecordedEvent& event : events) {
-    rows.push_back(
-        {TimeText(event.time, times), event_types::Name(event.type), Escaped(event.text)});
+// Gives every archive its index.
+void IndexAll(const ServedSource& source, Progress* progress) {
+  // A reader takes memory for all events of what it opens.
+  if (source.Facts().HasAllIndexes() && !source.Facts().Archives().empty()) return;
+  for (const IndexedFile& file : BuildIndexes(source, progress)) {
+    if (file.state != FileState::kFailed) return;
   }
-  return rows;
+  if (!source.Facts().IsFolder())
+    throw Failure(archive_source::FileName(source.Path()) + " " + kWhyNoIndex);
+  throw Failure("no file in " + source.Path() + " can be indexed; zel3 index says why");
 }
 
-void Print(const std::vector<RecordedEvent>& events, const OutputStyle& style) {
-  const TimeFormat times = style.Times();
-  switch (style.format) {
-    case OutputFormat::kText:
-      PrintTable(AsRows(events, times));
-      break;
-    case OutputFormat::kCsv:
-      PrintCsv(AsRows(events, times));
-      break;
-    case OutputFormat::kJson:
-      PrintAsJson(events, times);
-      break;
-    case OutputFormat::kJsonLines:
-      for (const RecordedEvent& event : events) PrintJsonLine(AsJson(event, times));
-      break;
+// By name.
+std::vector<std::string> ArchivesWithIndex(const SourceFacts& source) {
+  std::vector<std::string> archives = source.Archives();
+  archives.erase(
+      std::remove_if(archives.begin(), archives.end(),
+                     [&source](const std::string& archive) { return !source.HasIndex(archive); }),
+      archives.end());
+  if (archives.empty() && !source.IsFolder()) {
+    throw Failure(archive_source::FileName(source.Path()) + " has no index, and none is built",
+                  kExitNothing);
   }
+  return archives;
 }
 
 }  // namespace
 
 int RunEvents(const HostOptions& host, const EventsOptions& options) {
   CheckTimeRange(options.from, options.to);
-  const ServedSource served(host, options.source, options.missingIndexes, PrintNotice);
+  const ServedSource source(host, options.source, options.missingIndexes, PrintNotice);
+  const SourceFacts& facts = source.Facts();
   ProgressBar progress;
-  IndexedSource source(served, &progress);
-  std::vector<RecordedEvent> wanted;
-  for (const RecordedEvent& event : source.Client().Events()) {
-    if (IsWanted(event, options)) wanted.push_back(event);
+  if (source.Missing() == MissingIndexes::kBuild) IndexAll(source, &progress);
+  const std::vector<std::string> archives = ArchivesWithIndex(facts);
+  bool isComplete = archives.size() == facts.Files().size();
+  if (!isComplete) PrintNotice("files without an index are left out; zel3 index names them");
+
+  EventPrinter printer(options.style);
+  const auto onEvent = [&](const RecordedEvent& event) {
+    if (IsWanted(event, options)) printer.Print(event);
+  };
+  for (const std::string& archive : archives) {
+    const CacheNames names = CacheOf(archive, facts.Indexes().folder);
+    if (ForEachEvent(archive, names, onEvent)) continue;
+    PrintNotice(archive_source::FileName(archive) + " cannot be read in part");
+    isComplete = false;
   }
-  if (wanted.empty()) source.FailWithNothing("no event is recorded there");
-  Print(wanted, options.style);
-  return source.IsComplete() ? kExitDone : kExitDamaged;
+  printer.Finish();
+  if (!printer.HasPrinted()) throw Failure("no event is recorded there", kExitNothing);
+  return isComplete ? kExitDone : kExitDamaged;
 }

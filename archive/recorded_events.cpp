@@ -1,0 +1,155 @@
+#include "archive/recorded_events.h"
+
+#include <bitset>
+#include <vector>
+
+#include "archive/kept_events.h"
+#include "archive/record_steps.h"
+#include "system/failure.h"
+#include "system/interruption.h"
+
+namespace {
+
+// By data type: whether a parser finds data of it.
+using KnownTypes = std::bitset<256>;
+
+// After the header that stands there. Nothing when it is damaged.
+std::optional<KnownTypes> TypesAfter(const PlainFile& file, const RecordSteps::Record& header) {
+  std::vector<unsigned char> body(static_cast<std::size_t>(header.size) - kMarkerSize);
+  bool failed = false;
+  body.resize(file.ReadAt(header.position + kMarkerSize, body.data(), body.size(), &failed));
+  const std::optional<ArchiveHeader> decoded = DecodeHeaderBody(body.data(), body.size());
+  if (!decoded) return std::nullopt;
+  KnownTypes types;
+  for (unsigned type = 0; type < types.size(); ++type)
+    types[type] = IsEventType(static_cast<std::uint8_t>(type));
+  for (const StreamDescriptor& stream : decoded->streams) {
+    if (stream.active != 0) types.set(stream.id);
+  }
+  return types;
+}
+
+// Holds the kept events against what the archive has, entry by entry.
+class Comparison {
+ public:
+  explicit Comparison(const QString& eventsFile) : mKept(eventsFile) {}
+
+  // What the archive has comes in the order of the file. Both are false when something else is
+  // kept.
+  bool BeginEntry(FilePosition position, IndexTime time) {
+    if (!EndEntry()) return false;
+    mEntry = {time, static_cast<std::uint32_t>(position), 0};
+    return true;
+  }
+  void AddEvent() { ++mEntry.count; }
+  bool EndEntry() {
+    if (mEntry.count == 0) return true;
+    KeptGroup group;
+    if (!mKept.NextGroup(&group) || group.time != mEntry.time ||
+        group.offsetLow != mEntry.offsetLow || group.count != mEntry.count) {
+      return false;
+    }
+    RecordedEvent event;
+    for (unsigned i = 0; i < group.count; ++i) {
+      if (!mKept.NextEvent(&event)) return false;
+    }
+    mCount += group.count;
+    return true;
+  }
+
+  // After the last entry.
+  std::optional<std::uint64_t> Count() const {
+    return mKept.IsWhole() ? std::make_optional(mCount) : std::nullopt;
+  }
+
+ private:
+  KeptEvents mKept;
+  KeptGroup mEntry;  // as the archive has it; before the first entry it is at 0 with time 0
+  std::uint64_t mCount = 0;
+};
+
+// Hands over the events that a parser finds.
+class EventSink : public FramingSink {
+ public:
+  explicit EventSink(const OnEvent& onEvent) : mOnEvent(onEvent) {}
+
+  void OnHeader(FilePosition /*position*/, const ArchiveHeader& /*header*/) override {}
+  void OnIndex(FilePosition /*position*/, const IDX_T& index) override {
+    mEvent.time = ToArchiveTime(index.time);
+  }
+  void OnData(FilePosition /*position*/, const DATA_T& head, const unsigned char* payload,
+              Tag /*kind*/) override {
+    if (!IsEventType(head.type)) return;
+    mEvent.type = head.type;
+    mEvent.text.assign(reinterpret_cast<const char*>(payload), head.length);
+    mOnEvent(mEvent);
+  }
+
+ private:
+  const OnEvent& mOnEvent;
+  RecordedEvent mEvent;
+};
+
+}  // namespace
+
+std::optional<std::uint64_t> CountKeptEvents(const std::string& archive, const CacheNames& names) {
+  PlainFile file;
+  if (!file.Open(archive, PlainFile::Mode::kRead)) return std::nullopt;
+  RecordSteps steps(file, 0, file.Size());
+  Comparison comparison(names.events);
+  KnownTypes known;
+  for (;;) {
+    const RecordSteps::Record record = steps.Next();
+    switch (record.kind) {
+      case RecordSteps::Kind::kHeader: {
+        const std::optional<KnownTypes> types = TypesAfter(file, record);
+        if (!types) return std::nullopt;
+        known = *types;
+        break;
+      }
+      case RecordSteps::Kind::kIndex:
+        interruption::Check();
+        if (!comparison.BeginEntry(record.position, record.index.time)) return std::nullopt;
+        break;
+      case RecordSteps::Kind::kData:
+        if (!known[*record.type]) return std::nullopt;
+        if (IsEventType(*record.type)) comparison.AddEvent();
+        break;
+      case RecordSteps::Kind::kImpossible:
+        return std::nullopt;
+      case RecordSteps::Kind::kCutOff:
+        // Not at the end: it cannot be read.
+        if (file.Size() - record.position > kLargestRecordSize) return std::nullopt;
+        [[fallthrough]];
+      case RecordSteps::Kind::kEnd:
+        return comparison.EndEntry() ? comparison.Count() : std::nullopt;
+    }
+  }
+}
+
+std::optional<std::uint64_t> ForEachKeptEvent(const CacheNames& names, const OnEvent& onEvent) {
+  KeptEvents kept(names.events);
+  KeptGroup group;
+  RecordedEvent event;
+  std::uint64_t count = 0;
+  while (kept.NextGroup(&group)) {
+    interruption::Check();
+    for (unsigned i = 0; i < group.count && kept.NextEvent(&event); ++i, ++count) onEvent(event);
+  }
+  return kept.IsWhole() ? std::make_optional(count) : std::nullopt;
+}
+
+ScannedBytes ForEachFoundEvent(const std::string& archive, const OnEvent& onEvent,
+                               const OnBytesRead& onBytesRead) {
+  EventSink sink(onEvent);
+  return ScanArchive(archive, sink, onBytesRead);
+}
+
+bool ForEachEvent(const std::string& archive, const CacheNames& names, const OnEvent& onEvent,
+                  const OnBytesRead& onBytesRead) {
+  const std::optional<std::uint64_t> kept = CountKeptEvents(archive, names);
+  if (!kept) return ForEachFoundEvent(archive, onEvent, onBytesRead).unreadable == 0;
+  if (ForEachKeptEvent(names, onEvent) != kept)
+    throw Failure("the index of " + archive + " has changed while it was read");
+  return true;
+}
