@@ -23,6 +23,8 @@ std::string BytesAt(const PlainFile& file, FilePosition position, std::size_t si
   return bytes;
 }
 
+}  // namespace
+
 std::optional<ArchiveHeader> HeaderAt(const PlainFile& file, FilePosition position) {
   const std::string start = BytesAt(file, position, kMarkerSize + sizeof(std::int16_t));
   ByteCursor cursor(start.data(), start.size());
@@ -35,6 +37,8 @@ std::optional<ArchiveHeader> HeaderAt(const PlainFile& file, FilePosition positi
       BytesAt(file, position + kMarkerSize, static_cast<std::size_t>(length) + 1);
   return DecodeHeaderBody(reinterpret_cast<const unsigned char*>(body.data()), body.size());
 }
+
+namespace {
 
 std::optional<ArchiveHeader> FirstHeader(const PlainFile& file) {
   const std::string head = BytesAt(file, 0, kSearchedHeadBytes);
@@ -102,4 +106,15 @@ std::optional<IndexTime> TimeOfFirstIndex(const std::string& path) {
     return std::nullopt;
   }
   return DecodeIndexBody(record.data() + kMarkerSize).time;
+}
+
+KnownTypes TypesKnownBy(const ArchiveHeader& header) {
+  KnownTypes types;
+  for (const StreamDescriptor& stream : header.streams) {
+    if (stream.active != 0) types.set(stream.id);
+  }
+  for (unsigned type = 0; type < types.size(); ++type) {
+    if (IsEventType(static_cast<std::uint8_t>(type))) types.set(type);
+  }
+  return types;
 }

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <bitset>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "blocks/units.h"
+#include "indexer/plain_file.h"
+#include "parser/framing.h"
 
 // What the headers of an archive file say by themselves. Only headers are read, not all of the
 // file.
@@ -25,3 +28,10 @@ std::optional<DeclaredStreams> StreamsOfHeaders(const std::string& path,
 // The time of the index record that the first header points to; nothing when either is damaged or
 // missing, or the file cannot be read.
 std::optional<IndexTime> TimeOfFirstIndex(const std::string& path);
+
+// The header that stands at `position`; nothing when there is none, or a damaged one.
+std::optional<ArchiveHeader> HeaderAt(const PlainFile& file, FilePosition position);
+
+// By data type: whether a parser knows such data after a header, of an active stream or an event.
+using KnownTypes = std::bitset<256>;
+KnownTypes TypesKnownBy(const ArchiveHeader& header);

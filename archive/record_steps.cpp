@@ -5,9 +5,10 @@
 #include "blocks/byte_cursor.h"
 #include "blocks/index_record.h"
 #include "parser/framing.h"
+#include "system/file_data.h"
 
 RecordSteps::Record RecordSteps::Next() {
-  if (mPosition >= mEnd) return {Kind::kEnd, mPosition, 0, {}, {}};
+  if (mPosition >= mEnd) return {Kind::kEnd, mPosition, 0, false, {}, {}};
   const unsigned char* const marker = Bytes(kMarkerSize);
   if (marker == nullptr) return Of(Kind::kCutOff, 0);
   switch (LoadLittleEndian<std::uint32_t>(marker)) {
@@ -28,25 +29,24 @@ RecordSteps::Record RecordSteps::Next() {
     }
     default: {
       const DATA_T head = DecodeDataHead(marker);
-      Record record = Of(Kind::kData, sizeof(head) + head.length);
+      const bool isZeros = LoadLittleEndian<std::uint32_t>(marker) == 0;
+      Record record = Of(Kind::kData, isZeros ? SizeOfZeros() : sizeof(head) + head.length);
+      record.isZeros = isZeros;
       record.type = head.type;
       return record;
     }
   }
 }
 
+// Of the record that is four zeros, with those after it in a hole.
+std::uint64_t RecordSteps::SizeOfZeros() const {
+  const auto data = NextData(mFile.Handle(), mPosition, mEnd);
+  const std::uint64_t hole = (data ? data->from : mEnd) - mPosition;
+  return std::max<std::uint64_t>(hole / sizeof(DATA_T), 1) * sizeof(DATA_T);
+}
+
 const unsigned char* RecordSteps::Bytes(std::size_t size) {
-  if (mEnd - mPosition < size) return nullptr;
-  const bool isThere = mWindowFrom <= mPosition && mPosition + size <= mWindowFrom + mWindowSize;
-  if (!isThere) {
-    bool failed = false;
-    const auto wanted =
-        static_cast<std::size_t>(std::min<std::uint64_t>(mWindow.size(), mEnd - mPosition));
-    mWindowFrom = mPosition;
-    mWindowSize = mFile.ReadAt(mPosition, mWindow.data(), wanted, &failed);
-    if (mWindowSize < size) return nullptr;
-  }
-  return mWindow.data() + (mPosition - mWindowFrom);
+  return mEnd - mPosition < size ? nullptr : mWindow.At(mPosition, size);
 }
 
 RecordSteps::Record RecordSteps::Of(Kind kind, std::uint64_t size) {

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 
+#include "archive/file_window.h"
 #include "blocks/stream_records.h"
 #include "blocks/units.h"
 #include "indexer/plain_file.h"
@@ -24,15 +24,21 @@ class RecordSteps {
   struct Record {
     Kind kind = Kind::kEnd;
     FilePosition position = 0;
-    std::uint64_t size = 0;            // of a record that is whole
+    std::uint64_t size = 0;  // of a record that is whole
+    bool isZeros =
+        false;  // empty data of stream 0; in a hole of the file all that follow each other
     std::optional<std::uint8_t> type;  // of data, also of data that is cut off
     IDX_T index;                       // of an index record
   };
 
   // From the record at `from` up to `end`, or to the end of the file where that comes first.
-  // Borrows the file.
+  // Borrows the file, and a window on it, if there is one already.
   RecordSteps(const PlainFile& file, FilePosition from, FilePosition end)
-      : mFile(file), mPosition(from), mEnd(end) {}
+      : mFile(file), mOwnWindow(file), mWindow(mOwnWindow), mPosition(from), mEnd(end) {}
+  RecordSteps(const PlainFile& file, FileWindow* window, FilePosition from, FilePosition end)
+      : mFile(file), mOwnWindow(file), mWindow(*window), mPosition(from), mEnd(end) {}
+  RecordSteps(const RecordSteps&) = delete;
+  RecordSteps& operator=(const RecordSteps&) = delete;
 
   // The next record. Only a whole one is passed: after anything else the same comes again. What
   // cannot be read ends like the file.
@@ -41,12 +47,12 @@ class RecordSteps {
  private:
   // The bytes at mPosition; null when fewer are left.
   const unsigned char* Bytes(std::size_t size);
+  std::uint64_t SizeOfZeros() const;
   Record Of(Kind kind, std::uint64_t size);
 
   const PlainFile& mFile;
+  FileWindow mOwnWindow;
+  FileWindow& mWindow;
   FilePosition mPosition;
   const FilePosition mEnd;
-  std::array<unsigned char, 4096> mWindow;
-  FilePosition mWindowFrom = 0;
-  std::size_t mWindowSize = 0;
 };

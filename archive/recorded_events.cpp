@@ -1,33 +1,14 @@
 #include "archive/recorded_events.h"
 
-#include <bitset>
-#include <vector>
+#include <algorithm>
 
+#include "archive/archive_headers.h"
 #include "archive/kept_events.h"
 #include "archive/record_steps.h"
 #include "system/failure.h"
 #include "system/interruption.h"
 
 namespace {
-
-// By data type: whether a parser finds data of it.
-using KnownTypes = std::bitset<256>;
-
-// After the header that stands there. Nothing when it is damaged.
-std::optional<KnownTypes> TypesAfter(const PlainFile& file, const RecordSteps::Record& header) {
-  std::vector<unsigned char> body(static_cast<std::size_t>(header.size) - kMarkerSize);
-  bool failed = false;
-  body.resize(file.ReadAt(header.position + kMarkerSize, body.data(), body.size(), &failed));
-  const std::optional<ArchiveHeader> decoded = DecodeHeaderBody(body.data(), body.size());
-  if (!decoded) return std::nullopt;
-  KnownTypes types;
-  for (unsigned type = 0; type < types.size(); ++type)
-    types[type] = IsEventType(static_cast<std::uint8_t>(type));
-  for (const StreamDescriptor& stream : decoded->streams) {
-    if (stream.active != 0) types.set(stream.id);
-  }
-  return types;
-}
 
 // Holds the kept events against what the archive has, entry by entry.
 class Comparison {
@@ -84,10 +65,15 @@ class EventSink : public FramingSink {
     mEvent.text.assign(reinterpret_cast<const char*>(payload), head.length);
     mOnEvent(mEvent);
   }
+  void OnEmptyData(FilePosition /*position*/, std::uint64_t /*count*/, Tag /*kind*/) override {}
+  void OnDamage(FilePosition /*position*/, std::uint64_t bytes) override { mDamaged += bytes; }
+
+  std::uint64_t Damaged() const { return mDamaged; }
 
  private:
   const OnEvent& mOnEvent;
   RecordedEvent mEvent;
+  std::uint64_t mDamaged = 0;
 };
 
 }  // namespace
@@ -102,9 +88,9 @@ std::optional<std::uint64_t> CountKeptEvents(const std::string& archive, const C
     const RecordSteps::Record record = steps.Next();
     switch (record.kind) {
       case RecordSteps::Kind::kHeader: {
-        const std::optional<KnownTypes> types = TypesAfter(file, record);
-        if (!types) return std::nullopt;
-        known = *types;
+        const std::optional<ArchiveHeader> header = HeaderAt(file, record.position);
+        if (!header) return std::nullopt;
+        known = TypesKnownBy(*header);
         break;
       }
       case RecordSteps::Kind::kIndex:
@@ -139,17 +125,18 @@ std::optional<std::uint64_t> ForEachKeptEvent(const CacheNames& names, const OnE
   return kept.IsWhole() ? std::make_optional(count) : std::nullopt;
 }
 
-ScannedBytes ForEachFoundEvent(const std::string& archive, const OnEvent& onEvent,
-                               const OnBytesRead& onBytesRead) {
+std::uint64_t ForEachFoundEvent(const std::string& archive, const OnEvent& onEvent,
+                                const OnBytesRead& onBytesRead) {
   EventSink sink(onEvent);
-  return ScanArchive(archive, sink, onBytesRead);
+  const ScannedBytes scanned = ScanArchive(archive, sink, onBytesRead);
+  return std::max(scanned.unreadable, sink.Damaged());
 }
 
-bool ForEachEvent(const std::string& archive, const CacheNames& names, const OnEvent& onEvent,
-                  const OnBytesRead& onBytesRead) {
+std::uint64_t ForEachEvent(const std::string& archive, const CacheNames& names,
+                           const OnEvent& onEvent, const OnBytesRead& onBytesRead) {
   const std::optional<std::uint64_t> kept = CountKeptEvents(archive, names);
-  if (!kept) return ForEachFoundEvent(archive, onEvent, onBytesRead).unreadable == 0;
+  if (!kept) return ForEachFoundEvent(archive, onEvent, onBytesRead);
   if (ForEachKeptEvent(names, onEvent) != kept)
     throw Failure("the index of " + archive + " has changed while it was read");
-  return true;
+  return 0;
 }

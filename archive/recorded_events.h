@@ -26,15 +26,16 @@ std::optional<std::uint64_t> CountKeptEvents(const std::string& archive, const C
 // that place, when the cache is not whole.
 std::optional<std::uint64_t> ForEachKeptEvent(const CacheNames& names, const OnEvent& onEvent);
 
-// Hands over the events that a parser finds in the archive, which is read whole. Throws what
+// Hands over the events that a parser finds in the archive, which is read whole. Gives the number
+// of bytes in which it finds nothing, because they are damaged or cannot be read. Throws what
 // ScanArchive throws.
-ScannedBytes ForEachFoundEvent(
+std::uint64_t ForEachFoundEvent(
     const std::string& archive, const OnEvent& onEvent,
     const OnBytesRead& onBytesRead = [](std::size_t) {});
 
-// Hands over the kept events, or those found in the archive where not all are kept. False when
-// parts of the archive cannot be read. Throws what ScanArchive throws, and Failure when the cache
+// Hands over the kept events, or those found in the archive where not all are kept; kept ones are
+// those of an archive without damage. Gives and throws the same, and throws Failure when the cache
 // changes meanwhile.
-bool ForEachEvent(
+std::uint64_t ForEachEvent(
     const std::string& archive, const CacheNames& names, const OnEvent& onEvent,
     const OnBytesRead& onBytesRead = [](std::size_t) {});

@@ -9,8 +9,8 @@
 #include "archive/archive_scan.h"
 #include "blocks/byte_cursor.h"
 #include "checkup/archive_indexes.h"
+#include "checkup/times_checkup.h"
 #include "checkup/unkept_events.h"
-#include "client/recorded_gap.h"
 #include "sources/archive_source.h"
 #include "system/failure.h"
 #include "system/file_data.h"
@@ -20,12 +20,6 @@ namespace {
 
 // A reader opens no smaller file.
 constexpr std::uint64_t kSmallestArchiveBytes = 16;
-
-bool HasSuffix(const std::string& path, const std::string& suffix) {
-  return path.size() >= suffix.size() &&
-         std::equal(suffix.rbegin(), suffix.rend(), path.rbegin(),
-                    [](char one, char other) { return one == std::tolower(other); });
-}
 
 // Whether an index marker stands in a file at a position, which may be any that a header names.
 bool HasIndexMarkerAt(const std::string& path, std::int64_t position) {
@@ -48,7 +42,8 @@ class ArchiveCheckup : public FramingSink {
   ArchiveCheckup(const std::string& path, const SourceFacts& source, Findings* findings)
       : mPath(path),
         mSource(source),
-        mIndexes(path, source.Indexes().folder, SizeOfArchive(path)),
+        mIndexes(path, source.IndexFolderOf(path), SizeOfArchive(path)),
+        mTimes(archive_source::FileName(path), findings),
         mFindings(findings) {
     mFacts.path = path;
   }
@@ -68,15 +63,7 @@ class ArchiveCheckup : public FramingSink {
   void OnIndex(FilePosition position, const IDX_T& index) override {
     mIndexes.ForEach([&](CacheCheckup& cache) { cache.OnIndex(position, index); });
     mUnkeptEvents.OnIndex(position);
-    const ArchiveTime time = ToArchiveTime(index.time);
-    if (mFacts.entries == 0) mFacts.startTime = mFacts.endTime = time;
-    if (mFacts.entries == 1 && time > mLastTime) mFacts.step = time - mLastTime;
-    if (mFacts.entries > 0) CheckStep(position, time);
-    mFacts.startTime = std::min(mFacts.startTime, time);
-    mFacts.endTime = std::max(mFacts.endTime, time);
-    mLastTime = time;
-    mIsDamagedSinceEntry = false;
-    ++mFacts.entries;
+    mTimes.OnIndex(position, ToArchiveTime(index.time));
   }
 
   void OnData(FilePosition /*position*/, const DATA_T& head, const unsigned char* payload,
@@ -100,7 +87,7 @@ class ArchiveCheckup : public FramingSink {
       mHeaderless.Add(position, bytes);
       return;
     }
-    mIsDamagedSinceEntry = true;
+    mTimes.OnDamage();
     const Finding finding = About(FindingKind::kDamage, "makes no sense and is passed over");
     AddBytes(finding, position, bytes);
   }
@@ -113,6 +100,11 @@ class ArchiveCheckup : public FramingSink {
 
   ArchiveFacts Finish(const ScannedBytes& bytes) {
     mFacts.bytes = bytes.all;
+    mTimes.OnEnd();
+    mFacts.entries = mTimes.Entries();
+    mFacts.startTime = mTimes.Start();
+    mFacts.endTime = mTimes.End();
+    mFacts.step = mTimes.Step();
     if (bytes.unreadable > 0) {
       Finding finding = About(FindingKind::kUnreadable, "cannot be read in part");
       finding.bytes = bytes.unreadable;
@@ -126,14 +118,11 @@ class ArchiveCheckup : public FramingSink {
     } else if (mFacts.entries == 0) {
       mFindings->Add(About(FindingKind::kNoIndex, "without an index record no time can be found"));
     }
-    if (mSameTimes > 0) {
-      Finding finding =
-          About(FindingKind::kSameTime,
-                fmt::format("{} entries with the time of the one before", mSameTimes));
-      finding.position = mFirstSameTime;
-      mFindings->Add(finding);
-    }
     if (mSource.Others().count(mPath) > 0) return mFacts;
+    if (!archive_source::IsKnownToParsers(mPath)) {
+      mFindings->Add(About(FindingKind::kNoParser,
+                           "no parser knows files with such a name, so no index can be built"));
+    }
     AddStrangers();
     // What cannot be read cannot be compared; an index may know more of it.
     if (bytes.unreadable == 0) mFacts.cache = mIndexes.Finish(mFindings);
@@ -183,24 +172,22 @@ class ArchiveCheckup : public FramingSink {
   }
 
   void AddStrangers() {
-    if (!mSource.Indexes().isPrivate) return;
+    if (!mSource.PlaceOf(mPath).isPrivate) return;
     for (const std::string& stranger : StrangersBeside(mPath)) {
       mFindings->Add({FindingKind::kStranger, stranger,
                       "has the name of a cache file, but is none, and is left alone"});
     }
   }
 
-  // Known to lie after the last entry so far.
   void AddBytes(Finding finding, FilePosition position, std::uint64_t bytes) {
     finding.position = position;
     finding.bytes = bytes;
-    if (mFacts.entries > 0) finding.time = mLastTime;
-    mFindings->Add(finding);
+    mTimes.AddInEntry(finding);
   }
 
   void CheckFirstHeader(FilePosition position, const ArchiveHeader& header) {
-    // Older files are never opened by their first and last index records.
-    if (!HasSuffix(mPath, ".zel3")) return;
+    // Other files are never opened by their first and last index records.
+    if (!archive_source::IsKnownToParsers(mPath)) return;
     const std::int64_t named = header.length + header.firstIndexDelta;
     const bool isLate = position + kMarkerSize > kSearchedHeadBytes;
     if (!isLate && HasIndexMarkerAt(mPath, named)) return;
@@ -214,25 +201,6 @@ class ArchiveCheckup : public FramingSink {
     mFindings->Add(finding);
   }
 
-  void CheckStep(FilePosition position, ArchiveTime time) {
-    if (time == mLastTime) {
-      if (mSameTimes++ == 0) mFirstSameTime = position;
-      return;
-    }
-    const bool isBackwards = time < mLastTime;
-    const bool isGap = IsGap(time - mLastTime, mFacts.step, kMostStepsInAFile);
-    if (!isBackwards && !isGap) return;
-    Finding finding =
-        isBackwards ? About(FindingKind::kBackwards, "time runs backwards")
-                    : About(FindingKind::kGap,
-                            mIsDamagedSinceEntry ? "nothing is found; bytes in between are damaged"
-                                                 : "nothing is recorded");
-    finding.position = position;
-    finding.time = mLastTime;
-    finding.endTime = time;
-    mFindings->Add(finding);
-  }
-
   Finding About(FindingKind kind, const std::string& text) const {
     return {kind, archive_source::FileName(mPath), text};
   }
@@ -241,14 +209,11 @@ class ArchiveCheckup : public FramingSink {
   const SourceFacts& mSource;
   ArchiveIndexes mIndexes;
   UnkeptEvents mUnkeptEvents;
+  TimesCheckup mTimes;
   Findings* const mFindings;
   ArchiveFacts mFacts;
   bool mHasHeader = false;
   Headerless mHeaderless;
-  bool mIsDamagedSinceEntry = false;
-  ArchiveTime mLastTime = 0;
-  std::uint64_t mSameTimes = 0;
-  FilePosition mFirstSameTime = 0;
 };
 
 }  // namespace

@@ -16,9 +16,10 @@ struct ArchiveFacts {
   std::string path;
   std::uint64_t bytes = 0;  // its size
   std::uint64_t entries = 0;
-  ArchiveTime startTime = 0;  // the earliest and the latest; of no meaning without entries
+  // Of the earliest entry and the latest, by their places; of no meaning without entries.
+  ArchiveTime startTime = 0;
   ArchiveTime endTime = 0;
-  ArchiveTime step = 0;      // from the first entry to the second; 0 where there is none
+  ArchiveTime step = 0;      // typical, from one entry to the next; 0 without any
   std::bitset<256> streams;  // those that have data
   std::map<std::uint8_t, std::string> streamNames;  // as headers declare them
   CacheState cache = CacheState::kNone;

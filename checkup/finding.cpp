@@ -32,10 +32,15 @@ KindFacts FactsOf(FindingKind kind) {
       return {"no-header", Severity::kError, kCopyAgain};
     case FindingKind::kNoIndex:
       return {"no-index", Severity::kError, kCopyAgain};
+    case FindingKind::kNoParser:
+      return {"no-parser", Severity::kError, "rename it to end in .zel3, if it is a ZEL3 file"};
     case FindingKind::kLateHeader:
       return {"late-header", Severity::kWarning, kOpenAlone};
     case FindingKind::kFirstIndexPlace:
       return {"first-index-place", Severity::kWarning, kOpenAlone};
+    case FindingKind::kMisplaced:
+      return {"misplaced", Severity::kWarning,
+              "copy the file again from its source, or do without the time"};
     case FindingKind::kBackwards:
       return {"backwards", Severity::kWarning, "nothing, if the recorder's clock was set back"};
     case FindingKind::kSameTime:

@@ -4,7 +4,8 @@
 #include <vector>
 
 #include "blocks/units.h"
-#include "client/indexed_source.h"
+#include "client/recorded_time.h"
+#include "client/timeline.h"
 
 // The first archive time that no index entry can hold.
 constexpr ArchiveTime kEndOfTimes = ToArchiveTime(0xFFFFFFFF) + kArchiveTimePerIndexTime;
@@ -24,9 +25,18 @@ struct ActivityBins {
 // is below `to`, `mostBins` is not 0.
 ActivityBins CutIntoBins(ArchiveTime from, ArchiveTime to, std::uint32_t mostBins);
 
-// How active a stream was in each bin, 0-63. Throws what the client throws.
-std::vector<std::uint8_t> ActivityLevels(const ActivityBins& bins, std::uint8_t streamId,
-                                         ArchiveClient* client);
+// How active a stream was in a bin, by the entries that begin in it; where none does, by the one
+// that lasts until then.
+struct BinLevels {
+  unsigned highest = 0;  // 0-63
+  double mean = 0;
+};
 
-// Whether anything was recorded in each bin. Throws what the client throws.
-std::vector<bool> RecordedBins(const ActivityBins& bins, IndexedSource* source);
+// For each of the streams a row of bins. Entries that do not stand at their own time are left out.
+// Throws what Timeline::Open throws.
+std::vector<std::vector<BinLevels>> LevelsOf(const std::vector<std::uint8_t>& streamIds,
+                                             const ActivityBins& bins, Timeline* timeline);
+
+// How many thousandths of each bin were recorded, cut off, so that only a whole bin has 1000; one
+// of which anything was recorded has at least one. Throws what Timeline::Open throws.
+std::vector<unsigned> RecordedThousandths(const ActivityBins& bins, Timeline* timeline);

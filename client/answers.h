@@ -30,18 +30,7 @@ struct FoundEntry {
   ArchiveTime time = 0;
 };
 
-struct PreviewEntry {
-  FoundEntry entry;
-  bool timeReached = false;  // the end asked for is not after the entry
-};
-
-FoundEntry AsFound(const TZEL3ChunkInfo& info);
-
 // What a block of the kind holds, whose tag must say so; nothing when it is not whole.
 
 std::optional<ArchiveList> ListIn(const cMemBlock& archives);
 std::optional<TZEL3ChunkInfo> EntryIn(const cMemBlock& chunkAnswer);
-std::optional<std::vector<RecordedEvent>> EventsIn(const cMemBlock& eventList);
-std::optional<std::vector<std::uint8_t>> LevelsIn(const cMemBlock& activityGist);
-// The bytes of an entry, without the marker that ends them.
-std::optional<std::vector<unsigned char>> BytesIn(const cMemBlock& rawData);

@@ -44,19 +44,10 @@ TBrickConfig ClientConfig(const Pipeline& pipeline) {
 
 }  // namespace
 
-ArchiveSession::LoadedPlugIns::LoadedPlugIns(const HostOptions& host) {
-  brick_plugins::ResetRegistrations();
-  brick_plugins::SetSearchFolder(host.pluginFolder);
+ArchiveSession::ArchiveSession(const PlugIns& /*plugIns*/, const HostOptions& host,
+                               const std::string& source, OnBlock onBlock)
+    : mOnBlock(std::move(onBlock)), mClient(std::make_unique<ClientBrick>()) {
   settings_folder::Set(host.settingsFolder);
-  if (!host.offerParser) brick_plugins::RegisterFactory(tag::kSignatureParser, {});
-}
-
-ArchiveSession::LoadedPlugIns::~LoadedPlugIns() {
-  brick_plugins::UnloadAll();
-}
-
-ArchiveSession::ArchiveSession(const HostOptions& host, const std::string& source, OnBlock onBlock)
-    : mPlugIns(host), mOnBlock(std::move(onBlock)), mClient(std::make_unique<ClientBrick>()) {
   TBrickConfig config = ReaderConfig(mPipeline, source, host.cacheFolder);
   mReader.reset(CBrickLoader::CreateBrick(tag::kSignatureReader, config));
   if (mReader == nullptr) {

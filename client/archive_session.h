@@ -5,20 +5,23 @@
 #include <string>
 
 #include "client/client_brick.h"
+#include "client/plug_ins.h"
 #include "host/pipeline.h"
 #include "sources/host_options.h"
 
-// A reader on one source with one client after it, as a host would run them. One session at a time
-// in a process.
+// A reader on one source with one client after it, as a host would run them. Sessions of a process
+// run one at a time.
 class ArchiveSession {
  public:
   using OnBlock = std::function<void(const cMemBlock&)>;
 
   // Makes the reader, then the client; nothing is delivered yet. `onBlock` gets each block that
-  // reaches the client, as it arrives; it must not keep a block beyond the session. Throws
-  // Failure when the plug-in gives no reader, and a usage error for a path that is too long.
-  ArchiveSession(const HostOptions& host, const std::string& source, OnBlock onBlock);
-  // Ends the reader, lets its own bricks end, ends the client and unloads the plug-ins.
+  // reaches the client, as it arrives; it must not keep a block beyond the session. The plug-ins
+  // are those of `plugIns`. Throws Failure when they give no reader, and a usage error for a path
+  // that is too long.
+  ArchiveSession(const PlugIns& plugIns, const HostOptions& host, const std::string& source,
+                 OnBlock onBlock);
+  // Ends the reader, lets its own bricks end and ends the client.
   ~ArchiveSession();
   ArchiveSession(const ArchiveSession&) = delete;
   ArchiveSession& operator=(const ArchiveSession&) = delete;
@@ -31,15 +34,8 @@ class ArchiveSession {
   void RunUntilIdle();
 
  private:
-  // Declared first and so ended last: by then no brick and no block of a plug-in is alive.
-  struct LoadedPlugIns {
-    explicit LoadedPlugIns(const HostOptions& host);
-    ~LoadedPlugIns();
-  };
-
   void HandOver();
 
-  LoadedPlugIns mPlugIns;
   Pipeline mPipeline;
   OnBlock mOnBlock;
   std::unique_ptr<ClientBrick> mClient;

@@ -9,8 +9,8 @@
 constexpr std::uint64_t kMostStepsInAFile = 4;
 constexpr std::uint64_t kMostStepsToTheNextFile = 2;
 
-// Whether a time without an entry is long enough for a gap. `step` is the time from the first entry
-// of the file to the second; 0: the file has only one, and there is nothing to compare with.
+// Whether a time without an entry is long enough for a gap. `step` is the typical one of the file;
+// 0: there is none to compare with.
 constexpr bool IsGap(ArchiveTime length, ArchiveTime step, std::uint64_t mostSteps) {
   return step > 0 && length > mostSteps * step;
 }

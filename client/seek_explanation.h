@@ -2,12 +2,10 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "blocks/units.h"
-#include "client/archive_client.h"
+#include "client/timeline.h"
 
 // Bytes of a file, from the first one up to the second, which is not part of them.
 using ByteRange = std::pair<FilePosition, FilePosition>;
@@ -23,12 +21,11 @@ struct SeekExplanation {
   };
 
   Rule rule = Rule::kAt;
-  std::string file;                            // its path; empty when no cache tells it
   std::optional<std::uint32_t> fileBeforeGap;  // the number of the file that ends there
   std::optional<ByteRange> bytes;              // of the entry
   std::optional<ByteRange> header;             // that a parser needs for it
 };
 
-// `archives`: the list of the reader. Reads the index that the answer came from.
-SeekExplanation Explain(const SourceFacts& source, const std::vector<ListedArchive>& archives,
-                        const FoundEntry& found, ArchiveTime time, Lookup lookup);
+// REQUIRES: `timeline` has found the entry.
+SeekExplanation Explain(const FoundEntry& found, ArchiveTime time, Lookup lookup,
+                        Timeline* timeline);

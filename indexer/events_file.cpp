@@ -16,8 +16,8 @@ constexpr qint64 kSmallestEvent = 3;
 
 // The events of one group, as far as the file holds them. `left` counts the bytes of the file not
 // yet taken; an unterminated last text lets it fall below zero.
-QList<EVT_FILE_EVENT_T> ReadEvents(ByteCursor& cursor, std::uint8_t wanted, qint64& left) {
-  QList<EVT_FILE_EVENT_T> events;
+QVector<EVT_FILE_EVENT_T> ReadEvents(ByteCursor& cursor, std::uint8_t wanted, qint64& left) {
+  QVector<EVT_FILE_EVENT_T> events;
   while (events.size() < wanted && left >= kSmallestEvent) {
     EVT_FILE_EVENT_T event;
     if (!cursor.Read(&event.eventType)) break;

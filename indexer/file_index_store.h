@@ -38,13 +38,14 @@ struct EVT_FILE_EVENT_T {
   std::uint8_t eventType = 0;
   std::string text;
 };
+Q_DECLARE_TYPEINFO(EVT_FILE_EVENT_T, Q_MOVABLE_TYPE);
 
 // The events of one index entry; time and offsetLow together are its key.
 struct EVT_FILE_DATA_T {
   IndexTime time = 0;
   std::uint32_t offsetLow = 0;  // of the entry
   std::uint8_t eventCount = 0;  // wraps after 255, whatever `events` holds
-  QList<EVT_FILE_EVENT_T> events;
+  QVector<EVT_FILE_EVENT_T> events;
 };
 
 // The set of the stream ids of a file: stream n is bit (n & 7) of byte (n >> 3).

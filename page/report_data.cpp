@@ -5,8 +5,8 @@
 #include <set>
 #include <utility>
 
-#include "client/indexed_source.h"
-#include "sources/archive_source.h"
+#include "archive/recorded_events.h"
+#include "client/timeline.h"
 
 namespace {
 
@@ -54,9 +54,12 @@ std::string Shortened(const std::string& text) {
 
 class Collection {
  public:
-  Collection(const ServedSource& source, Progress* progress)
-      : mSource(source, progress), mDiagnosis(Diagnose(source.Facts(), progress)) {
-    mData.source = source.Path();
+  Collection(ServedSource* source, Progress* progress)
+      : mSource(*source),
+        mTimeline(source, progress),
+        mDiagnosis(Diagnose(source->Facts(), progress)) {
+    mTimeline.IndexAll();
+    mData.source = source->Path();
   }
 
   ReportData Collect(const std::optional<ReportRange>& range) {
@@ -89,19 +92,13 @@ class Collection {
   }
 
   void AddFiles() {
-    // The reader's list has no names, and where it ends a file depends on how it came by the index:
-    // files are known by their start.
-    std::multiset<ArchiveTime> served;
-    for (const ListedArchive& archive : mSource.Archives()) served.insert(archive.startTime);
-    std::map<std::string, IndexedFile> indexes;
-    for (const IndexedFile& index : mSource.Files()) indexes[index.name] = index;
+    std::set<std::string> indexed;
+    for (const ServedArchive& archive : mTimeline.Archives()) {
+      if (archive.HasIndex()) indexed.insert(archive.path);
+    }
     for (const ArchiveFacts& facts : mDiagnosis.archives) {
-      const IndexedFile& index = indexes[archive_source::FileName(facts.path)];
-      const auto archive = served.find(index.startTime);
-      const bool indexed = index.state != FileState::kFailed && archive != served.end();
-      if (indexed) served.erase(archive);
       if (facts.entries == 0 || IsInRange(facts.startTime, facts.endTime))
-        mData.files.push_back({facts, indexed});
+        mData.files.push_back({facts, indexed.count(facts.path) > 0});
     }
     std::stable_sort(mData.files.begin(), mData.files.end(),
                      [](const ReportFile& one, const ReportFile& other) {
@@ -139,17 +136,16 @@ class Collection {
   }
 
   void AddStreams() {
-    const std::vector<bool> fineRecorded = RecordedBins(mData.fineBins, &mSource);
-    const std::vector<bool> coarseRecorded = RecordedBins(mData.coarseBins, &mSource);
+    std::vector<std::uint8_t> ids;
     for (const auto& named : StreamNames()) {
-      const StreamPlaces places(mData.files, named.first);
       ReportStream stream;
       stream.id = named.first;
       stream.name = named.second;
-      stream.fine = Activity(mData.fineBins, stream.id, fineRecorded, places);
-      stream.coarse = Activity(mData.coarseBins, stream.id, coarseRecorded, places);
+      ids.push_back(stream.id);
       mData.streams.push_back(std::move(stream));
     }
+    AddActivity(ids, mData.fineBins, &ReportStream::fine);
+    AddActivity(ids, mData.coarseBins, &ReportStream::coarse);
   }
 
   // Of the streams that have data.
@@ -166,39 +162,63 @@ class Collection {
     return names;
   }
 
-  ReportActivity Activity(const ActivityBins& bins, std::uint8_t id,
-                          const std::vector<bool>& recorded, const StreamPlaces& places) {
-    ReportActivity activity;
-    activity.levels = ActivityLevels(bins, id, &mSource.Client());
-    for (std::uint32_t i = 0; i < bins.count; ++i) {
-      const BinState state = places.StateOf(bins.Start(i), bins.End(i), recorded[i]);
-      if (state != BinState::kRecorded) activity.levels[i] = 0;
-      activity.states.push_back(state);
+  void AddActivity(const std::vector<std::uint8_t>& ids, const ActivityBins& bins,
+                   ReportActivity ReportStream::*member) {
+    const std::vector<std::vector<BinLevels>> levels = LevelsOf(ids, bins, &mTimeline);
+    const std::vector<unsigned> thousandths = RecordedThousandths(bins, &mTimeline);
+    for (std::size_t row = 0; row < ids.size(); ++row) {
+      const StreamPlaces places(mData.files, ids[row]);
+      ReportActivity& activity = mData.streams[row].*member;
+      for (std::uint32_t i = 0; i < bins.count; ++i) {
+        const BinState state = places.StateOf(bins.Start(i), bins.End(i), thousandths[i] > 0);
+        const unsigned level = state == BinState::kRecorded ? levels[row][i].highest : 0;
+        activity.levels.push_back(static_cast<std::uint8_t>(level));
+        activity.states.push_back(state);
+      }
     }
-    return activity;
   }
 
   void AddEvents() {
-    std::vector<RecordedEvent>& events = mData.events.items;
-    for (const RecordedEvent& event : mSource.Client().Events()) {
-      if (IsInRange(event.time, event.time))
-        events.push_back({event.time, event.type, Shortened(event.text)});
+    const auto onEvent = [this](const RecordedEvent& event) {
+      if (IsInRange(event.time, event.time)) AddEvent(event);
+    };
+    for (const ReportFile& file : mData.files) {
+      const std::string& path = file.facts.path;
+      if (!file.HoldsEntries()) continue;
+      if (file.indexed) {
+        ForEachEvent(path, mSource.Facts().CacheOf(path), onEvent);
+      } else {
+        ForEachFoundEvent(path, onEvent);
+      }
     }
+    KeepFirstEvents();
+    mData.laterEventBins.assign(mLaterEventBins.begin(), mLaterEventBins.end());
+  }
+
+  void AddEvent(const RecordedEvent& event) {
+    std::vector<RecordedEvent>& events = mData.events.items;
+    events.push_back({event.time, event.type, Shortened(event.text)});
+    ++mData.events.count;
+    if (events.size() == 2 * kMostEvents) KeepFirstEvents();
+  }
+
+  // The first ones by time; of those of one time the ones that came first.
+  void KeepFirstEvents() {
+    std::vector<RecordedEvent>& events = mData.events.items;
     std::stable_sort(
         events.begin(), events.end(),
         [](const RecordedEvent& one, const RecordedEvent& other) { return one.time < other.time; });
     const ArchiveTime width = mData.fineBins.width;
-    for (std::size_t i = kMostEvents; i < events.size(); ++i) {
-      const ArchiveTime bin = events[i].time / width * width;
-      if (mData.laterEventBins.empty() || mData.laterEventBins.back() != bin)
-        mData.laterEventBins.push_back(bin);
-    }
-    mData.events.CutTo(kMostEvents);
+    for (std::size_t i = kMostEvents; i < events.size(); ++i)
+      mLaterEventBins.insert(events[i].time / width * width);
+    if (events.size() > kMostEvents) events.resize(kMostEvents);
   }
 
-  IndexedSource mSource;
+  ServedSource& mSource;
+  Timeline mTimeline;
   const Diagnosis mDiagnosis;
   ReportData mData;
+  std::set<ArchiveTime> mLaterEventBins;  // of events that are not kept
 };
 
 }  // namespace
@@ -209,7 +229,7 @@ std::uint64_t CountNotIndexed(const ReportData& report) {
                     [](const ReportFile& file) { return !file.indexed; }));
 }
 
-ReportData CollectReport(const ServedSource& source, const std::optional<ReportRange>& range,
+ReportData CollectReport(ServedSource* source, const std::optional<ReportRange>& range,
                          Progress* progress) {
   return Collection(source, progress).Collect(range);
 }

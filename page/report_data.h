@@ -73,5 +73,5 @@ std::uint64_t CountNotIndexed(const ReportData& report);
 // Goes through all files, gives those that have none an index, and asks the reader for the rest.
 // Without `range`: from the first to the last entry. Throws Failure when the source holds no
 // archive or the user interrupts.
-ReportData CollectReport(const ServedSource& source, const std::optional<ReportRange>& range,
+ReportData CollectReport(ServedSource* source, const std::optional<ReportRange>& range,
                          Progress* progress);

@@ -61,6 +61,11 @@ constexpr bool IsWritableStreamId(std::uint8_t id) {
 // not known.
 Tag KindTag(const std::string& kind);
 
+// Of a header that has been decoded, with its marker.
+constexpr std::size_t SizeOfHeaderRecord(std::int16_t length) {
+  return kMarkerSize + static_cast<std::size_t>(length) + 1;
+}
+
 // A whole header record, marker first. None when a text holds a NUL or the body is longer than its
 // length can say.
 std::optional<std::vector<unsigned char>> EncodeHeaderRecord(const ArchiveHeader& header);

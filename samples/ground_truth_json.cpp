@@ -42,8 +42,8 @@ std::string Lines(const std::vector<Item>& items, const std::string& indent, Wri
 std::string FileText(const GroundTruthFile& file) {
   const std::string indent = "      ";
   const auto line = [](const auto& item) { return PlainJsonText(ToJson(item)); };
-  return "{\n" + indent + "\"name\": " + PlainJsonText(file.name) + ",\n" +  //
-         indent + "\"size\": " + std::to_string(file.size) + ",\n" +         //
+  return "{\n" + indent + "\"file\": " + PlainJsonText(file.name) + ",\n" +  //
+         indent + "\"bytes\": " + std::to_string(file.size) + ",\n" +        //
          indent + "\"endIndexTime\": " + std::to_string(file.endIndexTime) + ",\n" + indent +
          "\"headerPositions\": " + PlainJsonText(file.headerPositions) + ",\n" + indent +
          "\"streamIds\": " + PlainJsonText(file.streamIds) + ",\n" + indent +
@@ -95,8 +95,8 @@ GroundTruthEvent EventFrom(const Json& json) {
 
 GroundTruthFile FileFrom(const Json& json) {
   GroundTruthFile file;
-  file.name = json.at("name").get<std::string>();
-  file.size = NumberFrom<std::uint64_t>(json.at("size"));
+  file.name = json.at("file").get<std::string>();
+  file.size = NumberFrom<std::uint64_t>(json.at("bytes"));
   file.endIndexTime = NumberFrom<IndexTime>(json.at("endIndexTime"));
   file.headerPositions = NumbersIn<FilePosition>(json, "headerPositions");
   file.streamIds = NumbersIn<std::uint8_t>(json, "streamIds");

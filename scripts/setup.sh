@@ -11,7 +11,7 @@ packages=(
   g++ g++-multilib clang libclang-rt-dev clang-format clang-tidy cmake ninja-build valgrind binutils git ca-certificates
   qtbase5-dev googletest gcovr libcli11-dev nlohmann-json3-dev libfmt-dev zsh fish scdoc groff-base
   pkgconf dpkg-dev file
-  chromium fonts-dejavu-core python3-cram
+  chromium fonts-dejavu-core python3-cram python3-jsonschema
 )
 # Any recent Node.js will do.
 command -v npm >/dev/null || packages+=(nodejs npm)

@@ -30,6 +30,12 @@ bool IsPlainFile(const std::string& path) {
   return status && S_ISREG(status->stx_mode);
 }
 
+// A link to an archive that is gone: people believe that it is there.
+bool LeadsNowhere(const std::string& path) {
+  const auto status = StatusOf(path, Links::kNot);
+  return status && S_ISLNK(status->stx_mode) && !StatusOf(path);
+}
+
 bool HasWantedName(const char* name) {
   const char* const suffix = std::strrchr(name, '.');
   return name[0] != '.' && suffix != nullptr &&
@@ -50,7 +56,8 @@ std::vector<std::string> NamesIn(const std::string& folder) {
   if (open == nullptr) return names;
   while (const dirent* const entry = readdir(open.get())) {
     if (!HasWantedName(entry->d_name)) continue;
-    if (entry->d_type == DT_REG || IsPlainFile(folder + "/" + entry->d_name))
+    const std::string path = folder + "/" + entry->d_name;
+    if (entry->d_type == DT_REG || IsPlainFile(path) || LeadsNowhere(path))
       names.emplace_back(entry->d_name);
   }
   return names;
@@ -90,6 +97,12 @@ std::vector<std::string> Files(const std::string& source) {
 
 void FailWithoutFiles(const std::string& source) {
   throw Failure("no archive in " + source);
+}
+
+bool IsKnownToParsers(const std::string& path) {
+  const std::string suffix = ".zel3";
+  return path.size() > suffix.size() &&
+         strcasecmp(path.c_str() + path.size() - suffix.size(), suffix.c_str()) == 0;
 }
 
 std::string FileName(const std::string& path) {

@@ -22,6 +22,9 @@ std::vector<std::string> Files(const std::string& source);
 // Throws Failure: the source holds no archive file.
 [[noreturn]] void FailWithoutFiles(const std::string& source);
 
+// Whether a parser knows such a file: none knows older ones, whose names end differently.
+bool IsKnownToParsers(const std::string& path);
+
 // The part after the last "/".
 std::string FileName(const std::string& path);
 // The part before it. REQUIRES: an absolute path.

@@ -90,19 +90,37 @@ std::optional<CheckedFacts> CheckMemory::Find(const std::string& fileName,
   return found->second.facts;
 }
 
+bool CheckMemory::KnowsAnotherIndex(const std::string& fileName,
+                                    const ArchiveIdentity& identity) const {
+  const auto found = mArchives.byName.find(fileName);
+  return found != mArchives.byName.end() && found->second.identity.archive == identity.archive &&
+         !(found->second.identity == identity);
+}
+
+void CheckMemory::Forget(const std::string& fileName) {
+  if (mArchives.byName.erase(fileName) > 0) mChanged.insert(fileName);
+}
+
 void CheckMemory::Remember(const std::string& fileName, const ArchiveIdentity& identity,
                            const CheckedFacts& facts) {
   const bool isThere = !(identity.archive == FileIdentity());
   if (mFile.empty() || !isThere || !ShowsChanges(identity)) return;
   mArchives.byName[fileName] = {identity, facts};
-  mNew.insert(fileName);
+  mChanged.insert(fileName);
 }
 
 void CheckMemory::Save() {
-  if (mNew.empty()) return;
+  if (mChanged.empty()) return;
   CheckedArchives all = Load(mFile);
-  for (const std::string& name : mNew) all.byName[name] = mArchives.byName[name];
-  mNew.clear();
+  for (const std::string& name : mChanged) {
+    const auto known = mArchives.byName.find(name);
+    if (known == mArchives.byName.end()) {
+      all.byName.erase(name);
+    } else {
+      all.byName[name] = known->second;
+    }
+  }
+  mChanged.clear();
   ForgetGone(&all);
   Put(CheckedText(all));
 }

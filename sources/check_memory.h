@@ -22,12 +22,17 @@ class CheckMemory {
   std::optional<CheckedFacts> Find(const std::string& fileName,
                                    const ArchiveIdentity& identity) const;
 
+  // Whether the archive is the one that is remembered, but its index is not.
+  bool KnowsAnotherIndex(const std::string& fileName, const ArchiveIdentity& identity) const;
+
   // `identity` is from before the facts were found out. Does nothing when there is no
   // such archive or the identity would not show later changes.
   void Remember(const std::string& fileName, const ArchiveIdentity& identity,
                 const CheckedFacts& facts);
 
-  // Writes what has been remembered since the last time, if anything. What another process has
+  void Forget(const std::string& fileName);
+
+  // Writes what has been remembered and forgotten since the last time, if anything. What another process has
   // remembered meanwhile of other files stays; of two that save at the very same time one may lose
   // what it found out, and will find it out again.
   void Save();
@@ -39,5 +44,5 @@ class CheckMemory {
   const std::string mFolder;
   const std::string mFile;  // empty: there is no place for one
   CheckedArchives mArchives;
-  std::set<std::string> mNew;  // names of archives that have not been saved
+  std::set<std::string> mChanged;  // names of archives of which something is not saved
 };

@@ -48,12 +48,4 @@ bool WaitForOthers(const std::string& archive, const std::string& folder,
   return waited;
 }
 
-bool WaitForOthers(const std::vector<std::string>& archives, const std::string& folder,
-                   const OnNotice& onNotice) {
-  bool waited = false;
-  for (const std::string& archive : archives)
-    waited = WaitForOthers(archive, folder, onNotice) || waited;
-  return waited;
-}
-
 }  // namespace index_lock

@@ -11,8 +11,5 @@ namespace index_lock {
 // Waits until no other process builds the index of the archive in `folder` (empty: beside it), and
 // tells the user. Whether it had to wait. Throws Failure when the user interrupts.
 bool WaitForOthers(const std::string& archive, const std::string& folder, const OnNotice& onNotice);
-// The same for many archives, one after the other.
-bool WaitForOthers(const std::vector<std::string>& archives, const std::string& folder,
-                   const OnNotice& onNotice);
 
 }  // namespace index_lock

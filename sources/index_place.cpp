@@ -87,35 +87,12 @@ std::string WhyNotBeside(const std::string& archive) {
   return folder + " cannot be written";
 }
 
-// A file that is not an archive gets no index; but what has the names of one would be taken for it.
-std::string WhyNotBesideOther(const std::string& file) {
-  if (!reader_path::CanBeNamed(file) || !HasIndex(file, "")) return "";
-  return archive_source::FileName(file) +
-         " is not an archive, but files stand beside it that have "
-         "the names of an index";
-}
-
-std::string FirstReason(const std::vector<std::string>& archives,
-                        const std::vector<std::string>& others) {
-  for (const std::string& archive : archives) {
-    std::string reason = WhyNotBeside(archive);
-    if (!reason.empty()) return reason;
-  }
-  for (const std::string& other : others) {
-    std::string reason = WhyNotBesideOther(other);
-    if (!reason.empty()) return reason;
-  }
-  return "";
-}
-
 }  // namespace
 
-IndexPlace PlaceOfIndexes(const std::string& askedFor, const std::vector<std::string>& archives,
-                          const std::vector<std::string>& others) {
+IndexPlace PlaceOfIndex(const std::string& askedFor, const std::string& archive) {
   IndexPlace place;
   if (!askedFor.empty()) {
-    for (const std::string& archive : archives) {
-      if (HasNameOfItsOwn(archive)) continue;
+    if (!HasNameOfItsOwn(archive)) {
       throw Failure(
           archive + " has no suffix, so its index would have no name of its own in a cache folder",
           kExitUsage);
@@ -123,17 +100,24 @@ IndexPlace PlaceOfIndexes(const std::string& askedFor, const std::vector<std::st
     place.folder = askedFor;
     return place;
   }
-  place.whyNotBeside = FirstReason(archives, others);
+  place.whyNotBeside = WhyNotBeside(archive);
   if (place.whyNotBeside.empty()) return place;
-  // All files of a folder share one place, and so do the files asked for one by one. Without a
-  // suffix the names of indexes are not those of their archives, so such a file has its own.
-  const std::string& first = archives.empty() ? others.front() : archives.front();
-  const std::string of = HasNameOfItsOwn(first) ? FolderOf(first) : first;
-  private_cache::Place found = private_cache::Find(CanonicalPath(of));
+  const private_cache::Place found = PrivatePlaceOf(archive);
   place.isPrivate = true;
   place.folder = found.path.empty() ? kNowhere : found.path;
   place.whyNotKept = found.whyNot;
   return place;
+}
+
+std::string CanonicalFolderOf(const std::string& archive) {
+  return CanonicalPath(FolderOf(archive));
+}
+
+private_cache::Place PrivatePlaceOf(const std::string& archive) {
+  // Without a suffix the names of indexes are not those of their archives, so such a file has a
+  // place of its own.
+  const std::string of = HasNameOfItsOwn(archive) ? FolderOf(archive) : archive;
+  return private_cache::Find(CanonicalPath(of));
 }
 
 CacheNames CacheOf(const std::string& archive, const std::string& folder) {

@@ -4,25 +4,30 @@
 #include <vector>
 
 #include "indexer/cache_names.h"
+#include "sources/private_cache.h"
 
-// Where readers find and leave the indexes of the archives of one source. One place serves all of
-// them, because a reader is told one.
+// Where readers find and leave the index of an archive.
 struct IndexPlace {
-  std::string folder;        // empty: beside the archives
+  std::string folder;        // empty: beside the archive
   bool isPrivate = false;    // a folder of this user alone, which need not exist yet
   std::string whyNotBeside;  // for a private one: a clause for people
   std::string whyNotKept;    // where there is no private folder: a clause for people
 };
 
-// `archives` are those of the source, `others` files of its folder that are not archives.
 // `askedFor` is the folder that the user wants, checked, or empty.
 //
 // Beside an archive is the place unless something of somebody else's, or no new file, could stand
-// there; whole indexes that stand there already are used also where nothing can be written. Changes
-// nothing. Throws Failure when no file handle is left, the user interrupts, or an archive cannot
+// there; a whole index that stands there already is used also where nothing can be written. Changes
+// nothing. Throws Failure when no file handle is left, the user interrupts, or the archive cannot
 // have its index in the folder asked for.
-IndexPlace PlaceOfIndexes(const std::string& askedFor, const std::vector<std::string>& archives,
-                          const std::vector<std::string>& others);
+IndexPlace PlaceOfIndex(const std::string& askedFor, const std::string& archive);
+
+// The folder of this user alone for the index of an archive, whether or not it has been made. All
+// files of a folder share one.
+private_cache::Place PrivatePlaceOf(const std::string& archive);
+
+// The canonical path of the folder that an archive lies in.
+std::string CanonicalFolderOf(const std::string& archive);
 
 // The cache files of an archive, for `folder` as above. Those of an archive that readers open
 // through a link are named after the link.

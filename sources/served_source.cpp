@@ -3,15 +3,15 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <QFile>
 #include <cerrno>
 #include <cstring>
+#include <set>
 #include <utility>
 
 #include "sources/archive_source.h"
 #include "sources/cache_folder.h"
-#include "sources/cache_limit.h"
 #include "sources/index_lock.h"
-#include "sources/nowhere.h"
 #include "sources/private_cache.h"
 #include "sources/shared_fallback.h"
 #include "system/failure.h"
@@ -29,38 +29,31 @@ ServedSource::ServedSource(const HostOptions& host, const std::string& path, Mis
     : mHost(host), mMissing(missing), mOnNotice(std::move(onNotice)), mFacts(Look(path)) {
   RefuseOthers();
   shared_fallback::Forbid();
-  if (missing == MissingIndexes::kLeaveOut) {
-    RefuseToTrim();
-  } else {
-    WaitForOthers();
-    MakePlace();
-  }
+  if (missing == MissingIndexes::kLeaveOut) return;
+  for (const std::string& archive : mFacts.Archives()) WaitForOthers(archive);
+  MakePlaces();
 }
 
-HostOptions ServedSource::Host() const {
+HostOptions ServedSource::HostFor(const std::string& archive) const {
   HostOptions host = mHost;
-  host.cacheFolder = mFacts.Indexes().folder;
-  // A reader that uses a cache folder writes its default limit into settings that have none.
-  const bool writesSettings = mMissing == MissingIndexes::kLeaveOut && !host.cacheFolder.empty() &&
-                              !cache_limit::IsSet(host.settingsFolder);
-  if (writesSettings) host.settingsFolder = kNowhere;
+  host.cacheFolder = mFacts.IndexFolderOf(archive);
   return host;
 }
 
-bool ServedSource::WaitForOthers() const {
-  return index_lock::WaitForOthers(mFacts.Archives(), mFacts.Indexes().folder, mOnNotice);
-}
-
 bool ServedSource::WaitForOthers(const std::string& archive) const {
-  return index_lock::WaitForOthers(archive, mFacts.Indexes().folder, mOnNotice);
+  if (mFacts.Known(archive)) return false;
+  return index_lock::WaitForOthers(archive, mFacts.IndexFolderOf(archive), mOnNotice);
 }
 
 // An index that another user's process is about to finish beside an archive can be used where none
 // could be written.
 SourceFacts ServedSource::Look(const std::string& path) const {
   SourceFacts facts(mHost, path);
-  const bool mayWait = mMissing == MissingIndexes::kBuild && facts.Indexes().isPrivate;
-  const bool waited = mayWait && index_lock::WaitForOthers(facts.Archives(), "", mOnNotice);
+  bool waited = false;
+  for (const std::string& archive : facts.Archives()) {
+    const bool mayWait = mMissing == MissingIndexes::kBuild && facts.PlaceOf(archive).isPrivate;
+    if (mayWait) waited = index_lock::WaitForOthers(archive, "", mOnNotice) || waited;
+  }
   return waited ? SourceFacts(mHost, path) : facts;
 }
 
@@ -72,29 +65,52 @@ void ServedSource::RefuseOthers() const {
   }
 }
 
-void ServedSource::RefuseToTrim() const {
-  const std::string& folder = mFacts.Indexes().folder;
-  if (folder.empty() || !cache_limit::IsExceeded(folder, mHost.settingsFolder)) return;
-  throw Failure("the indexes in " + folder +
-                " are above their limit, and readers that look for one delete the oldest");
+// Those that missing indexes need.
+void ServedSource::MakePlaces() {
+  for (const std::string& archive : mFacts.Archives()) {
+    const IndexPlace& place = mFacts.PlaceOf(archive);
+    if (place.folder.empty() || mFacts.Known(archive) || mFacts.HasIndex(archive)) continue;
+    if (place.isPrivate) {
+      mFacts.MoveIndexOf(archive, MakePrivateFolder(archive, place.whyNotBeside));
+    } else if (!cache_folder::Make(place.folder) ||
+               faccessat(AT_FDCWD, place.folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0) {
+      throw Failure("cannot write the cache folder " + place.folder + ": " + std::strerror(errno));
+    }
+  }
 }
 
-void ServedSource::MakePlace() {
-  const IndexPlace& indexes = mFacts.Indexes();
-  if (indexes.folder.empty() || mFacts.HasAllIndexes()) return;
-  if (!indexes.isPrivate) {
-    const std::string& folder = indexes.folder;
-    if (cache_folder::Make(folder) &&
-        faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0) {
-      return;
-    }
-    throw Failure("cannot write the cache folder " + folder + ": " + std::strerror(errno));
+void ServedSource::DropIndex(const std::string& archive, bool privately) {
+  bool isGone = true;
+  const CacheNames names = mFacts.CacheOf(archive);
+  for (const QString& name : {names.events, names.entries, names.headers})
+    isGone = (QFile::remove(name) || !QFile::exists(name)) && isGone;
+  if (privately || !isGone) IndexPrivately(archive);
+}
+
+void ServedSource::DropIndexes() {
+  for (const std::string& archive : mFacts.Archives()) {
+    if (mFacts.HasIndex(archive)) DropIndex(archive, false);
   }
-  private_cache::Place place{indexes.whyNotKept.empty() ? indexes.folder : "", indexes.whyNotKept};
-  if (private_cache::Prepare(&place)) return;
-  mPassingPlace.emplace(shared_fallback::TemporaryFolder());
-  if (!cache_folder::CanBeNamed(mPassingPlace->Path()))
-    throw Failure("there is no folder for indexes: " + place.whyNot);
-  mOnNotice("the index is not kept: " + indexes.whyNotBeside + ", and " + place.whyNot);
-  mFacts.MoveIndexes(mPassingPlace->Path());
+}
+
+void ServedSource::IndexPrivately(const std::string& archive) {
+  const std::string folder = mFacts.IndexFolderOf(archive);
+  const std::string privateFolder =
+      MakePrivateFolder(archive, "the archive is still being written");
+  if (folder == privateFolder) return;
+  mFacts.MoveIndexOf(archive, privateFolder);
+  if (mFacts.HasIndex(archive)) DropIndex(archive, false);
+}
+
+std::string ServedSource::MakePrivateFolder(const std::string& archive,
+                                            const std::string& whyNotBeside) {
+  private_cache::Place place = PrivatePlaceOf(archive);
+  if (private_cache::Prepare(&place)) return place.path;
+  if (!mPassingPlace) {
+    mPassingPlace.emplace(shared_fallback::TemporaryFolder());
+    if (!cache_folder::CanBeNamed(mPassingPlace->Path()))
+      throw Failure("there is no folder for indexes: " + place.whyNot);
+    mOnNotice("the index is not kept: " + whyNotBeside + ", and " + place.whyNot);
+  }
+  return mPassingPlace->Path();
 }

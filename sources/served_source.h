@@ -29,21 +29,30 @@ class ServedSource {
   // Whether files are left out.
   bool LeavesOut() const { return !mFacts.Others().empty(); }
 
-  // With the folder that readers are to keep indexes in.
-  HostOptions Host() const;
+  const HostOptions& Host() const { return mHost; }
+  // For a reader of one archive, with the folder where its index lies.
+  HostOptions HostFor(const std::string& archive) const;
+
+  // Takes away the index of an archive that is not its own any more, so that a reader builds one:
+  // in the same place, or, when `privately` and where nothing can be removed, in a folder of this
+  // user alone. REQUIRES: missing indexes are not left out.
+  void DropIndex(const std::string& archive, bool privately);
+  // The same for all archives that have an index.
+  void DropIndexes();
+  // The index of an archive that has none yet is kept in a folder of this user alone.
+  void IndexPrivately(const std::string& archive);
 
   // Tells the user something.
   void Tell(const std::string& notice) const { mOnNotice(notice); }
 
-  // Waits until no other process builds an index that this source lacks. Whether it had to wait.
-  bool WaitForOthers() const;
+  // Waits until no other process builds the index of an archive. Whether it had to wait.
   bool WaitForOthers(const std::string& archive) const;
 
  private:
   SourceFacts Look(const std::string& path) const;
   void RefuseOthers() const;
-  void RefuseToTrim() const;
-  void MakePlace();
+  void MakePlaces();
+  std::string MakePrivateFolder(const std::string& archive, const std::string& whyNotBeside);
 
   const HostOptions mHost;
   const MissingIndexes mMissing;

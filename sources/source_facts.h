@@ -1,9 +1,12 @@
 #pragma once
 
 #include <map>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "sources/check_memory.h"
 #include "sources/host_options.h"
 #include "sources/index_place.h"
 
@@ -26,12 +29,22 @@ class SourceFacts {
   // Why the others are not archives: clauses that follow their names. By path.
   const std::map<std::string, std::string>& Others() const { return mOthers; }
 
-  const IndexPlace& Indexes() const { return mIndexes; }
-  bool HasIndex(const std::string& archive) const { return ::HasIndex(archive, mIndexes.folder); }
+  // What was found out earlier about an archive that has not changed since, and neither has its
+  // index; nothing when that is not remembered.
+  std::optional<CheckedFacts> Known(const std::string& archive) const;
+  // Of what is found out about the archives.
+  CheckMemory& Memory() const { return *mMemory; }
+
+  // Where the index of an archive lies; of another file, where one would. An archive without one
+  // beside it may have one in the folder of this user alone since it was still being written.
+  const IndexPlace& PlaceOf(const std::string& archive) const;
+  std::string IndexFolderOf(const std::string& archive) const;
+  CacheNames CacheOf(const std::string& archive) const;
+  bool HasIndex(const std::string& archive) const;
   bool HasAllIndexes() const;
 
-  // Indexes are looked for in this folder from now on.
-  void MoveIndexes(const std::string& folder) { mIndexes.folder = folder; }
+  // From now on it is looked for in this folder.
+  void MoveIndexOf(const std::string& archive, const std::string& folder);
 
  private:
   std::string mPath;
@@ -39,5 +52,9 @@ class SourceFacts {
   std::vector<std::string> mFiles;
   std::vector<std::string> mArchives;
   std::map<std::string, std::string> mOthers;
-  IndexPlace mIndexes;
+  void Recognize(const std::string& file, const std::string& indexFolder);
+
+  std::map<std::string, IndexPlace> mPlaces;   // by archive
+  std::map<std::string, CheckedFacts> mKnown;  // by archive
+  std::shared_ptr<CheckMemory> mMemory;        // of copies, too
 };

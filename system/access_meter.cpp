@@ -18,12 +18,13 @@ std::uint64_t BytesReadSoFar() {
   return 0;
 }
 
-std::uint64_t CountOpenings(int watch) {
+std::optional<std::uint64_t> CountOpenings(int watch) {
   std::uint64_t openings = 0;
   alignas(inotify_event) char events[65536];
   for (ssize_t size; (size = read(watch, events, sizeof(events))) > 0;) {
     for (char* place = events; place < events + size;) {
       const auto* const event = reinterpret_cast<inotify_event*>(place);
+      if ((event->mask & IN_Q_OVERFLOW) != 0) return std::nullopt;
       if ((event->mask & IN_ISDIR) == 0) ++openings;
       place += sizeof(inotify_event) + event->len;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,11 +18,12 @@ class AccessMeter {
   // Takes the counts as they are now.
   void Stop();
 
-  std::uint64_t FilesOpened() const { return mFilesOpened; }
+  // Nothing when there were more than the system notes.
+  std::optional<std::uint64_t> FilesOpened() const { return mFilesOpened; }
   std::uint64_t BytesRead() const { return mBytesRead; }
 
  private:
   const int mWatch;
   std::uint64_t mBytesRead = 0;
-  std::uint64_t mFilesOpened = 0;
+  std::optional<std::uint64_t> mFilesOpened;
 };

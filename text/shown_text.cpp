@@ -15,6 +15,10 @@ std::string Counted(std::uint64_t count, const char* what) {
   return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
 }
 
+std::string Counted(std::uint64_t count, const char* one, const char* many) {
+  return std::to_string(count) + ' ' + (count == 1 ? one : many);
+}
+
 std::string Escaped(const std::string& text) {
   QString shown;
   for (const QChar character : QString::fromUtf8(text.data(), static_cast<int>(text.size()))) {

@@ -1,5 +1,5 @@
-// The report on a recording of three hours in three files: with a gap of twenty minutes after the first, and with a
-// last file that folders cannot open.
+// The report on a recording of three hours in three files: with a gap of twenty minutes after the first, with a second
+// file that folders of hosts cannot open, and with a last one that cannot be indexed.
 import {execFileSync} from "node:child_process";
 import {closeSync, mkdtempSync, openSync, readdirSync, renameSync, rmSync, writeSync} from "node:fs";
 import {tmpdir} from "node:os";
@@ -19,24 +19,29 @@ export class SampleReport {
     this.zel3("make", this.archives, "--start", "2024-05-01T08:00:00Z", "--length", "3h", "--files", "3",
               "--gap", "0:20m", "--interval", "10s", "--payload", "200", "--events", "20");
     this.files = readdirSync(this.archives).sort();
-    this.breakLastFile();
+    this.breakFirstIndexPlace();
+    this.makeOlder();
     this.zel3("report", this.archives, "-o", this.page);
   }
 
-  // Its header names a wrong place, and its path is too long for a reader of its own, which would index it.
-  breakLastFile() {
-    const path = join(this.archives, this.files[2]);
-    const file = openSync(path, "r+");
+  breakFirstIndexPlace() {
+    const file = openSync(join(this.archives, this.files[1]), "r+");
     writeSync(file, Buffer.from([1, 0]), 0, 2, PLACE_OF_FIRST_INDEX_DELTA);
     closeSync(file);
-    this.files[2] = this.files[2].replace(/^(.*)\.zel3$/, (name, stem) => `${stem.padEnd(245, "x")}.zel3`);
+  }
+
+  // The parser does not know older files.
+  makeOlder() {
+    const path = join(this.archives, this.files[2]);
+    this.files[2] = this.files[2].replace(/\.zel3$/, ".zel");
     renameSync(path, join(this.archives, this.files[2]));
   }
 
   // What the program prints.
   zel3(...args) {
     const options = {
-      encoding: "utf8", stdio: ["ignore", "pipe", "pipe"], env: {...process.env, TMPDIR: this.folder},
+      encoding: "utf8", stdio: ["ignore", "pipe", "pipe"],
+      env: {...process.env, TMPDIR: this.folder, XDG_CACHE_HOME: join(this.folder, "cache")},
     };
     const settings = ["--settings-folder", this.folder];
     try {

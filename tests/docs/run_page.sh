@@ -11,5 +11,5 @@ copies=$4
 cp "$page" "$copies"
 settings=$(mktemp -d)
 trap 'rm -rf "$settings"' EXIT
-export XDG_CONFIG_HOME=$settings
+export XDG_CONFIG_HOME=$settings XDG_CACHE_HOME=$settings/cache
 "$cram" --indent=4 --shell=/bin/bash "$copies/$(basename "$page")"

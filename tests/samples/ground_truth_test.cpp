@@ -73,8 +73,8 @@ TEST(GroundTruthJson, HasTheShapeOfItsDescription) {
   EXPECT_EQ(GroundTruthToJson(SmallTruth()), R"({
   "files": [
     {
-      "name": "cam.zel3",
-      "size": 5000000100,
+      "file": "cam.zel3",
+      "bytes": 5000000100,
       "endIndexTime": 4000000010,
       "headerPositions": [0,3000],
       "streamIds": [1,2],
@@ -112,7 +112,7 @@ TEST(GroundTruthJson, PassesOverKeysItDoesNotKnow) {
 
 TEST(GroundTruthJson, RefusesOtherTexts) {
   const char* const entryStart =
-      R"({"files": [{"name": "a", "size": 1, "endIndexTime": 1, "headerPositions": [], )"
+      R"({"files": [{"file": "a", "bytes": 1, "endIndexTime": 1, "headerPositions": [], )"
       R"("streamIds": [], "events": [], "entries": [)";
   const std::string cases[] = {
       "",

@@ -81,7 +81,7 @@ TEST_F(Waiting, EndsWithAnInterrupt) {
 
 TEST_F(Waiting, IsNotForWhoLeavesOutMissingIndexes) {
   BeginToIndex();
-  const ProgramResult result = Run({"events", mPath, "--no-index"});
-  EXPECT_EQ(result.exitCode, 4);
+  const ProgramResult result = Run({"activity", mPath, "--stream", "1", "--no-index"});
+  EXPECT_EQ(result.exitCode, 3);
   EXPECT_EQ(result.err, "zel3: cam.zel3 has no index, and none is built\n");
 }

@@ -6,7 +6,7 @@
 #include <QFile>
 #include <filesystem>
 
-#include "client/kept_index.h"
+#include "archive/kept_index.h"
 #include "indexer/zel3_indexer.h"
 #include "sources/archive_streams.h"
 #include "sources/index_place.h"
@@ -136,17 +136,16 @@ TEST_P(NameOfAnyBytes, HasItsIndexInThePrivateFolder) {
   EXPECT_THAT(EntryNames(folder), SizeIs(4)) << "three cache files and the link";
   EXPECT_EQ(EntryNames(mFolder / "archives").size(), 1U);
 
-  const IndexPlace place = PlaceOfIndexes("", {mArchive}, {});
+  const IndexPlace place = PlaceOfIndex("", mArchive);
   EXPECT_EQ(place.folder, "") << "it does not send the indexes of other archives away";
   EXPECT_EQ(place.whyNotBeside, "");
 }
 
 TEST_P(NameOfAnyBytes, ItsKeptIndexIsFound) {
   BuildIndex();
-  cZel3Indexer index;
-  ASSERT_TRUE(OpenKeptIndex(mArchive, "", &index));
-  ASSERT_EQ(index.Files().size(), 1U);
-  EXPECT_EQ(index.Files()[0].startTime, 7U);
+  const auto index = KeptIndex::Load(CacheOf(mArchive, ""), 1000);
+  ASSERT_TRUE(index);
+  EXPECT_EQ(index->TimeOf(0), 7000U);
   EXPECT_THAT(EntryNames(PrivateFolder()), SizeIs(4));
 }
 

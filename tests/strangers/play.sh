@@ -48,7 +48,7 @@ expect_foreign_untouched() {
 
 clear_caches() {
   find "$archives" -mindepth 1 ! -name '*.zel3' -delete
-  rm -rf "${TMPDIR:?}"/*
+  rm -rf "${TMPDIR:?}"/* "${XDG_CACHE_HOME:?}"
 }
 
 # What the plug-in says of the archive, but for progress: its events, and entries with their bytes.

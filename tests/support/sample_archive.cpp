@@ -22,12 +22,6 @@ std::string SampleFile(const std::string& folder, const GroundTruth& truth, std:
   return folder + "/" + truth.files.at(number).name;
 }
 
-Bytes DeliveredBytes(const std::string& path) {
-  Bytes bytes = ReadFile(path);
-  bytes.pop_back();
-  return bytes;
-}
-
 ArchiveHeader OneStreamHeader() {
   ArchiveHeader header;
   header.title = "Title";

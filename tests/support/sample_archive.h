@@ -21,9 +21,6 @@ std::uint64_t SampleTime(std::uint32_t second);
 // The path of a file of the sample in `folder`.
 std::string SampleFile(const std::string& folder, const GroundTruth& truth, std::size_t number);
 
-// What a reader delivers of a whole file: all bytes but the last.
-Bytes DeliveredBytes(const std::string& path);
-
 // The header of a hand-made archive: one video stream, number 1.
 ArchiveHeader OneStreamHeader();
 

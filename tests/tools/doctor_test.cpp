@@ -89,10 +89,9 @@ TEST_F(Doctor, FindsNothingInAGoodArchive) {
   EXPECT_EQ(mResult.exitCode, 0);
   EXPECT_EQ(report["source"], path);
   EXPECT_THAT(report["findings"], IsEmpty());
-  EXPECT_EQ(
-      report["files"].dump(),
-      R"([{"bytes":)" + std::to_string(mSize) +
-          R"(,"cache":"none","endTime":30000,"entries":3,"name":"a.zel3","startTime":10000}])");
+  EXPECT_EQ(report["files"].dump(),
+            R"([{"bytes":)" + std::to_string(mSize) +
+                R"(,"cache":"none","end":30000,"entries":3,"file":"a.zel3","start":10000}])");
 }
 
 TEST_F(Doctor, TellsWhatIsNoArchive) {
@@ -125,8 +124,8 @@ TEST_F(Doctor, TellsWhereDamageIsAndHowMuch) {
   Overwrite(path, mPositions[1], Bytes(13, 0xEE));
   const nlohmann::json report = Examine(path);
   EXPECT_THAT(Findings(report), ElementsAre("error damage a.zel3" + At(1) + " +117"));
-  EXPECT_EQ(report["findings"][0]["time"], 10000) << "the entry before it";
-  EXPECT_EQ(report["findings"][0]["endTime"], nullptr);
+  EXPECT_EQ(report["findings"][0]["from"], 10000) << "the entry before it";
+  EXPECT_EQ(report["findings"][0]["to"], nullptr);
   EXPECT_EQ(mResult.exitCode, 3);
   EXPECT_THAT(Run({"doctor", path}).out,
               HasSubstr("makes no sense and is passed over (after 1970-01-01T00:00:10.000Z)"));
@@ -210,7 +209,8 @@ TEST_F(Doctor, TellsAHeadThatFoldersDoNotOpenBy) {
 }
 
 TEST_F(Doctor, OlderFilesHaveNoHeadToOpenBy) {
-  EXPECT_THAT(FindingsIn(Write("a.zel", {10, 20}, kFirstIndexDelta + 1)), IsEmpty());
+  EXPECT_THAT(FindingsIn(Write("a.zel", {10, 20}, kFirstIndexDelta + 1)),
+              ElementsAre("error no-parser a.zel"));
 }
 
 TEST_F(Doctor, TellsATailThatIsCutOff) {
@@ -221,24 +221,96 @@ TEST_F(Doctor, TellsATailThatIsCutOff) {
 }
 
 TEST_F(Doctor, TellsTimesThatRunBackwardsAndGaps) {
-  const std::string path = Write("a.zel3", {10, 20, 15, 55, 96, 96, 96});
+  const std::string path = Write("a.zel3", {10, 20, 30, 15, 25, 35, 76, 76, 76});
   const nlohmann::json report = Examine(path);
   EXPECT_THAT(Findings(report),
-              ElementsAre("warning backwards a.zel3" + At(2), "note gap a.zel3" + At(4),
-                          "note same-time a.zel3" + At(5)));
-  EXPECT_EQ(report["findings"][0]["time"], 20000);
-  EXPECT_EQ(report["findings"][0]["endTime"], 15000);
-  EXPECT_EQ(report["findings"][1]["time"], 55000);
-  EXPECT_EQ(report["findings"][1]["endTime"], 96000);
+              ElementsAre("warning backwards a.zel3" + At(3), "note gap a.zel3" + At(6),
+                          "note same-time a.zel3" + At(7)));
+  EXPECT_EQ(report["findings"][0]["from"], 30000);
+  EXPECT_EQ(report["findings"][0]["to"], 15000);
+  EXPECT_EQ(report["findings"][1]["from"], 35000);
+  EXPECT_EQ(report["findings"][1]["to"], 76000);
   EXPECT_EQ(report["findings"][2]["text"], "2 entries with the time of the one before");
 }
 
+// A bit of it is wrong, and neither the start nor the end of the file.
+TEST_F(Doctor, TellsAWrongTimeAndKeepsItsEntryInItsPlace) {
+  constexpr std::uint32_t kWrong = 0x80000000;
+  const struct {
+    const char* what;
+    std::vector<std::uint32_t> times;
+    std::size_t wrong;
+    int place;
+    int start;
+    int end;
+  } cases[] = {
+      {"the first", {kWrong, 20, 30, 40}, 0, 20, 20, 40},
+      {"too early", {10, 1, 30, 40}, 1, 10, 10, 40},
+      {"too late", {10, 20, kWrong, 40, 50}, 2, 20, 10, 50},
+      {"the one before the last", {10, 20, kWrong, 40}, 2, 20, 10, 40},
+      {"the last", {10, 20, 30, 1}, 3, 30, 10, 30},
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.what);
+    const std::string path = Write("a.zel3", row.times);
+    const nlohmann::json report = Examine(path);
+    EXPECT_EQ(mResult.exitCode, 3);
+    ASSERT_THAT(Findings(report), ElementsAre("warning misplaced a.zel3" + At(row.wrong)));
+    EXPECT_EQ(report["findings"][0]["from"], 1000 * row.place);
+    EXPECT_EQ(report["findings"][0]["to"], nullptr);
+    EXPECT_EQ(report["findings"][0]["remedy"],
+              "copy the file again from its source, or do without the time");
+    EXPECT_EQ(report["files"][0]["start"], 1000 * row.start);
+    EXPECT_EQ(report["files"][0]["end"], 1000 * row.end);
+    ASSERT_EQ(Run({"index", path}).exitCode, 0);
+    const nlohmann::json info = nlohmann::json::parse(Run({"info", path, "--format", "json"}).out);
+    EXPECT_EQ(info["files"][0]["start"], report["files"][0]["start"]);
+    EXPECT_EQ(info["files"][0]["end"], report["files"][0]["end"]);
+    fs::remove(*this / "a.id3");
+    fs::remove(*this / "a.hdr");
+    fs::remove(*this / "a.evt");
+  }
+}
+
+TEST_F(Doctor, DamageInAnEntryWithAWrongTimeIsToldWithItsPlace) {
+  const std::string path = Write("a.zel3", {10, 20, 0x80000000, 40, 50});
+  Overwrite(path, mPositions[2] + 13, Bytes(4, 0xEE));
+  const nlohmann::json report = Examine(path);
+  ASSERT_THAT(Findings(report),
+              ElementsAre("error damage a.zel3 @" + std::to_string(mPositions[2] + 13) + " +104",
+                          "warning misplaced a.zel3" + At(2)));
+  EXPECT_EQ(report["findings"][0]["from"], 20000);
+}
+
+TEST_F(Doctor, GapsAreMeasuredByTheTypicalStep) {
+  const nlohmann::json report = Examine(Write("a.zel3", {10, 500, 510, 520, 530, 571}));
+  EXPECT_THAT(Findings(report), ElementsAre("note gap a.zel3" + At(1), "note gap a.zel3" + At(5)))
+      << "a gap after the first entry hides no other";
+
+  // Before nine steps are known, and after them.
+  std::vector<std::uint32_t> times;
+  for (std::uint32_t i = 0; i < 20; ++i)
+    times.push_back(10 * i + (i < 3 ? 0 : 31) + (i < 15 ? 0 : 31));
+  const std::string path = Write("a.zel3", times);
+  EXPECT_THAT(FindingsIn(path), ElementsAre("note gap a.zel3" + At(3), "note gap a.zel3" + At(15)));
+}
+
+TEST_F(Doctor, AWrongTimeBetweenDoesNotHideThatAGapIsDamage) {
+  const std::string path = Write("a.zel3", {10, 20, 30, 40, 50, 60, 0x80000000, 80, 90});
+  Overwrite(path, mPositions[2], Bytes(mPositions[6] - mPositions[2], 0xEE));
+  const nlohmann::json report = Examine(path);
+  ASSERT_EQ(report["findings"].size(), 3U) << report;
+  EXPECT_EQ(report["findings"][1]["kind"], "misplaced");
+  EXPECT_EQ(report["findings"][2]["kind"], "gap");
+  EXPECT_EQ(report["findings"][2]["text"], "nothing is found; bytes in between are damaged");
+}
+
 TEST_F(Doctor, TellsWhatToDoOnceForEachKind) {
-  const std::string path = Write("a.zel3", {10, 20, 15, 25, 15, 25, 66});
+  const std::string path = Write("a.zel3", {10, 20, 30, 15, 25, 35, 15, 25, 35, 76});
   const nlohmann::json report = Examine(path);
   EXPECT_THAT(Findings(report),
-              ElementsAre("warning backwards a.zel3" + At(2), "warning backwards a.zel3" + At(4),
-                          "note gap a.zel3" + At(6)));
+              ElementsAre("warning backwards a.zel3" + At(3), "warning backwards a.zel3" + At(6),
+                          "note gap a.zel3" + At(9)));
   EXPECT_EQ(report["findings"][1]["remedy"], "nothing, if the recorder's clock was set back");
   EXPECT_EQ(report["findings"][2]["remedy"], "nothing, if no recording was expected then");
   std::vector<std::string> lines = LinesOf(Run({"doctor", path}).out);
@@ -257,15 +329,15 @@ TEST_F(Doctor, TellsHowFilesFollowEachOther) {
   Write("c.zel3", {65, 75, 85});
   const nlohmann::json report = Examine(Folder());
   EXPECT_THAT(Findings(report), ElementsAre("note gap b.zel3", "warning overlap c.zel3"));
-  EXPECT_EQ(report["findings"][0]["time"], 30000);
-  EXPECT_EQ(report["findings"][0]["endTime"], 51000);
-  EXPECT_EQ(report["findings"][1]["time"], 65000);
-  EXPECT_EQ(report["findings"][1]["endTime"], 71000);
+  EXPECT_EQ(report["findings"][0]["from"], 30000);
+  EXPECT_EQ(report["findings"][0]["to"], 51000);
+  EXPECT_EQ(report["findings"][1]["from"], 65000);
+  EXPECT_EQ(report["findings"][1]["to"], 71000);
 }
 
 TEST_F(Doctor, OfManyFindingsOfAKindTellsAHundredAndTheSum) {
   std::vector<std::uint32_t> times;
-  for (std::uint32_t i = 0; i < 252; ++i) times.push_back(i % 2 == 0 ? 20 : 10);
+  for (std::uint32_t i = 0; i < 4 * 127; ++i) times.push_back(10 + i % 4);
   const nlohmann::json report = Examine(Write("a.zel3", times));
   ASSERT_EQ(report["findings"].size(), 101U);
   EXPECT_EQ(report["findings"][100]["text"], "26 more of this kind");
@@ -275,7 +347,7 @@ TEST_F(Doctor, OfManyFindingsOfAKindTellsAHundredAndTheSum) {
 
 TEST_F(Doctor, TheWorstFindingDecidesHowItEnds) {
   const std::string gap = Write("gap.zel3", {10, 20, 61});
-  const std::string backwards = Write("backwards.zel3", {10, 20, 15});
+  const std::string backwards = Write("backwards.zel3", {10, 20, 30, 15, 25});
   const std::string damaged = Write("damaged.zel3", {10, 20, 30});
   Overwrite(damaged, mPositions[1], Bytes(13, 0xEE));
   const std::string good = Write("good.zel3", {10, 20, 30});
@@ -309,12 +381,17 @@ TEST_F(Doctor, TheWorstFindingDecidesHowItEnds) {
   EXPECT_EQ(Run({"doctor", good, "--fail-on", "anything"}).exitCode, 2);
 }
 
-// No reader takes so long a path, and nothing is wrong with the file.
-TEST_F(Doctor, AFileThatCannotBeIndexedIsNoSuccess) {
-  const std::string path = *this / (std::string(240, 'x') + ".zel3");
-  fs::rename(Write("a.zel3", {10, 20}), path);
-  EXPECT_EQ(Run({"doctor", Folder()}).exitCode, 0);
-  EXPECT_EQ(Run({"doctor", Folder(), "--rebuild", "--fail-on", "error"}).exitCode, 3);
+TEST_F(Doctor, AnArchiveThatNoParserKnowsIsAnError) {
+  fs::rename(Write("a.zel3", {10, 20}), *this / "a.ZEL3");
+  EXPECT_THAT(FindingsIn(Folder()), IsEmpty());
+  fs::rename(*this / "a.ZEL3", *this / "a.zel");
+  const nlohmann::json report = Examine(Folder());
+  EXPECT_EQ(mResult.exitCode, 3);
+  EXPECT_THAT(Findings(report), ElementsAre("error no-parser a.zel"));
+  EXPECT_EQ(report["findings"][0]["remedy"], "rename it to end in .zel3, if it is a ZEL3 file");
+  const ProgramResult rebuilt = Run({"doctor", Folder(), "--rebuild", "--fail-on", "error"});
+  EXPECT_EQ(rebuilt.exitCode, 3);
+  EXPECT_THAT(rebuilt.err, HasSubstr("0 caches made anew, 0 kept, 1 file cannot be indexed"));
   EXPECT_EQ(Run({"report", Folder(), "-o", *this / "page", "--fail-on", "error"}).exitCode, 3);
 }
 

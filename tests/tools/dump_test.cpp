@@ -83,8 +83,8 @@ TEST_F(Dump, JsonTellsEverythingAboutARecord) {
   ASSERT_EQ(records.size(), 5U);
   EXPECT_EQ(records[0], nlohmann::json::parse(R"({"file":"small.zel3","position":0,"kind":"header",
       "time":null,"title":"Title","streams":[
-        {"id":1,"active":true,"kind":"video","name":"Gate","format":"h264"},
-        {"id":2,"active":false,"kind":"sound","name":"Mast","format":"pcm"}]})"));
+        {"streamId":1,"active":true,"kind":"video","name":"Gate","format":"h264"},
+        {"streamId":2,"active":false,"kind":"sound","name":"Mast","format":"pcm"}]})"));
   EXPECT_EQ(records[1]["time"], 7000);
   EXPECT_EQ(records[1]["flagged"], true);
   EXPECT_EQ(records[2]["streamKind"], "video");

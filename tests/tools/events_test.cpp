@@ -104,26 +104,7 @@ TEST_F(EventsOfSample, AreThoseThatWereWrittenInOrder) {
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(LinesOf(result.out), Expected());
-  EXPECT_EQ(EntryNames(Folder()).size(), 12U) << "every file has been given its index";
-}
-
-TEST_F(EventsOfSample, AreThoseOfTheReader) {
-  const std::vector<std::string> lines = LinesOf(EventLines().out);
-  // A served source takes it away from this process.
-  const EnvironmentValue temporary("TMPDIR", std::getenv("TMPDIR"));
-  const std::filesystem::path program = ZEL3_PROGRAM;
-  HostOptions host;
-  host.pluginFolder = (program.parent_path().parent_path() / "lib").string();
-  host.settingsFolder = Folder();
-  const ServedSource source(host, Folder(), MissingIndexes::kLeaveOut, [](const std::string&) {});
-  NoProgress progress;
-  ArchiveClient client(source, &progress);
-  std::vector<std::string> ofReader;
-  for (const RecordedEvent& event : client.Events()) {
-    ofReader.push_back(R"({"time":)" + std::to_string(event.time) + R"(,"type":")" +
-                       event_types::Name(event.type) + R"(","text":")" + event.text + "\"}");
-  }
-  EXPECT_EQ(lines, ofReader);
+  EXPECT_EQ(EntryNames(Folder()).size(), 3U) << "no index is needed";
 }
 
 TEST_F(EventsOfSample, OfARangeWithoutItsEnd) {
@@ -151,12 +132,11 @@ TEST_F(EventsOfSample, OfTheTypesAskedFor) {
   EXPECT_EQ(EventLines({"--type", "132"}).exitCode, 4);
 }
 
-TEST_F(EventsOfSample, NoIndexLeavesOutFilesWithoutOne) {
+TEST_F(EventsOfSample, AreTheSameWithAndWithoutIndexes) {
   ASSERT_EQ(Run({"index", SampleFile(Folder(), mTruth, 0)}).exitCode, 0);
   const ProgramResult result = EventLines({"--no-index"});
-  EXPECT_EQ(result.exitCode, 3);
-  EXPECT_EQ(LinesOf(result.out), Expected({0}));
-  EXPECT_THAT(result.err, HasSubstr("without an index"));
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(LinesOf(result.out), Expected());
   EXPECT_EQ(EntryNames(Folder()).size(), 6U) << "nothing has been written";
   ASSERT_EQ(Run({"index", Folder()}).exitCode, 0);
   EXPECT_EQ(LinesOf(EventLines({"--no-index"}).out), Expected());
@@ -164,9 +144,8 @@ TEST_F(EventsOfSample, NoIndexLeavesOutFilesWithoutOne) {
 
 TEST_F(EventsOfSample, OfASingleFile) {
   const std::string file = SampleFile(Folder(), mTruth, 1);
-  EXPECT_EQ(Run({"events", file, "--no-index"}).exitCode, 4);
+  EXPECT_EQ(LinesOf(Run({"events", file, "--format", "jsonl", "--no-index"}).out), Expected({1}));
   EXPECT_EQ(LinesOf(Run({"events", file, "--format", "jsonl"}).out), Expected({1}));
-  EXPECT_EQ(Run({"events", file, "--no-index"}).exitCode, 0);
 }
 
 TEST_F(EventsOfSample, AFileThatIsNoArchiveIsLeftOut) {
@@ -174,7 +153,7 @@ TEST_F(EventsOfSample, AFileThatIsNoArchiveIsLeftOut) {
   const ProgramResult result = EventLines();
   EXPECT_EQ(result.exitCode, 3);
   EXPECT_EQ(LinesOf(result.out), Expected());
-  EXPECT_THAT(result.err, HasSubstr("without an index"));
+  EXPECT_THAT(result.err, HasSubstr("zel3: z.zel3 is not an archive: "));
 }
 
 TEST_F(EventsOfSample, WhereNoCacheCanBeWrittenTheIndexIsBuiltEachTime) {
@@ -238,8 +217,8 @@ TEST_F(Events, ThatAnIndexCannotHoldAreThere) {
   WriteEvent(*this / "b.zel3", "a\0b"s);
   const std::vector<std::string> lines = LinesOf(EventLines().out);
   ASSERT_EQ(lines.size(), 602U);
-  EXPECT_EQ(lines[600], R"({"time":1700000002000,"type":"plate-unreadable","text":"last"})");
-  EXPECT_EQ(lines[601], R"({"time":7000,"type":"note","text":"a\u0000b"})");
+  EXPECT_EQ(lines[0], R"({"time":7000,"type":"note","text":"a\u0000b"})") << "the earlier file";
+  EXPECT_EQ(lines[601], R"({"time":1700000002000,"type":"plate-unreadable","text":"last"})");
   EXPECT_EQ(EventLines().exitCode, 0);
 }
 

@@ -53,7 +53,7 @@ TEST_F(Inspect, TellsWhatTheReaderIs) {
   const nlohmann::json plugIns = Facts();
   ASSERT_THAT(plugIns, SizeIs(2));
   const nlohmann::json& reader = plugIns[0];
-  EXPECT_THAT(reader["file"].get<std::string>(), EndsWith("/zel3reader.so"));
+  EXPECT_THAT(reader["path"].get<std::string>(), EndsWith("/zel3reader.so"));
   EXPECT_EQ(reader["signature"], "Zel3");
   EXPECT_EQ(reader["entryPoints"], nlohmann::json::parse(R"(["CreateBrick","DllMain"])"));
   EXPECT_EQ(reader["makes"],
@@ -76,7 +76,7 @@ TEST_F(Inspect, TellsWhatTheReaderAnswers) {
 
 TEST_F(Inspect, TellsWhatTheParserIs) {
   const nlohmann::json parser = Facts()[1];
-  EXPECT_THAT(parser["file"].get<std::string>(), EndsWith("/zel3parser.so"));
+  EXPECT_THAT(parser["path"].get<std::string>(), EndsWith("/zel3parser.so"));
   EXPECT_EQ(parser["signature"], "Pars");
   EXPECT_EQ(parser["entryPoints"], nlohmann::json::parse(R"(["CreateBrick"])"));
   EXPECT_EQ(parser["makes"],
@@ -118,7 +118,7 @@ TEST_F(Inspect, APlugInOfAnotherNameHasNoSignature) {
   fs::copy_file(BuiltFile("zel3reader.so"), *this / "other.so");
   const nlohmann::json plugIns = Facts({*this / "other.so"});
   ASSERT_THAT(plugIns, SizeIs(1));
-  EXPECT_EQ(plugIns[0]["file"], *this / "other.so");
+  EXPECT_EQ(plugIns[0]["path"], *this / "other.so");
   EXPECT_EQ(plugIns[0]["signature"], "");
   EXPECT_EQ(plugIns[0]["asksFor"], nlohmann::json::parse(R"(["Pars"])"));
   EXPECT_THAT(Sent(plugIns[0], "down"), Contains("CRq3: ntfy IRN3,"));

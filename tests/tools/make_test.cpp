@@ -71,14 +71,34 @@ TEST_F(Make, WritesGroundTruthOnlyWhenAsked) {
 TEST_F(Make, ListsWhatItWrote) {
   const ProgramResult text = Run({"make", *this / "a", "--length", "1m", "--files", "1"});
   EXPECT_THAT(text.out, HasSubstr("cam01_2024-05-01_00-00-00.zel3"));
-  EXPECT_THAT(text.out, HasSubstr("2024-05-01T00:01:00.000Z"));
+  EXPECT_THAT(text.out, HasSubstr("  2024-05-01T00:00:50.000Z\n")) << "the last entry";
   const ProgramResult result =
       Run({"make", *this / "b", "--length", "1m", "--files", "1", "--format", "json"});
   const auto json = nlohmann::json::parse(result.out);
-  EXPECT_EQ(json["files"][0]["name"], "cam01_2024-05-01_00-00-00.zel3");
+  EXPECT_EQ(json["files"][0]["file"], "cam01_2024-05-01_00-00-00.zel3");
+  EXPECT_EQ(json["files"][0]["fileNumber"], 0);
   EXPECT_EQ(json["files"][0]["entries"], 6);
-  EXPECT_EQ(json["files"][0]["startTime"], 1714521600000);
+  EXPECT_EQ(json["files"][0]["start"], 1714521600000);
+  EXPECT_EQ(json["files"][0]["end"], 1714521650000);
+  EXPECT_EQ(json["files"][0]["bytes"], ReadFile(*this / "b/cam01_2024-05-01_00-00-00.zel3").size());
   EXPECT_TRUE(json["gaps"].empty());
+}
+
+TEST_F(Make, ListsFilesAndGapsAsOtherVerbsDo) {
+  const auto made = nlohmann::json::parse(Run({"make", *this / "a", "--length", "10m", "--files",
+                                               "3", "--gap", "0:1m", "--format", "json"})
+                                              .out);
+  const auto info =
+      nlohmann::json::parse(Run({"info", *this / "a", "--format", "json"}).out)["files"];
+  ASSERT_EQ(made["files"].size(), info.size());
+  for (std::size_t i = 0; i < info.size(); ++i) {
+    for (const char* const key : {"file", "fileNumber", "start", "end", "bytes"})
+      EXPECT_EQ(made["files"][i][key], info[i][key]) << key;
+  }
+  const auto read = nlohmann::json::parse(
+      Run({"read", *this / "a", "0", "2100-01-01", "-o", *this / "day", "--format", "json"}).out);
+  ASSERT_EQ(made["gaps"].size(), 1U);
+  EXPECT_EQ(made["gaps"], read["gaps"]);
 }
 
 TEST_F(Make, DoesNotTouchArchivesUnlessForced) {

@@ -56,12 +56,12 @@ TEST_F(NoIndex, LeavesASingleFileAndItsCacheAlone) {
   const std::string path = mFolder + "/a.zel3";
   ASSERT_EQ(Run({"index", path}).exitCode, 0);
   fs::remove(mFolder + "/a.evt");
-  ExpectNoChange({"events", path, "--no-index"}, 4);
-  ExpectNoChange({"activity", path, "--stream", "1", "--no-index"}, 4);
+  ExpectNoChange({"events", path, "--no-index"}, 0);
+  ExpectNoChange({"activity", path, "--stream", "1", "--no-index"}, 3);
   fs::resize_file(mFolder + "/a.hdr", 0);
   fs::resize_file(mFolder + "/a.id3", 0);
   WriteFile(mFolder + "/a.evt", "");
-  ExpectNoChange({"events", path, "--no-index"}, 4);
+  ExpectNoChange({"events", path, "--no-index"}, 0);
   ASSERT_EQ(Run({"events", path}).exitCode, 0);
   ExpectNoChange({"events", path, "--no-index"}, 0);
 }
@@ -76,15 +76,16 @@ TEST_F(NoIndex, AsksNothingThatWouldBuildTheIndexOfAFileOfAFolder) {
     ASSERT_EQ(Run({"index", Folder() + "/archives"}).exitCode, 0);
     fs::remove(mFolder + "/" + name + ".evt");
     ExpectNoChange({"activity", mFolder, "--stream", "1", "--bins", "100", "--no-index"}, 3);
-    ExpectNoChange({"events", mFolder, "--no-index"}, 3);
+    ExpectNoChange({"events", mFolder, "--no-index"}, 0);
   }
 }
 
 TEST_F(NoIndex, MakesNoFolderAndDeletesNothing) {
   Write("a", {10, 20, 30});
   WriteFile(mFolder + "/a.hdr", "precious");
-  ExpectNoChange({"events", mFolder, "--no-index"}, 4);
-  ExpectNoChange({"events", mFolder, "--no-index", "--cache-folder", *this / "none"}, 4);
+  ExpectNoChange({"events", mFolder, "--no-index"}, 0);
+  ExpectNoChange({"activity", mFolder, "--stream", "1", "--no-index"}, 3);
+  ExpectNoChange({"events", mFolder, "--no-index", "--cache-folder", *this / "none"}, 0);
   EXPECT_FALSE(FileExists(*this / "none"));
 }
 
@@ -95,7 +96,7 @@ TEST_F(NoIndex, DeletesNoIndexToKeepALimit) {
   ExpectNoChange({"events", mFolder, "--no-index", "--cache-folder", caches}, 0);
   fs::create_directory(*this / "settings");
   WriteFile(*this / "settings/zel3index_cache", "ID3_HDR_EVT_total_MB=0\n");
-  ExpectNoChange({"events", mFolder, "--no-index", "--cache-folder", caches}, 1);
+  ExpectNoChange({"events", mFolder, "--no-index", "--cache-folder", caches}, 0);
   WriteFile(*this / "settings/zel3index_cache", "ID3_HDR_EVT_total_MB=1\n");
   ExpectNoChange({"events", mFolder, "--no-index", "--cache-folder", caches}, 0);
 }

@@ -39,7 +39,7 @@ class Outputs : public ProgramTest {
   const std::string mArchives = *this / "archives";
   const std::string mOut = *this / "out";
   const std::string mFirst = SampleFile(mArchives, mTruth, 0);
-  const Bytes mBytes = DeliveredBytes(mFirst);
+  const Bytes mBytes = ReadFile(mFirst);
 };
 
 std::string TextOf(const std::string& path) {

@@ -24,8 +24,10 @@ class Preview : public ProgramTest {
     return nlohmann::json::parse(result.out)["positions"];
   }
 
-  static nlohmann::json Entry(int file, int entry, std::uint32_t second, bool reached = false) {
-    return {{"fileNumber", file},
+  nlohmann::json Entry(std::size_t file, int entry, std::uint32_t second,
+                       bool reached = false) const {
+    return {{"file", mTruth.files.at(file).name},
+            {"fileNumber", file},
             {"entryNumber", entry},
             {"time", SampleTime(second)},
             {"timeReached", reached}};
@@ -44,7 +46,7 @@ TEST_F(Preview, ShowsEachEntryAtItsTime) {
     EXPECT_EQ(positions[i]["time"], SampleTime(second));
     EXPECT_EQ(positions[i]["entry"], Entry(0, i, second));
   }
-  EXPECT_EQ(EntryNames(Folder()).size(), 12U) << "every file has been given its index";
+  EXPECT_EQ(EntryNames(Folder()).size(), 6U) << "the other files are left alone";
 }
 
 TEST_F(Preview, ShowsTheNextEntryBetweenTwo) {
@@ -59,10 +61,10 @@ TEST_F(Preview, TellsWhenTheEntryIsNotBeforeTheEnd) {
   EXPECT_EQ(Positions(61, 91, "1")[0]["entry"], Entry(1, 0, 90, false));
 }
 
-TEST_F(Preview, NothingIsShownBehindTheLastEntryAndBeforeTheFirst) {
-  const nlohmann::json behind = Positions(180, 220, "4");
-  EXPECT_EQ(behind[1]["entry"], Entry(2, 4, 190));
-  EXPECT_TRUE(behind[2]["entry"].is_null());
+TEST_F(Preview, NothingIsShownAfterTheLastEntryAndBeforeTheFirst) {
+  const nlohmann::json after = Positions(180, 220, "4");
+  EXPECT_EQ(after[1]["entry"], Entry(2, 4, 190));
+  EXPECT_TRUE(after[2]["entry"].is_null());
   const ProgramResult before =
       Show(SampleTime(0) - 10000, SampleTime(10), {"--format", "json", "--count", "2"});
   EXPECT_TRUE(nlohmann::json::parse(before.out)["positions"][0]["entry"].is_null());
@@ -71,18 +73,24 @@ TEST_F(Preview, NothingIsShownBehindTheLastEntryAndBeforeTheFirst) {
 TEST_F(Preview, TextIsATable) {
   EXPECT_THAT(
       LinesOf(Show(SampleTime(190), SampleTime(210), {"--count", "2"}).out),
-      ElementsAre("position                  file  entry  entry time                time reached",
-                  "2024-05-01T00:03:10.000Z  2     4      2024-05-01T00:03:10.000Z  no",
-                  "2024-05-01T00:03:20.000Z  none  none   none                      none"));
+      ElementsAre("position                  file                            number  entry  "
+                  "entry time                time reached",
+                  "2024-05-01T00:03:10.000Z  cam01_2024-05-01_00-02-30.zel3  2       4      "
+                  "2024-05-01T00:03:10.000Z  no",
+                  "2024-05-01T00:03:20.000Z  none                            none    none   "
+                  "none                      none"));
 }
 
 TEST_F(Preview, CsvLeavesMissingCellsEmpty) {
   EXPECT_THAT(
       LinesOf(Show(SampleTime(190), SampleTime(210), {"--count", "2", "--format", "csv"}).out),
-      ElementsAre(
-          "position,file,entry,entry time,time reached",
-          std::to_string(SampleTime(190)) + ",2,4," + std::to_string(SampleTime(190)) + ",no",
-          std::to_string(SampleTime(200)) + ",,,,"));
+      ElementsAre("time,file,fileNumber,entryNumber,entryTime,timeReached",
+                  std::to_string(SampleTime(190)) + "," + mTruth.files[2].name + ",2,4," +
+                      std::to_string(SampleTime(190)) + ",false",
+                  std::to_string(SampleTime(200)) + ",,,,,"));
+  EXPECT_THAT(
+      LinesOf(Show(SampleTime(61), SampleTime(90), {"--count", "1", "--format", "csv"}).out).back(),
+      testing::EndsWith(",true"));
 }
 
 TEST_F(Preview, TenPositionsAreTheDefaultAndStayWithinTheRange) {
@@ -103,6 +111,9 @@ TEST_F(Preview, NothingThereExitsWithFour) {
     EXPECT_EQ(result.exitCode, 4);
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.err, "zel3: nothing is recorded there\n");
+    EXPECT_EQ(Show(start, start + 5, {"--format", "json"}).out, "{\"positions\":[]}\n");
+    EXPECT_EQ(Show(start, start + 5, {"--format", "csv"}).out,
+              "time,file,fileNumber,entryNumber,entryTime,timeReached\n");
   }
 }
 
@@ -111,7 +122,7 @@ TEST_F(Preview, AFileThatIsNoArchiveIsLeftOut) {
   const ProgramResult result = Show(SampleTime(0), SampleTime(60));
   EXPECT_EQ(result.exitCode, 3);
   EXPECT_EQ(LinesOf(result.out).size(), 11U);
-  EXPECT_THAT(result.err, testing::HasSubstr("without an index"));
+  EXPECT_THAT(result.err, testing::HasSubstr("z.zel3 is not an archive"));
 }
 
 TEST_F(Preview, AnEmptyFileIsAFailure) {

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <nlohmann/json.hpp>
 #include <thread>
 
 #include "archive/archive_writer.h"
@@ -14,6 +15,7 @@
 #include "support/terminal.h"
 
 using testing::HasSubstr;
+using testing::StartsWith;
 
 namespace {
 
@@ -36,7 +38,7 @@ class Read : public ProgramTest {
       writer.WriteData(1, 0, &++payload, sizeof(payload));
     }
     writer.Close();
-    return DeliveredBytes(path);
+    return ReadFile(path);
   }
 
   const TempFolder mOutputFolder;
@@ -46,7 +48,7 @@ class Read : public ProgramTest {
 class ReadSample : public Read {
  protected:
   Bytes FileBytes(std::size_t number) const {
-    return DeliveredBytes(SampleFile(Folder(), mTruth, number));
+    return ReadFile(SampleFile(Folder(), mTruth, number));
   }
   std::uint64_t Position(std::size_t file, std::size_t entry) const {
     return mTruth.files.at(file).entries.at(entry).position;
@@ -57,7 +59,7 @@ class ReadSample : public Read {
 
 }  // namespace
 
-TEST_F(ReadSample, TheWholeArchiveIsItsFilesWithoutTheirLastBytes) {
+TEST_F(ReadSample, TheWholeArchiveIsItsFiles) {
   const ProgramResult result = ReadRange(Folder(), 0, ~std::uint64_t{0});
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.out, "");
@@ -87,8 +89,11 @@ TEST_F(ReadSample, TellsGapsAsJson) {
   Arguments toFile = range;
   toFile.insert(toFile.end(), {"-o", mOutput});
   const std::string summary =
-      R"({"entries":12,"damaged":0,"bytes":)" + size + R"(,"end":"range","gaps":[{"from":)" +
-      std::to_string(SampleTime(50)) + R"(,"to":)" + std::to_string(SampleTime(90)) + "}]}\n";
+      R"({"entries":12,"bytes":)" + size +
+      R"(,"damagedEntries":0,"damagedBytes":0,"cutOffBytes":0,"undeclaredEntries":0,)"
+      R"("withoutHeader":false,"stoppedAt":"range","gaps":[{"from":)" +
+      std::to_string(SampleTime(50)) + R"(,"to":)" + std::to_string(SampleTime(90)) +
+      R"(}],"backward":[],"misplacedEntries":0})" + "\n";
   const ProgramResult written = Run(toFile);
   EXPECT_EQ(written.out, summary);
   EXPECT_EQ(written.err, "");
@@ -160,6 +165,15 @@ TEST_F(ReadSample, NothingInTheRangeExitsWithFourAndWritesNothing) {
   EXPECT_EQ(ReadRange(Folder(), SampleTime(400), SampleTime(500)).exitCode, 4);
   EXPECT_EQ(ReadRange(Folder(), SampleTime(70), SampleTime(80)).exitCode, 4) << "in a gap";
   EXPECT_FALSE(FileExists(mOutput));
+  const ProgramResult result = Run({"read", Folder(), "0", "1", "-o", mOutput, "--format", "json"});
+  EXPECT_EQ(result.exitCode, 4);
+  EXPECT_EQ(result.out,
+            R"({"entries":0,"bytes":0,"damagedEntries":0,"damagedBytes":0,"cutOffBytes":0,)"
+            R"("undeclaredEntries":0,"withoutHeader":false,"stoppedAt":"range","gaps":[],)"
+            R"("backward":[],"misplacedEntries":0})"
+            "\n");
+  EXPECT_EQ(result.err, "zel3: nothing is recorded there\n");
+  EXPECT_FALSE(FileExists(mOutput));
 }
 
 TEST_F(ReadSample, AnArchiveIsNeverTheOutput) {
@@ -194,8 +208,8 @@ TEST_F(ReadSample, AHalfWrittenOutputIsRemoved) {
 TEST_F(Read, AGapIsMoreThanFourStepsInAFile) {
   WriteEntries(*this / "a.zel3", {10, 20, 60, 101, 111});
   EXPECT_THAT(ReadRange(*this / "a.zel3", 0, 1000000).err,
-              testing::StartsWith("nothing is recorded from 1970-01-01T00:01:00.000Z to "
-                                  "1970-01-01T00:01:41.000Z\n5 entries, "));
+              StartsWith("nothing is recorded from 1970-01-01T00:01:00.000Z to "
+                         "1970-01-01T00:01:41.000Z\n5 entries, "));
 }
 
 TEST_F(Read, EntriesOfEqualTimesAreAllDelivered) {
@@ -205,7 +219,7 @@ TEST_F(Read, EntriesOfEqualTimesAreAllDelivered) {
   EXPECT_EQ(ReadRange(Folder(), 30000, 30001).exitCode, 0);
   EXPECT_THAT(ReadFile(mOutput).size(), testing::Lt(bytes.size()));
   EXPECT_EQ(ReadRange(Folder(), 30000, 40000).err.substr(0, 9), "3 entries");
-  EXPECT_EQ(ReadRange(Folder(), 35000, 40000).err.substr(0, 9), "1 entries");
+  EXPECT_EQ(ReadRange(Folder(), 35000, 40000).err.substr(0, 9), "1 entry, ");
 }
 
 TEST_F(Read, FilesThatMeetInOneTimeAreBothDelivered) {
@@ -216,21 +230,123 @@ TEST_F(Read, FilesThatMeetInOneTimeAreBothDelivered) {
   EXPECT_EQ(ReadFile(mOutput), first + second);
 }
 
-TEST_F(Read, TimesThatRunBackwardsDoNotLoop) {
-  WriteEntries(*this / "a.zel3", {10, 20, 90, 30, 40, 100});
-  WriteEntries(*this / "b.zel3", {50, 60, 55});
+TEST_F(Read, AWrongTimeCostsAnEntryNeitherItsBytesNorItsPlace) {
+  const Bytes bytes = WriteEntries(*this / "a.zel3", {10, 20, 90, 40, 50, 60});
+  const ProgramResult all = ReadRange(Folder(), 0, ~std::uint64_t{0});
+  EXPECT_EQ(all.exitCode, 0);
+  EXPECT_EQ(all.err, "6 entries, " + std::to_string(bytes.size()) +
+                         " bytes\nzel3: 1 entry with a time that does not fit between its "
+                         "neighbours stayed in place\n");
+  EXPECT_EQ(ReadFile(mOutput), bytes);
+  EXPECT_THAT(ReadRange(Folder(), 20000, 40000).err, StartsWith("2 entries, "));
+  EXPECT_EQ(ReadRange(Folder(), 90000, 95000).exitCode, 4) << "nothing is recorded then";
+}
+
+TEST_F(Read, AClockSetBackWithinAFileLosesNothing) {
+  const Bytes bytes = WriteEntries(*this / "a.zel3", {10, 20, 30, 40, 15, 25, 35, 45});
   const ProgramResult result = ReadRange(Folder(), 0, ~std::uint64_t{0});
-  EXPECT_EQ(result.exitCode, 3);
-  EXPECT_THAT(result.err, HasSubstr("out of order"));
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.err,
+            "the time goes back from 1970-01-01T00:00:40.000Z to 1970-01-01T00:00:15.000Z\n"
+            "8 entries, " +
+                std::to_string(bytes.size()) + " bytes\n");
+  EXPECT_EQ(ReadFile(mOutput), bytes);
+  EXPECT_THAT(ReadRange(Folder(), 20000, 30000).err, HasSubstr("3 entries, "))
+      << "the one at 20 the first time, those at 15 and 25 the second";
+}
+
+TEST_F(Read, AClockSetBackBetweenFilesLosesNothing) {
+  const Bytes first = WriteEntries(*this / "a.zel3", {10, 20, 30, 40, 50, 60});
+  const Bytes second = WriteEntries(*this / "b.zel3", {35, 45, 55, 65, 75});
+  const ProgramResult result =
+      Run({"read", Folder(), "0", "100000", "-o", mOutput, "--format", "json"});
+  EXPECT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_EQ(ReadFile(mOutput), first + second);
+  const auto json = nlohmann::json::parse(result.out);
+  EXPECT_EQ(json["entries"], 11);
+  EXPECT_EQ(json["backward"], nlohmann::json::parse(R"([{"from":60000,"to":35000}])"));
+  EXPECT_EQ(json["misplacedEntries"], 0);
 }
 
 TEST_F(Read, AnArchiveCutShortAfterItWasIndexedIsReportedAsDamaged) {
   const Bytes bytes = WriteEntries(*this / "a.zel3", {10, 20, 30, 40});
   ASSERT_EQ(Run({"index", Folder()}).exitCode, 0);
-  WriteFile(*this / "a.zel3", Between(bytes, 0, bytes.size() - 40));
+  WriteFile(*this / "a.zel3", Between(bytes, 0, bytes.size() - 1));
   const ProgramResult result = ReadRange(Folder(), 0, 100000);
   EXPECT_EQ(result.exitCode, 3);
-  EXPECT_THAT(result.err, HasSubstr("could not be read"));
+  EXPECT_THAT(result.err,
+              HasSubstr("zel3: the last record is not whole; 4 bytes were passed over"));
+  EXPECT_EQ(ReadFile(mOutput), Between(bytes, 0, bytes.size() - 5));
+}
+
+TEST_F(Read, WhatDamageLeavesOfAnEntryIsDelivered) {
+  ArchiveWriter writer(*this / "a.zel3");
+  writer.WriteHeader(OneStreamHeader());
+  const std::string payload(100, 'x');
+  for (std::uint32_t time = 10; time <= 30; time += 10) {
+    writer.WriteIndex({time, 0, 0});
+    for (int i = 0; i < 3; ++i)
+      writer.WriteData(1, 0, reinterpret_cast<const unsigned char*>(payload.data()), 100);
+  }
+  writer.Close();
+  Bytes bytes = ReadFile(*this / "a.zel3");
+  constexpr std::size_t kBlock = 104;
+  const std::size_t last = bytes.size() - 3 * kBlock;
+  const std::size_t second = last - 13 - 3 * kBlock;
+  // The type of the second block of the second entry.
+  bytes[second + kBlock + 3] = 0x77;
+  WriteFile(*this / "a.zel3", bytes);
+  const ProgramResult result =
+      Run({"read", Folder(), "0", "100000", "-o", mOutput, "--format", "json"});
+  EXPECT_EQ(result.exitCode, 3);
+  const auto json = nlohmann::json::parse(result.out);
+  EXPECT_EQ(json["entries"], 3);
+  EXPECT_EQ(json["undeclaredEntries"], 1) << "the lengths lead to the next entry";
+  EXPECT_EQ(json["damagedBytes"], 0);
+  EXPECT_EQ(ReadFile(mOutput), bytes);
+
+  // Its length, too.
+  bytes[second + kBlock] = 0x78;
+  WriteFile(*this / "a.zel3", bytes);
+  const ProgramResult damaged =
+      Run({"read", Folder(), "0", "100000", "-o", mOutput, "--format", "json"});
+  EXPECT_EQ(damaged.exitCode, 3);
+  const auto summary = nlohmann::json::parse(damaged.out);
+  EXPECT_EQ(summary["entries"], 3);
+  EXPECT_EQ(summary["damagedEntries"], 1);
+  EXPECT_EQ(summary["damagedBytes"], 2 * kBlock);
+  EXPECT_EQ(summary["bytes"], bytes.size() - 2 * kBlock);
+  EXPECT_EQ(ReadFile(mOutput),
+            Between(bytes, 0, second + kBlock) + Between(bytes, last - 13, bytes.size()));
+}
+
+TEST_F(Read, AnArchiveWithoutAHeaderIsServedAndTold) {
+  const Bytes bytes = WriteEntries(*this / "a.zel3", {10, 20, 30});
+  const std::size_t header = bytes.size() - 3 * 18;
+  WriteFile(*this / "a.zel3", Between(bytes, header, bytes.size()));
+  const ProgramResult result = ReadRange(Folder(), 0, 100000);
+  EXPECT_EQ(result.exitCode, 3);
+  EXPECT_THAT(result.err, HasSubstr("zel3: there is no whole header; parsers need one\n"));
+  EXPECT_EQ(ReadFile(mOutput), Between(bytes, header, bytes.size()));
+}
+
+TEST_F(ReadSample, OneBadFileCostsItsOwnTimeOnly) {
+  const Bytes first = FileBytes(0);
+  const Bytes last = FileBytes(2);
+  WriteFile(SampleFile(Folder(), mTruth, 1), std::string(2000, 'x'));
+  for (const char* const name : {"a.zel3", "z.zel3", "bad\xff.zel3"})
+    WriteFile(*this / name, std::string(2000, '\0'));
+  const ProgramResult result = ReadRange(Folder(), 0, ~std::uint64_t{0});
+  EXPECT_EQ(result.exitCode, 3);
+  EXPECT_EQ(ReadFile(mOutput), first + last);
+  EXPECT_THAT(result.err, HasSubstr(mTruth.files[1].name + " is not an archive"));
+  EXPECT_THAT(result.err, HasSubstr("z.zel3 is not an archive"));
+}
+
+TEST_F(ReadSample, WhatIsReadIsSoundWhereItsFilesAre) {
+  const std::string copy = mOutputFolder / "copy.zel3";
+  ASSERT_EQ(Run({"read", Folder(), "0", "2100-01-01", "-o", copy}).exitCode, 0);
+  EXPECT_EQ(Run({"doctor", copy, "--fail-on", "warning"}).exitCode, 0);
 }
 
 TEST_F(Read, AnInterruptEndsItAtOnce) {

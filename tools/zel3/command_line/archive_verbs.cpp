@@ -54,6 +54,7 @@ void AddIndex(CLI::App* app, Options* options, Run* run) {
       AddVerb(app, "index", "build the missing indexes of all files of a source", run,
               [options] { return RunIndex(options->host, options->index); });
   AddSource(verb, &options->index.source);
+  verb->add_flag("--refresh", options->index.refresh, "also build those anew that are there");
   AddStyle(verb, &options->index.style);
 }
 

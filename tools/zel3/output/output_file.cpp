@@ -70,10 +70,10 @@ bool OutputFile::IsStandardOutput(const std::string& path) {
   return path == "-" || path == "/dev/stdout" || path == "/dev/fd/1" || path == "/proc/self/fd/1";
 }
 
-void OutputFile::Write(const std::vector<unsigned char>& bytes) {
+void OutputFile::Write(const unsigned char* bytes, std::size_t size) {
   if (!mFile.IsOpen()) Open();
-  for (std::size_t done = 0; done < bytes.size();) {
-    const ssize_t written = write(mFile.Get(), bytes.data() + done, bytes.size() - done);
+  for (std::size_t done = 0; done < size;) {
+    const ssize_t written = write(mFile.Get(), bytes + done, size - done);
     if (written >= 0) {
       done += static_cast<std::size_t>(written);
     } else if (errno == EINTR) {
@@ -82,7 +82,7 @@ void OutputFile::Write(const std::vector<unsigned char>& bytes) {
       Fail();
     }
   }
-  mBytesWritten += bytes.size();
+  mBytesWritten += size;
 }
 
 void OutputFile::Finish() {

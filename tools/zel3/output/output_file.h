@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -21,8 +22,9 @@ class OutputFile {
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
-  // Both throw Failure when the bytes cannot be written or the user interrupts.
-  void Write(const std::vector<unsigned char>& bytes);
+  // All throw Failure when the bytes cannot be written or the user interrupts.
+  void Write(const unsigned char* bytes, std::size_t size);
+  void Write(const std::vector<unsigned char>& bytes) { Write(bytes.data(), bytes.size()); }
   void Finish();
 
   std::uint64_t BytesWritten() const { return mBytesWritten; }

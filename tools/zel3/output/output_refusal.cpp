@@ -28,9 +28,7 @@ void RefuseArchives(const std::vector<std::string>& files, const std::string& ta
   }
 }
 
-void RefuseCaches(const std::string& archive, const std::string& folder,
-                  const std::string& target) {
-  const CacheNames names = CacheOf(archive, folder);
+void RefuseCaches(const CacheNames& names, const std::string& target) {
   for (const QString& name : {names.entries, names.headers, names.events}) {
     if (AreOne(QFile::encodeName(name).constData(), target))
       throw Failure("the output is a cache file of the source", kExitUsage);
@@ -42,12 +40,12 @@ void RefuseCaches(const std::string& archive, const std::string& folder,
 void RefuseToHarm(const SourceFacts& source, const std::string& output) {
   RefuseArchives(source.Files(), output);
   for (const std::string& archive : source.Archives()) {
-    RefuseCaches(archive, "", output);
-    if (!source.Indexes().folder.empty()) RefuseCaches(archive, source.Indexes().folder, output);
+    RefuseCaches(CacheOf(archive, ""), output);
+    RefuseCaches(source.CacheOf(archive), output);
   }
 }
 
 void RefuseToHarm(const std::vector<std::string>& archives, const std::string& output) {
   RefuseArchives(archives, output);
-  for (const std::string& archive : archives) RefuseCaches(archive, "", output);
+  for (const std::string& archive : archives) RefuseCaches(CacheOf(archive, ""), output);
 }

@@ -3,14 +3,14 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <iostream>
 #include <optional>
 #include <vector>
 
 #include "blocks/stream_records.h"
 #include "client/activity_bins.h"
-#include "client/indexed_source.h"
-#include "client/recorded_fraction.h"
+#include "client/doubt.h"
 #include "json/json_line.h"
 #include "output/notice.h"
 #include "output/progress_bar.h"
@@ -19,6 +19,7 @@
 #include "system/failure.h"
 #include "times/length_text.h"
 #include "times/time_text.h"
+#include "verbs/empty_answer.h"
 #include "verbs/time_range.h"
 
 namespace {
@@ -27,23 +28,24 @@ constexpr std::uint32_t kMostBins = 10000;
 
 struct Bin {
   ArchiveTime time = 0;
-  unsigned level = 0;  // 0-63
-  bool recorded = false;
+  BinLevels levels;
   unsigned thousandths = 0;  // of it that were recorded
 
-  bool IsRecordedInPart() const { return recorded && thousandths < 1000; }
+  bool IsRecorded() const { return thousandths > 0; }
+  bool IsRecordedInPart() const { return IsRecorded() && thousandths < 1000; }
   double RecordedFraction() const { return thousandths / 1000.0; }
+  double RoundedMean() const { return std::round(levels.mean * 100) / 100; }
 };
 
-ActivityBins BinsFor(const ActivityOptions& options, IndexedSource* source) {
+ActivityBins BinsFor(const ActivityOptions& options, const Timeline& timeline) {
   if (options.from && options.to)
     return CutIntoBins(*options.from, std::min(*options.to, kEndOfTimes), options.binCount);
-  const std::optional<ArchiveList> list = source->Client().List();
   ArchiveTime start = kEndOfTimes;
   ArchiveTime end = 0;
-  for (const ListedArchive& archive : list ? list->archives : source->Archives()) {
-    start = std::min(start, archive.startTime);
-    end = std::max({end, archive.startTime + 1, archive.endTime});
+  for (const ServedArchive& archive : timeline.Archives()) {
+    if (archive.IsLeftOut()) continue;
+    start = std::min(start, archive.start);
+    end = std::max(end, archive.end + std::max(archive.step, kArchiveTimePerIndexTime));
   }
   return CutIntoBins(start, end, options.binCount);
 }
@@ -65,30 +67,31 @@ void RefuseUnknownStream(std::uint8_t streamId, const SourceFacts& source) {
   throw Failure(fmt::format("there is no stream {}, {}", streamId, others));
 }
 
-std::vector<Bin> Measure(const ActivityBins& bins, std::uint8_t streamId, IndexedSource* source) {
-  const std::vector<std::uint8_t> levels = ActivityLevels(bins, streamId, &source->Client());
-  const std::vector<bool> recorded = RecordedBins(bins, source);
-  const std::vector<unsigned> thousandths = RecordedThousandths(bins, recorded, source);
+std::vector<Bin> Measure(const ActivityBins& bins, std::uint8_t streamId, Timeline* timeline) {
+  const std::vector<BinLevels> levels = LevelsOf({streamId}, bins, timeline).front();
+  const std::vector<unsigned> thousandths = RecordedThousandths(bins, timeline);
   std::vector<Bin> measured(bins.count);
   for (std::uint32_t i = 0; i < bins.count; ++i)
-    measured[i] = {bins.Start(i), recorded[i] ? levels[i] : 0u, recorded[i], thousandths[i]};
+    measured[i] = {bins.Start(i), levels[i], thousandths[i]};
   return measured;
 }
 
-void PrintAsJson(const ActivityOptions& options, const ActivityBins& bins,
+// Without bins nothing is recorded there.
+void PrintAsJson(const ActivityOptions& options, const std::optional<ActivityBins>& bins,
                  const std::vector<Bin>& rows) {
   const TimeFormat times = options.style.Times();
   Json json;
-  json["stream"] = options.streamId;
-  json["from"] = TimeJson(bins.from, times);
-  json["to"] = TimeJson(bins.to, times);
-  json["binWidth"] = bins.width;
+  json["streamId"] = options.streamId;
+  json["from"] = bins ? TimeJson(bins->from, times) : Json(nullptr);
+  json["to"] = bins ? TimeJson(bins->to, times) : Json(nullptr);
+  json["binWidth"] = bins ? Json(bins->width) : Json(nullptr);
   Json& list = json["bins"] = Json::array();
   for (const Bin& bin : rows) {
     Json row;
     row["time"] = TimeJson(bin.time, times);
-    row["level"] = bin.level;
-    row["recorded"] = bin.recorded;
+    row["level"] = bin.levels.highest;
+    row["meanLevel"] = bin.RoundedMean();
+    row["recorded"] = bin.IsRecorded();
     row["recordedFraction"] = bin.RecordedFraction();
     list.push_back(std::move(row));
   }
@@ -96,10 +99,11 @@ void PrintAsJson(const ActivityOptions& options, const ActivityBins& bins,
 }
 
 void PrintAsCsv(const std::vector<Bin>& bins, TimeFormat times) {
-  std::vector<std::vector<std::string>> rows{{"time", "level", "recorded", "recordedFraction"}};
+  std::vector<std::vector<std::string>> rows{
+      {"time", "level", "meanLevel", "recorded", "recordedFraction"}};
   for (const Bin& bin : bins) {
-    rows.push_back({TimeText(bin.time, times), std::to_string(bin.level),
-                    bin.recorded ? "true" : "false",
+    rows.push_back({TimeText(bin.time, times), std::to_string(bin.levels.highest),
+                    fmt::format("{}", bin.RoundedMean()), bin.IsRecorded() ? "true" : "false",
                     fmt::format("{:.3f}", bin.RecordedFraction())});
   }
   PrintCsv(rows);
@@ -108,7 +112,7 @@ void PrintAsCsv(const std::vector<Bin>& bins, TimeFormat times) {
 const char* Mark(const Bin& bin) {
   constexpr const char* kMarks[] = {"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
   constexpr unsigned kLevelsPerMark = 8;
-  return bin.recorded ? kMarks[bin.level / kLevelsPerMark] : "·";
+  return bin.IsRecorded() ? kMarks[bin.levels.highest / kLevelsPerMark] : "·";
 }
 
 // A mark below each bin that is recorded in part; empty when there is none.
@@ -134,20 +138,19 @@ void PrintAsText(const ActivityOptions& options, const ActivityBins& bins,
             << (marks.empty() ? "" : "  - recorded in part") << '\n';
 }
 
-}  // namespace
-
-int RunActivity(const HostOptions& host, const ActivityOptions& options) {
-  Check(options);
-  const ServedSource served(host, options.source, options.missingIndexes, PrintNotice);
+int Activity(const HostOptions& host, const ActivityOptions& options) {
+  ServedSource source(host, options.source, options.missingIndexes, PrintNotice);
   ProgressBar progress;
-  IndexedSource source(served, &progress);
-  const bool pastTheEnd = options.from && *options.from >= kEndOfTimes;
-  if (source.Archives().empty() || pastTheEnd) source.FailWithNothing();
-  RefuseUnknownStream(options.streamId, served.Facts());
-  const ActivityBins bins = BinsFor(options, &source);
-  const std::vector<Bin> rows = Measure(bins, options.streamId, &source);
-  if (std::none_of(rows.begin(), rows.end(), [](const Bin& bin) { return bin.recorded; }))
-    source.FailWithNothing();
+  Timeline timeline(&source, &progress);
+  timeline.IndexAll();
+  timeline.RequireOne();
+  if (options.from && *options.from >= kEndOfTimes) timeline.FailWithNothing();
+  RefuseUnknownStream(options.streamId, source.Facts());
+  const ActivityBins bins = BinsFor(options, timeline);
+  const std::vector<Bin> rows = Measure(bins, options.streamId, &timeline);
+  DoubtRecorded(bins.from, bins.to, &timeline);
+  if (std::none_of(rows.begin(), rows.end(), [](const Bin& bin) { return bin.IsRecorded(); }))
+    timeline.FailWithNothing();
   switch (options.style.format) {
     case OutputFormat::kCsv:
       PrintAsCsv(rows, options.style.Times());
@@ -159,5 +162,17 @@ int RunActivity(const HostOptions& host, const ActivityOptions& options) {
       PrintAsJson(options, bins, rows);
       break;
   }
-  return source.IsComplete() ? kExitDone : kExitDamaged;
+  return timeline.IsWhole() ? kExitDone : kExitDamaged;
+}
+
+void PrintEmpty(const ActivityOptions& options) {
+  if (options.style.format == OutputFormat::kCsv) PrintAsCsv({}, options.style.Times());
+  if (options.style.format == OutputFormat::kJson) PrintAsJson(options, std::nullopt, {});
+}
+
+}  // namespace
+
+int RunActivity(const HostOptions& host, const ActivityOptions& options) {
+  Check(options);
+  return RunOrPrintEmpty([&] { return Activity(host, options); }, [&] { PrintEmpty(options); });
 }

@@ -32,7 +32,8 @@ bool IsBlank(const std::string& line) {
 }  // namespace
 
 int RunConsole(const HostOptions& host, const ConsoleOptions& options) {
-  ArchiveSession session(host, options.source, [&options](const cMemBlock& block) {
+  const PlugIns plugIns(host);
+  ArchiveSession session(plugIns, host, options.source, [&options](const cMemBlock& block) {
     if (options.showAll || IsAnswer(block)) PrintBlock(block, options.byteLimit, std::cout);
   });
   session.RunUntilIdle();

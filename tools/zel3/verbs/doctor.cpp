@@ -2,13 +2,13 @@
 
 #include <fmt/format.h>
 
-#include <QFile>
 #include <algorithm>
 #include <iostream>
+#include <map>
 #include <set>
 
 #include "checkup/diagnosis.h"
-#include "client/index_builder.h"
+#include "client/timeline.h"
 #include "json/json_line.h"
 #include "output/notice.h"
 #include "output/progress_bar.h"
@@ -46,11 +46,11 @@ void PrintAsJson(const std::string& source, const Diagnosis& diagnosis, TimeForm
   Json files = Json::array();
   for (const ArchiveFacts& facts : diagnosis.archives) {
     Json file;
-    file["name"] = archive_source::FileName(facts.path);
-    file["bytes"] = facts.bytes;
+    file["file"] = archive_source::FileName(facts.path);
+    file["start"] = facts.entries > 0 ? TimeJson(facts.startTime, times) : Json(nullptr);
+    file["end"] = facts.entries > 0 ? TimeJson(facts.endTime, times) : Json(nullptr);
     file["entries"] = facts.entries;
-    file["startTime"] = facts.entries > 0 ? TimeJson(facts.startTime, times) : Json(nullptr);
-    file["endTime"] = facts.entries > 0 ? TimeJson(facts.endTime, times) : Json(nullptr);
+    file["bytes"] = facts.bytes;
     file["cache"] = Name(facts.cache);
     files.push_back(std::move(file));
   }
@@ -62,8 +62,8 @@ void PrintAsJson(const std::string& source, const Diagnosis& diagnosis, TimeForm
     entry["file"] = finding.file;
     entry["position"] = Optional(finding.position);
     entry["bytes"] = Optional(finding.bytes);
-    entry["time"] = OptionalTime(finding.time, times);
-    entry["endTime"] = OptionalTime(finding.endTime, times);
+    entry["from"] = OptionalTime(finding.time, times);
+    entry["to"] = OptionalTime(finding.endTime, times);
     entry["text"] = finding.text;
     entry["remedy"] = RemedyOf(finding.kind);
     list.push_back(std::move(entry));
@@ -123,47 +123,48 @@ void PrintAsText(const Diagnosis& diagnosis, TimeFormat times) {
              Counted(found.Of(Severity::kNote), "note"));
 }
 
-void TellWhereIndexesAre(const IndexPlace& indexes) {
-  if (!indexes.isPrivate) return;
-  const std::string where =
-      indexes.whyNotKept.empty() ? "kept in " + indexes.folder : "not kept: " + indexes.whyNotKept;
-  PrintNotice("indexes cannot lie beside the archives (" + indexes.whyNotBeside + ") and are " +
-              where);
-}
-
-// What cannot be removed stays, and the index is then made in its place or not at all.
-void RemoveCache(const std::string& archive, const std::string& folder) {
-  const CacheNames names = CacheOf(archive, folder);
-  for (const QString& name : {names.entries, names.headers, names.events}) {
-    QFile::remove(name);
-    QFile::remove(UnfinishedName(name));
+// Once for each reason.
+void TellWhereIndexesAre(const SourceFacts& source) {
+  std::set<std::string> told;
+  for (const std::string& archive : source.Archives()) {
+    const IndexPlace& place = source.PlaceOf(archive);
+    if (!place.isPrivate || !told.insert(place.whyNotBeside).second) continue;
+    const std::string where =
+        place.whyNotKept.empty() ? "kept in " + place.folder : "not kept: " + place.whyNotKept;
+    PrintNotice("indexes cannot lie beside the archives (" + place.whyNotBeside + ") and are " +
+                where);
   }
 }
 
 // Gives the number of files that cannot be indexed.
 std::uint64_t Rebuild(const HostOptions& host, const SourceFacts& source,
                       const std::vector<ArchiveFacts>& archives, ProgressBar* progress) {
-  const ServedSource served(host, source.Path(), MissingIndexes::kBuild, PrintNotice);
+  ServedSource served(host, source.Path(), MissingIndexes::kBuild, PrintNotice);
   for (const ArchiveFacts& facts : archives) {
-    if (facts.cache == CacheState::kUnsound) RemoveCache(facts.path, source.Indexes().folder);
+    if (facts.cache == CacheState::kUnsound) served.DropIndex(facts.path, false);
   }
-  const std::vector<IndexedFile> files = BuildIndexes(served, progress);
-  const auto count = [&files](FileState state) {
-    return static_cast<std::uint64_t>(
-        std::count_if(files.begin(), files.end(),
-                      [state](const IndexedFile& file) { return file.state == state; }));
-  };
+  std::map<ServedArchive::State, std::uint64_t> counts;
+  try {
+    Timeline timeline(&served, progress);
+    timeline.IndexAll();
+    for (const ServedArchive& archive : timeline.Archives()) ++counts[archive.state];
+  } catch (const Failure& error) {
+    if (error.Code() == kExitInterrupted) throw;
+    counts = {{ServedArchive::State::kLeftOut, source.Archives().size()}};
+  }
+  const std::uint64_t failed = counts[ServedArchive::State::kLeftOut] + source.Others().size();
   fmt::print(stderr, "{} made anew, {} kept, {} cannot be indexed\n",
-             Counted(count(FileState::kIndexed), "cache"), count(FileState::kCached),
-             Counted(count(FileState::kFailed), "file"));
-  return count(FileState::kFailed);
+             Counted(counts[ServedArchive::State::kIndexed], "cache"),
+             counts[ServedArchive::State::kCached], Counted(failed, "file"));
+  return failed;
 }
 
 }  // namespace
 
 int RunDoctor(const HostOptions& host, const DoctorOptions& options) {
   const SourceFacts source(host, options.source);
-  index_lock::WaitForOthers(source.Archives(), source.Indexes().folder, PrintNotice);
+  for (const std::string& archive : source.Archives())
+    index_lock::WaitForOthers(archive, source.IndexFolderOf(archive), PrintNotice);
   ProgressBar progress;
   const Diagnosis diagnosis = Diagnose(source, &progress);
   if (options.style.format == OutputFormat::kJson) {
@@ -171,7 +172,7 @@ int RunDoctor(const HostOptions& host, const DoctorOptions& options) {
   } else {
     PrintAsText(diagnosis, options.style.Times());
   }
-  TellWhereIndexesAre(source.Indexes());
+  TellWhereIndexesAre(source);
   const std::uint64_t notIndexed =
       options.rebuild ? Rebuild(host, source, diagnosis.archives, &progress) : 0;
   return ExitBySeverity(CountsOf(diagnosis.findings), options.failOn, notIndexed);

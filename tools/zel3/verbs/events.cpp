@@ -3,12 +3,12 @@
 #include <algorithm>
 
 #include "archive/recorded_events.h"
-#include "client/archive_client.h"
-#include "client/index_builder.h"
+#include "client/timeline.h"
 #include "output/notice.h"
 #include "output/progress_bar.h"
 #include "sources/archive_source.h"
 #include "system/failure.h"
+#include "verbs/empty_answer.h"
 #include "verbs/event_printer.h"
 #include "verbs/time_range.h"
 
@@ -20,55 +20,39 @@ bool IsWanted(const RecordedEvent& event, const EventsOptions& options) {
   return types.empty() || std::find(types.begin(), types.end(), event.type) != types.end();
 }
 
-// Gives every archive its index.
-void IndexAll(const ServedSource& source, Progress* progress) {
-  // A reader takes memory for all events of what it opens.
-  if (source.Facts().HasAllIndexes() && !source.Facts().Archives().empty()) return;
-  for (const IndexedFile& file : BuildIndexes(source, progress)) {
-    if (file.state != FileState::kFailed) return;
-  }
-  if (!source.Facts().IsFolder())
-    throw Failure(archive_source::FileName(source.Path()) + " " + kWhyNoIndex);
-  throw Failure("no file in " + source.Path() + " can be indexed; zel3 index says why");
-}
+int Events(const HostOptions& host, const EventsOptions& options, EventPrinter* printer) {
+  ServedSource source(host, options.source, options.missingIndexes, PrintNotice);
+  ProgressBar progress;
+  Timeline timeline(&source, &progress);
+  timeline.RequireOne();
 
-// By name.
-std::vector<std::string> ArchivesWithIndex(const SourceFacts& source) {
-  std::vector<std::string> archives = source.Archives();
-  archives.erase(
-      std::remove_if(archives.begin(), archives.end(),
-                     [&source](const std::string& archive) { return !source.HasIndex(archive); }),
-      archives.end());
-  if (archives.empty() && !source.IsFolder()) {
-    throw Failure(archive_source::FileName(source.Path()) + " has no index, and none is built",
-                  kExitNothing);
+  const auto onEvent = [&](const RecordedEvent& event) {
+    if (IsWanted(event, options)) printer->Print(event);
+  };
+  bool isWhole = timeline.IsWhole();
+  for (const ServedArchive& archive : timeline.Archives()) {
+    if (archive.IsLeftOut()) continue;
+    // One without an index is read through at once: building one reads it as well, and takes memory
+    // for all events.
+    const std::uint64_t damaged =
+        archive.HasIndex()
+            ? ForEachEvent(archive.path, source.Facts().CacheOf(archive.path), onEvent)
+            : ForEachFoundEvent(archive.path, onEvent);
+    if (damaged == 0) continue;
+    PrintNotice(archive_source::FileName(archive.path) + ": " + std::to_string(damaged) +
+                " bytes are damaged or cannot be read, and events in them are not known");
+    isWhole = false;
   }
-  return archives;
+  if (!printer->HasPrinted()) timeline.FailWithNothing("no event is recorded there");
+  printer->Finish();
+  return isWhole ? kExitDone : kExitDamaged;
 }
 
 }  // namespace
 
 int RunEvents(const HostOptions& host, const EventsOptions& options) {
   CheckTimeRange(options.from, options.to);
-  const ServedSource source(host, options.source, options.missingIndexes, PrintNotice);
-  const SourceFacts& facts = source.Facts();
-  ProgressBar progress;
-  if (source.Missing() == MissingIndexes::kBuild) IndexAll(source, &progress);
-  const std::vector<std::string> archives = ArchivesWithIndex(facts);
-  bool isComplete = archives.size() == facts.Files().size();
-  if (!isComplete) PrintNotice("files without an index are left out; zel3 index names them");
-
   EventPrinter printer(options.style);
-  const auto onEvent = [&](const RecordedEvent& event) {
-    if (IsWanted(event, options)) printer.Print(event);
-  };
-  for (const std::string& archive : archives) {
-    const CacheNames names = CacheOf(archive, facts.Indexes().folder);
-    if (ForEachEvent(archive, names, onEvent)) continue;
-    PrintNotice(archive_source::FileName(archive) + " cannot be read in part");
-    isComplete = false;
-  }
-  printer.Finish();
-  if (!printer.HasPrinted()) throw Failure("no event is recorded there", kExitNothing);
-  return isComplete ? kExitDone : kExitDamaged;
+  return RunOrPrintEmpty([&] { return Events(host, options, &printer); },
+                         [&] { printer.Finish(); });
 }

@@ -1,86 +1,138 @@
 #include "verbs/index.h"
 
 #include <algorithm>
+#include <map>
+#include <string>
+#include <vector>
 
-#include "client/index_builder.h"
+#include "archive/damage_scan.h"
+#include "client/timeline.h"
 #include "json/json_line.h"
 #include "output/notice.h"
 #include "output/progress_bar.h"
 #include "output/tables.h"
+#include "sources/archive_source.h"
 #include "system/failure.h"
 #include "text/shown_text.h"
 #include "times/time_text.h"
 
 namespace {
 
-const char* Name(FileState state) {
+using State = ServedArchive::State;
+
+const char* Name(State state) {
   switch (state) {
-    case FileState::kCached:
+    case State::kCached:
       return "cached";
-    case FileState::kIndexed:
+    case State::kIndexed:
       return "indexed";
-    case FileState::kFailed:
+    case State::kNotIndexed:
+    case State::kLeftOut:
       break;
   }
   return "failed";
 }
 
-void PrintAsJson(const std::vector<IndexedFile>& files, TimeFormat times) {
+// By path, of the archives whose indexes have been built just now.
+using DamageByPath = std::map<std::string, Damage>;
+
+DamageByPath FindDamage(Timeline* timeline) {
+  DamageByPath found;
+  for (std::size_t number = 0; number < timeline->Archives().size(); ++number) {
+    const ServedArchive& archive = timeline->Archives()[number];
+    if (archive.state != State::kIndexed) continue;
+    const Damage damage = found[archive.path] = DamageOf(archive.path);
+    if (damage.damaged > 0) {
+      timeline->Doubt(number, "has " + Counted(damage.damaged, "damaged byte") +
+                                  "; what they held is not in its index");
+    }
+    if (damage.cutOff > 0) {
+      timeline->Doubt(number, "ends within a record; its " + Counted(damage.cutOff, "byte") +
+                                  " are not in its index");
+    }
+  }
+  return found;
+}
+
+// All files of the source by name, those that are not archives as left out.
+std::vector<ServedArchive> FilesByName(const Timeline& timeline, const SourceFacts& source) {
+  std::map<std::string, ServedArchive> byPath;
+  for (const ServedArchive& archive : timeline.Archives()) byPath[archive.path] = archive;
+  std::vector<ServedArchive> files;
+  for (const std::string& path : source.Files()) {
+    ServedArchive& file = byPath[path];
+    const auto other = source.Others().find(path);
+    if (other != source.Others().end()) {
+      file.path = path;
+      file.state = State::kLeftOut;
+      file.why = other->second;
+    }
+    files.push_back(file);
+  }
+  return files;
+}
+
+void PrintAsJson(const std::string& source, const std::vector<ServedArchive>& files,
+                 const DamageByPath& damage, TimeFormat times) {
   Json list = Json::array();
-  for (const IndexedFile& file : files) {
+  for (const ServedArchive& file : files) {
     Json entry;
-    entry["name"] = file.name;
+    entry["file"] = archive_source::FileName(file.path);
     entry["state"] = Name(file.state);
-    if (file.state != FileState::kFailed) {
-      entry["startTime"] = TimeJson(file.startTime, times);
-      entry["endTime"] = TimeJson(file.endTime, times);
+    if (file.HasIndex()) {
+      entry["start"] = TimeJson(file.start, times);
+      entry["end"] = TimeJson(file.end, times);
+      entry["entries"] = file.entries;
+      const auto found = damage.find(file.path);
+      const bool isKnown = found != damage.end();
+      entry["damagedBytes"] = isKnown ? Json(found->second.damaged) : Json(nullptr);
+      entry["cutOffBytes"] = isKnown ? Json(found->second.cutOff) : Json(nullptr);
     } else {
-      entry["why"] = file.whyFailed;
+      entry["why"] = file.why;
     }
     list.push_back(std::move(entry));
   }
   Json json;
+  json["source"] = source;
   json["files"] = std::move(list);
   PrintJsonLine(json);
 }
 
 // The last column is there only when a file has failed.
-constexpr std::size_t kColumnsWithWhy = 5;
+constexpr std::size_t kColumnsWithWhy = 6;
 
-void PrintAsText(const std::vector<IndexedFile>& files, TimeFormat times) {
-  std::vector<std::vector<std::string>> rows{{"file", "state", "start", "end"}};
-  for (const IndexedFile& file : files) {
-    const bool failed = file.state == FileState::kFailed;
-    rows.push_back({Escaped(file.name), Name(file.state),
-                    failed ? "-" : TimeText(file.startTime, times),
-                    failed ? "-" : TimeText(file.endTime, times)});
-    if (!failed) continue;
-    rows.front().resize(kColumnsWithWhy, "why");
-    rows.back().push_back(Escaped(file.whyFailed));
+void PrintAsText(const std::vector<ServedArchive>& files, TimeFormat times) {
+  std::vector<std::vector<std::string>> rows{{"file", "state", "start", "end", "entries"}};
+  for (const ServedArchive& file : files) {
+    const std::string name = Escaped(archive_source::FileName(file.path));
+    if (file.HasIndex()) {
+      rows.push_back({name, Name(file.state), TimeText(file.start, times),
+                      TimeText(file.end, times), std::to_string(file.entries)});
+    } else {
+      rows.front().resize(kColumnsWithWhy, "why");
+      rows.push_back({name, Name(file.state), "-", "-", "-", Escaped(file.why)});
+    }
   }
   PrintTable(rows, {{"failed", Colour::kRed}});
-}
-
-int ExitCodeFor(const std::vector<IndexedFile>& files) {
-  const auto failed = std::count_if(files.begin(), files.end(), [](const IndexedFile& file) {
-    return file.state == FileState::kFailed;
-  });
-  if (failed == 0) return kExitDone;
-  return failed == static_cast<std::ptrdiff_t>(files.size()) ? kExitFailed : kExitDamaged;
 }
 
 }  // namespace
 
 int RunIndex(const HostOptions& host, const IndexOptions& options) {
-  const ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
+  ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
+  if (options.refresh) source.DropIndexes();
   ProgressBar progress;
-  const std::vector<IndexedFile> files = BuildIndexes(source, &progress);
+  Timeline timeline(&source, &progress);
+  timeline.IndexAll();
+  const DamageByPath damage = FindDamage(&timeline);
+  const std::vector<ServedArchive> files = FilesByName(timeline, source.Facts());
   if (options.style.format == OutputFormat::kJson) {
-    PrintAsJson(files, options.style.Times());
+    PrintAsJson(source.Path(), files, damage, options.style.Times());
   } else {
     PrintAsText(files, options.style.Times());
   }
-  const int exitCode = ExitCodeFor(files);
-  if (exitCode != kExitDone) PrintNotice("some files could not be indexed");
-  return exitCode;
+  const bool anyIndexed = std::any_of(files.begin(), files.end(),
+                                      [](const ServedArchive& file) { return file.HasIndex(); });
+  if (!anyIndexed) return kExitFailed;
+  return timeline.IsWhole() ? kExitDone : kExitDamaged;
 }

@@ -7,6 +7,7 @@
 
 struct IndexOptions {
   std::string source;
+  bool refresh = false;  // also indexes that are there are built again
   OutputStyle style;
 };
 

@@ -4,8 +4,7 @@
 #include <optional>
 #include <utility>
 
-#include "client/archive_client.h"
-#include "client/listed_files.h"
+#include "client/timeline.h"
 #include "json/json_line.h"
 #include "output/notice.h"
 #include "output/progress_bar.h"
@@ -13,29 +12,35 @@
 #include "sources/archive_source.h"
 #include "sources/archive_streams.h"
 #include "system/failure.h"
+#include "system/file_status.h"
 #include "text/shown_text.h"
 #include "times/time_text.h"
 
 namespace {
 
-// Sign that a file may have more streams, and that something cannot be told.
+// Signs that something is known only with an index, and that something cannot be told.
 constexpr char kPerhapsMore[] = "...";
 constexpr char kUnknown[] = "?";
 
 struct ShownArchive {
-  ListedArchive listed;
-  std::string name;                        // empty: not known
+  ServedArchive archive;
+  std::uint32_t number = 0;
+  std::uint64_t bytes = 0;
   std::optional<DeclaredStreams> streams;  // nothing: not known
+
+  std::string Name() const { return archive_source::FileName(archive.path); }
 };
 
-// The reader tells neither names nor, once a file has its index, streams.
-std::vector<ShownArchive> LookInto(const ArchiveList& list, const SourceFacts& source) {
-  const std::vector<std::string> paths = FilesOf(list.archives, source);
+std::vector<ShownArchive> LookInto(const Timeline& timeline, const SourceFacts& source) {
   std::vector<ShownArchive> archives;
-  for (std::size_t i = 0; i < paths.size(); ++i) {
-    ShownArchive archive{list.archives[i], archive_source::FileName(paths[i]), {}};
-    if (!paths[i].empty()) archive.streams = StreamsOf(paths[i], source);
-    archives.push_back(std::move(archive));
+  std::uint32_t number = 0;
+  for (const ServedArchive& archive : timeline.Archives()) {
+    ShownArchive shown;
+    shown.archive = archive;
+    shown.number = number++;
+    if (const auto status = StatusOf(archive.path)) shown.bytes = status->stx_size;
+    shown.streams = StreamsOf(archive.path, source);
+    if (!archive.IsLeftOut()) archives.push_back(std::move(shown));
   }
   return archives;
 }
@@ -45,14 +50,18 @@ void PrintAsJson(const std::string& source, const std::vector<ShownArchive>& arc
   Json json;
   json["source"] = source;
   Json& files = json["files"] = Json::array();
-  for (const ShownArchive& archive : archives) {
+  for (const ShownArchive& shown : archives) {
+    const bool hasIndex = shown.archive.HasIndex();
     Json file;
-    file["fileNumber"] = archive.listed.fileNumber;
-    file["name"] = archive.name.empty() ? Json(nullptr) : Json(archive.name);
-    file["startTime"] = TimeJson(archive.listed.startTime, times);
-    file["endTime"] = TimeJson(archive.listed.endTime, times);
-    file["streams"] = archive.streams ? Json(archive.streams->ids) : Json(nullptr);
-    file["streamsComplete"] = archive.streams && archive.streams->ofAllHeaders;
+    file["file"] = shown.Name();
+    file["fileNumber"] = shown.number;
+    file["start"] = TimeJson(shown.archive.start, times);
+    file["end"] = TimeJson(shown.archive.end, times);
+    file["entries"] = hasIndex ? Json(shown.archive.entries) : Json(nullptr);
+    file["indexed"] = hasIndex;
+    file["bytes"] = shown.bytes;
+    file["streams"] = shown.streams ? Json(shown.streams->ids) : Json(nullptr);
+    file["streamsComplete"] = shown.streams && shown.streams->ofAllHeaders;
     files.push_back(std::move(file));
   }
   PrintJsonLine(json);
@@ -71,33 +80,35 @@ void PrintAsText(const std::string& source, const std::vector<ShownArchive>& arc
   std::cout << Escaped(source) << '\n';
   bool anyUnknown = false;
   bool anyPerhapsMore = false;
-  std::vector<std::vector<std::string>> rows{{"file", "name", "start", "end", "streams"}};
-  for (const ShownArchive& archive : archives) {
-    rows.push_back({std::to_string(archive.listed.fileNumber),
-                    archive.name.empty() ? kUnknown : Escaped(archive.name),
-                    TimeText(archive.listed.startTime, times),
-                    TimeText(archive.listed.endTime, times), StreamsText(archive.streams)});
-    anyUnknown = anyUnknown || archive.name.empty() || !archive.streams;
-    anyPerhapsMore = anyPerhapsMore || (archive.streams && !archive.streams->ofAllHeaders);
+  std::vector<std::vector<std::string>> rows{
+      {"file", "number", "start", "end", "entries", "streams"}};
+  for (const ShownArchive& shown : archives) {
+    const bool hasIndex = shown.archive.HasIndex();
+    rows.push_back({Escaped(shown.Name()), std::to_string(shown.number),
+                    TimeText(shown.archive.start, times), TimeText(shown.archive.end, times),
+                    hasIndex ? std::to_string(shown.archive.entries) : kPerhapsMore,
+                    StreamsText(shown.streams)});
+    anyUnknown = anyUnknown || !shown.streams;
+    anyPerhapsMore = anyPerhapsMore || !hasIndex || (shown.streams && !shown.streams->ofAllHeaders);
   }
   PrintTable(rows);
   if (anyPerhapsMore)
-    std::cout << kPerhapsMore << " perhaps more: known when the file has its index\n";
+    std::cout << kPerhapsMore << " not all is known before the file has its index\n";
   if (anyUnknown) std::cout << kUnknown << " cannot be told: zel3 doctor says what is wrong\n";
 }
 
 }  // namespace
 
 int RunInfo(const HostOptions& host, const InfoOptions& options) {
-  const ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
+  ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
   ProgressBar progress;
-  ArchiveClient client(source, &progress);
-  const ArchiveList list = client.ListOrFail();
-  const std::vector<ShownArchive> archives = LookInto(list, source.Facts());
+  const Timeline timeline(&source, &progress);
+  timeline.RequireOne();
+  const std::vector<ShownArchive> archives = LookInto(timeline, source.Facts());
   if (options.style.format == OutputFormat::kJson) {
-    PrintAsJson(list.source, archives, options.style.Times());
+    PrintAsJson(source.Path(), archives, options.style.Times());
   } else {
-    PrintAsText(list.source, archives, options.style.Times());
+    PrintAsText(source.Path(), archives, options.style.Times());
   }
-  return source.LeavesOut() ? kExitDamaged : kExitDone;
+  return timeline.IsWhole() ? kExitDone : kExitDamaged;
 }

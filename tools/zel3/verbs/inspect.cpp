@@ -87,7 +87,7 @@ void PrintAsText(const PlugInFacts& facts) {
 
 Json AsJson(const PlugInFacts& facts) {
   Json json;
-  json["file"] = facts.file;
+  json["path"] = facts.file;
   json["signature"] = facts.signature;
   json["entryPoints"] = facts.entryPoints;
   json["makes"] = Json::array();

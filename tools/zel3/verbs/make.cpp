@@ -59,24 +59,34 @@ void WriteTruth(const std::string& path, const GroundTruth& truth) {
   file.Finish();
 }
 
+ArchiveTime StartOf(const GroundTruthFile& file) {
+  return ToArchiveTime(file.entries.front().indexTime);
+}
+
+// Of the last entry, as other verbs show it.
+ArchiveTime EndOf(const GroundTruthFile& file) {
+  return ToArchiveTime(file.entries.back().indexTime);
+}
+
 void PrintAsJson(const GroundTruth& truth, TimeFormat times) {
   Json json;
   Json& files = json["files"] = Json::array();
   for (const GroundTruthFile& file : truth.files) {
     Json entry;
-    entry["name"] = file.name;
-    entry["size"] = file.size;
+    entry["file"] = file.name;
+    entry["fileNumber"] = files.size();
+    entry["start"] = TimeJson(StartOf(file), times);
+    entry["end"] = TimeJson(EndOf(file), times);
     entry["entries"] = file.entries.size();
-    entry["startTime"] = TimeJson(ToArchiveTime(file.entries.front().indexTime), times);
-    entry["endTime"] = TimeJson(ToArchiveTime(file.endIndexTime), times);
+    entry["bytes"] = file.size;
     files.push_back(std::move(entry));
   }
   Json& gaps = json["gaps"] = Json::array();
-  for (const GroundTruthGap& gap : truth.gaps) {
-    Json entry;
-    entry["from"] = TimeJson(ToArchiveTime(gap.fromIndexTime), times);
-    entry["to"] = TimeJson(ToArchiveTime(gap.toIndexTime), times);
-    gaps.push_back(std::move(entry));
+  for (std::size_t i = 1; i < truth.files.size(); ++i) {
+    const GroundTruthFile& before = truth.files[i - 1];
+    if (StartOf(truth.files[i]) == ToArchiveTime(before.endIndexTime)) continue;
+    gaps.push_back({{"from", TimeJson(EndOf(before), times)},
+                    {"to", TimeJson(StartOf(truth.files[i]), times)}});
   }
   PrintJsonLine(json);
 }
@@ -85,9 +95,8 @@ void PrintAsText(const GroundTruth& truth, TimeFormat times) {
   std::vector<std::vector<std::string>> rows{{"file", "bytes", "entries", "start", "end"}};
   for (const GroundTruthFile& file : truth.files) {
     rows.push_back({Escaped(file.name), std::to_string(file.size),
-                    std::to_string(file.entries.size()),
-                    TimeText(ToArchiveTime(file.entries.front().indexTime), times),
-                    TimeText(ToArchiveTime(file.endIndexTime), times)});
+                    std::to_string(file.entries.size()), TimeText(StartOf(file), times),
+                    TimeText(EndOf(file), times)});
   }
   PrintTable(rows);
 }

@@ -2,13 +2,17 @@
 
 #include <algorithm>
 
-#include "client/indexed_source.h"
+#include "client/doubt.h"
+#include "client/timeline.h"
 #include "json/json_line.h"
 #include "output/notice.h"
 #include "output/progress_bar.h"
 #include "output/tables.h"
+#include "sources/archive_source.h"
 #include "system/failure.h"
+#include "text/shown_text.h"
 #include "times/time_text.h"
+#include "verbs/empty_answer.h"
 #include "verbs/time_range.h"
 
 namespace {
@@ -17,7 +21,9 @@ constexpr std::uint32_t kMostPositions = 10000;
 
 struct Position {
   ArchiveTime time = 0;
-  std::optional<PreviewEntry> shown;
+  std::optional<FoundEntry> entry;  // the first at that time or later; none before all archives
+  std::string file;                 // that holds it
+  bool timeReached = false;         // the end of the range is not after the entry
 };
 
 void Check(const PreviewOptions& options) {
@@ -40,30 +46,39 @@ void PrintAsJson(const std::vector<Position>& positions, TimeFormat times) {
     Json row;
     row["time"] = TimeJson(position.time, times);
     Json& entry = row["entry"] = nullptr;
-    if (position.shown) {
-      entry["fileNumber"] = position.shown->entry.fileNumber;
-      entry["entryNumber"] = position.shown->entry.entryNumber;
-      entry["time"] = TimeJson(position.shown->entry.time, times);
-      entry["timeReached"] = position.shown->timeReached;
+    if (position.entry) {
+      entry["file"] = position.file;
+      entry["fileNumber"] = position.entry->fileNumber;
+      entry["entryNumber"] = position.entry->entryNumber;
+      entry["time"] = TimeJson(position.entry->time, times);
+      entry["timeReached"] = position.timeReached;
     }
     list.push_back(std::move(row));
   }
   PrintJsonLine(json);
 }
 
-// `none` stands for each cell of an entry that there is not.
+// How rows are written: the heads, what stands for each cell of an entry that there is not, and
+// the words for whether the end of the range is not after the entry.
+struct RowStyle {
+  std::vector<std::string> heads;
+  const char* none;
+  const char* reached;
+  const char* notReached;
+};
+
 std::vector<std::vector<std::string>> AsRows(const std::vector<Position>& positions,
-                                             TimeFormat times, const std::string& none) {
-  std::vector<std::vector<std::string>> rows{
-      {"position", "file", "entry", "entry time", "time reached"}};
+                                             TimeFormat times, const RowStyle& style) {
+  std::vector<std::vector<std::string>> rows{style.heads};
   for (const Position& position : positions) {
     const std::string time = TimeText(position.time, times);
-    if (position.shown) {
-      const FoundEntry& entry = position.shown->entry;
-      rows.push_back({time, std::to_string(entry.fileNumber), std::to_string(entry.entryNumber),
-                      TimeText(entry.time, times), position.shown->timeReached ? "yes" : "no"});
+    if (position.entry) {
+      const FoundEntry& entry = *position.entry;
+      rows.push_back({time, Escaped(position.file), std::to_string(entry.fileNumber),
+                      std::to_string(entry.entryNumber), TimeText(entry.time, times),
+                      position.timeReached ? style.reached : style.notReached});
     } else {
-      rows.push_back({time, none, none, none, none});
+      rows.push_back({time, style.none, style.none, style.none, style.none, style.none});
     }
   }
   return rows;
@@ -72,30 +87,56 @@ std::vector<std::vector<std::string>> AsRows(const std::vector<Position>& positi
 void Print(const std::vector<Position>& positions, const OutputStyle& style) {
   const TimeFormat times = style.Times();
   if (style.format == OutputFormat::kText) {
-    PrintTable(AsRows(positions, times, "none"));
+    PrintTable(AsRows(positions, times,
+                      {{"position", "file", "number", "entry", "entry time", "time reached"},
+                       "none",
+                       "yes",
+                       "no"}));
   } else if (style.format == OutputFormat::kCsv) {
-    PrintCsv(AsRows(positions, times, ""));
+    PrintCsv(AsRows(positions, times,
+                    {{"time", "file", "fileNumber", "entryNumber", "entryTime", "timeReached"},
+                     "",
+                     "true",
+                     "false"}));
   } else {
     PrintAsJson(positions, times);
   }
+}
+
+int Preview(const HostOptions& host, const PreviewOptions& options) {
+  ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
+  ProgressBar progress;
+  Timeline timeline(&source, &progress);
+  timeline.RequireOne();
+  std::vector<Position> positions;
+  for (std::uint32_t i = 0; i < options.count; ++i) {
+    Position position;
+    position.time = TimeOf(i, options);
+    if (position.time >= timeline.Start()) position.entry = timeline.FirstFrom(position.time);
+    if (position.entry) {
+      DoubtFirst(*position.entry, &timeline);
+      position.file =
+          archive_source::FileName(timeline.Archives()[position.entry->fileNumber].path);
+      position.timeReached = options.to <= position.entry->time;
+    }
+    positions.push_back(position);
+  }
+  if (std::none_of(positions.begin(), positions.end(),
+                   [](const Position& position) { return position.entry.has_value(); })) {
+    DoubtEnds(&timeline);
+    timeline.FailWithNothing();
+  }
+  Print(positions, options.style);
+  return timeline.IsWhole() ? kExitDone : kExitDamaged;
 }
 
 }  // namespace
 
 int RunPreview(const HostOptions& host, const PreviewOptions& options) {
   Check(options);
-  const ServedSource served(host, options.source, MissingIndexes::kBuild, PrintNotice);
-  ProgressBar progress;
-  IndexedSource source(served, &progress);
-  std::vector<Position> positions;
-  for (std::uint32_t i = 0; i < options.count; ++i) {
-    const ArchiveTime time = TimeOf(i, options);
-    positions.push_back({time, source.Client().Preview(time, options.to)});
-  }
-  if (std::none_of(positions.begin(), positions.end(),
-                   [](const Position& position) { return position.shown.has_value(); })) {
-    source.FailWithNothing();
-  }
-  Print(positions, options.style);
-  return source.IsComplete() ? kExitDone : kExitDamaged;
+  return RunOrPrintEmpty([&] { return Preview(host, options); },
+                         [&] {
+                           if (options.style.format != OutputFormat::kText)
+                             Print(std::vector<Position>(), options.style);
+                         });
 }

@@ -2,11 +2,15 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <iostream>
+#include <limits>
 
-#include "client/archive_client.h"
-#include "client/entry_walk.h"
+#include "archive/entry_copy.h"
+#include "client/doubt.h"
+#include "client/entry_ranges.h"
 #include "client/recorded_gap.h"
+#include "client/timeline.h"
 #include "json/json_line.h"
 #include "output/notice.h"
 #include "output/output_file.h"
@@ -14,7 +18,9 @@
 #include "output/progress_bar.h"
 #include "system/failure.h"
 #include "text/json_text.h"
+#include "text/shown_text.h"
 #include "times/time_text.h"
+#include "verbs/empty_answer.h"
 #include "verbs/time_range.h"
 
 namespace {
@@ -36,61 +42,124 @@ struct Gap {
   ArchiveTime to;
 };
 
-// Tells where nothing is recorded between two entries of a walk.
-class GapWatch {
+// Tells how the times of entries follow each other, which come in the order of their archives.
+class TimeWatch {
  public:
-  // The gap between the entry taken last and this one.
-  std::optional<Gap> Take(std::uint32_t fileNumber, ArchiveTime time) {
-    std::optional<Gap> gap;
-    if (mTaken && time > mTime) {
+  // Where nothing is recorded between the entry taken last and this one, or where the time goes
+  // back. `step`: of the archive.
+  std::optional<Gap> Take(std::size_t archive, ArchiveTime time, ArchiveTime step) {
+    std::optional<Gap> leap;
+    if (mTaken) {
       const std::uint64_t mostSteps =
-          fileNumber == mFileNumber ? kMostStepsInAFile : kMostStepsToTheNextFile;
-      if (IsGap(time - mTime, mStep, mostSteps)) gap = Gap{mTime, time};
-      if (mStep == 0) mStep = time - mTime;
+          archive == mArchive ? kMostStepsInAFile : kMostStepsToTheNextFile;
+      const bool isBackward = time < mTime;
+      if (isBackward || IsGap(time - mTime, mStep, mostSteps)) leap = Gap{mTime, time};
     }
     mTaken = true;
-    mFileNumber = fileNumber;
+    mArchive = archive;
     mTime = time;
-    return gap;
+    mStep = step;
+    return leap;
   }
 
  private:
   bool mTaken = false;
-  std::uint32_t mFileNumber = 0;
+  std::size_t mArchive = 0;
   ArchiveTime mTime = 0;
-  ArchiveTime mStep = 0;  // the first one between two times
+  ArchiveTime mStep = 0;
 };
 
 // What has been read.
 struct Summary {
-  std::uint64_t entries = 0;
-  std::uint64_t damaged = 0;  // could not be read
+  CopyCounts counts;
   std::uint64_t bytes = 0;
   std::vector<Gap> gaps;
-  EntryWalk::End end = EntryWalk::End::kReached;
+  std::vector<Gap> backward;    // where the time goes back
+  std::uint64_t misplaced = 0;  // entries with a time that is not between those of their neighbours
+  bool stopped = false;         // at a gap
+
+  bool IsWhole() const {
+    return counts.lostBytes == 0 && counts.cutOffBytes == 0 && counts.undeclaredEntries == 0 &&
+           !counts.hasNoHeader;
+  }
 };
 
-const char* Name(EntryWalk::End end) {
-  switch (end) {
-    case EntryWalk::End::kStopped:
-      return "gap";
-    case EntryWalk::End::kOutOfOrder:
-      return "out-of-order";
-    case EntryWalk::End::kReached:
-      break;
+class RangeCopy {
+ public:
+  RangeCopy(const ReadOptions& options, Timeline* timeline, OutputFile* output)
+      : mOptions(options), mTimeline(*timeline), mOutput(*output) {}
+
+  Summary Copy() {
+    const std::vector<ServedArchive>& archives = mTimeline.Archives();
+    for (std::size_t number = 0; number < archives.size() && !mSummary.stopped; ++number) {
+      const ServedArchive& archive = archives[number];
+      const ArchiveTime end = archive.end + std::max(archive.step, kLongestStep);
+      if (archive.IsLeftOut() || archive.start >= mOptions.to || end < mOptions.from) continue;
+      if (const OpenedArchive* const opened = mTimeline.Open(number)) CopyOf(number, *opened);
+    }
+    return mSummary;
   }
-  return "range";
+
+ private:
+  // No archive that is not indexed yet has a longer first step.
+  static constexpr ArchiveTime kLongestStep = std::numeric_limits<ArchiveTime>::max() / 2;
+
+  void CopyOf(std::size_t number, const OpenedArchive& opened) {
+    EntryCopy copy(
+        opened.File(), opened.Index(), &mSummary.counts,
+        [this](const unsigned char* bytes, std::size_t size) { mOutput.Write(bytes, size); });
+    for (const EntryRange& range : EntriesWithin(opened, mOptions.from, mOptions.to)) {
+      copy.Copy(range.first, UpToGap(number, opened, range));
+      if (mSummary.stopped) break;
+    }
+  }
+
+  // The end of the entries to be copied.
+  std::size_t UpToGap(std::size_t number, const OpenedArchive& opened, const EntryRange& range) {
+    for (std::size_t entry = range.first; entry < range.end; ++entry) {
+      const ArchiveTime place = opened.Index().PlaceOf(entry);
+      if (place != opened.Index().TimeOf(entry)) ++mSummary.misplaced;
+      const std::optional<Gap> leap = mWatch.Take(number, place, opened.Span().step);
+      if (!leap) continue;
+      if (leap->to < leap->from) {
+        mSummary.backward.push_back(*leap);
+        continue;
+      }
+      mSummary.gaps.push_back(*leap);
+      if (!mOptions.stopAtGap) continue;
+      mSummary.stopped = true;
+      return entry;
+    }
+    return range.end;
+  }
+
+  const ReadOptions& mOptions;
+  Timeline& mTimeline;
+  OutputFile& mOutput;
+  TimeWatch mWatch;
+  Summary mSummary;
+};
+
+Json AsJson(const std::vector<Gap>& gaps, TimeFormat times) {
+  Json list = Json::array();
+  for (const Gap& gap : gaps)
+    list.push_back({{"from", TimeJson(gap.from, times)}, {"to", TimeJson(gap.to, times)}});
+  return list;
 }
 
 void TellAsJson(const Summary& summary, bool bytesOnOutput, TimeFormat times) {
   Json json;
-  json["entries"] = summary.entries;
-  json["damaged"] = summary.damaged;
+  json["entries"] = summary.counts.entries;
   json["bytes"] = summary.bytes;
-  json["end"] = Name(summary.end);
-  json["gaps"] = Json::array();
-  for (const Gap& gap : summary.gaps)
-    json["gaps"].push_back({{"from", TimeJson(gap.from, times)}, {"to", TimeJson(gap.to, times)}});
+  json["damagedEntries"] = summary.counts.damagedEntries;
+  json["damagedBytes"] = summary.counts.lostBytes;
+  json["cutOffBytes"] = summary.counts.cutOffBytes;
+  json["undeclaredEntries"] = summary.counts.undeclaredEntries;
+  json["withoutHeader"] = summary.counts.hasNoHeader;
+  json["stoppedAt"] = summary.stopped ? "gap" : "range";
+  json["gaps"] = AsJson(summary.gaps, times);
+  json["backward"] = AsJson(summary.backward, times);
+  json["misplacedEntries"] = summary.misplaced;
   (bytesOnOutput ? std::cerr : std::cout) << JsonText(json) << '\n';
 }
 
@@ -99,43 +168,42 @@ void TellAsText(const Summary& summary, TimeFormat times) {
     std::cerr << "nothing is recorded from " << TimeText(gap.from, times) << " to "
               << TimeText(gap.to, times) << '\n';
   }
-  std::cerr << summary.entries << " entries, " << summary.bytes << " bytes\n";
-  if (summary.damaged > 0)
-    PrintNotice(std::to_string(summary.damaged) + " entries could not be read");
-  if (summary.end == EntryWalk::End::kStopped) PrintNotice("stopped at the gap");
-  if (summary.end == EntryWalk::End::kOutOfOrder)
-    PrintNotice("stopped where the entries are out of order");
+  for (const Gap& leap : summary.backward) {
+    std::cerr << "the time goes back from " << TimeText(leap.from, times) << " to "
+              << TimeText(leap.to, times) << '\n';
+  }
+  const CopyCounts& counts = summary.counts;
+  std::cerr << Counted(counts.entries, "entry", "entries") << ", " << summary.bytes << " bytes\n";
+  if (summary.misplaced > 0) {
+    PrintNotice(Counted(summary.misplaced, "entry", "entries") +
+                " with a time that does not fit between its neighbours stayed in place");
+  }
+  if (counts.hasNoHeader) PrintNotice("there is no whole header; parsers need one");
+  if (counts.lostBytes > 0) {
+    PrintNotice(std::to_string(counts.lostBytes) + " bytes are damaged and were passed over");
+  }
+  if (counts.cutOffBytes > 0) {
+    PrintNotice("the last record is not whole; " + std::to_string(counts.cutOffBytes) +
+                " bytes were passed over");
+  }
+  if (counts.undeclaredEntries > 0) {
+    PrintNotice(Counted(counts.undeclaredEntries, "entry", "entries") +
+                " with data of a stream that no header declares");
+  }
+  if (summary.stopped) PrintNotice("stopped at the gap");
 }
 
-}  // namespace
-
-int RunRead(const HostOptions& host, const ReadOptions& options) {
-  CheckTimeRange(options.from, options.to);
-  const ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
-  const std::string target = ChosenOutput(options, source.Facts());
+int Read(const ReadOptions& options, const std::string& target, ServedSource* source) {
   OutputFile output(target);
   ProgressBar progress;
-  ArchiveClient client(source, &progress);
+  Timeline timeline(source, &progress);
+  timeline.RequireOne();
 
-  Summary summary;
-  GapWatch watch;
-  EntryWalk walk(&client,
-                 [&](std::uint32_t fileNumber, std::uint32_t entryNumber, ArchiveTime time) {
-                   if (const std::optional<Gap> gap = watch.Take(fileNumber, time)) {
-                     summary.gaps.push_back(*gap);
-                     if (options.stopAtGap) return false;
-                   }
-                   const auto bytes = client.Read(fileNumber, entryNumber, time);
-                   ++summary.entries;
-                   if (bytes && !bytes->empty()) {
-                     output.Write(*bytes);
-                   } else {
-                     ++summary.damaged;
-                   }
-                   return true;
-                 });
-  summary.end = walk.Visit(options.from, options.to);
-  if (summary.entries == 0) client.FailWithNothing();
+  Summary summary = RangeCopy(options, &timeline, &output).Copy();
+  if (summary.counts.entries + summary.counts.damagedEntries == 0) {
+    DoubtRecorded(options.from, options.to, &timeline);
+    timeline.FailWithNothing();
+  }
   output.Finish();
   summary.bytes = output.BytesWritten();
   if (options.style.format == OutputFormat::kJson) {
@@ -143,7 +211,19 @@ int RunRead(const HostOptions& host, const ReadOptions& options) {
   } else {
     TellAsText(summary, options.style.Times());
   }
-  const bool whole =
-      !source.LeavesOut() && summary.damaged == 0 && summary.end != EntryWalk::End::kOutOfOrder;
-  return whole ? kExitDone : kExitDamaged;
+  return timeline.IsWhole() && summary.IsWhole() ? kExitDone : kExitDamaged;
+}
+
+}  // namespace
+
+int RunRead(const HostOptions& host, const ReadOptions& options) {
+  CheckTimeRange(options.from, options.to);
+  ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
+  const std::string target = ChosenOutput(options, source.Facts());
+  return RunOrPrintEmpty([&] { return Read(options, target, &source); },
+                         [&] {
+                           if (options.style.format != OutputFormat::kJson) return;
+                           TellAsJson(Summary(), OutputFile::IsStandardOutput(target),
+                                      options.style.Times());
+                         });
 }

@@ -91,7 +91,7 @@ void AddStreams(const ArchiveHeader& header, Json* json) {
   Json& streams = (*json)["streams"] = Json::array();
   for (const StreamDescriptor& descriptor : header.streams) {
     Json stream;
-    stream["id"] = descriptor.id;
+    stream["streamId"] = descriptor.id;
     stream["active"] = descriptor.active != 0;
     stream["kind"] = descriptor.kind;
     stream["name"] = descriptor.name;

@@ -25,11 +25,11 @@ std::optional<ReportRange> RangeOf(const ReportOptions& options) {
 
 int RunReport(const HostOptions& host, const ReportOptions& options) {
   const std::optional<ReportRange> range = RangeOf(options);
-  const ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
+  ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
   RefuseToHarm(source.Facts(), options.output);
 
   ProgressBar progress;
-  const ReportData report = CollectReport(source, range, &progress);
+  const ReportData report = CollectReport(&source, range, &progress);
   const bool holdsEntries = std::any_of(report.files.begin(), report.files.end(),
                                         [](const ReportFile& file) { return file.HoldsEntries(); });
   if (range && !holdsEntries) throw Failure(kNothingRecorded, kExitNothing);

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "blocks/units.h"
-#include "client/archive_client.h"
+#include "client/timeline.h"
 #include "output/output_style.h"
 #include "sources/host_options.h"
 

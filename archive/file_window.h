@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "blocks/units.h"
+#include "indexer/plain_file.h"
+
+// Short looks into a file, mostly forward: what is near comes with one read. The longer the way
+// goes on without leaps, the more is read at a time.
+class FileWindow {
+ public:
+  // Borrows the file, which must not change.
+  explicit FileWindow(const PlainFile& file) : mFile(file) {}
+
+  // Borrowed until the next call; null when the file ends before, or cannot be read.
+  const unsigned char* At(FilePosition position, std::size_t size);
+
+ private:
+  static constexpr std::size_t kShortest = 4096;
+  static constexpr std::size_t kLongest = 65536;
+
+  const PlainFile& mFile;
+  std::vector<unsigned char> mBytes;
+  FilePosition mFrom = 0;
+  std::size_t mSize = 0;
+};

@@ -1,0 +1,101 @@
+#include "client/doubt.h"
+
+#include <string>
+
+#include "archive/framing_follow.h"
+#include "blocks/stream_records.h"
+#include "client/recorded_time.h"
+#include "text/shown_text.h"
+
+namespace {
+
+// Whether the framing does not lead from an entry to the next one, or from the last one to the end
+// of the file. A record that the end cuts off is none, unless it swallows others.
+bool IsDamagedAfter(const OpenedArchive& archive, std::size_t entry) {
+  const KeptIndex& index = archive.Index();
+  const bool isLast = entry + 1 == index.Count();
+  const FilePosition end = isLast ? archive.File().Size() : index.PositionOf(entry + 1);
+  const FollowedFraming followed = FollowFraming(
+      archive.File(), index.PositionOf(entry) + kIndexRecordSize, end, index.HeaderFor(entry));
+  if (followed.isDamaged || followed.wholeUpTo == end) return followed.isDamaged;
+  return !isLast || HoldsMarker(archive.File(), followed.wholeUpTo + 1, end);
+}
+
+// From the entry before, or from the start of the file.
+bool IsDamagedBefore(const OpenedArchive& archive, std::size_t entry) {
+  if (entry > 0) return IsDamagedAfter(archive, entry - 1);
+  const FilePosition end = archive.Index().PositionOf(0);
+  const FollowedFraming followed = FollowFraming(archive.File(), 0, end, std::nullopt);
+  return followed.isDamaged || followed.wholeUpTo != end;
+}
+
+void DoubtTail(std::size_t number, Timeline* timeline) {
+  const OpenedArchive* const opened = timeline->Open(number);
+  if (opened == nullptr || !IsDamagedAfter(*opened, opened->Index().Count() - 1)) return;
+  timeline->Doubt(number, "is damaged after its last entry; later ones may be lost");
+}
+
+// Whether there are entries after which, or in front of which, damage hides others.
+bool IsDamagedAtGaps(const OpenedArchive& archive, ArchiveTime from, ArchiveTime to) {
+  const KeptIndex& index = archive.Index();
+  if (IsDamagedBefore(archive, 0)) return true;
+  for (std::size_t entry = 0; entry < index.Count(); ++entry) {
+    const bool isLast = entry + 1 == index.Count();
+    const ArchiveTime end = EndOfEntry(archive, entry);
+    const ArchiveTime next = isLast ? to : index.PlaceOf(entry + 1);
+    const bool meets = index.PlaceOf(entry) < to && next > from;
+    if (meets && (isLast || end < next) && IsDamagedAfter(archive, entry)) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+void DoubtFound(const FoundEntry& found, ArchiveTime time, Lookup lookup, Timeline* timeline) {
+  if (lookup == Lookup::kAtOrBefore && found.time == time) return;
+  const OpenedArchive* const opened = timeline->Open(found.fileNumber);
+  if (opened == nullptr) return;
+  if (IsDamagedBefore(*opened, found.entryNumber) || IsDamagedAfter(*opened, found.entryNumber))
+    timeline->Doubt(found.fileNumber, "is damaged beside the entry; a nearer one may be lost");
+  if (found.entryNumber == 0 && found.fileNumber > 0 && found.time > time)
+    DoubtTail(found.fileNumber - 1, timeline);
+}
+
+void DoubtFirst(const FoundEntry& first, Timeline* timeline) {
+  const OpenedArchive* const opened = timeline->Open(first.fileNumber);
+  if (opened != nullptr && IsDamagedBefore(*opened, first.entryNumber))
+    timeline->Doubt(first.fileNumber, "is damaged before an entry; others may be lost there");
+  if (first.entryNumber == 0 && first.fileNumber > 0) DoubtTail(first.fileNumber - 1, timeline);
+}
+
+void DoubtEnds(Timeline* timeline) {
+  for (std::size_t number = 0; number < timeline->Archives().size(); ++number) {
+    const ServedArchive& archive = timeline->Archives()[number];
+    const bool isAtEnd = archive.start == timeline->Start() || archive.end == timeline->End();
+    // The ends of one without an index have been found to be sound.
+    const OpenedArchive* const opened =
+        archive.HasIndex() && isAtEnd ? timeline->Open(number) : nullptr;
+    if (opened == nullptr) continue;
+    if (IsDamagedBefore(*opened, 0))
+      timeline->Doubt(number, "is damaged before its first entry; others may be lost there");
+    DoubtTail(number, timeline);
+  }
+}
+
+void DoubtRecorded(ArchiveTime from, ArchiveTime to, Timeline* timeline) {
+  for (std::size_t number = 0; number < timeline->Archives().size(); ++number) {
+    const ServedArchive& archive = timeline->Archives()[number];
+    if (archive.IsLeftOut() || archive.start >= to || archive.end < from) continue;
+    const OpenedArchive* const opened = timeline->Open(number);
+    if (opened == nullptr) continue;
+    const std::uint64_t misplaced = opened->Span().misplaced;
+    if (misplaced > 0) {
+      const bool isOne = misplaced == 1;
+      timeline->Doubt(number, "has " + Counted(misplaced, "entry", "entries") +
+                                  " with a wrong time; " +
+                                  (isOne ? "its level is" : "their levels are") + " not counted");
+    }
+    if (IsDamagedAtGaps(*opened, from, to))
+      timeline->Doubt(number, "is damaged where nothing is found; entries may be lost there");
+  }
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "blocks/units.h"
+#include "client/timeline.h"
+
+// Where bytes of an archive are damaged, entries may be lost, and an answer that rests on two
+// entries being neighbours is in doubt; so is what is said of an entry whose time is wrong. These
+// tell the user, and mark the timeline, which is not whole then. A few short reads for each place.
+// All throw Failure when the user interrupts.
+
+// An entry that was found for a time: whether a nearer one may be lost.
+void DoubtFound(const FoundEntry& found, ArchiveTime time, Lookup lookup, Timeline* timeline);
+// The first entry from a time on.
+void DoubtFirst(const FoundEntry& first, Timeline* timeline);
+// That there is nothing before the first entry, or after the last one.
+void DoubtEnds(Timeline* timeline);
+// What was recorded between two times, and what was not.
+void DoubtRecorded(ArchiveTime from, ArchiveTime to, Timeline* timeline);

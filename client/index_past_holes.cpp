@@ -1,0 +1,45 @@
+#include "client/index_past_holes.h"
+
+#include <QFile>
+#include <algorithm>
+
+#include "archive/archive_scan.h"
+#include "archive/index_collector.h"
+#include "sources/reader_path.h"
+#include "system/file_data.h"
+#include "system/file_status.h"
+
+namespace {
+
+// A reader takes a fraction of a second for these.
+constexpr std::uint64_t kFewHoleBytes = 256 << 20;
+constexpr std::uint64_t kMostHolesToData = 16;
+
+}  // namespace
+
+bool IsMostlyHoles(const std::string& archive) {
+  const FileHandle file = OpenForReading(archive);
+  const auto status = file.IsOpen() ? StatusOf(file) : std::nullopt;
+  if (!status) return false;
+  const std::uint64_t data = DataBytes(file);
+  const std::uint64_t holes = status->stx_size - std::min<std::uint64_t>(data, status->stx_size);
+  return holes > kFewHoleBytes && holes / kMostHolesToData > data;
+}
+
+bool IndexPastHoles(const std::string& archive, const ServedSource& source) {
+  const auto status = StatusOf(archive);
+  if (!status) return false;
+  const ReaderPath path(archive, ReaderPath::Links::kKept);
+  const FilePosition end = status->stx_size - 1;
+  cZel3Indexer indexer;
+  indexer.cacheFolder = QFile::decodeName(source.HostFor(archive).cacheFolder.c_str());
+  indexer.Open_file(QFile::decodeName(path.Path().c_str()), end);
+  if (!indexer.Reopen_for_write()) return false;
+  indexer.BeginIntake();
+  IndexCollector collector(&indexer);
+  ScanArchive(archive, collector);
+  indexer.CloseLastStretch(end);
+  indexer.Save_files();
+  indexer.EndRun();
+  return source.Facts().HasIndex(archive);
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+
+#include "sources/served_source.h"
+
+// Files may have holes: parts that were never written, which read as zeros. A reader that builds an
+// index reads through them, however large they are.
+
+// Whether an archive has so many that no reader is to do that.
+bool IsMostlyHoles(const std::string& archive);
+
+// Builds the index of an archive, and keeps it where a reader would, without reading its holes.
+// False when it cannot be kept. Throws Failure when the archive cannot be opened or the user
+// interrupts.
+bool IndexPastHoles(const std::string& archive, const ServedSource& source);

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "blocks/units.h"
+#include "client/served_archive.h"
+#include "client/timeline.h"
+
+// When something was recorded: a quiet camera and a missing recording look the same in activity
+// levels.
+
+// When an entry ends: when the next one of its archive begins. Before a gap, before a clock was set
+// back and at the end of the archive it lasts as long as entries typically do, or one unit of
+// index time where that is not known.
+ArchiveTime EndOfEntry(const OpenedArchive& archive, std::size_t entry);
+
+// A time in which something was recorded all along; `to` is not part of it.
+struct RecordedStretch {
+  ArchiveTime from = 0;
+  ArchiveTime to = 0;
+};
+
+// All of the archives of a timeline between two times, ascending and apart. A change of archives
+// that takes no more than two steps is not a gap. Throws what Timeline::Open throws.
+std::vector<RecordedStretch> RecordedWithin(ArchiveTime from, ArchiveTime to, Timeline* timeline);

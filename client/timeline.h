@@ -1,0 +1,114 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <list>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "archive/index_fit.h"
+#include "archive/kept_index.h"
+#include "blocks/units.h"
+#include "client/archive_client.h"
+#include "client/plug_ins.h"
+#include "client/served_archive.h"
+#include "sources/served_source.h"
+#include "system/progress.h"
+
+enum class Lookup {
+  kAtOrBefore,
+  kNext,      // the entry after the one at or before the time
+  kPrevious,  // the entry before the one at or before the time
+};
+
+constexpr char kNothingRecorded[] = "nothing is recorded there";
+
+// The archives of a source in the order of time. Each is served by a reader of its own, so that one
+// that cannot be served costs its own time only; what the readers answer is joined here.
+//
+// An index is believed only when it is seen to be that of its archive as it is now. One that is not
+// is built again, with a word to the user, or, where missing indexes are left out, serves as far as
+// it is true.
+class Timeline {
+ public:
+  // Borrows both. Looks at every archive of the source; builds the indexes of those that do not
+  // tell without one when they begin and end. Throws Failure when the source holds no archive file
+  // and, as all functions do, when the user interrupts.
+  Timeline(ServedSource* source, Progress* progress);
+
+  // By start; their numbers are their places. Those that turn out not to be served stay, marked.
+  const std::vector<ServedArchive>& Archives() const { return mArchives; }
+
+  // Gives every archive its index.
+  void IndexAll();
+  // Throws Failure when no archive can be served.
+  void RequireOne() const;
+
+  // The archive, with its index, which is built when needed. Null when it cannot be served. Valid
+  // until a few others have been opened. Where missing indexes are left out its reader must not be
+  // asked: a reader changes what lies in a folder of indexes.
+  OpenedArchive* Open(std::size_t number);
+
+  // The entry that a time belongs to. A time in a gap between archives belongs to the first entry
+  // after it, one before all archives to none.
+  std::optional<FoundEntry> Find(ArchiveTime time, Lookup lookup);
+  // The first entry at `time` or later; nothing for a time before all archives.
+  std::optional<FoundEntry> FirstFrom(ArchiveTime time);
+
+  // Of the earliest entry and of the latest. REQUIRES: an archive can be served.
+  ArchiveTime Start() const;
+  ArchiveTime End() const;
+
+  // Tells the user why an answer is in doubt that rests on an archive, once for each reason.
+  void Doubt(std::size_t number, const std::string& why);
+
+  // Whether everything that the files of the source hold is served, and nothing is in doubt.
+  bool IsWhole() const;
+
+  // Whether an index has been built.
+  bool BuiltAnIndex() const { return mBuiltAnIndex; }
+
+  // Ends the verb because nothing was found, or because none can be served; where files are left
+  // out, as incomplete.
+  [[noreturn]] void FailWithNothing(const std::string& what = kNothingRecorded) const;
+
+ private:
+  struct Opened {
+    std::size_t number;
+    std::unique_ptr<OpenedArchive> archive;
+  };
+
+  bool LeavesOutMissing() const { return mSource.Missing() == MissingIndexes::kLeaveOut; }
+  ArchiveIdentity IdentityOf(const ServedArchive& archive) const;
+  void Tell(const ServedArchive& archive, const std::string& what) const;
+  void Look(ServedArchive* archive);
+  bool LookIntoIndex(ServedArchive* archive);
+  IndexFit FitWithCache(const ServedArchive& archive, const KeptIndex& index, const PlainFile& file,
+                        const ArchiveIdentity& identity);
+  void LookAtEnds(ServedArchive* archive);
+  void Build(ServedArchive* archive);
+  std::optional<ServedArchive::State> BuildOnce(const ServedArchive& archive);
+  void Collect(ServedArchive* archive);
+  std::optional<KeptIndex> LoadIndex(const ServedArchive& archive) const;
+  void Accept(const IndexedSpan& span, const ArchiveIdentity& identity, ServedArchive* archive);
+  void LeaveOut(const std::string& why, ServedArchive* archive);
+  FoundEntry Entry(std::size_t number, const OpenedArchive& opened, std::size_t entry) const;
+  std::optional<FoundEntry> FirstOfOrAfter(std::size_t number);
+  std::optional<FoundEntry> LastBefore(std::size_t number);
+  std::optional<FoundEntry> Next(const FoundEntry& found);
+  std::optional<FoundEntry> Previous(const FoundEntry& found);
+
+  ServedSource& mSource;
+  Progress* const mProgress;
+  const PlugIns mPlugIns;
+  std::vector<ServedArchive> mArchives;
+  std::map<std::string, KeptIndex> mCollected;  // indexes that cannot be kept, by archive
+  std::list<Opened> mOpened;                    // the one used last comes first
+  std::set<std::pair<std::size_t, std::string>> mDoubts;
+  bool mBuiltAnIndex = false;
+};
