@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <list>
-#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -11,11 +10,9 @@
 #include <utility>
 #include <vector>
 
-#include "archive/index_fit.h"
-#include "archive/kept_index.h"
 #include "blocks/units.h"
-#include "client/archive_client.h"
-#include "client/plug_ins.h"
+#include "client/answers.h"
+#include "client/proven_indexes.h"
 #include "client/served_archive.h"
 #include "sources/served_source.h"
 #include "system/progress.h"
@@ -30,10 +27,6 @@ constexpr char kNothingRecorded[] = "nothing is recorded there";
 
 // The archives of a source in the order of time. Each is served by a reader of its own, so that one
 // that cannot be served costs its own time only; what the readers answer is joined here.
-//
-// An index is believed only when it is seen to be that of its archive as it is now. One that is not
-// is built again, with a word to the user, or, where missing indexes are left out, serves as far as
-// it is true.
 class Timeline {
  public:
   // Borrows both. Looks at every archive of the source; builds the indexes of those that do not
@@ -71,7 +64,7 @@ class Timeline {
   bool IsWhole() const;
 
   // Whether an index has been built.
-  bool BuiltAnIndex() const { return mBuiltAnIndex; }
+  bool BuiltAnIndex() const { return mIndexes.BuiltAnIndex(); }
 
   // Ends the verb because nothing was found, or because none can be served; where files are left
   // out, as incomplete.
@@ -83,20 +76,6 @@ class Timeline {
     std::unique_ptr<OpenedArchive> archive;
   };
 
-  bool LeavesOutMissing() const { return mSource.Missing() == MissingIndexes::kLeaveOut; }
-  ArchiveIdentity IdentityOf(const ServedArchive& archive) const;
-  void Tell(const ServedArchive& archive, const std::string& what) const;
-  void Look(ServedArchive* archive);
-  bool LookIntoIndex(ServedArchive* archive);
-  IndexFit FitWithCache(const ServedArchive& archive, const KeptIndex& index, const PlainFile& file,
-                        const ArchiveIdentity& identity);
-  void LookAtEnds(ServedArchive* archive);
-  void Build(ServedArchive* archive);
-  std::optional<ServedArchive::State> BuildOnce(const ServedArchive& archive);
-  void Collect(ServedArchive* archive);
-  std::optional<KeptIndex> LoadIndex(const ServedArchive& archive) const;
-  void Accept(const IndexedSpan& span, const ArchiveIdentity& identity, ServedArchive* archive);
-  void LeaveOut(const std::string& why, ServedArchive* archive);
   FoundEntry Entry(std::size_t number, const OpenedArchive& opened, std::size_t entry) const;
   std::optional<FoundEntry> FirstOfOrAfter(std::size_t number);
   std::optional<FoundEntry> LastBefore(std::size_t number);
@@ -104,11 +83,8 @@ class Timeline {
   std::optional<FoundEntry> Previous(const FoundEntry& found);
 
   ServedSource& mSource;
-  Progress* const mProgress;
-  const PlugIns mPlugIns;
+  ProvenIndexes mIndexes;
   std::vector<ServedArchive> mArchives;
-  std::map<std::string, KeptIndex> mCollected;  // indexes that cannot be kept, by archive
-  std::list<Opened> mOpened;                    // the one used last comes first
+  std::list<Opened> mOpened;  // the one used last comes first
   std::set<std::pair<std::size_t, std::string>> mDoubts;
-  bool mBuiltAnIndex = false;
 };

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "archive/index_fit.h"
+#include "archive/kept_index.h"
+#include "client/plug_ins.h"
+#include "client/served_archive.h"
+#include "sources/archive_identity.h"
+#include "sources/served_source.h"
+#include "system/progress.h"
+
+// Gives archives indexes that are theirs. An index is believed only when it is seen to be that of
+// its archive as it is now; what was seen is remembered. One that is not is built again, with a
+// word to the user, or, where missing indexes are left out, serves as far as it is true.
+//
+// All functions throw Failure when the user interrupts.
+class ProvenIndexes {
+ public:
+  // Borrows both.
+  ProvenIndexes(ServedSource* source, Progress* progress);
+
+  // Finds out what is known of an archive: by its index, or when it begins and ends by itself. One
+  // that does not tell that without an index is given one.
+  void Look(ServedArchive* archive);
+
+  // Gives the archive its index, or leaves it out, with a word to the user.
+  void Build(ServedArchive* archive);
+
+  // The archive with its index, which is built when needed. Null when it is left out. REQUIRES:
+  // this object lives longer.
+  std::unique_ptr<OpenedArchive> Open(ServedArchive* archive);
+
+  // Whether an index has been built.
+  bool BuiltAnIndex() const { return mBuiltAnIndex; }
+
+ private:
+  bool LeavesOutMissing() const { return mSource.Missing() == MissingIndexes::kLeaveOut; }
+  ArchiveIdentity IdentityOf(const ServedArchive& archive) const;
+  void Tell(const ServedArchive& archive, const std::string& what) const;
+  bool LookIntoIndex(ServedArchive* archive);
+  IndexFit FitWithCache(const ServedArchive& archive, const KeptIndex& index, const PlainFile& file,
+                        const ArchiveIdentity& identity);
+  void LookAtEnds(ServedArchive* archive);
+  std::optional<ServedArchive::State> BuildOnce(const ServedArchive& archive);
+  void Collect(ServedArchive* archive);
+  std::optional<KeptIndex> LoadIndex(const ServedArchive& archive) const;
+  void Accept(const IndexedSpan& span, const ArchiveIdentity& identity, ServedArchive* archive);
+  void LeaveOut(const std::string& why, ServedArchive* archive);
+
+  ServedSource& mSource;
+  Progress* const mProgress;
+  const PlugIns mPlugIns;
+  std::map<std::string, KeptIndex> mCollected;  // indexes that cannot be kept, by archive
+  bool mBuiltAnIndex = false;
+};
