@@ -33,10 +33,11 @@ struct BinLevels {
 };
 
 // For each of the streams a row of bins. Entries that do not stand at their own time are left out.
-// Throws what Timeline::Open throws.
+// REQUIRES: Timeline::IndexAll. Throws what Timeline::Open throws.
 std::vector<std::vector<BinLevels>> LevelsOf(const std::vector<std::uint8_t>& streamIds,
                                              const ActivityBins& bins, Timeline* timeline);
 
 // How many thousandths of each bin were recorded, cut off, so that only a whole bin has 1000; one
-// of which anything was recorded has at least one. Throws what Timeline::Open throws.
+// of which anything was recorded has at least one. REQUIRES: Timeline::IndexAll. Throws what
+// Timeline::Open throws.
 std::vector<unsigned> RecordedThousandths(const ActivityBins& bins, Timeline* timeline);

@@ -22,5 +22,6 @@ struct RecordedStretch {
 };
 
 // All of the archives of a timeline between two times, ascending and apart. A change of archives
-// that takes no more than two steps is not a gap. Throws what Timeline::Open throws.
+// that takes no more than two steps is not a gap. REQUIRES: Timeline::IndexAll. Throws what
+// Timeline::Open throws.
 std::vector<RecordedStretch> RecordedWithin(ArchiveTime from, ArchiveTime to, Timeline* timeline);

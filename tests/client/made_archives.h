@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdlib>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "archive/archive_writer.h"
+#include "client/timeline.h"
+#include "support/environment_value.h"
+#include "support/folder_reader.h"
+#include "support/sample_archive.h"
+
+// A folder of small archives with indexes.
+class MadeArchives {
+ public:
+  class NoProgress : public Progress {
+   public:
+    void Show(const std::string& /*label*/, unsigned /*percent*/) override {}
+    void Clear() override {}
+  };
+
+  // The index time of an entry, and the level of its block of stream 1.
+  using Entries = std::vector<std::pair<IndexTime, std::uint8_t>>;
+
+  std::string Write(const std::string& name, const Entries& entries) const {
+    const std::string path = mFolder / name;
+    ArchiveWriter writer(path);
+    writer.WriteHeader(OneStreamHeader());
+    for (const auto& [time, level] : entries) {
+      writer.WriteIndex({time, 0, 0});
+      writer.WriteData(1, level, nullptr, 0);
+    }
+    writer.Close();
+    return path;
+  }
+
+  // What `ask` makes of the timeline of the folder, whose archives have been indexed.
+  template <class Question>
+  auto Ask(Question ask) {
+    // Readers of this program are kept away from the temporary folder.
+    const EnvironmentValue temporary("TMPDIR", std::getenv("TMPDIR"));
+    ServedSource source(HostOfThisBuild(), mFolder.Path(), MissingIndexes::kBuild,
+                        [](const std::string& /*notice*/) {});
+    Timeline timeline(&source, &mProgress);
+    timeline.IndexAll();
+    return ask(&timeline);
+  }
+
+ private:
+  const TempFolder mFolder;
+  NoProgress mProgress;
+};
