@@ -158,7 +158,7 @@ TEST_F(ActivityOfSample, AnEntryLastsUntilTheNextInFineBins) {
 TEST_F(ActivityOfSample, MissingIsWhatLiesBetweenFiles) {
   EXPECT_EQ(Recorded({Second(0), Second(200), "--bins", "20"}), "++++++---+++++++++++");
   EXPECT_EQ(Recorded({Second(50), Second(62), "--bins", "12"}), "++++++++++--")
-      << "the last entry of a file lasts as long as the first";
+      << "the last entry of a file lasts as long as the others";
   EXPECT_EQ(Recorded({Second(80), Second(100), "--bins", "20"}), "----------++++++++++");
   EXPECT_EQ(Recorded({Second(140), Second(160), "--bins", "20"}), std::string(20, '+'))
       << "a change of files is no gap";
@@ -362,7 +362,7 @@ TEST_F(ActivityOfSample, WhereNotAllStreamsAreKnownNoneIsRefused) {
 TEST_F(Activity, AHoleWithinAFileIsMissing) {
   WriteEntries(*this / "a.zel3", {1000, 1010, 1020, 1060, 1070, 1120, 1130});
   EXPECT_EQ(Recorded({"1000000", "1130000", "--bins", "13"}), "++++++++----+")
-      << "four times the first step is no hole yet";
+      << "four typical steps are no hole yet";
 }
 
 TEST_F(Activity, AHoleWithinAFileIsMissingFromTheFraction) {
