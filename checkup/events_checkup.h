@@ -48,7 +48,7 @@ class EventsCheckup {
   EventGroups mKept;
   std::string mMismatch;   // the first one; nothing is compared after it
   bool mIsPeeked = false;  // mGroup has been read, but is not that of the entry
-  EventGroupHead mGroup;        // the one read last
+  EventGroupHead mGroup;   // the one read last
   unsigned mLeftInGroup = 0;
 
   // The entry at hand. Events before the first one are kept under zeros.

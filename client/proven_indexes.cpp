@@ -1,7 +1,5 @@
 #include "client/proven_indexes.h"
 
-#include <strings.h>
-
 #include <chrono>
 #include <limits>
 #include <utility>
@@ -54,13 +52,6 @@ void SetSpan(const IndexedSpan& span, ServedArchive* archive) {
   archive->entries = span.entries;
   archive->step = span.step;
   archive->timesAscend = span.TimesAscend();
-}
-
-// No parser knows older files, whose names end differently.
-bool IsOfThisFormat(const std::string& path) {
-  const std::string suffix = ".zel3";
-  return path.size() > suffix.size() &&
-         strcasecmp(path.c_str() + path.size() - suffix.size(), suffix.c_str()) == 0;
 }
 
 }  // namespace
@@ -176,6 +167,8 @@ void ProvenIndexes::Build(ServedArchive* archive) {
     return LeaveOut(archive->why.empty() ? "has no index, and none is built" : archive->why,
                     archive);
   }
+  // A reader would leave empty files where its index should be.
+  if (!archive_source::IsKnownToParsers(archive->path)) return LeaveOut(kWhyNoIndex, archive);
   mSource.Facts().Memory().Forget(archive_source::FileName(archive->path));
   for (int i = 0; i < kMostBuilds; ++i) {
     const std::optional<State> built = BuildOnce(*archive);
@@ -211,7 +204,6 @@ std::optional<State> ProvenIndexes::BuildOnce(const ServedArchive& archive) {
 
 // Without a place for its index an archive is served as long as the program runs.
 void ProvenIndexes::Collect(ServedArchive* archive) {
-  if (!IsOfThisFormat(archive->path)) return LeaveOut(kWhyNoIndex, archive);
   auto index = KeptIndex::Collect(archive->path);
   if (!index) return LeaveOut("holds no index entry", archive);
   archive->state = State::kIndexed;

@@ -32,9 +32,9 @@ class CheckMemory {
 
   void Forget(const std::string& fileName);
 
-  // Writes what has been remembered and forgotten since the last time, if anything. What another process has
-  // remembered meanwhile of other files stays; of two that save at the very same time one may lose
-  // what it found out, and will find it out again.
+  // Writes what has been remembered and forgotten since the last time, if anything. What another
+  // process has remembered meanwhile of other files stays; of two that save at the very same time
+  // one may lose what it found out, and will find it out again.
   void Save();
 
  private:

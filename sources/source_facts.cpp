@@ -13,8 +13,8 @@ SourceFacts::SourceFacts(const HostOptions& host, const std::string& path)
     : mPath(archive_source::Locate(path)),
       mIsFolder(archive_source::IsFolder(mPath)),
       mFiles(archive_source::Files(mPath)),
-      mMemory(std::make_shared<CheckMemory>(
-          mIsFolder ? archive_source::CanonicalPath(mPath) : CanonicalFolderOf(mPath))) {
+      mMemory(std::make_shared<CheckMemory>(mIsFolder ? archive_source::CanonicalPath(mPath)
+                                                      : CanonicalFolderOf(mPath))) {
   RequireFileHandles();
   const std::string indexFolder = cache_folder::Checked(host.cacheFolder);
   for (const std::string& file : mFiles) {
@@ -51,9 +51,9 @@ std::optional<CheckedFacts> SourceFacts::Known(const std::string& archive) const
 }
 
 bool SourceFacts::HasAllIndexes() const {
-  return std::all_of(
-      mArchives.begin(), mArchives.end(),
-      [this](const std::string& archive) { return Known(archive) || HasIndex(archive); });
+  return std::all_of(mArchives.begin(), mArchives.end(), [this](const std::string& archive) {
+    return Known(archive) || HasIndex(archive);
+  });
 }
 
 const IndexPlace& SourceFacts::PlaceOf(const std::string& archive) const {

@@ -118,7 +118,8 @@ TEST_F(JoinedAnswers, TheFirstEntryFromATimeOnIsTheOneThatAReaderPreviews) {
 }
 
 TEST_F(JoinedAnswers, ArchivesAreNumberedAndTimedAlike) {
-  const auto joined = Joined([](ServedSource*, Timeline* timeline) { return timeline->Archives(); });
+  const auto joined =
+      Joined([](ServedSource*, Timeline* timeline) { return timeline->Archives(); });
   const std::vector<ListedArchive> listed = FolderReader(mFolder.Path()).List();
   ASSERT_EQ(joined.size(), listed.size());
   for (std::size_t i = 0; i < listed.size(); ++i) {
@@ -154,9 +155,8 @@ TEST_F(JoinedAnswers, LevelsAreTheSame) {
     SCOPED_TRACE(width);
     const ActivityBins bins = {start, start + 12 * width, width, 12};
     const std::vector<std::uint8_t> streams{1, 2, 3};
-    const auto joined = Joined([&](ServedSource*, Timeline* timeline) {
-      return LevelsOf(streams, bins, timeline);
-    });
+    const auto joined = Joined(
+        [&](ServedSource*, Timeline* timeline) { return LevelsOf(streams, bins, timeline); });
     FolderReader reader(mFolder.Path());
     for (std::size_t i = 0; i < streams.size(); ++i) {
       std::vector<unsigned> levels = reader.Activity(bins.from, bins.Start(14), 14, streams[i]);

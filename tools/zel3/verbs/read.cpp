@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <iostream>
-#include <limits>
 
 #include "archive/entry_copy.h"
 #include "client/doubt.h"
@@ -101,8 +100,8 @@ class RangeCopy {
   }
 
  private:
-  // No archive that is not indexed yet has a longer first step.
-  static constexpr ArchiveTime kLongestStep = std::numeric_limits<ArchiveTime>::max() / 2;
+  // The last entry of an archive that is not indexed yet may last until the range begins.
+  static constexpr ArchiveTime kLongestStep = 3600 * kArchiveTimePerIndexTime;
 
   void CopyOf(std::size_t number, const OpenedArchive& opened) {
     EntryCopy copy(
