@@ -6,7 +6,7 @@ Each check gets the archives as they are now, as framing.Content by name, and th
 from collections import Counter
 
 from client import as_shown
-from framing import HEADER_MARKER, INDEX_MARKER, INDEX_SIZE, record_end
+from framing import HEADER_MARKER, INDEX_MARKER, INDEX_SIZE, places, record_end
 
 DONE, FAILED, LEFT_OUT, NOTHING = 0, 1, 3, 4
 # More bytes of no record than any archive here has: nothing is looked for after them.
@@ -136,14 +136,14 @@ def read_everything(answer, contents, score=None, exits=(DONE, LEFT_OUT)):
     if answer.exit_code == DONE:
         for name in contents:
             if matching.left_out(name):
-                raise Wrong(answer, f'exit 3, or all bytes of {name!r}', _places(matching.missing()[name]))
+                raise Wrong(answer, f'exit 3, or all bytes of {name!r}', _in_words(matching.missing()[name]))
     if answer.exit_code == LEFT_OUT and not answer.told and not answer.read_counts_damage():
         raise Wrong(answer, 'a word about what is missing', 'none')
     if not score and served < whole:
         raise Wrong(answer, f'all {whole} whole bytes', f'{served}')
 
 
-def _places(missing):
+def _in_words(missing):
     return f'{len(missing)} bytes missing from {missing[0]} to {missing[-1]}' if missing else 'all'
 
 
@@ -235,32 +235,16 @@ def _files(answer, contents, exits, complete):
             if complete or answer.exit_code == DONE:
                 raise Wrong(answer, f'the file {name!r}', sorted(map(str, came)))
             continue
-        times = _places([entry.archive_time for entry in content.entries])
+        times = places([entry.archive_time for entry in content.entries])
         starts, ends = {min(times)}, {max(times)}
         if content.damaged:
-            possible = _places([time for _, time in content.possible_entries()])
+            possible = places([time for _, time in content.possible_entries()])
             starts.add(min(possible))
             ends.add(max(possible))
         start, end = came[name]
         unknown = answer.exit_code == LEFT_OUT and not complete
         if not (start in starts or unknown and start is None) or not (end in ends or unknown):
             raise Wrong(answer, f'{name!r} from {sorted(starts)} to {sorted(ends)}', f'{start} to {end}')
-
-
-def _places(times):
-    """The times by which entries stand in their file: one that is wrong beside its neighbours counts for nothing."""
-    places = []
-    for number, time in enumerate(times):
-        before, after = times[max(number - 1, 0)], times[min(number + 1, len(times) - 1)]
-        if number == 0:
-            fits = time <= after or len(times) > 2 and time <= times[2]
-            places.append(time if fits else after)
-        elif number == len(times) - 1:
-            fits = time >= before or number > 1 and times[number - 2] <= time
-            places.append(time if fits else before)
-        else:
-            places.append(before if before <= after and not before <= time <= after else time)
-    return places
 
 
 def activity(answer, contents, stream, width, exits=(DONE, LEFT_OUT), complete=False):

@@ -224,3 +224,19 @@ def shown_text(bytes_):
     """Without telling how many signs stand for bytes that are not UTF-8."""
     parts = bytes(bytes_).decode('utf-8', 'replace').split('\ufffd')
     return '\ufffd'.join(part for number, part in enumerate(parts) if part or number in (0, len(parts) - 1))
+
+
+def places(times):
+    """The times by which entries stand in their file: one that is wrong beside its neighbours counts for nothing."""
+    found = []
+    for number, time in enumerate(times):
+        before, after = times[max(number - 1, 0)], times[min(number + 1, len(times) - 1)]
+        if number == 0:
+            fits = time <= after or len(times) > 2 and time <= times[2]
+            found.append(time if fits else after)
+        elif number == len(times) - 1:
+            fits = time >= before or number > 1 and times[number - 2] <= time
+            found.append(time if fits else before)
+        else:
+            found.append(before if before <= after and not before <= time <= after else time)
+    return found

@@ -6,7 +6,7 @@ import os
 
 import making
 from client import Answer, as_shown
-from framing import Content, record_end
+from framing import Content, places, record_end
 
 content_of = functools.lru_cache(maxsize=128)(Content)
 
@@ -100,9 +100,8 @@ def _read(reply, holding, words):
             if taken or start in headers:
                 reply.output += content.bytes[start:record_end(content.bytes, start)]
     times = [entry.time for entry in _entries(holding)]
-    if times != sorted(times):
-        reply.told += ' times overlap or run backwards'
-    reply.json = {'damagedBytes': 0, 'cutOffBytes': 0, 'undeclaredEntries': 0, 'withoutHeader': False}
+    reply.json = {'damagedBytes': 0, 'cutOffBytes': 0, 'undeclaredEntries': 0, 'withoutHeader': False,
+                  'backward': [] if times == sorted(times) else [{'from': 0, 'to': 0}], 'misplacedEntries': 0}
     if not holding:
         reply.exit_code = 4
 
@@ -127,9 +126,11 @@ def _seek(reply, holding, words):
 
 
 def _files(reply, holding, words):
-    reply.json = {'files': [{'file': as_shown(name), 'start': content.entries[0].archive_time,
-                             'end': content.entries[-1].archive_time, 'streams': sorted(content.streams),
-                             'streamsComplete': True} for name, content in _in_order(holding)]}
+    reply.json = {'files': []}
+    for name, content in _in_order(holding):
+        times = places([entry.archive_time for entry in content.entries])
+        reply.json['files'].append({'file': as_shown(name), 'start': min(times), 'end': max(times),
+                                    'streams': sorted(content.streams), 'streamsComplete': True})
 
 
 def _activity(reply, holding, words):
@@ -241,6 +242,8 @@ def shows_nothing(reply):
 def says_that_all_is_well(reply):
     reply.exit_code, reply.told = 0, ''
     reply.json['findings'] = []
+    if 'backward' in (reply.json or {}):
+        reply.json['backward'] = []
 
 
 @_changes('read', 'seek')
