@@ -25,6 +25,7 @@ class Cases:
         self.count = 0
         self._folder = pathlib.Path(folder)
         self.on_trial = on_trial
+        self.is_short = on_trial or most is not None  # large files take too long
         self._most = most
         self._cases = []
         self._numbers = itertools.count()

@@ -150,7 +150,7 @@ def add_cases(cases):
             cases.add(f'{question} with a hole in {suffix}', _index_with_a_hole, suffix, question)
         for kind in POSITIONS:
             cases.add(f'{question} with positions {kind}', _impossible_positions, kind, question)
-    size = FEW_EVENT_BYTES if cases.on_trial else EVENT_BYTES
+    size = FEW_EVENT_BYTES if cases.is_short else EVENT_BYTES
     for entries in (1, 2600):
         for format_ in ('text', 'json', 'jsonl', 'csv'):
             cases.add(f'events of {entries} entries as {format_}', _listed_events,
