@@ -68,7 +68,10 @@ Bytes Changed(Bytes bytes, std::size_t place, const Bytes& others) {
 }
 
 // A header up to byte 32, and entries from bytes 32, 56, 80 and 104 on.
-const Bytes kFour = EntriesAt({10, 20, 30, 40}).Content();
+Bytes Four() {
+  return EntriesAt({10, 20, 30, 40}).Content();
+}
+
 const Bytes kDamage(4, 0xEE);
 const Ranges kAll{{0, 4}};
 
@@ -81,21 +84,24 @@ TEST(EntryCopy, GivesTheBytesOfTheFile) {
     Bytes bytes;
     const char* counts;
   } cases[] = {
-      {"all", {{0, 4}}, kFour, "4 entries"},
-      {"all, entry by entry", {{0, 1}, {1, 2}, {2, 3}, {3, 4}}, kFour, "4 entries"},
-      {"all in two ranges", {{0, 2}, {2, 4}}, kFour, "4 entries"},
+      {"all", {{0, 4}}, Four(), "4 entries"},
+      {"all, entry by entry", {{0, 1}, {1, 2}, {2, 3}, {3, 4}}, Four(), "4 entries"},
+      {"all in two ranges", {{0, 2}, {2, 4}}, Four(), "4 entries"},
       {"none", {{2, 2}, {3, 1}}, {}, "0 entries"},
-      {"the first", {{0, 1}}, Between(kFour, 0, 56), "1 entries"},
-      {"one in the middle", {{1, 2}}, Between(kFour, 0, 32) + Between(kFour, 56, 80), "1 entries"},
-      {"the last", {{3, 4}}, Between(kFour, 0, 32) + Between(kFour, 104, 128), "1 entries"},
+      {"the first", {{0, 1}}, Between(Four(), 0, 56), "1 entries"},
+      {"one in the middle",
+       {{1, 2}},
+       Between(Four(), 0, 32) + Between(Four(), 56, 80),
+       "1 entries"},
+      {"the last", {{3, 4}}, Between(Four(), 0, 32) + Between(Four(), 104, 128), "1 entries"},
       {"two ranges with one header",
        {{1, 2}, {3, 4}},
-       Between(kFour, 0, 32) + Between(kFour, 56, 80) + Between(kFour, 104, 128),
+       Between(Four(), 0, 32) + Between(Four(), 56, 80) + Between(Four(), 104, 128),
        "2 entries"},
   };
   for (const auto& row : cases) {
     SCOPED_TRACE(row.what);
-    const Copied copied = CopyOf(kFour, row.ranges);
+    const Copied copied = CopyOf(Four(), row.ranges);
     EXPECT_EQ(copied.bytes, row.bytes);
     EXPECT_EQ(copied.counts, row.counts);
   }
@@ -128,32 +134,34 @@ TEST(EntryCopy, PassesOverDamage) {
     Bytes bytes;
     const char* counts;
   } cases[] = {
-      {"before the header", Bytes(20, 0xEE) + kFour, Bytes(20, 0xEE) + kFour, kAll, kFour,
+      {"before the header", Bytes(20, 0xEE) + Four(), Bytes(20, 0xEE) + Four(), kAll, Four(),
        "4 entries, 20 lost"},
-      {"of the header", kFour, Changed(kFour, 31, {1}), kAll, Between(kFour, 32, 128),
+      {"of the header", Four(), Changed(Four(), 31, {1}), kAll, Between(Four(), 32, 128),
        "4 entries, 32 lost, no header"},
       {"of the header of some",
-       kFour,
-       Changed(kFour, 31, {1}),
+       Four(),
+       Changed(Four(), 31, {1}),
        {{1, 2}},
-       Between(kFour, 56, 80),
+       Between(Four(), 56, 80),
        "1 entries, no header"},
-      {"between header and first entry", Between(kFour, 0, 32) + kDamage + Between(kFour, 32, 128),
-       Between(kFour, 0, 32) + kDamage + Between(kFour, 32, 128), kAll, kFour, "4 entries, 4 lost"},
-      {"of the first index record", kFour, Changed(kFour, 32, kDamage), kAll,
-       Between(kFour, 0, 32) + Between(kFour, 56, 128), "3 entries, 1 damaged, 24 lost"},
-      {"of another one", kFour, Changed(kFour, 80, kDamage), kAll,
-       Between(kFour, 0, 80) + Between(kFour, 104, 128), "3 entries, 1 damaged, 24 lost"},
-      {"of the last one", kFour, Changed(kFour, 104, kDamage), kAll, Between(kFour, 0, 104),
+      {"between header and first entry",
+       Between(Four(), 0, 32) + kDamage + Between(Four(), 32, 128),
+       Between(Four(), 0, 32) + kDamage + Between(Four(), 32, 128), kAll, Four(),
+       "4 entries, 4 lost"},
+      {"of the first index record", Four(), Changed(Four(), 32, kDamage), kAll,
+       Between(Four(), 0, 32) + Between(Four(), 56, 128), "3 entries, 1 damaged, 24 lost"},
+      {"of another one", Four(), Changed(Four(), 80, kDamage), kAll,
+       Between(Four(), 0, 80) + Between(Four(), 104, 128), "3 entries, 1 damaged, 24 lost"},
+      {"of the last one", Four(), Changed(Four(), 104, kDamage), kAll, Between(Four(), 0, 104),
        "3 entries, 1 damaged, 24 lost"},
-      {"of a time", kFour, Changed(kFour, 84, {31}), kAll,
-       Between(kFour, 0, 80) + Between(kFour, 104, 128), "3 entries, 1 damaged, 24 lost"},
-      {"of the head of a block", kFour, Changed(kFour, 93, kDamage), kAll,
-       Between(kFour, 0, 93) + Between(kFour, 104, 128), "4 entries, 1 damaged, 11 lost"},
-      {"of the last head", kFour, Changed(kFour, 117, kDamage), kAll, Between(kFour, 0, 117),
+      {"of a time", Four(), Changed(Four(), 84, {31}), kAll,
+       Between(Four(), 0, 80) + Between(Four(), 104, 128), "3 entries, 1 damaged, 24 lost"},
+      {"of the head of a block", Four(), Changed(Four(), 93, kDamage), kAll,
+       Between(Four(), 0, 93) + Between(Four(), 104, 128), "4 entries, 1 damaged, 11 lost"},
+      {"of the last head", Four(), Changed(Four(), 117, kDamage), kAll, Between(Four(), 0, 117),
        "4 entries, 1 damaged, 11 lost"},
-      {"of a length", kFour, Changed(kFour, 93, {6}), kAll,
-       Changed(Between(kFour, 0, 103), 93, {6}) + Between(kFour, 104, 128),
+      {"of a length", Four(), Changed(Four(), 93, {6}), kAll,
+       Changed(Between(Four(), 0, 103), 93, {6}) + Between(Four(), 104, 128),
        "4 entries, 1 damaged, 1 lost"},
       {"of the second block",
        two,
@@ -168,12 +176,13 @@ TEST(EntryCopy, PassesOverDamage) {
        Between(two, 0, 45) + Between(two, 67, 102),
        "2 entries, 1 damaged, 22 lost"},
       {"of an entry that is not wanted",
-       kFour,
-       Changed(kFour, 80, kDamage),
+       Four(),
+       Changed(Four(), 80, kDamage),
        {{0, 2}, {3, 4}},
-       Between(kFour, 0, 80) + Between(kFour, 104, 128),
+       Between(Four(), 0, 80) + Between(Four(), 104, 128),
        "3 entries"},
-      {"after the last block", kFour, kFour + kDamage, kAll, kFour, "4 entries, 1 damaged, 4 lost"},
+      {"after the last block", Four(), Four() + kDamage, kAll, Four(),
+       "4 entries, 1 damaged, 4 lost"},
   };
   for (const auto& row : cases) {
     SCOPED_TRACE(row.what);
@@ -190,17 +199,17 @@ TEST(EntryCopy, LeavesOutARecordThatTheEndCutsOff) {
     Bytes bytes;
     const char* counts;
   } cases[] = {
-      {"within the last block", Between(kFour, 0, 120), Between(kFour, 0, 117),
+      {"within the last block", Between(Four(), 0, 120), Between(Four(), 0, 117),
        "4 entries, 3 cut off"},
-      {"after one more head", kFour + Bytes{7, 0, 3, 1}, kFour, "4 entries, 4 cut off"},
-      {"within one more marker", kFour + Bytes{0x05, 0xB5}, kFour, "4 entries, 2 cut off"},
-      {"within one more header", kFour + Between(kFour, 0, 31), kFour, "4 entries, 31 cut off"},
-      {"within an entry that is not the last any more", Between(kFour, 0, 95),
-       Between(kFour, 0, 93), "3 entries, 1 damaged, 2 cut off"},
+      {"after one more head", Four() + Bytes{7, 0, 3, 1}, Four(), "4 entries, 4 cut off"},
+      {"within one more marker", Four() + Bytes{0x05, 0xB5}, Four(), "4 entries, 2 cut off"},
+      {"within one more header", Four() + Between(Four(), 0, 31), Four(), "4 entries, 31 cut off"},
+      {"within an entry that is not the last any more", Between(Four(), 0, 95),
+       Between(Four(), 0, 93), "3 entries, 1 damaged, 2 cut off"},
   };
   for (const auto& row : cases) {
     SCOPED_TRACE(row.what);
-    const Copied copied = CopyOf(kFour, row.now, kAll);
+    const Copied copied = CopyOf(Four(), row.now, kAll);
     EXPECT_EQ(copied.bytes, row.bytes);
     EXPECT_EQ(copied.counts, row.counts);
   }
@@ -299,7 +308,7 @@ TEST(EntryCopy, EntriesOfAnyLengthAreCopied) {
 }
 
 TEST(EntryCopy, RecordsThatCannotBeReadAreLost) {
-  const MadeFile made(kFour);
+  const MadeFile made(Four());
   const auto index = KeptIndex::Collect(made.Path());
   const struct {
     const char* what;
@@ -309,15 +318,15 @@ TEST(EntryCopy, RecordsThatCannotBeReadAreLost) {
   } cases[] = {
       {"a payload",
        {{98, 99}},
-       Between(kFour, 0, 93) + Between(kFour, 104, 128),
+       Between(Four(), 0, 93) + Between(Four(), 104, 128),
        "4 entries, 1 damaged, 11 lost"},
       {"payloads of two entries",
        {{74, 75}, {98, 99}},
-       Between(kFour, 0, 69) + Between(kFour, 80, 93) + Between(kFour, 104, 128),
+       Between(Four(), 0, 69) + Between(Four(), 80, 93) + Between(Four(), 104, 128),
        "4 entries, 2 damaged, 22 lost"},
       {"an index record",
        {{82, 83}},
-       Between(kFour, 0, 80) + Between(kFour, 104, 128),
+       Between(Four(), 0, 80) + Between(Four(), 104, 128),
        "3 entries, 1 damaged, 24 lost"},
   };
   for (const auto& row : cases) {
