@@ -21,7 +21,7 @@ from client import Program
 from scenes import SCENES
 
 INSTRUMENTED_SLOWNESS = 10
-MOST_INSTRUMENTED_CASES = 150
+MOST_INSTRUMENTED_CASES = 60
 
 
 def play(scene, program):
