@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <ctime>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
@@ -272,13 +273,22 @@ TEST_F(Trust, AnArchiveThatIsBeingWrittenIsServedUpToItsLastWholeRecord) {
   constexpr std::size_t kEvent = 9;
   const std::size_t entry = (bytes.size() - 32) / 4;
   const std::size_t secondEnds = bytes.size() - 2 * entry;
+  // An index in the private folder is named after the second in which its archive was written.
+  const std::time_t second = std::time(nullptr) - 1;
   WriteFile(mPath, Between(bytes, 0, secondEnds - 1));
+  SetModificationTime(mPath, second);
   EXPECT_EQ(AllBytes(mPath, 3), Between(bytes, 0, secondEnds - kEvent));
   EXPECT_THAT(mResult.err, HasSubstr("the last record is not whole; 8 bytes were passed over"));
   WriteFile(mPath, bytes);
+  SetModificationTime(mPath, second);
   EXPECT_EQ(AllBytes(mPath), bytes);
   EXPECT_EQ(CountEvents(mPath, 0), 4U);
   EXPECT_THAT(EntryNames(Folder()), ElementsAre("a.zel3")) << "nothing is left beside it";
+
+  SetModificationTime(mPath, second + 1);
+  EXPECT_EQ(AllBytes(mPath), bytes);
+  EXPECT_THAT(EntryNames(Folder()), ElementsAre("a.evt", "a.hdr", "a.id3", "a.zel3"))
+      << "no index of it is known any more, and it is whole";
 }
 
 TEST_F(Trust, OverlappingFilesAreAskedInTheOrderOfTheirStarts) {
