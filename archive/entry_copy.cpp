@@ -39,18 +39,21 @@ void EntryCopy::Copy(std::size_t first, std::size_t end) {
   Flush();
 }
 
-// What stands before the first entry, from the header in force there on.
+// What stands before the first entry, from the first header there on.
 void EntryCopy::CopyFront() {
   const FilePosition end = mIndex.PositionOf(0);
-  const std::optional<FilePosition> position = mIndex.HeaderFor(0);
-  const bool hasHeader = position && HeaderAt(mFile, *position);
-  mCounts->lostBytes += hasHeader ? *position : end;
-  if (!hasHeader) {
-    mCounts->hasNoHeader = true;
+  const bool beginsWithHeader = mIndex.HeaderFor(0) && HeaderAt(mFile, mIndex.Headers().front());
+  if (!beginsWithHeader) {
+    mCounts->lostBytes += end;
+    CopyHeaderAfterDamage(0);
     return;
   }
+  const FilePosition first = mIndex.Headers().front();
+  mCounts->lostBytes += first;
   bool isUndeclared = false;
-  if (CopyStretch(*position, end, &isUndeclared) && isUndeclared) ++mCounts->undeclaredEntries;
+  const bool isWhole = CopyStretch(first, end, &isUndeclared);
+  if (isWhole && isUndeclared) ++mCounts->undeclaredEntries;
+  if (!isWhole && mIndex.HeaderFor(0) != mHeader) CopyHeaderAfterDamage(0);
 }
 
 // A header that stands among bytes that made no sense has been passed over with them.

@@ -293,6 +293,33 @@ TEST(EntryCopy, AHeaderAmongLostBytesIsNotLost) {
   EXPECT_EQ(copied.counts, "2 entries, 1 damaged, 11 lost");
 }
 
+TEST(EntryCopy, ThereMayBeSeveralHeadersBeforeTheFirstEntry) {
+  ArchiveBuilder archive("cam");
+  archive.Header({{1}}).Data(1, 3, "picture").Header({{1}, {2}}).Index(10).Data(2, 3, "sound");
+  const Bytes bytes = archive.Content();
+  ASSERT_EQ(bytes.size(), 117U);
+  const struct {
+    const char* what;
+    Bytes now;
+    Bytes bytes;
+    const char* counts;
+  } cases[] = {
+      {"whole", bytes, bytes, "1 entries"},
+      {"the block between them is damaged", Changed(bytes, 32, kDamage),
+       Between(bytes, 0, 32) + Between(bytes, 43, 117), "1 entries, 11 lost"},
+      {"the first is damaged", Changed(bytes, 31, {1}), Between(bytes, 43, 117),
+       "1 entries, 43 lost"},
+      {"the second is damaged", Changed(bytes, 94, {1}),
+       Between(bytes, 0, 43) + Between(bytes, 95, 117), "1 entries, 52 lost, no header"},
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.what);
+    const Copied copied = CopyOf(bytes, row.now, {{0, 1}});
+    EXPECT_EQ(copied.bytes, row.bytes);
+    EXPECT_EQ(copied.counts, row.counts);
+  }
+}
+
 // What is copied at once is more than an entry, or less.
 TEST(EntryCopy, EntriesOfAnyLengthAreCopied) {
   ArchiveBuilder archive("cam");
