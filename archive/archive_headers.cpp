@@ -6,7 +6,6 @@
 
 #include "archive/archive_recognition.h"
 #include "blocks/byte_cursor.h"
-#include "blocks/index_record.h"
 #include "indexer/plain_file.h"
 #include "parser/framing.h"
 #include "system/interruption.h"
@@ -90,22 +89,6 @@ std::optional<DeclaredStreams> StreamsOfHeaders(const std::string& path,
   StreamSet streams;
   AddStreams(*first, &streams);
   return AsDeclared(streams, false);
-}
-
-std::optional<IndexTime> TimeOfFirstIndex(const std::string& path) {
-  PlainFile file;
-  if (!file.Open(path, PlainFile::Mode::kRead)) return std::nullopt;
-  const std::optional<ArchiveHeader> header = FirstHeader(file);
-  if (!header) return std::nullopt;
-  // Counts from the start of the file, wherever the header stands.
-  const int place = header->length + header->firstIndexDelta;
-  if (place < 0) return std::nullopt;
-  const std::string record = BytesAt(file, static_cast<FilePosition>(place), kIndexRecordSize);
-  if (record.size() < kIndexRecordSize ||
-      LoadLittleEndian<std::uint32_t>(record.data()) != kIndexMarker) {
-    return std::nullopt;
-  }
-  return DecodeIndexBody(record.data() + kMarkerSize).time;
 }
 
 KnownTypes TypesKnownBy(const ArchiveHeader& header) {

@@ -25,10 +25,6 @@ struct DeclaredStreams {
 std::optional<DeclaredStreams> StreamsOfHeaders(const std::string& path,
                                                 const std::vector<FilePosition>& headerPositions);
 
-// The time of the index record that the first header points to; nothing when either is damaged or
-// missing, or the file cannot be read.
-std::optional<IndexTime> TimeOfFirstIndex(const std::string& path);
-
 // The header that stands at `position`; nothing when there is none, or a damaged one.
 std::optional<ArchiveHeader> HeaderAt(const PlainFile& file, FilePosition position);
 

@@ -85,8 +85,6 @@ IndexFit FitOf(const KeptIndex& index, const PlainFile& archive) {
   const FollowedFraming after = FollowFraming(archive, index.PositionOf(last) + kIndexRecordSize,
                                               archive.Size(), index.HeaderFor(last));
   IndexFit fit;
-  fit.wholeUpTo = after.wholeUpTo;
-  fit.isDamagedAtEnd = after.isDamaged;
   if (after.index) {
     fit.verdict = IndexFit::Verdict::kGrown;
     fit.why = fmt::format("goes on after what its index knows, at byte {}", *after.index);

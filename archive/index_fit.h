@@ -16,9 +16,7 @@ struct IndexFit {
   };
 
   Verdict verdict = Verdict::kFits;
-  std::string why;              // unless it fits: a clause that follows the name of the archive
-  FilePosition wholeUpTo = 0;   // where the last whole record of the archive ends, if it fits
-  bool isDamagedAtEnd = false;  // after the last index record, apart from a record that is cut off
+  std::string why;  // unless it fits: a clause that follows the name of the archive
 };
 
 // Looks at up to 256 of the entries and 16 of the headers, chosen evenly, and follows the framing

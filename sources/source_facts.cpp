@@ -1,7 +1,5 @@
 #include "sources/source_facts.h"
 
-#include <algorithm>
-
 #include "archive/archive_recognition.h"
 #include "sources/archive_source.h"
 #include "sources/cache_folder.h"
@@ -48,12 +46,6 @@ std::optional<CheckedFacts> SourceFacts::Known(const std::string& archive) const
   const auto known = mKnown.find(archive);
   if (known == mKnown.end()) return std::nullopt;
   return known->second;
-}
-
-bool SourceFacts::HasAllIndexes() const {
-  return std::all_of(mArchives.begin(), mArchives.end(), [this](const std::string& archive) {
-    return Known(archive) || HasIndex(archive);
-  });
 }
 
 const IndexPlace& SourceFacts::PlaceOf(const std::string& archive) const {

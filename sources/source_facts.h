@@ -41,7 +41,6 @@ class SourceFacts {
   std::string IndexFolderOf(const std::string& archive) const;
   CacheNames CacheOf(const std::string& archive) const;
   bool HasIndex(const std::string& archive) const;
-  bool HasAllIndexes() const;
 
   // From now on it is looked for in this folder.
   void MoveIndexOf(const std::string& archive, const std::string& folder);

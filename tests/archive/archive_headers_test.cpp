@@ -62,7 +62,6 @@ TEST_F(ArchiveHeaders, ADamagedFirstOneTellsNothing) {
   for (const FilePosition damaged : {4, 5}) {
     Damage(damaged);
     EXPECT_FALSE(StreamsOfHeaders(mPath, {})) << damaged;
-    EXPECT_FALSE(TimeOfFirstIndex(mPath)) << damaged;
     Damage(damaged);
   }
   EXPECT_TRUE(StreamsOfHeaders(mPath, {}));
@@ -95,20 +94,9 @@ TEST_F(ArchiveHeaders, StreamsWithoutDataAreLeftOut) {
 TEST_F(ArchiveHeaders, WhatCannotBeReadTellsNothing) {
   EXPECT_FALSE(StreamsOfHeaders(mFolder.Path(), {}));
   EXPECT_FALSE(StreamsOfHeaders(mFolder / "missing", {0}));
-  EXPECT_FALSE(TimeOfFirstIndex(mFolder / "missing"));
   const Bytes bytes = ReadFile(mPath);
   for (std::size_t size = 0; size < mTruth.files[1].entries[0].position; ++size) {
     WriteFile(mPath, Between(bytes, 0, size));
     EXPECT_FALSE(StreamsOfHeaders(mPath, {})) << size;
   }
-}
-
-TEST_F(ArchiveHeaders, TheFirstPointsToTheFirstIndexRecord) {
-  EXPECT_EQ(TimeOfFirstIndex(mPath), mTruth.files[1].entries[0].indexTime);
-  const FilePosition record = mTruth.files[1].entries[0].position;
-  Damage(record);
-  EXPECT_FALSE(TimeOfFirstIndex(mPath));
-  Damage(record);
-  WriteFile(mPath, Between(ReadFile(mPath), 0, record + 12));
-  EXPECT_FALSE(TimeOfFirstIndex(mPath)) << "it is cut off";
 }

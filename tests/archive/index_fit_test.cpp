@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "archive/framing_follow.h"
 #include "made_file.h"
 #include "support/index_cache.h"
 #include "support/sample_archive.h"
@@ -26,8 +27,6 @@ TEST(IndexFit, AnIndexFitsItsArchive) {
   const IndexFit fit = FitOfCache(kThreeEntries, MadeFile(EntriesAt({10, 20, 30})));
   EXPECT_EQ(fit.verdict, Verdict::kFits);
   EXPECT_EQ(fit.why, "");
-  EXPECT_EQ(fit.wholeUpTo, 104U);
-  EXPECT_FALSE(fit.isDamagedAtEnd);
 }
 
 TEST(IndexFit, TellsWhyItIsThatOfSomethingElse) {
@@ -138,10 +137,11 @@ TEST(IndexFit, TellsHowTheArchiveEnds) {
   };
   for (const auto& row : cases) {
     SCOPED_TRACE(row.what);
-    const IndexFit fit = FitOfCache(kThreeEntries, MadeFile(row.archive));
-    EXPECT_EQ(fit.verdict, Verdict::kFits);
-    EXPECT_EQ(fit.wholeUpTo, row.wholeUpTo);
-    EXPECT_EQ(fit.isDamagedAtEnd, row.isDamaged);
+    const MadeFile made(row.archive);
+    EXPECT_EQ(FitOfCache(kThreeEntries, made).verdict, Verdict::kFits);
+    const FollowedFraming after = FollowFraming(made.File(), 93, made.File().Size(), 0);
+    EXPECT_EQ(after.wholeUpTo, row.wholeUpTo);
+    EXPECT_EQ(after.isDamaged, row.isDamaged);
   }
 }
 
@@ -163,10 +163,10 @@ TEST(IndexFit, TheLastEntryIsFollowedByTheHeaderInForce) {
   ArchiveBuilder archive = EntriesAt({10});
   archive.Header({{2}}).Index(20).Data(2, 3, "sound");
   const MadeFile made(archive);
-  IndexFit fit = FitOfCache({{{10, 32}, {20, 88}}, {0, 56}}, made);
-  EXPECT_EQ(fit.verdict, Verdict::kFits);
-  EXPECT_FALSE(fit.isDamagedAtEnd);
-  EXPECT_EQ(fit.wholeUpTo, 110U);
+  EXPECT_EQ(FitOfCache({{{10, 32}, {20, 88}}, {0, 56}}, made).verdict, Verdict::kFits);
+  const FollowedFraming after = FollowFraming(made.File(), 101, made.File().Size(), 56);
+  EXPECT_FALSE(after.isDamaged);
+  EXPECT_EQ(after.wholeUpTo, 110U);
 }
 
 TEST(IndexFit, OfManyEntriesTheFirstAndTheLastAreAmongThoseLookedAt) {
