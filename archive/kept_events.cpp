@@ -19,11 +19,10 @@ bool KeptEvents::NextGroup(KeptGroup* group) {
   if (!mIsWhole || IsAtEnd()) return false;
   ByteCursor bytes = Bytes();
   std::uint8_t count = 0;
-  // A count that has wrapped is 0, or too small, which only the archive can tell.
-  if (!bytes.Read(&group->time) || !bytes.Read(&group->offsetLow) || !bytes.Read(&count) ||
-      count == 0) {
+  if (!bytes.Read(&group->time) || !bytes.Read(&group->offsetLow) || !bytes.Read(&count))
     return Fail();
-  }
+  // A count that has wrapped may be 0, but no run writes a head of zeros.
+  if (group->time == 0 && group->offsetLow == 0 && count == 0) return Fail();
   group->count = count;
   mTime = group->time;
   MoveTo(bytes);

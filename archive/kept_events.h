@@ -13,7 +13,7 @@
 struct KeptGroup {
   IndexTime time = 0;
   std::uint32_t offsetLow = 0;  // of the entry's position
-  unsigned count = 0;           // 1-255
+  unsigned count = 0;           // 0-255: of more events than 255, what is left of their number
 };
 
 // Goes through the .evt file of an archive. Takes no more memory for many events than for few.
@@ -21,6 +21,11 @@ struct KeptGroup {
 class KeptEvents {
  public:
   explicit KeptEvents(const QString& path);
+
+  bool IsOpen() const { return mFile.IsOpen(); }
+  std::uint64_t Size() const { return mFile.Size(); }
+  // Something has been met that is neither a group nor an event, or the file did not open.
+  bool IsBroken() const { return !mIsWhole; }
 
   // The next group. All events of the one before must have been taken.
   bool NextGroup(KeptGroup* group);

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 EventsCheckup::EventsCheckup(const QString& path, std::uint64_t archiveBytes) : mKept(path) {
   if (mKept.Size() > archiveBytes) mMismatch = "is larger than an index of this archive can be";
 }
@@ -24,11 +26,11 @@ void EventsCheckup::OnEvent(const DATA_T& head, const unsigned char* text) {
     if (mGroup.time != mTime || mGroup.offsetLow != static_cast<std::uint32_t>(mPosition))
       return NoteOtherEvents();
     mIsPeeked = false;
-    mLeftInGroup = mGroup.events;
+    mLeftInGroup = mGroup.count;
   }
   while (mLeftInGroup > 0) {
     --mLeftInGroup;
-    if (mKept.TakeEvent(head.type, text, head.length)) {
+    if (TakeEvent(head, text)) {
       ++mMatched;
       return;
     }
@@ -53,7 +55,7 @@ void EventsCheckup::EndEntry(FilePosition end) {
     if (mIsDamaged) {
       if (hasGroup) mLost += TakeRestOfGroup();
       LoseGroups(end);
-    } else if (hasGroup && mGroup.events != static_cast<std::uint8_t>(mInEntry)) {
+    } else if (hasGroup && mGroup.count != static_cast<std::uint8_t>(mInEntry)) {
       NoteOtherEvents();
     }
   }
@@ -61,16 +63,23 @@ void EventsCheckup::EndEntry(FilePosition end) {
   mIsDamaged = false;
 }
 
+bool EventsCheckup::TakeEvent(const DATA_T& head, const unsigned char* text) {
+  RecordedEvent event;
+  return mKept.NextEvent(&event) && event.type == head.type && event.text.size() == head.length &&
+         std::equal(event.text.begin(), event.text.end(), reinterpret_cast<const char*>(text));
+}
+
 bool EventsCheckup::PeekGroup() {
   if (mIsPeeked) return true;
-  mIsPeeked = mKept.TakeGroup(&mGroup);
-  mLeftInGroup = mIsPeeked ? mGroup.events : 0;
+  mIsPeeked = mKept.NextGroup(&mGroup);
+  mLeftInGroup = mIsPeeked ? mGroup.count : 0;
   return mIsPeeked;
 }
 
 std::uint64_t EventsCheckup::TakeRestOfGroup() {
   std::uint64_t taken = 0;
-  for (; mLeftInGroup > 0 && mKept.TakeEvent(); --mLeftInGroup) ++taken;
+  RecordedEvent event;
+  for (; mLeftInGroup > 0 && mKept.NextEvent(&event); --mLeftInGroup) ++taken;
   mLeftInGroup = 0;
   mIsPeeked = false;
   return taken;

@@ -5,9 +5,9 @@
 #include <limits>
 #include <string>
 
+#include "archive/kept_events.h"
 #include "blocks/stream_records.h"
 #include "blocks/units.h"
-#include "checkup/event_groups.h"
 
 // Compares the .evt file of an archive with the events that a parser finds in it, entry by entry.
 class EventsCheckup {
@@ -26,7 +26,7 @@ class EventsCheckup {
 
   bool IsOpen() const { return mKept.IsOpen(); }
   // The file ends within an event, or holds something else.
-  bool IsBroken() const { return mKept.IsBroken(); }
+  bool IsBroken() const { return mKept.IsOpen() && mKept.IsBroken(); }
   // Why it is not of this archive; empty when it is.
   const std::string& Mismatch() const { return mMismatch; }
   // How many of its events lie where the archive is damaged.
@@ -36,6 +36,8 @@ class EventsCheckup {
   static constexpr FilePosition kEndOfFile = std::numeric_limits<FilePosition>::max();
 
   void EndEntry(FilePosition end);
+  // Takes the next event of the group. Whether it is this one.
+  bool TakeEvent(const DATA_T& head, const unsigned char* text);
   // Whether there is a next group. Looks at it without taking it.
   bool PeekGroup();
   // Counts the events of the group at hand that have not been taken.
@@ -45,10 +47,10 @@ class EventsCheckup {
   bool IsBefore(FilePosition end) const;
   void NoteOtherEvents();
 
-  EventGroups mKept;
+  KeptEvents mKept;
   std::string mMismatch;   // the first one; nothing is compared after it
   bool mIsPeeked = false;  // mGroup has been read, but is not that of the entry
-  EventGroupHead mGroup;   // the one read last
+  KeptGroup mGroup;        // the one read last
   unsigned mLeftInGroup = 0;
 
   // The entry at hand. Events before the first one are kept under zeros.
