@@ -29,7 +29,9 @@ bool IsDamagedBefore(const OpenedArchive& archive, std::size_t entry) {
   return followed.isDamaged || followed.wholeUpTo != end;
 }
 
+// The ends of an archive without an index have been found to be sound.
 void DoubtTail(std::size_t number, Timeline* timeline) {
+  if (!timeline->Archives()[number].HasIndex()) return;
   const OpenedArchive* const opened = timeline->Open(number);
   if (opened == nullptr || !IsDamagedAfter(*opened, opened->Index().Count() - 1)) return;
   timeline->Doubt(number, "is damaged after its last entry; later ones may be lost");
@@ -72,7 +74,6 @@ void DoubtEnds(Timeline* timeline) {
   for (std::size_t number = 0; number < timeline->Archives().size(); ++number) {
     const ServedArchive& archive = timeline->Archives()[number];
     const bool isAtEnd = archive.start == timeline->Start() || archive.end == timeline->End();
-    // The ends of one without an index have been found to be sound.
     const OpenedArchive* const opened =
         archive.HasIndex() && isAtEnd ? timeline->Open(number) : nullptr;
     if (opened == nullptr) continue;
@@ -87,15 +88,19 @@ void DoubtRecorded(ArchiveTime from, ArchiveTime to, Timeline* timeline) {
     const ServedArchive& archive = timeline->Archives()[number];
     if (archive.IsLeftOut() || archive.start >= to || archive.end < from) continue;
     const OpenedArchive* const opened = timeline->Open(number);
-    if (opened == nullptr) continue;
-    const std::uint64_t misplaced = opened->Span().misplaced;
-    if (misplaced > 0) {
-      const bool isOne = misplaced == 1;
-      timeline->Doubt(number, "has " + Counted(misplaced, "entry", "entries") +
-                                  " with a wrong time; " +
-                                  (isOne ? "its level is" : "their levels are") + " not counted");
-    }
-    if (IsDamagedAtGaps(*opened, from, to))
+    if (opened != nullptr && IsDamagedAtGaps(*opened, from, to))
       timeline->Doubt(number, "is damaged where nothing is found; entries may be lost there");
+  }
+}
+
+void DoubtLevels(ArchiveTime from, ArchiveTime to, Timeline* timeline) {
+  DoubtRecorded(from, to, timeline);
+  for (std::size_t number = 0; number < timeline->Archives().size(); ++number) {
+    const ServedArchive& archive = timeline->Archives()[number];
+    if (archive.misplaced == 0 || archive.start >= to || archive.end < from) continue;
+    const bool isOne = archive.misplaced == 1;
+    timeline->Doubt(number, "has " + Counted(archive.misplaced, "entry", "entries") +
+                                " with a wrong time; " +
+                                (isOne ? "its level is" : "their levels are") + " not counted");
   }
 }

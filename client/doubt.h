@@ -16,3 +16,5 @@ void DoubtFirst(const FoundEntry& first, Timeline* timeline);
 void DoubtEnds(Timeline* timeline);
 // What was recorded between two times, and what was not.
 void DoubtRecorded(ArchiveTime from, ArchiveTime to, Timeline* timeline);
+// The same, and how active it was: entries with wrong times do not count.
+void DoubtLevels(ArchiveTime from, ArchiveTime to, Timeline* timeline);

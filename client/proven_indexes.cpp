@@ -51,7 +51,7 @@ void SetSpan(const IndexedSpan& span, ServedArchive* archive) {
   archive->end = span.end;
   archive->entries = span.entries;
   archive->step = span.step;
-  archive->timesAscend = span.TimesAscend();
+  archive->misplaced = span.misplaced;
 }
 
 }  // namespace
@@ -80,7 +80,7 @@ void ProvenIndexes::Look(ServedArchive* archive) {
     archive->end = known->end;
     archive->entries = known->entryCount;
     archive->step = known->step;
-    archive->timesAscend = known->timesAscend;
+    archive->misplaced = known->misplaced;
     return;
   }
   if (facts.HasIndex(archive->path) && LookIntoIndex(archive)) return;
@@ -152,7 +152,7 @@ void ProvenIndexes::Accept(const IndexedSpan& span, const ArchiveIdentity& ident
   facts.start = span.start;
   facts.end = span.end;
   facts.step = span.step;
-  facts.timesAscend = span.TimesAscend();
+  facts.misplaced = span.misplaced;
   mSource.Facts().Memory().Remember(archive_source::FileName(archive->path), identity, facts);
 }
 

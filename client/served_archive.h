@@ -30,9 +30,9 @@ struct ServedArchive {
   ArchiveTime end = 0;
   // Of one with its index.
   std::uint64_t entries = 0;
-  ArchiveTime step = 0;  // typical, from one entry to the next; 0 without any
-  bool timesAscend = true;
-  bool endsEarly = false;  // the archive goes on after what is known of it
+  ArchiveTime step = 0;         // typical, from one entry to the next; 0 without any
+  std::uint64_t misplaced = 0;  // entries with a wrong time
+  bool endsEarly = false;       // the archive goes on after what is known of it
 
   bool HasIndex() const { return state == State::kCached || state == State::kIndexed; }
   bool IsLeftOut() const { return state == State::kLeftOut; }

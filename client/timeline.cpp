@@ -1,6 +1,7 @@
 #include "client/timeline.h"
 
 #include <algorithm>
+#include <cassert>
 #include <utility>
 
 #include "indexer/time_range.h"
@@ -97,7 +98,7 @@ std::optional<FoundEntry> Timeline::Find(ArchiveTime time, Lookup lookup) {
 std::optional<FoundEntry> Timeline::FirstFrom(ArchiveTime time) {
   std::optional<FoundEntry> first;
   ArchiveTime firstPlace = 0;
-  if (mArchives.front().start > time) return first;
+  if (Start() > time) return first;
   for (std::size_t number = 0; number < mArchives.size(); ++number) {
     const ServedArchive& archive = mArchives[number];
     if (archive.IsLeftOut() || archive.end < time) continue;
@@ -150,7 +151,11 @@ std::optional<FoundEntry> Timeline::Previous(const FoundEntry& found) {
 }
 
 ArchiveTime Timeline::Start() const {
-  return mArchives.front().start;
+  const auto served =
+      std::find_if(mArchives.begin(), mArchives.end(),
+                   [](const ServedArchive& archive) { return !archive.IsLeftOut(); });
+  assert(served != mArchives.end());
+  return served->start;
 }
 
 ArchiveTime Timeline::End() const {

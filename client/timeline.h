@@ -50,7 +50,8 @@ class Timeline {
   // The entry that a time belongs to. A time in a gap between archives belongs to the first entry
   // after it, one before all archives to none.
   std::optional<FoundEntry> Find(ArchiveTime time, Lookup lookup);
-  // The first entry at `time` or later; nothing for a time before all archives.
+  // The first entry at `time` or later; nothing for a time before all archives. REQUIRES: an
+  // archive can be served.
   std::optional<FoundEntry> FirstFrom(ArchiveTime time);
 
   // Of the earliest entry and of the latest. REQUIRES: an archive can be served.

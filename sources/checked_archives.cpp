@@ -47,8 +47,7 @@ void AppendFile(const FileIdentity& file, std::string* text) {
 
 void AppendFacts(const CheckedFacts& facts, std::string* text) {
   for (const std::uint64_t number :
-       {facts.entryCount, facts.start, facts.end, facts.step, facts.damagedBytes, facts.cutOffBytes,
-        facts.eventsMissing, std::uint64_t{facts.timesAscend}}) {
+       {facts.entryCount, facts.start, facts.end, facts.step, facts.misplaced}) {
     AppendNumber(number, text);
   }
 }
@@ -86,14 +85,9 @@ bool TakeFile(std::string_view* line, FileIdentity* file) {
 
 // All of the rest of a line.
 bool ReadFacts(std::string_view line, CheckedFacts* facts) {
-  unsigned timesAscend = 0;
-  const bool areWhole = TakeNumber(&line, &facts->entryCount) && TakeNumber(&line, &facts->start) &&
-                        TakeNumber(&line, &facts->end) && TakeNumber(&line, &facts->step) &&
-                        TakeNumber(&line, &facts->damagedBytes) &&
-                        TakeNumber(&line, &facts->cutOffBytes) &&
-                        TakeNumber(&line, &facts->eventsMissing) && ReadNumber(line, &timesAscend);
-  facts->timesAscend = timesAscend == 1;
-  return areWhole && timesAscend <= 1;
+  return TakeNumber(&line, &facts->entryCount) && TakeNumber(&line, &facts->start) &&
+         TakeNumber(&line, &facts->end) && TakeNumber(&line, &facts->step) &&
+         ReadNumber(line, &facts->misplaced);
 }
 
 bool TakeName(std::string_view* line, std::string* name) {

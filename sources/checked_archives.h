@@ -14,10 +14,7 @@ struct CheckedFacts {
   ArchiveTime start = 0;
   ArchiveTime end = 0;
   ArchiveTime step = 0;
-  std::uint64_t damagedBytes = 0;
-  std::uint64_t cutOffBytes = 0;
-  std::uint64_t eventsMissing = 0;
-  bool timesAscend = false;
+  std::uint64_t misplaced = 0;  // entries with a wrong time
 };
 
 struct CheckedArchive {
@@ -32,7 +29,7 @@ struct CheckedArchive {
 //
 // Fields are separated by one blank. NAME has its bytes that are not printable ASCII, and blanks
 // and "%", as %XX. A file is its size, inode, device, modified and changed, or "-" for none. FACTS
-// are the fields of CheckedFacts; the last is 0 or 1.
+// are the fields of CheckedFacts.
 struct CheckedArchives {
   std::map<std::string, CheckedArchive> byName;
   // How many they were when archives that are gone were last looked for.

@@ -30,14 +30,12 @@ ArchiveIdentity SomeIdentity() {
 }
 
 CheckedFacts SomeFacts() {
-  return {1000, 3'000, ~ArchiveTime{0}, 1'000, 7, 8, 9, true};
+  return {1000, 3'000, ~ArchiveTime{0}, 1'000, 7};
 }
 
 bool AreEqual(const CheckedFacts& one, const CheckedFacts& other) {
   return one.entryCount == other.entryCount && one.start == other.start && one.end == other.end &&
-         one.step == other.step && one.damagedBytes == other.damagedBytes &&
-         one.cutOffBytes == other.cutOffBytes && one.eventsMissing == other.eventsMissing &&
-         one.timesAscend == other.timesAscend;
+         one.step == other.step && one.misplaced == other.misplaced;
 }
 
 class CheckMemoryOfFolder : public testing::Test {
@@ -229,13 +227,13 @@ TEST_F(CheckMemoryOfFolder, TakesNothingFromADamagedFile) {
       with("cam", "c\xff"),
       with("cam", "c%2"),
       with("cam", "c%zz"),
-      with(" 9 1\n", " 9 2\n"),
-      with(" 9 1\n", " 9\n"),
-      with(" 9 1\n", " 9 1 1\n"),
-      with(" 9 1\n", " 9 1 \n"),
-      with(" 9 1\n", " -9 1\n"),
-      with(" 9 1\n", " 0x9 1\n"),
-      with(" 9 1\n", " 99999999999999999999999 1\n"),
+      with(" 1000 7\n", " 1000\n"),
+      with(" 1000 7\n", " 1000 7 1\n"),
+      with(" 1000 7\n", " 1000 7 \n"),
+      with(" 1000 7\n", " 1000 -7\n"),
+      with(" 1000 7\n", " -1000 7\n"),
+      with(" 1000 7\n", " 0x9 7\n"),
+      with(" 1000 7\n", " 99999999999999999999999 7\n"),
       with(" - ", "  "),
       with(" - ", " + "),
   };

@@ -148,7 +148,7 @@ int Activity(const HostOptions& host, const ActivityOptions& options) {
   RefuseUnknownStream(options.streamId, source.Facts());
   const ActivityBins bins = BinsFor(options, timeline);
   const std::vector<Bin> rows = Measure(bins, options.streamId, &timeline);
-  DoubtRecorded(bins.from, bins.to, &timeline);
+  DoubtLevels(bins.from, bins.to, &timeline);
   if (std::none_of(rows.begin(), rows.end(), [](const Bin& bin) { return bin.IsRecorded(); }))
     timeline.FailWithNothing();
   switch (options.style.format) {
