@@ -240,6 +240,9 @@ TEST_F(Trust, AWrongTimeIsNoPlaceInTime) {
   EXPECT_THAT(mResult.err, HasSubstr("has 1 entry with a wrong time; its level is not counted"));
   EXPECT_EQ(activity["from"], 10000);
   EXPECT_EQ(activity["to"], 60000);
+
+  Write(mPath, {10, 20, 4000000000, 40, 50, 500, 510});
+  EXPECT_EQ(Run({"read", mPath, "100000", "200000"}).exitCode, 4) << "levels are not asked for";
 }
 
 TEST_F(Trust, AnUndeclaredStreamIsServedAndTold) {
