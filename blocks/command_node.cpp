@@ -22,16 +22,6 @@ bool cCommandNode::MarkHandledBy(CBrick* brick) {
   return true;
 }
 
-void cCommandNode::unref() {
-  lock.Lock();
-  const bool last = --refCount == 0;
-  lock.Unlock();
-  if (!last) return;
-  delete[] route;
-  this->~cCommandNode();
-  std::free(this);
-}
-
 void* cCommandNode::Allocate(std::size_t nodeSize, std::size_t payloadSize) {
   if (payloadSize > std::numeric_limits<std::size_t>::max() - nodeSize) throw std::bad_alloc();
   void* const memory = std::calloc(1, nodeSize + payloadSize);

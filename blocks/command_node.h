@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 
 #include "sdk/mem_block.h"
 
@@ -32,3 +33,15 @@ class cCommandNode : public cMemBlock::node {
   // Zeroed memory for a node of `nodeSize` bytes with its payload; throws std::bad_alloc.
   static void* Allocate(std::size_t nodeSize, std::size_t payloadSize);
 };
+
+// No virtual function stands elsewhere: modules with and without types at run time are linked with
+// the same library, and each has a table of its own.
+inline void cCommandNode::unref() {
+  lock.Lock();
+  const bool last = --refCount == 0;
+  lock.Unlock();
+  if (!last) return;
+  delete[] route;
+  this->~cCommandNode();
+  std::free(this);
+}

@@ -56,6 +56,11 @@ if(ZEL3_COVERAGE)
   add_compile_options(--coverage -fprofile-update=atomic)
   add_link_options(--coverage)
 endif()
+# What plug-ins are compiled with: hosts need not know types at run time. The sanitizers do.
+set(ZEL3_PLUGIN_COMPILE_OPTIONS -fno-rtti)
+if(ZEL3_SANITIZE)
+  set(ZEL3_PLUGIN_COMPILE_OPTIONS "")
+endif()
 # What plug-ins are linked with: a symbol that neither they nor the host have is found at once.
 set(ZEL3_PLUGIN_LINK_OPTIONS -Wl,--no-undefined)
 if(ZEL3_FUZZ)

@@ -77,5 +77,5 @@ CBrick* CZel3FileReader::CreateParser() {
 }
 
 void CZel3FileReader::InitBrickConfig(TBrickConfig& childConfig) {
-  childConfig.ownerContext = OwnerContext();
+  childConfig.ownerContext = config.ownerContext;
 }
