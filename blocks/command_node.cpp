@@ -5,8 +5,6 @@
 #include <limits>
 #include <new>
 
-cCommandNode::cCommandNode() : route(new CBrick*[kRouteGrowth]) {}
-
 bool cCommandNode::MarkHandledBy(CBrick* brick) {
   CSingleLock hold(routeLock);
   CBrick** const end = route + routeCount;

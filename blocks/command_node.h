@@ -10,13 +10,24 @@ class CBrick;
 
 // The node of a command: carries the list of bricks that have already handled it, for commands that
 // travel through several bricks. The payload follows. Never pooled.
+//
+// What needs the table of virtual functions is inline: modules with and without types at run time
+// are linked with the same library, and each makes a table of its own.
 class cCommandNode : public cMemBlock::node {
  public:
   // Adds `brick` to the list unless it is there. True when it was not: then the brick is to handle
   // the command. Throws std::bad_alloc, the list unchanged.
   bool MarkHandledBy(CBrick* brick);
 
-  void unref() override;
+  void unref() override {
+    lock.Lock();
+    const bool last = --refCount == 0;
+    lock.Unlock();
+    if (!last) return;
+    delete[] route;
+    this->~cCommandNode();
+    std::free(this);
+  }
 
   CBrick** route;  // guarded by routeLock, as the two counts
   std::uint32_t routeCount = 0;
@@ -27,21 +38,9 @@ class cCommandNode : public cMemBlock::node {
   static constexpr std::uint32_t kRouteGrowth = 10;
 
  protected:
-  cCommandNode();
+  cCommandNode() : route(new CBrick*[kRouteGrowth]) {}
   ~cCommandNode() override = default;
 
   // Zeroed memory for a node of `nodeSize` bytes with its payload; throws std::bad_alloc.
   static void* Allocate(std::size_t nodeSize, std::size_t payloadSize);
 };
-
-// No virtual function stands elsewhere: modules with and without types at run time are linked with
-// the same library, and each has a table of its own.
-inline void cCommandNode::unref() {
-  lock.Lock();
-  const bool last = --refCount == 0;
-  lock.Unlock();
-  if (!last) return;
-  delete[] route;
-  this->~cCommandNode();
-  std::free(this);
-}

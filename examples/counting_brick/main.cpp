@@ -3,7 +3,9 @@
 #include <host/pipeline.h>
 #include <sdk/brick_loader.h>
 
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 
@@ -20,8 +22,12 @@ Brick Load(Tag signature, TBrickConfig config) {
   return brick;
 }
 
-// Puts reader, parser and counter one after the other, and lets them work.
-bool PrintCounts(const char* archive) {
+// How a host names the plug-in of the filter: four characters of its own choice.
+constexpr Tag kFilter = FourCc("Filt");
+
+// Puts reader, parser, a filter if there is one, and counter one after the other, and lets them
+// work.
+bool PrintCounts(const char* archive, bool hasFilter, std::uint32_t leastLevel) {
   Pipeline pipeline;
   TBrickConfig config = {};
   config.ownerContext = pipeline.Id();
@@ -33,10 +39,15 @@ bool PrintCounts(const char* archive) {
   config.output = {tag::kFormatMany, tag::kKindMany};
   Brick parser = Load(tag::kSignatureParser, config);
   if (reader == nullptr || parser == nullptr) return false;
+  config.input = config.output;
+  config.param = leastLevel;
+  const Brick filter = hasFilter ? Load(kFilter, config) : nullptr;
+  if (hasFilter && filter == nullptr) return false;
   CountingBrick counter;
   counter.Create(config);
   parser->ConnectAfter(reader.get());
-  counter.ConnectAfter(parser.get());
+  if (filter != nullptr) filter->ConnectAfter(parser.get());
+  counter.ConnectAfter(hasFilter ? filter.get() : parser.get());
 
   // An archive without an index is indexed first.
   bool idle = pipeline.RunUntilIdle();
@@ -53,11 +64,14 @@ bool PrintCounts(const char* archive) {
 }  // namespace
 
 int main(int argumentCount, char** arguments) {
-  if (argumentCount != 2) {
-    std::cerr << "usage: count_blocks ARCHIVE\n";
+  const bool hasFilter = argumentCount == 4;
+  if (argumentCount != 2 && !hasFilter) {
+    std::cerr << "usage: count_blocks ARCHIVE [FILTER_FILE LEAST_LEVEL]\n";
     return 2;
   }
-  const bool done = PrintCounts(arguments[1]);
+  if (hasFilter) brick_plugins::RegisterFile(kFilter, std::filesystem::absolute(arguments[2]));
+  const auto leastLevel = hasFilter ? std::strtoul(arguments[3], nullptr, 10) : 0;
+  const bool done = PrintCounts(arguments[1], hasFilter, static_cast<std::uint32_t>(leastLevel));
   brick_plugins::UnloadAll();
   return done ? 0 : 1;
 }
