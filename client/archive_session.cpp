@@ -5,7 +5,6 @@
 
 #include "blocks/tags.h"
 #include "host/brick_plugins.h"
-#include "host/settings_folder.h"
 #include "sdk/brick_loader.h"
 #include "sources/archive_source.h"
 #include "system/failure.h"
@@ -46,8 +45,9 @@ TBrickConfig ClientConfig(const Pipeline& pipeline) {
 
 ArchiveSession::ArchiveSession(const PlugIns& /*plugIns*/, const HostOptions& host,
                                const std::string& source, OnBlock onBlock)
-    : mOnBlock(std::move(onBlock)), mClient(std::make_unique<ClientBrick>()) {
-  settings_folder::Set(host.settingsFolder);
+    : mPipeline(HostSettings{host.settingsFolder, host.pluginFolder}),
+      mOnBlock(std::move(onBlock)),
+      mClient(std::make_unique<ClientBrick>()) {
   TBrickConfig config = ReaderConfig(mPipeline, source, host.cacheFolder);
   mReader.reset(CBrickLoader::CreateBrick(tag::kSignatureReader, config));
   if (mReader == nullptr) {

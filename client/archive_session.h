@@ -9,8 +9,8 @@
 #include "host/pipeline.h"
 #include "sources/host_options.h"
 
-// A reader on one source with one client after it, as a host would run them. Sessions of a process
-// run one at a time.
+// A reader on one source with one client after it, as a host would run them. A session belongs to
+// one thread; sessions of other threads may run at the same time, with the same plug-ins.
 class ArchiveSession {
  public:
   using OnBlock = std::function<void(const cMemBlock&)>;

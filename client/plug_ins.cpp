@@ -5,7 +5,6 @@
 
 PlugIns::PlugIns(const HostOptions& host) {
   brick_plugins::ResetRegistrations();
-  brick_plugins::SetSearchFolder(host.pluginFolder);
   if (!host.offerParser) brick_plugins::RegisterFactory(tag::kSignatureParser, {});
 }
 

@@ -38,7 +38,7 @@ install(TARGETS brick_sdk zel3_blocks brickhost EXPORT Zel3BrickSdk
 install(DIRECTORY ${BRICK_SDK_DIR}/ DESTINATION ${zel3_sdk_headers}/sdk COMPONENT sdk FILES_MATCHING PATTERN *.h)
 install(DIRECTORY blocks DESTINATION ${zel3_sdk_headers} COMPONENT sdk FILES_MATCHING PATTERN *.h)
 install(FILES
-          host/brick_plugins.h host/host_export.h host/pipeline.h host/settings_folder.h
+          host/brick_plugins.h host/host_export.h host/host_settings.h host/pipeline.h host/settings_folder.h
         DESTINATION ${zel3_sdk_headers}/host COMPONENT sdk)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/zel3-brick-sdk COMPONENT sdk
         PATTERN build EXCLUDE)

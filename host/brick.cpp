@@ -80,6 +80,7 @@ int CBrick::Create(const TBrickConfig& config) {
   mState->ownerContext = config.ownerContext;
   mState->signature = config.signature;
   mState->Join(Pipeline::State::Find(config.ownerContext), this);
+  const SettingsInForce inForce(Pipeline::State::SettingsFor(config.ownerContext));
   return onCreate(config);
 }
 

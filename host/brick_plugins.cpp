@@ -5,11 +5,16 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 #include <vector>
 
 #include "blocks/tags.h"
+#include "host/host_settings.h"
+#include "host/pipeline_state.h"
 #include "sdk/brick_loader.h"
 
 namespace fs = std::filesystem;
@@ -19,14 +24,11 @@ namespace {
 
 using EntryPoint = CBrick* (*)(TBrickConfig*);
 
-struct Registry {
-  std::map<Tag, std::string> files;
-  std::map<Tag, Factory> factories;
-  std::string searchFolder;
-  std::string lastError;
-  std::map<std::string, void*> loaded;  // handles by path
-  std::function<void(Tag)> observer;
+struct Closing {
+  void operator()(void* handle) const { dlclose(handle); }
 };
+using LoadedFile = std::unique_ptr<void, Closing>;
+using LoadedFiles = std::map<std::string, LoadedFile>;  // by path
 
 const std::map<Tag, std::string>& FilesKnownFromTheStart() {
   static const std::map<Tag, std::string> files{{tag::kSignatureReader, "zel3reader.so"},
@@ -34,9 +36,26 @@ const std::map<Tag, std::string>& FilesKnownFromTheStart() {
   return files;
 }
 
+struct Registry {
+  std::mutex mutex;  // guards all else; not held while anything registered or loaded is called
+  std::map<Tag, std::string> files = FilesKnownFromTheStart();
+  std::map<Tag, Factory> factories;
+  LoadedFiles loaded;
+  std::function<void(Tag)> observer;
+};
+
+// Never destroyed: what is still loaded at the end of the process stays, for blocks that outlive
+// it.
 Registry& TheRegistry() {
-  static Registry registry{FilesKnownFromTheStart(), {}, {}, {}, {}, {}};
+  static Registry& registry = *new Registry;
   return registry;
+}
+
+using Hold = std::lock_guard<std::mutex>;
+
+std::string& LastErrorOfThread() {
+  thread_local std::string reason;
+  return reason;
 }
 
 std::string Quoted(Tag signature) {
@@ -57,7 +76,8 @@ fs::path LibraryFolder() {
 
 std::vector<std::string> SearchFolders() {
   std::vector<std::string> folders;
-  if (!TheRegistry().searchFolder.empty()) folders.push_back(TheRegistry().searchFolder);
+  const std::string& ofTheHost = SettingsInForce::Now().pluginFolder;
+  if (!ofTheHost.empty()) folders.push_back(ofTheHost);
   const char* const fromEnvironment = std::getenv("ZEL3_PLUGIN_FOLDER");
   if (fromEnvironment != nullptr && *fromEnvironment != '\0') folders.push_back(fromEnvironment);
   std::error_code ignored;
@@ -88,27 +108,46 @@ std::string LoaderMessage() {
   return message == nullptr ? "unknown reason" : message;
 }
 
-EntryPoint EntryPointOf(const std::string& path) {
-  auto& loaded = TheRegistry().loaded;
-  void*& handle = loaded[path];
-  if (handle == nullptr) handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (handle == nullptr) {
-    loaded.erase(path);
-    throw std::runtime_error("cannot load " + path + ": " + LoaderMessage());
+void* HandleOf(const std::string& path) {
+  Registry& registry = TheRegistry();
+  {
+    const Hold hold(registry.mutex);
+    const auto known = registry.loaded.find(path);
+    if (known != registry.loaded.end()) return known->second.get();
   }
-  void* const entryPoint = dlsym(handle, "CreateBrick");
+  LoadedFile file(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
+  if (file == nullptr) throw std::runtime_error("cannot load " + path + ": " + LoaderMessage());
+  const Hold hold(registry.mutex);
+  // Another thread may have come first; then this is the same handle once more, and is given back.
+  return registry.loaded.emplace(path, std::move(file)).first->second.get();
+}
+
+EntryPoint EntryPointOf(const std::string& path) {
+  void* const entryPoint = dlsym(HandleOf(path), "CreateBrick");
   if (entryPoint == nullptr) {
     throw std::runtime_error(path + " is no plug-in: it offers no CreateBrick");
   }
   return reinterpret_cast<EntryPoint>(entryPoint);
 }
 
-Factory FactoryOf(Tag signature) {
+std::optional<Factory> RegisteredFactory(Tag signature) {
+  const Hold hold(TheRegistry().mutex);
   const auto& factories = TheRegistry().factories;
   const auto factory = factories.find(signature);
-  if (factory == factories.end()) return EntryPointOf(FileFor(signature));
-  if (factory->second) return factory->second;
+  if (factory == factories.end()) return std::nullopt;
+  return factory->second;
+}
+
+Factory FactoryOf(Tag signature) {
+  const std::optional<Factory> factory = RegisteredFactory(signature);
+  if (!factory) return EntryPointOf(FileFor(signature));
+  if (*factory) return *factory;
   throw std::runtime_error("bricks of " + Quoted(signature) + " are switched off");
+}
+
+std::function<void(Tag)> Observer() {
+  const Hold hold(TheRegistry().mutex);
+  return TheRegistry().observer;
 }
 
 CBrick* Call(const Factory& factory, Tag signature, TBrickConfig& config) {
@@ -120,7 +159,7 @@ CBrick* Call(const Factory& factory, Tag signature, TBrickConfig& config) {
 }
 
 CBrick* MakeBrick(Tag signature, TBrickConfig& config) {
-  if (TheRegistry().observer) TheRegistry().observer(signature);
+  if (const auto observer = Observer()) observer(signature);
   CBrick* const brick = Call(FactoryOf(signature), signature, config);
   if (brick == nullptr) {
     throw std::runtime_error("the plug-in for " + Quoted(signature) + " refused the configuration");
@@ -130,37 +169,37 @@ CBrick* MakeBrick(Tag signature, TBrickConfig& config) {
 
 void Remember(const char* reason) noexcept {
   try {
-    TheRegistry().lastError = reason;
+    LastErrorOfThread() = reason;
   } catch (...) {
-    TheRegistry().lastError.clear();
+    LastErrorOfThread().clear();
   }
 }
 
 }  // namespace
 
 void RegisterFile(Tag signature, const std::string& fileName) {
+  const Hold hold(TheRegistry().mutex);
   TheRegistry().files[signature] = fileName;
 }
 
 void RegisterFactory(Tag signature, Factory factory) {
+  const Hold hold(TheRegistry().mutex);
   TheRegistry().factories[signature] = std::move(factory);
 }
 
 void ResetRegistrations() {
+  const Hold hold(TheRegistry().mutex);
   TheRegistry().factories.clear();
   TheRegistry().files = FilesKnownFromTheStart();
 }
 
-void SetSearchFolder(const std::string& folder) {
-  TheRegistry().searchFolder = folder;
-}
-
 std::map<Tag, std::string> KnownFiles() {
+  const Hold hold(TheRegistry().mutex);
   return TheRegistry().files;
 }
 
 std::string FileFor(Tag signature) {
-  const auto& files = TheRegistry().files;
+  const std::map<Tag, std::string> files = KnownFiles();
   const auto file = files.find(signature);
   if (file != files.end()) return FindFile(file->second);
   throw std::runtime_error("no plug-in is known for " + Quoted(signature));
@@ -171,16 +210,18 @@ void Load(Tag signature) {
 }
 
 void SetObserver(std::function<void(Tag)> onRequest) {
+  const Hold hold(TheRegistry().mutex);
   TheRegistry().observer = std::move(onRequest);
 }
 
 std::string LastError() {
-  return TheRegistry().lastError;
+  return LastErrorOfThread();
 }
 
 void UnloadAll() {
-  for (const auto& entry : TheRegistry().loaded) dlclose(entry.second);
-  TheRegistry().loaded.clear();
+  LoadedFiles unloaded;
+  const Hold hold(TheRegistry().mutex);
+  unloaded.swap(TheRegistry().loaded);
 }
 
 }  // namespace brick_plugins
@@ -188,6 +229,7 @@ void UnloadAll() {
 CBrick* CBrickLoader::CreateBrick(unsigned long signature, TBrickConfig& config) {
   using brick_plugins::MakeBrick;
   using brick_plugins::Remember;
+  const SettingsInForce inForce(Pipeline::State::SettingsFor(config.ownerContext));
   try {
     CBrick* const brick = MakeBrick(static_cast<Tag>(signature), config);
     Remember("");

@@ -9,7 +9,8 @@
 #include "sdk/brick.h"
 
 // The plug-ins of the process: which file offers the bricks of which signature, and where the files
-// are. Used on one thread.
+// are. Registrations and loaded files are the same for all threads, and every function may be
+// called on any; what is registered or observed is called on the thread that asks for a brick.
 namespace brick_plugins {
 
 using Factory = std::function<CBrick*(TBrickConfig*)>;
@@ -25,17 +26,15 @@ BRICK_HOST_API void RegisterFactory(Tag signature, Factory factory);
 // Forgets all registrations but those known from the start.
 BRICK_HOST_API void ResetRegistrations();
 
-// Where plug-in files are looked for: this folder, then the folder that the environment variable
-// ZEL3_PLUGIN_FOLDER names, then beside the program and in the folder lib beside the program's own,
-// then where an installation has them: in the folder zel3 beside the host's library. An empty
-// folder is passed over.
-BRICK_HOST_API void SetSearchFolder(const std::string& folder);
-
 // The plug-in files that are known, names or paths, by the signature of their bricks.
 BRICK_HOST_API std::map<Tag, std::string> KnownFiles();
 
-// The path of the file that bricks of `signature` would come from. Throws std::runtime_error, with
-// one line for people, when there is none.
+// The path of the file that bricks of `signature` would come from. Files are looked for in the
+// plug-in folder of the settings in force on this thread, then in the folder that the environment
+// variable ZEL3_PLUGIN_FOLDER names, then beside the program and in the folder lib beside the
+// program's own, then where an installation has them: in the folder zel3 beside the host's library.
+// An empty folder is passed over. Throws std::runtime_error, with one line for people, when there
+// is none.
 BRICK_HOST_API std::string FileFor(Tag signature);
 
 // Loads that file unless it is loaded already. Throws std::runtime_error, too, when it cannot be
@@ -46,11 +45,12 @@ BRICK_HOST_API void Load(Tag signature);
 // one ends that.
 BRICK_HOST_API void SetObserver(std::function<void(Tag)> onRequest);
 
-// Why the last CBrickLoader::CreateBrick gave null: one line for people. Empty after a success.
+// Why the last CBrickLoader::CreateBrick on this thread gave null: one line for people. Empty after
+// a success.
 BRICK_HOST_API std::string LastError();
 
-// Unloads every loaded plug-in file. REQUIRES: no brick and no block of theirs is alive; releasing
-// one later would call code that is gone.
+// Unloads every loaded plug-in file. REQUIRES: no brick and no block of theirs is alive on any
+// thread, and none is being made; releasing one later would call code that is gone.
 BRICK_HOST_API void UnloadAll();
 
 }  // namespace brick_plugins

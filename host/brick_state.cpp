@@ -1,13 +1,14 @@
 #include "host/brick_state.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cassert>
 #include <utility>
 
 namespace {
 
 BrickId NewBrickId() {
-  static BrickId last = 0;
+  static std::atomic<BrickId> last{0};
   return ++last;
 }
 

@@ -3,7 +3,7 @@
 #include "host/brick_state.h"
 #include "host/pipeline_state.h"
 
-Pipeline::Pipeline() : mState(new State) {}
+Pipeline::Pipeline(const HostSettings& settings) : mState(new State(settings)) {}
 
 Pipeline::~Pipeline() {
   for (const auto& entry : mState->bricks) entry.second->mState->pipeline = nullptr;
@@ -41,6 +41,7 @@ bool Pipeline::RunOne() {
   if (receiver == nullptr) return false;
   const State::Ticket ticket = mState->tickets.front();
   mState->tickets.pop_front();
+  const SettingsInForce inForce(mState->settings);
   if (ticket.queue == Queue::kControl) {
     receiver->DoCtrl();
   } else {

@@ -5,8 +5,10 @@
 #include <memory>
 
 #include "host/host_export.h"
+#include "host/host_settings.h"
 
 class CBrick;
+class CBrickLoader;
 
 // Delivers the blocks of a set of bricks: single-threaded and in the order in which they were sent,
 // across all bricks and both of their queues.
@@ -14,9 +16,16 @@ class CBrick;
 // A brick joins the pipeline that its creation record names (`ownerContext` = Id()). The
 // application destroys the bricks that it made, readers before their clients, runs until idle, and
 // only then the pipeline.
+//
+// A pipeline and its bricks belong to one thread at a time, which makes, connects, drives and
+// destroys them; nothing of them is locked. Pipelines on different threads may work at the same
+// time. Blocks may go from one thread to another: handles may be copied and released on any, and a
+// host that passes them on brings a queue of its own.
 class BRICK_HOST_API Pipeline {
  public:
-  Pipeline();
+  // `settings` are in force on the thread while the pipeline delivers and while a brick that is to
+  // join it is made.
+  explicit Pipeline(const HostSettings& settings = SettingsInForce::Now());
   ~Pipeline();
   Pipeline(const Pipeline&) = delete;
   Pipeline& operator=(const Pipeline&) = delete;
@@ -38,6 +47,7 @@ class BRICK_HOST_API Pipeline {
 
  private:
   friend class CBrick;
+  friend class CBrickLoader;
   class State;
 
   // The brick that the oldest waiting block is for; null when none waits.

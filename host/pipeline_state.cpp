@@ -1,30 +1,58 @@
 #include "host/pipeline_state.h"
 
-namespace {
+#include <map>
+#include <mutex>
 
-std::uint32_t NewPipelineId() {
-  static std::uint32_t last = 0;
-  return ++last;
+// The pipelines of all threads, by their ids.
+class Pipeline::State::Living {
+ public:
+  static Living& Ones();
+
+  std::uint32_t NewId() {
+    const std::lock_guard<std::mutex> hold(mMutex);
+    return ++mLastId;
+  }
+  void Add(State* state) {
+    const std::lock_guard<std::mutex> hold(mMutex);
+    mStates[state->id] = state;
+  }
+  void Remove(const State* state) {
+    const std::lock_guard<std::mutex> hold(mMutex);
+    mStates.erase(state->id);
+  }
+  State* Find(std::uint32_t id) {
+    const std::lock_guard<std::mutex> hold(mMutex);
+    const auto found = mStates.find(id);
+    return found == mStates.end() ? nullptr : found->second;
+  }
+
+ private:
+  std::mutex mMutex;
+  std::uint32_t mLastId = 0;
+  std::map<std::uint32_t, State*> mStates;
+};
+
+Pipeline::State::Living& Pipeline::State::Living::Ones() {
+  static Living ones;
+  return ones;
 }
 
-}  // namespace
-
-std::map<std::uint32_t, Pipeline::State*>& Pipeline::State::Living() {
-  static std::map<std::uint32_t, State*> pipelines;
-  return pipelines;
-}
-
-Pipeline::State::State() : id(NewPipelineId()) {
-  Living()[id] = this;
+Pipeline::State::State(const HostSettings& ofItsHost)
+    : id(Living::Ones().NewId()), settings(ofItsHost) {
+  Living::Ones().Add(this);
 }
 
 Pipeline::State::~State() {
-  Living().erase(id);
+  Living::Ones().Remove(this);
 }
 
 Pipeline::State* Pipeline::State::Find(std::uint32_t id) {
-  const auto found = Living().find(id);
-  return found == Living().end() ? nullptr : found->second;
+  return Living::Ones().Find(id);
+}
+
+const HostSettings& Pipeline::State::SettingsFor(std::uint32_t id) {
+  const State* const pipeline = Find(id);
+  return pipeline == nullptr ? SettingsInForce::Now() : pipeline->settings;
 }
 
 CBrick* Pipeline::State::BrickOf(BrickId brick) const {

@@ -2,9 +2,9 @@
 
 #include <cstdint>
 #include <deque>
-#include <map>
 #include <unordered_map>
 
+#include "host/host_settings.h"
 #include "host/pipeline.h"
 #include "sdk/brick.h"
 
@@ -25,21 +25,26 @@ class Pipeline::State {
     std::uint64_t item;  // its number in the brick
   };
 
-  State();
+  explicit State(const HostSettings& ofItsHost);
   ~State();
   State(const State&) = delete;
   State& operator=(const State&) = delete;
 
-  // The living pipeline of this id; null when there is none.
+  // The living pipeline of this id; null when there is none. It is for the thread that it belongs
+  // to.
   static State* Find(std::uint32_t id);
+  // The settings for making a brick whose creation record names this id: those of the pipeline;
+  // where there is none, those in force anyway.
+  static const HostSettings& SettingsFor(std::uint32_t id);
 
   // The brick of an id; null when it is not of this pipeline or gone.
   CBrick* BrickOf(BrickId brick) const;
 
   const std::uint32_t id;
+  const HostSettings settings;
   std::deque<Ticket> tickets;
   std::unordered_map<BrickId, CBrick*> bricks;
 
  private:
-  static std::map<std::uint32_t, State*>& Living();
+  class Living;
 };

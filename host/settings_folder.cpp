@@ -2,13 +2,10 @@
 
 #include <cstdlib>
 
+#include "host/host_settings.h"
+
 namespace settings_folder {
 namespace {
-
-std::string& ChosenFolder() {
-  static std::string folder;
-  return folder;
-}
 
 // The value of an environment variable; empty unless it is an absolute path.
 std::string AbsolutePathIn(const char* variable) {
@@ -25,12 +22,9 @@ std::string DefaultFolder() {
 
 }  // namespace
 
-void Set(const std::string& path) {
-  ChosenFolder() = path;
-}
-
 std::string Get() {
-  std::string folder = ChosenFolder().empty() ? DefaultFolder() : ChosenFolder();
+  std::string folder = SettingsInForce::Now().settingsFolder;
+  if (folder.empty()) folder = DefaultFolder();
   while (!folder.empty() && folder.back() == '/') folder.pop_back();
   return folder;
 }

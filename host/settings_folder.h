@@ -7,11 +7,9 @@
 // The folder of the files that CIniFile reads and writes.
 namespace settings_folder {
 
-// An empty path brings back the default: XDG_CONFIG_HOME when it is an absolute path, else .config
-// in the home folder.
-BRICK_HOST_API void Set(const std::string& path);
-
-// Without a trailing "/". Empty when there is no such folder to be named.
+// The one of the settings in force on this thread. Where they name none: XDG_CONFIG_HOME when it is
+// an absolute path, else .config in the home folder; the environment is read at each call. Without
+// a trailing "/". Empty when there is no such folder to be named.
 BRICK_HOST_API std::string Get();
 
 }  // namespace settings_folder

@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <memory>
 
+#include "host/pipeline.h"
+#include "on_threads.h"
 #include "sdk/brick_loader.h"
 #include "support/environment_value.h"
 #include "support/temp_folder.h"
@@ -52,18 +54,25 @@ void CopySampleTo(const std::string& path) {
   std::filesystem::copy_file(SamplePath(), path);
 }
 
+// The plug-in folder of the host, to the end of a scope.
+class PlugInFolder {
+ public:
+  explicit PlugInFolder(const std::string& path) : mSettings{"", path}, mInForce(mSettings) {}
+
+ private:
+  const HostSettings mSettings;
+  const SettingsInForce mInForce;
+};
+
 class BrickPlugins : public testing::Test {
  protected:
-  void SetUp() override {
-    brick_plugins::SetSearchFolder(PLUGIN_FOLDER);
-    brick_plugins::RegisterFile(kSample, kSampleFile);
-  }
+  void SetUp() override { brick_plugins::RegisterFile(kSample, kSampleFile); }
   void TearDown() override {
     brick_plugins::UnloadAll();
     brick_plugins::ResetRegistrations();
-    brick_plugins::SetSearchFolder("");
   }
 
+  const PlugInFolder mFolder{PLUGIN_FOLDER};
   const EnvironmentValue mNoFolderFromOutside{"ZEL3_PLUGIN_FOLDER", nullptr};
 };
 
@@ -125,7 +134,7 @@ TEST_F(BrickPlugins, ForgetsRegistrationsButThoseKnownFromTheStart) {
   const TempFolder folder;
   CopySampleTo(folder / "zel3parser.so");
   CopySampleTo(folder / "zel3reader.so");
-  brick_plugins::SetSearchFolder(folder.Path());
+  const PlugInFolder elsewhere(folder.Path());
   EXPECT_NE(MakeBrick(FourCc("Pars")), nullptr);
   EXPECT_NE(MakeBrick(FourCc("Zel3")), nullptr);
   EXPECT_TRUE(IsLoaded(folder / "zel3parser.so"));
@@ -137,7 +146,7 @@ TEST_F(BrickPlugins, SearchesTheOptionsFolderBeforeThatOfTheEnvironment) {
   const TempFolder environment;
   const EnvironmentValue variable("ZEL3_PLUGIN_FOLDER", environment.Path().c_str());
   CopySampleTo(environment / kSampleFile);
-  brick_plugins::SetSearchFolder(option.Path());
+  const PlugInFolder elsewhere(option.Path());
   EXPECT_NE(MakeBrick(kSample), nullptr);
   EXPECT_TRUE(IsLoaded(environment / kSampleFile));
 
@@ -150,7 +159,7 @@ TEST_F(BrickPlugins, SearchesNearTheProgramAndNearTheLibraryOfTheHost) {
   const std::filesystem::path program =
       std::filesystem::read_symlink("/proc/self/exe").parent_path();
   brick_plugins::RegisterFile(kSample, "missing.so");
-  brick_plugins::SetSearchFolder("");
+  const PlugInFolder elsewhere("");
   EXPECT_EQ(FailureOf(kSample), "no plug-in file missing.so in " + program.string() + ", " +
                                     (program.parent_path() / "lib").string() +
                                     ", " HOST_LIBRARY_FOLDER "/zel3");
@@ -199,7 +208,7 @@ TEST_F(BrickPlugins, SaysWhichFileItDidNotFindAndWhere) {
 TEST_F(BrickPlugins, SaysWhyAFileCannotBeLoaded) {
   const TempFolder folder;
   WriteFile(folder / kSampleFile, std::string(100, 'x'));
-  brick_plugins::SetSearchFolder(folder.Path());
+  const PlugInFolder elsewhere(folder.Path());
   EXPECT_THAT(FailureOf(kSample), AllOf(HasSubstr("cannot load " + (folder / kSampleFile) + ": "),
                                         HasSubstr("invalid ELF header")));
 }
@@ -216,7 +225,7 @@ TEST_F(BrickPlugins, PassesOverFoldersAndPipesOfTheName) {
   std::filesystem::create_directory(folder / kSampleFile);
   ASSERT_EQ(mkfifo((pipe / kSampleFile).c_str(), 0600), 0);
   const EnvironmentValue variable("ZEL3_PLUGIN_FOLDER", pipe.Path().c_str());
-  brick_plugins::SetSearchFolder(folder.Path());
+  const PlugInFolder elsewhere(folder.Path());
   EXPECT_THAT(FailureOf(kSample), HasSubstr("no plug-in file sample_plugin.so in "));
 }
 
@@ -239,6 +248,40 @@ INSTANTIATE_TEST_SUITE_P(
                     Failure{"fail", "the plug-in for 'Smpl' failed: the lens is dirty"},
                     Failure{"no memory", "the plug-in for 'Smpl' failed: std::bad_alloc"},
                     Failure{"fail oddly", "the plug-in failed without a reason"}));
+
+TEST_F(BrickPlugins, ComeFromTheFolderOfTheirPipeline) {
+  const TempFolder one;
+  const TempFolder other;
+  for (const TempFolder* const folder : {&one, &other}) CopySampleTo(*folder / kSampleFile);
+  for (const TempFolder* const folder : {&one, &other}) {
+    const Pipeline pipeline(HostSettings{"", folder->Path()});
+    TBrickConfig config = {};
+    config.ownerContext = pipeline.Id();
+    EXPECT_FALSE(IsLoaded(*folder / kSampleFile));
+    EXPECT_NE(Brick(CBrickLoader::CreateBrick(kSample, config)), nullptr);
+    EXPECT_TRUE(IsLoaded(*folder / kSampleFile));
+  }
+  EXPECT_FALSE(IsLoaded(SamplePath()));
+}
+
+TEST_F(BrickPlugins, TellEachThreadItsOwnFailure) {
+  EXPECT_EQ(FailureOf(FourCc("Nope")), "no plug-in is known for 'Nope'");
+  OnThreads(1, [](int) {
+    EXPECT_THAT(brick_plugins::LastError(), IsEmpty());
+    FailureOf(FourCc("None"));
+    EXPECT_EQ(brick_plugins::LastError(), "no plug-in is known for 'None'");
+  });
+  EXPECT_EQ(brick_plugins::LastError(), "no plug-in is known for 'Nope'");
+}
+
+TEST_F(BrickPlugins, AreLoadedOnceByManyThreads) {
+  OnThreads(8, [](int) {
+    const PlugInFolder folder(PLUGIN_FOLDER);
+    for (int round = 0; round < 50; ++round) EXPECT_NE(MakeBrick(kSample), nullptr);
+  });
+  brick_plugins::UnloadAll();
+  EXPECT_FALSE(IsLoaded(SamplePath()));
+}
 
 // A source asks for its parser while it is being made itself.
 TEST_F(BrickPlugins, MayBeAskedWhileABrickIsBeingMade) {

@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <limits>
 
-#include "host/settings_folder.h"
+#include "host/host_settings.h"
 #include "support/environment_value.h"
 #include "support/temp_folder.h"
 
@@ -15,15 +15,14 @@ namespace {
 
 class IniFile : public testing::Test {
  protected:
-  void SetUp() override { settings_folder::Set(folder.Path()); }
-  void TearDown() override { settings_folder::Set(""); }
-
   std::string Text() const {
     const Bytes bytes = ReadFile(folder / "host");
     return std::string(bytes.begin(), bytes.end());
   }
 
   const TempFolder folder;
+  const HostSettings settings{folder.Path(), ""};
+  const SettingsInForce inForce{settings};
 };
 
 struct Line {
@@ -127,7 +126,8 @@ TEST_F(IniFile, KeepsAValueThatIsNoInteger) {
 }
 
 TEST_F(IniFile, IsMadeTogetherWithItsFolder) {
-  settings_folder::Set(folder / "new/deep");
+  const HostSettings deep{folder / "new/deep", ""};
+  const SettingsInForce deepInForce(deep);
   CIniFile file("host");
   file.EnableDefValsCreation(true);
   EXPECT_EQ(file.GetInt("size", 100), 100);
@@ -137,7 +137,8 @@ TEST_F(IniFile, IsMadeTogetherWithItsFolder) {
 
 TEST_F(IniFile, AnswersDefaultsWhereNothingCanBeWritten) {
   WriteFile(folder / "file", std::string());
-  settings_folder::Set(folder / "file");
+  const HostSettings below{folder / "file", ""};
+  const SettingsInForce belowInForce(below);
   CIniFile file("host");
   file.EnableDefValsCreation(true);
   EXPECT_EQ(file.GetInt("size", 100), 100);
@@ -145,7 +146,8 @@ TEST_F(IniFile, AnswersDefaultsWhereNothingCanBeWritten) {
 }
 
 TEST_F(IniFile, AnswersDefaultsWhereThereIsNoSettingsFolder) {
-  settings_folder::Set("");
+  const HostSettings none;
+  const SettingsInForce noneInForce(none);
   const EnvironmentValue configHome("XDG_CONFIG_HOME", nullptr);
   const EnvironmentValue home("HOME", nullptr);
   CIniFile file("host");

@@ -2,16 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include "host/host_settings.h"
 #include "support/environment_value.h"
 
 namespace {
-
-class SettingsFolder : public testing::Test {
- protected:
-  void TearDown() override { settings_folder::Set(""); }
-
-  const EnvironmentValue mHome{"HOME", "/home/someone"};
-};
 
 struct Case {
   const char* configHome;
@@ -19,7 +13,7 @@ struct Case {
   const char* expected;
 };
 
-TEST_F(SettingsFolder, ComesFromTheEnvironmentByDefault) {
+TEST(SettingsFolder, ComesFromTheEnvironmentByDefault) {
   const Case cases[] = {
       {"/etc/own", "/home/someone", "/etc/own"},
       {"/etc/own/", "/home/someone", "/etc/own"},
@@ -39,15 +33,27 @@ TEST_F(SettingsFolder, ComesFromTheEnvironmentByDefault) {
   }
 }
 
-TEST_F(SettingsFolder, IsTheOneThatWasSet) {
-  settings_folder::Set("/srv/settings//");
+TEST(SettingsFolder, IsTheOneInForce) {
+  const HostSettings settings{"/srv/settings//", ""};
+  const SettingsInForce inForce(settings);
   EXPECT_EQ(settings_folder::Get(), "/srv/settings");
 }
 
-TEST_F(SettingsFolder, GoesBackToTheDefault) {
+TEST(SettingsFolder, GoesBackToTheOneBefore) {
   const EnvironmentValue configHome("XDG_CONFIG_HOME", "/etc/own");
-  settings_folder::Set("/srv/settings");
-  settings_folder::Set("");
+  const HostSettings outer{"/srv/outer", ""};
+  const HostSettings inner{"/srv/inner", ""};
+  const HostSettings none;
+  {
+    const SettingsInForce outerInForce(outer);
+    {
+      const SettingsInForce innerInForce(inner);
+      EXPECT_EQ(settings_folder::Get(), "/srv/inner");
+    }
+    EXPECT_EQ(settings_folder::Get(), "/srv/outer");
+    const SettingsInForce noneInForce(none);
+    EXPECT_EQ(settings_folder::Get(), "/etc/own") << "not the outer one";
+  }
   EXPECT_EQ(settings_folder::Get(), "/etc/own");
 }
 

@@ -6,8 +6,8 @@
 #include "host/brick_plugins.h"
 #include "sdk/brick_loader.h"
 
-ReaderTest::ReaderTest() : client(std::make_unique<CapturingClient>()) {
-  brick_plugins::SetSearchFolder(PLUGIN_FOLDER);
+ReaderTest::ReaderTest()
+    : pipeline(HostSettings{"", PLUGIN_FOLDER}), client(std::make_unique<CapturingClient>()) {
   client->Create(Config(""));
 }
 

@@ -6,6 +6,7 @@
 
 #include "blocks/tags.h"
 #include "host/brick_plugins.h"
+#include "host/host_settings.h"
 #include "system/failure.h"
 #include "text/shown_text.h"
 
@@ -24,7 +25,8 @@ void PrintPlugIn(const char* what, Tag signature) {
 
 int RunVersion(const HostOptions& host) {
   std::cout << "zel3 " ZEL3_VERSION "\n";
-  brick_plugins::SetSearchFolder(host.pluginFolder);
+  const HostSettings settings{host.settingsFolder, host.pluginFolder};
+  const SettingsInForce inForce(settings);
   PrintPlugIn("reader", tag::kSignatureReader);
   PrintPlugIn("parser", tag::kSignatureParser);
   std::cout << "Qt " << qVersion() << " (built with " QT_VERSION_STR ")\n";

@@ -5,7 +5,7 @@
 #include <iostream>
 
 #include "host/brick_plugins.h"
-#include "host/settings_folder.h"
+#include "host/host_settings.h"
 #include "inspection/plugin_trial.h"
 #include "json/json_line.h"
 #include "output/tables.h"
@@ -21,11 +21,12 @@ using Texts = std::vector<std::string>;
 constexpr Tag kNoSignature = 0;
 
 struct PlugInsInUse {
-  explicit PlugInsInUse(const HostOptions& host) {
-    brick_plugins::SetSearchFolder(host.pluginFolder);
-    settings_folder::Set(host.settingsFolder);
-  }
+  explicit PlugInsInUse(const HostOptions& host)
+      : settings{host.settingsFolder, host.pluginFolder}, inForce(settings) {}
   ~PlugInsInUse() { brick_plugins::UnloadAll(); }
+
+  const HostSettings settings;
+  const SettingsInForce inForce;
 };
 
 // Makes the file known under the signature that the host knows a file of this name by.

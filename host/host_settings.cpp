@@ -1,0 +1,20 @@
+#include "host/host_settings.h"
+
+namespace {
+
+thread_local const HostSettings* ofThread = nullptr;
+
+}  // namespace
+
+SettingsInForce::SettingsInForce(const HostSettings& settings) : mBefore(ofThread) {
+  ofThread = &settings;
+}
+
+SettingsInForce::~SettingsInForce() {
+  ofThread = mBefore;
+}
+
+const HostSettings& SettingsInForce::Now() {
+  static const HostSettings defaults;
+  return ofThread == nullptr ? defaults : *ofThread;
+}

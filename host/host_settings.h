@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+
+#include "host/host_export.h"
+
+// Where a host keeps what its bricks ask for by name.
+struct HostSettings {
+  std::string settingsFolder;  // of the files of CIniFile; empty: settings_folder.h says which
+  std::string pluginFolder;    // looked into first for plug-in files; empty: brick_plugins.h
+};
+
+// Bricks ask for settings and for other bricks by name only, so the host tells by the thread whose
+// these are: as long as it lives, `settings` are in force on the thread that has made it.
+//
+// A pipeline does so while it delivers and while one of its bricks is made. A host needs it only
+// around calls of a brick of its own, and to make pipelines that have its settings. Ends on the
+// thread on which it was made, in the reverse order; then those from before are in force again.
+class BRICK_HOST_API SettingsInForce {
+ public:
+  // Borrows `settings`, which must stay as they are meanwhile.
+  explicit SettingsInForce(const HostSettings& settings);
+  explicit SettingsInForce(HostSettings&&) = delete;
+  ~SettingsInForce();
+  SettingsInForce(const SettingsInForce&) = delete;
+  SettingsInForce& operator=(const SettingsInForce&) = delete;
+
+  // Those in force on this thread; the defaults (all empty) when there are none.
+  static const HostSettings& Now();
+
+ private:
+  const HostSettings* const mBefore;
+};

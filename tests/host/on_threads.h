@@ -1,0 +1,12 @@
+#pragma once
+
+#include <functional>
+#include <thread>
+#include <vector>
+
+// Does the work on so many threads at the same time; each is told its number.
+inline void OnThreads(int count, const std::function<void(int)>& work) {
+  std::vector<std::thread> threads;
+  for (int number = 0; number < count; ++number) threads.emplace_back(work, number);
+  for (std::thread& thread : threads) thread.join();
+}
