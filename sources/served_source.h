@@ -13,6 +13,8 @@ enum class MissingIndexes { kBuild, kLeaveOut };
 // A source made ready for readers, which trust what they are given: they empty the cache files of
 // whatever they open, and where they cannot write they use a folder that all users share. Every
 // verb that asks a reader goes through this, but for those that show what a reader does by itself.
+// The first one of a process is made before other threads start: it takes that folder away from
+// the environment.
 class ServedSource {
  public:
   // Tells the user which files are left out because they are not archives, that another process is

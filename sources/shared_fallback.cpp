@@ -1,6 +1,7 @@
 #include "sources/shared_fallback.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 
 #include "sources/nowhere.h"
@@ -18,7 +19,8 @@ const std::string& TemporaryFolder() {
 
 void Forbid() {
   TemporaryFolder();
-  setenv("TMPDIR", kNowhere, 1);
+  const char* const now = std::getenv("TMPDIR");
+  if (now == nullptr || std::strcmp(now, kNowhere) != 0) setenv("TMPDIR", kNowhere, 1);
 }
 
 }  // namespace shared_fallback

@@ -10,7 +10,8 @@ namespace shared_fallback {
 // The temporary folder as the user has set it.
 const std::string& TemporaryFolder();
 
-// From now on readers of this process find no temporary folder.
+// From now on readers of this process find no temporary folder. The first call changes the
+// environment, so it comes before other threads start; later ones find it changed.
 void Forbid();
 
 }  // namespace shared_fallback
