@@ -5,7 +5,9 @@
 
 #include "sdk/sdk_export.h"
 
-// Settings of the host: a text file of lines "key=value" in the settings folder.
+// Settings of the host: a text file of lines "key=value" in the settings folder. Which folder that
+// is, the host decides for the thread. Other threads and processes may use the same file at the
+// same time, by objects of their own: no line is lost and no key written twice.
 //
 // Its size is fixed: plug-ins make such objects on their own stack. What is in them is the host's
 // own.
@@ -17,7 +19,8 @@ class BRICK_SDK_API CIniFile {
   CIniFile(const CIniFile&) = delete;
   CIniFile& operator=(const CIniFile&) = delete;
 
-  // When on, GetInt writes a missing key with its default back to the file.
+  // When on, GetInt writes a missing key with its default back to the file, unless somebody else
+  // has done so since: then it has that value. What cannot be written within a moment is not.
   void EnableDefValsCreation(bool enable);
 
   // The integer under `key`; `defaultValue` when the key is missing or its value is not a 32-bit
