@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <cstring>
 #include <filesystem>
 #include <memory>
@@ -281,6 +282,25 @@ TEST_F(BrickPlugins, AreLoadedOnceByManyThreads) {
   });
   brick_plugins::UnloadAll();
   EXPECT_FALSE(IsLoaded(SamplePath()));
+}
+
+TEST_F(BrickPlugins, MayBeRegisteredByManyThreads) {
+  std::atomic<int> observed{0};
+  brick_plugins::SetObserver([&observed](Tag) { ++observed; });
+  OnThreads(8, [](int number) {
+    const PlugInFolder folder(PLUGIN_FOLDER);
+    for (Tag round = 0; round < 50; ++round) {
+      const Tag signature = round * 8 + static_cast<Tag>(number);
+      brick_plugins::RegisterFactory(signature, [](TBrickConfig*) { return new CBrick; });
+      EXPECT_NE(MakeBrick(signature), nullptr);
+      const Tag other = signature + 1000;
+      brick_plugins::RegisterFile(other, kSampleFile);
+      EXPECT_EQ(brick_plugins::KnownFiles().count(other), 1u);
+      EXPECT_NE(MakeBrick(other), nullptr);
+    }
+  });
+  brick_plugins::SetObserver({});
+  EXPECT_EQ(observed, 800);
 }
 
 // A source asks for its parser while it is being made itself.
