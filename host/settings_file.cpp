@@ -11,6 +11,8 @@
 #include <filesystem>
 #include <thread>
 
+#include "blocks/cancellation_hold.h"
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -33,6 +35,7 @@ class OpenFile {
     mIsOpen = S_ISREG(status.st_mode) && status.st_size <= kLargestFile;
   }
   ~OpenFile() {
+    const CancellationHold hold;
     // A child process may have got the handle, and with it the lock, before it is closed here.
     if (mIsLocked) flock(mHandle, LOCK_UN);
     if (mHandle >= 0) close(mHandle);

@@ -55,7 +55,9 @@ for part in "${parts[@]}"; do
       done ;;
     threads)
       build native-tsan
-      ZEL3_LONG=1 tests native-tsan blocks_tests ;;
+      for program in blocks_tests host_tests; do
+        ZEL3_LONG=1 tests native-tsan "$program"
+      done ;;
     memcheck)
       build native
       # Regular expressions that are compiled as they run are beyond what valgrind can follow.
