@@ -26,6 +26,11 @@ add_compile_definitions(${ZEL3_STRING_ABI} _FILE_OFFSET_BITS=64)
 add_compile_definitions(QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS)
 # Qt refuses position-dependent code and -fPIE alike.
 add_compile_options(-fPIC -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Wmultichar -Werror)
+# What is built names no folder of this machine, not even in what helps to debug it: two builds of the same sources are
+# the same, wherever they are made.
+foreach(folder ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
+  add_compile_options(-fdebug-prefix-map=${folder}=. -fmacro-prefix-map=${folder}=.)
+endforeach()
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   # Older compilers align the stack to 4 bytes only, and what they have built calls these functions.
   add_compile_options(-mstackrealign)
