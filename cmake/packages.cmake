@@ -1,24 +1,40 @@
-# Debian packages of what is installed, made by `cpack` in the build folder: zel3 and zel3-brick-sdk.
-set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_STRIP_FILES ON)
-set(CPACK_COMPONENTS_ALL runtime sdk)
-set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_MAINTAINER "zel3 developers <zel3@localhost>")
+# What packaging/make_packages.sh needs to know of the build. CPack of this version knows neither packages of both ABIs
+# that share files nor versions that must be equal.
+set(ZEL3_PACKAGE_MAINTAINER "zel3 developers <zel3@example.org>" CACHE STRING "Who answers for the Debian packages")
+
+# The version of a package that is compiled in, as version_of_<package>.
+function(zel3_find_version package)
+  string(MAKE_C_IDENTIFIER ${package} name)
+  execute_process(COMMAND dpkg-query --show --showformat=\${Version} ${package}
+                  OUTPUT_VARIABLE version ERROR_QUIET RESULT_VARIABLE failed)
+  if(failed)
+    set(version "of another origin")
+  endif()
+  set(version_of_${name} ${version} PARENT_SCOPE)
+endfunction()
+foreach(package libfmt-dev nlohmann-json3-dev libcli11-dev)
+  zel3_find_version(${package})
+endforeach()
+file(READ page/package.json page_package)
+string(JSON version_of_uplot GET "${page_package}" dependencies uplot)
+
+set(architecture amd64)
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE i386)
+  set(architecture i386)
 endif()
+foreach(file control changelog copyright)
+  configure_file(packaging/${file}.in ${CMAKE_BINARY_DIR}/packaging/${file} @ONLY)
+endforeach()
+file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/packaging/variables @ONLY CONTENT
+"architecture=@architecture@
+triplet=@CMAKE_LIBRARY_ARCHITECTURE@
+version=@PROJECT_VERSION@
+sources='@PROJECT_SOURCE_DIR@'
+")
 
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME zel3)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION utils)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_RUNTIME_DESCRIPTION
-  "The program zel3, which makes, indexes and reads archives, and the plug-in that media hosts load.")
-
-set(CPACK_DEBIAN_SDK_PACKAGE_NAME zel3-brick-sdk)
-set(CPACK_DEBIAN_SDK_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_SDK_PACKAGE_DEPENDS "zel3 (= ${PROJECT_VERSION}), qtbase5-dev")
-set(CPACK_DEBIAN_SDK_DESCRIPTION
-  "Headers and libraries to build bricks of a media pipeline, and hosts that load them.")
-include(CPack)
+# All that is in the packages, and none of the tests.
+add_custom_target(packaged DEPENDS zel3 zel3reader zel3parser brickhost zel3_blocks pages
+                                   completion_bash completion_zsh completion_fish)
+if(TARGET man_page)
+  add_dependencies(packaged man_page)
+endif()

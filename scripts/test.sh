@@ -6,7 +6,11 @@ cd "$(dirname "$0")/.."
 
 scripts/setup.sh "$@" 2>&1 | { grep -E '^(setup|\*\*\*|The shipping|E:)' || true; }
 [ "${PIPESTATUS[0]}" = 0 ] || exit 1
-[ "${1:-}" = --require-i386 ] && shift
+if [ "${1:-}" = --require-i386 ]; then
+  # The tests of both ABIs together are then not skipped.
+  export ZEL3_REQUIRE_I386=yes
+  shift
+fi
 presets=("$@")
 if [ "${#presets[@]}" = 0 ]; then
   presets=(native)
