@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
 # What takes longer than a change can wait for: the long proof that nothing crashes, hangs, leaks or lies, what the tests
 # reach, the measurements, and the changes that no test notices.
-#   scripts/nightly.sh [packages|load|faults|threads|memcheck|sanitizers|fuzz|coverage|demo|bench|mutants...]
+#   scripts/nightly.sh [packages|reproducible|load|faults|threads|memcheck|sanitizers|fuzz|coverage|demo|bench|mutants...]
 # Without a name all of them run. Ends with 1 at the first finding. The figures are printed as they come.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 parts=("$@")
 [ "${#parts[@]}" != 0 ] ||
-  parts=(packages load faults threads memcheck sanitizers fuzz coverage demo bench mutants)
+  parts=(packages reproducible load faults threads memcheck sanitizers fuzz coverage demo bench mutants)
 
 builds=(native)
 [ -e /usr/lib/i386-linux-gnu/libQt5Core.so.5 ] && builds=(i386 native)
@@ -40,6 +40,8 @@ for part in "${parts[@]}"; do
         ctest --preset "$preset" --tests-regex '^(install|docs|browser)\.' --quiet
         cmake --preset "$preset" -DZEL3_TEST_EVERYTHING=OFF >/dev/null
       done ;;
+    reproducible)
+      for preset in "${builds[@]}"; do scripts/reproducible.sh "$preset"; done ;;
     # Folders of 10,000 archives, files of ten million entries, a million requests, a thousand runs, 200 kills.
     load)
       for preset in "${builds[@]}"; do
