@@ -34,7 +34,8 @@ install(TARGETS brick_sdk zel3_blocks brickhost EXPORT Zel3BrickSdk
         LIBRARY COMPONENT ${zel3_library_package} NAMELINK_COMPONENT zel3-brick-sdk
         ARCHIVE COMPONENT zel3-brick-sdk
         INCLUDES DESTINATION ${zel3_sdk_headers})
-install(DIRECTORY ${BRICK_SDK_DIR}/ DESTINATION ${zel3_sdk_headers}/sdk COMPONENT zel3-brick-sdk FILES_MATCHING PATTERN *.h)
+install(DIRECTORY ${BRICK_SDK_DIR}/ DESTINATION ${zel3_sdk_headers}/sdk COMPONENT zel3-brick-sdk
+        FILES_MATCHING PATTERN *.h)
 install(DIRECTORY blocks DESTINATION ${zel3_sdk_headers} COMPONENT zel3-brick-sdk FILES_MATCHING PATTERN *.h)
 install(FILES
           host/brick_plugins.h host/host_export.h host/host_settings.h host/pipeline.h host/settings_folder.h
@@ -57,4 +58,5 @@ endif()
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
            OUTPUT_VARIABLE prefix_from_pc_file)
 configure_file(cmake/zel3-brick-sdk.pc.in zel3-brick-sdk.pc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/zel3-brick-sdk.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT zel3-brick-sdk)
+install(FILES ${CMAKE_BINARY_DIR}/zel3-brick-sdk.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        COMPONENT zel3-brick-sdk)

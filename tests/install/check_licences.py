@@ -13,6 +13,8 @@ import sys
 
 # What compilers bring along, and Qt Core: linked at run time, and their headers may be used.
 TOOLS = re.compile(r"^(libc6-dev.*|linux-libc-dev|lib(32|x32)?(stdc\+\+|gcc)-\d+-dev|gcc-.*|qtbase5-dev)$")
+# How the copyright file names a part: its name and version, and the package that it is from.
+PART = re.compile(r"^Comment: (\S+) (\S+), https://\S+, from (?:the package )?(\S+)$", re.MULTILINE)
 # What is not installed.
 TESTS = ("tests/", "fuzz/", "bench/", "googletest/", "lib/libg")
 
@@ -42,7 +44,7 @@ def packages_of(headers):
 def main():
     ninja, build, sources, copyright_file = sys.argv[1:]
     with open(copyright_file, encoding="utf-8") as file:
-        named = re.findall(r"^Comment: (\S+) (\S+), https://\S+, from (?:the package )?(\S+)$", file.read(), re.MULTILINE)
+        named = PART.findall(file.read())
     with open(os.path.join(sources, "page/package-lock.json"), encoding="utf-8") as file:
         embedded = json.load(file)["packages"]
 

@@ -56,10 +56,11 @@ for package in "${packages[@]}"; do
 done
 
 echo 'Programs and libraries are where they belong:'
-diff <(cd "$folder/root/usr" && find . -type f \( -path './bin/*' -o -name '*.so*' -o -name '*.gz' \) ! -name changelog.gz |
-  sed 's,^\./,,' | LC_ALL=C sort) - <<FILES
+diff <(cd "$folder/root/usr" && find bin "$libraries" share/man -type f ! -path '*/cmake/*' | LC_ALL=C sort) - <<FILES
 bin/zel3
 $libraries/libbrickhost.so.$version
+$libraries/libzel3_blocks.a
+$libraries/pkgconfig/zel3-brick-sdk.pc
 $libraries/zel3/zel3parser.so
 $libraries/zel3/zel3reader.so
 share/man/man1/zel3.1.gz
@@ -71,9 +72,11 @@ for package in "$folder"/*.deb; do
                                                END { exit bad || NR == 0 }'
 done
 
-echo 'No file names a folder of the build:'
+echo 'No file names a folder of the build, nor does what was taken off it:'
 for path in "$sources" "$build"; do
-  if grep -rlF "$path" "$folder/root"; then exit 1; fi
+  if grep -rlF "$path" "$folder/root" "$build"/bin/zel3 "$build"/lib/{libbrickhost,zel3reader,zel3parser}.so; then
+    exit 1
+  fi
 done
 
 echo 'Made again, they are the same:'

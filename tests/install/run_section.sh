@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs all commands of a section of docs/integrating.md as they stand there, in a folder where this build is the one that
-# they make, and /opt a folder of the test.
+# Runs all commands of a section of docs/integrating.md as they stand there, in a folder where this build is the one
+# that they make, and /opt a folder of the test.
 #   run_section.sh SOURCES BUILD SECTION
 set -euo pipefail
 sources=$1 build=$2 section=$3

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The packages of both ABIs are installed together below FOLDER by dpkg, as on a machine of both architectures. The 64-bit
-# program runs there, and hosts of both ABIs are built and served there.
+# The packages of both ABIs are installed together below FOLDER by dpkg, as on a machine of both architectures. The
+# 64-bit program runs there, and hosts of both ABIs are built and served there.
 #   side_by_side.sh CMAKE SOURCES FOLDER PACKAGES PACKAGES_32 COMPILER GENERATOR VERSION
 # Skipped (77) where the 32-bit packages are missing or older than what both have in common, but for ZEL3_REQUIRE_I386.
 set -euo pipefail
@@ -14,7 +14,7 @@ skip() {
 }
 stamp=$packages_32/zel3_${version}_i386.deb
 [ -e "$stamp" ] || skip 'There are no 32-bit packages'
-newer=$(cd "$sources" && find README.md SECURITY.md docs sdk blocks host examples cmake packaging -newer "$stamp" -print -quit)
+newer=$(cd "$sources" && find sdk blocks host examples cmake page/package.json packaging -newer "$stamp" -print -quit)
 [ -z "$newer" ] || skip "$newer is newer than the 32-bit packages"
 
 rm -rf "$folder"
