@@ -10,8 +10,14 @@ folder=$(realpath "$2")
 # What the build says of itself: architecture, triplet, version, sources.
 . "$build/packaging/variables"
 
+# What Debian's tools have to say is worth reading when one has failed.
 work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+finish() {
+  [ "$?" = 0 ] || cat "$work/warnings" >&2
+  rm -rf "$work"
+}
+trap finish EXIT
+touch "$work/warnings"
 mkdir "$work/debian"
 cp "$build"/packaging/{control,changelog} "$work/debian"
 cd "$work"
@@ -76,6 +82,6 @@ library=$(printf '%s\n' "${packages[@]}" | grep '^libbrickhost')
 for package in "${packages[@]}"; do stage "$package"; done
 describe_library "$library"
 for package in "${packages[@]}"; do
-  pack "$package" || { cat warnings >&2; exit 1; }
+  pack "$package"
   echo "${package}_${version}_$architecture.deb"
 done
