@@ -30,6 +30,7 @@ for preset in "${presets[@]}"; do
   read -r bad all < <(sed -nE 's/.* ([0-9]+) tests? failed out of ([0-9]+)$/\1 \2/p' "$log") || { cat "$log"; exit 1; }
   [ "$bad" = 0 ] || cat "$log"
   echo "$preset: $((all - bad)) of $all tests passed"
+  sed -nE 's/.* - (.*) \(Skipped\).*/  skipped: \1/p' "$log"
   passed=$((passed + all - bad))
   failed=$((failed + bad))
 done
