@@ -24,6 +24,8 @@ option(ZEL3_FUZZ "Make the fuzzers, with clang" OFF)
 set(ZEL3_STRING_ABI _GLIBCXX_USE_CXX11_ABI=0)
 add_compile_definitions(${ZEL3_STRING_ABI} _FILE_OFFSET_BITS=64)
 add_compile_definitions(QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS)
+# Plug-ins run with any Qt that has the functions that they call, not only with one as new as the headers.
+add_compile_definitions(QT_NO_VERSION_TAGGING)
 # Qt refuses position-dependent code and -fPIE alike.
 add_compile_options(-fPIC -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Wmultichar -Werror)
 # What is built names no folder of this machine, not even in what helps to debug it: two builds of the same sources are
@@ -66,8 +68,9 @@ set(ZEL3_PLUGIN_COMPILE_OPTIONS -fno-rtti)
 if(ZEL3_SANITIZE)
   set(ZEL3_PLUGIN_COMPILE_OPTIONS "")
 endif()
-# What plug-ins are linked with: a symbol that neither they nor the host have is found at once.
-set(ZEL3_PLUGIN_LINK_OPTIONS -Wl,--no-undefined)
+# What plug-ins are linked with: a symbol that neither they nor the host have is found at once, and no library is named
+# that they do not use.
+set(ZEL3_PLUGIN_LINK_OPTIONS -Wl,--no-undefined -Wl,--as-needed)
 if(ZEL3_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
   # With clang the sanitizers' symbols are those of the program.

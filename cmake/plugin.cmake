@@ -1,0 +1,21 @@
+# A plug-in: a module that a host loads. It shows what the exports.map of its folder names, and nothing else.
+#   zel3_add_plugin(<target> SOURCES <file>... LIBRARIES <target>...)
+function(zel3_add_plugin target)
+  cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})
+  set(exports ${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
+  add_library(${target} MODULE ${arg_SOURCES})
+  # It looks for no library of the host: the program that loads it has that already.
+  set_target_properties(${target} PROPERTIES
+    PREFIX ""
+    INSTALL_RPATH ""
+    LINK_DEPENDS ${exports})
+  target_link_libraries(${target} PRIVATE ${arg_LIBRARIES} brickhost)
+  target_compile_options(${target} PRIVATE ${ZEL3_PLUGIN_COMPILE_OPTIONS})
+  target_link_options(${target} PRIVATE ${ZEL3_PLUGIN_LINK_OPTIONS} -Wl,--version-script=${exports})
+  # An instrumented plug-in runs only where it was built.
+  if(NOT ZEL3_SANITIZE)
+    set(older_systems ${PROJECT_SOURCE_DIR}/cmake/older_systems.cpp)
+    target_sources(${target} PRIVATE ${older_systems})
+    set_source_files_properties(${older_systems} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+  endif()
+endfunction()
