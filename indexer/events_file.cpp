@@ -77,7 +77,8 @@ bool LoadEvents(PlainFile& file, QList<EVT_FILE_DATA_T>* groups) {
   const std::uint64_t size = file.Size();
   if (size < kSmallestReadEventFile || size >= std::numeric_limits<int>::max()) return false;
   try {
-    QByteArray bytes(static_cast<int>(size), Qt::Uninitialized);
+    QByteArray bytes;
+    bytes.resize(static_cast<int>(size));
     const std::size_t got = file.Read(bytes.data(), static_cast<std::size_t>(size));
     *groups = ReadEventGroups(bytes.constData(), static_cast<qint64>(got));
   } catch (const std::bad_alloc&) {

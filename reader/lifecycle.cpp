@@ -20,7 +20,7 @@ int CZel3FileReader::onCreate(const TBrickConfig& creationConfig) {
   Contain([&] {
     config = creationConfig;
     config.name[sizeof(config.name) - 1] = 0;
-    indexer.cacheFolder = QString::fromLatin1(FieldText(config.cacheFolder));
+    indexer.cacheFolder = QString(QLatin1String(FieldText(config.cacheFolder).constData()));
     opened = open(SourcePath().constData());
   });
   return opened;

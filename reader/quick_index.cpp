@@ -75,7 +75,8 @@ std::optional<Header> FindHeader(const char* bytes, std::size_t size) {
 }
 
 bool ReadHeadIndex(const ArchiveFile& file, cZel3Indexer& indexer) {
-  QByteArray head(static_cast<int>(kStretch), Qt::Uninitialized);
+  QByteArray head;
+  head.resize(static_cast<int>(kStretch));
   std::size_t size = file.ReadAt(0, head.data(), kNearEnd);
   std::optional<Header> header = FindHeader(head.constData(), size);
   if (!header || !header->LiesWithin(size)) {
@@ -100,7 +101,8 @@ enum class TailSearch { kFound, kNotFound, kNothingThere };
 TailSearch SearchStretch(const ArchiveFile& file, cZel3Indexer& indexer, FilePosition position,
                          std::uint64_t from) {
   // The body of a marker at the end of the stretch may reach beyond it.
-  QByteArray bytes(static_cast<int>(kStretch + sizeof(IDX_T) - from), Qt::Uninitialized);
+  QByteArray bytes;
+  bytes.resize(static_cast<int>(kStretch + sizeof(IDX_T) - from));
   const std::size_t got =
       file.ReadAt(position + from, bytes.data(), static_cast<std::size_t>(bytes.size()));
   const std::size_t searched = std::min<std::size_t>(got, kStretch - from);
