@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # The built plug-ins serve another host, wherever its stack stands, with their caches in a cache folder.
-#   run_host.sh HOST PROGRAM PLUGINS
+#   run_host.sh HOST PROGRAM PLUGINS [PLUGIN]    PLUGIN is bound to its own libraries first
 set -euo pipefail
 host=$1 zel3=$2 plugins=$3
+shift 3
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
@@ -11,7 +12,7 @@ cd "$work"
 for bytes in 0 4 8 12; do
   echo "$bytes bytes further down the stack, it counts what the parser finds:"
   mkdir cache
-  diff <(env -i ZEL3_PLUGIN_FOLDER="$plugins" "$host" archives/*.zel3 "$work/cache" $bytes || echo "ended with $?") - <<'COUNTS'
+  diff <(env -i ZEL3_PLUGIN_FOLDER="$plugins" "$host" archives/*.zel3 "$work/cache" $bytes "$@" || echo "ended with $?") - <<'COUNTS'
 ArcA 1
 Dat3 1
 Hdr3 1

@@ -1,5 +1,6 @@
 #include <alloca.h>
 #include <blocks/tags.h>
+#include <dlfcn.h>
 #include <host/brick_plugins.h>
 #include <host/pipeline.h>
 #include <sdk/brick_loader.h>
@@ -12,7 +13,8 @@
 #include "counting_brick.h"
 
 // A host that runs reader, parser and a counter of blocks on one archive, its index in a cache
-// folder.
+// folder. A plug-in that is named is loaded beforehand, and takes from its own libraries what they
+// have.
 
 namespace {
 
@@ -62,9 +64,10 @@ __attribute__((noinline)) bool PrintCountsDeeper(std::size_t bytes, char** paths
 
 }  // namespace
 
-// small_host ARCHIVE CACHE_FOLDER BYTES
+// small_host ARCHIVE CACHE_FOLDER BYTES [PLUGIN]
 int main(int argumentCount, char** arguments) {
-  if (argumentCount != 4) return 2;
+  if (argumentCount < 4) return 2;
+  if (argumentCount > 4 && dlopen(arguments[4], RTLD_NOW | RTLD_DEEPBIND) == nullptr) return 3;
   const bool done = PrintCountsDeeper(std::strtoul(arguments[3], nullptr, 10), arguments + 1);
   brick_plugins::UnloadAll();
   return done ? 0 : 1;
