@@ -34,8 +34,14 @@ foreach(folder ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
   add_compile_options(-fdebug-prefix-map=${folder}=. -fmacro-prefix-map=${folder}=.)
 endforeach()
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-  # Older compilers align the stack to 4 bytes only, and what they have built calls these functions.
-  add_compile_options(-mstackrealign)
+  # Older compilers align the stack to 4 bytes only, and what they have built calls these functions. They align it for
+  # all that they call in turn: Qt needs that, too. (With -mstackrealign GCC aligns it only where a function itself needs
+  # that.)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    add_compile_options(-mincoming-stack-boundary=2)
+  else()
+    add_compile_options(-mstackrealign)
+  endif()
 endif()
 
 # Every symbol is found when a file is loaded, and what that took is read-only from then on. So calls of other libraries
