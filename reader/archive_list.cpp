@@ -24,8 +24,16 @@ void CZel3FileReader::OnArchivesEntryRequest() {
     entry.reserved = 0;
     indexer.FillFileStreamMap(i, entry.streamMap);
   }
-  SendCmd(answer);
+  // A host may deliver at once, and a receiver may end the brick then: sending comes last.
+  const bool wasRequested = source.IsListRequested();
   source.ForgetListRequest();
+  try {
+    SendCmd(answer);
+  } catch (...) {
+    // Then it is still there, and nobody has got the list.
+    if (wasRequested) source.RequestList();
+    throw;
+  }
 }
 
 void CZel3FileReader::Send_No_archive_warning() {

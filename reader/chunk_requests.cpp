@@ -55,8 +55,9 @@ void CZel3FileReader::OnChunkRequest(const ChunkRequestBlock& request, const QSt
     indexer.Open_file(fileToIndex, 0);
     parked.SetPending(true);
     Start_make_index(fileToIndex);
-    parked.SetPending(run.IsOn());
-    if (run.IsOn()) return;
+    // Where a host delivers at once, the run is over already, and its end has answered.
+    if (run.IsOn() || !parked.IsPending()) return;
+    parked.SetPending(false);
   }
   playing.nextChunk = TZEL3ChunkInfo();
   AnswerNotFound(wanted.time);

@@ -29,8 +29,9 @@ void CZel3FileReader::OnPlayCmd(const PlayBlock& command) {
   reset.Record().time = play.time;
   reset.Record().mode = play.mode;
   reset.Record().forward = play.forward;
-  SendData(reset);
+  // A host may deliver at once: the receiver may ask for a start, or end the brick.
   playing.streamStopped = true;
+  SendData(reset);
 }
 
 void CZel3FileReader::OnCmdGetActivity(const ActivityRequestBlock& request) {
