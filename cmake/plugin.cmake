@@ -4,14 +4,14 @@ function(zel3_add_plugin target)
   cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})
   set(exports ${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
   add_library(${target} MODULE ${arg_SOURCES})
-  # It looks for no library of the host: the program that loads it has that already.
+  # It looks in no folder for a library of its host: the process that loads it has that already.
   set_target_properties(${target} PROPERTIES
     PREFIX ""
     INSTALL_RPATH ""
     LINK_DEPENDS ${exports})
-  target_link_libraries(${target} PRIVATE ${arg_LIBRARIES} brickhost)
+  target_link_libraries(${target} PRIVATE ${arg_LIBRARIES})
   target_compile_options(${target} PRIVATE ${ZEL3_PLUGIN_COMPILE_OPTIONS})
-  target_link_options(${target} PRIVATE ${ZEL3_PLUGIN_LINK_OPTIONS} -Wl,--version-script=${exports})
+  target_link_options(${target} PRIVATE -Wl,--version-script=${exports})
   # An instrumented plug-in runs only where it was built.
   if(NOT ZEL3_SANITIZE)
     set(older_systems ${PROJECT_SOURCE_DIR}/cmake/older_systems.cpp)

@@ -66,12 +66,22 @@ std::string Quoted(Tag signature) {
   return "'" + text + "'";
 }
 
-// The folder of the host's library, which holds this very function.
-fs::path LibraryFolder() {
+// The file of the host's library, which holds this very function.
+const char* LibraryFile() {
   Dl_info place = {};
-  if (dladdr(reinterpret_cast<void*>(&LibraryFolder), &place) == 0) return {};
+  return dladdr(reinterpret_cast<void*>(&LibraryFile), &place) == 0 ? "" : place.dli_fname;
+}
+
+fs::path LibraryFolder() {
   std::error_code ignored;
-  return fs::canonical(place.dli_fname, ignored).parent_path();
+  return fs::canonical(LibraryFile(), ignored).parent_path();
+}
+
+// Plug-ins name no library of their host, so they find one only where all look: a program may have
+// loaded it for itself.
+void ShowLibraryToPlugins() {
+  void* const library = dlopen(LibraryFile(), RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL);
+  if (library != nullptr) dlclose(library);
 }
 
 std::vector<std::string> SearchFolders() {
@@ -115,6 +125,7 @@ void* HandleOf(const std::string& path) {
     const auto known = registry.loaded.find(path);
     if (known != registry.loaded.end()) return known->second.get();
   }
+  ShowLibraryToPlugins();
   LoadedFile file(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
   if (file == nullptr) throw std::runtime_error("cannot load " + path + ": " + LoaderMessage());
   const Hold hold(registry.mutex);

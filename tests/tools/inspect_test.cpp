@@ -61,8 +61,9 @@ TEST_F(Inspect, TellsWhatTheReaderIs) {
   EXPECT_THAT(reader["knownInputs"], IsEmpty());
   EXPECT_THAT(reader["knownOutputs"], IsEmpty());
   EXPECT_EQ(reader["asksFor"], nlohmann::json::parse(R"(["Pars"])"));
+  // No library of a host: its functions may be in any, or in the program itself.
   EXPECT_THAT(reader["needs"].get<std::vector<std::string>>(),
-              AllOf(Contains(StartsWith("libbrickhost.so")), Contains("libQt5Core.so.5")));
+              AllOf(Not(Contains(HasSubstr("brickhost"))), Contains("libQt5Core.so.5")));
 }
 
 TEST_F(Inspect, TellsWhatTheReaderAnswers) {
