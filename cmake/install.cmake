@@ -36,6 +36,7 @@ install(TARGETS brick_sdk zel3_blocks brickhost EXPORT Zel3BrickSdk
         INCLUDES DESTINATION ${zel3_sdk_headers})
 install(DIRECTORY ${BRICK_SDK_DIR}/ DESTINATION ${zel3_sdk_headers}/sdk COMPONENT zel3-brick-sdk
         FILES_MATCHING PATTERN *.h)
+install(FILES sdk/check_host.cpp DESTINATION ${zel3_sdk_headers}/sdk COMPONENT zel3-brick-sdk)
 install(DIRECTORY blocks DESTINATION ${zel3_sdk_headers} COMPONENT zel3-brick-sdk FILES_MATCHING PATTERN *.h)
 install(FILES
           host/brick_plugins.h host/host_export.h host/host_settings.h host/pipeline.h host/settings_folder.h

@@ -24,6 +24,9 @@ share/man/man1/zel3.1
 share/zsh/vendor-completions/_zel3
 FILES
 
+echo 'So is what checks the headers of other hosts:'
+ls "$prefix/include/zel3-brick-sdk/sdk/check_host.cpp"
+
 echo 'No file names a folder of the build:'
 for folder in "$sources" "$build" "$prefix.first"; do
   if grep -rlF "$folder" "$prefix"; then exit 1; fi
