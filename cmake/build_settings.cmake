@@ -1,4 +1,8 @@
 # What every target of the project is built with.
+get_property(zel3_many_configurations GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
+if(NOT CMAKE_BUILD_TYPE AND NOT zel3_many_configurations)
+  set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "As what it is built" FORCE)
+endif()
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -35,8 +39,8 @@ foreach(folder ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
 endforeach()
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   # Older compilers align the stack to 4 bytes only, and what they have built calls these functions. They align it for
-  # all that they call in turn: Qt needs that, too. (With -mstackrealign GCC aligns it only where a function itself needs
-  # that.)
+  # all that they call in turn: Qt needs that, too. (With -mstackrealign GCC aligns it only where a function needs that
+  # itself.)
   if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
     add_compile_options(-mincoming-stack-boundary=2)
   else()
