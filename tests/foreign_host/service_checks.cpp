@@ -222,6 +222,12 @@ void CheckDeletionInDelivery(const Plugin& plugin, const std::string& folder, Ch
         std::string("a reader that is deleted while it answers is left alone: ") + each.answer,
         IsKeptUntouched());
   }
+  Chain chain(plugin, folder, cache);
+  chain.client.onBlock = [&](const cMemBlock&) {
+    if (chain.reader != nullptr) chain.reader.release()->enqueueControl(MakeCommand("Kill", '\0'));
+  };
+  chain.client.Ask(AskTime(time));
+  checks.Same("a reader that is killed while it answers is gone", Scheduler::BricksAlive(), 1u);
 }
 
 void CheckUnloading(const char* file, const std::string& folder, Checks& checks) {
