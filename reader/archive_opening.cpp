@@ -1,6 +1,7 @@
 #include <QFileInfo>
 #include <algorithm>
 
+#include "blocks/scoped_value.h"
 #include "indexer/folder_listing.h"
 #include "reader/archive_suffix.h"
 #include "reader/zel3_file_reader.h"
@@ -102,7 +103,7 @@ bool CZel3FileReader::Open_file(const QString& path, bool headAndTailOnly) {
       if (source.IsListRequested() && !source.IsFolder()) OnArchivesEntryRequest();
       return true;
     }
-    if (!source.HasFailed(path) && MakeIndex(path, headAndTailOnly)) return true;
+    if (!source.HasFailed(path) && !isStartingRun && MakeIndex(path, headAndTailOnly)) return true;
   }
   NoteFailure(path);
   return false;
@@ -114,8 +115,10 @@ bool CZel3FileReader::MakeIndex(const QString& path, bool headAndTailOnly) {
     indexer.Open_file_draft(path);
     return Adv_Read_head_and_tail_index();
   }
-  Start_make_index(QString());
-  if (!run.IsOn()) SetNoArchive();
+  const ScopedValue<bool> starting(isStartingRun, true);
+  bool hasBegun = false;
+  Start_make_index(QString(), &hasBegun);
+  if (!hasBegun) SetNoArchive();
   return false;
 }
 

@@ -54,9 +54,10 @@ void CZel3FileReader::OnChunkRequest(const ChunkRequestBlock& request, const QSt
   if (fileToIndex != justIndexed) {
     indexer.Open_file(fileToIndex, 0);
     parked.SetPending(true);
-    Start_make_index(fileToIndex);
-    // Where a host delivers at once, the run is over already, and its end has answered.
-    if (run.IsOn() || !parked.IsPending()) return;
+    bool hasBegun = false;
+    Start_make_index(fileToIndex, &hasBegun);
+    // Its end answers. Where a host delivers at once, that has been, and the brick may be gone.
+    if (hasBegun) return;
     parked.SetPending(false);
   }
   playing.nextChunk = TZEL3ChunkInfo();

@@ -52,7 +52,7 @@ bool IndexingRun::SetPercent(std::uint32_t percent) {
   return std::exchange(lastProgressPercent, percent) != percent;
 }
 
-int CZel3FileReader::Start_make_index(const QString& path) {
+int CZel3FileReader::Start_make_index(const QString& path, bool* hasBegun) {
   const QString file = path.isEmpty() ? archiveFile.Path() : path;
   run.End();
   bool begun = false;
@@ -60,6 +60,7 @@ int CZel3FileReader::Start_make_index(const QString& path) {
     indexer.Reopen_for_write();
     begun = MakeChain(file);
   });
+  *hasBegun = begun;
   if (!begun) {
     children.EndChain(*this);
     indexer.EndRun();
@@ -95,12 +96,14 @@ void CZel3FileReader::Send_start_indexing(const QString& file) {
 // The parser takes this as the word to ask the index reader for more. Without it nothing moves on,
 // so a request that could not be allocated is sent with the next command.
 void CZel3FileReader::PullNextBlock() {
+  // Before: where a host delivers at once, the run may be over after the send, and the brick gone.
+  run.SetPullMissed(false);
   const bool sent = TryAFewTimes([this] {
     auto request = ChunkRequestBlock::New();
     request.Record().type = kNeighbour;
     SendCmd(request);
   });
-  run.SetPullMissed(!sent);
+  if (!sent) run.SetPullMissed(true);
 }
 
 int CZel3FileReader::onNotify(const cMemBlock& block) {

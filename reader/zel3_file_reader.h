@@ -104,8 +104,10 @@ class CZel3FileReader : public CBrick {
   void OnCmdGetPreview(const PreviewRequestBlock& request);
   void Send_all_events_notify();
 
-  // The indexing run (indexing_run.cpp). `path` empty: the current file.
-  int Start_make_index(const QString& path);
+  // The indexing run (indexing_run.cpp). `path` empty: the current file. `hasBegun` is set before
+  // anything is sent; a run that has begun may have ended, and the brick too, where a host delivers
+  // at once.
+  int Start_make_index(const QString& path, bool* hasBegun);
   bool MakeChain(const QString& file);
   void Send_start_indexing(const QString& file);
   void PullNextBlock();
@@ -135,6 +137,9 @@ class CZel3FileReader : public CBrick {
   // The state. A part's header says what holds for it.
   TBrickConfig config = {};
   bool isIndexReader = false;  // made by another reader to feed a run: only streams its file
+  // Opening starts a run. Where a host delivers at once, the run ends and opens the source again
+  // meanwhile; that must not start another one.
+  bool isStartingRun = false;
   cZel3Indexer indexer;
   Source source;
   ArchiveFile archiveFile;

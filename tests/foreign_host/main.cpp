@@ -20,6 +20,7 @@ bool Check(const char* file, const std::string& folder) {
       const std::string suffix = atOnce ? "_at_once" : "_queued";
       CheckFolder(plugin, folder + "/folder" + suffix, checks);
       CheckSingleFile(plugin, folder + "/file" + suffix, checks);
+      CheckWithoutCaches(plugin, folder + "/no_caches" + suffix, checks);
     }
     CheckDeletionInDelivery(plugin, folder + "/deletion", checks);
   }

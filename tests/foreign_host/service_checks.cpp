@@ -1,6 +1,7 @@
 #include "service_checks.h"
 
 #include <glob.h>
+#include <stdlib.h>
 #include <sys/stat.h>
 
 #include <memory>
@@ -194,6 +195,17 @@ void CheckSingleFile(const Plugin& plugin, const std::string& folder, Checks& ch
   Chain chain(plugin, folder + "/one.zel3", MakeFolder(folder + "_cache"));
   checks.Holds("the bytes of a single file",
                BytesAt(chain.client, Second().Time(1)) == Second().Answer(1, true));
+  checks.Same("its list", Kinds(chain.client.Ask(MakeCommand("ArcR", '\0'))), "ArcA ");
+}
+
+void CheckWithoutCaches(const Plugin& plugin, const std::string& folder, Checks& checks) {
+  const std::string temporary = getenv("TMPDIR");
+  setenv("TMPDIR", "/nowhere", 1);
+  Second().Write(MakeFolder(folder) + "/one.zel3");
+  Chain chain(plugin, folder + "/one.zel3", "/nowhere/at/all");
+  setenv("TMPDIR", temporary.c_str(), 1);
+  checks.Same("a file whose index cannot be kept is not in the list",
+              Kinds(chain.client.Ask(MakeCommand("ArcR", '\0'))), "NMsg ");
 }
 
 void CheckDeletionInDelivery(const Plugin& plugin, const std::string& folder, Checks& checks) {
@@ -221,6 +233,15 @@ void CheckDeletionInDelivery(const Plugin& plugin, const std::string& folder, Ch
     checks.Holds(
         std::string("a reader that is deleted while it answers is left alone: ") + each.answer,
         IsKeptUntouched());
+  }
+  {
+    Chain chain(plugin, folder, MakeFolder(folder + "_no_cache"));
+    KeepWhenDeleted(chain.reader.get());
+    chain.client.onBlock = [&](const cMemBlock& block) {
+      if (KindOf(block) == Code("IRN3")) chain.reader.reset();
+    };
+    chain.client.Ask(AskTime(time));
+    checks.Holds("so is one that answers at the end of a run", IsKeptUntouched());
   }
   Chain chain(plugin, folder, cache);
   chain.client.onBlock = [&](const cMemBlock&) {
