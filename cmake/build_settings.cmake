@@ -78,9 +78,8 @@ set(ZEL3_PLUGIN_COMPILE_OPTIONS -fno-rtti)
 if(ZEL3_SANITIZE)
   set(ZEL3_PLUGIN_COMPILE_OPTIONS "")
 endif()
-# What plug-ins are linked with: a symbol that neither they nor the host have is found at once, and no library is named
-# that they do not use.
-set(ZEL3_PLUGIN_LINK_OPTIONS -Wl,--no-undefined -Wl,--as-needed)
+# What plug-ins for the reference host are linked with: a symbol that neither they nor the host have is found at once.
+set(ZEL3_PLUGIN_LINK_OPTIONS -Wl,--no-undefined)
 if(ZEL3_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
   # With clang the sanitizers' symbols are those of the program.

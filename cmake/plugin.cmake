@@ -11,7 +11,8 @@ function(zel3_add_plugin target)
     LINK_DEPENDS ${exports})
   target_link_libraries(${target} PRIVATE ${arg_LIBRARIES})
   target_compile_options(${target} PRIVATE ${ZEL3_PLUGIN_COMPILE_OPTIONS})
-  target_link_options(${target} PRIVATE -Wl,--version-script=${exports})
+  # No library is named that it does not use.
+  target_link_options(${target} PRIVATE -Wl,--as-needed -Wl,--version-script=${exports})
   # An instrumented plug-in runs only where it was built.
   if(NOT ZEL3_SANITIZE)
     set(older_systems ${PROJECT_SOURCE_DIR}/cmake/older_systems.cpp)
