@@ -107,6 +107,8 @@ bool EntryCopy::StartsWithItsRecord(std::size_t entry) {
 
 bool EntryCopy::CopyStretch(FilePosition from, FilePosition to, bool* isUndeclared) {
   const bool isLast = to == mFile.Size();
+  const std::optional<FilePosition> headerBefore = mHeader;
+  const std::optional<KnownTypes> knownBefore = mKnown;
   std::vector<FilePosition> cuts{from};  // between records, a portion apart
   std::optional<FilePosition> undeclared;
   RecordSteps steps(mFile, &mWindow, from, to);
@@ -130,6 +132,10 @@ bool EntryCopy::CopyStretch(FilePosition from, FilePosition to, bool* isUndeclar
                                 [=](FilePosition cut) { return cut > wholeUpTo; }),
                  cuts.end());
       cuts.push_back(wholeUpTo);
+      if (mHeader && *mHeader >= wholeUpTo) {
+        mHeader = headerBefore;
+        mKnown = knownBefore;
+      }
       for (std::size_t i = 1; i < cuts.size(); ++i) Add(cuts[i - 1], cuts[i]);
       (isCutOff ? mCounts->cutOffBytes : mCounts->lostBytes) += to - wholeUpTo;
       return isAtEnd || isCutOff;

@@ -320,6 +320,17 @@ TEST(EntryCopy, ThereMayBeSeveralHeadersBeforeTheFirstEntry) {
   }
 }
 
+TEST(EntryCopy, AHeaderBetweenUndeclaredDataAndDamageIsCopied) {
+  ArchiveBuilder archive("cam");
+  archive.Header({{1}}).Data(2, 3, "sound").Header({{1}, {2}}).Filler(4, 0xEE);
+  archive.Index(10).Data(2, 3, "sound");
+  const Bytes bytes = archive.Content();
+  ASSERT_EQ(bytes.size(), 119U);
+  const Copied copied = CopyOf(bytes, {{0, 1}});
+  EXPECT_EQ(copied.bytes, Between(bytes, 0, 32) + Between(bytes, 41, 93) + Between(bytes, 97, 119));
+  EXPECT_EQ(copied.counts, "1 entries, 13 lost");
+}
+
 // What is copied at once is more than an entry, or less.
 TEST(EntryCopy, EntriesOfAnyLengthAreCopied) {
   ArchiveBuilder archive("cam");
