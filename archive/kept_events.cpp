@@ -1,5 +1,7 @@
 #include "archive/kept_events.h"
 
+#include <algorithm>
+
 #include "blocks/stream_records.h"
 #include "parser/framing.h"
 
@@ -40,6 +42,21 @@ bool KeptEvents::NextEvent(RecordedEvent* event) {
   event->text.assign(text, length);
   MoveTo(bytes);
   return true;
+}
+
+bool KeptEvents::NextEventIs(std::uint8_t type, const unsigned char* text, std::size_t length) {
+  if (!mIsWhole) return false;
+  ByteCursor bytes = Bytes();
+  const unsigned char* const kept = bytes.Next();
+  const bool isThis = bytes.Skip(1 + length + 1) && kept[0] == type &&
+                      std::equal(text, text + length, kept + 1) && kept[1 + length] == 0;
+  if (isThis) {
+    MoveTo(bytes);
+    return true;
+  }
+  RecordedEvent other;
+  NextEvent(&other);
+  return false;
 }
 
 bool KeptEvents::Fail() {

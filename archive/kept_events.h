@@ -31,6 +31,9 @@ class KeptEvents {
   bool NextGroup(KeptGroup* group);
   // The next event of the group.
   bool NextEvent(RecordedEvent* event);
+  // The same, when it is known what it should be; whether it is. A text may hold NULs, which end it
+  // for all others.
+  bool NextEventIs(std::uint8_t type, const unsigned char* text, std::size_t length);
 
   // After the last group: whether the file is whole.
   bool IsWhole() const { return mIsWhole && IsAtEnd(); }

@@ -2,8 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-
 EventsCheckup::EventsCheckup(const QString& path, std::uint64_t archiveBytes) : mKept(path) {
   if (mKept.Size() > archiveBytes) mMismatch = "is larger than an index of this archive can be";
 }
@@ -30,7 +28,7 @@ void EventsCheckup::OnEvent(const DATA_T& head, const unsigned char* text) {
   }
   while (mLeftInGroup > 0) {
     --mLeftInGroup;
-    if (TakeEvent(head, text)) {
+    if (mKept.NextEventIs(head.type, text, head.length)) {
       ++mMatched;
       return;
     }
@@ -61,12 +59,6 @@ void EventsCheckup::EndEntry(FilePosition end) {
   }
   mInEntry = 0;
   mIsDamaged = false;
-}
-
-bool EventsCheckup::TakeEvent(const DATA_T& head, const unsigned char* text) {
-  RecordedEvent event;
-  return mKept.NextEvent(&event) && event.type == head.type && event.text.size() == head.length &&
-         std::equal(event.text.begin(), event.text.end(), reinterpret_cast<const char*>(text));
 }
 
 bool EventsCheckup::PeekGroup() {

@@ -36,8 +36,6 @@ class EventsCheckup {
   static constexpr FilePosition kEndOfFile = std::numeric_limits<FilePosition>::max();
 
   void EndEntry(FilePosition end);
-  // Takes the next event of the group. Whether it is this one.
-  bool TakeEvent(const DATA_T& head, const unsigned char* text);
   // Whether there is a next group. Looks at it without taking it.
   bool PeekGroup();
   // Counts the events of the group at hand that have not been taken.
