@@ -97,7 +97,8 @@ void DoubtLevels(ArchiveTime from, ArchiveTime to, Timeline* timeline) {
   DoubtRecorded(from, to, timeline);
   for (std::size_t number = 0; number < timeline->Archives().size(); ++number) {
     const ServedArchive& archive = timeline->Archives()[number];
-    if (archive.misplaced == 0 || archive.start >= to || archive.end < from) continue;
+    if (archive.IsLeftOut() || archive.misplaced == 0) continue;
+    if (archive.start >= to || archive.end < from) continue;
     const bool isOne = archive.misplaced == 1;
     timeline->Doubt(number, "has " + Counted(archive.misplaced, "entry", "entries") +
                                 " with a wrong time; " +

@@ -1,7 +1,6 @@
 #include "client/timeline.h"
 
 #include <algorithm>
-#include <cassert>
 #include <utility>
 
 #include "indexer/time_range.h"
@@ -154,8 +153,7 @@ ArchiveTime Timeline::Start() const {
   const auto served =
       std::find_if(mArchives.begin(), mArchives.end(),
                    [](const ServedArchive& archive) { return !archive.IsLeftOut(); });
-  assert(served != mArchives.end());
-  return served->start;
+  return served == mArchives.end() ? mArchives.front().start : served->start;
 }
 
 ArchiveTime Timeline::End() const {
