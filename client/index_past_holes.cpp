@@ -5,6 +5,7 @@
 
 #include "archive/archive_scan.h"
 #include "archive/index_collector.h"
+#include "host/host_settings.h"
 #include "sources/reader_path.h"
 #include "system/file_data.h"
 #include "system/file_status.h"
@@ -31,8 +32,11 @@ bool IndexPastHoles(const std::string& archive, const ServedSource& source) {
   if (!status) return false;
   const ReaderPath path(archive, ReaderPath::Links::kKept);
   const FilePosition end = status->stx_size - 1;
+  const HostOptions host = source.HostFor(archive);
+  const HostSettings settings{host.settingsFolder, host.pluginFolder};
+  const SettingsInForce inForce(settings);
   cZel3Indexer indexer;
-  indexer.cacheFolder = QFile::decodeName(source.HostFor(archive).cacheFolder.c_str());
+  indexer.cacheFolder = QFile::decodeName(host.cacheFolder.c_str());
   indexer.Open_file(QFile::decodeName(path.Path().c_str()), end);
   if (!indexer.Reopen_for_write()) return false;
   indexer.BeginIntake();
