@@ -30,7 +30,7 @@ void CZel3FileReader::OnArchivesEntryRequest() {
   try {
     SendCmd(answer);
   } catch (...) {
-    // Then it is still there, and nobody has got the list.
+    // Then it is still there, and not everybody has got the list.
     if (wasRequested) source.RequestList();
     throw;
   }

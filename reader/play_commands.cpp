@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "reader/zel3_file_reader.h"
 
 namespace {
@@ -12,13 +14,23 @@ bool FindPreview(cZel3Indexer& indexer, ArchiveTime time, TZEL3ChunkInfo* info) 
   return indexer.IndexInfoFromTime(info->time, kNeighbour, true, info);
 }
 
+// A host may deliver at once, so a flag is set before the send that it stands for: the receiver may
+// ask again, or end the brick. When nothing could be sent it is what it was.
+template <class Send>
+void SetAndSend(bool& flag, const Send& send) {
+  const bool before = std::exchange(flag, true);
+  try {
+    send();
+  } catch (...) {
+    flag = before;
+    throw;
+  }
+}
+
 }  // namespace
 
 void CZel3FileReader::OnPlayCmd(const PlayBlock& command) {
-  if (!playing.eventsSent) {
-    Send_all_events_notify();
-    playing.eventsSent = true;
-  }
+  if (!playing.eventsSent) SetAndSend(playing.eventsSent, [this] { Send_all_events_notify(); });
   // The next bytes sent begin with the stream header again.
   playing.lastChunk = TZEL3ChunkInfo();
   const TZEL3Play& play = command.Record();
@@ -29,9 +41,7 @@ void CZel3FileReader::OnPlayCmd(const PlayBlock& command) {
   reset.Record().time = play.time;
   reset.Record().mode = play.mode;
   reset.Record().forward = play.forward;
-  // A host may deliver at once: the receiver may ask for a start, or end the brick.
-  playing.streamStopped = true;
-  SendData(reset);
+  SetAndSend(playing.streamStopped, [&] { SendData(reset); });
 }
 
 void CZel3FileReader::OnCmdGetActivity(const ActivityRequestBlock& request) {

@@ -105,8 +105,8 @@ class CZel3FileReader : public CBrick {
   void Send_all_events_notify();
 
   // The indexing run (indexing_run.cpp). `path` empty: the current file. `hasBegun` is set before
-  // anything is sent; a run that has begun may have ended, and the brick too, where a host delivers
-  // at once.
+  // anything is sent: where a host delivers at once, a run that has begun may have ended, and the
+  // brick too, unless it is being opened.
   int Start_make_index(const QString& path, bool* hasBegun);
   bool MakeChain(const QString& file);
   void Send_start_indexing(const QString& file);
