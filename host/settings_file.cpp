@@ -58,13 +58,14 @@ class OpenFile {
     return true;
   }
 
-  std::string ReadAll() const {
-    std::string text;
+  // All of the text; false where some of it cannot be read.
+  bool ReadAll(std::string* text) const {
+    text->clear();
     char part[4096];
-    for (ssize_t count; (count = pread(mHandle, part, sizeof(part), End(text))) > 0;) {
-      text.append(part, static_cast<std::size_t>(count));
-    }
-    return text;
+    ssize_t count;
+    while ((count = pread(mHandle, part, sizeof(part), End(*text))) > 0)
+      text->append(part, static_cast<std::size_t>(count));
+    return count == 0;
   }
 
   // Puts `added` after the text that is there, all of it or nothing.
@@ -114,9 +115,10 @@ SettingsFile::Values ParseLines(const std::string& text) {
 SettingsFile::Values SettingsFile::Read() const {
   OpenFile file(mPath, O_RDONLY);
   if (!file.IsOpen()) return {};
-  std::string text = file.ReadAll();
+  std::string text;
+  file.ReadAll(&text);
   // Its last line may be on its way.
-  if (IsUnfinished(text) && file.Lock(LOCK_SH)) text = file.ReadAll();
+  if (IsUnfinished(text) && file.Lock(LOCK_SH)) file.ReadAll(&text);
   return ParseLines(text);
 }
 
@@ -125,7 +127,9 @@ std::string SettingsFile::Add(const std::string& key, const std::string& value) 
   std::filesystem::create_directories(std::filesystem::path(mPath).parent_path(), ignored);
   OpenFile file(mPath, O_RDWR | O_APPEND | O_CREAT);
   if (!file.IsOpen() || !file.Lock(LOCK_EX)) return value;
-  const std::string present = file.ReadAll();
+  std::string present;
+  // What cannot be read may hold the key.
+  if (!file.ReadAll(&present)) return value;
   const Values values = ParseLines(present);
   const auto found = values.find(key);
   if (found != values.end()) return found->second;

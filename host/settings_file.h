@@ -20,7 +20,8 @@ class SettingsFile {
 
   // Appends a line for `key` unless there is one by now, and makes the file and its folder where
   // they are missing. The lines that are there stay as they are. What the file says of the key in
-  // the end; `value` also when it cannot be written, with the file as it was.
+  // the end; `value` also when it cannot be written, with the file as it was as far as that is
+  // possible.
   std::string Add(const std::string& key, const std::string& value) const;
 
  private:

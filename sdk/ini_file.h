@@ -7,7 +7,8 @@
 
 // Settings of the host: a text file of lines "key=value" in the settings folder. Which folder that
 // is, the host decides for the thread. Other threads and processes may use the same file at the
-// same time, by objects of their own: no line is lost and no key written twice.
+// same time, by objects of their own: where the file system knows locks, no line is lost and no key
+// written twice.
 //
 // Its size is fixed: plug-ins make such objects on their own stack. What is in them is the host's
 // own.

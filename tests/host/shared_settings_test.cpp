@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <sstream>
@@ -164,11 +165,16 @@ class Holder {
 TEST_F(SharedSettings, AreNotReadInTheMiddleOfALine) {
   Place("other=1\n");
   int size = 0;
+  std::atomic<bool> hasStarted{false};
   std::thread reader;
   {
     const Holder writer(mFolder / "host");
     writer.Append("size=1");
-    reader = std::thread([&] { size = Get("size", 7); });
+    reader = std::thread([&] {
+      hasStarted = true;
+      size = Get("size", 7);
+    });
+    while (!hasStarted) std::this_thread::yield();
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     writer.Append("00\n");
   }
