@@ -129,7 +129,9 @@ void* HandleOf(const std::string& path) {
   LoadedFile file(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
   if (file == nullptr) throw std::runtime_error("cannot load " + path + ": " + LoaderMessage());
   const Hold hold(registry.mutex);
-  // Another thread may have come first; then this is the same handle once more, and is given back.
+  // Where another thread came first, this handle is given back when the lock is free again.
+  const auto known = registry.loaded.find(path);
+  if (known != registry.loaded.end()) return known->second.get();
   return registry.loaded.emplace(path, std::move(file)).first->second.get();
 }
 

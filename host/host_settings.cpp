@@ -15,6 +15,7 @@ SettingsInForce::~SettingsInForce() {
 }
 
 const HostSettings& SettingsInForce::Now() {
-  static const HostSettings defaults;
+  // Never destroyed: threads may outlive main.
+  static const HostSettings& defaults = *new HostSettings;
   return ofThread == nullptr ? defaults : *ofThread;
 }

@@ -3,7 +3,7 @@
 #include <map>
 #include <mutex>
 
-// The pipelines of all threads, by their ids.
+// The pipelines of all threads, by their ids. Never destroyed: threads may outlive main.
 class Pipeline::State::Living {
  public:
   static Living& Ones();
@@ -33,7 +33,7 @@ class Pipeline::State::Living {
 };
 
 Pipeline::State::Living& Pipeline::State::Living::Ones() {
-  static Living ones;
+  static Living& ones = *new Living;
   return ones;
 }
 
