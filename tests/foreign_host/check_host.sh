@@ -29,6 +29,18 @@ tell() {
   sed 's/^/told: /' told
 }
 
+# The check does not compile with headers in which one file is changed: refuse FILE SED_EXPRESSION.
+refuse() {
+  rm -rf changed
+  cp -r "$foreign" changed
+  sed -i -E "$2" "changed/$1"
+  if "${compile[@]}" -fsyntax-only -I changed "$sources/sdk/check_host.cpp" 2>errors; then
+    echo "not refused: $1: $2"
+    return 1
+  fi
+  grep -q 'check_host.cpp:.*error' errors
+}
+
 for headers in "$sources" "$foreign"; do
   [ "$(check "$headers")" = 'The headers agree with the plug-in.' ]
 done
@@ -69,6 +81,12 @@ else
     'cMemBlock::node: size 44, in the plug-in 40' \
     'cMemBlock::node::lock: size 28, in the plug-in 24'
 fi
+
+refuse brick_loader.h 's/unsigned long signature/unsigned signature/'
+refuse ini_file.h 's/GetInt\(const std::string& key/GetInt(const char* key/'
+refuse ini_file.h 's/EnableDefValsCreation/EnableDefaults/'
+refuse critical_section.h 's/void Lock\(\)/bool Lock()/'
+echo 'Other functions are refused.'
 
 compile=("$@" -std=c++17 -D_GLIBCXX_USE_CXX11_ABI=1)
 (check "$sources" || true) | grep "std::string: size .*, in the plug-in $pointer"
