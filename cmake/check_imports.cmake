@@ -1,5 +1,5 @@
 # Checks what a plug-in leaves to the process that loads it: functions of its host, and nothing else.
-#   cmake -DNM=... -DPLUGIN=FILE [-DHOST_LIBRARY=FILE] -P check_imports.cmake
+#   cmake -DNM=... -DPLUGIN=FILE -DQT_LIBRARY=FILE [-DHOST_LIBRARY=FILE] -P check_imports.cmake
 # With a library of the host, each must be there. Without one, each must be of the classes that hosts offer.
 function(zel3_list_symbols result file)
   execute_process(COMMAND ${NM} --dynamic --format=posix ${ARGN} ${file}
@@ -9,15 +9,16 @@ function(zel3_list_symbols result file)
   set(${result} ${lines} PARENT_SCOPE)
 endfunction()
 
-# What a library that the plug-in names has comes with a version; weak symbols may stay open.
+# What a library that the plug-in names has comes with a version, but for that of Qt 4; weak symbols may stay open.
 zel3_list_symbols(needed ${PLUGIN} --undefined-only)
 list(FILTER needed INCLUDE REGEX "^[^@]+ U")
 list(TRANSFORM needed REPLACE " .*" "")
-if(HOST_LIBRARY)
-  zel3_list_symbols(offered ${HOST_LIBRARY} --defined-only)
+foreach(library ${QT_LIBRARY} ${HOST_LIBRARY})
+  zel3_list_symbols(offered ${library} --defined-only)
   list(TRANSFORM offered REPLACE "[ @].*" "")
   list(REMOVE_ITEM needed ${offered})
-else()
+endforeach()
+if(NOT HOST_LIBRARY)
   list(FILTER needed EXCLUDE REGEX
        "^_Z(T[ISV])?N?K?(6CBrick|9cMemBlock|11CSingleLock|12CBrickLoader|16CCriticalSection|8CIniFile)")
 endif()
