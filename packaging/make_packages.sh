@@ -30,12 +30,12 @@ if [ -z "${SOURCE_DATE_EPOCH:-}" ]; then
 fi
 export SOURCE_DATE_EPOCH
 
-# Symbols that only debuggers need stay behind, and what says which compiler has made a file.
+# Removes the symbols that only debuggers need, and what says which compiler has made a file.
 strip_file() {
   case $1 in
     *.a) strip --strip-debug --remove-section=.comment --enable-deterministic-archives "$1" ;;
     *.so*) strip --strip-unneeded --remove-section=.comment --remove-section=.note "$1" ;;
-    */bin/*) strip --remove-section=.comment --remove-section=.note "$1" ;;
+    usr/bin/*) strip --remove-section=.comment --remove-section=.note "$1" ;;
   esac
 }
 
@@ -50,7 +50,7 @@ stage() {
     install -D --mode=644 "$sources/packaging/$package.lintian-overrides" "$root/usr/share/lintian/overrides/$package"
   fi
   if [ -d "$root/usr/share/man" ]; then find "$root/usr/share/man" -type f -exec gzip -9n {} +; fi
-  find "$root" -type f | while read -r file; do strip_file "$file"; done
+  (cd "$root" && find usr -type f | while read -r file; do strip_file "$file"; done)
   find "$root" -name '*.so*' -type f -exec chmod 644 {} +
 }
 
