@@ -17,10 +17,10 @@ build() {
   mkdir -p "$tree"
   git ls-files -z --cached --others --exclude-standard | xargs -0 cp --parents --target-directory="$tree"
   (
-    cd "$tree"
-    cmake --preset "$preset"
-    cmake --build --preset "$preset" --target packaged
-    packaging/make_packages.sh "build/$preset" packages
+    cd "$tree" &&
+      cmake --preset "$preset" &&
+      cmake --build --preset "$preset" --target packaged &&
+      packaging/make_packages.sh "build/$preset" packages
   ) >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
 }
 

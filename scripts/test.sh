@@ -29,9 +29,10 @@ for preset in "${presets[@]}"; do
   # "98% tests passed, 1 tests failed out of 57"
   read -r bad all < <(sed -nE 's/.* ([0-9]+) tests? failed out of ([0-9]+)$/\1 \2/p' "$log") || { cat "$log"; exit 1; }
   [ "$bad" = 0 ] || cat "$log"
-  echo "$preset: $((all - bad)) of $all tests passed"
+  skipped=$(grep -cE ' - .* \(Skipped\)' "$log") || true
+  echo "$preset: $((all - bad - skipped)) of $all tests passed"
   sed -nE 's/.* - (.*) \(Skipped\).*/  skipped: \1/p' "$log"
-  passed=$((passed + all - bad))
+  passed=$((passed + all - bad - skipped))
   failed=$((failed + bad))
 done
 echo "$passed passed, $failed failed"
