@@ -10,10 +10,10 @@
 // A processing node of a pipeline: the base of all bricks.
 //
 // A brick has neighbours before it (it was connected after them) and after it. Blocks travel
-// through queues: nothing is delivered from inside a send, a connection call, Create or a
-// destructor. The pipeline delivers all blocks on one thread, in the order in which they were sent,
-// and calls onNotify for a notification ('ntfy'), whichever queue it waited in, onCtrl for other
-// blocks of the control queue and onData for other blocks of the data queue.
+// through queues: in this host nothing is delivered from inside a send, a connection call, Create
+// or a destructor. The pipeline delivers all blocks on one thread, in the order in which they were
+// sent, and calls onNotify for a notification ('ntfy'), whichever queue it waited in, onCtrl for
+// other blocks of the control queue and onData for other blocks of the data queue.
 //
 // A brick that gets the control block 'Kill' is unlinked and destroyed by the pipeline; onCtrl
 // never sees it.

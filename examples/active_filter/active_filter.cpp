@@ -34,7 +34,7 @@ class ActiveFilter final : public CBrick {
   }
 
   // Commands are not forwarded by the host: those of clients go up, to the reader; what comes from
-  // there goes down.
+  // there goes down. SendCmd reaches both sides; the parser ignores what it has sent itself.
   int onCtrl(cMemBlock& block) override {
     Pass([&] { CameFrom() == Side::kDownstream ? SendUp(block) : SendCmd(block); });
     return 1;
