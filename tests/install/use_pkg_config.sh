@@ -11,13 +11,14 @@ trap 'rm -rf "$work"' EXIT
 
 mkdir "$work/qt"
 ln -s "$qt_library" "$work/qt/libQt5Core.so"
-g++() { "${compiler[@]}" -L"$work/qt" "$@"; }
+g++() { command "${compiler[@]}" -L"$work/qt" "$@"; }
 commands=$("$tests/recipe.sh" "$sources/docs/integrating.md" 'Without CMake, in the same folder:' '- ' |
   sed "s,/opt/zel3,$prefix,g; s,x86_64-linux-gnu,$triplet,g")
 
-cp -r "$prefix/share/doc/zel3-brick-sdk/examples/counting_brick" "$work"
-cd "$work/counting_brick"
+cd "$work"
 "$prefix/bin/zel3" make . --length 10m --files 1 >/dev/null
+cp -r "$prefix/share/doc/zel3-brick-sdk/examples/counting_brick" .
+cd counting_brick
 unset LD_LIBRARY_PATH
 eval "$commands" >counts
 echo 'The example counts what the parser finds:'
