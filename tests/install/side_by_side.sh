@@ -52,6 +52,6 @@ for file in "libbrickhost.so.$version" zel3/zel3reader.so zel3/zel3parser.so; do
 done
 
 "$tests/run_program.sh" "$prefix"
-"$tests/build_example.sh" "$cmake" "$prefix" -G "$generator" -DCMAKE_CXX_COMPILER="$compiler"
-"$tests/build_example.sh" "$cmake" "$prefix" -G "$generator" -DCMAKE_CXX_COMPILER="$compiler" \
+"$tests/build_example.sh" "$sources" "$cmake" "$prefix" -G "$generator" -DCMAKE_CXX_COMPILER="$compiler"
+"$tests/build_example.sh" "$sources" "$cmake" "$prefix" -G "$generator" -DCMAKE_CXX_COMPILER="$compiler" \
   -DCMAKE_TOOLCHAIN_FILE="$prefix/lib/i386-linux-gnu/cmake/Zel3BrickSdk/i386_toolchain.cmake"
