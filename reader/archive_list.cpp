@@ -24,16 +24,9 @@ void CZel3FileReader::OnArchivesEntryRequest() {
     entry.reserved = 0;
     indexer.FillFileStreamMap(i, entry.streamMap);
   }
-  // A host may deliver at once, and a receiver may end the brick then: sending comes last.
-  const bool wasRequested = source.IsListRequested();
-  source.ForgetListRequest();
-  try {
-    SendCmd(answer);
-  } catch (...) {
-    // Then it is still there, and not everybody has got the list.
-    if (wasRequested) source.RequestList();
-    throw;
-  }
+  const std::weak_ptr<const void> watch = life.Watch();
+  SendCmd(answer);
+  if (!watch.expired()) source.ForgetListRequest();
 }
 
 void CZel3FileReader::Send_No_archive_warning() {

@@ -1,5 +1,3 @@
-#include <utility>
-
 #include "reader/zel3_file_reader.h"
 
 namespace {
@@ -14,23 +12,18 @@ bool FindPreview(cZel3Indexer& indexer, ArchiveTime time, TZEL3ChunkInfo* info) 
   return indexer.IndexInfoFromTime(info->time, kNeighbour, true, info);
 }
 
-// A host may deliver at once, so a flag is set before the send that it stands for: the receiver may
-// ask again, or end the brick. When nothing could be sent it is what it was.
-template <class Send>
-void SetAndSend(bool& flag, const Send& send) {
-  const bool before = std::exchange(flag, true);
-  try {
-    send();
-  } catch (...) {
-    flag = before;
-    throw;
-  }
-}
-
 }  // namespace
 
 void CZel3FileReader::OnPlayCmd(const PlayBlock& command) {
-  if (!playing.eventsSent) SetAndSend(playing.eventsSent, [this] { Send_all_events_notify(); });
+  if (!playing.eventsSent) {
+    playing.eventsSent = true;
+    try {
+      Send_all_events_notify();
+    } catch (...) {
+      playing.eventsSent = false;
+      throw;
+    }
+  }
   // The next bytes sent begin with the stream header again.
   playing.lastChunk = TZEL3ChunkInfo();
   const TZEL3Play& play = command.Record();
@@ -41,7 +34,10 @@ void CZel3FileReader::OnPlayCmd(const PlayBlock& command) {
   reset.Record().time = play.time;
   reset.Record().mode = play.mode;
   reset.Record().forward = play.forward;
-  SetAndSend(playing.streamStopped, [&] { SendData(reset); });
+  const std::weak_ptr<const void> watch = life.Watch();
+  SendData(reset);
+  // Also where the receiver has asked for a start in that.
+  if (!watch.expired()) playing.streamStopped = true;
 }
 
 void CZel3FileReader::OnCmdGetActivity(const ActivityRequestBlock& request) {

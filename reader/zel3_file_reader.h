@@ -16,6 +16,7 @@
 #include "reader/archive_file.h"
 #include "reader/child_bricks.h"
 #include "reader/indexing_run.h"
+#include "reader/life.h"
 #include "reader/parked.h"
 #include "reader/playing.h"
 #include "reader/source.h"
@@ -140,6 +141,7 @@ class CZel3FileReader : public CBrick {
   // Opening starts a run. Where a host delivers at once, the run ends and opens the source again
   // meanwhile; that must not start another one.
   bool isStartingRun = false;
+  Life life;
   cZel3Indexer indexer;
   Source source;
   ArchiveFile archiveFile;

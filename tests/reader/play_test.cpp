@@ -1,3 +1,4 @@
+#include "support/callbacks.h"
 #include "support/reader_test.h"
 
 namespace {
@@ -9,6 +10,31 @@ class Playing : public ReaderTest {
     IndexCache{{{10, 100}, {20, 200}, {30, 300}}, {0}, events}.WriteBeside(path);
     Open(path);
   }
+};
+
+// A client of a host that delivers at once: gives the reader a command while that sends a
+// notification.
+class AnsweringClient : public CBrick {
+ public:
+  AnsweringClient(CBrick* reader, Tag kind, const cMemBlock& command)
+      : mReader(*reader), mKind(kind), mCommand(command) {
+    ConnectAfter(reader);
+  }
+
+  void enqueueData(const cMemBlock& block) override {
+    if (NotifyBlock::View(block).Record().kind != mKind) return;
+    ++count;
+    if (count < kTooMany) (mReader.*(&Callbacks::onCtrl))(mCommand);
+  }
+
+  static constexpr int kTooMany = 10;
+
+  int count = 0;  // of these notifications
+
+ private:
+  CBrick& mReader;
+  const Tag mKind;
+  cMemBlock mCommand;
 };
 
 TEST_F(Playing, EchoesTheCommand) {
@@ -35,6 +61,25 @@ TEST_F(Playing, TheFirstCommandBringsTheEventsTheSecondDoesNot) {
   OpenWithEvents({{10, 100, {{0x80, "door"}, {0x81, "gate"}}}});
   EXPECT_THAT(Ask(Play()), ElementsAre("Evt 2", "rset 25"));
   EXPECT_THAT(Ask(Play()), ElementsAre("rset 25"));
+}
+
+TEST_F(Playing, EventsComeOnceAlsoToAClientThatPlaysAgainAtOnce) {
+  OpenWithEvents({{10, 100, {{0x80, "door"}}}});
+  AnsweringClient answering(reader.get(), FourCc("Evt "), Play());
+  EXPECT_THAT(Ask(Play()), ElementsAre("Evt 1", "rset 25", "rset 25"));
+  EXPECT_EQ(answering.count, 1);
+}
+
+TEST_F(Playing, StopsTheStreamAlsoWhereAClientStartsItAtOnce) {
+  OpenWithEvents({});
+  {
+    AnsweringClient answering(reader.get(), FourCc("rset"), ChunkRequest(20000, kAtOrBefore));
+    Ask(Play());
+    EXPECT_EQ(answering.count, 1);
+  }
+  EXPECT_THAT(Ask(BytesRequest(1, 20000)), IsEmpty());
+  Ask(ChunkRequest(20000, kAtOrBefore));
+  EXPECT_EQ(Ask(BytesRequest(1, 20000)).size(), 1u);
 }
 
 TEST_F(Playing, WithoutEventsOnlyTheEchoComes) {

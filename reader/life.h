@@ -1,0 +1,15 @@
+#pragma once
+
+#include <memory>
+
+// Tells after a send whether the brick that owns this is still there: a host may deliver at once,
+// and a receiver may end the brick then.
+class Life {
+ public:
+  // Expired once the brick is gone. Throws nothing.
+  std::weak_ptr<const void> Watch() const { return mToken; }
+
+ private:
+  // std::make_shared would need a C++ library that older systems do not have.
+  const std::shared_ptr<const void> mToken{new char()};
+};
