@@ -68,6 +68,9 @@ endif()
 if(ZEL3_SANITIZE OR ZEL3_COVERAGE OR ZEL3_FUZZ)
   # Builds that look for mistakes check assertions, too.
   add_compile_options(-UNDEBUG)
+else()
+  # Qt checks its own where all others are checked: a host is not ended by them.
+  add_compile_definitions($<$<NOT:$<CONFIG:Debug>>:QT_NO_DEBUG>)
 endif()
 if(ZEL3_COVERAGE)
   add_compile_options(--coverage -fprofile-update=atomic)
