@@ -4,31 +4,56 @@
 A change that no test notices (a survivor) is listed: a missing test, or code that does not matter.
 
     scripts/mutate.py [--jobs N] [--every N] [--from N] [--only TEXT] [--accepted FILE] [PATH...]
+    scripts/mutate.py --report [--every N] [--from N] [--only TEXT] [--accepted FILE] [PATH...]
     scripts/mutate.py --check-accepted [--accepted FILE]
 
-PATH: source files, by default all of indexer/ and reader/. --every N takes each N-th change only, --from N begins with
-the N-th (from 0), --only TEXT takes those that hold TEXT. Survivors listed in FILE (default:
-scripts/mutants_accepted.txt) are known, each with its reason, and are counted apart. Ends with 1 when another survivor
-is found. Works on copies under build/mutants.
+PATH: source files and headers, by default all of indexer/ and reader/. --every N takes each N-th change only, --from N
+begins with the N-th (from 0), --only TEXT takes those that hold TEXT. Survivors listed in FILE (default:
+scripts/mutants_accepted.txt) are known, each with its reason, and are counted apart. Works on copies under
+build/mutants.
 
---check-accepted runs no tests: it lists the entries of FILE that are not changes of the code as it is now, and ends
-with 1 when there are any.
+Each verdict is written to build/mutants/judged.jsonl as it is found, so that a run that was interrupted, in whatever
+way, goes on where it was. A verdict holds while the file that is changed stays as it is; that a change survived holds
+only while the tests stay as they are, too. What the verdicts do not follow is the rest of the plug-in: remove the file
+to judge everything anew.
+
+--report runs no tests: it prints what is known of the changes, for each file and over all, and the survivors. The share
+is that of the killed among the judged ones that are not accepted; what does not compile is left out. A run ends with
+the same report, and both end with 1 when there is a survivor that is not accepted.
+
+--check-accepted runs no tests either: it lists the entries of FILE that are not changes of the code as it is now, and
+ends with 1 when there are any.
 """
 
 import argparse
+import collections
 import concurrent.futures
+import fcntl
+import hashlib
+import json
 import os
 import pathlib
 import queue
 import re
 import shutil
+import signal
 import subprocess
 import sys
+import threading
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 WORK = ROOT / "build" / "mutants"
-TIME_LIMIT_SECONDS = 30
+TESTS = ("tests/indexer", "tests/reader", "tests/support")
+
+# Of processor time, which work of others on the machine does not use up. Waiting may take longer by this factor.
+LIMIT_OF_ALL_TESTS = 30
+LIMIT_OF_LIKELY_TESTS = 10
+WAITING_FACTOR = 5
+# The tests of a program that are run before the others: those that have noticed most changes of the same file so far.
+LIKELY_TESTS = 20
+
+KILLED, SURVIVED, NOT_COMPILED, ACCEPTED, OPEN = "killed", "survived", "does not compile", "accepted", "not judged"
 
 SWAPS = {
     " < ": " <= ",
@@ -63,12 +88,17 @@ NUMBER = re.compile(r"(?<![\w.:])(0x[0-9A-Fa-f]+|\d+)(?![\w.]|::)")
 NEGATION = re.compile(r"(?<=\()!(?=\w)|(?<= )!(?=\w)")
 CONDITION = re.compile(r"\bif \(")
 # A statement on a line of its own that calls or assigns something.
-STATEMENT = re.compile(r"^ +(?!return|const|auto|using|case|else|throw|if|for|while)[\w:.\->*\[\]&]+(\(| [-+|&]?= |\+\+;).*;$")
+STATEMENT = re.compile(r"^ +(?!.*= delete;)(?!return|const|auto|using|case|else|throw|if|for|while)[\w:.\->*\[\]&]+(\(| [-+|&]?= |\+\+;).*;$")
+
+
+def digest_of(data):
+    return hashlib.sha256(data).hexdigest()[:16]
 
 
 class Mutant:
-    def __init__(self, path, line, before, after, text):
+    def __init__(self, path, line, before, after, text, source):
         self.path, self.line, self.text = path, line, text
+        self.source = source  # digest of the file as it is
         self.key = f"{path}: {before.strip()} => {after.strip()}".strip()
 
 
@@ -87,6 +117,7 @@ def value_of(number):
 def mutants_of(path):
     text = (ROOT / path).read_text()
     code = blanked(text)
+    source = digest_of(text.encode())
     found = []
 
     def add(start, end, replacement):
@@ -94,7 +125,7 @@ def mutants_of(path):
         last = text.find("\n", end)
         found.append(Mutant(path, text.count("\n", 0, start) + 1, text[first:last],
                             text[first:start] + replacement + text[end:last],
-                            text[:start] + replacement + text[end:]))
+                            text[:start] + replacement + text[end:], source))
 
     for match in SWAP.finditer(code):
         add(match.start(), match.end(), SWAPS[match.group()])
@@ -115,53 +146,164 @@ def mutants_of(path):
     return sorted(found, key=lambda mutant: (mutant.line, mutant.key))
 
 
+def tests_digest():
+    """A digest of all that tests consist of."""
+    paths = sorted(path for folder in TESTS for path in (ROOT / folder).rglob("*") if path.is_file())
+    return digest_of(b"\0".join(str(path.relative_to(ROOT)).encode() + b"\0" + path.read_bytes() for path in paths))
+
+
+class Judged:
+    """The verdicts of this run and of earlier ones, kept in a file of one JSON object a line. The last one counts."""
+
+    def __init__(self):
+        self.path = WORK / "judged.jsonl"
+        self.verdicts = {}
+        self.killers = collections.defaultdict(collections.Counter)  # by file: which tests have noticed how many changes
+        self.tests = tests_digest()
+        self.lock = threading.Lock()
+        for line in self.path.read_text().splitlines() if self.path.exists() else []:
+            try:
+                self.take(json.loads(line))
+            except json.JSONDecodeError:
+                pass  # Empty, or cut when a run was killed.
+
+    def take(self, record):
+        self.verdicts[record["mutant"], record["line"], record["source"]] = record
+        if record["by"]:
+            self.killers[record["mutant"].split(":")[0]][record["by"]] += 1
+
+    def of(self, mutant):
+        """The last verdict on this change of the file as it is, or None."""
+        return self.verdicts.get((mutant.key, mutant.line, mutant.source))
+
+    def holds(self, mutant):
+        record = self.of(mutant)
+        return record is not None and (record["verdict"] != SURVIVED or record["tests"] == self.tests)
+
+    def likely_killers(self, path):
+        with self.lock:
+            return [test for test, _ in self.killers[path].most_common(LIKELY_TESTS)]
+
+    def add(self, mutant, verdict, killer):
+        record = {"mutant": mutant.key, "line": mutant.line, "source": mutant.source, "tests": self.tests,
+                  "verdict": verdict, "by": killer}
+        with self.lock:
+            with self.path.open("a") as file:
+                # A new line also after one that was cut.
+                file.write("\n" + json.dumps(record))
+            self.take(record)
+
+    def lock_for_run(self):
+        """Ends the program when another run is on. The lock goes with the process."""
+        WORK.mkdir(parents=True, exist_ok=True)
+        self.lock_file = open(WORK / "lock", "w")
+        try:
+            fcntl.flock(self.lock_file, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        except BlockingIOError:
+            sys.exit("mutate: another run is at work")
+
+
+def run_to_end(command, seconds=None, **options):
+    """Whether the command succeeds in time. Nothing that it has started stays, and an interrupt does not reach it."""
+    process = subprocess.Popen(list(map(str, command)), stderr=subprocess.DEVNULL, start_new_session=True, **options)
+    try:
+        return process.wait(seconds) == 0
+    except subprocess.TimeoutExpired:
+        return False
+    finally:
+        try:
+            os.killpg(process.pid, signal.SIGKILL)
+        except ProcessLookupError:
+            pass
+        process.wait()
+
+
+def bring_up_to_date(copy):
+    """Makes the folder a copy of the sources. What is as it should be keeps its time, so that little is built anew."""
+    wanted = set()
+    for folder, folders, files in os.walk(ROOT):
+        folders[:] = [name for name in folders if name not in ("build", ".git", "__pycache__")]
+        for path in (pathlib.Path(folder) / name for name in files):
+            there = copy / path.relative_to(ROOT)
+            wanted.add(there)
+            if not there.exists() or there.read_bytes() != path.read_bytes():
+                there.parent.mkdir(parents=True, exist_ok=True)
+                shutil.copy(path, there)
+    for path in copy.rglob("*"):
+        if path.is_file() and path not in wanted:
+            path.unlink()
+
+
 class Copy:
     """A copy of the sources with a build of its own, changed by one mutant at a time."""
 
     def __init__(self, number):
         self.source = WORK / f"source{number}"
         self.build = WORK / f"build{number}"
-        shutil.rmtree(self.source, ignore_errors=True)
-        # With new times: what an earlier run has built of its last mutant must not stay.
-        shutil.copytree(ROOT, self.source, ignore=shutil.ignore_patterns("build", ".git"), copy_function=shutil.copy)
+        bring_up_to_date(self.source)
         environment = {name: value for name, value in os.environ.items() if not name.startswith("CMAKE_")}
+        # Files that are compiled together take less time where a header is changed, and no more for one of them.
         subprocess.run(["cmake", "-S", self.source, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
-                        "-DCMAKE_CXX_FLAGS=-w -O0 -g0"], check=True, stdout=subprocess.DEVNULL, env=environment)
+                        "-DCMAKE_UNITY_BUILD=ON", "-DCMAKE_CXX_FLAGS=-w -O0 -g0",
+                        "-DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST", "--no-warn-unused-cli"],
+                       check=True, stdout=subprocess.DEVNULL, env=environment)
+        if not self.make("zel3reader", "zel3parser", "indexer_tests", "reader_tests"):
+            sys.exit("mutate: the unchanged sources do not build")
+        for program in ("indexer_tests", "reader_tests"):
+            failed = self.first_failure(program, "*", LIMIT_OF_ALL_TESTS)
+            if failed:
+                sys.exit(f"mutate: the unchanged sources do not pass {failed}; see {self.build}/bin/{program}")
 
     def make(self, *targets):
-        return subprocess.run(["cmake", "--build", self.build, "--target", *targets], stdout=subprocess.DEVNULL,
-                              stderr=subprocess.DEVNULL).returncode == 0
+        return run_to_end(["cmake", "--build", self.build, "--parallel", "1", "--target", *targets],
+                          stdout=subprocess.DEVNULL)
 
-    def passes(self, program):
+    def first_failure(self, program, tests, seconds):
+        """The name of the first of the tests that fails, crashes or takes too long, or None."""
         place = self.build / "run"
         shutil.rmtree(place, ignore_errors=True)
         place.mkdir()
         # A mutant may fill memory or remove whatever it comes across: it sees the system read-only but for its folder.
-        guard = 'cd "$0"; ulimit -v 8000000; exec "$@"'
-        command = ["bash", "-c", guard]
-        if os.geteuid() == 0:
-            # GoogleTest keeps what it captures in /tmp.
-            read_only = ('mount --bind "$0" "$0" && mount -o remount,bind,ro / && mount -o remount,bind,ro /dev && '
-                         'mount --bind "$0" /tmp && ')
-            command = ["unshare", "--mount", "bash", "-c", read_only + guard]
-        command += [place, self.build / "bin" / program, "--gtest_fail_fast", "--gtest_brief=1"]
+        guard = f'cd "$0"; ulimit -v 8000000 -t {seconds}; exec "$@"'
+        command = ["bash", "-c", guard, place]
         environment = dict(os.environ, TMPDIR=str(place))
-        try:
-            return subprocess.run(list(map(str, command)), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                                  env=environment, timeout=TIME_LIMIT_SECONDS).returncode == 0
-        except subprocess.TimeoutExpired:
-            return False
+        if os.geteuid() == 0:
+            # In memory, because tests wait for disks; /tmp, because GoogleTest keeps what it captures there.
+            read_only = ("mount -t tmpfs -o size=4g tmpfs /tmp && mount -o remount,bind,ro / && "
+                         "mount -o remount,bind,ro /dev && ")
+            command = ["unshare", "--mount", "bash", "-c", read_only + guard, "/tmp"]
+            environment["TMPDIR"] = "/tmp"
+        command += [self.build / "bin" / program, "--gtest_fail_fast", f"--gtest_filter={tests}"]
+        output = self.build / "output"
+        with output.open("wb") as file:
+            if run_to_end(command, WAITING_FACTOR * seconds, stdout=file, env=environment):
+                return None
+        # The first that failed or, when the program ended in a test, the last that began.
+        text = output.read_bytes()
+        named = (re.findall(rb"^\[  FAILED  \] ([\w/.]+)", text, flags=re.MULTILINE)[:1] or
+                 re.findall(rb"^\[ RUN      \] (\S+)", text, flags=re.MULTILINE)[-1:])
+        return named[0].decode() if named else "none had begun"
 
-    def verdict(self, mutant):
+    def judge(self, mutant, likely_killers):
+        """The verdict, and the name of the test that notices the change, or None."""
+        # The target to make, and the program to run then. What takes less time comes first: the tests of the indexer
+        # include its headers and are compiled anew with them.
+        stages = [("zel3reader", "reader_tests")]
+        if mutant.path.startswith("indexer/"):
+            stages.insert(1 if mutant.path.endswith(".h") else 0, ("indexer_tests", "indexer_tests"))
+        likely = ":".join(likely_killers)
         path = self.source / mutant.path
         original = path.read_text()
         path.write_text(mutant.text)
         try:
-            in_indexer = mutant.path.startswith("indexer/")
-            if not self.make("zel3reader", *(["indexer_tests"] if in_indexer else [])):
-                return "does not compile"
-            programs = (["indexer_tests"] if in_indexer else []) + ["reader_tests"]
-            return "survived" if all(self.passes(program) for program in programs) else "killed"
+            for target, program in stages:
+                if not self.make(target):
+                    return NOT_COMPILED, None
+                killer = ((likely and self.first_failure(program, likely, LIMIT_OF_LIKELY_TESTS)) or
+                          self.first_failure(program, "*-" + likely, LIMIT_OF_ALL_TESTS))
+                if killer:
+                    return KILLED, killer
+            return SURVIVED, None
         finally:
             path.write_text(original)
 
@@ -173,8 +315,52 @@ def accepted_entries(path):
 
 
 def all_sources():
-    return [str(path.relative_to(ROOT)) for folder in ("indexer", "reader")
-            for path in sorted((ROOT / folder).glob("*.cpp"))]
+    """Headers last: after each of them the files that include it are compiled once more."""
+    return [str(path.relative_to(ROOT)) for kind in ("*.cpp", "*.h") for folder in ("indexer", "reader")
+            for path in sorted((ROOT / folder).glob(kind))]
+
+
+def report(mutants, judged, accepted):
+    """Prints what is known of the mutants. Ends the program, with 1 when there is a survivor that is not accepted."""
+    counts = collections.defaultdict(collections.Counter)
+    survivors = []
+    for mutant in mutants:
+        record = judged.of(mutant)
+        verdict = record["verdict"] if record else OPEN
+        if verdict == SURVIVED and mutant.key in accepted:
+            verdict = ACCEPTED
+        if verdict == SURVIVED:
+            survivors.append(f"{mutant.path}:{mutant.line}\n{mutant.key}")
+        for name in (mutant.path, "all"):
+            counts[name][verdict] += 1
+    columns = (KILLED, SURVIVED, ACCEPTED, NOT_COMPILED, OPEN)
+    print(*survivors, sep="\n", end="\n" if survivors else "")
+    print(f"{'':34}" + "".join(f"{column:>18}" for column in columns) + f"{'share killed':>18}")
+    for name, verdicts in sorted(counts.items(), key=lambda item: item[0] == "all"):
+        of = verdicts[KILLED] + verdicts[SURVIVED]
+        share = f"{100 * verdicts[KILLED] / of:.1f} %" if of else ""
+        print(f"{name:34}" + "".join(f"{verdicts[column]:18}" for column in columns) + f"{share:>18}")
+    sys.exit(1 if survivors else 0)
+
+
+def run(mutants, judged, jobs):
+    """Judges the mutants."""
+    copies = queue.Queue()
+    for number in range(min(jobs, len(mutants))):
+        copies.put(Copy(number))
+
+    def judge(mutant):
+        copy = copies.get()
+        try:
+            judged.add(mutant, *copy.judge(mutant, judged.likely_killers(mutant.path)))
+        finally:
+            copies.put(copy)
+
+    start = time.time()
+    with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
+        for _ in pool.map(judge, mutants):
+            pass
+    print(f"{time.time() - start:.0f} s")
 
 
 def main():
@@ -185,6 +371,7 @@ def main():
     parser.add_argument("--only", default="")
     parser.add_argument("--accepted", type=pathlib.Path, default=ROOT / "scripts" / "mutants_accepted.txt")
     parser.add_argument("--check-accepted", action="store_true")
+    parser.add_argument("--report", action="store_true")
     parser.add_argument("paths", nargs="*")
     options = parser.parse_args()
     mutants = [mutant for path in options.paths or all_sources() for mutant in mutants_of(path)]
@@ -195,37 +382,13 @@ def main():
         print(f"{len(mutants)} mutants, {len(stale)} accepted ones that the code no longer has", *stale, sep="\n")
         sys.exit(1 if stale else 0)
     mutants = [mutant for mutant in mutants if options.only in mutant.key][options.first::options.every]
-    print(f"{len(mutants)} mutants", flush=True)
-
-    copies = queue.Queue()
-    for number in range(options.jobs):
-        copy = Copy(number)
-        if not copy.make("zel3reader", "zel3parser", "indexer_tests", "reader_tests"):
-            sys.exit("mutate: the unchanged sources do not build")
-        if not (copy.passes("indexer_tests") and copy.passes("reader_tests")):
-            sys.exit(f"mutate: the unchanged sources do not pass; see {copy.build}/bin")
-        copies.put(copy)
-
-    def judge(mutant):
-        copy = copies.get()
-        try:
-            return copy.verdict(mutant)
-        finally:
-            copies.put(copy)
-
-    counts = {}
-    start = time.time()
-    with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
-        for mutant, verdict in zip(mutants, pool.map(judge, mutants)):
-            if verdict == "survived" and mutant.key in accepted:
-                verdict = "accepted"
-            counts[verdict] = counts.get(verdict, 0) + 1
-            if verdict == "survived":
-                print(f"{mutant.path}:{mutant.line}\n{mutant.key}", flush=True)
-    judged = sum(counts.values()) - counts.get("does not compile", 0)
-    killed = counts.get("killed", 0)
-    print(f"{counts} in {time.time() - start:.0f} s: {killed} of {judged} killed ({100 * killed / max(judged, 1):.1f} %)")
-    sys.exit(1 if counts.get("survived") else 0)
+    judged = Judged()
+    if not options.report:
+        judged.lock_for_run()
+        open_mutants = [mutant for mutant in mutants if not judged.holds(mutant)]
+        print(f"{len(mutants)} mutants, {len(open_mutants)} of them to judge", flush=True)
+        run(open_mutants, judged, options.jobs)
+    report(mutants, judged, accepted)
 
 
 if __name__ == "__main__":
