@@ -31,6 +31,25 @@ class EndingParser : public ScriptedParser {
   std::size_t size = 0;  // once it has been ended
 };
 
+// A client of such a host, which ends the reader.
+class EndingClient : public CBrick {
+ public:
+  explicit EndingClient(CBrick* reader) : mReader(reader) {}
+  void enqueueControl(const cMemBlock&) override { End(); }
+  void enqueueData(const cMemBlock&) override { End(); }
+
+  std::size_t size = 0;  // once it has been ended
+
+ private:
+  void End() {
+    size = malloc_usable_size(mReader);
+    mReader->~CBrick();
+    std::memset(static_cast<void*>(mReader), kGone, size);
+  }
+
+  CBrick* mReader;
+};
+
 class EndedInASend : public RunTest {
  protected:
   // An index reader of the file sends something, and is ended in that.
@@ -45,15 +64,18 @@ class EndedInASend : public RunTest {
     ASSERT_NE(parser, nullptr);
     auto* const memory = reinterpret_cast<unsigned char*>(parser->feeder);
     (parser->feeder->*(&Callbacks::onCtrl))(command);
-    ASSERT_GT(parser->size, 0u);
-    EXPECT_EQ(std::count(memory, memory + parser->size, kGone),
-              static_cast<std::ptrdiff_t>(parser->size))
-        << "bytes of the index reader as they were left";
+    ExpectAsLeft(memory, parser->size);
     // The reader still tells its index reader to end.
     auto* const standIn = new (memory) CBrick();
     EndReader();
     standIn->~CBrick();
     ::operator delete(memory);
+  }
+
+  static void ExpectAsLeft(const unsigned char* memory, std::size_t size) {
+    EXPECT_GT(size, 0u) << "it has not been ended";
+    EXPECT_EQ(std::count(memory, memory + size, kGone), static_cast<std::ptrdiff_t>(size))
+        << "bytes of the brick as they were left";
   }
 };
 
@@ -62,6 +84,22 @@ TEST_F(EndedInASend, AnIndexReaderIsNotTouchedAfterwards) {
   ExpectUntouched(NumberedBytes(70000), BytesRequest(kNoIndexId, 0, 1));
   ExpectUntouched(NumberedBytes(100), DataTick());
   ExpectUntouched(Bytes(), DataTick());
+}
+
+TEST_F(EndedInASend, AReaderIsNotTouchedAfterItsListAndAfterAPlayCommand) {
+  const std::string path = Place("cam.zel3", NumberedBytes(401));
+  IndexCache{{{10, 100}, {20, 200}}}.WriteBeside(path);
+  for (cMemBlock command : {cMemBlock(ArchivesRequest()), cMemBlock(Play())}) {
+    Open(path);
+    Settle();
+    EndingClient last(reader.get());
+    last.Create(Config(""));
+    last.ConnectAfter(reader.get());
+    CBrick* const ended = reader.release();
+    (ended->*(&Callbacks::onCtrl))(command);
+    ExpectAsLeft(reinterpret_cast<unsigned char*>(ended), last.size);
+    ::operator delete(static_cast<void*>(ended));
+  }
 }
 
 }  // namespace

@@ -45,6 +45,18 @@ TEST_F(WithoutAParser, TheFileIsIndexedOnceThereIsOne) {
   EXPECT_THAT(Ask(ChunkRequest(15000)), ElementsAre("IRN3 0/0 at 10000"));
 }
 
+TEST_F(WithoutAParser, AFailedStartLeavesTheCacheToOtherReaders) {
+  const SmallArchive archive = ArchiveOf("cam", {10, 20});
+  const std::string path = Place("cam.zel3", archive);
+  Open(path);
+  const std::unique_ptr<CBrick> first = std::move(reader);
+  ParserWorkshop opened;
+  opened.Learn(archive);
+  Open(path);
+  Settle();
+  EXPECT_THAT(ReadFile(CachePath(path, "id3")), testing::Not(IsEmpty()));
+}
+
 TEST_F(WithoutAParser, AFailedStartLeavesNoRequestForALaterRunToAnswer) {
   const SmallArchive archive = ArchiveOf("cam", {10, 20});
   const std::string path = Place("cam.zel3", archive);
@@ -184,6 +196,15 @@ TEST_F(FailingRun, TheLongestPathThatTheIndexReaderTakesHas260Bytes) {
   ASSERT_EQ(Place(name, archive).size(), kLongestPath);
   workshop.pullsItself = true;
   Open(folder.Path());
+  Send(ChunkRequest(15000));
+  Send(ChunkRequest(15000));
+  EXPECT_THAT(Without("Warn W008", Told()), ElementsAre("Cewg", "IRN3 0/0 at 10000"));
+}
+
+TEST_F(FailingRun, APathShorterThanThatOfTheSourceReachesTheIndexReaderWhole) {
+  Place("cam.zel3", ArchiveOf("cam", {10, 20, 30}));
+  workshop.pullsItself = true;
+  Open(folder.Path() + "/./././././././././");
   Send(ChunkRequest(15000));
   Send(ChunkRequest(15000));
   EXPECT_THAT(Without("Warn W008", Told()), ElementsAre("Cewg", "IRN3 0/0 at 10000"));

@@ -2,6 +2,7 @@
 #include <filesystem>
 
 #include "run_test.h"
+#include "support/callbacks.h"
 
 namespace {
 
@@ -24,6 +25,16 @@ TEST_F(IndexingRun, AsksTheHostForAParser) {
   const auto* const expectedBytes = reinterpret_cast<const unsigned char*>(&expected);
   EXPECT_EQ(Bytes(bytes, bytes + sizeof(TBrickConfig)),
             Bytes(expectedBytes, expectedBytes + sizeof(TBrickConfig)));
+}
+
+TEST_F(IndexingRun, OfANameThatIsOnlyASuffixAsksForAParserOfThatFormat) {
+  Place(".zel3", NumberedBytes(100));
+  const fs::path before = fs::current_path();
+  fs::current_path(folder.Path());
+  Open(".zel3");
+  fs::current_path(before);
+  ASSERT_EQ(workshop.orders.size(), 1u);
+  EXPECT_EQ(workshop.orders[0].input.format, FourCc("zel3"));
 }
 
 TEST_F(IndexingRun, LinksIndexReaderParserAndReader) {
@@ -203,6 +214,24 @@ TEST_F(IndexingRun, OnlyTheEndOfFileWarningEndsIt) {
   EXPECT_THAT(Report(NotifyBlock::New(0)), IsEmpty());
   EXPECT_EQ(pipeline.BrickCount(), 4u);
   EXPECT_THAT(EndRun(), ElementsAre("Cewg"));
+}
+
+TEST_F(IndexingRun, ABlockOfAnotherTypeDoesNotEndIt) {
+  OpenInARun(Place("cam.zel3", NumberedBytes(100)));
+  auto other = cCommandBlock<TNotifyMessage, FourCc("abcd")>::New();
+  other.Record().kind = tag::kMessage;
+  other.Record().level = tag::kLevelWarning;
+  other.Record().code = tag::kCodeEndOfFile;
+  (reader.get()->*(&Callbacks::onNotify))(other);
+  EXPECT_THAT(Told(), IsEmpty());
+  EXPECT_EQ(pipeline.BrickCount(), 4u);
+}
+
+TEST_F(IndexingRun, TheNotificationThatEndsItIsTakenLikeAnyOther) {
+  OpenInARun(Place("cam.zel3", NumberedBytes(100)));
+  const auto onNotify = &Callbacks::onNotify;
+  EXPECT_EQ((reader.get()->*onNotify)(Message(tag::kLevelWarning, tag::kCodeEndOfFile)), 1);
+  EXPECT_THAT(Told(), ElementsAre("Cewg"));
 }
 
 TEST_F(IndexingRun, ItsEndIsToldByAMessageWithoutCodeAndTexts) {

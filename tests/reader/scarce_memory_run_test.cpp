@@ -1,5 +1,8 @@
+#include <algorithm>
+
 #include "host/brick_plugins.h"
 #include "little_memory.h"
+#include "support/file_faults.h"
 
 namespace {
 
@@ -45,6 +48,65 @@ TEST_F(LittleMemory, ARunThatLosesARecordGoesOnAndIsNotKept) {
           ExpectNewReaderServes(folder.Path());
         });
   }
+}
+
+TEST_F(LittleMemory, ABlockThatWasNotAskedForIsAskedForOnceWithTheNextCommand) {
+  workshop.pullsItself = false;
+  OpenInARun(PlaceUnindexed());
+  const cMemBlock usedUp = StreamMark(tag::kBlockFinished);
+  {
+    const ScarceMemory scarce(0);
+    OnData(usedUp);
+    ASSERT_GT(scarce.Refused(), 0);
+  }
+  Settle();
+  EXPECT_EQ(client->pulls.size(), 0u);
+  Ask(DataTick());
+  Ask(DataTick());
+  EXPECT_EQ(client->pulls.size(), 1u);
+  ExpectEndsWithItsChildren();
+}
+
+TEST_F(LittleMemory, ARunInThePlaceOfAnotherIsFedByBricksOfItsOwn) {
+  const std::string other = Place("other.zel3", ArchiveOf("other", {100, 200}));
+  std::size_t parsersBefore = 0;
+  Sweep(
+      "creation",
+      [&] {
+        workshop.pullsItself = false;
+        OpenInARun(PlaceUnindexed());
+        parsersBefore = workshop.orders.size();
+      },
+      [&] { OnCreate(Config(other)); },
+      [&](Shortage) {
+        const Lines told = Told();
+        if (std::find(told.begin(), told.end(), "Warn W008 0% other.zel3") != told.end()) {
+          EXPECT_EQ(workshop.orders.size(), parsersBefore + 1);
+        }
+        ExpectEndsWithItsChildren();
+      });
+}
+
+TEST_F(LittleMemory, ARunThatCannotBeginAnewEndsWithoutAnIndex) {
+  const cMemBlock endOfFile = Message(tag::kLevelWarning, tag::kCodeEndOfFile);
+  Sweep(
+      "end of a file that could not be read before",
+      [&] {
+        workshop.pullsItself = false;
+        const std::string path = PlaceUnindexed();
+        OpenInARun(path);
+        const UnreadableBytes damage(path, {{0, archive.bytes.size()}});
+        for (int pull = 0; pull < 3; ++pull) {
+          Parser().Pull();
+          Run();
+        }
+      },
+      [&] { OnNotify(endOfFile); },
+      [&](Shortage) {
+        Settle();
+        EXPECT_THAT(Caches()[0], IsEmpty());
+        ExpectEndsWithItsChildren();
+      });
 }
 
 TEST_F(LittleMemory, AnIndexReaderSendsItsBytesAtOnceOrTheNextTime) {
