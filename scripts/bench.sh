@@ -1,24 +1,36 @@
 #!/usr/bin/env bash
 # Measures this system against what the machine must do anyway and prints one table.
 #   scripts/bench.sh [--smoke] [--row REGEX] [--repetitions N] [PRESET...]
+#   scripts/bench.sh --peers [--smoke] [--row REGEX] [--repetitions N]
 # --smoke: small sizes, once: shows that everything works, not how fast. --row: only the rows whose names match. The
-# builds are i386 and native, or the presets given. Programs and results stay in build/PRESET/bin and build/bench.
+# builds are i386 and native, or the presets given. --peers measures against other libraries, in the native build, when
+# their packages are installed, and nothing else. Programs and results stay in build/PRESET/bin and build/bench.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 rows=.
 repetitions=9
+peers=no
 presets=()
 while [ $# -gt 0 ]; do
   case $1 in
     --smoke) export ZEL3_BENCH_SMOKE=1; repetitions=1 ;;
     --row) rows=$2; shift ;;
     --repetitions) repetitions=$2; shift ;;
+    --peers) peers=yes ;;
     *) presets+=("$1") ;;
   esac
   shift
 done
-if [ "${#presets[@]}" = 0 ]; then
+if [ "$peers" = yes ]; then
+  [ "${#presets[@]}" = 0 ] || { echo "bench: --peers measures the native build" >&2; exit 2; }
+  presets=(native)
+  if ! pkg-config --exists libavformat libavcodec libavutil sqlite3; then
+    echo "bench: nothing measured; --peers needs" \
+         "apt-get install libavformat-dev libavcodec-dev libavutil-dev libsqlite3-dev" >&2
+    exit 0
+  fi
+elif [ "${#presets[@]}" = 0 ]; then
   presets=(native)
   [ -e /usr/lib/i386-linux-gnu/libQt5Core.so.5 ] && presets=(i386 native)
 fi
@@ -112,10 +124,18 @@ for preset in "${presets[@]}"; do
   rm -rf "$results"
   mkdir -p "$results"
   log=$results/build.log
-  cmake --preset "$preset" -DZEL3_BENCHMARK_DIR="$PWD/$library" >"$log" 2>&1 || { cat "$log"; exit 1; }
-  cmake --build --preset "$preset" --target benchmarks zel3 zel3reader zel3parser >"$log" 2>&1 || { cat "$log"; exit 1; }
-  for source in bench/*_bench.cpp; do
+  options=(-DZEL3_BENCHMARK_DIR="$PWD/$library" -DZEL3_BENCH_PEERS="$peers")
+  cmake --preset "$preset" "${options[@]}" >"$log" 2>&1 || { cat "$log"; exit 1; }
+  targets=(benchmarks zel3 zel3reader zel3parser)
+  sources=(bench/*_bench.cpp)
+  if [ "$peers" = yes ]; then
+    targets=(peers_bench zel3parser)
+    sources=(bench/peers_bench.cpp)
+  fi
+  cmake --build --preset "$preset" --target "${targets[@]}" >"$log" 2>&1 || { cat "$log"; exit 1; }
+  for source in "${sources[@]}"; do
     name=$(basename "$source" .cpp)
+    if [ "$name" = peers_bench ] && [ "$peers" = no ]; then continue; fi
     build/$preset/bin/$name --benchmark_filter="$rows" --benchmark_list_tests 2>/dev/null | grep -q / || continue
     echo "bench: $preset $name" >&2
     "build/$preset/bin/$name" --benchmark_filter="$rows" --benchmark_repetitions="$repetitions" \
@@ -123,7 +143,7 @@ for preset in "${presets[@]}"; do
       --benchmark_out="$results/$name.json" --benchmark_out_format=json >"$results/$name.log" 2>&1 ||
       { cat "$results/$name.log"; failed=yes; }
   done
-  if [[ program_start.seek/86400 =~ $rows || system_calls =~ $rows ]]; then
+  if [ "$peers" = no ] && [[ program_start.seek/86400 =~ $rows || system_calls =~ $rows ]]; then
     echo "bench: $preset program" >&2
     { echo '{"benchmarks": ['; measure_program "$preset" | sed '$ s/,$//'; echo ']}'; } >"$results/program.json"
   fi

@@ -63,6 +63,16 @@ RecordedArchive RecordBlocks(const std::string& path, std::uint64_t size, int bl
   return recording.Finish();
 }
 
+RecordedArchive RecordEqualEntries(const std::string& path, int entryCount, int blocksPerEntry,
+                                   std::size_t blockSize) {
+  Recording recording(path);
+  for (int i = 0; i < entryCount; ++i) {
+    recording.BeginEntry();
+    for (int j = 0; j < blocksPerEntry; ++j) recording.AddBlock(blockSize);
+  }
+  return recording.Finish();
+}
+
 RecordedArchive RecordMixedEntries(const std::string& path, int entryCount) {
   constexpr std::size_t kSmallest = 8 * 1024;
   Recording recording(path);

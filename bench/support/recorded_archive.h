@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -14,6 +15,10 @@ struct RecordedArchive {
 // Writes entries of `blocksPerEntry` data blocks of 20 KiB each until the archive has `size` bytes.
 // The entries are one index time apart, the first at kFirstTime.
 RecordedArchive RecordBlocks(const std::string& path, std::uint64_t size, int blocksPerEntry);
+
+// Writes entries of `blocksPerEntry` data blocks of so many bytes each.
+RecordedArchive RecordEqualEntries(const std::string& path, int entryCount, int blocksPerEntry,
+                                   std::size_t blockSize);
 
 // Writes entries of 8 to 64 KiB, one data block each.
 RecordedArchive RecordMixedEntries(const std::string& path, int entryCount);
