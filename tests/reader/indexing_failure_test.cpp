@@ -177,6 +177,18 @@ TEST_F(FailingRun, AReadErrorSavesNothing) {
   EXPECT_THAT(Ask(ArchivesRequest()), ElementsAre("Err W010 No archive in cam.zel3"));
 }
 
+TEST_F(FailingRun, ARequestThatWasAnsweredIsNotAnsweredAgainAfterALaterRun) {
+  workshop.pullsItself = true;
+  Place("cam.zel3", ArchiveOf("cam", {10, 20, 30}));
+  Open(folder.Path());
+  Send(ChunkRequest(15000));
+  Send(ChunkRequest(15000));
+  ASSERT_THAT(Without("Warn W008", Told()), ElementsAre("Cewg", "IRN3 0/0 at 10000"));
+  const std::string other = Place("other.zel3", ArchiveOf("other", {100, 200}));
+  (reader.get()->*(&Callbacks::onCreate))(Config(other));
+  EXPECT_THAT(Without("Warn W008", Told()), ElementsAre("Cewg"));
+}
+
 TEST_F(FailingRun, APathTooLongForTheIndexReaderEndsWithoutAnIndex) {
   const std::string name = std::string(255 - 5, 'c') + ".zel3";
   const SmallArchive archive = ArchiveOf("cam", {10, 20, 30});

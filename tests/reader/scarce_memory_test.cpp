@@ -5,6 +5,18 @@
 
 namespace {
 
+TEST_F(LittleMemory, CreationThatFailsHasOpenedNothing) {
+  const TBrickConfig config = Config(PlaceIndexed());
+  Open("");
+  int opened = -1;
+  {
+    const ScarceMemory scarce(0);
+    opened = (reader.get()->*(&Callbacks::onCreate))(config);
+  }
+  EXPECT_EQ(opened, 0);
+  EXPECT_EQ((reader.get()->*(&Callbacks::onCreate))(config), 1);
+}
+
 TEST_F(LittleMemory, ARequestIsDroppedAndTheReaderStaysUsable) {
   Open(PlaceIndexed());
   const struct {
