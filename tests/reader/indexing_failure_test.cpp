@@ -189,6 +189,20 @@ TEST_F(FailingRun, ARequestThatWasAnsweredIsNotAnsweredAgainAfterALaterRun) {
   EXPECT_THAT(Without("Warn W008", Told()), ElementsAre("Cewg"));
 }
 
+TEST_F(FailingRun, ARequestThatWasDroppedIsNotAnsweredAfterALaterRun) {
+  const SmallArchive archive = ArchiveOf("cam", {10, 20, 30});
+  OpenInARun(Place("cam.zel3", archive));
+  EXPECT_THAT(Ask(ChunkRequest(20000)), IsEmpty());
+  ReportAll(archive);
+  ASSERT_THAT(EndRun(), ElementsAre("Cewg"));
+  workshop.pullsItself = true;
+  fs::create_directory(folder / "others");
+  Place("others/other.zel3", ArchiveOf("other", {110, 120, 130}));
+  (reader.get()->*(&Callbacks::onCreate))(Config(folder / "others"));
+  Send(ChunkRequest(115000));
+  EXPECT_THAT(Without("Warn W008", Told()), ElementsAre("Cewg", kNoAnswerForward));
+}
+
 TEST_F(FailingRun, APathTooLongForTheIndexReaderEndsWithoutAnIndex) {
   const std::string name = std::string(255 - 5, 'c') + ".zel3";
   const SmallArchive archive = ArchiveOf("cam", {10, 20, 30});
