@@ -74,29 +74,19 @@ void CompareLookups(cZel3Indexer& index, const PlainEntries& entries) {
 }
 
 // The first stretch that holds the entry's position, and the last header before it.
-void AskForBytes(const cZel3Indexer& index, std::uint32_t entry) {
+void AskForBytes(const cZel3Indexer& index, const std::vector<std::uint64_t>& headers,
+                 const std::vector<std::uint64_t>& cuts, std::uint32_t entry) {
   std::uint64_t start = 0;
   std::uint64_t end = 0;
   const bool exists = !index.Files().empty() &&
                       entry < static_cast<std::uint32_t>(index.Files()[0].id3Records.size());
   FUZZ_REQUIRE(index.Index_pos_from_IndexId(MakeIndexId(0, entry), &start, &end) == exists);
   if (!exists) return;
-  const sFile_Index_Store& store = index.Files()[0];
-  const std::uint64_t position = store.id3Records.at(static_cast<int>(entry)).offsetLow;
-  std::uint64_t plainStart = 0;
-  std::uint64_t plainEnd = 0;
-  const QVector<FilePosition>& cuts = store.blockPositions;
-  for (int i = cuts.size(); i-- > 1;) {
-    if (cuts.at(i - 1) > position || position >= cuts.at(i)) continue;
-    plainStart = cuts.at(i - 1);
-    plainEnd = cuts.at(i);
-  }
-  FUZZ_REQUIRE(start == plainStart && end == plainEnd);
-  std::uint64_t plainHeader = 0;
-  for (const FilePosition header : store.headerPositions) {
-    if (header < position) plainHeader = header;
-  }
-  FUZZ_REQUIRE(index.Header_pos_for_index(MakeIndexId(0, entry)) == plainHeader);
+  const QVector<ZEL_ID3_REC>& records = index.Files()[0].id3Records;
+  const std::uint64_t position = records.at(static_cast<int>(entry)).offsetLow;
+  FUZZ_REQUIRE(std::make_pair(start, end) == PlainStretch(cuts, position));
+  FUZZ_REQUIRE(index.Header_pos_for_index(MakeIndexId(0, entry)) ==
+               PlainHeaderBefore(headers, position));
 }
 
 void CompareAfterSaving(cZel3Indexer& index, const std::string& archive, bool withHeaders) {
@@ -155,7 +145,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   FUZZ_REQUIRE(SameEvents(index.Current().events, events));
   if (anything) CompareOrder(index.Files()[0]);
   if (anything) CompareLookups(index, entries);
-  for (std::uint32_t entry = 0; entry < 10; ++entry) AskForBytes(index, entry);
+  for (std::uint32_t entry = 0; entry < 10; ++entry)
+    AskForBytes(index, headers, entries.cuts, entry);
   if ((choices & 2) != 0) CompareAfterSaving(index, place.archive, withHeaders);
   return 0;
 }

@@ -16,14 +16,11 @@ namespace {
 constexpr IndexTime kIntervalWithoutSteps = 3000;
 constexpr int kStepsForInterval = 5;
 
-// So many entries are read at a time that the processor keeps them near until they are looked at.
-constexpr int kPortion = 1024;
-
 // Reads on until there is a portion of entries more, or `most` in all. The number of entries added.
 // Throws std::bad_alloc.
 int ReadPortion(PlainFile& file, int most, QVector<ZEL_ID3_REC>* entries) {
   const int before = entries->size();
-  const int wanted = std::min(kPortion, most - before);
+  const int wanted = std::min(kEntriesPerRead, most - before);
   if (wanted < 1) return 0;
   entries->resize(before + wanted);
   const std::size_t got =
@@ -69,7 +66,7 @@ bool ReadEntries(PlainFile& file, sFile_Index_Store* store, EntryOrder* order) {
 
   HeaderCuts headers(store->headerPositions);
   EntryScan scan;
-  FilePosition positions[kPortion];
+  FilePosition positions[kEntriesPerRead];
   int added = 0;
   do {
     added = ReadPortion(file, static_cast<int>(count), &entries);
@@ -77,7 +74,7 @@ bool ReadEntries(PlainFile& file, sFile_Index_Store* store, EntryOrder* order) {
     scan.Add(entries.constData() + entries.size() - added, added, positions);
     headers.AddCuts(positions, added, &cuts);
     // After a read that comes up short a record might begin anywhere.
-  } while (added == kPortion);
+  } while (added == kEntriesPerRead);
   if (entries.isEmpty()) return false;
 
   store->startTime = scan.Range().startTime;

@@ -7,6 +7,9 @@
 // The .id3 file: ZEL_ID3_REC after ZEL_ID3_REC, 24 bytes each, as they are in memory. A fragment at
 // its end is not an entry.
 
+// So many entries are read at a time that the processor keeps them near until they are looked at.
+constexpr int kEntriesPerRead = 1024;
+
 // Loads the entries of an open file into an empty store: the entries themselves, the times that
 // follow from them, and the cuts, with the store's header positions among them. False, with neither
 // entries nor cuts, when there is no entry, or no memory for them.

@@ -1,11 +1,10 @@
 #include <algorithm>
 #include <random>
 
-#include "cache_test.h"
-#include "support/plain_cache.h"
+#include "loaded_cache.h"
 
 // Any bytes in the cache files are loaded as the plain rules say, and every question about them has
-// an answer.
+// the answer of the plain walk.
 
 namespace {
 
@@ -16,100 +15,7 @@ Bytes RandomBytes(std::mt19937& random, std::size_t maximum, std::size_t values)
   return bytes;
 }
 
-Texts Shown(const std::vector<PlainGroup>& groups) {
-  Texts texts;
-  for (const PlainGroup& group : groups) {
-    EVT_FILE_DATA_T shown;
-    shown.time = group.time;
-    shown.offsetLow = group.offsetLow;
-    shown.eventCount = static_cast<std::uint8_t>(group.events.size());
-    for (const PlainEvent& event : group.events) {
-      EVT_FILE_EVENT_T shownEvent;
-      shownEvent.eventType = event.type;
-      shownEvent.text = event.text;
-      shown.events.append(shownEvent);
-    }
-    texts.push_back(::Shown(shown));
-  }
-  return texts;
-}
-
-std::vector<std::uint64_t> WholePositions(const Bytes& hdr) {
-  std::vector<std::uint64_t> positions;
-  for (std::size_t place = 0; place + 8 <= hdr.size(); place += 8) {
-    std::uint64_t position = 0;
-    for (std::size_t i = 8; i-- > 0;) position = position << 8 | hdr[place + i];
-    positions.push_back(position);
-  }
-  return positions;
-}
-
-std::vector<std::uint32_t> Times(const sFile_Index_Store& store) {
-  std::vector<std::uint32_t> times;
-  for (const ZEL_ID3_REC& record : store.id3Records) times.push_back(record.time);
-  return times;
-}
-
-// What loading has seen of the order is what looking at the whole store gives.
-void ExpectKnownOrder(const FiledStore& filed) {
-  const StoreOrder order = OrderOf(filed);
-  EXPECT_EQ(filed.order.entriesAscend, order.entriesAscend);
-  EXPECT_EQ(filed.order.headersAscend, order.headersAscend);
-  EXPECT_EQ(filed.order.cutsAscend, order.cutsAscend);
-}
-
-// Asks everything about the file. A stretch holds what it was asked for.
-void AskEverything(cZel3Indexer& index) {
-  for (std::uint32_t entry = 0; entry < 12; ++entry) {
-    const std::uint64_t indexId = MakeIndexId(0, entry);
-    std::uint64_t start = 0;
-    std::uint64_t end = 0;
-    if (index.Index_pos_from_IndexId(indexId, &start, &end)) {
-      const std::uint64_t position =
-          index.Files()[0].id3Records.at(static_cast<int>(entry)).offsetLow;
-      EXPECT_TRUE((start <= position && position < end) || (start == 0 && end == 0));
-      EXPECT_LE(index.Header_pos_for_index(indexId), position);
-    }
-  }
-  for (const sFile_Index_Store& store : index.Files()) {
-    for (const ZEL_ID3_REC& record : store.id3Records) {
-      TZEL3ChunkInfo info;
-      if (index.IndexInfoFromTime(ToArchiveTime(record.time), 1, true, &info)) {
-        const std::uint64_t indexId = info.indexId;
-        EXPECT_LT(EntryNumber(indexId), static_cast<std::uint32_t>(store.id3Records.size()));
-      }
-    }
-  }
-  QList<TEventListEntry> events;
-  EXPECT_EQ(index.Put_events_to_vector(&events), !index.Files()[0].events.isEmpty());
-}
-
-class RandomCache : public CacheTest, public testing::WithParamInterface<std::size_t> {
- protected:
-  void ExpectLoadedByThePlainRules(const Bytes& id3, const Bytes& hdr, const Bytes& evt) {
-    WriteCache(id3, hdr, evt);
-    PlainEntries entries = PlainId3(id3);
-    const std::vector<std::uint64_t> headers = WholePositions(hdr);
-    const std::vector<PlainGroup> events = PlainEvents(evt);
-    PlainInsertHeaders(headers, &entries.cuts);
-    const bool anything = !entries.times.empty() || !headers.empty() || !events.empty();
-    if (anything) entries.cuts.push_back(9000);
-
-    cZel3Indexer fresh;
-    ASSERT_EQ(fresh.Open_file(Path(archive), 9000), anything);
-    const sFile_Index_Store& loaded = fresh.Current();
-    ASSERT_EQ(Times(loaded), entries.times);
-    ASSERT_EQ(loaded.startTime, entries.start);
-    ASSERT_EQ(loaded.endTime, entries.end);
-    ASSERT_EQ(loaded.indexInterval, entries.interval);
-    ASSERT_EQ(Positions(loaded.headerPositions), headers);
-    ASSERT_EQ(Positions(loaded.blockPositions), entries.cuts);
-    ASSERT_EQ(::Shown(loaded.events), Shown(events));
-    if (!anything) return;
-    ExpectKnownOrder(fresh.Files()[0]);
-    AskEverything(fresh);
-  }
-};
+class RandomCache : public LoadedCache, public testing::WithParamInterface<std::size_t> {};
 
 TEST_P(RandomCache, IsLoadedByThePlainRules) {
   for (unsigned seed = 1; seed <= 300; ++seed) {
@@ -127,30 +33,61 @@ INSTANTIATE_TEST_SUITE_P(Values, RandomCache, testing::Values(2, 3, 16, 256),
                            return "OutOf" + std::to_string(parameter.param);
                          });
 
-using LongCache = RandomCache;
+// Thousands of entries with hundreds of headers. Every `fallsOnceIn`-th time the time or the
+// position of the next entry falls by up to `fall`; 0 never. Either rises by less than `rise`.
+struct LongFile {
+  const char* name;
+  unsigned fallsOnceIn;
+  std::uint32_t rise;
+  std::uint32_t fall;
+  std::uint32_t start;
+};
 
-// More entries than are read at a time; some of them fall back in time or in position.
+void PrintTo(const LongFile& file, std::ostream* stream) {
+  *stream << file.name;
+}
+
+class LongCache : public LoadedCache, public testing::WithParamInterface<LongFile> {
+ protected:
+  std::uint32_t Next(std::uint32_t value, std::mt19937& random) const {
+    const LongFile& file = GetParam();
+    const bool falls = file.fallsOnceIn > 0 && random() % file.fallsOnceIn == 0;
+    return falls ? value - random() % file.fall : value + random() % file.rise;
+  }
+};
+
 TEST_P(LongCache, IsLoadedByThePlainRules) {
-  for (unsigned seed = 1; seed <= 20; ++seed) {
+  for (unsigned seed = 1; seed <= 12; ++seed) {
     SCOPED_TRACE(seed);
     std::mt19937 random(seed);
-    std::vector<EntryBytes> entries(1000 + random() % 2500);
+    std::vector<EntryBytes> entries(1000 + random() % 9000);
     std::vector<std::uint64_t> headers;
-    std::uint32_t time = 100000;
-    std::uint32_t position = 100000;
+    std::uint32_t time = GetParam().start;
+    std::uint32_t position = GetParam().start;
     for (EntryBytes& entry : entries) {
-      const bool falls = GetParam() > 0 && random() % GetParam() == 0;
-      time += falls ? 0U - random() % 20 : random() % 10;
-      position += falls ? 0U - random() % 200 : random() % 100;
-      entry.time = time;
-      entry.offsetLow = position;
-      if (random() % 50 == 0) headers.push_back(position - random() % 3);
+      time = Next(time, random);
+      position = Next(position, random);
+      entry = {time, position};
+      if (random() % 30 == 0) headers.push_back(position - random() % 3);
     }
     if (seed % 2 == 0) std::shuffle(headers.begin(), headers.end(), random);
-    ASSERT_NO_FATAL_FAILURE(ExpectLoadedByThePlainRules(Id3File(entries), HdrFile(headers), {}));
+    const std::uint64_t ends[] = {9000, position, position + 1000ULL, ~0ULL};
+    ASSERT_NO_FATAL_FAILURE(
+        ExpectLoadedByThePlainRules(Id3File(entries), HdrFile(headers), {}, ends[seed % 4]));
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(FallsOnceIn, LongCache, testing::Values(0, 10, 1000, 3000));
+INSTANTIATE_TEST_SUITE_P(Files, LongCache,
+                         testing::Values(LongFile{"Ascending", 0, 10, 1, 100000},
+                                         LongFile{"RisingByOne", 0, 2, 1, 100000},
+                                         LongFile{"RisingByTwo", 0, 3, 1, 100000},
+                                         LongFile{"Equal", 0, 1, 1, 100000},
+                                         LongFile{"SeldomFalling", 3000, 10, 20, 100000},
+                                         LongFile{"SometimesFalling", 1000, 10, 200, 100000},
+                                         LongFile{"OftenFalling", 10, 100, 200, 100000},
+                                         LongFile{"Unsorted", 2, 1000000, 1000000, 100000},
+                                         LongFile{"Wrapping", 0, 2000000, 1, 0xFFF00000},
+                                         LongFile{"WrappingOnce", 0, 1000, 1, 0xFFFF0000}),
+                         [](const auto& parameter) { return parameter.param.name; });
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
+#include <cstdio>
 #include <optional>
 #include <utility>
 
@@ -134,9 +135,20 @@ int FaultyOpen(const char* path, int flags, ...) {
   return Original<int(const char*, int, ...)>("open64")(path, flags, mode);
 }
 
+long long SeekIn(int file, long long distance, int from) asm("lseek64");
+
 EXPORTED ssize_t read(int file, void* bytes, std::size_t size) {
   if (Fails(FileOperation::kRead)) return -1;
   if (mostAtOnce > 0) size = std::min(size, static_cast<std::size_t>(mostAtOnce));
+  if (damage != nullptr) {
+    const auto position = static_cast<std::uint64_t>(SeekIn(file, 0, SEEK_CUR));
+    const std::size_t readable = Readable(file, size, position);
+    if (readable < size && readable == 0) {
+      errno = EIO;
+      return -1;
+    }
+    size = readable;
+  }
   return Original<ssize_t(int, void*, std::size_t)>("read")(file, bytes, size);
 }
 

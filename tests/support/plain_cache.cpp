@@ -79,3 +79,18 @@ void PlainInsertHeaders(const std::vector<std::uint64_t>& positions,
     if (greater != cuts->end()) cuts->insert(greater, position);
   }
 }
+
+std::pair<std::uint64_t, std::uint64_t> PlainStretch(const std::vector<std::uint64_t>& cuts,
+                                                     std::uint64_t position) {
+  for (std::size_t i = 1; i < cuts.size(); ++i) {
+    if (cuts[i - 1] <= position && position < cuts[i]) return {cuts[i - 1], cuts[i]};
+  }
+  return {0, 0};
+}
+
+std::uint64_t PlainHeaderBefore(const std::vector<std::uint64_t>& headers, std::uint64_t position) {
+  for (std::size_t i = headers.size(); i-- > 0;) {
+    if (headers[i] >> 32 == 0 && headers[i] < position) return headers[i];
+  }
+  return 0;
+}
