@@ -1,6 +1,6 @@
 #include "indexer/entries_file.h"
 #include "indexer/events_file.h"
-#include "indexer/header_cuts.h"
+#include "indexer/file_cuts.h"
 #include "indexer/headers_file.h"
 #include "indexer/zel3_indexer.h"
 
@@ -27,7 +27,7 @@ bool cZel3Indexer::Open_file(const QString& path, FilePosition endPosition) {
   if (!cache.OpenForLoading()) return false;
 
   // Each is loaded, whatever the others gave; any one of them makes the cache count. The headers
-  // come first, because the entries are cut by them while they are loaded.
+  // come first, because they are cuts between the entries.
   EntryOrder entryOrder;
   const bool headersOpen = cache.hdrFile.IsOpen();
   const bool headersLoaded = headersOpen ? Load_HDR() : Set_empty_HDR();
@@ -36,8 +36,7 @@ bool cZel3Indexer::Open_file(const QString& path, FilePosition endPosition) {
   if (!entriesLoaded && !eventsLoaded && !headersLoaded) return false;
 
   sFile_Index_Store& current = intake.current;
-  if (!entriesLoaded && headersOpen)
-    InsertHeaderCuts(current.headerPositions, &current.blockPositions);
+  if (!entriesLoaded && headersOpen) CutAtHeaders(&current);
   current.blockPositions.append(endPosition);
   current.partial = false;
   stores.File(current, entriesLoaded ? OrderOfLoaded(current, entryOrder) : OrderOf(current));

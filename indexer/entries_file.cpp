@@ -9,38 +9,36 @@
 #include <vector>
 
 #include "indexer/entry_scan.h"
-#include "indexer/header_cuts.h"
+#include "indexer/file_cuts.h"
 
 namespace {
 
 constexpr IndexTime kIntervalWithoutSteps = 3000;
 constexpr int kStepsForInterval = 5;
 
+// Has the system provide pages for memory that is about to be filled: all at once costs far less
+// than one by one, as each is touched. Where it does not know how, they come one by one.
+void ProvidePages(void* memory, std::size_t size) {
+  constexpr int kPopulateWrite = 23;  // MADV_POPULATE_WRITE, which older headers lack
+  constexpr std::uintptr_t kPage = 4096;
+  const auto begin = reinterpret_cast<std::uintptr_t>(memory);
+  const std::uintptr_t inPage = begin & (kPage - 1);
+  madvise(reinterpret_cast<void*>(begin - inPage), size + inPage, kPopulateWrite);
+}
+
 // Reads on until there is a portion of entries more, or `most` in all. The number of entries added.
-// Throws std::bad_alloc.
+// REQUIRES: there is room for `most`.
 int ReadPortion(PlainFile& file, int most, QVector<ZEL_ID3_REC>* entries) {
   const int before = entries->size();
   const int wanted = std::min(kEntriesPerRead, most - before);
   if (wanted < 1) return 0;
+  const std::size_t size = static_cast<std::size_t>(wanted) * sizeof(ZEL_ID3_REC);
+  ProvidePages(entries->data() + before, size);
   entries->resize(before + wanted);
-  const std::size_t got =
-      file.Read(entries->data() + before, static_cast<std::size_t>(wanted) * sizeof(ZEL_ID3_REC));
+  const std::size_t got = file.Read(entries->data() + before, size);
   const int added = static_cast<int>(got / sizeof(ZEL_ID3_REC));
   entries->resize(before + added);
   return added;
-}
-
-// Memory used for the first time costs more than reading a file into it; by large pages, far less.
-template <class Item>
-void ReserveLargePages(QVector<Item>* items, int count) {
-  items->reserve(count);
-  constexpr std::uintptr_t kLargePage = 2 << 20;
-  const auto begin = reinterpret_cast<std::uintptr_t>(items->data());
-  const std::uintptr_t end = begin + static_cast<std::size_t>(count) * sizeof(Item);
-  const std::uintptr_t first = (begin + kLargePage - 1) & ~(kLargePage - 1);
-  const std::uintptr_t last = end & ~(kLargePage - 1);
-  // It is no more than advice: where it is not taken the pages are small ones.
-  if (first < last) madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
 }
 
 // The upper median of the first steps between entries; they may wrap where times run backwards.
@@ -59,24 +57,17 @@ bool ReadEntries(PlainFile& file, sFile_Index_Store* store, EntryOrder* order) {
   const std::uint64_t count = file.Size() / sizeof(ZEL_ID3_REC);
   if (count < 1 || count > std::numeric_limits<int>::max() / sizeof(ZEL_ID3_REC)) return false;
   QVector<ZEL_ID3_REC>& entries = store->id3Records;
-  QVector<FilePosition>& cuts = store->blockPositions;
-  ReserveLargePages(&entries, static_cast<int>(count));
-  // One more for the end position.
-  ReserveLargePages(&cuts, static_cast<int>(count) + store->headerPositions.size() + 1);
-
-  HeaderCuts headers(store->headerPositions);
+  entries.reserve(static_cast<int>(count));
   EntryScan scan;
-  FilePosition positions[kEntriesPerRead];
   int added = 0;
   do {
     added = ReadPortion(file, static_cast<int>(count), &entries);
-    // Positions from 4 GiB on wrap: the high bits are kept in the entry only.
-    scan.Add(entries.constData() + entries.size() - added, added, positions);
-    headers.AddCuts(positions, added, &cuts);
+    scan.Add(entries.constData() + entries.size() - added, added);
     // After a read that comes up short a record might begin anywhere.
   } while (added == kEntriesPerRead);
   if (entries.isEmpty()) return false;
 
+  CutAtEntries(store, scan.Order().positionsAscend);
   store->startTime = scan.Range().startTime;
   store->lastIndexTime = scan.Range().lastIndexTime;
   store->endTime = scan.Range().EndTime();
@@ -94,6 +85,7 @@ bool LoadEntries(PlainFile& file, sFile_Index_Store* store, EntryOrder* order) {
     // Treated as absent.
   }
   store->id3Records = QVector<ZEL_ID3_REC>();
+  store->impliedCuts = ImpliedCuts();
   store->blockPositions = QVector<FilePosition>();
   return false;
 }

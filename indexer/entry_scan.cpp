@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-void EntryScan::Add(const ZEL_ID3_REC* entries, int count, FilePosition* positions) {
+void EntryScan::Add(const ZEL_ID3_REC* entries, int count) {
   if (count == 0) return;
   if (!mAny) mRange = TimeRange(entries->time);
   mAny = true;
-  const TimeRange ascending = ScanAscending(entries, count, positions);
+  const TimeRange ascending = ScanAscending(entries, count);
   if (mOrder.timesAscend) {
     mRange = ascending;
   } else {
@@ -16,7 +16,7 @@ void EntryScan::Add(const ZEL_ID3_REC* entries, int count, FilePosition* positio
 
 // Everything in one pass without branches. The range that it gives is right as long as times
 // ascend; the range so far stays for the plain rule.
-TimeRange EntryScan::ScanAscending(const ZEL_ID3_REC* entries, int count, FilePosition* positions) {
+TimeRange EntryScan::ScanAscending(const ZEL_ID3_REC* entries, int count) {
   TimeRange range = mRange;
   EntryOrder order = mOrder;
   // Kept less 1, so that two equal times are a huge step, which does not count.
@@ -29,7 +29,6 @@ TimeRange EntryScan::ScanAscending(const ZEL_ID3_REC* entries, int count, FilePo
     time = entries[i].time;
     order.positionsAscend = order.positionsAscend & (position <= entries[i].offsetLow);
     position = entries[i].offsetLow;
-    positions[i] = position;
   }
   mOrder = order;
   mLastPosition = position;

@@ -10,14 +10,14 @@
 // What the entries of a file say while they are loaded, portion by portion.
 class EntryScan {
  public:
-  // Takes a portion; gives the low 32 bits of the entries' positions.
-  void Add(const ZEL_ID3_REC* entries, int count, FilePosition* positions);
+  // Takes a portion.
+  void Add(const ZEL_ID3_REC* entries, int count);
 
   const TimeRange& Range() const { return mRange; }
   const EntryOrder& Order() const { return mOrder; }
 
  private:
-  TimeRange ScanAscending(const ZEL_ID3_REC* entries, int count, FilePosition* positions);
+  TimeRange ScanAscending(const ZEL_ID3_REC* entries, int count);
 
   TimeRange mRange;
   EntryOrder mOrder;

@@ -55,6 +55,12 @@ inline void AddStream(StreamMap& map, std::uint8_t streamId) {
   map[streamId >> 3] = static_cast<std::uint8_t>(map[streamId >> 3] | 1 << (streamId & 7));
 }
 
+// Cuts that are not listed because they follow from the entries, whose low positions ascend.
+struct ImpliedCuts {
+  int entryCount = 0;                   // these entries, from the first on, are cuts
+  QVector<FilePosition> sortedHeaders;  // and those of these that have one of them after them
+};
+
 // Everything known about one archive file.
 struct sFile_Index_Store {
   QString fileName;  // full path; the identity of the store
@@ -68,6 +74,8 @@ struct sFile_Index_Store {
   IndexTime indexInterval = 0;  // typical distance of two entries
   StreamMap streamMap = {};
   // Where the file can be cut into stretches to read: entries, headers, and the end position last.
+  // Those that are implied go before the others.
+  ImpliedCuts impliedCuts;
   QVector<FilePosition> blockPositions;
   // Only head and tail of the file are known, or nothing yet.
   bool partial = false;

@@ -22,7 +22,6 @@ StoreOrder OrderOf(const sFile_Index_Store& store) {
 }
 
 StoreOrder OrderOfLoaded(const sFile_Index_Store& store, const EntryOrder& entries) {
-  const QVector<FilePosition>& cuts = store.blockPositions;
-  const bool endIsLast = std::is_sorted(cuts.end() - std::min(cuts.size(), 2), cuts.end());
-  return {entries.timesAscend, Ascend(store.headerPositions), entries.positionsAscend && endIsLast};
+  // Cuts are listed where the entries' positions do not ascend; else only the end is.
+  return {entries.timesAscend, Ascend(store.headerPositions), entries.positionsAscend};
 }

@@ -7,7 +7,7 @@
 struct StoreOrder {
   bool entriesAscend = false;  // the times of id3Records
   bool headersAscend = false;  // headerPositions
-  bool cutsAscend = false;     // blockPositions
+  bool cutsAscend = false;     // those listed in blockPositions
 };
 
 StoreOrder OrderOf(const sFile_Index_Store& store);
@@ -18,6 +18,5 @@ struct EntryOrder {
   bool positionsAscend = true;  // the low 32 bits
 };
 
-// The same, without another pass over the entries, for a store that was loaded with entries. Its
-// cuts are their positions, with headers where they go between them, and the end of the file.
+// The same, without another pass over the entries, for a store that was loaded with entries.
 StoreOrder OrderOfLoaded(const sFile_Index_Store& store, const EntryOrder& entries);

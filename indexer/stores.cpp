@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "indexer/file_cuts.h"
 #include "indexer/zel3_indexer.h"
 
 cZel3Indexer::~cZel3Indexer() {
@@ -28,6 +29,7 @@ void cZel3Indexer::FileBareEntry(const IDX_T& index, int entryNumber) {
   sFile_Index_Store& current = intake.current;
   const IndexTime time = index.time;
   current.partial = true;
+  ListAllCuts(&current);
   intake.pendingId3Rec = ZEL_ID3_REC();
   intake.pendingId3Rec.time = time;
   current.id3Records.insert(entryNumber, intake.pendingId3Rec);

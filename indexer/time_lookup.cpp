@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "indexer/file_cuts.h"
 #include "indexer/zel3_indexer.h"
 
 namespace {
@@ -107,20 +108,6 @@ const ZEL_ID3_REC* EntryRecord(const Stores& files, IndexId indexId) {
   return &records.at(static_cast<int>(entryNumber));
 }
 
-// The first cut that ends a stretch which holds the position; null when there is none.
-const FilePosition* EndOfStretch(const FiledStore& store, FilePosition position) {
-  const FilePosition* const first = store.blockPositions.constData();
-  const FilePosition* const end = first + store.blockPositions.size();
-  if (store.order.cutsAscend) {
-    const FilePosition* const after = std::upper_bound(first, end, position);
-    return after == first || after == end ? nullptr : after;
-  }
-  for (const FilePosition* cut = first; cut != end; ++cut) {
-    if (cut != first && cut[-1] <= position && position < *cut) return cut;
-  }
-  return nullptr;
-}
-
 }  // namespace
 
 bool cZel3Indexer::IndexInfoFromTime(ArchiveTime time, std::uint32_t type, bool forward,
@@ -165,8 +152,11 @@ FilePosition cZel3Indexer::Header_pos_for_index(IndexId indexId) const {
 }
 
 FilePosition cZel3Indexer::Get_read_size(std::uint32_t fileNumber, FilePosition* pos) const {
-  const FilePosition* const cut =
-      fileNumber < Files().size() ? EndOfStretch(Files()[fileNumber], *pos) : nullptr;
-  *pos = cut == nullptr ? 0 : cut[-1];
-  return cut == nullptr ? 0 : *cut;
+  FileStretch stretch;
+  if (fileNumber < Files().size()) {
+    const FiledStore& store = Files()[fileNumber];
+    stretch = StretchAt(store, store.order.cutsAscend, *pos);
+  }
+  *pos = stretch.start;
+  return stretch.end;
 }

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "cache_bytes.h"
+#include "indexer/file_cuts.h"
 #include "indexer/zel3_indexer.h"
 #include "stores_for_tests.h"
 #include "support/environment_value.h"

@@ -10,15 +10,13 @@
 namespace {
 
 // Takes the entries in portions of this size at most.
-EntryScan ScanOf(const QVector<ZEL_ID3_REC>& entries, int portion,
-                 std::vector<FilePosition>* positions) {
+EntryScan ScanOf(const QVector<ZEL_ID3_REC>& entries, int portion) {
   EntryScan scan;
-  positions->assign(static_cast<std::size_t>(entries.size()), 0);
   for (int done = 0; done < entries.size(); done += portion) {
     const int count = std::min(portion, entries.size() - done);
-    scan.Add(entries.constData() + done, count, positions->data() + done);
+    scan.Add(entries.constData() + done, count);
   }
-  scan.Add(entries.constData(), 0, positions->data());
+  scan.Add(entries.constData(), 0);
   return scan;
 }
 
@@ -47,14 +45,12 @@ TEST(EntryScan, SaysWhatThePlainRuleSays) {
       time += random() % fall == 0 ? 0U - random() % 5 : random() % step;
       position += random() % fall == 0 ? 0U - random() % 5 : random() % step;
     }
-    std::vector<FilePosition> positions;
-    const EntryScan scan = ScanOf(store.id3Records, 1 + static_cast<int>(random() % 8), &positions);
+    const EntryScan scan = ScanOf(store.id3Records, 1 + static_cast<int>(random() % 8));
     const TimeRange plain = PlainRange(store.id3Records);
     ASSERT_EQ(scan.Range().startTime, plain.startTime);
     ASSERT_EQ(scan.Range().lastIndexTime, plain.lastIndexTime);
     ASSERT_EQ(scan.Range().minIndexStep, plain.minIndexStep);
     ASSERT_EQ(scan.Range().EndTime(), plain.EndTime());
-    ASSERT_THAT(store.blockPositions, testing::ElementsAreArray(positions));
     ASSERT_EQ(scan.Order().timesAscend, OrderOf(store).entriesAscend);
     ASSERT_EQ(scan.Order().positionsAscend, OrderOf(store).cutsAscend);
     ascending += scan.Order().timesAscend ? 1 : 0;

@@ -91,7 +91,7 @@ TEST_F(LoadedEntries, AreTheBytesOfTheFile) {
 
 TEST_F(LoadedEntries, CutTheFileAtTheLow32BitsOfTheirPositions) {
   ASSERT_TRUE(OpenWith(Id3File({{100, 700}, {101, 0xFFFFFFFF}, {102, 5, 1}})));
-  EXPECT_THAT(index.Current().blockPositions, ElementsAre(700, 0xFFFFFFFF, 5, 9000));
+  EXPECT_THAT(AllCuts(index.Current()), ElementsAre(700, 0xFFFFFFFF, 5, 9000));
   EXPECT_THAT(Shown(index.Current().id3Records),
               ElementsAre("100@700", "101@4294967295", "102@4294967301"));
 }
@@ -102,6 +102,28 @@ TEST_F(LoadedEntries, AreFoundBesideABareOneThatIsAddedBehindThem) {
   EXPECT_EQ(Look(index, 45000, Ask::kAtOrBefore), At(0, 3, 40000));
   index.Add_last_index(IndexAt(15));
   EXPECT_EQ(Look(index, 45000, Ask::kAtOrBefore), At(0, 3, 40000));
+}
+
+// Bare entries are no cuts, wherever they go.
+TEST_F(LoadedEntries, StayCutsBesideBareOnesThatAreAdded) {
+  WriteCache(Id3File({{100, 700}, {101, 800}}), HdrFile({5, 750}), {});
+  ASSERT_TRUE(Open());
+  index.Add_last_index(IndexAt(102));
+  EXPECT_THAT(AllCuts(index.Current()), ElementsAre(5, 700, 750, 800, 9000));
+  ASSERT_TRUE(Open());
+  index.Add_first_index(IndexAt(99));
+  EXPECT_THAT(AllCuts(index.Current()), ElementsAre(5, 700, 750, 800, 9000));
+  std::uint64_t start = 760;
+  EXPECT_EQ(index.Get_read_size(0, &start), 800U);
+  EXPECT_EQ(start, 750U);
+}
+
+// The memory of an index is that of its entries.
+TEST_F(LoadedEntries, AreTheirOwnCutsWhereTheirPositionsAscend) {
+  ASSERT_TRUE(OpenWith(Id3File({{100, 700}, {101, 700}, {102, 900}})));
+  EXPECT_THAT(index.Files()[0].blockPositions, ElementsAre(9000));
+  EXPECT_EQ(index.Files()[0].blockPositions.capacity(), 1);
+  EXPECT_EQ(index.Files()[0].id3Records.capacity(), 3);
 }
 
 TEST_F(LoadedEntries, AreWholeOnesOnly) {

@@ -51,7 +51,7 @@ TEST_F(LoadedHeaders, CutTheFileBeforeTheFirstGreaterPosition) {
     ASSERT_TRUE(OpenWith(row.entries, row.headers));
     std::vector<std::uint64_t> expected = row.cuts;
     expected.push_back(kEnd);
-    EXPECT_EQ(Positions(index.Current().blockPositions), expected);
+    EXPECT_EQ(Positions(AllCuts(index.Current())), expected);
     EXPECT_EQ(Positions(index.Current().headerPositions), row.headers);
   }
 }
@@ -68,7 +68,7 @@ TEST_F(LoadedHeaders, WithoutTheirFileAreOneAtTheStart) {
     ASSERT_TRUE(OpenWith(row.entries, row.headers));
     std::vector<std::uint64_t> expected = row.cuts;
     expected.push_back(kEnd);
-    EXPECT_EQ(Positions(index.Current().blockPositions), expected);
+    EXPECT_EQ(Positions(AllCuts(index.Current())), expected);
     EXPECT_THAT(Positions(index.Current().headerPositions), ElementsAre(0));
   }
 }

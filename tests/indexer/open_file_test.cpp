@@ -38,7 +38,7 @@ TEST_F(OpenFile, FilesWhatTheCacheHolds) {
   EXPECT_EQ(ContentsOf(store), (Contents{{"100@700"}, {5}, {"100@700 x1 80'door'"}}));
   EXPECT_EQ(store.startTime, 100U);
   EXPECT_EQ(store.endTime, 106U);
-  EXPECT_THAT(store.blockPositions, ElementsAre(5, 700, 9000));
+  EXPECT_THAT(AllCuts(store), ElementsAre(5, 700, 9000));
   EXPECT_FALSE(store.partial);
   EXPECT_EQ(ContentsOf(index.Current()), ContentsOf(store));
 }
@@ -53,7 +53,7 @@ TEST_F(OpenFile, AppendsTheEndPositionWhateverItIs) {
   WriteSmallCache();
   for (const std::uint64_t end : {0ULL, 1ULL, 9000ULL, 1ULL << 40, ~0ULL}) {
     ASSERT_TRUE(Open(end));
-    EXPECT_THAT(index.Files()[0].blockPositions, ElementsAre(5, 700, end));
+    EXPECT_THAT(AllCuts(index.Files()[0]), ElementsAre(5, 700, end));
   }
 }
 
@@ -95,7 +95,7 @@ TEST_F(OpenFile, OfEventsOnlyHasNoTimeRange) {
   EXPECT_EQ(index.Files()[0].startTime, kNoTime);
   EXPECT_EQ(index.Files()[0].endTime, 0U);
   EXPECT_EQ(index.Files()[0].indexInterval, 0U);
-  EXPECT_THAT(index.Files()[0].blockPositions, ElementsAre(9000));
+  EXPECT_THAT(AllCuts(index.Files()[0]), ElementsAre(9000));
 }
 
 TEST_F(OpenFile, WithEmptyFilesAndNoHeaderFileCountsAsDone) {
@@ -117,7 +117,7 @@ void FillCurrent(cZel3Indexer& index, const std::string& archive) {
   EXPECT_EQ(current.startTime, 100U);
   EXPECT_EQ(current.endTime, 106U);
   EXPECT_EQ(current.indexInterval, 3000U);
-  EXPECT_THAT(current.blockPositions, ElementsAre(5, 700, 9000, 77));
+  EXPECT_THAT(AllCuts(current), ElementsAre(5, 700, 9000, 77));
 }
 
 void ExpectReset(const sFile_Index_Store& current, const std::string& fileName) {
@@ -127,7 +127,7 @@ void ExpectReset(const sFile_Index_Store& current, const std::string& fileName) 
   EXPECT_EQ(current.startTime, kNoTime);
   EXPECT_EQ(current.endTime, 0U);
   EXPECT_EQ(current.indexInterval, 0U);
-  EXPECT_THAT(current.blockPositions, IsEmpty());
+  EXPECT_THAT(AllCuts(current), IsEmpty());
   EXPECT_EQ(current.lastIndexTime, 100U) << "the last index time is not reset";
 }
 

@@ -54,7 +54,7 @@ TEST_F(Save, GivesBackTheSameWhenTheFileIsOpened) {
   EXPECT_EQ(reader.Files()[0].startTime, 100U);
   EXPECT_EQ(reader.Files()[0].endTime, 136U);
   EXPECT_FALSE(reader.Files()[0].partial);
-  EXPECT_THAT(reader.Files()[0].blockPositions, ElementsAre(16, 500, 600, 700, 9000));
+  EXPECT_THAT(AllCuts(reader.Files()[0]), ElementsAre(16, 500, 600, 700, 9000));
 }
 
 TEST_F(Save, GivesBackTheSameToTheIndexerThatSaved) {
