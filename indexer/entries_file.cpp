@@ -33,7 +33,8 @@ int ReadPortion(PlainFile& file, int most, QVector<ZEL_ID3_REC>* entries) {
   const int wanted = std::min(kEntriesPerRead, most - before);
   if (wanted < 1) return 0;
   const std::size_t size = static_cast<std::size_t>(wanted) * sizeof(ZEL_ID3_REC);
-  ProvidePages(entries->data() + before, size);
+  // Memory for few entries is mostly not new, but what others have given back.
+  if (most > kEntriesPerRead) ProvidePages(entries->data() + before, size);
   entries->resize(before + wanted);
   const std::size_t got = file.Read(entries->data() + before, size);
   const int added = static_cast<int>(got / sizeof(ZEL_ID3_REC));

@@ -17,8 +17,6 @@ class EntryScan {
   const EntryOrder& Order() const { return mOrder; }
 
  private:
-  TimeRange ScanAscending(const ZEL_ID3_REC* entries, int count);
-
   TimeRange mRange;
   EntryOrder mOrder;
   bool mAny = false;
