@@ -10,10 +10,15 @@ namespace {
 
 constexpr char kVideodataFolder[] = "/videodata";
 
+// A path from the root says in which folder it lies without being taken apart.
+bool MayLieInVideodata(const QString& path) {
+  return !path.startsWith(QLatin1Char('/')) || path.contains(QLatin1String(kVideodataFolder));
+}
+
 }  // namespace
 
 void cZel3Indexer::Check_videodata_folder(const QString& path) {
-  if (!cacheFolder.isEmpty()) return;
+  if (!cacheFolder.isEmpty() || !MayLieInVideodata(path)) return;
   const QString folder = QFileInfo(path).absolutePath();
   const QString withoutDevice = folder.mid(folder.indexOf(QLatin1Char(':')) + 1);
   if (withoutDevice == QLatin1String(kVideodataFolder)) cacheFolder = TemporaryFolder();

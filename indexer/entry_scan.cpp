@@ -4,17 +4,20 @@ void EntryScan::Add(const ZEL_ID3_REC* entries, int count) {
   if (count == 0) return;
   if (!mAny) mRange = TimeRange(entries->time);
   mAny = true;
-  // Copies, which stay in registers: all entries pass here.
+  // Two passes over a portion that is near, each with so little at hand that it stays in registers.
   TimeRange range = mRange;
-  EntryOrder order = mOrder;
+  bool timesAscend = mOrder.timesAscend;
+  for (int i = 0; i < count; ++i) {
+    if (entries[i].time < range.lastIndexTime) timesAscend = false;
+    range.Add(entries[i].time);
+  }
+  bool positionsAscend = mOrder.positionsAscend;
   std::uint32_t position = mLastPosition;
   for (int i = 0; i < count; ++i) {
-    if (entries[i].time < range.lastIndexTime) order.timesAscend = false;
-    range.Add(entries[i].time);
-    if (entries[i].offsetLow < position) order.positionsAscend = false;
+    if (entries[i].offsetLow < position) positionsAscend = false;
     position = entries[i].offsetLow;
   }
   mRange = range;
-  mOrder = order;
+  mOrder = {timesAscend, positionsAscend};
   mLastPosition = position;
 }

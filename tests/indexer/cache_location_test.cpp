@@ -139,12 +139,22 @@ TEST_F(CacheLocation, IsInTheTemporaryFolderForArchivesInVideodata) {
       {"only the first colon counts", "/a:/b:/videodata/a.zel3", false},
       {"a device without a slash", "C:videodata/a.zel3", false},
       {"a file of that name", "/videodata", false},
+      {"by a way round", "/data/..//videodata/./a.zel3", true},
+      {"through it", "/videodata/../data/a.zel3", false},
       {"another folder", "/data/a.zel3", false},
   };
   for (const VideodataCase& row : cases) {
     EXPECT_EQ(CacheFolderAfter(row.archive), row.usesCacheFolder ? CacheSubfolder() : "")
         << row.what;
   }
+}
+
+TEST_F(CacheLocation, IsInTheTemporaryFolderForABareNameInVideodata) {
+  fs::create_directories(folder / "C:/videodata");
+  const fs::path before = fs::current_path();
+  fs::current_path(folder / "C:/videodata");
+  EXPECT_EQ(CacheFolderAfter("a.zel3"), CacheSubfolder());
+  fs::current_path(before);
 }
 
 TEST_F(CacheLocation, TakesNothingToAVideodataFolder) {
