@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <limits>
 #include <new>
-#include <vector>
 
 #include "indexer/entry_scan.h"
 #include "indexer/file_cuts.h"
@@ -44,13 +43,12 @@ int ReadPortion(PlainFile& file, int most, QVector<ZEL_ID3_REC>* entries) {
 
 // The upper median of the first steps between entries; they may wrap where times run backwards.
 IndexTime TypicalInterval(const QVector<ZEL_ID3_REC>& entries) {
-  std::vector<IndexTime> steps;
-  for (int i = 1; i < entries.size() && i <= kStepsForInterval; ++i) {
-    steps.push_back(entries.at(i).time - entries.at(i - 1).time);
-  }
-  if (steps.empty()) return kIntervalWithoutSteps;
-  std::sort(steps.begin(), steps.end());
-  return steps[steps.size() / 2];
+  IndexTime steps[kStepsForInterval];
+  const int count = std::min(entries.size() - 1, kStepsForInterval);
+  if (count < 1) return kIntervalWithoutSteps;
+  for (int i = 0; i < count; ++i) steps[i] = entries.at(i + 1).time - entries.at(i).time;
+  std::sort(steps, steps + count);
+  return steps[count / 2];
 }
 
 // Throws std::bad_alloc.

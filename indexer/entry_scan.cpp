@@ -4,20 +4,17 @@ void EntryScan::Add(const ZEL_ID3_REC* entries, int count) {
   if (count == 0) return;
   if (!mAny) mRange = TimeRange(entries->time);
   mAny = true;
-  // Two passes over a portion that is near, each with so little at hand that it stays in registers.
+  // Copies, which stay in registers: all entries pass here.
   TimeRange range = mRange;
-  bool timesAscend = mOrder.timesAscend;
-  for (int i = 0; i < count; ++i) {
-    if (entries[i].time < range.lastIndexTime) timesAscend = false;
-    range.Add(entries[i].time);
-  }
-  bool positionsAscend = mOrder.positionsAscend;
+  EntryOrder order = mOrder;
   std::uint32_t position = mLastPosition;
   for (int i = 0; i < count; ++i) {
-    if (entries[i].offsetLow < position) positionsAscend = false;
+    if (entries[i].time < range.lastIndexTime) order.timesAscend = false;
+    range.Add(entries[i].time);
+    if (entries[i].offsetLow < position) order.positionsAscend = false;
     position = entries[i].offsetLow;
   }
   mRange = range;
-  mOrder = {timesAscend, positionsAscend};
+  mOrder = order;
   mLastPosition = position;
 }

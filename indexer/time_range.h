@@ -12,13 +12,12 @@ struct TimeRange {
 
   // The next time.
   void Add(IndexTime time) {
-    if (time < startTime) {
-      minIndexStep = std::min(minIndexStep, startTime - time);
-      startTime = time;
-    }
     if (time > lastIndexTime) {
       minIndexStep = std::min(minIndexStep, time - lastIndexTime);
       lastIndexTime = time;
+    } else if (time < startTime) {
+      minIndexStep = std::min(minIndexStep, startTime - time);
+      startTime = time;
     }
   }
 
