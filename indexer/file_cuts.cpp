@@ -40,9 +40,10 @@ FileStretch ImpliedStretchAt(const sFile_Index_Store& store, FilePosition positi
   const bool isAfterHeader = header != headers.begin();
   if (!isAfterEntry && !isAfterHeader) return {};
   const FilePosition fromEntry = isAfterEntry ? (entry - 1)->offsetLow : 0;
+  const FilePosition fromHeader = isAfterHeader ? *(header - 1) : 0;
   const FilePosition toEntry = entry->offsetLow;
-  return {isAfterHeader ? std::max(fromEntry, *(header - 1)) : fromEntry,
-          header != headers.end() ? std::min(toEntry, *header) : toEntry};
+  const FilePosition toHeader = header != headers.end() ? *header : toEntry;
+  return {std::max(fromEntry, fromHeader), std::min(toEntry, toHeader)};
 }
 
 FileStretch ListedStretchAt(const QVector<FilePosition>& cuts, bool ascend, FilePosition position) {
@@ -61,11 +62,10 @@ FileStretch ListedStretchAt(const QVector<FilePosition>& cuts, bool ascend, File
 
 void CutAtEntries(sFile_Index_Store* store, bool positionsAscend) {
   const QVector<FilePosition> headers = Sorted(store->headerPositions);
-  // One more for the end position.
   if (positionsAscend) {
     store->impliedCuts = {store->id3Records.size(), headers};
-    store->blockPositions.reserve(1);
   } else {
+    // One more for the end position.
     store->blockPositions.reserve(store->id3Records.size() + headers.size() + 1);
     AppendCuts(store->id3Records, store->id3Records.size(), headers, &store->blockPositions);
   }

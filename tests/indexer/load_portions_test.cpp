@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cerrno>
 #include <functional>
 
 #include "indexer/entries_file.h"
@@ -202,6 +203,25 @@ TEST_F(LoadedPortions, EndWhereTheFileCannotBeRead) {
       EXPECT_EQ(index.Current().id3Records.size(), place);
       EXPECT_EQ(index.Current().lastIndexTime, Even(place).back().time);
     }
+  }
+}
+
+// What comes after a read that failed once might begin within an entry.
+TEST_F(LoadedPortions, EndAtAReadThatFailsOnce) {
+  constexpr int kCount = 2 * kEntriesPerRead + 100;
+  WriteCache(Id3File(Even(kCount)), HdrFile({0}), {});
+  for (const int read : {2, 5, 11, 15}) {
+    SCOPED_TRACE(read);
+    const ShortReads reads(10007);
+    const FileFaults faults(FileOperation::kRead, read, FileFaults::Repeats::kOnce, EIO);
+    ASSERT_TRUE(Open());
+    EXPECT_EQ(faults.Struck(), 1);
+    const QVector<ZEL_ID3_REC>& records = index.Current().id3Records;
+    ASSERT_GT(records.size(), 0);
+    ASSERT_LT(records.size(), kCount);
+    const Entries expected = Even(records.size());
+    for (int i = 0; i < records.size(); ++i)
+      ASSERT_EQ(records.at(i).time, expected[static_cast<std::size_t>(i)].time) << i;
   }
 }
 
