@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "activity_cases.h"
 #include "gist_buffer.h"
 #include "stores_for_tests.h"
 
@@ -11,67 +12,6 @@
 // in one bin.
 
 namespace {
-
-constexpr int kNoPair = -1;
-
-struct Active {
-  std::uint32_t time;
-  int level;  // of stream 5
-};
-
-ZEL_ID3_REC EntryOf(const Active& active) {
-  ZEL_ID3_REC record = EntryAt(active.time);
-  if (active.level == kNoPair) return record;
-  record.activityCount = 1;
-  record.activity[0] = TActivityPair{5, static_cast<std::uint8_t>(active.level)};
-  return record;
-}
-
-// A file whose entries last `interval` each.
-sFile_Index_Store ActiveFile(const std::string& name, std::uint32_t interval,
-                             const std::vector<Active>& entries) {
-  sFile_Index_Store store = FileOf(name, {});
-  store.indexInterval = interval;
-  for (const Active& entry : entries) {
-    store.id3Records.append(EntryOf(entry));
-    store.startTime = std::min(store.startTime, entry.time);
-    store.endTime = std::max(store.endTime, entry.time);
-  }
-  return store;
-}
-
-// Stretches of bins with a level; all others have none.
-struct Stretch {
-  int first;
-  int last;
-  int level;
-};
-
-Levels Painted(int binCount, const std::vector<Stretch>& stretches) {
-  Levels levels(static_cast<std::size_t>(binCount), 0);
-  for (const Stretch& stretch : stretches) {
-    for (int bin = stretch.first; bin <= stretch.last; ++bin)
-      levels[static_cast<std::size_t>(bin)] = stretch.level;
-  }
-  return levels;
-}
-
-struct SpanCase {
-  const char* what;
-  std::vector<sFile_Index_Store> files;
-  TZEL3ActivityRequest request;
-  bool found;
-  std::vector<Stretch> painted;
-};
-
-void ExpectLevels(const SpanCase& row) {
-  SCOPED_TRACE(row.what);
-  cZel3Indexer index;
-  FileAll(index, row.files);
-  const ActivityAnswer answer = ActivityOf(index, row.request);
-  EXPECT_EQ(answer.found, row.found);
-  EXPECT_EQ(answer.levels, Painted(std::max<int>(row.request.binCount, 0), row.painted));
-}
 
 TEST(CoarseActivity, CountsEachEntryInOneBin) {
   const auto span = Span(0, 100000, 10);
