@@ -1,41 +1,23 @@
 #include "indexer/painted_bins.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 
-void PaintedBins::Paint(std::int64_t first, std::int64_t last, std::uint8_t level) {
-  if (!Extend(first, last, level)) Merge(first, last, level);
-}
-
-// Mostly a stroke begins in the stretch painted last, or right after it, and reaches no other.
-bool PaintedBins::Extend(std::int64_t first, std::int64_t last, std::uint8_t level) {
-  if (mLatest == mPainted.end() || first < mLatest->first || first > mLatest->second + 1)
-    return false;
-  if (last <= mLatest->second) return true;
-  const auto next = std::next(mLatest);
-  if (next != mPainted.end() && next->first <= last + 1) return false;
-  std::memset(mBins + mLatest->second + 1, level, static_cast<std::size_t>(last - mLatest->second));
-  mLatest->second = last;
-  return true;
-}
-
-void PaintedBins::Merge(std::int64_t first, std::int64_t last, std::uint8_t level) {
-  // The new stretch swallows every stretch that it overlaps or touches.
-  std::int64_t mergedFirst = first;
-  std::int64_t mergedLast = last;
-  std::int64_t bare = first;
-  auto stretch = mPainted.upper_bound(first);
-  if (stretch != mPainted.begin() && std::prev(stretch)->second + 1 >= first) --stretch;
-  while (stretch != mPainted.end() && stretch->first <= last + 1) {
-    if (bare < stretch->first) {
-      std::memset(mBins + bare, level, static_cast<std::size_t>(stretch->first - bare));
-    }
-    bare = std::max(bare, stretch->second + 1);
-    mergedFirst = std::min(mergedFirst, stretch->first);
-    mergedLast = std::max(mergedLast, stretch->second);
-    stretch = mPainted.erase(stretch);
+// The new stretch swallows every stretch that it overlaps or touches.
+void PaintedBins::Merge(std::int32_t first, std::int32_t end, std::uint8_t level) {
+  if (mFirst < mEnd) mOthers.emplace(mFirst, mEnd);
+  mFirst = first;
+  mEnd = end;
+  std::int32_t bare = first;
+  auto other = mOthers.upper_bound(first);
+  if (other != mOthers.begin() && std::prev(other)->second >= first) --other;
+  while (other != mOthers.end() && other->first <= end) {
+    if (bare < other->first) Fill(bare, other->first, level);
+    bare = std::max(bare, other->second);
+    mFirst = std::min(mFirst, other->first);
+    mEnd = std::max(mEnd, other->second);
+    other = mOthers.erase(other);
   }
-  if (bare <= last) std::memset(mBins + bare, level, static_cast<std::size_t>(last + 1 - bare));
-  mLatest = mPainted.emplace_hint(stretch, mergedFirst, mergedLast);
+  if (bare < end) Fill(bare, end, level);
+  mNext = other == mOthers.end() ? std::numeric_limits<std::int32_t>::max() : other->first;
 }

@@ -1,26 +1,37 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
+#include <limits>
 #include <map>
 
 // A row of bins in which the first paint stays: later strokes colour only what is still bare. Each
 // bin is painted once, and a stroke that does not continue the one before it costs one search.
-// Borrows the bins.
+// Borrows the bins, of which there are fewer than 2^31.
 class PaintedBins {
  public:
   explicit PaintedBins(std::uint8_t* bins) : mBins(bins) {}
 
   // Colours the bare bins from `first` to `last`, both included.
-  void Paint(std::int64_t first, std::int64_t last, std::uint8_t level);
+  void Paint(std::int32_t first, std::int32_t last, std::uint8_t level) {
+    const std::int32_t end = last + 1;
+    // Mostly a stroke begins in the stretch painted last, or right after it, and reaches no other.
+    if (first < mFirst || first > mEnd || end >= mNext) return Merge(first, end, level);
+    if (end <= mEnd) return;
+    Fill(mEnd, end, level);
+    mEnd = end;
+  }
 
  private:
-  // First to last bin of a painted stretch.
-  using Stretches = std::map<std::int64_t, std::int64_t>;
-
-  bool Extend(std::int64_t first, std::int64_t last, std::uint8_t level);
-  void Merge(std::int64_t first, std::int64_t last, std::uint8_t level);
+  void Fill(std::int32_t first, std::int32_t end, std::uint8_t level) {
+    std::memset(mBins + first, level, static_cast<std::size_t>(end - first));
+  }
+  void Merge(std::int32_t first, std::int32_t end, std::uint8_t level);
 
   std::uint8_t* mBins;
-  Stretches mPainted;  // none touching another
-  Stretches::iterator mLatest = mPainted.end();
+  // The stretch painted last, and where the next one begins.
+  std::int32_t mFirst = 0;
+  std::int32_t mEnd = 0;
+  std::int32_t mNext = std::numeric_limits<std::int32_t>::max();
+  std::map<std::int32_t, std::int32_t> mOthers;  // first bin and end, none touching another
 };

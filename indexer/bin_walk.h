@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdint>
+#include <limits>
+
+#include "blocks/units.h"
+#include "indexer/activity_range.h"
+
+// Goes through the bins of a range from the first to the last, for index times that ascend. Bins
+// are found by addition: divisions of 64 bits cost more than all else that is done with an entry.
+class BinWalk {
+ public:
+  // Stands at the first bin. REQUIRES: `range` has bins and fits in 64 bits.
+  explicit BinWalk(const ActivityRange& range)
+      : mRange(range),
+        mLast(static_cast<std::uint32_t>(range.binCount - 1)),
+        mUnit(static_cast<std::uint32_t>(range.binCount * kArchiveTimePerIndexTime)),
+        mLength(range.Span() / mUnit),
+        mLengthRest(static_cast<std::uint32_t>(range.Span() % mUnit)) {
+    StandAt(0);
+  }
+
+  std::uint32_t Number() const { return mNumber; }
+  bool IsLast() const { return mNumber == mLast; }
+  // The latest index time that lies in this bin or an earlier one; the last bin never ends.
+  std::uint64_t Until() const { return mUntil; }
+
+  // REQUIRES: this is not the last bin.
+  void Next() {
+    ++mNumber;
+    mUntil += mLength;
+    if (mRest < mUnit - mLengthRest) {
+      mRest += mLengthRest;
+    } else {
+      mRest -= mUnit - mLengthRest;
+      ++mUntil;
+    }
+    if (IsLast()) mUntil = kNever;
+  }
+
+  // Goes on to the bin of an index time; stays where that lies in this bin or an earlier one.
+  void MoveTo(std::uint64_t indexTime) {
+    if (indexTime > mUntil) Next();
+    if (indexTime > mUntil) StandAt(mRange.BinAt(indexTime * kArchiveTimePerIndexTime));
+  }
+
+ private:
+  static constexpr std::uint64_t kNever = std::numeric_limits<std::uint64_t>::max();
+
+  // A bin ends before the first index time t for which
+  //   t * kArchiveTimePerIndexTime * binCount >= from * binCount + (number + 1) * span.
+  void StandAt(std::uint64_t number) {
+    mNumber = static_cast<std::uint32_t>(number);
+    const std::uint64_t end =
+        mRange.from % kArchiveTimePerIndexTime * mRange.binCount + (number + 1) * mRange.Span() - 1;
+    mUntil = mRange.from / kArchiveTimePerIndexTime + end / mUnit;
+    mRest = static_cast<std::uint32_t>(end % mUnit);
+    if (IsLast()) mUntil = kNever;
+  }
+
+  const ActivityRange& mRange;
+  const std::uint32_t mLast;
+  // Of an index time, and the length of a bin, in parts of which an archive time has binCount.
+  const std::uint32_t mUnit;
+  const std::uint64_t mLength;  // in whole index times, and what is left
+  const std::uint32_t mLengthRest;
+
+  std::uint32_t mNumber = 0;
+  std::uint64_t mUntil = 0;
+  std::uint32_t mRest = 0;
+};
