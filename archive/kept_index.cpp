@@ -73,8 +73,7 @@ void KeptIndex::NoteWhetherTimesAscend() {
       [](const ZEL_ID3_REC& one, const ZEL_ID3_REC& other) { return one.time < other.time; });
 }
 
-ArchiveTime KeptIndex::PlaceOf(std::size_t entry) const {
-  if (mTimesAscend) return TimeOf(entry);
+ArchiveTime KeptIndex::PlaceAmongOthers(std::size_t entry) const {
   TimesInARow row;
   row.count = std::min(Count(), row.times.size());
   // Its neighbours come with it.

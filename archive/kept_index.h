@@ -28,7 +28,9 @@ class KeptIndex {
   // As the archive has it.
   ArchiveTime TimeOf(std::size_t entry) const { return ToArchiveTime(mEntries[entry].time); }
   // The time by which the entry stands among the others.
-  ArchiveTime PlaceOf(std::size_t entry) const;
+  ArchiveTime PlaceOf(std::size_t entry) const {
+    return mTimesAscend ? TimeOf(entry) : PlaceAmongOthers(entry);
+  }
   // The largest level of a stream's blocks in the entry, 0-62; 0 when it has none.
   unsigned LevelOf(std::size_t entry, std::uint8_t streamId) const;
 
@@ -41,6 +43,7 @@ class KeptIndex {
   KeptIndex() = default;
 
   void NoteWhetherTimesAscend();
+  ArchiveTime PlaceAmongOthers(std::size_t entry) const;
 
   std::vector<ZEL_ID3_REC> mEntries;
   bool mTimesAscend = true;  // then each entry stands at its own time

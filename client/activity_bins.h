@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -32,12 +33,43 @@ struct BinLevels {
   double mean = 0;
 };
 
-// For each of the streams a row of bins. Entries that do not stand at their own time are left out.
-// REQUIRES: Timeline::IndexAll. Throws what Timeline::Open throws.
-std::vector<std::vector<BinLevels>> LevelsOf(const std::vector<std::uint8_t>& streamIds,
-                                             const ActivityBins& bins, Timeline* timeline);
+// Measures how active streams were in bins, and how much of each was recorded. REQUIRES:
+// Timeline::IndexAll.
+class ActivityMeasure {
+ public:
+  // Borrows the timeline.
+  ActivityMeasure(const std::vector<std::uint8_t>& streamIds, const ActivityBins& bins,
+                  Timeline* timeline);
 
-// How many thousandths of each bin were recorded, cut off, so that only a whole bin has 1000; one
-// of which anything was recorded has at least one. REQUIRES: Timeline::IndexAll. Throws what
-// Timeline::Open throws.
-std::vector<unsigned> RecordedThousandths(const ActivityBins& bins, Timeline* timeline);
+  // Adds what one archive says. Throws what Timeline::Open throws.
+  void Add(std::size_t number);
+  void AddAll();
+
+  // When all have been added.
+
+  // For each of the streams a row of bins. Entries that do not stand at their own time are left
+  // out.
+  std::vector<std::vector<BinLevels>> Levels() const;
+  // How many thousandths of each bin were recorded, cut off, so that only a whole bin has 1000; one
+  // of which anything was recorded has at least one.
+  std::vector<unsigned> RecordedThousandths() const;
+
+ private:
+  // What the entries say of one stream in one bin.
+  struct Sums {
+    unsigned highest = 0;
+    std::uint64_t all = 0;
+    std::uint32_t entries = 0;  // that begin in the bin
+    unsigned lasting = 0;       // the highest level of those that begin before it
+  };
+
+  void AddLevels(const OpenedArchive& archive);
+  static void AddLevel(unsigned level, bool beginsWithin, std::uint32_t first, std::uint32_t last,
+                       std::vector<Sums>* row);
+
+  const std::vector<std::uint8_t> mStreamIds;
+  const ActivityBins mBins;
+  Timeline& mTimeline;
+  RecordedTime mRecorded;
+  std::vector<std::vector<Sums>> mSums;  // of each stream
+};

@@ -83,18 +83,20 @@ void DoubtEnds(Timeline* timeline) {
   }
 }
 
+void DoubtRecorded(std::size_t number, ArchiveTime from, ArchiveTime to, Timeline* timeline) {
+  const ServedArchive& archive = timeline->Archives()[number];
+  if (archive.IsLeftOut() || archive.start >= to || archive.end < from) return;
+  const OpenedArchive* const opened = timeline->Open(number);
+  if (opened != nullptr && IsDamagedAtGaps(*opened, from, to))
+    timeline->Doubt(number, "is damaged where nothing is found; entries may be lost there");
+}
+
 void DoubtRecorded(ArchiveTime from, ArchiveTime to, Timeline* timeline) {
-  for (std::size_t number = 0; number < timeline->Archives().size(); ++number) {
-    const ServedArchive& archive = timeline->Archives()[number];
-    if (archive.IsLeftOut() || archive.start >= to || archive.end < from) continue;
-    const OpenedArchive* const opened = timeline->Open(number);
-    if (opened != nullptr && IsDamagedAtGaps(*opened, from, to))
-      timeline->Doubt(number, "is damaged where nothing is found; entries may be lost there");
-  }
+  for (std::size_t number = 0; number < timeline->Archives().size(); ++number)
+    DoubtRecorded(number, from, to, timeline);
 }
 
 void DoubtLevels(ArchiveTime from, ArchiveTime to, Timeline* timeline) {
-  DoubtRecorded(from, to, timeline);
   for (std::size_t number = 0; number < timeline->Archives().size(); ++number) {
     const ServedArchive& archive = timeline->Archives()[number];
     if (archive.IsLeftOut() || archive.misplaced == 0) continue;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include "blocks/units.h"
 #include "client/timeline.h"
 
@@ -14,7 +16,8 @@ void DoubtFound(const FoundEntry& found, ArchiveTime time, Lookup lookup, Timeli
 void DoubtFirst(const FoundEntry& first, Timeline* timeline);
 // That there is nothing before the first entry, or after the last one.
 void DoubtEnds(Timeline* timeline);
-// What was recorded between two times, and what was not.
+// What was recorded between two times, and what was not: in one archive, or in all of them.
+void DoubtRecorded(std::size_t number, ArchiveTime from, ArchiveTime to, Timeline* timeline);
 void DoubtRecorded(ArchiveTime from, ArchiveTime to, Timeline* timeline);
-// The same, and how active it was: entries with wrong times do not count.
+// How active it was: entries with wrong times do not count.
 void DoubtLevels(ArchiveTime from, ArchiveTime to, Timeline* timeline);

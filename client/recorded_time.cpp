@@ -47,29 +47,38 @@ ArchiveTime EndOfEntry(const OpenedArchive& archive, std::size_t entry) {
   return next < place || IsGap(next - place, step, kMostStepsInAFile) ? lasting : next;
 }
 
-std::vector<RecordedStretch> RecordedWithin(ArchiveTime from, ArchiveTime to, Timeline* timeline) {
-  std::vector<RecordedStretch> stretches;
-  const std::vector<ServedArchive>& archives = timeline->Archives();
-  for (std::size_t number = 0; number < archives.size(); ++number) {
-    const ServedArchive& archive = archives[number];
-    const ArchiveTime lasting = 2 * std::max(archive.step, kArchiveTimePerIndexTime);
-    if (archive.IsLeftOut() || archive.start >= to || archive.end + lasting < from) continue;
-    const OpenedArchive* const opened = timeline->Open(number);
-    if (opened == nullptr) continue;
-    AddStretches(*opened, &stretches);
+RecordedTime::RecordedTime(ArchiveTime from, ArchiveTime to, Timeline* timeline)
+    : mFrom(from), mTo(to), mTimeline(*timeline) {}
+
+bool RecordedTime::MayReach(const ServedArchive& archive) const {
+  const ArchiveTime lasting = 2 * std::max(archive.step, kArchiveTimePerIndexTime);
+  return !archive.IsLeftOut() && archive.start < mTo && archive.end + lasting >= mFrom;
+}
+
+void RecordedTime::Add(std::size_t number) {
+  if (!MayReach(mTimeline.Archives()[number])) return;
+  if (const OpenedArchive* const opened = mTimeline.Open(number))
+    AddStretches(*opened, &mStretches);
+}
+
+std::vector<RecordedStretch> RecordedTime::Stretches() const {
+  std::vector<RecordedStretch> stretches = mStretches;
+  const std::vector<ServedArchive>& archives = mTimeline.Archives();
+  for (auto archive = archives.begin(); archive != archives.end(); ++archive) {
+    if (!MayReach(*archive) || archive->step == 0) continue;
     // Up to the next archive, if it comes soon.
-    for (std::size_t next = number + 1; next < archives.size(); ++next) {
-      if (archives[next].IsLeftOut() || archives[next].start < archive.end) continue;
-      const ArchiveTime start = archives[next].start;
-      if (!IsGap(start - archive.end, archive.step, kMostStepsToTheNextFile) && archive.step > 0)
-        stretches.push_back({archive.end, start});
-      break;
-    }
+    const auto next =
+        std::find_if(archive + 1, archives.end(), [archive](const ServedArchive& other) {
+          return !other.IsLeftOut() && other.start >= archive->end;
+        });
+    if (next != archives.end() &&
+        !IsGap(next->start - archive->end, archive->step, kMostStepsToTheNextFile))
+      stretches.push_back({archive->end, next->start});
   }
   std::vector<RecordedStretch> within;
   for (RecordedStretch stretch : Joined(std::move(stretches))) {
-    stretch.from = std::max(stretch.from, from);
-    stretch.to = std::min(stretch.to, to);
+    stretch.from = std::max(stretch.from, mFrom);
+    stretch.to = std::min(stretch.to, mTo);
     if (stretch.from < stretch.to) within.push_back(stretch);
   }
   return within;

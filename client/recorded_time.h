@@ -21,7 +21,24 @@ struct RecordedStretch {
   ArchiveTime to = 0;
 };
 
-// All of the archives of a timeline between two times, ascending and apart. A change of archives
-// that takes no more than two steps is not a gap. REQUIRES: Timeline::IndexAll. Throws what
-// Timeline::Open throws.
-std::vector<RecordedStretch> RecordedWithin(ArchiveTime from, ArchiveTime to, Timeline* timeline);
+// What the archives of a timeline recorded between two times. A change of archives that takes no
+// more than two steps is not a gap. REQUIRES: Timeline::IndexAll.
+class RecordedTime {
+ public:
+  // Borrows the timeline.
+  RecordedTime(ArchiveTime from, ArchiveTime to, Timeline* timeline);
+
+  // Adds what one archive recorded. Throws what Timeline::Open throws.
+  void Add(std::size_t number);
+
+  // When all have been added: ascending and apart.
+  std::vector<RecordedStretch> Stretches() const;
+
+ private:
+  bool MayReach(const ServedArchive& archive) const;
+
+  const ArchiveTime mFrom;
+  const ArchiveTime mTo;
+  Timeline& mTimeline;
+  std::vector<RecordedStretch> mStretches;
+};

@@ -164,8 +164,10 @@ class Collection {
 
   void AddActivity(const std::vector<std::uint8_t>& ids, const ActivityBins& bins,
                    ReportActivity ReportStream::*member) {
-    const std::vector<std::vector<BinLevels>> levels = LevelsOf(ids, bins, &mTimeline);
-    const std::vector<unsigned> thousandths = RecordedThousandths(bins, &mTimeline);
+    ActivityMeasure measure(ids, bins, &mTimeline);
+    measure.AddAll();
+    const std::vector<std::vector<BinLevels>> levels = measure.Levels();
+    const std::vector<unsigned> thousandths = measure.RecordedThousandths();
     for (std::size_t row = 0; row < ids.size(); ++row) {
       const StreamPlaces places(mData.files, ids[row]);
       ReportActivity& activity = mData.streams[row].*member;

@@ -15,7 +15,9 @@ using Levels = std::vector<std::pair<unsigned, double>>;
 Levels LevelsIn(MadeArchives* archives, ArchiveTime from, ArchiveTime width, std::uint32_t count) {
   const ActivityBins bins{from, from + count * width, width, count};
   return archives->Ask([&bins](Timeline* timeline) {
-    const std::vector<std::vector<BinLevels>> streams = LevelsOf({1}, bins, timeline);
+    ActivityMeasure measure({1}, bins, timeline);
+    measure.AddAll();
+    const std::vector<std::vector<BinLevels>> streams = measure.Levels();
     Levels levels;
     for (const BinLevels& bin : streams.at(0)) levels.emplace_back(bin.highest, bin.mean);
     return levels;
@@ -25,7 +27,11 @@ Levels LevelsIn(MadeArchives* archives, ArchiveTime from, ArchiveTime width, std
 std::vector<unsigned> RecordedIn(MadeArchives* archives, ArchiveTime from, ArchiveTime width,
                                  std::uint32_t count) {
   const ActivityBins bins{from, from + count * width, width, count};
-  return archives->Ask([&bins](Timeline* timeline) { return RecordedThousandths(bins, timeline); });
+  return archives->Ask([&bins](Timeline* timeline) {
+    ActivityMeasure measure({1}, bins, timeline);
+    measure.AddAll();
+    return measure.RecordedThousandths();
+  });
 }
 
 }  // namespace

@@ -51,8 +51,11 @@ using Stretches = std::vector<std::pair<ArchiveTime, ArchiveTime>>;
 
 Stretches StretchesOf(MadeArchives* archives, ArchiveTime from, ArchiveTime to) {
   return archives->Ask([=](Timeline* timeline) {
+    RecordedTime recorded(from, to, timeline);
+    for (std::size_t number = 0; number < timeline->Archives().size(); ++number)
+      recorded.Add(number);
     Stretches stretches;
-    for (const RecordedStretch& stretch : RecordedWithin(from, to, timeline))
+    for (const RecordedStretch& stretch : recorded.Stretches())
       stretches.emplace_back(stretch.from, stretch.to);
     return stretches;
   });

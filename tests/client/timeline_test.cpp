@@ -155,8 +155,11 @@ TEST_F(JoinedAnswers, LevelsAreTheSame) {
     SCOPED_TRACE(width);
     const ActivityBins bins = {start, start + 12 * width, width, 12};
     const std::vector<std::uint8_t> streams{1, 2, 3};
-    const auto joined = Joined(
-        [&](ServedSource*, Timeline* timeline) { return LevelsOf(streams, bins, timeline); });
+    const auto joined = Joined([&](ServedSource*, Timeline* timeline) {
+      ActivityMeasure measure(streams, bins, timeline);
+      measure.AddAll();
+      return measure.Levels();
+    });
     FolderReader reader(mFolder.Path());
     for (std::size_t i = 0; i < streams.size(); ++i) {
       std::vector<unsigned> levels = reader.Activity(bins.from, bins.Start(14), 14, streams[i]);

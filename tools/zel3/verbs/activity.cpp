@@ -68,8 +68,15 @@ void RefuseUnknownStream(std::uint8_t streamId, const SourceFacts& source) {
 }
 
 std::vector<Bin> Measure(const ActivityBins& bins, std::uint8_t streamId, Timeline* timeline) {
-  const std::vector<BinLevels> levels = LevelsOf({streamId}, bins, timeline).front();
-  const std::vector<unsigned> thousandths = RecordedThousandths(bins, timeline);
+  ActivityMeasure measure({streamId}, bins, timeline);
+  // While an archive is open, all is asked that needs its index.
+  for (std::size_t number = 0; number < timeline->Archives().size(); ++number) {
+    measure.Add(number);
+    DoubtRecorded(number, bins.from, bins.to, timeline);
+  }
+  DoubtLevels(bins.from, bins.to, timeline);
+  const std::vector<BinLevels> levels = measure.Levels().front();
+  const std::vector<unsigned> thousandths = measure.RecordedThousandths();
   std::vector<Bin> measured(bins.count);
   for (std::uint32_t i = 0; i < bins.count; ++i)
     measured[i] = {bins.Start(i), levels[i], thousandths[i]};
@@ -148,7 +155,6 @@ int Activity(const HostOptions& host, const ActivityOptions& options) {
   RefuseUnknownStream(options.streamId, source.Facts());
   const ActivityBins bins = BinsFor(options, timeline);
   const std::vector<Bin> rows = Measure(bins, options.streamId, &timeline);
-  DoubtLevels(bins.from, bins.to, &timeline);
   if (std::none_of(rows.begin(), rows.end(), [](const Bin& bin) { return bin.IsRecorded(); }))
     timeline.FailWithNothing();
   switch (options.style.format) {
