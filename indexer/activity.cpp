@@ -12,7 +12,8 @@ namespace {
 constexpr std::uint8_t kLevelMask = 0x3F;
 constexpr int kNoLevel = -1;
 
-// That of the first pair of the stream. Where this one is not in use, none after it is.
+// That of the first pair of the stream. Where this one is not in use, none after it is. Mostly it
+// is one of the first two.
 int LevelOf(const ZEL_ID3_REC& entry, std::int32_t streamId) {
 #pragma GCC unroll 6
   for (int i = 0; i < kMaxActivityPairs; ++i) {
@@ -59,7 +60,7 @@ CountedEntries CountEntries(const FiledStore& store, const ActivityRange& range,
   const ZEL_ID3_REC* end = start + store.id3Records.size();
   const ZEL_ID3_REC* begin = end;
   if (areRegular) {
-    // Only the last steps matter.
+    // The same, from its last steps on.
     end = std::partition_point(start, end, isNotAfter);
     begin = std::partition_point(start, end, isBefore);
     if (begin != end) ++begin;
@@ -87,12 +88,13 @@ void PaintOneByOne(const CountedEntries& entries, const ActivityRange& range,
   for (const ZEL_ID3_REC* entry = entries.begin; entry != entries.end; ++entry) {
     const ArchiveTime time = ToArchiveTime(entry->time);
     if (time > range.to) continue;
-    const std::uint64_t first = time > range.from ? range.BinAt(time) : 0;
-    const std::uint64_t last = range.BinAt(time + ToArchiveTime(entries.interval));
+    const std::uint32_t first = time > range.from ? range.BinAt(time) : 0;
+    const std::uint32_t last = range.BinAt(time + ToArchiveTime(entries.interval));
     if (first <= last) painted->Paint(first, last, PaintOf(*entry, range.streamId));
   }
 }
 
+// Not inlined, as RaiseLevels: in one function both are short of registers in 32 bits.
 [[gnu::noinline]] void Paint(const CountedEntries& entries, const ActivityRange& range,
                              PaintedBins* painted) {
   if (!entries.areRegular) return PaintOneByOne(entries, range, painted);
@@ -112,8 +114,8 @@ void PaintOneByOne(const CountedEntries& entries, const ActivityRange& range,
 
 // Coarse mode: a bin has the largest level of the entries in the bin before it, the last bin also
 // of those in itself.
-void Raise(std::uint64_t bin, int level, const ActivityRange& range, std::uint8_t* levels) {
-  std::uint8_t& raised = levels[std::min(bin + 1, range.binCount - 1)];
+void Raise(std::uint32_t bin, int level, const ActivityRange& range, std::uint8_t* levels) {
+  std::uint8_t& raised = levels[std::min<std::uint64_t>(bin + 1, range.binCount - 1)];
   raised = static_cast<std::uint8_t>(std::max<int>(raised, level));
 }
 

@@ -21,8 +21,8 @@ struct ActivityRange {
   bool IsFine() const { return to <= from + binCount * kArchiveTimePerIndexTime; }
 
   // The bin that a time lies in. REQUIRES: Span() is not 0.
-  std::uint64_t BinAt(ArchiveTime time) const {
-    return std::min(binCount * (time - from) / Span(), binCount - 1);
+  std::uint32_t BinAt(ArchiveTime time) const {
+    return static_cast<std::uint32_t>(std::min(binCount * (time - from) / Span(), binCount - 1));
   }
 
   // Whether BinAt wraps for no time from the start of the range until the end of an entry in it.

@@ -49,10 +49,10 @@ class BinWalk {
 
   // A bin ends before the first index time t for which
   //   t * kArchiveTimePerIndexTime * binCount >= from * binCount + (number + 1) * span.
-  void StandAt(std::uint64_t number) {
-    mNumber = static_cast<std::uint32_t>(number);
-    const std::uint64_t end =
-        mRange.from % kArchiveTimePerIndexTime * mRange.binCount + (number + 1) * mRange.Span() - 1;
+  void StandAt(std::uint32_t number) {
+    mNumber = number;
+    const std::uint64_t end = mRange.from % kArchiveTimePerIndexTime * mRange.binCount +
+                              (std::uint64_t{number} + 1) * mRange.Span() - 1;
     mUntil = mRange.from / kArchiveTimePerIndexTime + end / mUnit;
     mRest = static_cast<std::uint32_t>(end % mUnit);
     if (IsLast()) mUntil = kNever;

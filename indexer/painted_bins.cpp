@@ -4,11 +4,11 @@
 #include <iterator>
 
 // The new stretch swallows every stretch that it overlaps or touches.
-void PaintedBins::Merge(std::int32_t first, std::int32_t end, std::uint8_t level) {
+void PaintedBins::Merge(std::uint32_t first, std::uint32_t end, std::uint8_t level) {
   if (mFirst < mEnd) mOthers.emplace(mFirst, mEnd);
   mFirst = first;
   mEnd = end;
-  std::int32_t bare = first;
+  std::uint32_t bare = first;
   auto other = mOthers.upper_bound(first);
   if (other != mOthers.begin() && std::prev(other)->second >= first) --other;
   while (other != mOthers.end() && other->first <= end) {
@@ -19,5 +19,5 @@ void PaintedBins::Merge(std::int32_t first, std::int32_t end, std::uint8_t level
     other = mOthers.erase(other);
   }
   if (bare < end) Fill(bare, end, level);
-  mNext = other == mOthers.end() ? std::numeric_limits<std::int32_t>::max() : other->first;
+  mNext = other == mOthers.end() ? std::numeric_limits<std::uint32_t>::max() : other->first;
 }

@@ -13,8 +13,8 @@ class PaintedBins {
   explicit PaintedBins(std::uint8_t* bins) : mBins(bins) {}
 
   // Colours the bare bins from `first` to `last`, both included.
-  void Paint(std::int32_t first, std::int32_t last, std::uint8_t level) {
-    const std::int32_t end = last + 1;
+  void Paint(std::uint32_t first, std::uint32_t last, std::uint8_t level) {
+    const std::uint32_t end = last + 1;
     // Mostly a stroke begins in the stretch painted last, or right after it, and reaches no other.
     if (first < mFirst || first > mEnd || end >= mNext) return Merge(first, end, level);
     if (end <= mEnd) return;
@@ -23,15 +23,15 @@ class PaintedBins {
   }
 
  private:
-  void Fill(std::int32_t first, std::int32_t end, std::uint8_t level) {
+  void Fill(std::uint32_t first, std::uint32_t end, std::uint8_t level) {
     std::memset(mBins + first, level, static_cast<std::size_t>(end - first));
   }
-  void Merge(std::int32_t first, std::int32_t end, std::uint8_t level);
+  void Merge(std::uint32_t first, std::uint32_t end, std::uint8_t level);
 
   std::uint8_t* mBins;
   // The stretch painted last, and where the next one begins.
-  std::int32_t mFirst = 0;
-  std::int32_t mEnd = 0;
-  std::int32_t mNext = std::numeric_limits<std::int32_t>::max();
-  std::map<std::int32_t, std::int32_t> mOthers;  // first bin and end, none touching another
+  std::uint32_t mFirst = 0;
+  std::uint32_t mEnd = 0;
+  std::uint32_t mNext = std::numeric_limits<std::uint32_t>::max();
+  std::map<std::uint32_t, std::uint32_t> mOthers;  // first bin and end, none touching another
 };

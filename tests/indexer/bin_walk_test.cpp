@@ -66,7 +66,7 @@ class BinWalkComparison : public testing::Test {
   // The bin holds the time, or comes after its bin; and it ends where it says.
   static void ExpectRight(const ActivityRange& range, const BinWalk& bins, std::uint64_t before,
                           std::uint64_t time) {
-    ASSERT_EQ(bins.Number(), std::max(before, range.BinAt(time * 1000)));
+    ASSERT_EQ(bins.Number(), std::max<std::uint64_t>(before, range.BinAt(time * 1000)));
     ASSERT_EQ(bins.IsLast(), bins.Number() == range.binCount - 1);
     if (bins.IsLast()) return;
     ASSERT_GE(bins.Until(), time);
