@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -55,6 +56,13 @@ class cStructBlock : public cMemBlock {
     return node::BytesOf(mNode);
   }
   void* GetData() override { return WritableBytes(); }
+
+  // Writing to a block just made: takes no lock. REQUIRES: the block has never had another handle.
+  T& FreshRecord() { return *reinterpret_cast<T*>(FreshBytes()); }
+  unsigned char* FreshBytes() {
+    assert(mNode->refCount == 1);
+    return node::BytesOf(mNode);
+  }
 
   // The bytes after the record; 0 also for a node too small for its record.
   std::uint32_t GetExtraSize() const override {

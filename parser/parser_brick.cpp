@@ -38,7 +38,7 @@ template <Tag kKind>
 cMemBlock NewDataBlock(const DATA_T& head, const unsigned char* payload) {
   auto block =
       cStructBlock<DATA_T, kKind>::New(static_cast<std::uint32_t>(sizeof(head)) + head.length);
-  unsigned char* const bytes = block.WritableBytes();
+  unsigned char* const bytes = block.FreshBytes();
   std::memcpy(bytes, &head, sizeof(head));
   std::memcpy(bytes + sizeof(head), payload, head.length);
   return block;
@@ -165,14 +165,14 @@ void ParserBrick::ParseAndAskForMore(const cMemBlock& block) {
   Once(2, [&] { mParser.Feed(raw.Bytes(), raw.Size()); });
   Once(3, [&] {
     StreamTagBlock finished = StreamTagBlock::New();
-    finished.WritableRecord().kind = tag::kBlockFinished;
+    finished.FreshRecord().kind = tag::kBlockFinished;
     SendData(finished);
   });
 }
 
 void ParserBrick::OnHeader(FilePosition position, const ArchiveHeader& header) {
   HeaderBlock block = HeaderBlock::New();
-  HDR_T& record = block.WritableRecord();
+  HDR_T& record = block.FreshRecord();
   record.headerWord0 = SignExtended(header.length);
   record.headerWord1 = SignExtended(header.firstIndexDelta);
   record.title = header.title;
@@ -190,7 +190,7 @@ void ParserBrick::OnHeader(FilePosition position, const ArchiveHeader& header) {
 
 void ParserBrick::OnIndex(FilePosition position, const IDX_T& index) {
   IndexBlock block = IndexBlock::New();
-  block.WritableRecord() = index;
+  block.FreshRecord() = index;
   SendPosition(position);
   SendData(block);
 }
@@ -204,7 +204,7 @@ void ParserBrick::OnData(std::uint64_t, const DATA_T& head, const unsigned char*
 void ParserBrick::SendPosition(FilePosition position) {
   if (position == mPositionSent) return;
   ParserTagBlock block = ParserTagBlock::New();
-  block.WritableRecord().position = position;
+  block.FreshRecord().position = position;
   SendData(block);
   mPositionSent = position;
 }

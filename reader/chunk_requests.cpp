@@ -94,7 +94,7 @@ void CZel3FileReader::OnParserChunkRequest(const ParserChunkRequestBlock& reques
   const TZEL3ChunkInfo wanted = request.Record();
   Answer answer = PlanAnswer(wanted);
   RawDataBlock block = MakeAnswerBlock(answer);
-  FillAnswer(answer, wanted.time, block.WritableBytes());
+  FillAnswer(answer, wanted.time, block.FreshBytes());
   SendData(block);
 }
 

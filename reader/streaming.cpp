@@ -11,7 +11,7 @@ constexpr std::uint32_t kPortion = 65535;
 
 RawDataBlock Beginning(const RawDataBlock& block, std::uint32_t size) {
   RawDataBlock beginning = RawDataBlock::New(size);
-  std::memcpy(beginning.WritableBytes(), block.Bytes(), size);
+  std::memcpy(beginning.FreshBytes(), block.Bytes(), size);
   return beginning;
 }
 
@@ -21,20 +21,22 @@ RawDataBlock Beginning(const RawDataBlock& block, std::uint32_t size) {
 void CZel3FileReader::ReadAndSend() {
   if (!isIndexReader) {
     RawDataBlock block = RawDataBlock::New(kIndexRecordSize);
-    WriteIndexMarker(block.WritableBytes(), 0);
+    WriteIndexMarker(block.FreshBytes(), 0);
     SendData(block);
     return;
   }
-  if (unsent.size == 0) unsent = ReadPortion();
-  if (unsent.size == 0) {
+  const Portion portion = unsent.size == 0 ? ReadPortion() : std::exchange(unsent, Portion());
+  if (portion.size == 0) {
     SendMessage(tag::kLevelWarning, tag::kCodeEndOfFile, "EOF",
                 QLatin1String("End of file reached"));
     return;
   }
-  const Portion portion = std::exchange(unsent, Portion());
   try {
-    SendData(portion.size == kPortion ? portion.block
-                                      : Beginning(RawDataBlock::View(portion.block), portion.size));
+    if (portion.size == kPortion) {
+      SendData(portion.block);
+    } else {
+      SendData(Beginning(RawDataBlock::View(portion.block), portion.size));
+    }
   } catch (...) {
     // Then it is still there, and nobody has got the portion.
     unsent = portion;
@@ -44,6 +46,6 @@ void CZel3FileReader::ReadAndSend() {
 
 CZel3FileReader::Portion CZel3FileReader::ReadPortion() {
   RawDataBlock block = RawDataBlock::New(kPortion);
-  const std::size_t size = archiveFile.ReadNext(block.WritableBytes(), kPortion);
+  const std::size_t size = archiveFile.ReadNext(block.FreshBytes(), kPortion);
   return {block, static_cast<std::uint32_t>(size)};
 }

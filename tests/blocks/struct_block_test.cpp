@@ -58,6 +58,16 @@ TEST_F(StructBlock, GivesTheSameStorageToItsOnlyOwner) {
   EXPECT_EQ(block.GetData(), before);
 }
 
+TEST_F(StructBlock, IsFilledWhereItIsWhenItHasJustBeenMade) {
+  DataBlock block = DataBlock::New(5);
+  const unsigned char* const before = block.Bytes();
+  block.FreshRecord().type = 0xFE;
+  block.FreshBytes()[4] = 'a';
+  EXPECT_EQ(block.FreshBytes(), before);
+  EXPECT_EQ(block.Record().type, 0xFE);
+  EXPECT_EQ(block.ExtraBytes()[0], 'a');
+}
+
 TEST_F(StructBlock, GivesTheWriterOfASharedBlockACopyOfItsOwn) {
   DataBlock first = DataBlock::New(6);
   std::memcpy(first.WritableBytes(), "\x02\x00\x1F\x80hi", 6);
