@@ -60,7 +60,8 @@ template <class T, Tag kTag>
 class cCommandBlock<T, kTag>::node final : public cCommandNode {
  public:
   static node* Make(std::uint32_t size) {
-    void* const memory = Allocate(sizeof(node), std::max<std::size_t>(size, sizeof(T)));
+    void* const memory =
+        Allocate(sizeof(node) + sizeof(T), size > sizeof(T) ? size - sizeof(T) : 0);
     node* fresh = nullptr;
     try {
       fresh = new (memory) node();

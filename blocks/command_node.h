@@ -41,6 +41,7 @@ class cCommandNode : public cMemBlock::node {
   cCommandNode() : route(new CBrick*[kRouteGrowth]) {}
   ~cCommandNode() override = default;
 
-  // Zeroed memory for a node of `nodeSize` bytes with its payload; throws std::bad_alloc.
-  static void* Allocate(std::size_t nodeSize, std::size_t payloadSize);
+  // Memory for a node with its record, which set their bytes, and for zeroed bytes after them.
+  // Throws std::bad_alloc.
+  static void* Allocate(std::size_t nodeAndRecordSize, std::size_t extraSize);
 };

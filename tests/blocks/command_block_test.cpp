@@ -1,6 +1,8 @@
 #include "blocks/command_block.h"
 
 #include <cstring>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "block_test.h"
@@ -27,6 +29,32 @@ TEST_F(CommandBlock, HoldsAFreshRecord) {
   EXPECT_EQ(block.Record().time, 0U);
   EXPECT_EQ(block.Record().type, 0U);
   EXPECT_EQ(NodeAccess::Of(block).refCount, 1U);
+}
+
+// Memory is not cleared for it, so every member must be set.
+template <class Block>
+void ExpectAFreshRecordInUsedMemory() {
+  using Record = std::remove_reference_t<decltype(std::declval<Block>().Record())>;
+  {
+    Block used = Block::New();
+    std::memset(used.GetData(), 0xFF, sizeof(Record));
+  }
+  const Block block = Block::New();
+  const Record fresh = Record();
+  EXPECT_EQ(std::memcmp(block.GetData(), &fresh, sizeof(Record)), 0) << block.GetType();
+}
+
+TEST_F(CommandBlock, HoldsAFreshRecordAlsoInUsedMemory) {
+  ExpectAFreshRecordInUsedMemory<ChunkRequestBlock>();
+  ExpectAFreshRecordInUsedMemory<ParserChunkRequestBlock>();
+  ExpectAFreshRecordInUsedMemory<PlayBlock>();
+  ExpectAFreshRecordInUsedMemory<ActivityRequestBlock>();
+  ExpectAFreshRecordInUsedMemory<PreviewRequestBlock>();
+  ExpectAFreshRecordInUsedMemory<KillBlock>();
+  ExpectAFreshRecordInUsedMemory<NotifyBlock>();
+  ExpectAFreshRecordInUsedMemory<ChunkAnswerBlock>();
+  ExpectAFreshRecordInUsedMemory<ResetBlock>();
+  ExpectAFreshRecordInUsedMemory<ActivityGistBlock>();
 }
 
 TEST_F(CommandBlock, KeepsItsPayloadAsTheBytesOfTheRecord) {
