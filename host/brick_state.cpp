@@ -21,7 +21,7 @@ void CBrick::State::Enqueue(Queue queue, const cMemBlock& block) {
   // The ticket first: one without an item is passed over, an item without one would block its queue
   // for good when memory fails in between.
   if (pipeline != nullptr) pipeline->tickets.push_back({id, queue, number});
-  QueueOf(queue).push_back({block, number, mSender, mSenderSide});
+  QueueOf(queue).push_back({QueuedBlock(block), number, mSender, mSenderSide});
 }
 
 CBrick::State::Item CBrick::State::Take(Queue queue) {

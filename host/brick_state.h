@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <utility>
 #include <vector>
 
 #include "host/pipeline_state.h"
@@ -13,8 +14,19 @@
 // own stands in brick.cpp.
 class CBrick::State {
  public:
+  // A handle that can be moved, which takes no lock.
+  class QueuedBlock : public cMemBlock {
+   public:
+    explicit QueuedBlock(const cMemBlock& block) : cMemBlock(block) {}
+    QueuedBlock(QueuedBlock&& other) noexcept : cMemBlock(std::exchange(other.mNode, nullptr)) {}
+    QueuedBlock& operator=(QueuedBlock&& other) noexcept {
+      std::swap(mNode, other.mNode);
+      return *this;
+    }
+  };
+
   struct Item {
-    cMemBlock block;
+    QueuedBlock block;
     std::uint64_t number;  // in the order of arrival, across both queues of the brick
     BrickId sender;        // 0 for a block that no neighbour sent
     Side side;             // where the sender is

@@ -26,8 +26,9 @@ cMemBlock& cMemBlock::operator=(const cMemBlock& other) {
   return *this;
 }
 
+// A block that was moved out of a queue leaves a handle without a node.
 cMemBlock::~cMemBlock() {
-  mNode->unref();
+  if (mNode != nullptr) mNode->unref();
 }
 
 void* cMemBlock::GetData() {
