@@ -99,7 +99,9 @@ def read_results(folder):
 def goal_of(row, build):
     for name, kind, limit in GOALS:
         if row == name or row.startswith(name + "."):
-            return kind, limit[build] if kind != "figures" and isinstance(limit, dict) else limit
+            if kind != "figures" and isinstance(limit, dict):
+                limit = limit.get(build)
+            return (kind, limit) if limit is not None else (None, None)
     return None, None
 
 
