@@ -5,8 +5,10 @@
 #include <unistd.h>
 
 #include <QFile>
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <initializer_list>
 #include <utility>
 
 #include "indexer/cache_rights.h"
@@ -51,6 +53,12 @@ bool Remove(const QString& path) {
 
 bool Rename(const QByteArray& from, const QString& to) {
   return std::rename(from.constData(), QFile::encodeName(to).constData()) == 0;
+}
+
+bool SaveTogether(std::initializer_list<PlainFile*> files) {
+  for (PlainFile* const file : files) file->BeginSaving();
+  return std::all_of(files.begin(), files.end(),
+                     [](PlainFile* file) { return file->SaveAndClose(); });
 }
 
 }  // namespace
@@ -186,9 +194,7 @@ bool CacheClaim::SaveInPlace(const Write& write) const {
       !events.Open(mNames.events, PlainFile::Mode::kUpdate)) {
     return false;
   }
-  const bool written = write(headers, entries, events);
-  const bool saved =
-      written && headers.SaveAndClose() && entries.SaveAndClose() && events.SaveAndClose();
+  const bool saved = write(headers, entries, events) && SaveTogether({&headers, &entries, &events});
   if (!saved) EmptyFiles();
   return saved;
 }
@@ -200,8 +206,8 @@ bool CacheClaim::SaveAnew(const Write& write) {
   FileLock lock;
   if (!lock.Take(unfinished.entries)) return false;
   return write(unfinished.headers, unfinished.entries, unfinished.events) &&
-         unfinished.headers.SaveAndClose() && unfinished.entries.SaveAndClose() &&
-         unfinished.events.SaveAndClose() && PutInPlace(unfinished);
+         SaveTogether({&unfinished.headers, &unfinished.entries, &unfinished.events}) &&
+         PutInPlace(unfinished);
 }
 
 bool CacheClaim::PutInPlace(const NewFiles& unfinished) const {

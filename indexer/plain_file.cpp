@@ -121,6 +121,12 @@ bool PlainFile::Empty() {
   return !mFailed;
 }
 
+void PlainFile::BeginSaving() {
+  Flush();
+  // Where it is not possible, saving waits longer.
+  static_cast<void>(sync_file_range(mHandle, 0, 0, SYNC_FILE_RANGE_WRITE));
+}
+
 bool PlainFile::SaveAndClose() {
   if (!IsOpen()) return false;
   Flush();

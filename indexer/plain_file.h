@@ -49,6 +49,9 @@ class PlainFile {
   bool Write(const void* bytes, std::size_t size);
   // Removes all bytes of the file.
   bool Empty();
+  // Passes on what was written, and has the system begin to bring it to the disk. Of files that are
+  // all begun before the first is saved, the disk is waited for once, not for each.
+  void BeginSaving();
   // Closes the file when all that was written is on the disk. False when that or a write has
   // failed; the file is closed then, too.
   bool SaveAndClose();
