@@ -55,8 +55,14 @@ bool Rename(const QByteArray& from, const QString& to) {
   return std::rename(from.constData(), QFile::encodeName(to).constData()) == 0;
 }
 
-bool SaveTogether(std::initializer_list<PlainFile*> files) {
-  for (PlainFile* const file : files) file->BeginSaving();
+using Files = std::initializer_list<PlainFile*>;
+
+bool BeginSaving(const Files& files) {
+  return std::all_of(files.begin(), files.end(),
+                     [](PlainFile* file) { return file->BeginSaving(); });
+}
+
+bool SaveAndClose(const Files& files) {
   return std::all_of(files.begin(), files.end(),
                      [](PlainFile* file) { return file->SaveAndClose(); });
 }
@@ -194,25 +200,31 @@ bool CacheClaim::SaveInPlace(const Write& write) const {
       !events.Open(mNames.events, PlainFile::Mode::kUpdate)) {
     return false;
   }
-  const bool saved = write(headers, entries, events) && SaveTogether({&headers, &entries, &events});
+  const bool saved = write(headers, entries, events) && SaveAndClose({&headers, &entries, &events});
   if (!saved) EmptyFiles();
   return saved;
 }
 
 bool CacheClaim::SaveAnew(const Write& write) {
+  const CacheRights rights(mArchive);
   NewFiles unfinished;
-  if (!unfinished.Make(mNames, CacheRights(mArchive), mLock.IsExclusive())) return false;
+  if (!unfinished.Make(mNames, rights, mLock.IsExclusive())) return false;
   // Locked before it gets its name, so that the name is never without a lock.
   FileLock lock;
   if (!lock.Take(unfinished.entries)) return false;
-  return write(unfinished.headers, unfinished.entries, unfinished.events) &&
-         SaveTogether({&unfinished.headers, &unfinished.entries, &unfinished.events}) &&
-         PutInPlace(unfinished);
+  const Files files = {&unfinished.headers, &unfinished.entries, &unfinished.events};
+  if (!write(unfinished.headers, unfinished.entries, unfinished.events) || !BeginSaving(files))
+    return false;
+  // Before the disk is waited for, so that the first waiting is for this, too.
+  if (!Remove(mNames.events)) return false;
+  if (SaveAndClose(files)) return PutInPlace(unfinished);
+  PlainFile empty;
+  rights.Make(mNames.events, &empty);
+  return false;
 }
 
 bool CacheClaim::PutInPlace(const NewFiles& unfinished) const {
-  return Remove(mNames.events) && SyncFolderOf(mNames.events) &&
-         Rename(unfinished.headersName, mNames.headers) &&
+  return SyncFolderOf(mNames.events) && Rename(unfinished.headersName, mNames.headers) &&
          Rename(unfinished.entriesName, mNames.entries) && SyncFolderOf(mNames.entries) &&
          Rename(unfinished.eventsName, mNames.events);
 }

@@ -49,11 +49,12 @@ class PlainFile {
   bool Write(const void* bytes, std::size_t size);
   // Removes all bytes of the file.
   bool Empty();
-  // Passes on what was written, and has the system begin to bring it to the disk. Of files that are
-  // all begun before the first is saved, the disk is waited for once, not for each.
-  void BeginSaving();
-  // Closes the file when all that was written is on the disk. False when that or a write has
-  // failed; the file is closed then, too.
+  // Passes on what was written, and has the system begin to bring it to the disk: files that are
+  // all begun before the first is saved wait for it together. False when this or a write has
+  // failed.
+  bool BeginSaving();
+  // Closes the file when all that was written is on the disk; one that was made and is empty is not
+  // waited for. False when that or a write has failed; the file is closed then, too.
   bool SaveAndClose();
 
  private:
@@ -66,6 +67,7 @@ class PlainFile {
   std::uint64_t mSize = 0;
   std::vector<char> mWaiting;  // written, but not yet passed on to the system
   bool mFailed = false;
+  bool mMayDiffer = false;  // from what is on the disk
 };
 
 // Both paths name one existing file, be it through links of either kind, or are equal.

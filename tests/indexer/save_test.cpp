@@ -3,6 +3,7 @@
 
 #include "cache_test.h"
 #include "indexer/events_file.h"
+#include "support/file_faults.h"
 #include "support/folder_watch.h"
 
 namespace {
@@ -135,6 +136,21 @@ TEST_F(Save, ReplacesLongerFiles) {
   EXPECT_EQ(ReadFile(Beside("hdr")).size(), 8U);
   EXPECT_EQ(ReadFile(Beside("id3")).size(), 72U);
   EXPECT_EQ(ReadFile(Beside("evt")).size(), 34U);
+}
+
+TEST_F(Save, ThatDoesNotReachTheDiskLeavesTheThreeFilesEmpty) {
+  // One file after the other is waited for.
+  for (const int failing : {0, 1, 2}) {
+    SCOPED_TRACE(failing);
+    CollectThreeEvents();
+    {
+      const FileFaults faults(FileOperation::kSync, failing, FileFaults::Repeats::kOnce, EIO);
+      index.Save_files();
+      EXPECT_EQ(faults.Struck(), 1);
+    }
+    EXPECT_THAT(ArchiveFolderNames(), ElementsAre("cam.evt", "cam.hdr", "cam.id3", "cam.zel3"));
+    for (const char* kind : {"evt", "hdr", "id3"}) EXPECT_THAT(ReadFile(Beside(kind)), IsEmpty());
+  }
 }
 
 TEST_F(Save, OfAnEmptyIndexIsNoCache) {
