@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <string>
 
 #include "host/host_export.h"
@@ -8,6 +9,8 @@
 struct HostSettings {
   std::string settingsFolder;  // of the files of CIniFile; empty: settings_folder.h says which
   std::string pluginFolder;    // looked into first for plug-in files; empty: brick_plugins.h
+  // What CIniFile says of these keys, whatever the files hold.
+  std::map<std::string, int> fixedValues = {};
 };
 
 // Bricks ask for settings and for other bricks by name only, so the host tells by the thread whose

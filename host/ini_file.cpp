@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cstdint>
 
+#include "host/host_settings.h"
 #include "host/settings_file.h"
 #include "host/settings_folder.h"
 
@@ -38,6 +39,9 @@ void CIniFile::EnableDefValsCreation(bool enable) {
 }
 
 int CIniFile::GetInt(const std::string& key, int defaultValue) {
+  const auto& fixedValues = SettingsInForce::Now().fixedValues;
+  const auto fixed = fixedValues.find(key);
+  if (fixed != fixedValues.end()) return fixed->second;
   if (mState == nullptr) return defaultValue;
   auto found = mState->values.find(key);
   if (found == mState->values.end()) {

@@ -17,6 +17,9 @@ std::string FileName() {
 
 namespace {
 
+constexpr std::int64_t kUnlimited =
+    cache_limit_setting::kUnlimitedMegabytes * cache_limit_setting::kBytesPerMegabyte;
+
 std::int64_t CacheLimit() {
   CIniFile settings(cache_limit_setting::FileName());
   settings.EnableDefValsCreation(true);
@@ -27,9 +30,9 @@ std::int64_t CacheLimit() {
 }  // namespace
 
 CacheHousekeeping::CacheHousekeeping(const QString& folder)
-    : mFolder(folder),
-      mFiles(ListFolder(folder, {".id3", ".hdr", ".evt"}, false)),
-      mLimit(CacheLimit()) {
+    : mFolder(folder), mLimit(CacheLimit()) {
+  if (mLimit == kUnlimited) return;
+  mFiles = ListFolder(folder, {".id3", ".hdr", ".evt"}, false);
   for (const ListedFile& file : mFiles) mTotal += static_cast<std::int64_t>(file.size);
 }
 

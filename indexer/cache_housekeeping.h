@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,6 +14,8 @@ namespace cache_limit_setting {
 
 constexpr char kKey[] = "ID3_HDR_EVT_total_MB";
 constexpr int kDefaultMegabytes = 100;
+// More than all files of a folder can hold.
+constexpr int kUnlimitedMegabytes = std::numeric_limits<int>::max();
 constexpr std::int64_t kBytesPerMegabyte = 1048576;
 
 // The settings file that holds it, one for each application.
@@ -21,7 +24,7 @@ std::string FileName();
 }  // namespace cache_limit_setting
 
 // Keeps the cache files of one folder below the limit of the settings. What is in the folder is
-// listed when the object is made, since listing costs more than all else.
+// listed when the object is made, since listing costs more than all else; not without a limit.
 class CacheHousekeeping {
  public:
   explicit CacheHousekeeping(const QString& folder);
@@ -38,10 +41,10 @@ class CacheHousekeeping {
   void PutOldestLast();
 
   QString mFolder;
+  std::int64_t mLimit;  // bytes, as the next
+  std::int64_t mTotal = 0;
   std::vector<ListedFile> mFiles;
-  bool mSorted = false;     // the oldest file is the last of mFiles
-  std::int64_t mTotal = 0;  // bytes, as the next
-  std::int64_t mLimit = 0;
+  bool mSorted = false;  // the oldest file is the last of mFiles
 };
 
 // Trims cache folders. During a scan the files of a folder are listed once, not for every archive:

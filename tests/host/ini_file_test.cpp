@@ -25,6 +25,19 @@ class IniFile : public testing::Test {
   const SettingsInForce inForce{settings};
 };
 
+TEST_F(IniFile, AnswersWhatTheHostHasFixedWhateverTheFileHolds) {
+  WriteFile(folder / "host", "size=5\nother=6\n");
+  HostSettings fixed{folder.Path(), ""};
+  fixed.fixedValues = {{"size", 7}, {"missing", 8}};
+  const SettingsInForce inForceNow(fixed);
+  CIniFile file("host");
+  file.EnableDefValsCreation(true);
+  EXPECT_EQ(file.GetInt("size", 100), 7);
+  EXPECT_EQ(file.GetInt("missing", 100), 8);
+  EXPECT_EQ(file.GetInt("other", 100), 6);
+  EXPECT_EQ(Text(), "size=5\nother=6\n") << "nothing is written for them";
+}
+
 struct Line {
   const char* text;
   int expected;  // under "size", where the default is 100

@@ -4,6 +4,9 @@
 #include <filesystem>
 
 #include "cache_test.h"
+#include "host/host_settings.h"
+#include "indexer/cache_housekeeping.h"
+#include "support/file_faults.h"
 #include "support/read_only_folder.h"
 #include "support/sparse_file.h"
 
@@ -97,6 +100,19 @@ TEST_F(Housekeeping, DeletesTheOldestFileAboveTheLimitAndOnlyThat) {
     OpenArchive();
     EXPECT_EQ(Names(), row.left);
   }
+}
+
+TEST_F(Housekeeping, LooksThroughNoFolderWithoutALimit) {
+  const auto opened = [this](int megabytes) {
+    HostSettings host{settings.Path(), ""};
+    host.fixedValues[cache_limit_setting::kKey] = megabytes;
+    const SettingsInForce inForce(host);
+    const FileFaults faults(FileOperation::kOpen, 0, FileFaults::Repeats::kFromThenOn, EMFILE);
+    CacheHousekeeping(Path(cache.Path())).Trim();
+    return faults.Struck();
+  };
+  constexpr int kUnlimited = cache_limit_setting::kUnlimitedMegabytes;
+  EXPECT_EQ(opened(kUnlimited), opened(kUnlimited - 1) - 1);
 }
 
 TEST_F(Housekeeping, HoldsTheDefaultLimitOf100MiB) {
