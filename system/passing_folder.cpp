@@ -1,5 +1,7 @@
 #include "system/passing_folder.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -8,13 +10,15 @@
 #include "system/failure.h"
 #include "system/interruption.h"
 
-PassingFolder::PassingFolder(const std::string& parent) : mPath(parent + "/.zel3-XXXXXX") {
+PassingFolder::PassingFolder(const std::string& parent)
+    : mPath(parent + "/.zel3-XXXXXX"), mOwner(getpid()) {
   interruption::WatchAllEndings();
   if (mkdtemp(mPath.data()) != nullptr) return;
   throw Failure("cannot make a folder in " + parent + ": " + std::strerror(errno));
 }
 
 PassingFolder::~PassingFolder() {
+  if (getpid() != mOwner) return;
   std::error_code ignored;
   std::filesystem::remove_all(mPath, ignored);
 }

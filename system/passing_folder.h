@@ -1,9 +1,12 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
 
 // A fresh folder that only this user can look into, removed with all that is in it at the end of
-// its scope, also when the user interrupts the program or nobody reads its output any more.
+// its scope, also when the user interrupts the program or nobody reads its output any more. A copy
+// of the process leaves it alone.
 class PassingFolder {
  public:
   // Under an existing folder. Throws Failure when it cannot be made.
@@ -16,4 +19,5 @@ class PassingFolder {
 
  private:
   std::string mPath;
+  const pid_t mOwner;
 };
