@@ -45,7 +45,7 @@ TBrickConfig ClientConfig(const Pipeline& pipeline) {
 
 ArchiveSession::ArchiveSession(const PlugIns& /*plugIns*/, const HostOptions& host,
                                const std::string& source, OnBlock onBlock)
-    : mPipeline(HostSettings{host.settingsFolder, host.pluginFolder}),
+    : mPipeline(SettingsOf(host)),
       mOnBlock(std::move(onBlock)),
       mClient(std::make_unique<ClientBrick>()) {
   TBrickConfig config = ReaderConfig(mPipeline, source, host.cacheFolder);

@@ -5,7 +5,6 @@
 
 #include "archive/archive_scan.h"
 #include "archive/index_collector.h"
-#include "host/host_settings.h"
 #include "sources/reader_path.h"
 #include "system/file_data.h"
 #include "system/file_status.h"
@@ -33,7 +32,7 @@ bool IndexPastHoles(const std::string& archive, const ServedSource& source) {
   const ReaderPath path(archive, ReaderPath::Links::kKept);
   const FilePosition end = status->stx_size - 1;
   const HostOptions host = source.HostFor(archive);
-  const HostSettings settings{host.settingsFolder, host.pluginFolder};
+  const HostSettings settings = SettingsOf(host);
   const SettingsInForce inForce(settings);
   cZel3Indexer indexer;
   indexer.cacheFolder = QFile::decodeName(host.cacheFolder.c_str());

@@ -188,6 +188,27 @@ void ProvenIndexes::Build(ServedArchive* archive) {
   Collect(archive);
 }
 
+void ProvenIndexes::BuildAll(const std::vector<ServedArchive*>& archives,
+                             const IndexingOptions& options) {
+  mSource.BeginScan();
+  if (options.jobs > 1 && archives.size() > 1) {
+    BuildInWorkers(archives, options);
+  } else {
+    for (ServedArchive* const archive : archives) BuildOneOfAll(archive, options);
+  }
+  std::vector<std::string> built;
+  for (const ServedArchive* const archive : archives) {
+    if (archive->state == State::kIndexed) built.push_back(archive->path);
+  }
+  mSource.EndScan(built);
+}
+
+void ProvenIndexes::BuildOneOfAll(ServedArchive* archive, const IndexingOptions& options) {
+  Build(archive);
+  if (options.findDamage && archive->state == State::kIndexed)
+    archive->damage = DamageOf(archive->path);
+}
+
 // Nothing when no index can be kept.
 std::optional<State> ProvenIndexes::BuildOnce(const ServedArchive& archive) {
   State state = State::kIndexed;

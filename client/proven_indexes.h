@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "archive/index_fit.h"
 #include "archive/kept_index.h"
@@ -12,6 +13,12 @@
 #include "sources/archive_identity.h"
 #include "sources/served_source.h"
 #include "system/progress.h"
+
+// How the indexes of many archives are built.
+struct IndexingOptions {
+  std::size_t jobs = 1;     // by so many processes at once
+  bool findDamage = false;  // also looks for the damage of those that it builds
+};
 
 // Gives archives indexes that are theirs. An index is believed only when it is seen to be that of
 // its archive as it is now; what was seen is remembered. One that is not is built again, with a
@@ -30,6 +37,9 @@ class ProvenIndexes {
   // Gives the archive its index, or leaves it out, with a word to the user.
   void Build(ServedArchive* archive);
 
+  // The same for many archives. REQUIRES: none of them has been opened.
+  void BuildAll(const std::vector<ServedArchive*>& archives, const IndexingOptions& options);
+
   // The archive with its index, which is built when needed. Null when it is left out. REQUIRES:
   // this object lives longer.
   std::unique_ptr<OpenedArchive> Open(ServedArchive* archive);
@@ -45,6 +55,8 @@ class ProvenIndexes {
   IndexFit FitWithCache(const ServedArchive& archive, const KeptIndex& index, const PlainFile& file,
                         const ArchiveIdentity& identity);
   void LookAtEnds(ServedArchive* archive);
+  void BuildOneOfAll(ServedArchive* archive, const IndexingOptions& options);
+  void BuildInWorkers(const std::vector<ServedArchive*>& archives, const IndexingOptions& options);
   std::optional<ServedArchive::State> BuildOnce(const ServedArchive& archive);
   void Collect(ServedArchive* archive);
   std::optional<KeptIndex> LoadIndex(const ServedArchive& archive) const;
@@ -52,7 +64,7 @@ class ProvenIndexes {
   void LeaveOut(const std::string& why, ServedArchive* archive);
 
   ServedSource& mSource;
-  Progress* const mProgress;
+  Progress* mProgress;
   const PlugIns mPlugIns;
   std::map<std::string, KeptIndex> mCollected;  // indexes that cannot be kept, by archive
   bool mBuiltAnIndex = false;

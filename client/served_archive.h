@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "archive/damage_scan.h"
 #include "archive/kept_index.h"
 #include "blocks/units.h"
 #include "client/archive_client.h"
@@ -30,9 +31,10 @@ struct ServedArchive {
   ArchiveTime end = 0;
   // Of one with its index.
   std::uint64_t entries = 0;
-  ArchiveTime step = 0;         // typical, from one entry to the next; 0 without any
-  std::uint64_t misplaced = 0;  // entries with a wrong time
-  bool endsEarly = false;       // the archive goes on after what is known of it
+  ArchiveTime step = 0;          // typical, from one entry to the next; 0 without any
+  std::uint64_t misplaced = 0;   // entries with a wrong time
+  bool endsEarly = false;        // the archive goes on after what is known of it
+  std::optional<Damage> damage;  // of one whose index has just been built, where it was looked for
 
   bool HasIndex() const { return state == State::kCached || state == State::kIndexed; }
   bool IsLeftOut() const { return state == State::kLeftOut; }

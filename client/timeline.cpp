@@ -33,10 +33,12 @@ Timeline::Timeline(ServedSource* source, Progress* progress)
   std::stable_sort(mArchives.begin(), mArchives.end(), LiesEarlier);
 }
 
-void Timeline::IndexAll() {
+void Timeline::IndexAll(const IndexingOptions& options) {
+  std::vector<ServedArchive*> missing;
   for (ServedArchive& archive : mArchives) {
-    if (archive.state == ServedArchive::State::kNotIndexed) mIndexes.Build(&archive);
+    if (archive.state == ServedArchive::State::kNotIndexed) missing.push_back(&archive);
   }
+  mIndexes.BuildAll(missing, options);
 }
 
 void Timeline::RequireOne() const {

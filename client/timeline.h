@@ -37,8 +37,8 @@ class Timeline {
   // By start; their numbers are their places. Those that turn out not to be served stay, marked.
   const std::vector<ServedArchive>& Archives() const { return mArchives; }
 
-  // Gives every archive its index.
-  void IndexAll();
+  // Gives every archive its index. REQUIRES: none has been opened.
+  void IndexAll(const IndexingOptions& options = {});
   // Throws Failure when no archive can be served.
   void RequireOne() const;
 

@@ -6,9 +6,10 @@
 #include <QFile>
 #include <cerrno>
 #include <cstring>
-#include <set>
+#include <map>
 #include <utility>
 
+#include "indexer/cache_housekeeping.h"
 #include "sources/archive_source.h"
 #include "sources/cache_folder.h"
 #include "sources/index_lock.h"
@@ -100,6 +101,21 @@ void ServedSource::IndexPrivately(const std::string& archive) {
   if (folder == privateFolder) return;
   mFacts.MoveIndexOf(archive, privateFolder);
   if (mFacts.HasIndex(archive)) DropIndex(archive, false);
+}
+
+void ServedSource::EndScan(const std::vector<std::string>& builtArchives) {
+  constexpr int kFilesOfAnIndex = 3;
+  mHost.limitsIndexes = true;
+  std::map<std::string, int> madeFiles;
+  for (const std::string& archive : builtArchives)
+    madeFiles[mFacts.IndexFolderOf(archive)] += kFilesOfAnIndex;
+  const HostSettings settings = SettingsOf(mHost);
+  const SettingsInForce inForce(settings);
+  for (const auto& [folder, count] : madeFiles) {
+    if (folder.empty()) continue;
+    CacheHousekeeping housekeeping(QFile::decodeName(folder.c_str()));
+    for (int i = 0; i < count; ++i) housekeeping.Trim();
+  }
 }
 
 std::string ServedSource::MakePrivateFolder(const std::string& archive,

@@ -2,6 +2,8 @@
 
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "sources/host_options.h"
 #include "sources/source_facts.h"
@@ -44,8 +46,18 @@ class ServedSource {
   // The index of an archive that has none yet is kept in a folder of this user alone.
   void IndexPrivately(const std::string& archive);
 
+  // While indexes of many archives are built, a folder of indexes is looked through once, at the
+  // end, and not by the reader of each. Then as many of its oldest files may go as have come.
+  void BeginScan() { mHost.limitsIndexes = false; }
+  void EndScan(const std::vector<std::string>& builtArchives);
+
+  // Removes the folder for indexes that are not kept. REQUIRES: no reader is asked any more.
+  void RemovePassingPlace() { mPassingPlace.reset(); }
+
   // Tells the user something.
   void Tell(const std::string& notice) const { mOnNotice(notice); }
+  // From now on the user is told otherwise.
+  void TellBy(OnNotice onNotice) { mOnNotice = std::move(onNotice); }
 
   // Waits until no other process builds the index of an archive. Whether it had to wait.
   bool WaitForOthers(const std::string& archive) const;
@@ -56,9 +68,9 @@ class ServedSource {
   void MakePlaces();
   std::string MakePrivateFolder(const std::string& archive, const std::string& whyNotBeside);
 
-  const HostOptions mHost;
+  HostOptions mHost;
   const MissingIndexes mMissing;
-  const OnNotice mOnNotice;
+  OnNotice mOnNotice;
   SourceFacts mFacts;
   std::optional<PassingFolder> mPassingPlace;
 };

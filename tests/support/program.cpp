@@ -8,6 +8,8 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -117,6 +119,12 @@ void ProgramTest::SendSignal(int number) {
 bool ProgramTest::HasEnded() {
   if (mProcess != 0 && waitpid(mProcess, &mStatus, WNOHANG) == mProcess) mProcess = 0;
   return mProcess == 0;
+}
+
+std::vector<pid_t> ProgramTest::Children() const {
+  const std::string process = std::to_string(mProcess);
+  std::ifstream file("/proc/" + process + "/task/" + process + "/children");
+  return {std::istream_iterator<pid_t>(file), {}};
 }
 
 ProgramResult ProgramTest::Finish() {

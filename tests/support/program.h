@@ -43,6 +43,8 @@ class ProgramTest : public testing::Test {
   void WaitForError(const std::string& text);
   void SendSignal(int signal);
   bool HasEnded();
+  // The processes that the program has started and not yet seen end.
+  std::vector<pid_t> Children() const;
   ProgramResult Finish();
 
   std::string Out() const;

@@ -55,6 +55,13 @@ void AddIndex(CLI::App* app, Options* options, Run* run) {
               [options] { return RunIndex(options->host, options->index); });
   AddSource(verb, &options->index.source);
   verb->add_flag("--refresh", options->index.refresh, "also build those anew that are there");
+  const auto jobs = [](const std::string& text) {
+    const auto number = NumberFromText<std::size_t>(text);
+    return number == std::size_t{0} ? std::nullopt : number;
+  };
+  AddParsed(verb, "-j,--jobs", &options->index.jobs, jobs, "number from 1 on",
+            "how many files are indexed at once, each by a process of its own; default: 1")
+      ->type_name("NUMBER");
   AddStyle(verb, &options->index.style);
 }
 

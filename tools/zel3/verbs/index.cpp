@@ -13,6 +13,7 @@
 #include "output/tables.h"
 #include "sources/archive_source.h"
 #include "system/failure.h"
+#include "system/interruption.h"
 #include "text/shown_text.h"
 #include "times/time_text.h"
 
@@ -41,7 +42,8 @@ DamageByPath FindDamage(Timeline* timeline) {
   for (std::size_t number = 0; number < timeline->Archives().size(); ++number) {
     const ServedArchive& archive = timeline->Archives()[number];
     if (archive.state != State::kIndexed) continue;
-    const Damage damage = found[archive.path] = DamageOf(archive.path);
+    const Damage damage = found[archive.path] =
+        archive.damage ? *archive.damage : DamageOf(archive.path);
     if (damage.damaged > 0) {
       timeline->Doubt(number, "has " + Counted(damage.damaged, "damaged byte") +
                                   "; what they held is not in its index");
@@ -119,11 +121,13 @@ void PrintAsText(const std::vector<ServedArchive>& files, TimeFormat times) {
 }  // namespace
 
 int RunIndex(const HostOptions& host, const IndexOptions& options) {
+  // Other processes are to end with this one.
+  if (options.jobs > 1) interruption::WatchAllEndings();
   ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
   if (options.refresh) source.DropIndexes();
   ProgressBar progress;
   Timeline timeline(&source, &progress);
-  timeline.IndexAll();
+  timeline.IndexAll({options.jobs, true});
   const DamageByPath damage = FindDamage(&timeline);
   const std::vector<ServedArchive> files = FilesByName(timeline, source.Facts());
   if (options.style.format == OutputFormat::kJson) {

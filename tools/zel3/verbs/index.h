@@ -8,6 +8,7 @@
 struct IndexOptions {
   std::string source;
   bool refresh = false;  // also indexes that are there are built again
+  std::size_t jobs = 1;  // files that are indexed at once
   OutputStyle style;
 };
 
