@@ -101,22 +101,69 @@ measure_program() {
   rm -r "$folder"
 }
 
+# index_anew PRESET ROW ARCHIVES CACHES OPTION...: what indexing a folder takes that has no index, in CACHES or beside the
+# archives.
+index_anew() {
+  local program=build/$1/bin/zel3 row=$2 archives=$3 caches=$4 start
+  shift 4
+  find "$caches" -type f ! -name '*.zel3' -delete
+  start=${EPOCHREALTIME/./}
+  "$program" index "$archives" "$@" >/dev/null
+  result "$row" ours "$(awk "BEGIN { print $((${EPOCHREALTIME/./} - start)) / 1000 }")"
+}
+
+# make_archives PRESET FOLDER COUNT: small ones, of ten entries.
+make_archives() {
+  "build/$1/bin/zel3" make "$2" --files "$3" --length "${3}0s" --interval 1s --payload 300 >/dev/null
+}
+
+# measure_indexing PRESET: saving the indexes of many small archives on a disk, and one cache folder for all of them.
+measure_indexing() {
+  local folder disk size round row time_taken
+  disk=$(mktemp -d "$PWD/build/bench/disk-XXXXXX")
+  folder=$disk/archives
+  make_archives "$1" "$folder" "$indexed_files"
+  "build/$1/bin/zel3" index "$folder" >/dev/null
+  cp -r "$folder" "$disk/indexed"
+  for ((round = 0; round < indexing_rounds; ++round)); do
+    mkdir "$disk/saved"
+    time_taken=$("build/$1/bin/save_files" "$disk/indexed" "$disk/saved")
+    rm -r "$disk/saved"
+    for row in one_process two_processes; do result "index_files.$row/$indexed_files" baseline "$time_taken"; done
+    index_anew "$1" "index_files.one_process/$indexed_files" "$folder" "$folder"
+    index_anew "$1" "index_files.two_processes/$indexed_files" "$folder" "$folder" -j 2
+  done
+  rm -r "$disk"
+  for size in $((indexed_files / 10)) "$indexed_files"; do
+    make_archives "$1" "$work/$size" "$size"
+    mkdir "$work/caches"
+    for ((round = 0; round < indexing_rounds; ++round)); do
+      index_anew "$1" "index_cache_folder/$size" "$work/$size" "$work/caches" --cache-folder "$work/caches"
+    done
+    rm -r "${work:?}/$size" "$work/caches"
+  done
+}
+
 mkdir -p build/bench
 library=build/benchmark-1.7.1
 [ -d "$library" ] || fetch_library
 [ -d "$library" ] || { echo "bench: the packaged library is not version 1.7.1" >&2; exit 1; }
 
 work=$(mktemp -d "$(memory_folder)/bench-XXXXXX")
-trap 'rm -rf "$work"' EXIT
+trap 'rm -rf "$work" build/bench/disk-*' EXIT
 export TMPDIR=$work XDG_CONFIG_HOME=$work
 
+export XDG_CACHE_HOME=$work
 runs=15
 requests=1000
 length=24h
+indexed_files=5000
+indexing_rounds=$((repetitions < 5 ? repetitions : 5))
 if [ -n "${ZEL3_BENCH_SMOKE:-}" ]; then
   runs=1
   requests=10
   length=13h
+  indexed_files=100
 fi
 failed=no
 for preset in "${presets[@]}"; do
@@ -146,6 +193,11 @@ for preset in "${presets[@]}"; do
   if [ "$peers" = no ] && [[ program_start.seek/86400 =~ $rows || system_calls =~ $rows ]]; then
     echo "bench: $preset program" >&2
     { echo '{"benchmarks": ['; measure_program "$preset" | sed '$ s/,$//'; echo ']}'; } >"$results/program.json"
+  fi
+  if [[ index_files.one_process/5000 =~ $rows || index_files.two_processes/5000 =~ $rows ||
+        index_cache_folder/5000 =~ $rows ]]; then
+    echo "bench: $preset indexing" >&2
+    { echo '{"benchmarks": ['; measure_indexing "$preset" | sed '$ s/,$//'; echo ']}'; } >"$results/indexing.json"
   fi
 done
 scripts/bench_table.py "${presets[@]/#/build/bench/}"
