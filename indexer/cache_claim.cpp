@@ -206,25 +206,19 @@ bool CacheClaim::SaveInPlace(const Write& write) const {
 }
 
 bool CacheClaim::SaveAnew(const Write& write) {
-  const CacheRights rights(mArchive);
   NewFiles unfinished;
-  if (!unfinished.Make(mNames, rights, mLock.IsExclusive())) return false;
+  if (!unfinished.Make(mNames, CacheRights(mArchive), mLock.IsExclusive())) return false;
   // Locked before it gets its name, so that the name is never without a lock.
   FileLock lock;
   if (!lock.Take(unfinished.entries)) return false;
   const Files files = {&unfinished.headers, &unfinished.entries, &unfinished.events};
-  if (!write(unfinished.headers, unfinished.entries, unfinished.events) || !BeginSaving(files))
-    return false;
-  // Before the disk is waited for, so that the first waiting is for this, too.
-  if (!Remove(mNames.events)) return false;
-  if (SaveAndClose(files)) return PutInPlace(unfinished);
-  PlainFile empty;
-  rights.Make(mNames.events, &empty);
-  return false;
+  return write(unfinished.headers, unfinished.entries, unfinished.events) && BeginSaving(files) &&
+         SaveAndClose(files) && PutInPlace(unfinished);
 }
 
 bool CacheClaim::PutInPlace(const NewFiles& unfinished) const {
-  return SyncFolderOf(mNames.events) && Rename(unfinished.headersName, mNames.headers) &&
+  return Remove(mNames.events) && SyncFolderOf(mNames.events) &&
+         Rename(unfinished.headersName, mNames.headers) &&
          Rename(unfinished.entriesName, mNames.entries) && SyncFolderOf(mNames.entries) &&
          Rename(unfinished.eventsName, mNames.events);
 }

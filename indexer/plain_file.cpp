@@ -53,7 +53,6 @@ bool PlainFile::OpenBytes(const char* path, Mode mode, unsigned permissions) {
   constexpr int kNeverWait = O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
   mHandle = open(path, OpenFlags(mode) | kNeverWait, permissions);
   if (mHandle >= 0 && !Examine()) Close();
-  mMayDiffer = mode != Mode::kMake;
   return IsOpen();
 }
 
@@ -107,7 +106,6 @@ std::size_t PlainFile::ReadAt(FilePosition position, void* bytes, std::size_t si
 
 bool PlainFile::Write(const void* bytes, std::size_t size) {
   const auto* const first = static_cast<const char*>(bytes);
-  mMayDiffer = mMayDiffer || size > 0;
   if (mWaiting.size() + size > kLargestPiece) Flush();
   if (size > kLargestPiece) {
     PassOn(first, size);
@@ -126,7 +124,7 @@ bool PlainFile::Empty() {
 bool PlainFile::BeginSaving() {
   Flush();
   // Where it is not possible, saving waits longer.
-  if (mMayDiffer) sync_file_range(mHandle, 0, 0, SYNC_FILE_RANGE_WRITE);
+  sync_file_range(mHandle, 0, 0, SYNC_FILE_RANGE_WRITE);
   return !mFailed;
 }
 
@@ -134,7 +132,7 @@ bool PlainFile::SaveAndClose() {
   if (!IsOpen()) return false;
   Flush();
   // A file system that cannot wait for the disk has nothing to wait for.
-  const bool onDisk = !mMayDiffer || fdatasync(mHandle) == 0 || errno == EINVAL || errno == ENOTSUP;
+  const bool onDisk = fdatasync(mHandle) == 0 || errno == EINVAL || errno == ENOTSUP;
   const bool saved = onDisk && !mFailed;
   // A disk may be found full as late as here.
   const CancellationHold hold;

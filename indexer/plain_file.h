@@ -53,8 +53,8 @@ class PlainFile {
   // all begun before the first is saved wait for it together. False when this or a write has
   // failed.
   bool BeginSaving();
-  // Closes the file when all that was written is on the disk; one that was made and is empty is not
-  // waited for. False when that or a write has failed; the file is closed then, too.
+  // Closes the file when all that was written is on the disk. False when that or a write has
+  // failed; the file is closed then, too.
   bool SaveAndClose();
 
  private:
@@ -67,7 +67,6 @@ class PlainFile {
   std::uint64_t mSize = 0;
   std::vector<char> mWaiting;  // written, but not yet passed on to the system
   bool mFailed = false;
-  bool mMayDiffer = false;  // from what is on the disk
 };
 
 // Both paths name one existing file, be it through links of either kind, or are equal.
