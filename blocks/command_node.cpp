@@ -20,7 +20,7 @@ bool cCommandNode::MarkHandledBy(CBrick* brick) {
   return true;
 }
 
-// Many zeros cost no time before they are used; few of them would cost as much as all else.
+// A record sets its own bytes; only extra bytes must be zeros.
 void* cCommandNode::Allocate(std::size_t nodeAndRecordSize, std::size_t extraSize) {
   if (extraSize > std::numeric_limits<std::size_t>::max() - nodeAndRecordSize)
     throw std::bad_alloc();

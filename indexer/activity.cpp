@@ -12,8 +12,8 @@ namespace {
 constexpr std::uint8_t kLevelMask = 0x3F;
 constexpr int kNoLevel = -1;
 
-// That of the first pair of the stream. Where this one is not in use, none after it is. Mostly it
-// is one of the first two.
+// That of the first pair of the stream. If that pair is not in use, no later one is. Mostly it is
+// one of the first two.
 int LevelOf(const ZEL_ID3_REC& entry, std::int32_t streamId) {
 #pragma GCC unroll 6
   for (int i = 0; i < kMaxActivityPairs; ++i) {
@@ -38,8 +38,8 @@ struct CountedEntries {
   const ZEL_ID3_REC* begin;
   const ZEL_ID3_REC* end;
   IndexTime interval;  // how long each lasts
-  // Times ascend, and no arithmetic wraps. Otherwise there may be entries after the range here,
-  // which do not count.
+  // Times ascend, and no arithmetic wraps. Where times do not ascend there may be entries after the
+  // range here, which do not count.
   bool areRegular;
 };
 
@@ -59,9 +59,10 @@ CountedEntries CountEntries(const FiledStore& store, const ActivityRange& range,
   const ZEL_ID3_REC* const start = store.id3Records.constData();
   const ZEL_ID3_REC* end = start + store.id3Records.size();
   const ZEL_ID3_REC* begin = end;
+  // Entries after the range do not change how the walk ends.
+  if (store.order.entriesAscend) begin = end = std::partition_point(start, end, isNotAfter);
   if (areRegular) {
-    // The same, from its last steps on.
-    end = std::partition_point(start, end, isNotAfter);
+    // The walk would count all entries in the range; only its last steps are left.
     begin = std::partition_point(start, end, isBefore);
     if (begin != end) ++begin;
   }

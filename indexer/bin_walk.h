@@ -60,10 +60,10 @@ class BinWalk {
 
   const ActivityRange& mRange;
   const std::uint32_t mLast;
-  // Of an index time, and the length of a bin, in parts of which an archive time has binCount.
-  const std::uint32_t mUnit;
-  const std::uint64_t mLength;  // in whole index times, and what is left
-  const std::uint32_t mLengthRest;
+  // Lengths are counted in parts of an archive time, which has binCount of them.
+  const std::uint32_t mUnit;        // an index time
+  const std::uint64_t mLength;      // a bin, in whole index times,
+  const std::uint32_t mLengthRest;  // and what is left of it
 
   std::uint32_t mNumber = 0;
   std::uint64_t mUntil = 0;

@@ -48,8 +48,8 @@ class BinWalkComparison : public testing::Test {
   std::uint64_t Less(std::uint64_t limit) { return random() % limit; }
 
   TZEL3ActivityRequest RandomSpan() {
-    const std::uint64_t binCounts[] = {1, 2, 3, 7, 100, 1000, 1 + Less(5000), 4'000'000};
-    const std::uint64_t binCount = binCounts[Less(8)];
+    const std::uint64_t binCounts[] = {1, 2, 3, 7, 100, 1000, 1 + Less(5000), 4'000'000, 4'294'967};
+    const std::uint64_t binCount = binCounts[Less(9)];
     const std::uint64_t spans[] = {1,
                                    999,
                                    binCount * 1000,
@@ -107,7 +107,7 @@ TEST(ActivityRange, FitsIn64BitsUpToTheLongestEntry) {
   constexpr std::uint64_t kLongestSpan = ~0ULL / kBins - kLongest;
   EXPECT_TRUE(ActivityRange(Span(5, 5 + kLongestSpan, kBins)).FitsIn64Bits());
   EXPECT_FALSE(ActivityRange(Span(5, 6 + kLongestSpan, kBins)).FitsIn64Bits());
-  EXPECT_TRUE(ActivityRange(Span(0, 1, 4'294'966)).FitsIn64Bits());
+  EXPECT_TRUE(ActivityRange(Span(0, 1, 4'294'967)).FitsIn64Bits());
   EXPECT_FALSE(ActivityRange(Span(0, 1, 4'294'968)).FitsIn64Bits());
   EXPECT_FALSE(ActivityRange(Span(0, 1, 0x7FFFFFFF)).FitsIn64Bits());
   EXPECT_FALSE(ActivityRange(Span(6, 5, 1)).FitsIn64Bits());
