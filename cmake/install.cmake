@@ -9,8 +9,9 @@ set(zel3_sdk_package ${CMAKE_INSTALL_LIBDIR}/cmake/Zel3BrickSdk)
 install(TARGETS zel3 COMPONENT zel3)
 install(TARGETS zel3reader zel3parser LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/zel3 COMPONENT zel3-plugins)
 
-if(TARGET man_page)
-  install(FILES ${CMAKE_BINARY_DIR}/man/zel3.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT zel3)
+if(TARGET man_pages)
+  get_target_property(zel3_pages man_pages ZEL3_PAGES)
+  install(FILES ${zel3_pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT zel3)
 endif()
 
 # What completes commands, where each shell looks for it.

@@ -4,6 +4,9 @@
 set -euo pipefail
 cmake=$1 build=$2 sources=$3 prefix=$4 libraries=$5 version=$6
 
+# One page for the program, one for each verb.
+pages_of() { find "$1/docs/man" -name '*.scd' -printf 'share/man/man1/%f\n' | sed 's/\.scd$//' | LC_ALL=C sort; }
+
 rm -rf "$prefix" "$prefix.first"
 "$cmake" --install "$build" --strip --prefix "$prefix.first" >/dev/null
 mv "$prefix.first" "$prefix"
@@ -20,7 +23,7 @@ $libraries/zel3/zel3parser.so
 $libraries/zel3/zel3reader.so
 share/bash-completion/completions/zel3
 share/fish/vendor_completions.d/zel3.fish
-share/man/man1/zel3.1
+$(pages_of "$sources")
 share/zsh/vendor-completions/_zel3
 FILES
 

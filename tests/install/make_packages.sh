@@ -63,7 +63,7 @@ $libraries/libzel3_blocks.a
 $libraries/pkgconfig/zel3-brick-sdk.pc
 $libraries/zel3/zel3parser.so
 $libraries/zel3/zel3reader.so
-share/man/man1/zel3.1.gz
+$(find "$sources/docs/man" -name '*.scd' -printf 'share/man/man1/%f\n' | sed 's/scd$/gz/' | LC_ALL=C sort)
 FILES
 
 echo 'All files are of the time that was asked for, and belong to root:'
