@@ -172,6 +172,21 @@ Work SeekFirst(const Layout& layout, const std::string Recording::*path) {
   };
 }
 
+// All that it takes to hand out the first entry of an archive that has its index.
+template <class Opened>
+Work OpenAndSeek(const Layout& layout, const std::string Recording::*path) {
+  return [=](benchmark::State& state) {
+    const Recording& recording = Shared<Recording>(layout);
+    std::size_t next = 0;
+    bool right = true;
+    for (auto _ : state) {
+      Opened opened(recording.*path);
+      right = Find(opened, recording.numbers[next++ % recording.numbers.size()], layout) && right;
+    }
+    Expect(state, right, "another entry was found");
+  };
+}
+
 struct FiledTimes {
   explicit FiledTimes(int count)
       : table(BenchFolder() + "/times" + std::to_string(count) + ".db", kFirstTime, count) {
@@ -236,6 +251,9 @@ void AddRows() {
   AddPair("peers.first_seek", wholeDay.Name(),
           SeekFirst<MatroskaReader>(wholeDay, &Recording::matroska),
           SeekFirst<EntryClient>(wholeDay, &Recording::archive));
+  AddPair("peers.open_and_first_seek", wholeDay.Name(),
+          OpenAndSeek<MatroskaReader>(wholeDay, &Recording::matroska),
+          OpenAndSeek<EntryClient>(wholeDay, &Recording::archive));
   AddPair("peers.lookup_in_a_day", std::to_string(day), AskTable(day), AskIndex(day));
   const int many = Sized(10'000'000, 1000);
   AddPair("peers.lookup", std::to_string(many), AskTable(many), AskIndex(many));
