@@ -125,8 +125,6 @@ void ProvenIndexes::BuildInWorkers(const std::vector<ServedArchive*>& archives,
   calls.onDone = [&](std::size_t piece, const std::string& result) {
     ServedArchive& archive = *archives[piece];
     TakeMessage(result, &archive);
-    // What the worker has forgotten.
-    mSource.Facts().Memory().Forget(archive_source::FileName(archive.path));
     mBuiltAnIndex = mBuiltAnIndex || archive.state == ServedArchive::State::kIndexed;
     progress.Show(piece, 100);
   };
@@ -134,6 +132,9 @@ void ProvenIndexes::BuildInWorkers(const std::vector<ServedArchive*>& archives,
     tellUser([&] { LeaveOut("cannot be indexed: " + why, archives[piece]); });
     progress.Show(piece, 100);
   };
+  // Workers forget for themselves only.
+  for (const ServedArchive* const archive : archives)
+    mSource.Facts().Memory().Forget(archive_source::FileName(archive->path));
   RunInWorkers(options.jobs, archives.size(), calls);
   progress.Clear();
 }

@@ -190,17 +190,14 @@ void ProvenIndexes::Build(ServedArchive* archive) {
 
 void ProvenIndexes::BuildAll(const std::vector<ServedArchive*>& archives,
                              const IndexingOptions& options) {
-  mSource.BeginScan();
+  std::vector<std::string> paths;
+  for (const ServedArchive* const archive : archives) paths.push_back(archive->path);
+  const ServedSource::OneScan scan(&mSource, std::move(paths));
   if (options.jobs > 1 && archives.size() > 1) {
     BuildInWorkers(archives, options);
   } else {
     for (ServedArchive* const archive : archives) BuildOneOfAll(archive, options);
   }
-  std::vector<std::string> built;
-  for (const ServedArchive* const archive : archives) {
-    if (archive->state == State::kIndexed) built.push_back(archive->path);
-  }
-  mSource.EndScan(built);
 }
 
 void ProvenIndexes::BuildOneOfAll(ServedArchive* archive, const IndexingOptions& options) {

@@ -194,8 +194,8 @@ for preset in "${presets[@]}"; do
     echo "bench: $preset program" >&2
     { echo '{"benchmarks": ['; measure_program "$preset" | sed '$ s/,$//'; echo ']}'; } >"$results/program.json"
   fi
-  if [[ index_files.one_process/5000 =~ $rows || index_files.two_processes/5000 =~ $rows ||
-        index_cache_folder/5000 =~ $rows ]]; then
+  if [ "$peers" = no ] && [[ index_files.one_process/5000 =~ $rows || index_files.two_processes/5000 =~ $rows ||
+                             index_cache_folder/5000 =~ $rows ]]; then
     echo "bench: $preset indexing" >&2
     { echo '{"benchmarks": ['; measure_indexing "$preset" | sed '$ s/,$//'; echo ']}'; } >"$results/indexing.json"
   fi

@@ -194,18 +194,21 @@ class Judged:
             self.take(record)
 
     def lock_for_run(self):
-        """Ends the program when another run is on. The lock goes with the process."""
+        """Ends the program when another run is on. The lock goes with the process and all that it has started: what is
+        left of a run that was killed may still write into the copies."""
         WORK.mkdir(parents=True, exist_ok=True)
         self.lock_file = open(WORK / "lock", "w")
         try:
             fcntl.flock(self.lock_file, fcntl.LOCK_EX | fcntl.LOCK_NB)
         except BlockingIOError:
             sys.exit("mutate: another run is at work")
+        os.set_inheritable(self.lock_file.fileno(), True)
 
 
 def run_to_end(command, seconds=None, **options):
     """Whether the command succeeds in time. Nothing that it has started stays, and an interrupt does not reach it."""
-    process = subprocess.Popen(list(map(str, command)), stderr=subprocess.DEVNULL, start_new_session=True, **options)
+    process = subprocess.Popen(list(map(str, command)), stderr=subprocess.DEVNULL, start_new_session=True,
+                               close_fds=False, **options)
     try:
         return process.wait(seconds) == 0
     except subprocess.TimeoutExpired:
@@ -325,8 +328,7 @@ def report(mutants, judged, accepted):
     counts = collections.defaultdict(collections.Counter)
     survivors = []
     for mutant in mutants:
-        record = judged.of(mutant)
-        verdict = record["verdict"] if record else OPEN
+        verdict = judged.of(mutant)["verdict"] if judged.holds(mutant) else OPEN
         if verdict == SURVIVED and mutant.key in accepted:
             verdict = ACCEPTED
         if verdict == SURVIVED:

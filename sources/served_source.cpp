@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <map>
+#include <new>
 #include <utility>
 
 #include "indexer/cache_housekeeping.h"
@@ -81,6 +82,7 @@ void ServedSource::MakePlaces() {
 }
 
 void ServedSource::DropIndex(const std::string& archive, bool privately) {
+  mFacts.Forget(archive);
   bool isGone = true;
   const CacheNames names = mFacts.CacheOf(archive);
   for (const QString& name : {names.events, names.entries, names.headers})
@@ -103,15 +105,28 @@ void ServedSource::IndexPrivately(const std::string& archive) {
   if (mFacts.HasIndex(archive)) DropIndex(archive, false);
 }
 
-void ServedSource::EndScan(const std::vector<std::string>& builtArchives) {
+ServedSource::OneScan::OneScan(ServedSource* source, std::vector<std::string> archives)
+    : mSource(*source), mArchives(std::move(archives)) {
+  mSource.mHost.limitsIndexes = false;
+}
+
+ServedSource::OneScan::~OneScan() {
+  mSource.mHost.limitsIndexes = true;
+  try {
+    Trim();
+  } catch (const std::bad_alloc&) {
+    // Left to the next who indexes there.
+  }
+}
+
+void ServedSource::OneScan::Trim() const {
   constexpr int kFilesOfAnIndex = 3;
-  mHost.limitsIndexes = true;
-  std::map<std::string, int> madeFiles;
-  for (const std::string& archive : builtArchives)
-    madeFiles[mFacts.IndexFolderOf(archive)] += kFilesOfAnIndex;
-  const HostSettings settings = SettingsOf(mHost);
+  std::map<std::string, int> filesMade;
+  for (const std::string& archive : mArchives)
+    filesMade[mSource.mFacts.IndexFolderOf(archive)] += kFilesOfAnIndex;
+  const HostSettings settings = SettingsOf(mSource.mHost);
   const SettingsInForce inForce(settings);
-  for (const auto& [folder, count] : madeFiles) {
+  for (const auto& [folder, count] : filesMade) {
     if (folder.empty()) continue;
     CacheHousekeeping housekeeping(QFile::decodeName(folder.c_str()));
     for (int i = 0; i < count; ++i) housekeeping.Trim();

@@ -47,9 +47,22 @@ class ServedSource {
   void IndexPrivately(const std::string& archive);
 
   // While indexes of many archives are built, a folder of indexes is looked through once, at the
-  // end, and not by the reader of each. Then as many of its oldest files may go as have come.
-  void BeginScan() { mHost.limitsIndexes = false; }
-  void EndScan(const std::vector<std::string>& builtArchives);
+  // end, and not by the reader of each. Then, also when the building was interrupted, the oldest
+  // files of one that is beyond its limit go, but no more than the archives may have brought.
+  class OneScan {
+   public:
+    // Borrows the source.
+    OneScan(ServedSource* source, std::vector<std::string> archives);
+    ~OneScan();
+    OneScan(const OneScan&) = delete;
+    OneScan& operator=(const OneScan&) = delete;
+
+   private:
+    void Trim() const;
+
+    ServedSource& mSource;
+    const std::vector<std::string> mArchives;
+  };
 
   // Removes the folder for indexes that are not kept. REQUIRES: no reader is asked any more.
   void RemovePassingPlace() { mPassingPlace.reset(); }

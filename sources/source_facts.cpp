@@ -48,6 +48,11 @@ std::optional<CheckedFacts> SourceFacts::Known(const std::string& archive) const
   return known->second;
 }
 
+void SourceFacts::Forget(const std::string& archive) {
+  mKnown.erase(archive);
+  mMemory->Forget(archive_source::FileName(archive));
+}
+
 const IndexPlace& SourceFacts::PlaceOf(const std::string& archive) const {
   static const IndexPlace beside;
   const auto place = mPlaces.find(archive);

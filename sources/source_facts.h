@@ -34,6 +34,8 @@ class SourceFacts {
   std::optional<CheckedFacts> Known(const std::string& archive) const;
   // Of what is found out about the archives.
   CheckMemory& Memory() const { return *mMemory; }
+  // The archive or its index is about to change.
+  void Forget(const std::string& archive);
 
   // Where the index of an archive lies; of another file, where one would. An archive without one
   // beside it may have one in the folder of this user alone since it was still being written.

@@ -30,6 +30,7 @@ constexpr int kLongestWaitMilliseconds = 200;
 constexpr char kTold = 't';
 constexpr char kDone = 'd';
 constexpr char kFailed = 'f';
+constexpr char kEndAll = 'e';  // the exit code and the message of a Failure follow
 
 bool Send(const FileHandle& socket, const void* bytes, std::size_t size) {
   while (send(socket.Get(), bytes, size, MSG_NOSIGNAL) < 0) {
@@ -80,7 +81,7 @@ class Worker {
              mCalls.work(piece, [this](const std::string& message) { Answer(kTold, message); }));
     } catch (const Failure& failure) {
       if (failure.Code() == kExitInterrupted) throw;
-      Answer(kFailed, failure.what());
+      Answer(kEndAll, static_cast<char>(failure.Code()) + std::string(failure.what()));
     } catch (const std::bad_alloc&) {
       Answer(kFailed, "not enough memory");
     } catch (const std::exception& failure) {
@@ -110,7 +111,11 @@ class Workers {
  public:
   Workers(std::size_t pieces, const WorkerCalls& calls) : mPieces(pieces), mCalls(calls) {}
   ~Workers() {
-    for (const Running& worker : mRunning) kill(worker.process, SIGINT);
+    for (const Running& worker : mRunning) {
+      kill(worker.process, SIGINT);
+      // One that was stopped would not notice.
+      kill(worker.process, SIGCONT);
+    }
     while (!mRunning.empty()) End(mRunning.begin());
   }
   Workers(const Workers&) = delete;
@@ -192,6 +197,8 @@ class Workers {
     const std::size_t piece = worker->piece.value_or(0);
     const std::string text = message->substr(1);
     if (message->front() == kTold) return mCalls.onTold(piece, text);
+    if (message->front() == kEndAll)
+      throw Failure(text.substr(1), static_cast<ExitCode>(text.front()));
     HandOut(&*worker);
     (message->front() == kDone ? mCalls.onDone : mCalls.onFailed)(piece, text);
   }

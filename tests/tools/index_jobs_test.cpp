@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <set>
+#include <system_error>
 
 #include "support/program.h"
 #include "support/sample_archive.h"
@@ -124,7 +125,9 @@ TEST_F(IndexJobs, OneThatIsKilledCostsItsFileOnly) {
   const auto indexes = [this] {
     const std::vector<std::string> names = EntryNames(archives);
     return std::count_if(names.begin(), names.end(), [this](const std::string& name) {
-      return fs::path(name).extension() == ".id3" && fs::file_size(archives + "/" + name) > 0;
+      std::error_code renamedMeanwhile;
+      return name.find("unfinished") == std::string::npos && fs::path(name).extension() == ".id3" &&
+             fs::file_size(archives + "/" + name, renamedMeanwhile) > 0 && !renamedMeanwhile;
     });
   };
   while (indexes() < 7 && !HasEnded()) usleep(10000);
@@ -149,8 +152,11 @@ TEST_F(IndexJobs, EndWithTheProgramAndLeaveNothingHalf) {
     Start({"index", archives, "-j", "3", "--refresh"});
     const std::vector<pid_t> workers = WaitForWorkers(3);
     ASSERT_THAT(workers, SizeIs(3));
+    // It will not be done by itself before the signal comes.
+    kill(workers[0], SIGSTOP);
     usleep(20000);
     SendSignal(signal);
+    if (signal == SIGKILL) kill(workers[0], SIGCONT);
     const ProgramResult result = Finish();
     EXPECT_EQ(result.exitCode, signal == SIGKILL ? 128 + SIGKILL : 130);
     EXPECT_EQ(result.out, "");
@@ -165,6 +171,20 @@ TEST_F(IndexJobs, EndWithTheProgramAndLeaveNothingHalf) {
     EXPECT_EQ(EntryNames(archives).size(), 4 * 8U);
   }
   EXPECT_EQ(Run({"doctor", archives}).exitCode, 0);
+}
+
+TEST_F(IndexJobs, FailAsOneProcessWithoutAPlugIn) {
+  WriteScenario(archives, SampleScenario());
+  const std::string broken = *this / "broken";
+  fs::create_directory(broken);
+  WriteFile(broken + "/zel3reader.so", "not a library");
+  const ProgramResult one = Run({"index", archives, "--plugin-folder", broken});
+  EXPECT_EQ(one.exitCode, 1);
+  EXPECT_THAT(LinesOf(one.err), SizeIs(1));
+  const ProgramResult two = Run({"index", archives, "--plugin-folder", broken, "-j", "2"});
+  EXPECT_EQ(two.exitCode, 1);
+  EXPECT_EQ(two.err, one.err);
+  EXPECT_EQ(two.out, one.out);
 }
 
 // The readers of a folder of indexes would look through it for each archive.

@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <nlohmann/json.hpp>
+#include <thread>
 
 #include "support/program.h"
 #include "support/sample_archive.h"
@@ -204,4 +206,14 @@ TEST_F(Index, FileNamesAreShownWithoutControlCharacters) {
   const std::string path = *this / "a\x1b[2J.zel3";
   ASSERT_EQ(std::rename(SampleFile(Folder(), truth, 0).c_str(), path.c_str()), 0);
   EXPECT_THAT(Run({"index", path}).out, testing::HasSubstr("a\\u001b[2J.zel3"));
+}
+
+TEST_F(Index, RefreshBuildsAgainWhatIsRemembered) {
+  WriteScenario(Folder(), SampleScenario());
+  States();
+  // Files that were left alone for so long are remembered by the next look.
+  std::this_thread::sleep_for(std::chrono::milliseconds(2100));
+  States();
+  EXPECT_THAT(States(0, {"--refresh"}), ElementsAre("indexed", "indexed", "indexed"));
+  EXPECT_EQ(EntryNames(Folder()).size(), 4 * 3U) << "each archive has its three files";
 }
