@@ -178,8 +178,8 @@ bool Timeline::IsWhole() const {
          });
 }
 
-void Timeline::FailWithNothing(const std::string& what) const {
+void Timeline::FailWithNothing(const std::string& what, const std::string& hint) const {
   RequireOne();
-  if (IsWhole()) throw Failure(what, kExitNothing);
-  throw Failure(what + ", but not all is known", kExitDamaged);
+  if (IsWhole()) throw Failure(what + hint, kExitNothing);
+  throw Failure(what + ", but not all is known" + hint, kExitDamaged);
 }

@@ -68,8 +68,9 @@ class Timeline {
   bool BuiltAnIndex() const { return mIndexes.BuiltAnIndex(); }
 
   // Ends the verb because nothing was found, or because none can be served; where files are left
-  // out, as incomplete.
-  [[noreturn]] void FailWithNothing(const std::string& what = kNothingRecorded) const;
+  // out, as incomplete. `hint` ends the message.
+  [[noreturn]] void FailWithNothing(const std::string& what = kNothingRecorded,
+                                    const std::string& hint = "") const;
 
  private:
   struct Opened {

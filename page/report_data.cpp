@@ -62,8 +62,9 @@ class Collection {
     mData.source = source->Path();
   }
 
-  ReportData Collect(const std::optional<ReportRange>& range) {
-    mData.range = range ? range : WholeRange();
+  ReportData Collect(const std::optional<ArchiveTime>& from, const std::optional<ArchiveTime>& to) {
+    mData.recorded = RecordedRange();
+    mData.range = RangeWithin(from, to);
     AddFiles();
     AddFindings();
     if (mData.range) {
@@ -76,7 +77,7 @@ class Collection {
   }
 
  private:
-  std::optional<ReportRange> WholeRange() const {
+  std::optional<ReportRange> RecordedRange() const {
     std::optional<ReportRange> range;
     for (const ArchiveFacts& facts : mDiagnosis.archives) {
       if (facts.entries == 0) continue;
@@ -84,6 +85,17 @@ class Collection {
       range->from = std::min(range->from, facts.startTime);
       range->to = std::max(range->to, facts.endTime + kArchiveTimePerIndexTime);
     }
+    return range;
+  }
+
+  // Where nothing is recorded on the open side of an end, the range has no more than that end.
+  std::optional<ReportRange> RangeWithin(const std::optional<ArchiveTime>& from,
+                                         const std::optional<ArchiveTime>& to) const {
+    if (from && to) return ReportRange{*from, *to};
+    if (!mData.recorded) return std::nullopt;
+    ReportRange range = *mData.recorded;
+    if (from) range = {*from, std::max(range.to, *from + 1)};
+    if (to) range = {std::min(range.from, *to - 1), *to};
     return range;
   }
 
@@ -231,7 +243,7 @@ std::uint64_t CountNotIndexed(const ReportData& report) {
                     [](const ReportFile& file) { return !file.indexed; }));
 }
 
-ReportData CollectReport(ServedSource* source, const std::optional<ReportRange>& range,
-                         Progress* progress) {
-  return Collection(source, progress).Collect(range);
+ReportData CollectReport(ServedSource* source, const std::optional<ArchiveTime>& from,
+                         const std::optional<ArchiveTime>& to, Progress* progress) {
+  return Collection(source, progress).Collect(from, to);
 }

@@ -54,9 +54,10 @@ struct FirstOf {
 
 struct ReportData {
   std::string source;
-  std::optional<ReportRange> range;  // none: no file holds an index entry
-  ActivityBins fineBins = {};        // of the range: at most 4,000
-  ActivityBins coarseBins = {};      // of the range: at most 48
+  std::optional<ReportRange> recorded;  // from the first to the last entry; none: there is none
+  std::optional<ReportRange> range;     // none: no file holds an index entry
+  ActivityBins fineBins = {};           // of the range: at most 4,000
+  ActivityBins coarseBins = {};         // of the range: at most 48
   // Those that meet the range, by start time; then those without entries.
   std::vector<ReportFile> files;
   FirstOf<ReportGap> gaps;  // that meet the range, by start time
@@ -71,7 +72,8 @@ struct ReportData {
 std::uint64_t CountNotIndexed(const ReportData& report);
 
 // Goes through all files, gives those that have none an index, and asks the reader for the rest.
-// Without `range`: from the first to the last entry. Throws Failure when the source holds no
-// archive or the user interrupts.
-ReportData CollectReport(ServedSource* source, const std::optional<ReportRange>& range,
-                         Progress* progress);
+// Without `from` the range begins with the first entry, without `to` it ends with the last one.
+// REQUIRES: `from` is below `to`. Throws Failure when the source holds no archive or the user
+// interrupts.
+ReportData CollectReport(ServedSource* source, const std::optional<ArchiveTime>& from,
+                         const std::optional<ArchiveTime>& to, Progress* progress);

@@ -4,56 +4,183 @@
 #include <QRegularExpression>
 #include <QString>
 #include <limits>
+#include <optional>
+#include <stdexcept>
+#include <vector>
+
+#include "times/length_argument.h"
+#include "times/local_time.h"
+#include "times/thousandths.h"
+#include "times/utc_offset.h"
 
 namespace {
 
-std::optional<ArchiveTime> ArchiveTimeFromInteger(const QString& text) {
-  static const QRegularExpression digits(QLatin1String("\\A[0-9]+\\z"));
-  if (!digits.match(text).hasMatch()) return std::nullopt;
-  bool fits = false;
-  const qulonglong time = text.toULongLong(&fits);
-  if (!fits) return std::nullopt;
-  return time;
+constexpr ArchiveTime kLastTime = std::numeric_limits<ArchiveTime>::max();
+
+constexpr char kKnownForms[] =
+    "times are written as 2024-05-01, 2024-05-01T12:00:00+02:00, yesterday, -1h30m, @1714564800 "
+    "or as integers";
+
+QRegularExpression Whole(const char* pattern) {
+  return QRegularExpression(QString(QLatin1String("\\A(?:%1)\\z")).arg(QLatin1String(pattern)),
+                            QRegularExpression::CaseInsensitiveOption);
 }
 
-std::optional<ArchiveTime> ArchiveTimeFromDate(const QString& text) {
-  static const QRegularExpression parts(QLatin1String(
-      "\\A([0-9]{4}-[0-9]{2}-[0-9]{2})(?:T([0-9]{2}:[0-9]{2}:[0-9]{2})(\\.[0-9]{3})?Z)?\\z"));
-  const QRegularExpressionMatch match = parts.match(text);
-  if (!match.hasMatch()) return std::nullopt;
-  const QDate date = QDate::fromString(match.captured(1), QLatin1String("yyyy-MM-dd"));
-  QTime time(0, 0);
-  if (match.lastCapturedIndex() >= 2) {
-    time = QTime::fromString(match.captured(2), QLatin1String("HH:mm:ss"));
-  }
-  if (!date.isValid() || !time.isValid()) return std::nullopt;
-  const qint64 milliseconds =
-      QDateTime(date, time, Qt::UTC).toMSecsSinceEpoch() + match.captured(3).mid(1).toInt();
-  if (milliseconds < 0) return std::nullopt;
-  return static_cast<std::uint64_t>(milliseconds);
+std::string Plain(const QString& text) {
+  return text.toLatin1().constData();
 }
+
+class TimeReader {
+ public:
+  TimeReader(const std::string& text, const TimeReference& reference)
+      : mText(text), mReference(reference) {}
+
+  ArchiveTime Read() const {
+    const QString text = QString::fromLatin1(mText.data(), static_cast<int>(mText.size()));
+    for (const auto read : {&TimeReader::Integer, &TimeReader::UnixTime, &TimeReader::FromNow,
+                            &TimeReader::DateAndTime}) {
+      if (const std::optional<ArchiveTime> time = (this->*read)(text)) return *time;
+    }
+    Refuse(kKnownForms);
+  }
+
+ private:
+  [[noreturn]] void Refuse(const std::string& reason) const {
+    throw std::invalid_argument("'" + mText + "' is not a time: " + reason);
+  }
+  [[noreturn]] void RefuseAsTooLate() const {
+    Refuse("it is after the last time that there can be");
+  }
+  [[noreturn]] void RefuseAsTooEarly() const { Refuse("times begin with 1970 UTC"); }
+
+  // These give nothing for a text of another form.
+
+  std::optional<ArchiveTime> Integer(const QString& text) const {
+    static const QRegularExpression digits = Whole("[0-9]+");
+    if (!digits.match(text).hasMatch()) return std::nullopt;
+    return Number(text);
+  }
+
+  std::optional<ArchiveTime> UnixTime(const QString& text) const {
+    static const QRegularExpression parts = Whole("@(-?)([0-9]+)(?:[.,]([0-9]+))?");
+    const QRegularExpressionMatch match = parts.match(text);
+    if (!match.hasMatch()) return std::nullopt;
+    if (!match.captured(1).isEmpty()) RefuseAsTooEarly();
+    const ArchiveTime seconds = Number(match.captured(2));
+    const ArchiveTime thousandths = Thousandths(match.captured(3));
+    if (seconds > (kLastTime - thousandths) / 1000) RefuseAsTooLate();
+    return seconds * 1000 + thousandths;
+  }
+
+  std::optional<ArchiveTime> FromNow(const QString& text) const {
+    static const QRegularExpression parts = Whole("(now)?(?<sign>[+-])(?<length>[0-9].*)|now");
+    const QRegularExpressionMatch match = parts.match(text);
+    if (!match.hasMatch()) return std::nullopt;
+    const ArchiveTime now = FromInstant(mReference.now);
+    const QString sign = match.captured(QLatin1String("sign"));
+    const QString lengthText = match.captured(QLatin1String("length"));
+    if (lengthText.isEmpty()) return now;
+    const std::optional<ArchiveTime> length = LengthFromText(Plain(lengthText));
+    if (!length) return std::nullopt;
+    // It could be meant for an archive time as well.
+    if (lengthText.back().isDigit())
+      Refuse("a length of time before or after now has a unit: " + Plain(sign + lengthText) + "s");
+    if (sign == QLatin1String("-")) {
+      if (*length > now) RefuseAsTooEarly();
+      return now - *length;
+    }
+    if (*length > kLastTime - now) RefuseAsTooLate();
+    return now + *length;
+  }
+
+  std::optional<ArchiveTime> DateAndTime(const QString& text) const {
+    static const QRegularExpression parts = Whole(
+        "(?:(?<word>today|yesterday)"
+        "|(?<year>[0-9]{4})(?:-(?<month>[0-9]{2})-(?<day>[0-9]{2})"
+        "|(?<plainMonth>[0-9]{2})(?<plainDay>[0-9]{2})(?=[T ])))"
+        "(?:[T ](?<hour>[0-9]{2})(?:(?<colon>:?)(?<minute>[0-9]{2})(?:\\k<colon>(?<second>[0-9]{2})"
+        "(?:[.,](?<fraction>[0-9]+))?)?)?"
+        "(?: ?(?<zone>Z|UTC|[+-][0-9:]+))?)?");
+    const QRegularExpressionMatch match = parts.match(text);
+    if (!match.hasMatch()) return std::nullopt;
+    const QDate day = DayOf(match);
+    if (match.captured(QLatin1String("hour")).isEmpty()) {
+      const std::optional<std::int64_t> start = StartOfDay(day, mReference.zone);
+      if (!start) Refuse("clocks in " + Zone() + " skip this day");
+      return FromInstant(*start);
+    }
+    const std::int64_t shown = QDateTime(day, TimeOfDay(match), Qt::UTC).toMSecsSinceEpoch();
+    const QString zone = match.captured(QLatin1String("zone")).toUpper();
+    if (zone.isEmpty()) return FromShown(shown);
+    if (zone == QLatin1String("Z") || zone == QLatin1String("UTC")) return FromInstant(shown);
+    const std::optional<int> offset = OffsetFromText(zone);
+    if (!offset) Refuse("there is no offset " + Plain(zone));
+    return FromInstant(shown - std::int64_t{*offset} * 1000);
+  }
+
+  // Parts of these.
+
+  ArchiveTime Number(const QString& digits) const {
+    bool fits = false;
+    const qulonglong number = digits.toULongLong(&fits);
+    if (!fits) RefuseAsTooLate();
+    return number;
+  }
+
+  QDate DayOf(const QRegularExpressionMatch& match) const {
+    const QString word = match.captured(QLatin1String("word")).toLower();
+    const QDate today = DayAt(mReference.now, mReference.zone);
+    if (word == QLatin1String("today")) return today;
+    if (word == QLatin1String("yesterday")) return today.addDays(-1);
+    const QString year = match.captured(QLatin1String("year"));
+    const QString month =
+        match.captured(QLatin1String("month")) + match.captured(QLatin1String("plainMonth"));
+    const QString day =
+        match.captured(QLatin1String("day")) + match.captured(QLatin1String("plainDay"));
+    const QDate date(year.toInt(), month.toInt(), day.toInt());
+    if (!date.isValid())
+      Refuse("there is no day " + Plain(year) + "-" + Plain(month) + "-" + Plain(day));
+    return date;
+  }
+
+  QTime TimeOfDay(const QRegularExpressionMatch& match) const {
+    const auto number = [&match](const char* part) {
+      return match.captured(QLatin1String(part)).toInt();
+    };
+    if (number("second") == 60)
+      Refuse("leap seconds do not count: the second after 59 is 00 of the next minute");
+    const QTime time(number("hour"), number("minute"), number("second"),
+                     static_cast<int>(Thousandths(match.captured(QLatin1String("fraction")))));
+    if (!time.isValid()) Refuse("there is no such time of day, the last is 23:59:59");
+    return time;
+  }
+
+  std::string Zone() const { return mReference.zone.id().constData(); }
+
+  // What clocks of the zone in force show.
+  ArchiveTime FromShown(std::int64_t shown) const {
+    const std::vector<std::int64_t> instants = InstantsOf(shown, mReference.zone);
+    if (instants.empty()) Refuse("clocks in " + Zone() + " are set forward over it");
+    if (instants.size() == 1) return FromInstant(instants.front());
+    std::string choice;
+    for (const std::int64_t instant : instants) {
+      if (!choice.empty()) choice += " or ";
+      choice += OffsetText(static_cast<int>((shown - instant) / 1000));
+    }
+    Refuse("clocks in " + Zone() + " show it twice: add " + choice);
+  }
+
+  ArchiveTime FromInstant(std::int64_t instant) const {
+    if (instant < 0) RefuseAsTooEarly();
+    return static_cast<ArchiveTime>(instant);
+  }
+
+  const std::string& mText;
+  const TimeReference& mReference;
+};
 
 }  // namespace
 
-std::optional<ArchiveTime> ArchiveTimeFromText(const std::string& text) {
-  const QString shown = QString::fromLatin1(text.data(), static_cast<int>(text.size()));
-  if (const auto time = ArchiveTimeFromInteger(shown)) return time;
-  return ArchiveTimeFromDate(shown);
-}
-
-std::optional<std::uint32_t> SecondsFromText(const std::string& text) {
-  static const QRegularExpression parts(QLatin1String("\\A([0-9]+)([smhd]?)\\z"));
-  const QRegularExpressionMatch match =
-      parts.match(QString::fromLatin1(text.data(), static_cast<int>(text.size())));
-  if (!match.hasMatch()) return std::nullopt;
-  const QString unit = match.captured(2);
-  std::uint64_t secondsPerUnit = 1;
-  if (unit == QLatin1String("m")) secondsPerUnit = 60;
-  if (unit == QLatin1String("h")) secondsPerUnit = 60 * 60;
-  if (unit == QLatin1String("d")) secondsPerUnit = 24 * 60 * 60;
-  bool fits = false;
-  const std::uint64_t count = match.captured(1).toUInt(&fits);
-  const std::uint64_t seconds = count * secondsPerUnit;
-  if (!fits || seconds > std::numeric_limits<std::uint32_t>::max()) return std::nullopt;
-  return static_cast<std::uint32_t>(seconds);
+ArchiveTime TimeFromText(const std::string& text, const TimeReference& reference) {
+  return TimeReader(text, reference).Read();
 }

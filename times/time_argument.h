@@ -1,15 +1,23 @@
 #pragma once
 
-#include <cstdint>
-#include <optional>
 #include <string>
 
 #include "blocks/units.h"
+#include "times/time_reference.h"
 
-// A time as people give it on the command line: an integer archive time, or a date and time in UTC
-// that stands for the milliseconds since 1970: 2024-05-01, 2024-05-01T06:00:00Z or
-// 2024-05-01T06:00:00.250Z. Nothing for another text.
-std::optional<ArchiveTime> ArchiveTimeFromText(const std::string& text);
-
-// A length of time in seconds: 90, 90s, 15m, 6h or 1d. Nothing for another text.
-std::optional<std::uint32_t> SecondsFromText(const std::string& text);
+// A time as people give it on the command line. Letters may be small or large.
+//
+//   1714564800000                an archive time
+//   2024-05-01T12:00:00.250Z     with a blank for the T, without seconds or minutes, with any
+//                                fraction of a second (cut to milliseconds), with an offset as
+//                                +02:00, +0200 or +02, or without: in the zone in force
+//   20240501T120000Z             the same without separators
+//   2024-05-01                   the first moment of a day in the zone in force
+//   today, yesterday 12:00, now  by the time in force
+//   -1h30m, +10m, now-1h30m      before and after now
+//   @1714564800.5                seconds since 1970 UTC
+//
+// All but the first are milliseconds since 1970. Throws std::invalid_argument with a line for
+// people for another text; for a day, hour or offset that there is not; for a time that clocks of
+// the zone skip or show twice; and for one before 1970 or that 64 bits do not hold.
+ArchiveTime TimeFromText(const std::string& text, const TimeReference& reference);

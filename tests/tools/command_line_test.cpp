@@ -50,7 +50,7 @@ TEST_F(CommandLine, UsageErrorsAreOneLineAndExitWithTwo) {
       {"console", std::string(261, 'x')},
       {"info", Folder(), "--cache-folder", std::string(261, 'x')},
       {"seek", Folder()},
-      {"seek", Folder(), "yesterday"},
+      {"seek", Folder(), "someday"},
       {"seek", Folder(), "2024-02-30"},
       {"seek", Folder(), "1", "--type", "3"},
       {"seek", Folder(), "1", "--next", "--previous"},

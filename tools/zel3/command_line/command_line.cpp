@@ -8,13 +8,16 @@
 #include "command_line/verb_groups.h"
 #include "command_line/version.h"
 #include "system/failure.h"
+#include "times/time_zone.h"
 
 namespace {
 
 constexpr char kAbout[] = "Serves recorded ZEL3 archives by time.";
 constexpr char kTimesAndExitCodes[] =
-    "Times are integers in the archive's own unit, or UTC dates that stand for the\n"
-    "milliseconds since 1970: 2024-05-01, 2024-05-01T06:00:00Z, 2024-05-01T06:00:00.250Z.\n"
+    "Times are integers in the archive's own unit, or they stand for milliseconds since\n"
+    "1970: 2024-05-01, \"2024-05-01 12:00\", 2024-05-01T12:00:00.250+02:00, today,\n"
+    "\"yesterday 18:30\", now, -1h30m, @1714564800 (seconds). Without an offset they are in\n"
+    "the time zone of --time-zone. Lengths of time: 90 (seconds), 10m, 1h30m, 1d12h.\n"
     "\n"
     "Exit codes: 0 done, 1 failed, 2 usage, 3 done but something was damaged or skipped,\n"
     "4 nothing at that time, 130 interrupted.";
@@ -38,10 +41,19 @@ void AddHostOptions(CLI::App* app, HostOptions* host) {
           "where the reader keeps its indexes; default: beside the archives");
 }
 
+// Verbs find it in force: their options are taken after those of the program.
+void AddTimeZone(CLI::App* app) {
+  const auto use = [](const std::string& text) { UseTimeZone(TimeZoneNamed(text)); };
+  AddTaken(app, "--time-zone", use,
+           "in which times are read and shown: UTC (default), local, Europe/Berlin, +02:00")
+      ->type_name("local|ZONE");
+}
+
 void AddAll(CLI::App* app, Options* options, Run* run) {
   app->footer(kTimesAndExitCodes);
   app->require_subcommand(1);
   AddHostOptions(app, &options->host);
+  AddTimeZone(app);
   // After the options that it goes by.
   app->set_version_flag("--version", "", "print the versions and which plug-ins would be loaded");
   AddArchiveVerbs(app, options, run);

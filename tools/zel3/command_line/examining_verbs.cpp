@@ -33,8 +33,8 @@ void AddReport(CLI::App* app, Options* options, Run* run) {
       AddVerb(app, "report", "what a source holds, as one page for a browser", run,
               [options] { return RunReport(options->host, options->report); });
   AddSource(verb, &report->source);
-  CLI::Option* const from = AddTime(verb, "FROM", &report->from, "where the range begins");
-  from->needs(AddTime(verb, "TO", &report->to, "where it ends; default: all that is recorded"));
+  AddTimeRange(verb, &report->range, "where the range begins",
+               "where it ends; default: all that is recorded");
   verb->add_option("-o,--output", report->output, "where to write; -: the standard output")
       ->type_name("PATH")
       ->required();

@@ -13,6 +13,17 @@ CLI::Option* AddPath(CLI::App* app, const std::string& name, std::string* target
   return AddParsed(app, name, target, parse, "path of at most 260 bytes", help)->type_name("PATH");
 }
 
+void AddTimeRange(CLI::App* app, RangeOptions* target, const std::string& fromHelp,
+                  const std::string& toHelp) {
+  AddTime(app, "FROM", &target->from, fromHelp);
+  AddTime(app, "TO", &target->to, toHelp);
+  AddTime(app, "--since", &target->since, "instead of FROM");
+  AddTime(app, "--until", &target->until, "instead of TO");
+  AddParsed(app, "--for", &target->length, LengthFromText, kLengthOfTime,
+            "how long the range is, instead of one end: 90, 10m, 1h30m, 1d12h")
+      ->type_name("DURATION");
+}
+
 void AddSource(CLI::App* app, std::string* target) {
   app->add_option("SOURCE", *target, "an archive file or a folder of them")
       ->type_name("PATH")

@@ -3,12 +3,16 @@
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "output/output_style.h"
+#include "times/length_argument.h"
 #include "times/time_argument.h"
+#include "times/time_reference.h"
 #include "times/time_text.h"
+#include "verbs/time_range.h"
 
 // The kinds of options that verbs have. Each adds one option to `app` that fills `target`, which
 // must live until the command line has been parsed.
@@ -26,17 +30,37 @@ CLI::Option* AddParsed(CLI::App* app, const std::string& name, Target* target, P
   return app->add_option_function<std::string>(name, take, help)->type_name(kindOfValue);
 }
 
+// An option whose text `take` gets, which throws std::invalid_argument with a line for people when
+// it refuses it.
+template <class Take>
+CLI::Option* AddTaken(CLI::App* app, const std::string& name, Take take, const std::string& help) {
+  const auto takeOrRefuse = [name, take](const std::string& text) {
+    try {
+      take(text);
+    } catch (const std::invalid_argument& refusal) {
+      throw CLI::ValidationError(name, refusal.what());
+    }
+  };
+  return app->add_option_function<std::string>(name, takeOrRefuse, help);
+}
+
+// A time, read in the time zone in force.
 template <class Target>
 CLI::Option* AddTime(CLI::App* app, const std::string& name, Target* target,
                      const std::string& help) {
-  return AddParsed(app, name, target, ArchiveTimeFromText, "time", help)->type_name("TIME");
+  const auto take = [target](const std::string& text) {
+    *target = TimeFromText(text, TimeReferenceInForce());
+  };
+  return AddTaken(app, name, take, help)->type_name("TIME");
 }
 
+constexpr char kLengthOfTime[] = "length of time: 90, 15m, 1h30m or 1d12h";
+
+// A length of time in whole seconds.
 template <class Target>
 CLI::Option* AddDuration(CLI::App* app, const std::string& name, Target* target,
                          const std::string& help) {
-  return AddParsed(app, name, target, SecondsFromText, "length of time", help)
-      ->type_name("DURATION");
+  return AddParsed(app, name, target, SecondsFromText, kLengthOfTime, help)->type_name("DURATION");
 }
 
 template <class Integer>
@@ -62,6 +86,12 @@ CLI::Option* AddNumber(CLI::App* app, const std::string& name, std::optional<Int
 
 CLI::Option* AddPath(CLI::App* app, const std::string& name, std::string* target,
                      const std::string& help);
+
+// FROM, TO, --since, --until and --for, for a verb that works on a range of time. What they mean
+// together, and whether the verb can do without, it finds out by RangeOf or BoundedRangeOf, in
+// verbs/time_range.h. REQUIRES: what stands before FROM has been added.
+void AddTimeRange(CLI::App* app, RangeOptions* target, const std::string& fromHelp,
+                  const std::string& toHelp);
 
 // SOURCE, which a verb that works on archives cannot do without.
 void AddSource(CLI::App* app, std::string* target);

@@ -42,8 +42,8 @@ void AddRead(CLI::App* app, Options* options, Run* run) {
   CLI::App* const verb = AddVerb(app, "read", "the archive bytes of a range of time", run,
                                  [options] { return RunRead(options->host, options->read); });
   AddSource(verb, &read->source);
-  AddTime(verb, "FROM", &read->from, "begins with the entry at or before this time")->required();
-  AddTime(verb, "TO", &read->to, "ends before the first entry at or after this time")->required();
+  AddTimeRange(verb, &read->range, "begins with the entry at or before this time",
+               "ends before the first entry at or after this time");
   verb->add_option("-o,--output", read->output, "where to write; -: the standard output (default)")
       ->type_name("PATH");
   verb->add_flag("--stop-at-gap", read->stopAtGap, "end where nothing is recorded");
@@ -55,8 +55,8 @@ void AddEvents(CLI::App* app, Options* options, Run* run) {
   CLI::App* const verb = AddVerb(app, "events", "what has happened", run,
                                  [options] { return RunEvents(options->host, options->events); });
   AddSource(verb, &events->source);
-  CLI::Option* const from = AddTime(verb, "FROM", &events->from, "events at or after this time");
-  from->needs(AddTime(verb, "TO", &events->to, "and before this one; default: all events"));
+  AddTimeRange(verb, &events->range, "events at or after this time",
+               "and before this one; default: all events");
   const auto addType = [events](const std::vector<std::string>& texts) {
     for (const std::string& text : texts) {
       const std::optional<std::uint8_t> type = event_types::FromText(text);
@@ -78,9 +78,8 @@ void AddActivity(CLI::App* app, Options* options, Run* run) {
       AddVerb(app, "activity", "how active a stream was, and where nothing is recorded", run,
               [options] { return RunActivity(options->host, options->activity); });
   AddSource(verb, &activity->source);
-  CLI::Option* const from = AddTime(verb, "FROM", &activity->from, "where the range begins");
-  from->needs(
-      AddTime(verb, "TO", &activity->to, "where it ends; default: from first to last archive"));
+  AddTimeRange(verb, &activity->range, "where the range begins",
+               "where it ends; default: from first to last archive");
   AddNumber(verb, "--stream", &activity->streamId, "number of the stream")->required();
   AddNumber(verb, "--bins", &activity->binCount,
             "into how many parts the range is cut; default: 96");
@@ -93,8 +92,7 @@ void AddPreview(CLI::App* app, Options* options, Run* run) {
   CLI::App* const verb = AddVerb(app, "preview", "which entries to show for a range of time", run,
                                  [options] { return RunPreview(options->host, options->preview); });
   AddSource(verb, &preview->source);
-  AddTime(verb, "FROM", &preview->from, "the first time to show")->required();
-  AddTime(verb, "TO", &preview->to, "where the range ends")->required();
+  AddTimeRange(verb, &preview->range, "the first time to show", "where the range ends");
   AddNumber(verb, "--count", &preview->count, "how many times, evenly spaced; default: 10");
   AddStyle(verb, &preview->style, {"text", "json", "csv"});
 }

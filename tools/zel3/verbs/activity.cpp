@@ -20,7 +20,6 @@
 #include "times/length_text.h"
 #include "times/time_text.h"
 #include "verbs/empty_answer.h"
-#include "verbs/time_range.h"
 
 namespace {
 
@@ -37,9 +36,8 @@ struct Bin {
   double RoundedMean() const { return std::round(levels.mean * 100) / 100; }
 };
 
-ActivityBins BinsFor(const ActivityOptions& options, const Timeline& timeline) {
-  if (options.from && options.to)
-    return CutIntoBins(*options.from, std::min(*options.to, kEndOfTimes), options.binCount);
+// The range with its open ends closed; nothing when none of its times is one that archives hold.
+std::optional<BoundedRange> RangeWithin(const OpenRange& range, const Timeline& timeline) {
   ArchiveTime start = kEndOfTimes;
   ArchiveTime end = 0;
   for (const ServedArchive& archive : timeline.Archives()) {
@@ -47,11 +45,13 @@ ActivityBins BinsFor(const ActivityOptions& options, const Timeline& timeline) {
     start = std::min(start, archive.start);
     end = std::max(end, archive.end + std::max(archive.step, kArchiveTimePerIndexTime));
   }
-  return CutIntoBins(start, end, options.binCount);
+  const BoundedRange within = {range.from.value_or(start),
+                               std::min(range.to.value_or(end), kEndOfTimes)};
+  if (within.from >= within.to) return std::nullopt;
+  return within;
 }
 
 void Check(const ActivityOptions& options) {
-  if (options.from && options.to) CheckTimeRange(*options.from, *options.to);
   if (options.binCount == 0 || options.binCount > kMostBins)
     throw Failure("the number of bins must be 1 to 10000", kExitUsage);
 }
@@ -145,18 +145,19 @@ void PrintAsText(const ActivityOptions& options, const ActivityBins& bins,
             << (marks.empty() ? "" : "  - recorded in part") << '\n';
 }
 
-int Activity(const HostOptions& host, const ActivityOptions& options) {
+int Activity(const HostOptions& host, const ActivityOptions& options, const OpenRange& asked) {
   ServedSource source(host, options.source, options.missingIndexes, PrintNotice);
   ProgressBar progress;
   Timeline timeline(&source, &progress);
   timeline.IndexAll();
   timeline.RequireOne();
-  if (options.from && *options.from >= kEndOfTimes) timeline.FailWithNothing();
+  const std::optional<BoundedRange> range = RangeWithin(asked, timeline);
+  if (!range) timeline.FailWithNothing(kNothingRecorded, SecondsHint(asked, timeline));
   RefuseUnknownStream(options.streamId, source.Facts());
-  const ActivityBins bins = BinsFor(options, timeline);
+  const ActivityBins bins = CutIntoBins(range->from, range->to, options.binCount);
   const std::vector<Bin> rows = Measure(bins, options.streamId, &timeline);
   if (std::none_of(rows.begin(), rows.end(), [](const Bin& bin) { return bin.IsRecorded(); }))
-    timeline.FailWithNothing();
+    timeline.FailWithNothing(kNothingRecorded, SecondsHint(asked, timeline));
   switch (options.style.format) {
     case OutputFormat::kCsv:
       PrintAsCsv(rows, options.style.Times());
@@ -180,5 +181,7 @@ void PrintEmpty(const ActivityOptions& options) {
 
 int RunActivity(const HostOptions& host, const ActivityOptions& options) {
   Check(options);
-  return RunOrPrintEmpty([&] { return Activity(host, options); }, [&] { PrintEmpty(options); });
+  const OpenRange range = RangeOf(options.range);
+  return RunOrPrintEmpty([&] { return Activity(host, options, range); },
+                         [&] { PrintEmpty(options); });
 }

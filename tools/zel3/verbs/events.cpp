@@ -10,24 +10,25 @@
 #include "system/failure.h"
 #include "verbs/empty_answer.h"
 #include "verbs/event_printer.h"
-#include "verbs/time_range.h"
 
 namespace {
 
-bool IsWanted(const RecordedEvent& event, const EventsOptions& options) {
-  if (event.time < options.from || event.time >= options.to) return false;
-  const auto& types = options.types;
+bool IsWanted(const RecordedEvent& event, const OpenRange& range,
+              const std::vector<std::uint8_t>& types) {
+  if (range.from && event.time < *range.from) return false;
+  if (range.to && event.time >= *range.to) return false;
   return types.empty() || std::find(types.begin(), types.end(), event.type) != types.end();
 }
 
-int Events(const HostOptions& host, const EventsOptions& options, EventPrinter* printer) {
+int Events(const HostOptions& host, const EventsOptions& options, const OpenRange& range,
+           EventPrinter* printer) {
   ServedSource source(host, options.source, options.missingIndexes, PrintNotice);
   ProgressBar progress;
   Timeline timeline(&source, &progress);
   timeline.RequireOne();
 
   const auto onEvent = [&](const RecordedEvent& event) {
-    if (IsWanted(event, options)) printer->Print(event);
+    if (IsWanted(event, range, options.types)) printer->Print(event);
   };
   bool isWhole = timeline.IsWhole();
   for (const ServedArchive& archive : timeline.Archives()) {
@@ -43,7 +44,8 @@ int Events(const HostOptions& host, const EventsOptions& options, EventPrinter* 
                 " bytes are damaged or cannot be read, and events in them are not known");
     isWhole = false;
   }
-  if (!printer->HasPrinted()) timeline.FailWithNothing("no event is recorded there");
+  if (!printer->HasPrinted())
+    timeline.FailWithNothing("no event is recorded there", SecondsHint(range, timeline));
   printer->Finish();
   return isWhole ? kExitDone : kExitDamaged;
 }
@@ -51,8 +53,8 @@ int Events(const HostOptions& host, const EventsOptions& options, EventPrinter* 
 }  // namespace
 
 int RunEvents(const HostOptions& host, const EventsOptions& options) {
-  CheckTimeRange(options.from, options.to);
+  const OpenRange range = RangeOf(options.range);
   EventPrinter printer(options.style);
-  return RunOrPrintEmpty([&] { return Events(host, options, &printer); },
+  return RunOrPrintEmpty([&] { return Events(host, options, range, &printer); },
                          [&] { printer.Finish(); });
 }

@@ -13,7 +13,6 @@
 #include "text/shown_text.h"
 #include "times/time_text.h"
 #include "verbs/empty_answer.h"
-#include "verbs/time_range.h"
 
 namespace {
 
@@ -27,16 +26,14 @@ struct Position {
 };
 
 void Check(const PreviewOptions& options) {
-  CheckTimeRange(options.from, options.to);
   if (options.count == 0 || options.count > kMostPositions)
     throw Failure("the number of positions must be 1 to 10000", kExitUsage);
 }
 
 // The first position is the start of the range; computed so that no product overflows.
-ArchiveTime TimeOf(std::uint32_t number, const PreviewOptions& options) {
-  const ArchiveTime span = options.to - options.from;
-  return options.from + span / options.count * number +
-         span % options.count * number / options.count;
+ArchiveTime TimeOf(std::uint32_t number, std::uint32_t count, const BoundedRange& range) {
+  const ArchiveTime span = range.to - range.from;
+  return range.from + span / count * number + span % count * number / count;
 }
 
 void PrintAsJson(const std::vector<Position>& positions, TimeFormat times) {
@@ -103,7 +100,7 @@ void Print(const std::vector<Position>& positions, const OutputStyle& style) {
   }
 }
 
-int Preview(const HostOptions& host, const PreviewOptions& options) {
+int Preview(const HostOptions& host, const PreviewOptions& options, const BoundedRange& range) {
   ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
   ProgressBar progress;
   Timeline timeline(&source, &progress);
@@ -111,20 +108,20 @@ int Preview(const HostOptions& host, const PreviewOptions& options) {
   std::vector<Position> positions;
   for (std::uint32_t i = 0; i < options.count; ++i) {
     Position position;
-    position.time = TimeOf(i, options);
+    position.time = TimeOf(i, options.count, range);
     if (position.time >= timeline.Start()) position.entry = timeline.FirstFrom(position.time);
     if (position.entry) {
       DoubtFirst(*position.entry, &timeline);
       position.file =
           archive_source::FileName(timeline.Archives()[position.entry->fileNumber].path);
-      position.timeReached = options.to <= position.entry->time;
+      position.timeReached = range.to <= position.entry->time;
     }
     positions.push_back(position);
   }
   if (std::none_of(positions.begin(), positions.end(),
                    [](const Position& position) { return position.entry.has_value(); })) {
     DoubtEnds(&timeline);
-    timeline.FailWithNothing();
+    timeline.FailWithNothing(kNothingRecorded, SecondsHint({range.from, range.to}, timeline));
   }
   Print(positions, options.style);
   return timeline.IsWhole() ? kExitDone : kExitDamaged;
@@ -134,7 +131,8 @@ int Preview(const HostOptions& host, const PreviewOptions& options) {
 
 int RunPreview(const HostOptions& host, const PreviewOptions& options) {
   Check(options);
-  return RunOrPrintEmpty([&] { return Preview(host, options); },
+  const BoundedRange range = BoundedRangeOf(options.range);
+  return RunOrPrintEmpty([&] { return Preview(host, options, range); },
                          [&] {
                            if (options.style.format != OutputFormat::kText)
                              Print(std::vector<Position>(), options.style);

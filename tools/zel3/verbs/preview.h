@@ -3,14 +3,13 @@
 #include <cstdint>
 #include <string>
 
-#include "blocks/units.h"
 #include "output/output_style.h"
 #include "sources/host_options.h"
+#include "verbs/time_range.h"
 
 struct PreviewOptions {
   std::string source;
-  ArchiveTime from = 0;
-  ArchiveTime to = 0;  // not part of the range
+  RangeOptions range;
   std::uint32_t count = 10;
   OutputStyle style;
 };

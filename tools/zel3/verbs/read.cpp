@@ -20,7 +20,6 @@
 #include "text/shown_text.h"
 #include "times/time_text.h"
 #include "verbs/empty_answer.h"
-#include "verbs/time_range.h"
 
 namespace {
 
@@ -85,15 +84,15 @@ struct Summary {
 
 class RangeCopy {
  public:
-  RangeCopy(const ReadOptions& options, Timeline* timeline, OutputFile* output)
-      : mOptions(options), mTimeline(*timeline), mOutput(*output) {}
+  RangeCopy(const BoundedRange& range, bool stopAtGap, Timeline* timeline, OutputFile* output)
+      : mRange(range), mStopAtGap(stopAtGap), mTimeline(*timeline), mOutput(*output) {}
 
   Summary Copy() {
     const std::vector<ServedArchive>& archives = mTimeline.Archives();
     for (std::size_t number = 0; number < archives.size() && !mSummary.stopped; ++number) {
       const ServedArchive& archive = archives[number];
       const ArchiveTime end = archive.end + std::max(archive.step, kLongestStep);
-      if (archive.IsLeftOut() || archive.start >= mOptions.to || end < mOptions.from) continue;
+      if (archive.IsLeftOut() || archive.start >= mRange.to || end < mRange.from) continue;
       if (const OpenedArchive* const opened = mTimeline.Open(number)) CopyOf(number, *opened);
     }
     return mSummary;
@@ -107,7 +106,7 @@ class RangeCopy {
     EntryCopy copy(
         opened.File(), opened.Index(), &mSummary.counts,
         [this](const unsigned char* bytes, std::size_t size) { mOutput.Write(bytes, size); });
-    for (const EntryRange& range : EntriesWithin(opened, mOptions.from, mOptions.to)) {
+    for (const EntryRange& range : EntriesWithin(opened, mRange.from, mRange.to)) {
       copy.Copy(range.first, UpToGap(number, opened, range));
       if (mSummary.stopped) break;
     }
@@ -125,14 +124,15 @@ class RangeCopy {
         continue;
       }
       mSummary.gaps.push_back(*leap);
-      if (!mOptions.stopAtGap) continue;
+      if (!mStopAtGap) continue;
       mSummary.stopped = true;
       return entry;
     }
     return range.end;
   }
 
-  const ReadOptions& mOptions;
+  const BoundedRange mRange;
+  const bool mStopAtGap;
   Timeline& mTimeline;
   OutputFile& mOutput;
   TimeWatch mWatch;
@@ -192,16 +192,17 @@ void TellAsText(const Summary& summary, TimeFormat times) {
   if (summary.stopped) PrintNotice("stopped at the gap");
 }
 
-int Read(const ReadOptions& options, const std::string& target, ServedSource* source) {
+int Read(const ReadOptions& options, const BoundedRange& range, const std::string& target,
+         ServedSource* source) {
   OutputFile output(target);
   ProgressBar progress;
   Timeline timeline(source, &progress);
   timeline.RequireOne();
 
-  Summary summary = RangeCopy(options, &timeline, &output).Copy();
+  Summary summary = RangeCopy(range, options.stopAtGap, &timeline, &output).Copy();
   if (summary.counts.entries + summary.counts.damagedEntries == 0) {
-    DoubtRecorded(options.from, options.to, &timeline);
-    timeline.FailWithNothing();
+    DoubtRecorded(range.from, range.to, &timeline);
+    timeline.FailWithNothing(kNothingRecorded, SecondsHint({range.from, range.to}, timeline));
   }
   output.Finish();
   summary.bytes = output.BytesWritten();
@@ -216,10 +217,10 @@ int Read(const ReadOptions& options, const std::string& target, ServedSource* so
 }  // namespace
 
 int RunRead(const HostOptions& host, const ReadOptions& options) {
-  CheckTimeRange(options.from, options.to);
+  const BoundedRange range = BoundedRangeOf(options.range);
   ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
   const std::string target = ChosenOutput(options, source.Facts());
-  return RunOrPrintEmpty([&] { return Read(options, target, &source); },
+  return RunOrPrintEmpty([&] { return Read(options, range, target, &source); },
                          [&] {
                            if (options.style.format != OutputFormat::kJson) return;
                            TellAsJson(Summary(), OutputFile::IsStandardOutput(target),

@@ -2,14 +2,13 @@
 
 #include <string>
 
-#include "blocks/units.h"
 #include "output/output_style.h"
 #include "sources/host_options.h"
+#include "verbs/time_range.h"
 
 struct ReadOptions {
   std::string source;
-  ArchiveTime from = 0;
-  ArchiveTime to = 0;  // not part of the range
+  RangeOptions range;
   std::string output;  // "-": the standard output; empty: the same, unless it is a terminal
   bool stopAtGap = false;
   OutputStyle style;  // of what is told about the bytes

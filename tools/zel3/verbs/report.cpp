@@ -10,29 +10,34 @@
 #include "page/report_page.h"
 #include "system/failure.h"
 #include "verbs/exit_by_severity.h"
-#include "verbs/time_range.h"
 
 namespace {
 
-std::optional<ReportRange> RangeOf(const ReportOptions& options) {
-  if (!options.from || !options.to) return std::nullopt;
-  CheckTimeRange(*options.from, *options.to);
-  if (*options.from >= kEndOfTimes) throw Failure(kNothingRecorded, kExitNothing);
-  return ReportRange{*options.from, std::min(*options.to, kEndOfTimes)};
+OpenRange WithinTimes(OpenRange range) {
+  if (range.from.value_or(0) >= kEndOfTimes) throw Failure(kNothingRecorded, kExitNothing);
+  if (range.to) range.to = std::min(*range.to, kEndOfTimes);
+  return range;
+}
+
+std::string HintFor(const OpenRange& asked, const std::optional<ReportRange>& recorded) {
+  if (!recorded) return "";
+  const std::string hint = SecondsHint(asked.from, recorded->from, recorded->to);
+  return hint.empty() ? SecondsHint(asked.to, recorded->from, recorded->to) : hint;
 }
 
 }  // namespace
 
 int RunReport(const HostOptions& host, const ReportOptions& options) {
-  const std::optional<ReportRange> range = RangeOf(options);
+  const OpenRange range = WithinTimes(RangeOf(options.range));
   ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
   RefuseToHarm(source.Facts(), options.output);
 
   ProgressBar progress;
-  const ReportData report = CollectReport(&source, range, &progress);
+  const ReportData report = CollectReport(&source, range.from, range.to, &progress);
   const bool holdsEntries = std::any_of(report.files.begin(), report.files.end(),
                                         [](const ReportFile& file) { return file.HoldsEntries(); });
-  if (range && !holdsEntries) throw Failure(kNothingRecorded, kExitNothing);
+  if ((range.from || range.to) && !holdsEntries)
+    throw Failure(kNothingRecorded + HintFor(range, report.recorded), kExitNothing);
   const std::string page = ReportPage(report, options.askedTimeFormat.value_or(TimeFormat::kIso));
   OutputFile output(options.output);
   output.Write(std::vector<unsigned char>(page.begin(), page.end()));

@@ -3,15 +3,14 @@
 #include <optional>
 #include <string>
 
-#include "blocks/units.h"
 #include "checkup/severity.h"
 #include "sources/host_options.h"
 #include "times/time_text.h"
+#include "verbs/time_range.h"
 
 struct ReportOptions {
   std::string source;
-  std::optional<ArchiveTime> from;       // none: the first entry
-  std::optional<ArchiveTime> to;         // not part of the range; none: the last entry
+  RangeOptions range;                    // default: from the first to the last entry
   std::string output;                    // where the page goes; -: the standard output
   Severity failOn = Severity::kWarning;  // the least that makes the verb end as damaged
   std::optional<TimeFormat> askedTimeFormat;

@@ -17,6 +17,7 @@
 #include "text/shown_text.h"
 #include "times/time_text.h"
 #include "verbs/empty_answer.h"
+#include "verbs/time_range.h"
 
 namespace {
 
@@ -165,7 +166,8 @@ int Seek(const HostOptions& host, const SeekOptions& options) {
   const TimeFormat times = options.style.Times();
   if (!found) {
     DoubtEnds(&timeline);
-    timeline.FailWithNothing(NothingThere(timeline, options.time, times));
+    timeline.FailWithNothing(NothingThere(timeline, options.time, times),
+                             SecondsHint({options.time, std::nullopt}, timeline));
   }
   DoubtFound(*found, options.time, options.lookup, &timeline);
 

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QString>
+#include <optional>
+#include <string>
+
+// How far clocks are ahead of UTC, in seconds, as people write it.
+
+// Of +02:00, +0200, +02, and the same with seconds; less than a day. Nothing for another text.
+std::optional<int> OffsetFromText(const QString& text);
+
+// +02:00; with seconds only where there are any.
+std::string OffsetText(int seconds);
