@@ -14,9 +14,26 @@
 
   // Times
 
-  const iso = time => new Date(time).toISOString();
+  // How far clocks are ahead of UTC; a report in UTC has no offsets.
+  function offsetAt(time) {
+    let offset = 0;
+    for (const [from, each] of report.offsets) {
+      if (from > time) break;
+      offset = each;
+    }
+    return offset;
+  }
+
+  function zoneText(time) {
+    if (report.offsets.length === 0) return "UTC";
+    const offset = offsetAt(time);
+    return (offset < 0 ? "-" : "+") + new Date(Math.abs(offset)).toISOString().slice(11, 16);
+  }
+
+  const shifted = time => new Date(time + offsetAt(time));
+  const iso = time => shifted(time).toISOString();
   const timeText = (time, digits = 23) =>
-    isDate ? iso(time).replace("T", " ").slice(0, digits) + " UTC" : String(Math.round(time));
+    isDate ? `${iso(time).replace("T", " ").slice(0, digits)} ${zoneText(time)}` : String(Math.round(time));
 
   function lengthText(length) {
     if (!isDate) return String(Math.round(length));
@@ -126,7 +143,7 @@
       height: height + (hasTimes ? 44 : 0),
       padding: [8, 36, hasTimes ? 0 : 4, 0],
       ms: 1,
-      tzDate: time => uPlot.tzDate(new Date(time), "Etc/UTC"),
+      tzDate: time => uPlot.tzDate(shifted(time), "Etc/UTC"),
       legend: {show: false},
       scales: {x: {time: isDate, auto: false}, y: {range: () => [0, most]}},
       series: [{}, {paths: () => null, points: {show: false}}],

@@ -6,6 +6,8 @@
 #include "sources/archive_source.h"
 #include "text/json_text.h"
 #include "text/shown_text.h"
+#include "times/local_time.h"
+#include "times/time_reference.h"
 
 namespace {
 
@@ -69,10 +71,25 @@ Json FindingsJson(const ReportData& report) {
   return findings;
 }
 
+// How far clocks of the zone in force are ahead of UTC, in milliseconds, and from when on: the
+// browser's own zone need not be that, and it may know other rules.
+Json OffsetsJson(const ReportRange& range) {
+  const QTimeZone& zone = TimeReferenceInForce().zone;
+  Json offsets = Json::array();
+  if (zone == QTimeZone::utc()) return offsets;
+  const auto from = static_cast<std::int64_t>(range.from);
+  const auto to = static_cast<std::int64_t>(range.to);
+  offsets.push_back({0, OffsetAt(from, zone)});
+  for (const std::int64_t change : ChangesWithin(from, to, zone))
+    offsets.push_back({change, OffsetAt(change, zone)});
+  return offsets;
+}
+
 Json DataJson(const ReportData& report, TimeFormat times) {
   const ReportRange range = report.range.value_or(ReportRange{});
   Json json;
   json["timeFormat"] = times == TimeFormat::kIso ? "iso" : "integer";
+  json["offsets"] = OffsetsJson(range);
   json["from"] = range.from;
   json["to"] = range.to;
   json["files"] = FilesJson(report);

@@ -110,6 +110,14 @@ test("shows the whole archive first", async () => {
   assert.equal(to, FIRST + 180 * MINUTE - ENTRY + 1000, "the second of the last entry is part of it");
 });
 
+test("shows times by the clocks that were asked for, wherever the browser is", async () => {
+  const address = report.inZone("Asia/Kathmandu");
+  page = await openPage(browser, address, {timezoneId: "America/New_York"});
+  assert.match(await text("#view"), /^2024-05-01 13:45:00\.000 \+05:45 – 2024-05-01 16:44:51\.000 \+05:45 /);
+  assert.match(await text("#files tbody tr:first-child"), /2024-05-01T13:45:00\.000\+05:45/);
+  assert.deepEqual(page.complaints, []);
+});
+
 test("tells the levels that the reader answers", async () => {
   await open();
   const ids = await page.locator("#streams tbody td:first-child").allTextContents();

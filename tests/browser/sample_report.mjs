@@ -53,6 +53,13 @@ export class SampleReport {
     }
   }
 
+  // The address of a report in a time zone.
+  inZone(zone) {
+    const page = join(this.folder, "in-zone.html");
+    this.zel3("report", this.archives, "-o", page, "--time-zone", zone);
+    return `file://${page}`;
+  }
+
   // The levels of a stream, one for each of `count` bins from a time on.
   levels(stream, from, to, count) {
     const answer = this.zel3("activity", this.archives, "--stream", String(stream), "--bins", String(count),

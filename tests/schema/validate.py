@@ -184,7 +184,7 @@ def main():
         made = None
         for name in ("sound", "damaged", "other", "empty"):
             made = check.json("make", 0, "make", work / name, *make, "--truth", work / "truth")
-        check.json("make", 0, "make", work / "iso", *make, "--time-format", "iso")
+        check.json("make", 0, "make", work / "iso", *make, "--time-format", "iso", "--time-zone", "+02:00")
         check.hold("truth", json.loads((work / "truth").read_text()), "make --truth")
         names = [file["file"] for file in made["files"]]
 

@@ -210,6 +210,23 @@ TEST_F(ReportOfSample, TimesAreDatesUnlessAskedForAsIntegers) {
   EXPECT_EQ(mData["timeFormat"], "integer");
 }
 
+TEST_F(ReportOfSample, TimesAreInTheZoneThatIsAskedFor) {
+  EXPECT_THAT(PageOf(mFolder, {"--time-zone", "Asia/Kathmandu"}),
+              HasSubstr(">2024-05-01T05:46:30.000+05:45</td>"));
+  EXPECT_EQ(mData["offsets"], nlohmann::json({{0, 20700000}}));
+  PageOf(mFolder);
+  EXPECT_THAT(mData["offsets"], IsEmpty());
+}
+
+TEST_F(Report, ChartsFollowClocksThatAreSet) {
+  const std::string folder = NewFolder("spring");
+  // From the evening before the clocks of Berlin are set forward.
+  Write(folder + "/a.zel3", {1711832400, 1711850000}, {1});
+  PageOf(folder, {"--time-zone", "Europe/Berlin"});
+  EXPECT_EQ(mData["offsets"],
+            nlohmann::json({{0, 3600000}, {std::uint64_t{1711846800000}, 7200000}}));
+}
+
 TEST_F(ReportOfSample, IsTheSameEachTime) {
   EXPECT_EQ(PageOf(mFolder), PageOf(mFolder));
 }
