@@ -40,6 +40,9 @@ QTimeZone TimeZoneOfSystem() {
 [[noreturn]] void Refuse(const std::string& text, const QString& name) {
   const QStringList names = NamesLike(name);
   std::string hint = "names are UTC, local, +02:00, or as Europe/Berlin";
+  // Without it Qt knows offsets only.
+  if (NamesLike(QLatin1String("Europe/")).isEmpty())
+    hint = "UTC and +02:00 are; this system has no time zone database (tzdata)";
   if (!names.isEmpty())
     hint = std::string("do you mean ") + names.join(QLatin1String(" or ")).toLatin1().constData() +
            "?";

@@ -277,6 +277,12 @@ TEST_F(Times, SecondsAreNotLookedForInArchivesOfAnotherUnit) {
   EXPECT_THAT(Run({"seek", folder, "99"}).err, Not(HasSubstr("seconds")));
 }
 
+TEST_F(Times, ARecordingCanStartSomeTimeAgo) {
+  const std::string folder = *this / "recent";
+  EXPECT_EQ(Run({"make", folder, "--start", "-1h", "--length", "1m"}).exitCode, 0);
+  EXPECT_EQ(Run({"seek", folder, "-59m30s"}).exitCode, 0);
+}
+
 TEST_F(RecentTimes, CanBeAskedForByHowLongAgoTheyAre) {
   const auto entries = [this](const Arguments& range) {
     Arguments arguments{"read", mFolder, "--format", "json", "-o", *this / "bytes"};

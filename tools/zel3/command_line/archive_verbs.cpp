@@ -23,7 +23,13 @@ void AddMake(CLI::App* app, Options* options, Run* run) {
                                  [make] { return RunMake(*make); });
   AddPath(verb, "FOLDER", &make->folder, "where to write; made when missing")->required();
   AddNumber(verb, "--seed", &make->seed, "other contents of the same shape");
-  AddTime(verb, "--start", &make->start, "when the recording starts");
+  const auto takeStart = [make](const std::string& text) {
+    // A recording starts with a second, also when it is said by how long ago that was.
+    TimeReference reference = TimeReferenceInForce();
+    reference.now -= reference.now % 1000;
+    make->start = TimeFromText(text, reference);
+  };
+  AddTaken(verb, "--start", takeStart, "when the recording starts")->type_name("TIME");
   AddDuration(
       verb, "--length", &make->lengthSeconds,
       "how long it lasts, gaps included: 90, 15m, 6h, 1d; leaves out the sample day's gaps and "
