@@ -7,8 +7,9 @@ page=$2
 export PATH=$3:$PATH
 copies=$4
 
-# Beside the page that it runs cram leaves what was different.
-cp "$page" "$copies"
+# Beside the page that it runs cram leaves what was different. It writes other characters than those of ASCII as escaped
+# bytes; the page shows them as readers see them.
+"$(dirname "$0")/escape_output.py" <"$page" >"$copies/$(basename "$page")"
 settings=$(mktemp -d)
 trap 'rm -rf "$settings"' EXIT
 export XDG_CONFIG_HOME=$settings XDG_CACHE_HOME=$settings/cache
