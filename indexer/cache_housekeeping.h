@@ -14,8 +14,8 @@ namespace cache_limit_setting {
 
 constexpr char kKey[] = "ID3_HDR_EVT_total_MB";
 constexpr int kDefaultMegabytes = 100;
-// Stands for no limit: more than a disk holds. The sizes of files that are mostly holes could add up
-// to more.
+// Stands for no limit: more than a disk holds. The sizes of files that are mostly holes could add
+// up to more.
 constexpr int kUnlimitedMegabytes = std::numeric_limits<int>::max();
 constexpr std::int64_t kBytesPerMegabyte = 1048576;
 

@@ -26,5 +26,6 @@ struct WorkerCalls {
 // Does the pieces from 0 to `pieces` by so many workers, but no more than there are pieces. A
 // worker that is lost is replaced. REQUIRES: this process has no other threads, and nothing that a
 // copy must not share. Throws Failure when the user interrupts, when no worker can be started, and
-// what a worker has thrown; the workers are interrupted then, as they are when this process ends, and have ended before.
+// what a worker has thrown; the workers are interrupted then, as they are when this process ends,
+// and have ended before.
 void RunInWorkers(std::size_t workers, std::size_t pieces, const WorkerCalls& calls);
