@@ -46,6 +46,7 @@ class ArchiveCheckup : public FramingSink {
         mTimes(archive_source::FileName(path), findings),
         mFindings(findings) {
     mFacts.path = path;
+    mFacts.name = source.NameOf(path);
   }
 
   void OnHeader(FilePosition position, const ArchiveHeader& header) override {
@@ -228,6 +229,7 @@ ArchiveFacts CheckArchive(const std::string& path, const SourceFacts& source, Fi
     findings->Add({FindingKind::kUnreadable, archive_source::FileName(path), error.what()});
     ArchiveFacts unread;
     unread.path = path;
+    unread.name = source.NameOf(path);
     return unread;
   }
 }

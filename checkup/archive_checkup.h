@@ -14,6 +14,7 @@
 // What one pass over an archive file has told.
 struct ArchiveFacts {
   std::string path;
+  std::string name;         // what people know it by
   std::uint64_t bytes = 0;  // its size
   std::uint64_t entries = 0;
   // Of the earliest entry and the latest, by their places; of no meaning without entries.

@@ -13,16 +13,14 @@ namespace {
 constexpr std::size_t kMostWithAll = 5000;
 
 Finding Overlap(const ArchiveFacts& file, const ArchiveFacts& before) {
-  Finding finding{FindingKind::kOverlap, archive_source::FileName(file.path),
-                  "holds times of " + archive_source::FileName(before.path) + ", too"};
+  Finding finding{FindingKind::kOverlap, file.name, "holds times of " + before.name + ", too"};
   finding.time = file.startTime;
   finding.endTime = std::min(file.endTime, before.endTime);
   return finding;
 }
 
 Finding GapBetween(const ArchiveFacts& before, const ArchiveFacts& file) {
-  Finding finding{FindingKind::kGap, archive_source::FileName(file.path),
-                  "nothing is recorded since " + archive_source::FileName(before.path)};
+  Finding finding{FindingKind::kGap, file.name, "nothing is recorded since " + before.name};
   finding.time = before.endTime;
   finding.endTime = file.startTime;
   return finding;
@@ -51,6 +49,14 @@ std::vector<Finding> CheckOrder(std::vector<ArchiveFacts> archives) {
     }
     if (latest == nullptr || latest->endTime < facts.endTime) latest = &facts;
   }
+  return findings;
+}
+
+// Where files come from several folders, what is found in one and its cache files has the way to
+// its folder before the name.
+std::vector<Finding> WithWay(std::vector<Finding> findings, const std::string& nameOfArchive) {
+  const std::string way = nameOfArchive.substr(0, nameOfArchive.rfind('/') + 1);
+  for (Finding& finding : findings) finding.file.insert(0, way);
   return findings;
 }
 
@@ -91,7 +97,7 @@ Diagnosis Diagnose(const SourceFacts& source, Progress* progress) {
   for (const std::string& path : paths) {
     Findings findings(diagnosis.findings.size() < kMostWithAll ? Findings::kMostOfAKind : 1);
     diagnosis.archives.push_back(CheckArchive(path, source, &findings, onBytesRead));
-    append(findings.All());
+    append(WithWay(findings.All(), diagnosis.archives.back().name));
   }
   progress->Clear();
   append(LinksInPlaceOfFolders());

@@ -43,7 +43,7 @@ const char* RemedyOf(FindingKind kind);
 // Something about an archive that its owner may want to know.
 struct Finding {
   FindingKind kind;
-  std::string file;  // its bare name
+  std::string file;  // its bare name; in a diagnosis what people know it by
   std::string text;  // for people; may quote texts from outside as they are
   std::optional<FilePosition> position = {};  // in the file
   std::optional<std::uint64_t> bytes = {};    // how many it is about

@@ -134,7 +134,7 @@ void ProvenIndexes::BuildInWorkers(const std::vector<ServedArchive*>& archives,
   };
   // Workers forget for themselves only.
   for (const ServedArchive* const archive : archives)
-    mSource.Facts().Memory().Forget(archive_source::FileName(archive->path));
+    mSource.Facts().MemoryOf(archive->path).Forget(archive_source::FileName(archive->path));
   RunInWorkers(options.jobs, archives.size(), calls);
   progress.Clear();
 }

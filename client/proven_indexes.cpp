@@ -64,7 +64,7 @@ ArchiveIdentity ProvenIndexes::IdentityOf(const ServedArchive& archive) const {
 }
 
 void ProvenIndexes::Tell(const ServedArchive& archive, const std::string& what) const {
-  mSource.Tell(archive_source::FileName(archive.path) + " " + what);
+  mSource.Tell(mSource.Facts().NameOf(archive.path) + " " + what);
 }
 
 void ProvenIndexes::Look(ServedArchive* archive) {
@@ -72,7 +72,8 @@ void ProvenIndexes::Look(ServedArchive* archive) {
   const SourceFacts& facts = mSource.Facts();
   auto known = facts.Known(archive->path);
   if (!known) {
-    known = facts.Memory().Find(archive_source::FileName(archive->path), IdentityOf(*archive));
+    known = facts.MemoryOf(archive->path)
+                .Find(archive_source::FileName(archive->path), IdentityOf(*archive));
   }
   if (known) {
     archive->state = State::kCached;
@@ -119,7 +120,9 @@ IndexFit ProvenIndexes::FitWithCache(const ServedArchive& archive, const KeptInd
                                      const PlainFile& file, const ArchiveIdentity& identity) {
   IndexFit fit = FitOf(index, file);
   if (fit.verdict != IndexFit::Verdict::kFits) return fit;
-  if (mSource.Facts().Memory().KnowsAnotherIndex(archive_source::FileName(archive.path), identity))
+  if (mSource.Facts()
+          .MemoryOf(archive.path)
+          .KnowsAnotherIndex(archive_source::FileName(archive.path), identity))
     return NotOwn("has an index that was changed since it was last looked at");
   if (file.Size() <= kSmallArchive &&
       !IsExactIndex(mSource.Facts().CacheOf(archive.path), archive.path)) {
@@ -153,7 +156,9 @@ void ProvenIndexes::Accept(const IndexedSpan& span, const ArchiveIdentity& ident
   facts.end = span.end;
   facts.step = span.step;
   facts.misplaced = span.misplaced;
-  mSource.Facts().Memory().Remember(archive_source::FileName(archive->path), identity, facts);
+  mSource.Facts()
+      .MemoryOf(archive->path)
+      .Remember(archive_source::FileName(archive->path), identity, facts);
 }
 
 void ProvenIndexes::LeaveOut(const std::string& why, ServedArchive* archive) {
@@ -169,7 +174,7 @@ void ProvenIndexes::Build(ServedArchive* archive) {
   }
   // A reader would leave empty files where its index should be.
   if (!archive_source::IsKnownToParsers(archive->path)) return LeaveOut(kWhyNoIndex, archive);
-  mSource.Facts().Memory().Forget(archive_source::FileName(archive->path));
+  mSource.Facts().MemoryOf(archive->path).Forget(archive_source::FileName(archive->path));
   for (int i = 0; i < kMostBuilds; ++i) {
     const std::optional<State> built = BuildOnce(*archive);
     const ArchiveIdentity identity = IdentityOf(*archive);

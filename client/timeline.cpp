@@ -51,7 +51,7 @@ void Timeline::RequireOne() const {
   const ExitCode exitCode = leavesOut ? kExitDamaged : kExitFailed;
   if (!mSource.Facts().IsFolder()) {
     const ServedArchive& archive = mArchives.front();
-    throw Failure(archive_source::FileName(archive.path) + " " + archive.why, exitCode);
+    throw Failure(mSource.Facts().NameOf(archive.path) + " " + archive.why, exitCode);
   }
   throw Failure("no archive in " + mSource.Path() + " can be served", exitCode);
 }
@@ -168,7 +168,7 @@ ArchiveTime Timeline::End() const {
 
 void Timeline::Doubt(std::size_t number, const std::string& why) {
   if (mDoubts.insert({number, why}).second)
-    mSource.Tell(archive_source::FileName(mArchives[number].path) + " " + why);
+    mSource.Tell(mSource.Facts().NameOf(mArchives[number].path) + " " + why);
 }
 
 bool Timeline::IsWhole() const {

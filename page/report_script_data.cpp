@@ -3,7 +3,6 @@
 #include <map>
 
 #include "archive/event_types.h"
-#include "sources/archive_source.h"
 #include "text/json_text.h"
 #include "text/shown_text.h"
 #include "times/local_time.h"
@@ -37,7 +36,7 @@ Json FilesJson(const ReportData& report) {
   Json files = Json::array();
   for (const ReportFile& file : report.files) {
     if (!file.HoldsEntries()) continue;
-    files.push_back({{"name", Escaped(archive_source::FileName(file.facts.path))},
+    files.push_back({{"name", Escaped(file.facts.name)},
                      {"from", file.facts.startTime},
                      {"to", file.facts.endTime},
                      {"indexed", file.indexed}});
@@ -49,7 +48,7 @@ Json FilesJson(const ReportData& report) {
 Json FindingsJson(const ReportData& report) {
   std::map<std::string, const ArchiveFacts*> files;
   for (const ReportFile& file : report.files) {
-    if (file.HoldsEntries()) files[archive_source::FileName(file.facts.path)] = &file.facts;
+    if (file.HoldsEntries()) files[file.facts.name] = &file.facts;
   }
   Json findings = Json::array();
   for (const Finding& finding : report.findings.items) {

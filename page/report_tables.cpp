@@ -6,7 +6,6 @@
 
 #include "archive/event_types.h"
 #include "page/html.h"
-#include "sources/archive_source.h"
 #include "times/length_text.h"
 
 namespace report_tables {
@@ -77,7 +76,7 @@ std::string Files(const ReportData& report, TimeFormat times) {
   for (const ReportFile& file : report.files) {
     const ArchiveFacts& facts = file.facts;
     table.BeginRow();
-    table.Cell(archive_source::FileName(facts.path));
+    table.Cell(facts.name);
     if (file.HoldsEntries()) {
       table.LinkedTime(TimeText(facts.startTime, times), facts.startTime, facts.endTime);
       table.Time(TimeText(facts.endTime, times));

@@ -86,17 +86,26 @@ bool IsFolder(const std::string& source) {
 
 std::vector<std::string> Files(const std::string& source) {
   if (!IsFolder(source)) return {source};
-  std::vector<std::pair<QString, std::string>> names;
-  for (const std::string& name : NamesIn(source)) names.emplace_back(OrderOf(name), name);
-  std::sort(names.begin(), names.end());
   const std::string folder = source == "/" ? source : source + "/";
   std::vector<std::string> files;
-  for (const auto& [order, name] : names) files.push_back(folder + name);
+  for (const std::string& name : NamesIn(source)) files.push_back(folder + name);
+  SortByName(&files);
   return files;
 }
 
+void SortByName(std::vector<std::string>* paths) {
+  std::vector<std::pair<QString, std::string>> ordered;
+  for (const std::string& path : *paths) ordered.emplace_back(OrderOf(FileName(path)), path);
+  std::sort(ordered.begin(), ordered.end());
+  for (std::size_t i = 0; i < ordered.size(); ++i) (*paths)[i] = ordered[i].second;
+}
+
+std::string NoFilesIn(const std::string& source) {
+  return "no archive in " + source;
+}
+
 void FailWithoutFiles(const std::string& source) {
-  throw Failure("no archive in " + source);
+  throw Failure(NoFilesIn(source));
 }
 
 bool IsKnownToParsers(const std::string& path) {

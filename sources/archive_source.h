@@ -19,7 +19,12 @@ bool IsFolder(const std::string& source);
 // for hidden ones.
 std::vector<std::string> Files(const std::string& source);
 
-// Throws Failure: the source holds no archive file.
+// Sorts paths by the names of the files, as those of a folder are.
+void SortByName(std::vector<std::string>* paths);
+
+// What the user is told of a source that holds no archive file.
+std::string NoFilesIn(const std::string& source);
+// Throws Failure with it.
 [[noreturn]] void FailWithoutFiles(const std::string& source);
 
 // Whether a parser knows such a file: none knows older ones, whose names end differently.

@@ -18,17 +18,13 @@
 #include "sources/shared_fallback.h"
 #include "system/failure.h"
 
-namespace {
-
-std::string AsSentence(const std::string& path, const std::string& clause) {
-  return archive_source::FileName(path) + " " + clause;
-}
-
-}  // namespace
-
 ServedSource::ServedSource(const HostOptions& host, const std::string& path, MissingIndexes missing,
                            OnNotice onNotice)
-    : mHost(host), mMissing(missing), mOnNotice(std::move(onNotice)), mFacts(Look(path)) {
+    : ServedSource(host, GivenSourceAt(path), missing, std::move(onNotice)) {}
+
+ServedSource::ServedSource(const HostOptions& host, const GivenSource& source,
+                           MissingIndexes missing, OnNotice onNotice)
+    : mHost(host), mMissing(missing), mOnNotice(std::move(onNotice)), mFacts(Look(source)) {
   RefuseOthers();
   shared_fallback::Forbid();
   if (missing == MissingIndexes::kLeaveOut) return;
@@ -49,19 +45,19 @@ bool ServedSource::WaitForOthers(const std::string& archive) const {
 
 // An index that another user's process is about to finish beside an archive can be used where none
 // could be written.
-SourceFacts ServedSource::Look(const std::string& path) const {
-  SourceFacts facts(mHost, path);
+SourceFacts ServedSource::Look(const GivenSource& source) const {
+  SourceFacts facts(mHost, source);
   bool waited = false;
   for (const std::string& archive : facts.Archives()) {
     const bool mayWait = mMissing == MissingIndexes::kBuild && facts.PlaceOf(archive).isPrivate;
     if (mayWait) waited = index_lock::WaitForOthers(archive, "", mOnNotice) || waited;
   }
-  return waited ? SourceFacts(mHost, path) : facts;
+  return waited ? SourceFacts(mHost, source) : facts;
 }
 
 void ServedSource::RefuseOthers() const {
   for (const auto& [path, why] : mFacts.Others()) {
-    const std::string sentence = AsSentence(path, why);
+    const std::string sentence = mFacts.NameOf(path) + " " + why;
     if (!mFacts.IsFolder()) throw Failure(sentence);
     mOnNotice(sentence + "; it is left out");
   }

@@ -26,6 +26,8 @@ class ServedSource {
   // folder asked for, or when readers would delete indexes and nothing may change.
   ServedSource(const HostOptions& host, const std::string& path, MissingIndexes missing,
                OnNotice onNotice);
+  ServedSource(const HostOptions& host, const GivenSource& source, MissingIndexes missing,
+               OnNotice onNotice);
 
   const SourceFacts& Facts() const { return mFacts; }
   const std::string& Path() const { return mFacts.Path(); }
@@ -76,7 +78,7 @@ class ServedSource {
   bool WaitForOthers(const std::string& archive) const;
 
  private:
-  SourceFacts Look(const std::string& path) const;
+  SourceFacts Look(const GivenSource& source) const;
   void RefuseOthers() const;
   void MakePlaces();
   std::string MakePrivateFolder(const std::string& archive, const std::string& whyNotBeside);

@@ -4,27 +4,29 @@
 #include "sources/archive_source.h"
 #include "sources/cache_folder.h"
 #include "sources/reader_path.h"
+#include "system/failure.h"
 #include "system/file_handle.h"
 #include "system/interruption.h"
 
 SourceFacts::SourceFacts(const HostOptions& host, const std::string& path)
-    : mPath(archive_source::Locate(path)),
-      mIsFolder(archive_source::IsFolder(mPath)),
-      mFiles(archive_source::Files(mPath)),
-      mMemory(std::make_shared<CheckMemory>(mIsFolder ? archive_source::CanonicalPath(mPath)
-                                                      : CanonicalFolderOf(mPath))) {
+    : SourceFacts(host, GivenSourceAt(path)) {}
+
+SourceFacts::SourceFacts(const HostOptions& host, const GivenSource& source) : mGiven(source) {
   RequireFileHandles();
   const std::string indexFolder = cache_folder::Checked(host.cacheFolder);
-  for (const std::string& file : mFiles) {
+  for (const std::string& file : mGiven.files) {
     interruption::Check();
+    std::shared_ptr<CheckMemory>& memory = mMemories[archive_source::FolderOf(file)];
+    if (memory == nullptr) memory = std::make_shared<CheckMemory>(CanonicalFolderOf(file));
     Recognize(file, indexFolder);
   }
+  if (!indexFolder.empty() && mMemories.size() > 1) RefuseSharedIndexes();
 }
 
 void SourceFacts::Recognize(const std::string& file, const std::string& indexFolder) {
   const std::string folder = reader_path::IndexFolderOf(file, indexFolder);
   if (const auto known =
-          mMemory->Find(archive_source::FileName(file), LookAtArchive(file, folder))) {
+          MemoryOf(file).Find(archive_source::FileName(file), LookAtArchive(file, folder))) {
     mArchives.push_back(file);
     mKnown[file] = *known;
     mPlaces[file].folder = indexFolder;
@@ -42,6 +44,29 @@ void SourceFacts::Recognize(const std::string& file, const std::string& indexFol
   if (!ofUser.path.empty() && ::HasIndex(file, ofUser.path)) place.folder = ofUser.path;
 }
 
+// In a folder for indexes they have the names and times of their archives, and no more.
+void SourceFacts::RefuseSharedIndexes() const {
+  std::map<QString, std::string> archiveOf;
+  for (const std::string& archive : mArchives) {
+    const auto [other, isNew] = archiveOf.insert({CacheOf(archive).entries, archive});
+    if (isNew) continue;
+    throw Failure(other->second + " and " + archive +
+                      " have the same name and time, so they would have one index in the cache "
+                      "folder",
+                  kExitUsage);
+  }
+}
+
+std::string SourceFacts::NameOf(const std::string& file) const {
+  const std::string folder = Path() == "/" ? Path() : Path() + "/";
+  const bool isBelow = IsFolder() && file.compare(0, folder.size(), folder) == 0;
+  return isBelow ? file.substr(folder.size()) : archive_source::FileName(file);
+}
+
+CheckMemory& SourceFacts::MemoryOf(const std::string& archive) const {
+  return *mMemories.at(archive_source::FolderOf(archive));
+}
+
 std::optional<CheckedFacts> SourceFacts::Known(const std::string& archive) const {
   const auto known = mKnown.find(archive);
   if (known == mKnown.end()) return std::nullopt;
@@ -50,7 +75,7 @@ std::optional<CheckedFacts> SourceFacts::Known(const std::string& archive) const
 
 void SourceFacts::Forget(const std::string& archive) {
   mKnown.erase(archive);
-  mMemory->Forget(archive_source::FileName(archive));
+  MemoryOf(archive).Forget(archive_source::FileName(archive));
 }
 
 const IndexPlace& SourceFacts::PlaceOf(const std::string& archive) const {
