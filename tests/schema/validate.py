@@ -57,12 +57,14 @@ def at(value, path):
     return value
 
 
-def mutants_of(value):
+def mutants_of(value, is_line):
     """Copies of a JSON value in which one thing is wrong, each with what it is."""
     for path in objects_in(value):
         for key in at(value, path):
             if (key, at(value, path).get("kind")) == ("count", "data"):
                 continue  # may be absent
+            if key == "source" and is_line:
+                continue  # lines of one timeline have none
             lacking = copy.deepcopy(value)
             del at(lacking, path)[key]
             yield f"without {key} in {list(path)}", lacking
@@ -93,7 +95,7 @@ class Check:
         if refusals:
             self.fail(f"{shown}: {name} refuses {json.dumps(value)[:500]}: {refusals[0]}")
         self.answers += 1
-        for what, mutant in mutants_of(value):
+        for what, mutant in mutants_of(value, name.endswith("-line")):
             self.mutants += 1
             if not self.schemas.refusals(name, mutant):
                 self.fail(f"{shown}: {name} takes an answer {what}")
@@ -166,6 +168,33 @@ def check_nothing(check, source):
             check.fail(f"{arguments[0]} prints {len(printed)} lines instead of the headings")
 
 
+def check_several(check, one, other):
+    """Of several timelines there is a list, or a source in each line; a bad one is not there."""
+    json_of = ("--format", "json")
+    several = (one, other)
+    for verb, *rest in (("info",), ("index",), ("doctor",), ("seek", START + 5000),
+                        ("seek", START + 5000, "--explain"), ("events",),
+                        ("activity", "--stream", 1, "--bins", 3), ("preview", START, START + 10000)):
+        ends = check.run(verb, *several, *rest).returncode
+        answer = check.json(verb, ends, verb, *several, *rest, *json_of)
+        told = [each["source"] for each in answer["sources"]]
+        if told != [str(one), str(other)]:
+            check.fail(f"{verb} answers for {told}")
+        answer = check.json(verb, 1, verb, one, one / "missing", *rest, *json_of)
+        if len(answer["sources"]) != 1:
+            check.fail(f"{verb} answers for what is not there")
+        ends = check.run(verb, *several, *rest, "--merge").returncode
+        answer = check.json(verb, ends, verb, *several, *rest, "--merge", *json_of)
+        if "sources" in answer:
+            check.fail(f"{verb} --merge gives a list")
+    check.json("seek", 4, "seek", *several, 5, *json_of)
+    check.json("events", 4, "events", *several, 5, 6, *json_of)
+    check.json("activity", 4, "activity", *several, 5, 6, "--stream", 1, *json_of)
+    check.json("preview", 4, "preview", *several, 5, 6, *json_of)
+    check.lines("events-line", 0, "events", *several, "--format", "jsonl")
+    check.lines("dump-line", 0, "dump", *several, "--format", "jsonl")
+
+
 def check_without_index(check, source):
     """No file is known, and no index is built."""
     check.json("activity", 3, "activity", source, "--stream", 1, "--no-index", "--format", "json")
@@ -191,6 +220,7 @@ def main():
         check_without_index(check, work / "sound")
         check_folder(check, work, work / "sound", 0)
         check_nothing(check, work / "sound")
+        check_several(check, work / "sound", work / "iso")
 
         damaged = work / "damaged"
         first = (damaged / names[0]).read_bytes()

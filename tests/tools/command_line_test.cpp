@@ -43,7 +43,7 @@ TEST_F(CommandLine, UsageErrorsAreOneLineAndExitWithTwo) {
       {"--bogus"},
       {"--plugin-folder"},
       {"info"},
-      {"info", Folder(), "more"},
+      {"console", Folder(), "more"},
       {"info", Folder(), "--bogus"},
       {"info", Folder(), "--format", "xml"},
       {"info", Folder(), "--time-format", "local"},

@@ -87,8 +87,8 @@ TEST_F(Completion, BashCompletesVerbsOptionsAndChoices) {
       {{"zel3", "console", "a", "--bytes", ""}, {"all", "none"}},
       {{"zel3", "completion", ""}, {"bash", "zsh", "fish"}},
       {{"zel3", "make", "a", "--seed", ""}, {}},
-      {{"zel3", "seek", "a", ""}, {}},
-      {{"zel3", "info", "a", ""}, {}},
+      {{"zel3", "console", "a", ""}, {}},
+      {{"zel3", "make", "a", ""}, {}},
       {{"zel3", "frobnicate", ""}, {}},
   };
   for (const auto& each : cases) {
@@ -103,10 +103,11 @@ TEST_F(Completion, BashOffersAllVerbs) {
 
 TEST_F(Completion, BashCompletesPathsItself) {
   ScriptFor("bash");
-  for (const Words& words : {Words{"zel3", "info", ""}, Words{"zel3", "info", "my"},
-                             Words{"zel3", "info", "a", "--cache-folder", "my"},
-                             Words{"zel3", "--plugin-folder", "=", "my"},
-                             Words{"zel3", "read", "a", "1", "2", "-o", ""}}) {
+  for (const Words& words :
+       {Words{"zel3", "info", ""}, Words{"zel3", "info", "my"}, Words{"zel3", "info", "a", ""},
+        Words{"zel3", "seek", "a", "b", "my"}, Words{"zel3", "info", "a", "--cache-folder", "my"},
+        Words{"zel3", "--plugin-folder", "=", "my"},
+        Words{"zel3", "read", "a", "1", "2", "-o", ""}}) {
     EXPECT_THAT(BashOffers(words), ElementsAre("compopt -o default"))
         << testing::PrintToString(words);
   }
@@ -127,7 +128,7 @@ TEST_F(Completion, FishCompletesVerbsOptionsChoicesAndPaths) {
       {"zel3 info --format=j", {"--format=json\tdefault: text, which is for people"}},
       {"zel3 info my", {"my file"}},
       {"zel3 info my\\ f", {"my file"}},
-      {"zel3 info my\\ file ", {}},
+      {"zel3 info my\\ file my", {"my file"}},
       {"zel3 make a --seed ", {}},
       {"zel3 read a 1 2 -o my", {"my file"}},
   };
@@ -150,7 +151,8 @@ TEST_F(Completion, ZshGetsArgumentsInItsOwnLanguage) {
   EXPECT_THAT(script, HasSubstr(R"(    '-c[one'\''s \[choice\]\: \\]:a|b:(a b)')"
                                 "\n"));
   const ProgramResult result = Run({"completion", "zsh"});
-  EXPECT_THAT(LinesOf(result.out), IsSupersetOf({"    '1:SOURCE:_files'", "    '2::FROM: '"}));
+  EXPECT_THAT(LinesOf(result.out),
+              IsSupersetOf({"    '*:SOURCE:_files'", "    '1::PLUGIN_FILE:_files'"}));
   EXPECT_THAT(LinesOf(result.out)[0], "#compdef zel3");
 }
 

@@ -53,12 +53,13 @@ std::set<std::string> Pages() {
   return names;
 }
 
-// How a verb is called: *zel3 events* [options] _SOURCE_ [_FROM_] [_TO_].
+// How a verb is called: *zel3 events* [options] _SOURCE_... [_FROM_] [_TO_].
 std::string SynopsisOf(const VerbDescription& verb) {
   std::string synopsis = "*zel3 " + verb.name + "*";
   if (!verb.options.empty()) synopsis += " [options]";
   for (const ArgumentDescription& argument : verb.positionals) {
-    const std::string name = "_" + argument.names.front() + "_";
+    const std::string name =
+        "_" + argument.names.front() + "_" + (argument.mayBeRepeated ? "..." : "");
     synopsis += argument.isRequired ? " " + name : " [" + name + "]";
   }
   return synopsis;

@@ -1,4 +1,5 @@
 #include "command_line/option_kinds.h"
+#include "command_line/source_options.h"
 #include "command_line/verb_groups.h"
 
 namespace {
@@ -51,7 +52,8 @@ void AddMake(CLI::App* app, Options* options, Run* run) {
 void AddInfo(CLI::App* app, Options* options, Run* run) {
   CLI::App* const verb = AddVerb(app, "info", "which archives a source holds", run,
                                  [options] { return RunInfo(options->host, options->info); });
-  AddSource(verb, &options->info.source);
+  AddSources(verb, &options->info.sources);
+  AddMerge(verb, &options->info.sources);
   AddStyle(verb, &options->info.style);
 }
 
@@ -59,7 +61,8 @@ void AddIndex(CLI::App* app, Options* options, Run* run) {
   CLI::App* const verb =
       AddVerb(app, "index", "build the missing indexes of all files of a source", run,
               [options] { return RunIndex(options->host, options->index); });
-  AddSource(verb, &options->index.source);
+  AddSources(verb, &options->index.sources);
+  AddMerge(verb, &options->index.sources);
   verb->add_flag("--refresh", options->index.refresh, "also build those anew that are there");
   const auto jobs = [](const std::string& text) {
     const auto number = NumberFromText<std::size_t>(text);

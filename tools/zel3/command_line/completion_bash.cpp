@@ -51,7 +51,13 @@ void AddValue(std::string* script, const std::string& pattern, const ArgumentDes
 void AddValues(std::string* script, const VerbDescription& verb) {
   std::size_t place = 0;
   for (const ArgumentDescription& argument : verb.positionals) {
-    AddValue(script, fmt::format("'{} {}'", verb.name, ++place), argument);
+    ++place;
+    if (argument.mayBeRepeated) {
+      AddValue(script, fmt::format("'{} '[1-9]*", verb.name), argument);
+      // What stands after it has no place of its own.
+      break;
+    }
+    AddValue(script, fmt::format("'{} {}'", verb.name, place), argument);
   }
   for (const ArgumentDescription& option : verb.options) {
     for (const std::string& name : option.names) {

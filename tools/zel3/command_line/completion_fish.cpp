@@ -8,8 +8,8 @@ namespace {
 
 // Finds out where the cursor is, by help of the table __zel3_takes_value.
 constexpr char kPlaceFunction[] = R"(
-# Prints the verb, and which of its arguments the cursor is at: "seek 2", "seek value" for that of an
-# option.
+# Prints the verb, and which of its arguments the cursor is at: "seek at 2", "seek value" for that of
+# an option.
 function __zel3_place
     set -l verb
     set -l place 1
@@ -25,8 +25,11 @@ function __zel3_place
             set place (math $place + 1)
         end
     end
-    test $is_value = yes; and set place value
-    echo "$verb $place"
+    if test $is_value = yes
+        echo "$verb value"
+    else
+        echo "$verb at $place"
+    end
 end
 
 complete -c zel3 -f
@@ -70,12 +73,15 @@ void AddNamesWithValue(std::string* patterns, const std::string& verb,
 }
 
 void AddVerbLines(std::string* script, const VerbDescription& verb) {
-  *script += fmt::format("{} -a {} -d {}\n", LineFor(" 1"), verb.name, InFishQuotes(verb.help));
+  *script += fmt::format("{} -a {} -d {}\n", LineFor(" at 1"), verb.name, InFishQuotes(verb.help));
   std::size_t place = 0;
   for (const ArgumentDescription& argument : verb.positionals) {
     const std::string values = Candidates(argument);
     ++place;
-    if (!values.empty()) *script += LineFor(fmt::format("{} {}", verb.name, place)) + values + "\n";
+    const std::string at = argument.mayBeRepeated ? "*" : std::to_string(place);
+    if (!values.empty()) *script += LineFor(verb.name + " at " + at) + values + "\n";
+    // What stands after it has no place of its own.
+    if (argument.mayBeRepeated) break;
   }
   for (const ArgumentDescription& option : verb.options) {
     *script += OptionLine(verb.name + " *", option);

@@ -60,8 +60,13 @@ std::string Elements(const VerbDescription& verb) {
   std::size_t place = 0;
   for (const ArgumentDescription& argument : verb.positionals) {
     const char* const colon = argument.isRequired ? ":" : "::";
-    elements += Element(fmt::format("{}{}{}:{}", ++place, colon,
-                                    EscapedText(argument.names.front()), Action(argument)));
+    const std::string name = EscapedText(argument.names.front());
+    if (argument.mayBeRepeated) {
+      elements += Element(fmt::format("*:{}:{}", name, Action(argument)));
+      // What stands after it has no place of its own.
+      break;
+    }
+    elements += Element(fmt::format("{}{}{}:{}", ++place, colon, name, Action(argument)));
   }
   return elements;
 }

@@ -1,4 +1,5 @@
 #include "command_line/option_kinds.h"
+#include "command_line/source_options.h"
 #include "command_line/verb_groups.h"
 
 namespace {
@@ -6,7 +7,7 @@ namespace {
 void AddDump(CLI::App* app, Options* options, Run* run) {
   CLI::App* const verb = AddVerb(app, "dump", "the records of archive files as a parser finds them",
                                  run, [options] { return RunDump(options->dump); });
-  AddSource(verb, &options->dump.source);
+  AddSources(verb, &options->dump.sources);
   AddStyle(verb, &options->dump.style, {"text", "jsonl"});
 }
 
@@ -20,7 +21,8 @@ void AddDoctor(CLI::App* app, Options* options, Run* run) {
   CLI::App* const verb =
       AddVerb(app, "doctor", "what is wrong with archive files and their caches", run,
               [options] { return RunDoctor(options->host, options->doctor); });
-  AddSource(verb, &options->doctor.source);
+  AddSources(verb, &options->doctor.sources);
+  AddMerge(verb, &options->doctor.sources);
   verb->add_flag("--rebuild", options->doctor.rebuild,
                  "also make caches that are missing or unsound anew; archives are never written");
   AddFailOn(verb, &options->doctor.failOn);
@@ -32,7 +34,8 @@ void AddReport(CLI::App* app, Options* options, Run* run) {
   CLI::App* const verb =
       AddVerb(app, "report", "what a source holds, as one page for a browser", run,
               [options] { return RunReport(options->host, options->report); });
-  AddSource(verb, &report->source);
+  AddSources(verb, &report->sources);
+  AddMerge(verb, &report->sources);
   AddTimeRange(verb, &report->range, "where the range begins",
                "where it ends; default: all that is recorded");
   verb->add_option("-o,--output", report->output, "where to write; -: the standard output")

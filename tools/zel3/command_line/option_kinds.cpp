@@ -24,12 +24,6 @@ void AddTimeRange(CLI::App* app, RangeOptions* target, const std::string& fromHe
       ->type_name("DURATION");
 }
 
-void AddSource(CLI::App* app, std::string* target) {
-  app->add_option("SOURCE", *target, "an archive file or a folder of them")
-      ->type_name("PATH")
-      ->required();
-}
-
 void AddFormat(CLI::App* app, OutputFormat* target, const std::vector<std::string>& formats) {
   const auto format = [formats](const std::string& text) -> std::optional<OutputFormat> {
     if (std::find(formats.begin(), formats.end(), text) == formats.end()) return std::nullopt;

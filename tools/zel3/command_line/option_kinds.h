@@ -93,9 +93,6 @@ CLI::Option* AddPath(CLI::App* app, const std::string& name, std::string* target
 void AddTimeRange(CLI::App* app, RangeOptions* target, const std::string& fromHelp,
                   const std::string& toHelp);
 
-// SOURCE, which a verb that works on archives cannot do without.
-void AddSource(CLI::App* app, std::string* target);
-
 // --format, which offers these formats: text, json, jsonl, csv.
 void AddFormat(CLI::App* app, OutputFormat* target,
                const std::vector<std::string>& formats = {"text", "json"});

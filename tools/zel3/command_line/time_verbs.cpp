@@ -1,5 +1,6 @@
 #include "archive/event_types.h"
 #include "command_line/option_kinds.h"
+#include "command_line/source_options.h"
 #include "command_line/verb_groups.h"
 
 namespace {
@@ -14,7 +15,8 @@ void AddSeek(CLI::App* app, Options* options, Run* run) {
   SeekOptions* const seek = &options->seek;
   CLI::App* const verb = AddVerb(app, "seek", "which index entry a time belongs to", run,
                                  [options] { return RunSeek(options->host, options->seek); });
-  AddSource(verb, &seek->source);
+  AddSources(verb, &seek->sources);
+  AddMerge(verb, &seek->sources);
   AddTime(verb, "TIME", &seek->time, "the time to look for")->required();
   const auto lookup = [](const std::string& text) -> std::optional<Lookup> {
     if (text == "1") return Lookup::kAtOrBefore;
@@ -41,7 +43,8 @@ void AddRead(CLI::App* app, Options* options, Run* run) {
   ReadOptions* const read = &options->read;
   CLI::App* const verb = AddVerb(app, "read", "the archive bytes of a range of time", run,
                                  [options] { return RunRead(options->host, options->read); });
-  AddSource(verb, &read->source);
+  AddSources(verb, &read->sources, Times::kNeeded);
+  AddMerge(verb, &read->sources);
   AddTimeRange(verb, &read->range, "begins with the entry at or before this time",
                "ends before the first entry at or after this time");
   verb->add_option("-o,--output", read->output, "where to write; -: the standard output (default)")
@@ -54,7 +57,8 @@ void AddEvents(CLI::App* app, Options* options, Run* run) {
   EventsOptions* const events = &options->events;
   CLI::App* const verb = AddVerb(app, "events", "what has happened", run,
                                  [options] { return RunEvents(options->host, options->events); });
-  AddSource(verb, &events->source);
+  AddSources(verb, &events->sources);
+  AddMerge(verb, &events->sources);
   AddTimeRange(verb, &events->range, "events at or after this time",
                "and before this one; default: all events");
   const auto addType = [events](const std::vector<std::string>& texts) {
@@ -77,7 +81,8 @@ void AddActivity(CLI::App* app, Options* options, Run* run) {
   CLI::App* const verb =
       AddVerb(app, "activity", "how active a stream was, and where nothing is recorded", run,
               [options] { return RunActivity(options->host, options->activity); });
-  AddSource(verb, &activity->source);
+  AddSources(verb, &activity->sources);
+  AddMerge(verb, &activity->sources);
   AddTimeRange(verb, &activity->range, "where the range begins",
                "where it ends; default: from first to last archive");
   AddNumber(verb, "--stream", &activity->streamId, "number of the stream")->required();
@@ -91,7 +96,8 @@ void AddPreview(CLI::App* app, Options* options, Run* run) {
   PreviewOptions* const preview = &options->preview;
   CLI::App* const verb = AddVerb(app, "preview", "which entries to show for a range of time", run,
                                  [options] { return RunPreview(options->host, options->preview); });
-  AddSource(verb, &preview->source);
+  AddSources(verb, &preview->sources, Times::kNeeded);
+  AddMerge(verb, &preview->sources);
   AddTimeRange(verb, &preview->range, "the first time to show", "where the range ends");
   AddNumber(verb, "--count", &preview->count, "how many times, evenly spaced; default: 10");
   AddStyle(verb, &preview->style, {"text", "json", "csv"});

@@ -11,14 +11,12 @@
 #include "blocks/stream_records.h"
 #include "client/activity_bins.h"
 #include "client/doubt.h"
-#include "json/json_line.h"
-#include "output/notice.h"
 #include "output/progress_bar.h"
-#include "output/tables.h"
 #include "sources/archive_streams.h"
 #include "system/failure.h"
 #include "times/length_text.h"
 #include "times/time_text.h"
+#include "verbs/asked_source.h"
 #include "verbs/empty_answer.h"
 
 namespace {
@@ -85,7 +83,7 @@ std::vector<Bin> Measure(const ActivityBins& bins, std::uint8_t streamId, Timeli
 
 // Without bins nothing is recorded there.
 void PrintAsJson(const ActivityOptions& options, const std::optional<ActivityBins>& bins,
-                 const std::vector<Bin>& rows) {
+                 const std::vector<Bin>& rows, AskedSource* asked) {
   const TimeFormat times = options.style.Times();
   Json json;
   json["streamId"] = options.streamId;
@@ -102,10 +100,10 @@ void PrintAsJson(const ActivityOptions& options, const std::optional<ActivityBin
     row["recordedFraction"] = bin.RecordedFraction();
     list.push_back(std::move(row));
   }
-  PrintJsonLine(json);
+  asked->PrintJson(json);
 }
 
-void PrintAsCsv(const std::vector<Bin>& bins, TimeFormat times) {
+void PrintAsCsv(const std::vector<Bin>& bins, TimeFormat times, AskedSource* asked) {
   std::vector<std::vector<std::string>> rows{
       {"time", "level", "meanLevel", "recorded", "recordedFraction"}};
   for (const Bin& bin : bins) {
@@ -113,7 +111,7 @@ void PrintAsCsv(const std::vector<Bin>& bins, TimeFormat times) {
                     fmt::format("{}", bin.RoundedMean()), bin.IsRecorded() ? "true" : "false",
                     fmt::format("{:.3f}", bin.RecordedFraction())});
   }
-  PrintCsv(rows);
+  asked->PrintCsv(rows);
 }
 
 const char* Mark(const Bin& bin) {
@@ -131,7 +129,8 @@ std::string MarksBelow(const std::vector<Bin>& bins) {
 }
 
 void PrintAsText(const ActivityOptions& options, const ActivityBins& bins,
-                 const std::vector<Bin>& rows) {
+                 const std::vector<Bin>& rows, AskedSource* asked) {
+  asked->BeginText();
   const TimeFormat times = options.style.Times();
   std::cout << fmt::format("stream {} from {} to {}, one character for {}\n", options.streamId,
                            TimeText(bins.from, times), TimeText(bins.to, times),
@@ -145,36 +144,37 @@ void PrintAsText(const ActivityOptions& options, const ActivityBins& bins,
             << (marks.empty() ? "" : "  - recorded in part") << '\n';
 }
 
-int Activity(const HostOptions& host, const ActivityOptions& options, const OpenRange& asked) {
-  ServedSource source(host, options.source, options.missingIndexes, PrintNotice);
+int Activity(const HostOptions& host, const ActivityOptions& options, const OpenRange& askedRange,
+             AskedSource* asked) {
+  ServedSource source(host, asked->Given(), options.missingIndexes, asked->Teller());
   ProgressBar progress;
   Timeline timeline(&source, &progress);
   timeline.IndexAll();
   timeline.RequireOne();
-  const std::optional<BoundedRange> range = RangeWithin(asked, timeline);
-  if (!range) timeline.FailWithNothing(kNothingRecorded, SecondsHint(asked, timeline));
+  const std::optional<BoundedRange> range = RangeWithin(askedRange, timeline);
+  if (!range) timeline.FailWithNothing(kNothingRecorded, SecondsHint(askedRange, timeline));
   RefuseUnknownStream(options.streamId, source.Facts());
   const ActivityBins bins = CutIntoBins(range->from, range->to, options.binCount);
   const std::vector<Bin> rows = Measure(bins, options.streamId, &timeline);
   if (std::none_of(rows.begin(), rows.end(), [](const Bin& bin) { return bin.IsRecorded(); }))
-    timeline.FailWithNothing(kNothingRecorded, SecondsHint(asked, timeline));
+    timeline.FailWithNothing(kNothingRecorded, SecondsHint(askedRange, timeline));
   switch (options.style.format) {
     case OutputFormat::kCsv:
-      PrintAsCsv(rows, options.style.Times());
+      PrintAsCsv(rows, options.style.Times(), asked);
       break;
     case OutputFormat::kText:
-      PrintAsText(options, bins, rows);
+      PrintAsText(options, bins, rows, asked);
       break;
     default:
-      PrintAsJson(options, bins, rows);
+      PrintAsJson(options, bins, rows, asked);
       break;
   }
   return timeline.IsWhole() ? kExitDone : kExitDamaged;
 }
 
-void PrintEmpty(const ActivityOptions& options) {
-  if (options.style.format == OutputFormat::kCsv) PrintAsCsv({}, options.style.Times());
-  if (options.style.format == OutputFormat::kJson) PrintAsJson(options, std::nullopt, {});
+void PrintEmpty(const ActivityOptions& options, AskedSource* asked) {
+  if (options.style.format == OutputFormat::kCsv) PrintAsCsv({}, options.style.Times(), asked);
+  if (options.style.format == OutputFormat::kJson) PrintAsJson(options, std::nullopt, {}, asked);
 }
 
 }  // namespace
@@ -182,6 +182,8 @@ void PrintEmpty(const ActivityOptions& options) {
 int RunActivity(const HostOptions& host, const ActivityOptions& options) {
   Check(options);
   const OpenRange range = RangeOf(options.range);
-  return RunOrPrintEmpty([&] { return Activity(host, options, range); },
-                         [&] { PrintEmpty(options); });
+  return AnswerForEach(options.sources, options.style.format, [&](AskedSource* asked) {
+    return RunOrPrintEmpty([&] { return Activity(host, options, range, asked); },
+                           [&] { PrintEmpty(options, asked); });
+  });
 }

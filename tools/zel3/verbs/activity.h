@@ -4,12 +4,13 @@
 #include <string>
 
 #include "output/output_style.h"
+#include "sources/given_sources.h"
 #include "sources/host_options.h"
 #include "sources/served_source.h"
 #include "verbs/time_range.h"
 
 struct ActivityOptions {
-  std::string source;
+  SourceArguments sources;
   std::uint8_t streamId = 0;
   RangeOptions range;  // default: from the start of the first archive to the last end
   std::uint32_t binCount = 96;

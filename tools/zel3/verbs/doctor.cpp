@@ -9,15 +9,13 @@
 
 #include "checkup/diagnosis.h"
 #include "client/timeline.h"
-#include "json/json_line.h"
-#include "output/notice.h"
 #include "output/progress_bar.h"
 #include "output/tables.h"
-#include "sources/archive_source.h"
 #include "sources/index_lock.h"
 #include "system/failure.h"
 #include "text/shown_text.h"
 #include "times/time_text.h"
+#include "verbs/asked_source.h"
 #include "verbs/exit_by_severity.h"
 
 namespace {
@@ -42,11 +40,11 @@ Json OptionalTime(const std::optional<ArchiveTime>& time, TimeFormat times) {
   return time ? TimeJson(*time, times) : Json(nullptr);
 }
 
-void PrintAsJson(const std::string& source, const Diagnosis& diagnosis, TimeFormat times) {
+void PrintAsJson(AskedSource* asked, const Diagnosis& diagnosis, TimeFormat times) {
   Json files = Json::array();
   for (const ArchiveFacts& facts : diagnosis.archives) {
     Json file;
-    file["file"] = archive_source::FileName(facts.path);
+    file["file"] = facts.name;
     file["start"] = facts.entries > 0 ? TimeJson(facts.startTime, times) : Json(nullptr);
     file["end"] = facts.entries > 0 ? TimeJson(facts.endTime, times) : Json(nullptr);
     file["entries"] = facts.entries;
@@ -69,10 +67,10 @@ void PrintAsJson(const std::string& source, const Diagnosis& diagnosis, TimeForm
     list.push_back(std::move(entry));
   }
   Json json;
-  json["source"] = source;
+  json["source"] = asked->Given().path;
   json["files"] = std::move(files);
   json["findings"] = std::move(list);
-  PrintJsonLine(json);
+  asked->PrintJson(json);
 }
 
 std::string Number(const std::optional<std::uint64_t>& value) {
@@ -103,7 +101,8 @@ void PrintRemedies(const std::vector<Finding>& findings) {
   std::cout << '\n';
 }
 
-void PrintAsText(const Diagnosis& diagnosis, TimeFormat times) {
+void PrintAsText(AskedSource* asked, const Diagnosis& diagnosis, TimeFormat times) {
+  asked->BeginText();
   const std::vector<Finding>& findings = diagnosis.findings;
   std::vector<std::vector<std::string>> rows{
       {"severity", "kind", "file", "position", "bytes", "text"}};
@@ -124,22 +123,23 @@ void PrintAsText(const Diagnosis& diagnosis, TimeFormat times) {
 }
 
 // Once for each reason.
-void TellWhereIndexesAre(const SourceFacts& source) {
+void TellWhereIndexesAre(const SourceFacts& source, const AskedSource& asked) {
   std::set<std::string> told;
   for (const std::string& archive : source.Archives()) {
     const IndexPlace& place = source.PlaceOf(archive);
     if (!place.isPrivate || !told.insert(place.whyNotBeside).second) continue;
     const std::string where =
         place.whyNotKept.empty() ? "kept in " + place.folder : "not kept: " + place.whyNotKept;
-    PrintNotice("indexes cannot lie beside the archives (" + place.whyNotBeside + ") and are " +
-                where);
+    asked.Tell("indexes cannot lie beside the archives (" + place.whyNotBeside + ") and are " +
+               where);
   }
 }
 
 // Gives the number of files that cannot be indexed.
 std::uint64_t Rebuild(const HostOptions& host, const SourceFacts& source,
-                      const std::vector<ArchiveFacts>& archives, ProgressBar* progress) {
-  ServedSource served(host, source.Path(), MissingIndexes::kBuild, PrintNotice);
+                      const std::vector<ArchiveFacts>& archives, const AskedSource& asked,
+                      ProgressBar* progress) {
+  ServedSource served(host, asked.Given(), MissingIndexes::kBuild, asked.Teller());
   for (const ArchiveFacts& facts : archives) {
     if (facts.cache == CacheState::kUnsound) served.DropIndex(facts.path, false);
   }
@@ -153,27 +153,33 @@ std::uint64_t Rebuild(const HostOptions& host, const SourceFacts& source,
     counts = {{ServedArchive::State::kLeftOut, source.Archives().size()}};
   }
   const std::uint64_t failed = counts[ServedArchive::State::kLeftOut] + source.Others().size();
+  if (asked.IsOneOfMany()) fmt::print(stderr, "{}: ", Escaped(asked.Given().path));
   fmt::print(stderr, "{} made anew, {} kept, {} cannot be indexed\n",
              Counted(counts[ServedArchive::State::kIndexed], "cache"),
              counts[ServedArchive::State::kCached], Counted(failed, "file"));
   return failed;
 }
 
-}  // namespace
-
-int RunDoctor(const HostOptions& host, const DoctorOptions& options) {
-  const SourceFacts source(host, options.source);
+int Examine(const HostOptions& host, const DoctorOptions& options, AskedSource* asked) {
+  const SourceFacts source(host, asked->Given());
   for (const std::string& archive : source.Archives())
-    index_lock::WaitForOthers(archive, source.IndexFolderOf(archive), PrintNotice);
+    index_lock::WaitForOthers(archive, source.IndexFolderOf(archive), asked->Teller());
   ProgressBar progress;
   const Diagnosis diagnosis = Diagnose(source, &progress);
   if (options.style.format == OutputFormat::kJson) {
-    PrintAsJson(source.Path(), diagnosis, options.style.Times());
+    PrintAsJson(asked, diagnosis, options.style.Times());
   } else {
-    PrintAsText(diagnosis, options.style.Times());
+    PrintAsText(asked, diagnosis, options.style.Times());
   }
-  TellWhereIndexesAre(source);
+  TellWhereIndexesAre(source, *asked);
   const std::uint64_t notIndexed =
-      options.rebuild ? Rebuild(host, source, diagnosis.archives, &progress) : 0;
+      options.rebuild ? Rebuild(host, source, diagnosis.archives, *asked, &progress) : 0;
   return ExitBySeverity(CountsOf(diagnosis.findings), options.failOn, notIndexed);
+}
+
+}  // namespace
+
+int RunDoctor(const HostOptions& host, const DoctorOptions& options) {
+  return AnswerForEach(options.sources, options.style.format,
+                       [&](AskedSource* asked) { return Examine(host, options, asked); });
 }

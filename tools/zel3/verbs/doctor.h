@@ -4,10 +4,11 @@
 
 #include "checkup/severity.h"
 #include "output/output_style.h"
+#include "sources/given_sources.h"
 #include "sources/host_options.h"
 
 struct DoctorOptions {
-  std::string source;
+  SourceArguments sources;
   bool rebuild = false;
   Severity failOn = Severity::kWarning;  // the least that makes the verb end as damaged
   OutputStyle style;

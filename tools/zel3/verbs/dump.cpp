@@ -1,17 +1,17 @@
 #include "verbs/dump.h"
 
 #include "archive/archive_scan.h"
-#include "output/notice.h"
 #include "output/output_style.h"
 #include "output/standard_output.h"
 #include "sources/archive_source.h"
 #include "system/failure.h"
+#include "verbs/asked_source.h"
 #include "verbs/record_printer.h"
 
 namespace {
 
 // Whether all of the file can be read, and without damage.
-bool DumpFile(const std::string& path, const OutputStyle& style) {
+bool DumpFile(const std::string& path, const OutputStyle& style, AskedSource* asked) {
   const std::string name = archive_source::FileName(path);
   const bool asText = style.format == OutputFormat::kText;
   bool whole = true;
@@ -21,7 +21,7 @@ bool DumpFile(const std::string& path, const OutputStyle& style) {
     if (asText) {
       record_printer::PrintText(record, style.Times());
     } else {
-      record_printer::PrintJson(name, record, style.Times());
+      asked->PrintJsonRow(record_printer::AsJson(name, record, style.Times()));
     }
     CheckStandardOutput();
   });
@@ -29,18 +29,24 @@ bool DumpFile(const std::string& path, const OutputStyle& style) {
   const ScannedBytes bytes = ScanArchive(path, records);
   records.Finish();
   if (bytes.unreadable == 0) return whole;
-  PrintNotice(std::to_string(bytes.unreadable) + " bytes of " + name +
+  asked->Tell(std::to_string(bytes.unreadable) + " bytes of " + name +
               " cannot be read; zeros stand for them");
   return false;
+}
+
+int Dump(const DumpOptions& options, AskedSource* asked) {
+  const GivenSource& source = asked->Given();
+  if (source.files.empty()) archive_source::FailWithoutFiles(source.path);
+  if (options.style.format == OutputFormat::kText) asked->BeginText();
+  bool whole = true;
+  for (const std::string& path : source.files)
+    whole = DumpFile(path, options.style, asked) && whole;
+  return whole ? kExitDone : kExitDamaged;
 }
 
 }  // namespace
 
 int RunDump(const DumpOptions& options) {
-  const std::string source = archive_source::Locate(options.source);
-  const std::vector<std::string> paths = archive_source::Files(source);
-  if (paths.empty()) archive_source::FailWithoutFiles(source);
-  bool whole = true;
-  for (const std::string& path : paths) whole = DumpFile(path, options.style) && whole;
-  return whole ? kExitDone : kExitDamaged;
+  return AnswerForEach(options.sources, options.style.format,
+                       [&](AskedSource* asked) { return Dump(options, asked); });
 }

@@ -3,9 +3,10 @@
 #include <string>
 
 #include "output/output_style.h"
+#include "sources/given_sources.h"
 
 struct DumpOptions {
-  std::string source;
+  SourceArguments sources;
   OutputStyle style;
 };
 

@@ -39,28 +39,35 @@ std::vector<std::string> AsRow(const RecordedEvent& event, TimeFormat times) {
 
 }  // namespace
 
-EventPrinter::EventPrinter(const OutputStyle& style)
-    : mFormat(style.format), mTimes(style.Times()), mTable(Headings(), LargestWidths()) {}
+EventPrinter::EventPrinter(const OutputStyle& style, AskedSource* asked)
+    : mAsked(*asked),
+      mFormat(style.format),
+      mTimes(style.Times()),
+      mTable(Headings(), LargestWidths()) {}
 
 void EventPrinter::Begin() {
-  if (mFormat == OutputFormat::kJson) std::cout << R"({"events":[)";
-  if (mFormat == OutputFormat::kCsv) PrintCsv({Headings()});
+  if (mFormat == OutputFormat::kJson) {
+    mAsked.BeginJson();
+    std::cout << R"("events":[)";
+  }
+  if (mFormat == OutputFormat::kCsv) mAsked.PrintCsv({Headings()});
 }
 
 void EventPrinter::Print(const RecordedEvent& event) {
   if (!mHasPrinted) Begin();
   switch (mFormat) {
     case OutputFormat::kText:
+      if (!mHasPrinted) mAsked.BeginText();
       mTable.Add(AsRow(event, mTimes));
       break;
     case OutputFormat::kCsv:
-      PrintCsv({AsRow(event, mTimes)});
+      mAsked.PrintCsv({Headings(), AsRow(event, mTimes)});
       break;
     case OutputFormat::kJson:
       std::cout << (mHasPrinted ? "," : "") << JsonText(AsJson(event, mTimes));
       break;
     case OutputFormat::kJsonLines:
-      PrintJsonLine(AsJson(event, mTimes));
+      mAsked.PrintJsonRow(AsJson(event, mTimes));
       break;
   }
   mHasPrinted = true;
@@ -69,6 +76,9 @@ void EventPrinter::Print(const RecordedEvent& event) {
 
 void EventPrinter::Finish() {
   if (!mHasPrinted) Begin();
-  if (mFormat == OutputFormat::kJson) std::cout << "]}\n";
+  if (mFormat == OutputFormat::kJson) {
+    std::cout << ']';
+    mAsked.EndJson();
+  }
   if (mFormat == OutputFormat::kText && mHasPrinted) mTable.Finish();
 }

@@ -5,11 +5,14 @@
 #include "archive/recorded_event.h"
 #include "output/output_style.h"
 #include "output/tables.h"
+#include "verbs/asked_source.h"
 
-// Prints events as they come, in any format. What is printed is whole also when there are none.
+// Prints the events of a source as they come, in any format. What is printed is whole also when
+// there are none.
 class EventPrinter {
  public:
-  explicit EventPrinter(const OutputStyle& style);
+  // Borrows the source.
+  EventPrinter(const OutputStyle& style, AskedSource* asked);
 
   // Throws Failure when it cannot be written.
   void Print(const RecordedEvent& event);
@@ -21,6 +24,7 @@ class EventPrinter {
  private:
   void Begin();
 
+  AskedSource& mAsked;
   const OutputFormat mFormat;
   const TimeFormat mTimes;
   LongTable mTable;

@@ -4,10 +4,9 @@
 
 #include "archive/recorded_events.h"
 #include "client/timeline.h"
-#include "output/notice.h"
 #include "output/progress_bar.h"
-#include "sources/archive_source.h"
 #include "system/failure.h"
+#include "verbs/asked_source.h"
 #include "verbs/empty_answer.h"
 #include "verbs/event_printer.h"
 
@@ -21,8 +20,8 @@ bool IsWanted(const RecordedEvent& event, const OpenRange& range,
 }
 
 int Events(const HostOptions& host, const EventsOptions& options, const OpenRange& range,
-           EventPrinter* printer) {
-  ServedSource source(host, options.source, options.missingIndexes, PrintNotice);
+           AskedSource* asked, EventPrinter* printer) {
+  ServedSource source(host, asked->Given(), options.missingIndexes, asked->Teller());
   ProgressBar progress;
   Timeline timeline(&source, &progress);
   timeline.RequireOne();
@@ -40,7 +39,7 @@ int Events(const HostOptions& host, const EventsOptions& options, const OpenRang
             ? ForEachEvent(archive.path, source.Facts().CacheOf(archive.path), onEvent)
             : ForEachFoundEvent(archive.path, onEvent);
     if (damaged == 0) continue;
-    PrintNotice(archive_source::FileName(archive.path) + ": " + std::to_string(damaged) +
+    asked->Tell(source.Facts().NameOf(archive.path) + ": " + std::to_string(damaged) +
                 " bytes are damaged or cannot be read, and events in them are not known");
     isWhole = false;
   }
@@ -54,7 +53,16 @@ int Events(const HostOptions& host, const EventsOptions& options, const OpenRang
 
 int RunEvents(const HostOptions& host, const EventsOptions& options) {
   const OpenRange range = RangeOf(options.range);
-  EventPrinter printer(options.style);
-  return RunOrPrintEmpty([&] { return Events(host, options, range, &printer); },
-                         [&] { printer.Finish(); });
+  return AnswerForEach(options.sources, options.style.format, [&](AskedSource* asked) {
+    EventPrinter printer(options.style, asked);
+    try {
+      return RunOrPrintEmpty([&] { return Events(host, options, range, asked, &printer); },
+                             [&] { printer.Finish(); });
+    } catch (const Failure& failure) {
+      // The answers of other sources follow.
+      const bool goesOn = asked->IsOneOfMany() && failure.Code() == kExitFailed;
+      if (goesOn && printer.HasPrinted()) printer.Finish();
+      throw;
+    }
+  });
 }

@@ -5,12 +5,13 @@
 #include <vector>
 
 #include "output/output_style.h"
+#include "sources/given_sources.h"
 #include "sources/host_options.h"
 #include "sources/served_source.h"
 #include "verbs/time_range.h"
 
 struct EventsOptions {
-  std::string source;
+  SourceArguments sources;
   RangeOptions range;
   std::vector<std::uint8_t> types;  // empty: all
   MissingIndexes missingIndexes = MissingIndexes::kBuild;

@@ -7,15 +7,13 @@
 
 #include "archive/damage_scan.h"
 #include "client/timeline.h"
-#include "json/json_line.h"
-#include "output/notice.h"
 #include "output/progress_bar.h"
 #include "output/tables.h"
-#include "sources/archive_source.h"
 #include "system/failure.h"
 #include "system/interruption.h"
 #include "text/shown_text.h"
 #include "times/time_text.h"
+#include "verbs/asked_source.h"
 
 namespace {
 
@@ -74,12 +72,13 @@ std::vector<ServedArchive> FilesByName(const Timeline& timeline, const SourceFac
   return files;
 }
 
-void PrintAsJson(const std::string& source, const std::vector<ServedArchive>& files,
-                 const DamageByPath& damage, TimeFormat times) {
+void PrintAsJson(AskedSource* asked, const SourceFacts& source,
+                 const std::vector<ServedArchive>& files, const DamageByPath& damage,
+                 TimeFormat times) {
   Json list = Json::array();
   for (const ServedArchive& file : files) {
     Json entry;
-    entry["file"] = archive_source::FileName(file.path);
+    entry["file"] = source.NameOf(file.path);
     entry["state"] = Name(file.state);
     if (file.HasIndex()) {
       entry["start"] = TimeJson(file.start, times);
@@ -95,18 +94,20 @@ void PrintAsJson(const std::string& source, const std::vector<ServedArchive>& fi
     list.push_back(std::move(entry));
   }
   Json json;
-  json["source"] = source;
+  json["source"] = source.Path();
   json["files"] = std::move(list);
-  PrintJsonLine(json);
+  asked->PrintJson(json);
 }
 
 // The last column is there only when a file has failed.
 constexpr std::size_t kColumnsWithWhy = 6;
 
-void PrintAsText(const std::vector<ServedArchive>& files, TimeFormat times) {
+void PrintAsText(AskedSource* asked, const SourceFacts& source,
+                 const std::vector<ServedArchive>& files, TimeFormat times) {
+  asked->BeginText();
   std::vector<std::vector<std::string>> rows{{"file", "state", "start", "end", "entries"}};
   for (const ServedArchive& file : files) {
-    const std::string name = Escaped(archive_source::FileName(file.path));
+    const std::string name = Escaped(source.NameOf(file.path));
     if (file.HasIndex()) {
       rows.push_back({name, Name(file.state), TimeText(file.start, times),
                       TimeText(file.end, times), std::to_string(file.entries)});
@@ -118,12 +119,8 @@ void PrintAsText(const std::vector<ServedArchive>& files, TimeFormat times) {
   PrintTable(rows, {{"failed", Colour::kRed}});
 }
 
-}  // namespace
-
-int RunIndex(const HostOptions& host, const IndexOptions& options) {
-  // Other processes are to end with this one.
-  if (options.jobs > 1) interruption::WatchAllEndings();
-  ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
+int Index(const HostOptions& host, const IndexOptions& options, AskedSource* asked) {
+  ServedSource source(host, asked->Given(), MissingIndexes::kBuild, asked->Teller());
   if (options.refresh) source.DropIndexes();
   ProgressBar progress;
   Timeline timeline(&source, &progress);
@@ -131,12 +128,21 @@ int RunIndex(const HostOptions& host, const IndexOptions& options) {
   const DamageByPath damage = FindDamage(&timeline);
   const std::vector<ServedArchive> files = FilesByName(timeline, source.Facts());
   if (options.style.format == OutputFormat::kJson) {
-    PrintAsJson(source.Path(), files, damage, options.style.Times());
+    PrintAsJson(asked, source.Facts(), files, damage, options.style.Times());
   } else {
-    PrintAsText(files, options.style.Times());
+    PrintAsText(asked, source.Facts(), files, options.style.Times());
   }
   const bool anyIndexed = std::any_of(files.begin(), files.end(),
                                       [](const ServedArchive& file) { return file.HasIndex(); });
   if (!anyIndexed) return kExitFailed;
   return timeline.IsWhole() ? kExitDone : kExitDamaged;
+}
+
+}  // namespace
+
+int RunIndex(const HostOptions& host, const IndexOptions& options) {
+  // Other processes are to end with this one.
+  if (options.jobs > 1) interruption::WatchAllEndings();
+  return AnswerForEach(options.sources, options.style.format,
+                       [&](AskedSource* asked) { return Index(host, options, asked); });
 }

@@ -3,10 +3,11 @@
 #include <string>
 
 #include "output/output_style.h"
+#include "sources/given_sources.h"
 #include "sources/host_options.h"
 
 struct IndexOptions {
-  std::string source;
+  SourceArguments sources;
   bool refresh = false;  // also indexes that are there are built again
   std::size_t jobs = 1;  // files that are indexed at once
   OutputStyle style;

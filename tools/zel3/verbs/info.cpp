@@ -5,16 +5,14 @@
 #include <utility>
 
 #include "client/timeline.h"
-#include "json/json_line.h"
-#include "output/notice.h"
 #include "output/progress_bar.h"
 #include "output/tables.h"
-#include "sources/archive_source.h"
 #include "sources/archive_streams.h"
 #include "system/failure.h"
 #include "system/file_status.h"
 #include "text/shown_text.h"
 #include "times/time_text.h"
+#include "verbs/asked_source.h"
 
 namespace {
 
@@ -28,7 +26,7 @@ struct ShownArchive {
   std::uint64_t bytes = 0;
   std::optional<DeclaredStreams> streams;  // nothing: not known
 
-  std::string Name() const { return archive_source::FileName(archive.path); }
+  std::string name;
 };
 
 std::vector<ShownArchive> LookInto(const Timeline& timeline, const SourceFacts& source) {
@@ -38,6 +36,7 @@ std::vector<ShownArchive> LookInto(const Timeline& timeline, const SourceFacts& 
     ShownArchive shown;
     shown.archive = archive;
     shown.number = number++;
+    shown.name = source.NameOf(archive.path);
     if (const auto status = StatusOf(archive.path)) shown.bytes = status->stx_size;
     shown.streams = StreamsOf(archive.path, source);
     if (!archive.IsLeftOut()) archives.push_back(std::move(shown));
@@ -45,15 +44,14 @@ std::vector<ShownArchive> LookInto(const Timeline& timeline, const SourceFacts& 
   return archives;
 }
 
-void PrintAsJson(const std::string& source, const std::vector<ShownArchive>& archives,
-                 TimeFormat times) {
+void PrintAsJson(AskedSource* asked, const std::vector<ShownArchive>& archives, TimeFormat times) {
   Json json;
-  json["source"] = source;
+  json["source"] = asked->Given().path;
   Json& files = json["files"] = Json::array();
   for (const ShownArchive& shown : archives) {
     const bool hasIndex = shown.archive.HasIndex();
     Json file;
-    file["file"] = shown.Name();
+    file["file"] = shown.name;
     file["fileNumber"] = shown.number;
     file["start"] = TimeJson(shown.archive.start, times);
     file["end"] = TimeJson(shown.archive.end, times);
@@ -64,7 +62,7 @@ void PrintAsJson(const std::string& source, const std::vector<ShownArchive>& arc
     file["streamsComplete"] = shown.streams && shown.streams->ofAllHeaders;
     files.push_back(std::move(file));
   }
-  PrintJsonLine(json);
+  asked->PrintJson(json);
 }
 
 std::string StreamsText(const std::optional<DeclaredStreams>& streams) {
@@ -75,16 +73,16 @@ std::string StreamsText(const std::optional<DeclaredStreams>& streams) {
   return streams->ofAllHeaders ? text : text + " " + kPerhapsMore;
 }
 
-void PrintAsText(const std::string& source, const std::vector<ShownArchive>& archives,
-                 TimeFormat times) {
-  std::cout << Escaped(source) << '\n';
+void PrintAsText(AskedSource* asked, const std::vector<ShownArchive>& archives, TimeFormat times) {
+  asked->BeginText();
+  if (!asked->IsOneOfMany()) std::cout << Escaped(asked->Given().path) << '\n';
   bool anyUnknown = false;
   bool anyPerhapsMore = false;
   std::vector<std::vector<std::string>> rows{
       {"file", "number", "start", "end", "entries", "streams"}};
   for (const ShownArchive& shown : archives) {
     const bool hasIndex = shown.archive.HasIndex();
-    rows.push_back({Escaped(shown.Name()), std::to_string(shown.number),
+    rows.push_back({Escaped(shown.name), std::to_string(shown.number),
                     TimeText(shown.archive.start, times), TimeText(shown.archive.end, times),
                     hasIndex ? std::to_string(shown.archive.entries) : kPerhapsMore,
                     StreamsText(shown.streams)});
@@ -97,18 +95,23 @@ void PrintAsText(const std::string& source, const std::vector<ShownArchive>& arc
   if (anyUnknown) std::cout << kUnknown << " cannot be told: zel3 doctor says what is wrong\n";
 }
 
-}  // namespace
-
-int RunInfo(const HostOptions& host, const InfoOptions& options) {
-  ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
+int Info(const HostOptions& host, const InfoOptions& options, AskedSource* asked) {
+  ServedSource source(host, asked->Given(), MissingIndexes::kBuild, asked->Teller());
   ProgressBar progress;
   const Timeline timeline(&source, &progress);
   timeline.RequireOne();
   const std::vector<ShownArchive> archives = LookInto(timeline, source.Facts());
   if (options.style.format == OutputFormat::kJson) {
-    PrintAsJson(source.Path(), archives, options.style.Times());
+    PrintAsJson(asked, archives, options.style.Times());
   } else {
-    PrintAsText(source.Path(), archives, options.style.Times());
+    PrintAsText(asked, archives, options.style.Times());
   }
   return timeline.IsWhole() ? kExitDone : kExitDamaged;
+}
+
+}  // namespace
+
+int RunInfo(const HostOptions& host, const InfoOptions& options) {
+  return AnswerForEach(options.sources, options.style.format,
+                       [&](AskedSource* asked) { return Info(host, options, asked); });
 }

@@ -3,10 +3,11 @@
 #include <string>
 
 #include "output/output_style.h"
+#include "sources/given_sources.h"
 #include "sources/host_options.h"
 
 struct InfoOptions {
-  std::string source;
+  SourceArguments sources;
   OutputStyle style;
 };
 

@@ -4,14 +4,12 @@
 
 #include "client/doubt.h"
 #include "client/timeline.h"
-#include "json/json_line.h"
-#include "output/notice.h"
 #include "output/progress_bar.h"
 #include "output/tables.h"
-#include "sources/archive_source.h"
 #include "system/failure.h"
 #include "text/shown_text.h"
 #include "times/time_text.h"
+#include "verbs/asked_source.h"
 #include "verbs/empty_answer.h"
 
 namespace {
@@ -36,7 +34,7 @@ ArchiveTime TimeOf(std::uint32_t number, std::uint32_t count, const BoundedRange
   return range.from + span / count * number + span % count * number / count;
 }
 
-void PrintAsJson(const std::vector<Position>& positions, TimeFormat times) {
+void PrintAsJson(const std::vector<Position>& positions, TimeFormat times, AskedSource* asked) {
   Json json;
   Json& list = json["positions"] = Json::array();
   for (const Position& position : positions) {
@@ -52,7 +50,7 @@ void PrintAsJson(const std::vector<Position>& positions, TimeFormat times) {
     }
     list.push_back(std::move(row));
   }
-  PrintJsonLine(json);
+  asked->PrintJson(json);
 }
 
 // How rows are written: the heads, what stands for each cell of an entry that there is not, and
@@ -81,27 +79,30 @@ std::vector<std::vector<std::string>> AsRows(const std::vector<Position>& positi
   return rows;
 }
 
-void Print(const std::vector<Position>& positions, const OutputStyle& style) {
+void Print(const std::vector<Position>& positions, const OutputStyle& style, AskedSource* asked) {
   const TimeFormat times = style.Times();
   if (style.format == OutputFormat::kText) {
+    asked->BeginText();
     PrintTable(AsRows(positions, times,
                       {{"position", "file", "number", "entry", "entry time", "time reached"},
                        "none",
                        "yes",
                        "no"}));
   } else if (style.format == OutputFormat::kCsv) {
-    PrintCsv(AsRows(positions, times,
-                    {{"time", "file", "fileNumber", "entryNumber", "entryTime", "timeReached"},
-                     "",
-                     "true",
-                     "false"}));
+    asked->PrintCsv(
+        AsRows(positions, times,
+               {{"time", "file", "fileNumber", "entryNumber", "entryTime", "timeReached"},
+                "",
+                "true",
+                "false"}));
   } else {
-    PrintAsJson(positions, times);
+    PrintAsJson(positions, times, asked);
   }
 }
 
-int Preview(const HostOptions& host, const PreviewOptions& options, const BoundedRange& range) {
-  ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
+int Preview(const HostOptions& host, const PreviewOptions& options, const BoundedRange& range,
+            AskedSource* asked) {
+  ServedSource source(host, asked->Given(), MissingIndexes::kBuild, asked->Teller());
   ProgressBar progress;
   Timeline timeline(&source, &progress);
   timeline.RequireOne();
@@ -112,8 +113,7 @@ int Preview(const HostOptions& host, const PreviewOptions& options, const Bounde
     if (position.time >= timeline.Start()) position.entry = timeline.FirstFrom(position.time);
     if (position.entry) {
       DoubtFirst(*position.entry, &timeline);
-      position.file =
-          archive_source::FileName(timeline.Archives()[position.entry->fileNumber].path);
+      position.file = source.Facts().NameOf(timeline.Archives()[position.entry->fileNumber].path);
       position.timeReached = range.to <= position.entry->time;
     }
     positions.push_back(position);
@@ -123,7 +123,7 @@ int Preview(const HostOptions& host, const PreviewOptions& options, const Bounde
     DoubtEnds(&timeline);
     timeline.FailWithNothing(kNothingRecorded, SecondsHint({range.from, range.to}, timeline));
   }
-  Print(positions, options.style);
+  Print(positions, options.style, asked);
   return timeline.IsWhole() ? kExitDone : kExitDamaged;
 }
 
@@ -132,9 +132,11 @@ int Preview(const HostOptions& host, const PreviewOptions& options, const Bounde
 int RunPreview(const HostOptions& host, const PreviewOptions& options) {
   Check(options);
   const BoundedRange range = BoundedRangeOf(options.range);
-  return RunOrPrintEmpty([&] { return Preview(host, options, range); },
-                         [&] {
-                           if (options.style.format != OutputFormat::kText)
-                             Print(std::vector<Position>(), options.style);
-                         });
+  return AnswerForEach(options.sources, options.style.format, [&](AskedSource* asked) {
+    return RunOrPrintEmpty([&] { return Preview(host, options, range, asked); },
+                           [&] {
+                             if (options.style.format != OutputFormat::kText)
+                               Print(std::vector<Position>(), options.style, asked);
+                           });
+  });
 }

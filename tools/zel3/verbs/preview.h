@@ -4,11 +4,12 @@
 #include <string>
 
 #include "output/output_style.h"
+#include "sources/given_sources.h"
 #include "sources/host_options.h"
 #include "verbs/time_range.h"
 
 struct PreviewOptions {
-  std::string source;
+  SourceArguments sources;
   RangeOptions range;
   std::uint32_t count = 10;
   OutputStyle style;

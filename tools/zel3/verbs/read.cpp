@@ -19,6 +19,7 @@
 #include "text/json_text.h"
 #include "text/shown_text.h"
 #include "times/time_text.h"
+#include "verbs/asked_source.h"
 #include "verbs/empty_answer.h"
 
 namespace {
@@ -218,12 +219,14 @@ int Read(const ReadOptions& options, const BoundedRange& range, const std::strin
 
 int RunRead(const HostOptions& host, const ReadOptions& options) {
   const BoundedRange range = BoundedRangeOf(options.range);
-  ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
-  const std::string target = ChosenOutput(options, source.Facts());
-  return RunOrPrintEmpty([&] { return Read(options, range, target, &source); },
-                         [&] {
-                           if (options.style.format != OutputFormat::kJson) return;
-                           TellAsJson(Summary(), OutputFile::IsStandardOutput(target),
-                                      options.style.Times());
-                         });
+  return AnswerForOne(options.sources, "read", [&](AskedSource* asked) {
+    ServedSource source(host, asked->Given(), MissingIndexes::kBuild, asked->Teller());
+    const std::string target = ChosenOutput(options, source.Facts());
+    return RunOrPrintEmpty([&] { return Read(options, range, target, &source); },
+                           [&] {
+                             if (options.style.format != OutputFormat::kJson) return;
+                             TellAsJson(Summary(), OutputFile::IsStandardOutput(target),
+                                        options.style.Times());
+                           });
+  });
 }

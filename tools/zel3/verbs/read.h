@@ -3,11 +3,12 @@
 #include <string>
 
 #include "output/output_style.h"
+#include "sources/given_sources.h"
 #include "sources/host_options.h"
 #include "verbs/time_range.h"
 
 struct ReadOptions {
-  std::string source;
+  SourceArguments sources;
   RangeOptions range;
   std::string output;  // "-": the standard output; empty: the same, unless it is a terminal
   bool stopAtGap = false;

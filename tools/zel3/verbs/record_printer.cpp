@@ -119,7 +119,7 @@ void PrintText(const FoundRecord& record, TimeFormat times) {
       hasLevel ? std::to_string(record.level) : kNone, Escaped(Remark(record)));
 }
 
-void PrintJson(const std::string& fileName, const FoundRecord& record, TimeFormat times) {
+Json AsJson(const std::string& fileName, const FoundRecord& record, TimeFormat times) {
   Json json;
   json["file"] = fileName;
   json["position"] = record.position;
@@ -150,7 +150,7 @@ void PrintJson(const std::string& fileName, const FoundRecord& record, TimeForma
       json["bytes"] = record.bytes;
       break;
   }
-  PrintJsonLine(json);
+  return json;
 }
 
 }  // namespace record_printer

@@ -2,13 +2,13 @@
 
 #include <algorithm>
 
-#include "output/notice.h"
 #include "output/output_file.h"
 #include "output/output_refusal.h"
 #include "output/progress_bar.h"
 #include "page/report_data.h"
 #include "page/report_page.h"
 #include "system/failure.h"
+#include "verbs/asked_source.h"
 #include "verbs/exit_by_severity.h"
 
 namespace {
@@ -25,11 +25,9 @@ std::string HintFor(const OpenRange& asked, const std::optional<ReportRange>& re
   return hint.empty() ? SecondsHint(asked.to, recorded->from, recorded->to) : hint;
 }
 
-}  // namespace
-
-int RunReport(const HostOptions& host, const ReportOptions& options) {
-  const OpenRange range = WithinTimes(RangeOf(options.range));
-  ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
+int Report(const HostOptions& host, const ReportOptions& options, const OpenRange& range,
+           const AskedSource& asked) {
+  ServedSource source(host, asked.Given(), MissingIndexes::kBuild, asked.Teller());
   RefuseToHarm(source.Facts(), options.output);
 
   ProgressBar progress;
@@ -43,4 +41,13 @@ int RunReport(const HostOptions& host, const ReportOptions& options) {
   output.Write(std::vector<unsigned char>(page.begin(), page.end()));
   output.Finish();
   return ExitBySeverity(report.severities, options.failOn, CountNotIndexed(report));
+}
+
+}  // namespace
+
+int RunReport(const HostOptions& host, const ReportOptions& options) {
+  const OpenRange range = WithinTimes(RangeOf(options.range));
+  return AnswerForOne(options.sources, "report", [&](const AskedSource* asked) {
+    return Report(host, options, range, *asked);
+  });
 }

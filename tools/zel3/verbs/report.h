@@ -4,12 +4,13 @@
 #include <string>
 
 #include "checkup/severity.h"
+#include "sources/given_sources.h"
 #include "sources/host_options.h"
 #include "times/time_text.h"
 #include "verbs/time_range.h"
 
 struct ReportOptions {
-  std::string source;
+  SourceArguments sources;
   RangeOptions range;                    // default: from the first to the last entry
   std::string output;                    // where the page goes; -: the standard output
   Severity failOn = Severity::kWarning;  // the least that makes the verb end as damaged

@@ -4,11 +4,10 @@
 
 #include <algorithm>
 #include <set>
+#include <utility>
 
 #include "client/doubt.h"
 #include "client/seek_explanation.h"
-#include "json/json_line.h"
-#include "output/notice.h"
 #include "output/progress_bar.h"
 #include "output/tables.h"
 #include "sources/archive_source.h"
@@ -16,6 +15,7 @@
 #include "system/failure.h"
 #include "text/shown_text.h"
 #include "times/time_text.h"
+#include "verbs/asked_source.h"
 #include "verbs/empty_answer.h"
 #include "verbs/time_range.h"
 
@@ -90,7 +90,7 @@ Json RangeAsJson(const std::optional<ByteRange>& range) {
   return {{"from", range->first}, {"to", range->second}};
 }
 
-void PrintAsJson(Json json, const SeekExplanation& explanation, const Cost& cost) {
+Json Explained(Json json, const SeekExplanation& explanation, const Cost& cost) {
   json["rule"] = Name(explanation.rule);
   json["fileBeforeGap"] =
       explanation.fileBeforeGap ? Json(*explanation.fileBeforeGap) : Json(nullptr);
@@ -99,7 +99,7 @@ void PrintAsJson(Json json, const SeekExplanation& explanation, const Cost& cost
   json["headerRange"] = RangeAsJson(explanation.header);
   json["filesOpened"] = cost.filesOpened ? Json(*cost.filesOpened) : Json(nullptr);
   json["bytesRead"] = cost.bytesRead;
-  PrintJsonLine(json);
+  return json;
 }
 
 std::string RangeText(const std::optional<ByteRange>& range) {
@@ -124,14 +124,20 @@ void PrintAsText(const FoundEntry& found, const std::string& file,
                  {"cost", CostText(cost)}});
 }
 
-void PrintPlainly(const FoundEntry& found, const std::string& file, const OutputStyle& style) {
-  if (style.format == OutputFormat::kJson) {
-    PrintJsonLine(FoundAsJson(found, file, style.Times()));
-  } else {
-    PrintTable({{"file", "number", "entry", "time"},
-                {Escaped(file), std::to_string(found.fileNumber), std::to_string(found.entryNumber),
-                 TimeText(found.time, style.Times())}});
+using Rows = std::vector<std::vector<std::string>>;
+
+// A table of one row, or rows for a table of all sources.
+void AddRow(const FoundEntry& found, const std::string& file, const AskedSource& asked,
+            TimeFormat times, Rows* rows) {
+  std::vector<std::string> headings{"file", "number", "entry", "time"};
+  std::vector<std::string> row{Escaped(file), std::to_string(found.fileNumber),
+                               std::to_string(found.entryNumber), TimeText(found.time, times)};
+  if (asked.IsOneOfMany()) {
+    headings.insert(headings.begin(), "source");
+    row.insert(row.begin(), Escaped(asked.Given().path));
   }
+  if (rows->empty()) rows->push_back(std::move(headings));
+  rows->push_back(std::move(row));
 }
 
 // Where a time lies that has no answer.
@@ -146,8 +152,8 @@ std::string NothingThere(const Timeline& timeline, ArchiveTime time, TimeFormat 
 
 // The folders of what a reader opens: archives and their caches.
 std::vector<std::string> FoldersOf(const SourceFacts& source) {
-  const std::string& path = source.Path();
-  std::set<std::string> folders{source.IsFolder() ? path : path.substr(0, path.rfind('/') + 1)};
+  std::set<std::string> folders;
+  for (const std::string& file : source.Files()) folders.insert(archive_source::FolderOf(file));
   for (const std::string& archive : source.Archives()) {
     const std::string folder = source.IndexFolderOf(archive);
     if (!folder.empty()) folders.insert(folder);
@@ -155,8 +161,9 @@ std::vector<std::string> FoldersOf(const SourceFacts& source) {
   return {folders.begin(), folders.end()};
 }
 
-int Seek(const HostOptions& host, const SeekOptions& options) {
-  ServedSource source(host, options.source, MissingIndexes::kBuild, PrintNotice);
+// Rows of a table are left to be printed.
+int Seek(const HostOptions& host, const SeekOptions& options, AskedSource* asked, Rows* rows) {
+  ServedSource source(host, asked->Given(), MissingIndexes::kBuild, asked->Teller());
   ProgressBar progress;
   AccessMeter meter(FoldersOf(source.Facts()));
   Timeline timeline(&source, &progress);
@@ -171,17 +178,21 @@ int Seek(const HostOptions& host, const SeekOptions& options) {
   }
   DoubtFound(*found, options.time, options.lookup, &timeline);
 
-  const std::string file = archive_source::FileName(timeline.Archives()[found->fileNumber].path);
+  const std::string file = source.Facts().NameOf(timeline.Archives()[found->fileNumber].path);
+  const bool asJson = options.style.format == OutputFormat::kJson;
   if (options.explain) {
     const Cost cost = {meter.FilesOpened(), meter.BytesRead(), timeline.BuiltAnIndex()};
     const SeekExplanation explanation = Explain(*found, options.time, options.lookup, &timeline);
-    if (options.style.format == OutputFormat::kJson) {
-      PrintAsJson(FoundAsJson(*found, file, times), explanation, cost);
+    if (asJson) {
+      asked->PrintJson(Explained(FoundAsJson(*found, file, times), explanation, cost));
     } else {
+      asked->BeginText();
       PrintAsText(*found, file, explanation, cost, times);
     }
+  } else if (asJson) {
+    asked->PrintJson(FoundAsJson(*found, file, times));
   } else {
-    PrintPlainly(*found, file, options.style);
+    AddRow(*found, file, *asked, times, rows);
   }
   return timeline.IsWhole() ? kExitDone : kExitDamaged;
 }
@@ -189,9 +200,15 @@ int Seek(const HostOptions& host, const SeekOptions& options) {
 }  // namespace
 
 int RunSeek(const HostOptions& host, const SeekOptions& options) {
-  return RunOrPrintEmpty([&] { return Seek(host, options); },
-                         [&] {
-                           if (options.style.format == OutputFormat::kJson)
-                             PrintJsonLine(NothingAsJson(options.explain));
-                         });
+  Rows rows;
+  const auto seek = [&](AskedSource* asked) {
+    return RunOrPrintEmpty([&] { return Seek(host, options, asked, &rows); },
+                           [&] {
+                             if (options.style.format == OutputFormat::kJson)
+                               asked->PrintJson(NothingAsJson(options.explain));
+                           });
+  };
+  const int exitCode = AnswerForEach(options.sources, options.style.format, seek);
+  PrintTable(rows);
+  return exitCode;
 }

@@ -5,10 +5,11 @@
 #include "blocks/units.h"
 #include "client/timeline.h"
 #include "output/output_style.h"
+#include "sources/given_sources.h"
 #include "sources/host_options.h"
 
 struct SeekOptions {
-  std::string source;
+  SourceArguments sources;
   ArchiveTime time = 0;
   Lookup lookup = Lookup::kAtOrBefore;
   bool explain = false;
