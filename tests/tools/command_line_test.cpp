@@ -84,6 +84,45 @@ TEST_F(CommandLine, UsageErrorsAreOneLineAndExitWithTwo) {
   }
 }
 
+TEST_F(CommandLine, WhatIsNotKnownIsAnsweredWithWhatIsNear) {
+  const struct {
+    Arguments arguments;
+    const char* message;
+  } cases[] = {
+      {{}, "a verb is missing; zel3 --help names them"},
+      {{"sekk", "a", "5"}, "there is no verb 'sekk': did you mean 'seek'?"},
+      {{"--plugin-folder", "x", "in"}, "there is no verb 'in': did you mean 'info' or 'index'?"},
+      {{"frobnicate"}, "there is no verb 'frobnicate'; zel3 --help names them"},
+      {{"info", "a", "--formt", "json"},
+       "there is no option --formt of info: did you mean '--format'?"},
+      {{"info", "--recursve"},
+       "there is no option --recursve of info: did you mean '--recursive'?"},
+      {{"seek", "a", "5", "--plugin-foldr=x"},
+       "there is no option --plugin-foldr of seek: did you mean '--plugin-folder'?"},
+      {{"info", "a", "--bogus"}, "there is no option --bogus of info; zel3 info --help names them"},
+      {{"--versoin"}, "there is no option --versoin: did you mean '--version'?"},
+      {{"console", "a", "b"}, "The following argument was not expected: b"},
+      {{"--plugin-folder"}, "--plugin-folder: 1 required PATH missing"},
+  };
+  for (const auto& each : cases) {
+    SCOPED_TRACE(testing::PrintToString(each.arguments));
+    const ProgramResult result = Run(each.arguments);
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.err, std::string("zel3: ") + each.message + "\n");
+  }
+}
+
+TEST_F(CommandLine, ASourceWithoutAVerbIsSeen) {
+  WriteFile(*this / "seekk", "");
+  EXPECT_EQ(Run({Folder()}).err, "zel3: '" + Folder() +
+                                     "' is a folder, and a verb is missing: "
+                                     "zel3 info " +
+                                     Folder() + "\n");
+  EXPECT_EQ(Run({*this / "seekk", "5"}).err, "zel3: '" + *this / "seekk" +
+                                                 "' is a file, and a verb is missing: zel3 info " +
+                                                 *this / "seekk" + "\n");
+}
+
 TEST_F(CommandLine, OptionsOfTheProgramMayStandBeforeAndAfterTheVerb) {
   WriteFile(*this / "zel3reader.so", "no plug-in");
   EXPECT_EQ(Run({"--plugin-folder", Folder(), "info", Folder()}).exitCode, 1);

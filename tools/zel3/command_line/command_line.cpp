@@ -6,6 +6,7 @@
 
 #include "command_line/completion.h"
 #include "command_line/option_kinds.h"
+#include "command_line/stray_words.h"
 #include "command_line/verb_groups.h"
 #include "command_line/version.h"
 #include "system/failure.h"
@@ -120,10 +121,11 @@ std::function<int()> ParseCommandLine(int argc, char** argv) {
     return [options] { return RunVersion(options->host); };
   } catch (const CLI::RequiredError& error) {
     const bool verbGiven = !app.get_subcommands().empty();
-    throw Failure(verbGiven ? error.what() : "a verb is missing or unknown; zel3 --help names them",
-                  kExitUsage);
+    const std::string missing =
+        verbGiven ? error.what() : "a verb is missing; zel3 --help names them";
+    throw Failure(AboutStrayWords(app).value_or(missing), kExitUsage);
   } catch (const CLI::ParseError& error) {
-    throw Failure(error.what(), kExitUsage);
+    throw Failure(AboutStrayWords(app).value_or(error.what()), kExitUsage);
   }
   return [options, run] { return run(); };
 }
