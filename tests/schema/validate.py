@@ -180,7 +180,7 @@ def check_several(check, one, other):
         told = [each["source"] for each in answer["sources"]]
         if told != [str(one), str(other)]:
             check.fail(f"{verb} answers for {told}")
-        answer = check.json(verb, 1, verb, one, one / "missing", *rest, *json_of)
+        answer = check.json(verb, 1, verb, one / "missing", one, *rest, *json_of)
         if len(answer["sources"]) != 1:
             check.fail(f"{verb} answers for what is not there")
         ends = check.run(verb, *several, *rest, "--merge").returncode
