@@ -36,6 +36,14 @@ class SeveralSources : public ProgramTest {
     return scenario;
   }
 
+  ProgramResult RunInFolder(const Arguments& arguments) {
+    Start(arguments, [this] {
+      if (chdir(Folder().c_str()) != 0) _exit(1);
+    });
+    CloseInput();
+    return Finish();
+  }
+
   static Arguments With(Arguments arguments, const Arguments& more) {
     arguments.insert(arguments.end(), more.begin(), more.end());
     return arguments;
@@ -261,36 +269,56 @@ TEST_F(SeveralSources, TheLastWordsAreTimesWhereTheyReadAsTimes) {
 }
 
 TEST_F(SeveralSources, AWordThatCouldBeTwoThingsIsRefused) {
-  std::filesystem::create_directory(*this / "2024-05-01");
   WriteScenario(*this / "2024-05-01", Eventful());
-  const auto inFolder = [this](const Arguments& arguments) {
-    Start(arguments, [this] {
-      if (chdir(Folder().c_str()) != 0) _exit(1);
-    });
-    CloseInput();
-    return Finish();
-  };
-  const ProgramResult either = inFolder({"events", "one", "2024-05-01"});
+  const ProgramResult either = RunInFolder({"events", "one", "2024-05-01"});
   EXPECT_EQ(either.exitCode, 2);
   EXPECT_EQ(either.err,
             "zel3: '2024-05-01' is a time, and there is a file or folder of that name: write "
-            "./2024-05-01 for that\n");
-  EXPECT_THAT(inFolder({"events", "one", "./2024-05-01"}).out, HasSubstr(*this / "2024-05-01\n"));
-  EXPECT_EQ(inFolder({"events", "2024-05-01"}).exitCode, 0) << "the first word is a source";
-  const ProgramResult neither = inFolder({"events", "one", "2024-13-01", "2024-05-02"});
+            "./2024-05-01 for that, or --since for the time\n");
+  const ProgramResult neither = RunInFolder({"events", "one", "2024-13-01", "2024-05-02"});
   EXPECT_EQ(neither.exitCode, 2);
   EXPECT_EQ(neither.err,
-            "zel3: '2024-13-01' is no time, and there is no file or folder of that name\n");
-  EXPECT_EQ(inFolder({"seek", "one", "2024-05-01"}).exitCode, 0) << "the last word is the time";
+            "zel3: there is no file or folder of that name, and '2024-13-01' is not a time: there "
+            "is no day 2024-13-01\n");
+}
+
+TEST_F(SeveralSources, AFolderMayHaveTheNameOfATime) {
+  WriteScenario(*this / "2024-05-01", Eventful());
+  const std::string folder = *this / "2024-05-01";
+  const Arguments json{"--format", "json"};
+  const auto sourcesOf = [&](const Arguments& arguments) {
+    return SourcesIn(Json::parse(RunInFolder(With(arguments, json)).out));
+  };
+  EXPECT_THAT(sourcesOf({"events", "one", "./2024-05-01"}), ElementsAre(mOne, folder));
+  EXPECT_THAT(sourcesOf({"events", "one", "2024-05-01", "--since", "2024-05-01"}),
+              ElementsAre(mOne, folder));
+  EXPECT_THAT(sourcesOf({"info", "one", "2024-05-01"}), ElementsAre(mOne, folder));
+  EXPECT_EQ(RunInFolder({"events", "2024-05-01"}).exitCode, 0) << "the first word is a source";
+  EXPECT_EQ(RunInFolder({"seek", "one", "2024-05-01"}).exitCode, 0) << "the last word is the time";
+  EXPECT_EQ(RunInFolder({"read", "one", "2024-05-01", "2024-05-02", "-o", "out"}).exitCode, 0);
+  EXPECT_EQ(ReadFile(*this / "out").size(), ReadFile(SampleFile(mOne, mTruth, 0)).size() +
+                                                ReadFile(SampleFile(mOne, mTruth, 1)).size() +
+                                                ReadFile(SampleFile(mOne, mTruth, 2)).size());
+}
+
+TEST_F(SeveralSources, OptionsMayStandForTheTimes) {
+  const std::string from = std::to_string(SampleTime(0));
+  const Json found = Json::parse(
+      Run({"preview", mOne, mOther, "--since", from, "--for", "1h", "--format", "json"}).out);
+  EXPECT_THAT(SourcesIn(found), ElementsAre(mOne, mOther));
+  EXPECT_EQ(Run({"read", mOne, mOther, "--merge", "--since", from, "--for", "1h", "-o",
+                 *this / "by-options"})
+                .exitCode,
+            0);
+  Run({"read", mOne, mOther, "--merge", from, std::to_string(SampleTime(3600)), "-o",
+       *this / "by-words"});
+  EXPECT_EQ(ReadFile(*this / "by-options"), ReadFile(*this / "by-words"));
 }
 
 TEST_F(SeveralSources, AFolderInBracketsIsNoList) {
   std::filesystem::rename(mOne, *this / "[one,other]");
-  Start({"info", "[one,other]", "--format", "json"}, [this] {
-    if (chdir(Folder().c_str()) != 0) _exit(1);
-  });
-  CloseInput();
-  EXPECT_EQ(Json::parse(Finish().out)["source"], *this / "[one,other]");
+  const ProgramResult result = RunInFolder({"info", "[one,other]", "--format", "json"});
+  EXPECT_EQ(Json::parse(result.out)["source"], *this / "[one,other]");
 }
 
 TEST_F(SeveralSources, ArchivesOfOneNameAndTimeCannotShareACacheFolder) {

@@ -40,9 +40,10 @@ std::optional<std::string> WhyNoTime(const std::string& word) {
 // Whether the word is a time, where a source may stand as well. `mayStand`: a time may.
 bool IsTime(const std::string& word, bool mayStand) {
   const std::optional<std::string> whyNoTime = WhyNoTime(word);
-  const bool isThere = StatusOf(word, Links::kNot).has_value();
-  if (!mayStand || whyNoTime.has_value() == isThere) return !whyNoTime && !isThere;
-  if (isThere) {
+  const bool isTime = !whyNoTime;
+  const bool isSource = StatusOf(word, Links::kNot).has_value();
+  if (!mayStand || isTime != isSource) return isTime && !isSource;
+  if (isTime) {
     throw CLI::ValidationError("'" + word +
                                "' is a time, and there is a file or folder of that name: write ./" +
                                word + " for that, or --since for the time");
