@@ -2,8 +2,11 @@
 
 #include <gmock/gmock.h>
 
+#include <set>
+
 #include "archive/recorded_events.h"
 #include "client/activity_bins.h"
+#include "sources/given_sources.h"
 #include "support/environment_value.h"
 #include "support/folder_reader.h"
 #include "support/sample_archive.h"
@@ -168,4 +171,33 @@ TEST_F(JoinedAnswers, LevelsAreTheSame) {
       EXPECT_EQ(HighestOf(joined[i]), levels);
     }
   }
+}
+
+// Two cameras that recorded at the same time, with files of the same names.
+TEST_F(JoinedAnswers, TheFilesOfSeveralFoldersAreOneTimeline) {
+  const TempFolder other;
+  Scenario later = SmallScenario();
+  later.startIndexTime += 5;
+  WriteScenario(other.Path(), later);
+  const FoundSources found = FindSources({{other.Path(), mFolder.Path()}, false, true});
+  const EnvironmentValue temporary("TMPDIR", std::getenv("TMPDIR"));
+  ASSERT_EQ(found.sources.size(), 1U);
+  ServedSource source(HostOfThisBuild(), found.sources[0], MissingIndexes::kBuild, Ignore);
+  Timeline timeline(&source, &mProgress);
+  std::vector<ArchiveTime> starts;
+  std::set<std::string> names;
+  for (const ServedArchive& archive : timeline.Archives()) {
+    starts.push_back(archive.start);
+    names.insert(source.Facts().NameOf(archive.path));
+  }
+  EXPECT_THAT(starts, testing::ElementsAre(SampleTime(0), SampleTime(5), SampleTime(90),
+                                           SampleTime(95), SampleTime(150), SampleTime(155)));
+  EXPECT_EQ(names.size(), 6U) << "the folders tell them apart";
+  // An entry each ten seconds in both.
+  const auto atTwelve = timeline.Find(SampleTime(12), Lookup::kAtOrBefore);
+  ASSERT_TRUE(atTwelve);
+  EXPECT_EQ(*atTwelve, (FoundEntry{0, 1, SampleTime(10)}));
+  const auto atSeventeen = timeline.Find(SampleTime(17), Lookup::kAtOrBefore);
+  ASSERT_TRUE(atSeventeen);
+  EXPECT_EQ(*atSeventeen, (FoundEntry{1, 1, SampleTime(15)}));
 }

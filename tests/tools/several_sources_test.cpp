@@ -73,6 +73,7 @@ const std::vector<std::vector<std::string>>& AnsweringVerbs() {
   static const std::string to = std::to_string(SampleTime(2000));
   static const std::vector<std::vector<std::string>> verbs{{"info"},
                                                            {"index"},
+                                                           {"index", "-j", "2"},
                                                            {"doctor"},
                                                            {"seek", to},
                                                            {"events"},

@@ -1,11 +1,11 @@
 #include "command_line/command_line.h"
 
-#include <algorithm>
 #include <iostream>
 #include <memory>
 
 #include "command_line/completion.h"
 #include "command_line/option_kinds.h"
+#include "command_line/parser_words.h"
 #include "command_line/stray_words.h"
 #include "command_line/verb_groups.h"
 #include "command_line/version.h"
@@ -65,32 +65,6 @@ void AddAll(CLI::App* app, Options* options, Run* run) {
   AddCompletion(app, options, run);
 }
 
-bool TakesValue(const std::string& option, const CommandDescription& command) {
-  const auto isIt = [&option](const ArgumentDescription& each) {
-    return each.TakesValue() &&
-           std::find(each.names.begin(), each.names.end(), option) != each.names.end();
-  };
-  return std::any_of(command.options.begin(), command.options.end(), isIt) ||
-         std::any_of(command.verbs.begin(), command.verbs.end(), [&](const VerbDescription& verb) {
-           return std::any_of(verb.options.begin(), verb.options.end(), isIt);
-         });
-}
-
-// The words of a command line in the order in which the parser takes them, the last one first. It
-// would take [a,b] for a list; a path like that is written in another way.
-std::vector<std::string> WordsOf(const CLI::App& app, int argc, char** argv) {
-  const CommandDescription command = DescribeApp(app);
-  std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
-  for (std::size_t i = 0; i < words.size(); ++i) {
-    const bool isBracketed =
-        words[i].size() > 1 && words[i].front() == '[' && words[i].back() == ']';
-    const bool isOfOption = i > 0 && TakesValue(words[i - 1], command);
-    if (isBracketed && !isOfOption) words[i].insert(0, "./");
-  }
-  std::reverse(words.begin(), words.end());
-  return words;
-}
-
 Run Printing(const std::string& text) {
   return [text] {
     std::cout << text;
@@ -114,7 +88,7 @@ std::function<int()> ParseCommandLine(int argc, char** argv) {
   CLI::App app(kAbout, "zel3");
   AddAll(&app, options.get(), &run);
   try {
-    app.parse(WordsOf(app, argc, argv));
+    app.parse(WordsForParser(app, argc, argv));
   } catch (const CLI::CallForHelp&) {
     return Printing(app.help());
   } catch (const CLI::CallForVersion&) {

@@ -33,19 +33,19 @@ class AskedSource {
   // The same as a function, which is valid as long as this object.
   OnNotice Teller() const;
 
-  // An answer for people: prints the heading that it has among others. REQUIRES, of these three:
-  // one of them is called at most once for a source, and before all else that is printed of it.
+  // Prints the heading that an answer for people has among others. REQUIRES: called once at most,
+  // before all else of the answer.
   void BeginText();
-  // An answer as one JSON object. Or its beginning: the brace, and the comma after the first member
-  // where there is one.
+  // Prints the answer as one JSON object. REQUIRES: called once at most.
   void PrintJson(const Json& answer);
+  // The same for one whose members the caller prints in between, one or more of them.
   void BeginJson();
-  // After BeginJson and the members: the brace.
   void EndJson();
 
   // Prints a JSON object on a line of its own.
   void PrintJsonRow(const Json& row);
-  // Prints rows as comma-separated values. The first row are the headings, which are printed once.
+  // Prints rows as comma-separated values. The first row are the headings, which are printed once
+  // for all sources.
   void PrintCsv(const std::vector<std::vector<std::string>>& rows);
 
  private:
@@ -56,10 +56,11 @@ class AskedSource {
   Frame& mFrame;
 };
 
-// Asks for the answer to each source, one after the other. One that fails costs its own answer
-// only, and the user is told. The exit code of all: failed before damaged before done; nothing,
-// when all of them are. Throws Failure when the user interrupts, when nothing more can be printed,
-// for usage errors, and what the answer throws when there is only one source.
+// Asks for the answer of each source, one after the other: `answer` prints it and gives its exit
+// code. One that fails costs its own answer only, and the user is told. Gives the exit code of all:
+// failed, else damaged, else done; nothing, when all of them are. Throws Failure when the user
+// interrupts, when nothing more can be printed, for usage errors, and what `answer` throws when
+// there is only one source.
 int AnswerForEach(const SourceArguments& arguments, OutputFormat format,
                   const std::function<int(AskedSource*)>& answer);
 
