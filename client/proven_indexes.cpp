@@ -196,7 +196,10 @@ void ProvenIndexes::Build(ServedArchive* archive) {
 void ProvenIndexes::BuildAll(const std::vector<ServedArchive*>& archives,
                              const IndexingOptions& options) {
   std::vector<std::string> paths;
-  for (const ServedArchive* const archive : archives) paths.push_back(archive->path);
+  // Where none is built, none goes.
+  for (const ServedArchive* const archive : archives) {
+    if (!LeavesOutMissing()) paths.push_back(archive->path);
+  }
   const ServedSource::OneScan scan(&mSource, std::move(paths));
   if (options.jobs > 1 && archives.size() > 1) {
     BuildInWorkers(archives, options);
