@@ -32,8 +32,7 @@ int Weightier(int one, int other) {
 class Answers {
  public:
   // `mayBeMany`: their answers say which source they are of.
-  Answers(FoundSources found, bool mayBeMany, OutputFormat format)
-      : mFound(std::move(found)) {
+  Answers(FoundSources found, bool mayBeMany, OutputFormat format) : mFound(std::move(found)) {
     mFrame.areMany = mayBeMany && mFound.areMany;
     mFrame.isJsonList = mFrame.areMany && format == OutputFormat::kJson;
   }
