@@ -175,12 +175,10 @@ TEST_F(JoinedAnswers, LevelsAreTheSame) {
 
 // Two cameras that recorded at the same time, with files of the same names.
 TEST_F(JoinedAnswers, TheFilesOfSeveralFoldersAreOneTimeline) {
-  const TempFolder other;
   Scenario later = SmallScenario();
   later.startIndexTime += 5;
-  WriteScenario(other.Path(), later);
-  const FoundSources found = FindSources({{other.Path(), mFolder.Path()}, false, true});
-  const EnvironmentValue temporary("TMPDIR", std::getenv("TMPDIR"));
+  WriteScenario(mFolder / "other", later);
+  const FoundSources found = FindSources({{mFolder / "other", mFolder.Path()}, false, true});
   ASSERT_EQ(found.sources.size(), 1U);
   ServedSource source(HostOfThisBuild(), found.sources[0], MissingIndexes::kBuild, Ignore);
   Timeline timeline(&source, &mProgress);
