@@ -144,6 +144,14 @@ def check_folder(check, work, source, ends):
         check.json("doctor", check.run("doctor", source).returncode, "doctor", source, *style)
         check.json("read", check.run("read", source, 0, FAR, "-o", work / "out").returncode,
                    "read", source, 0, FAR, "-o", work / "out", *style)
+        for split in ((), ("--split", "30s")):
+            cut = ("cut", source, 0, FAR, "-o", work / "cut.zel3", "--force", *split)
+            check.json("cut", check.run(*cut).returncode, *cut, *style)
+        for file in [source] if source.is_file() else sorted(source.glob("cam*.zel3")):
+            mend = ("mend", file, "-o", work / "mended.zel3", "--force")
+            mended = check.run(*mend).returncode
+            if mended != 1:
+                check.json("mend", mended, *mend, *style)
         check.json("events", ends, "events", source, *style)
         check.lines("events-line", ends, "events", source, "--format", "jsonl", "--time-format", times)
         dumped = check.run("dump", source).returncode
@@ -156,6 +164,7 @@ def check_nothing(check, source):
     check.json("seek", 4, "seek", source, 5, *style)
     check.json("seek", 4, "seek", source, 5, "--explain", *style)
     check.json("read", 4, "read", source, 5, 6, "-o", "/dev/null", *style)
+    check.json("cut", 4, "cut", source, 5, 6, "-o", "none.zel3", *style)
     check.json("preview", 4, "preview", source, 5, 6, *style)
     check.json("activity", 4, "activity", source, 5, 6, "--stream", 1, *style)
     check.json("events", 4, "events", source, 5, 6, *style)

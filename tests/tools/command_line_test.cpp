@@ -11,9 +11,9 @@ using testing::MatchesRegex;
 
 namespace {
 
-constexpr const char* kVerbs[] = {"make",    "info",     "index",     "seek", "read",
-                                  "events",  "activity", "preview",   "dump", "doctor",
-                                  "console", "inspect",  "completion"};
+constexpr const char* kVerbs[] = {"make",    "info",     "index",      "seek", "read",
+                                  "events",  "activity", "preview",    "dump", "doctor",
+                                  "console", "inspect",  "completion", "cut",  "mend"};
 
 class CommandLine : public ProgramTest {};
 
@@ -58,6 +58,13 @@ TEST_F(CommandLine, UsageErrorsAreOneLineAndExitWithTwo) {
       {"read", Folder(), "1"},
       {"read", Folder(), "2", "2"},
       {"read", Folder(), "3", "2"},
+      {"cut", Folder(), "1", "2"},
+      {"cut", Folder(), "2", "2", "-o", *this / "a.zel3"},
+      {"cut", Folder(), "1", "2", "-o", *this / "a.zel3", "--streams", "1,x"},
+      {"cut", Folder(), "1", "2", "-o", *this / "a.zel3", "--split", "500"},
+      {"cut", Folder(), "1", "2", "-o", *this / "a.zel3", "--split", "0MB"},
+      {"mend", *this / "a.zel3"},
+      {"mend", "-o", *this / "a.zel3"},
       {"completion"},
       {"completion", "tcsh"},
       {"console"},

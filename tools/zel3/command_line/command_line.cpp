@@ -60,6 +60,7 @@ void AddAll(CLI::App* app, Options* options, Run* run) {
   app->set_version_flag("--version", "", "print the versions and which plug-ins would be loaded");
   AddArchiveVerbs(app, options, run);
   AddTimeVerbs(app, options, run);
+  AddCuttingVerbs(app, options, run);
   AddExaminingVerbs(app, options, run);
   AddPlugInVerbs(app, options, run);
   AddCompletion(app, options, run);

@@ -8,6 +8,7 @@
 #include "sources/host_options.h"
 #include "verbs/activity.h"
 #include "verbs/console.h"
+#include "verbs/cut.h"
 #include "verbs/doctor.h"
 #include "verbs/dump.h"
 #include "verbs/events.h"
@@ -15,6 +16,7 @@
 #include "verbs/info.h"
 #include "verbs/inspect.h"
 #include "verbs/make.h"
+#include "verbs/mend.h"
 #include "verbs/preview.h"
 #include "verbs/read.h"
 #include "verbs/report.h"
@@ -32,6 +34,8 @@ struct Options {
   EventsOptions events;
   ActivityOptions activity;
   PreviewOptions preview;
+  CutOptions cut;
+  MendOptions mend;
   DumpOptions dump;
   DoctorOptions doctor;
   ReportOptions report;
@@ -55,6 +59,8 @@ CLI::App* AddVerb(CLI::App* app, const std::string& name, const std::string& hel
 void AddArchiveVerbs(CLI::App* app, Options* options, Run* run);
 // What is at which time: seek, read, events, activity, preview.
 void AddTimeVerbs(CLI::App* app, Options* options, Run* run);
+// Archives made of others: cut, mend.
+void AddCuttingVerbs(CLI::App* app, Options* options, Run* run);
 // All of a source: dump, doctor, report.
 void AddExaminingVerbs(CLI::App* app, Options* options, Run* run);
 // Plug-ins: console, inspect.

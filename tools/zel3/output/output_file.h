@@ -2,9 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "output/unfinished_file.h"
 #include "system/file_handle.h"
 
 // Where the results of a verb go: a file, or what takes bytes as they come. Opened with the first
@@ -34,13 +36,10 @@ class OutputFile {
 
  private:
   void Open();
-  void OpenInPlace();
-  void OpenBeside();
   [[noreturn]] void Fail() const;
 
   const std::string mPath;
-  std::string mTarget;      // where symbolic links lead
-  std::string mUnfinished;  // beside the target; empty: written in place
-  FileHandle mFile;
+  std::optional<UnfinishedFile> mUnfinished;  // of a file
+  FileHandle mInPlace;                        // of what is written in place
   std::uint64_t mBytesWritten = 0;
 };

@@ -8,7 +8,7 @@
 #include "archive/entry_copy.h"
 #include "client/doubt.h"
 #include "client/entry_ranges.h"
-#include "client/recorded_gap.h"
+#include "client/time_watch.h"
 #include "client/timeline.h"
 #include "json/json_line.h"
 #include "output/notice.h"
@@ -36,44 +36,12 @@ std::string ChosenOutput(const ReadOptions& options, const SourceFacts& source) 
   return options.output;
 }
 
-struct Gap {
-  ArchiveTime from;
-  ArchiveTime to;
-};
-
-// Tells how the times of entries follow each other, which come in the order of their archives.
-class TimeWatch {
- public:
-  // Where nothing is recorded between the entry taken last and this one, or where the time goes
-  // back. `step`: of the archive.
-  std::optional<Gap> Take(std::size_t archive, ArchiveTime time, ArchiveTime step) {
-    std::optional<Gap> leap;
-    if (mTaken) {
-      const std::uint64_t mostSteps =
-          archive == mArchive ? kMostStepsInAFile : kMostStepsToTheNextFile;
-      const bool isBackward = time < mTime;
-      if (isBackward || IsGap(time - mTime, mStep, mostSteps)) leap = Gap{mTime, time};
-    }
-    mTaken = true;
-    mArchive = archive;
-    mTime = time;
-    mStep = step;
-    return leap;
-  }
-
- private:
-  bool mTaken = false;
-  std::size_t mArchive = 0;
-  ArchiveTime mTime = 0;
-  ArchiveTime mStep = 0;
-};
-
 // What has been read.
 struct Summary {
   CopyCounts counts;
   std::uint64_t bytes = 0;
-  std::vector<Gap> gaps;
-  std::vector<Gap> backward;    // where the time goes back
+  std::vector<TimeLeap> gaps;
+  std::vector<TimeLeap> backward;  // where the time goes back
   std::uint64_t misplaced = 0;  // entries with a time that is not between those of their neighbours
   bool stopped = false;         // at a gap
 
@@ -118,9 +86,9 @@ class RangeCopy {
     for (std::size_t entry = range.first; entry < range.end; ++entry) {
       const ArchiveTime place = opened.Index().PlaceOf(entry);
       if (place != opened.Index().TimeOf(entry)) ++mSummary.misplaced;
-      const std::optional<Gap> leap = mWatch.Take(number, place, opened.Span().step);
+      const std::optional<TimeLeap> leap = mWatch.Take(number, place, opened.Span().step);
       if (!leap) continue;
-      if (leap->to < leap->from) {
+      if (leap->IsBackward()) {
         mSummary.backward.push_back(*leap);
         continue;
       }
@@ -140,9 +108,9 @@ class RangeCopy {
   Summary mSummary;
 };
 
-Json AsJson(const std::vector<Gap>& gaps, TimeFormat times) {
+Json AsJson(const std::vector<TimeLeap>& gaps, TimeFormat times) {
   Json list = Json::array();
-  for (const Gap& gap : gaps)
+  for (const TimeLeap& gap : gaps)
     list.push_back({{"from", TimeJson(gap.from, times)}, {"to", TimeJson(gap.to, times)}});
   return list;
 }
@@ -164,11 +132,11 @@ void TellAsJson(const Summary& summary, bool bytesOnOutput, TimeFormat times) {
 }
 
 void TellAsText(const Summary& summary, TimeFormat times) {
-  for (const Gap& gap : summary.gaps) {
+  for (const TimeLeap& gap : summary.gaps) {
     std::cerr << "nothing is recorded from " << TimeText(gap.from, times) << " to "
               << TimeText(gap.to, times) << '\n';
   }
-  for (const Gap& leap : summary.backward) {
+  for (const TimeLeap& leap : summary.backward) {
     std::cerr << "the time goes back from " << TimeText(leap.from, times) << " to "
               << TimeText(leap.to, times) << '\n';
   }

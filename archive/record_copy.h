@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+#include "archive/archive_headers.h"
+#include "archive/sound_stretches.h"
+#include "blocks/units.h"
+#include "indexer/plain_file.h"
+
+// Takes the bytes of a copy in their order.
+struct CopyTarget {
+  std::function<void(const unsigned char* bytes, std::size_t size)> write;
+  // So many zeros, which the source does not keep on the disk either.
+  std::function<void(std::uint64_t size)> skip;
+  // These bytes of the source are not copied, because they cannot be read, or are data after an
+  // index record that cannot be read. `entries`: so many index records are among them.
+  std::function<void(FilePosition position, std::uint64_t size, std::uint64_t entries)> lose;
+  // Takes bytes of the source, by its handle, without their being read here. False when that is not
+  // possible, and they are to be written. May be empty.
+  std::function<bool(int source, FilePosition position, std::size_t size)> copy = {};
+};
+
+// Copies whole records of one file in large pieces. What comes one after the other goes out at
+// once, so that it may go out later: with what does not follow, or by Flush.
+class RecordCopy {
+ public:
+  // Borrows the file.
+  RecordCopy(const PlainFile& file, CopyTarget target);
+
+  // All throw Failure when the user interrupts, and what the target throws.
+
+  // The whole records of a stretch.
+  void Add(const SoundStretch& stretch);
+  // The same, but of the data among them only that of these types.
+  void AddTypes(const SoundStretch& stretch, const KnownTypes& types);
+  // Bytes of the caller's own.
+  void AddBytes(const std::vector<unsigned char>& bytes);
+  void Flush();
+
+ private:
+  void AddRange(FilePosition from, FilePosition to);
+  void AddLong(FilePosition from, FilePosition to);
+  void CopyReadableRecords();
+
+  const PlainFile& mFile;
+  const CopyTarget mTarget;
+  std::vector<unsigned char> mPiece;
+  // Whole records that are still to be copied.
+  FilePosition mFrom = 0;
+  FilePosition mTo = 0;
+  bool mPassesData = false;  // up to the next index record
+};
+
+// How many bytes AddTypes would copy.
+std::uint64_t SizeOfTypes(const PlainFile& file, const SoundStretch& stretch,
+                          const KnownTypes& types);

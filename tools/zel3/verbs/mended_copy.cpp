@@ -1,0 +1,176 @@
+#include "verbs/mended_copy.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "archive/record_copy.h"
+#include "archive/sound_stretches.h"
+#include "blocks/byte_cursor.h"
+#include "system/failure.h"
+
+namespace {
+
+constexpr std::uint64_t kLargestIndexed = std::uint64_t{1} << 48;
+
+// What stands where the first header of an archive should be.
+struct ArchiveFront {
+  std::optional<FilePosition> firstIndex;   // before any header
+  std::optional<FilePosition> firstHeader;  // a whole one
+};
+
+ArchiveFront FrontOf(const PlainFile& file) {
+  ArchiveFront front;
+  SoundStretches stretches(file, 0, file.Size(), std::nullopt);
+  SoundStretch stretch;
+  while (!front.firstHeader && stretches.Next(&stretch)) {
+    if (stretch.kind == SoundStretch::Kind::kHeader) {
+      front.firstHeader = stretch.from;
+    } else if (stretch.kind == SoundStretch::Kind::kIndex && !front.firstIndex) {
+      front.firstIndex = stretch.from;
+    }
+  }
+  return front;
+}
+
+// How many bytes of the file are other than these, at its start.
+std::uint64_t DifferentAtStart(const PlainFile& file, const std::vector<unsigned char>& bytes) {
+  std::vector<unsigned char> found(bytes.size());
+  bool failed = false;
+  found.resize(file.ReadAt(0, found.data(), found.size(), &failed));
+  std::uint64_t different = bytes.size() - found.size();
+  for (std::size_t i = 0; i < found.size(); ++i) different += found[i] != bytes[i] ? 1 : 0;
+  return different;
+}
+
+class MendedCopy {
+ public:
+  MendedCopy(const PlainFile& file, UnfinishedFile* output, const OnBytesRead& onBytes)
+      : mFile(file),
+        mOnBytes(onBytes),
+        mCopy(file, {[output](const unsigned char* bytes, std::size_t size) {
+                       output->Write(bytes, size);
+                     },
+                     [output](std::uint64_t size) { output->Skip(size); },
+                     [this](FilePosition position, std::uint64_t bytes, std::uint64_t entries) {
+                       mMended.losses.Add(LossCause::kUnreadable, position, bytes);
+                       mMended.entries -= entries;
+                     },
+                     [output](int source, FilePosition position, std::size_t size) {
+                       return output->CopyFrom(source, position, size);
+                     }}) {}
+
+  Mended Run() {
+    const ArchiveFront front = FrontOf(mFile);
+    FilePosition from = 0;
+    std::optional<ArchiveHeader> header;
+    if (front.firstIndex) {
+      const auto found = FindLostHeader(mFile, *front.firstIndex, front.firstHeader);
+      if (found) {
+        header = found->header;
+        from = *front.firstIndex;
+        PutInPlace(*found, from);
+      }
+    }
+    if (!header && !front.firstHeader)
+      throw Failure(
+          "no stream header is whole, and without one nothing can be put into an archive");
+    SoundStretches stretches(mFile, from, mFile.Size(), header);
+    SoundStretch stretch;
+    while (stretches.Next(&stretch)) {
+      Take(stretch, stretches.Known());
+      mOnBytes(stretch.to - stretch.from);
+    }
+    mCopy.Flush();
+    return std::move(mMended);
+  }
+
+ private:
+  void PutInPlace(const FoundHeader& found, FilePosition firstIndex) {
+    ArchiveHeader header = found.header;
+    header.firstIndexDelta = kFirstIndexDelta;
+    const std::vector<unsigned char> bytes = WriteHeader(header);
+    mHasHeader = true;
+    mMended.laterHeader = found.later;
+    mMended.firstHeader =
+        found.later ? Mended::FirstHeader::kLater : Mended::FirstHeader::kRestored;
+    mMended.losses.Add(LossCause::kDamage, 0,
+                       found.later ? firstIndex : DifferentAtStart(mFile, bytes));
+  }
+
+  void Take(const SoundStretch& stretch, const std::optional<KnownTypes>& known) {
+    switch (stretch.kind) {
+      case SoundStretch::Kind::kHeader:
+        TakeHeader(stretch, known);
+        break;
+      case SoundStretch::Kind::kIndex:
+        TakeEntry(stretch, known);
+        break;
+      case SoundStretch::Kind::kNothing:
+        break;
+    }
+    if (stretch.Lost() > 0) mMended.losses.Add(CauseOf(stretch), stretch.wholeTo, stretch.Lost());
+  }
+
+  LossCause CauseOf(const SoundStretch& stretch) const {
+    if (stretch.isCutOff) return LossCause::kCutOff;
+    if (stretch.isUnreadable) return LossCause::kUnreadable;
+    return mHasHeader ? LossCause::kDamage : LossCause::kNoHeader;
+  }
+
+  // Data between a header and an index record is of no entry, but where the first header leads over
+  // it.
+  void TakeHeader(const SoundStretch& stretch, const std::optional<KnownTypes>& known) {
+    const bool isFirst = !std::exchange(mHasHeader, true);
+    const std::int64_t named = stretch.header->length + stretch.header->firstIndexDelta;
+    const bool leadsOn = named == static_cast<std::int64_t>(stretch.wholeTo - stretch.from) &&
+                         stretch.undeclared == 0;
+    const bool hasData = stretch.wholeTo > stretch.data;
+    if (isFirst ? leadsOn : !hasData) return Copy(stretch, known);
+    ArchiveHeader header = *stretch.header;
+    if (isFirst && header.firstIndexDelta != kFirstIndexDelta) {
+      // Folders do not open a file whose first header leads to no index record.
+      header.firstIndexDelta = kFirstIndexDelta;
+      mMended.firstHeader = Mended::FirstHeader::kRestored;
+    }
+    WriteHeader(header);
+    mMended.losses.Add(LossCause::kNoIndex, stretch.data, stretch.wholeTo - stretch.data);
+  }
+
+  std::vector<unsigned char> WriteHeader(const ArchiveHeader& header) {
+    // One that has been decoded can be encoded.
+    const auto bytes = EncodeHeaderRecord(header).value();
+    mCopy.AddBytes(bytes);
+    return bytes;
+  }
+
+  void TakeEntry(const SoundStretch& stretch, const std::optional<KnownTypes>& known) {
+    mMended.losses.OnEntry(ToArchiveTime(stretch.index.time));
+    if (!mHasHeader) {
+      mMended.losses.Add(LossCause::kNoHeader, stretch.from, stretch.wholeTo - stretch.from);
+      return;
+    }
+    ++mMended.entries;
+    if (stretch.Lost() > 0 || stretch.undeclared > 0) ++mMended.damagedEntries;
+    Copy(stretch, known);
+  }
+
+  void Copy(const SoundStretch& stretch, const std::optional<KnownTypes>& known) {
+    if (stretch.undeclared == 0) return mCopy.Add(stretch);
+    mMended.losses.Add(LossCause::kUndeclared, stretch.undeclaredAt, stretch.undeclared);
+    mCopy.AddTypes(stretch, known.value_or(KnownTypes()));
+  }
+
+  const PlainFile& mFile;
+  const OnBytesRead& mOnBytes;
+  Mended mMended;
+  RecordCopy mCopy;
+  bool mHasHeader = false;
+};
+
+}  // namespace
+
+Mended CopyWhatIsWhole(const PlainFile& file, UnfinishedFile* output, const OnBytesRead& onBytes) {
+  if (file.Size() > kLargestIndexed)
+    throw Failure("the archive is larger than an index can tell (256 TiB)");
+  return MendedCopy(file, output, onBytes).Run();
+}

@@ -1,0 +1,130 @@
+#include "verbs/new_archives.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <QFile>
+#include <algorithm>
+#include <utility>
+
+#include "checkup/archive_checkup.h"
+#include "checkup/finding.h"
+#include "output/output_file.h"
+#include "sources/archive_source.h"
+#include "sources/index_place.h"
+#include "sources/source_facts.h"
+#include "system/failure.h"
+#include "system/file_status.h"
+
+namespace {
+
+constexpr char kSuffix[] = ".zel3";
+constexpr std::size_t kSuffixSize = sizeof(kSuffix) - 1;
+constexpr std::size_t kFewestDigits = 3;
+
+// What its entries and events are the reason for; whoever writes them elsewhere changes neither.
+bool ComesWithTheEntries(FindingKind kind) {
+  return kind == FindingKind::kMisplaced || kind == FindingKind::kBackwards ||
+         kind == FindingKind::kEventsNotKept || kind == FindingKind::kFirstIndexPlace;
+}
+
+void RequireNothingWrong(const Findings& findings) {
+  for (const Finding& finding : findings.All()) {
+    if (SeverityOf(finding.kind) == Severity::kNote || ComesWithTheEntries(finding.kind)) continue;
+    throw Failure(fmt::format("what was written is not a good archive and was removed ({}: {})",
+                              Name(finding.kind), finding.text));
+  }
+}
+
+// What has such a name, but is not an index, stays; then no reader takes it for one either.
+void RemoveIndexBeside(const std::string& archive) {
+  if (!StrangersBeside(archive).empty()) return;
+  const CacheNames names = CacheOf(archive, "");
+  for (const QString& name : {names.events, names.entries, names.headers}) QFile::remove(name);
+}
+
+}  // namespace
+
+NewArchives::NewArchives(NewArchivePlace place, RefuseToHarm refuse, OnBytesRead onBytesChecked)
+    : mPlace(std::move(place)),
+      mRefuse(std::move(refuse)),
+      mOnBytesChecked(std::move(onBytesChecked)) {
+  if (OutputFile::IsStandardOutput(mPlace.path)) {
+    throw Failure(
+        "an archive is looked at before it is handed out, so it goes to a file: give -o FILE",
+        kExitUsage);
+  }
+  if (!archive_source::IsKnownToParsers(mPlace.path) ||
+      archive_source::FileName(mPlace.path).size() <= kSuffixSize) {
+    throw Failure("the name of the output must end in .zel3: parsers know no others", kExitUsage);
+  }
+  RefuseWhatStandsAt(NameOf(0, 1));
+}
+
+std::string NewArchives::NameOf(std::size_t number, std::size_t count) const {
+  if (!mPlace.isInParts) return mPlace.path;
+  // All have as many digits, so that their order by name is that of their times.
+  const std::size_t digits =
+      std::max(kFewestDigits, fmt::format("{}", std::max<std::size_t>(count, 1) - 1).size());
+  const std::size_t stem = mPlace.path.size() - kSuffixSize;
+  return fmt::format("{}-{:0{}}{}", mPlace.path.substr(0, stem), number, digits,
+                     mPlace.path.substr(stem));
+}
+
+void NewArchives::RefuseWhatStandsAt(const std::string& path) const {
+  // What does not exist is not of the source, and no index is called like an archive.
+  if (!StatusOf(path, Links::kNot)) return;
+  mRefuse(path);
+  if (!mPlace.mayReplace) throw Failure(path + " exists; --force replaces it");
+  const auto status = StatusOf(path);
+  if (status && !S_ISREG(status->stx_mode)) throw Failure(path + " is not a plain file");
+}
+
+void NewArchives::Begin() {
+  mFile = std::make_unique<UnfinishedFile>(mPlace.path, kSuffix);
+}
+
+void NewArchives::End(std::uint64_t entries) {
+  mFile->Finish();
+  const SourceFacts source({}, mFile->Path());
+  Findings findings;
+  const ArchiveFacts facts = CheckArchive(mFile->Path(), source, &findings, mOnBytesChecked);
+  RequireNothingWrong(findings);
+  if (facts.entries != entries || facts.bytes != mFile->Size()) {
+    throw Failure(fmt::format(
+        "what was written has {} entries instead of {}, and was removed; does something else "
+        "write to it, or to the source?",
+        facts.entries, entries));
+  }
+  mFile->Save();
+  mArchives.push_back({"", facts.startTime, facts.endTime, facts.entries, facts.bytes});
+  mEnded.push_back(std::move(mFile));
+}
+
+void NewArchives::TakeNames() {
+  for (std::size_t number = 0; number < mArchives.size(); ++number) {
+    mArchives[number].path = NameOf(number, mArchives.size());
+    RefuseWhatStandsAt(mArchives[number].path);
+  }
+  for (std::size_t number = 0; number < mEnded.size(); ++number) {
+    try {
+      TakeName(number);
+    } catch (...) {
+      TakeNamesBack(number);
+      throw;
+    }
+  }
+}
+
+void NewArchives::TakeName(std::size_t number) {
+  const std::string& path = mArchives[number].path;
+  RemoveIndexBeside(path);
+  mEnded[number]->TakeName(path, mPlace.mayReplace ? UnfinishedFile::Existing::kReplace
+                                                   : UnfinishedFile::Existing::kKeep);
+}
+
+// The first ones. What they have replaced cannot come back.
+void NewArchives::TakeNamesBack(std::size_t count) {
+  if (mPlace.mayReplace) return;
+  for (std::size_t number = 0; number < count; ++number) unlink(mArchives[number].path.c_str());
+}
