@@ -9,8 +9,13 @@
 constexpr std::uint64_t kMostStepsInAFile = 4;
 constexpr std::uint64_t kMostStepsToTheNextFile = 2;
 
-// Whether a time without an entry is long enough for a gap. `step` is the typical one of the file;
-// 0: there is none to compare with.
+// How long an entry lasts that no other follows soon. `step` is the typical one of the file; 0: a
+// single entry does not tell it, and counts for one unit of index time.
+constexpr ArchiveTime LastingOf(ArchiveTime step) {
+  return step > 0 ? step : kArchiveTimePerIndexTime;
+}
+
+// Whether a time without an entry is long enough for a gap.
 constexpr bool IsGap(ArchiveTime length, ArchiveTime step, std::uint64_t mostSteps) {
-  return step > 0 && length > mostSteps * step;
+  return length > mostSteps * LastingOf(step);
 }

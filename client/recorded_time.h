@@ -19,6 +19,9 @@ ArchiveTime EndOfEntry(const OpenedArchive& archive, std::size_t entry);
 struct RecordedStretch {
   ArchiveTime from = 0;
   ArchiveTime to = 0;
+  // The numbers of the archives that it begins and ends in.
+  std::size_t firstArchive = 0;
+  std::size_t lastArchive = 0;
 };
 
 // What the archives of a timeline recorded between two times. A change of archives that takes no

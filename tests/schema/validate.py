@@ -140,6 +140,8 @@ def check_folder(check, work, source, ends):
         check.json("seek", ends, "seek", source, START + 5000, *style)
         check.json("seek", ends, "seek", source, START + 5000, "--explain", *style)
         check.json("activity", ends, "activity", source, "--stream", 1, "--bins", 5, *style)
+        check.json("gaps", ends, "gaps", source, START - 5000, FAR, *style)
+        check.lines("gaps-line", ends, "gaps", source, "--format", "jsonl", "--time-format", times)
         check.json("preview", ends, "preview", source, START, START + 10000, "--count", 3, *style)
         check.json("doctor", check.run("doctor", source).returncode, "doctor", source, *style)
         check.json("read", check.run("read", source, 0, FAR, "-o", work / "out").returncode,
@@ -168,6 +170,7 @@ def check_nothing(check, source):
     check.json("preview", 4, "preview", source, 5, 6, *style)
     check.json("activity", 4, "activity", source, 5, 6, "--stream", 1, *style)
     check.json("events", 4, "events", source, 5, 6, *style)
+    check.json("gaps", 0, "gaps", source, START, START + 5000, *style)
     if check.lines("events-line", 4, "events", source, 5, 6, "--format", "jsonl") != 0:
         check.fail("no events are some lines")
     for arguments in (("events", source, 5, 6), ("preview", source, 5, 6),
@@ -207,6 +210,7 @@ def check_several(check, one, other):
 def check_without_index(check, source):
     """No file is known, and no index is built."""
     check.json("activity", 3, "activity", source, "--stream", 1, "--no-index", "--format", "json")
+    check.json("gaps", 3, "gaps", source, "--no-index", "--format", "json")
     check.json("events", 0, "events", source, "--no-index", "--format", "json")
 
 

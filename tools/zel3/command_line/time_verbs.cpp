@@ -92,6 +92,20 @@ void AddActivity(CLI::App* app, Options* options, Run* run) {
   AddStyle(verb, &activity->style, {"text", "json", "csv"});
 }
 
+void AddGaps(CLI::App* app, Options* options, Run* run) {
+  GapsOptions* const gaps = &options->gaps;
+  CLI::App* const verb = AddVerb(app, "gaps", "when nothing was recorded", run,
+                                 [options] { return RunGaps(options->host, options->gaps); });
+  AddSources(verb, &gaps->sources);
+  AddMerge(verb, &gaps->sources);
+  AddTimeRange(verb, &gaps->range, "where the range begins",
+               "where it ends; default: all that is recorded");
+  AddDuration(verb, "--longer-than", &gaps->longerThanSeconds,
+              "list only gaps that are longer, and count the others: 90, 15m, 1h30m, 1d");
+  AddNoIndex(verb, &gaps->missingIndexes);
+  AddStyle(verb, &gaps->style, {"text", "json", "jsonl", "csv"});
+}
+
 void AddPreview(CLI::App* app, Options* options, Run* run) {
   PreviewOptions* const preview = &options->preview;
   CLI::App* const verb = AddVerb(app, "preview", "which entries to show for a range of time", run,
@@ -110,5 +124,6 @@ void AddTimeVerbs(CLI::App* app, Options* options, Run* run) {
   AddRead(app, options, run);
   AddEvents(app, options, run);
   AddActivity(app, options, run);
+  AddGaps(app, options, run);
   AddPreview(app, options, run);
 }

@@ -12,6 +12,7 @@
 #include "verbs/doctor.h"
 #include "verbs/dump.h"
 #include "verbs/events.h"
+#include "verbs/gaps.h"
 #include "verbs/index.h"
 #include "verbs/info.h"
 #include "verbs/inspect.h"
@@ -33,6 +34,7 @@ struct Options {
   ReadOptions read;
   EventsOptions events;
   ActivityOptions activity;
+  GapsOptions gaps;
   PreviewOptions preview;
   CutOptions cut;
   MendOptions mend;
@@ -57,7 +59,7 @@ CLI::App* AddVerb(CLI::App* app, const std::string& name, const std::string& hel
 
 // Archives and their indexes: make, info, index.
 void AddArchiveVerbs(CLI::App* app, Options* options, Run* run);
-// What is at which time: seek, read, events, activity, preview.
+// What is at which time: seek, read, events, activity, gaps, preview.
 void AddTimeVerbs(CLI::App* app, Options* options, Run* run);
 // Archives made of others: cut, mend.
 void AddCuttingVerbs(CLI::App* app, Options* options, Run* run);
