@@ -8,11 +8,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <map>
 #include <memory>
 #include <optional>
 
 #include "sources/archive_source.h"
+#include "sources/cache_file_name.h"
 #include "sources/cache_shape.h"
 #include "system/failure.h"
 #include "system/file_status.h"
@@ -26,27 +26,10 @@ struct CloseFolder {
   void operator()(DIR* folder) const { closedir(folder); }
 };
 
-// The kind of cache file that has such a name: 24.05.01 14-03-09 cam01.id3
-std::optional<CacheKind> KindByName(const std::string& name) {
-  static const std::string kTime = "00.00.00 00-00-00 ";
-  static const std::map<std::string, CacheKind> kKinds{
-      {".id3", CacheKind::kEntries}, {".hdr", CacheKind::kHeaders}, {".evt", CacheKind::kEvents}};
-  const auto isLike = [](char pattern, char character) {
-    const bool isDigit = '0' <= character && character <= '9';
-    return pattern == '0' ? isDigit : pattern == character;
-  };
-  const std::size_t dot = name.rfind('.');
-  if (dot == std::string::npos || dot <= kTime.size() ||
-      !std::equal(kTime.begin(), kTime.end(), name.begin(), isLike)) {
-    return std::nullopt;
-  }
-  const auto kind = kKinds.find(name.substr(dot));
-  return kind == kKinds.end() ? std::nullopt : std::make_optional(kind->second);
-}
-
 bool IsCache(const std::string& folder, const std::string& name) {
-  const std::optional<CacheKind> kind = KindByName(name);
-  return kind && !BeginsAsStranger(folder + "/" + name, *kind);
+  const std::optional<CacheFileName> parts = CacheFileNameFrom(name);
+  return parts && BeginsWithTime(parts->stem) &&
+         !BeginsAsStranger(folder + "/" + name, parts->kind);
 }
 
 // The first entry by name that is not a cache file; empty when there is none.

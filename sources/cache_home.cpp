@@ -41,6 +41,11 @@ std::string NameFor(const std::string& of) {
   return hash.left(kNameLength).constData();
 }
 
+bool IsName(const std::string& name) {
+  return name.size() == kNameLength &&
+         name.find_first_not_of("0123456789abcdef") == std::string::npos;
+}
+
 bool IsSafe(const std::string& folder) {
   const auto status = StatusOf(folder, Links::kNot);
   if (!status) return errno == ENOENT;

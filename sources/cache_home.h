@@ -12,6 +12,9 @@ std::string Path();
 // The name under which something is kept there for what has the canonical path `of`.
 std::string NameFor(const std::string& of);
 
+// Whether it is a name such as NameFor makes.
+bool IsName(const std::string& name);
+
 // Whether only this user can put something into the folder. What does not exist yet is safe,
 // because it will be made for its owner only.
 bool IsSafe(const std::string& folder);

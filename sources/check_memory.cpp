@@ -20,6 +20,8 @@ namespace {
 constexpr std::uint64_t kLargestFile = 64 << 20;
 // Below this, archives that are gone cost nothing.
 constexpr std::size_t kFewArchives = 64;
+// Of what is written until it is whole, as mkostemp takes it.
+constexpr char kUnfinished[] = ".XXXXXX";
 
 std::string Folder(const std::string& cacheHome) {
   return cacheHome + "/checked";
@@ -130,7 +132,7 @@ void CheckMemory::Save() {
 void CheckMemory::Put(const std::string& text) const {
   const std::string folder = mFile.substr(0, mFile.rfind('/'));
   if (!cache_folder::Make(folder) || !IsSafe(cache_home::Path())) return;
-  std::string unfinished = mFile + ".XXXXXX";
+  std::string unfinished = mFile + kUnfinished;
   const FileHandle file(mkostemp(unfinished.data(), O_CLOEXEC));
   if (!file.IsOpen()) return;
   if (!WriteAll(file, text) || rename(unfinished.c_str(), mFile.c_str()) != 0)
@@ -147,3 +149,26 @@ void CheckMemory::ForgetGone(CheckedArchives* archives) const {
   }
   archives->countAtLook = byName.size();
 }
+
+namespace checked_files {
+
+std::string Folder() {
+  const std::string home = cache_home::Path();
+  return home.empty() || !IsSafe(home) ? "" : ::Folder(home);
+}
+
+std::string NameFor(const std::string& folder) {
+  return cache_home::NameFor(folder);
+}
+
+Kind KindOf(const std::string& path) {
+  const std::string name = path.substr(path.rfind('/') + 1);
+  const std::string contents = Contents(path);
+  if (cache_home::IsName(name)) return CheckedFromText(contents) ? Kind::kWhole : Kind::kStranger;
+  const std::size_t stem = name.find('.');
+  const bool isUnfinished = stem != std::string::npos && cache_home::IsName(name.substr(0, stem)) &&
+                            name.size() == stem + sizeof(kUnfinished) - 1;
+  return isUnfinished && BeginsAsChecked(contents) ? Kind::kUnfinished : Kind::kStranger;
+}
+
+}  // namespace checked_files

@@ -46,3 +46,24 @@ class CheckMemory {
   CheckedArchives mArchives;
   std::set<std::string> mChanged;  // names of archives of which something is not saved
 };
+
+// The files in which CheckMemory keeps what it remembers.
+namespace checked_files {
+
+// The folder in which they lie, of which this user's cache home need not have one. Empty without a
+// safe one.
+std::string Folder();
+
+// The name of the file about the folder with this canonical path.
+std::string NameFor(const std::string& folder);
+
+enum class Kind {
+  kWhole,
+  kUnfinished,  // of a save that did not end
+  kStranger,    // anything else, also what others could have written
+};
+
+// What stands at a path in the folder.
+Kind KindOf(const std::string& path);
+
+}  // namespace checked_files

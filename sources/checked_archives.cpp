@@ -143,6 +143,10 @@ std::string CheckedText(const CheckedArchives& archives) {
   return text;
 }
 
+bool BeginsAsChecked(const std::string& text) {
+  return text.compare(0, kTitle.size(), kTitle) == 0;
+}
+
 std::optional<CheckedArchives> CheckedFromText(const std::string& text) {
   CheckedArchives archives;
   std::string_view left = text;

@@ -38,5 +38,8 @@ struct CheckedArchives {
 
 std::string CheckedText(const CheckedArchives& archives);
 
+// Whether it begins as such a text does.
+bool BeginsAsChecked(const std::string& text);
+
 // Nothing unless all of the text is as described.
 std::optional<CheckedArchives> CheckedFromText(const std::string& text);

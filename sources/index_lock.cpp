@@ -20,6 +20,8 @@ namespace {
 
 constexpr std::chrono::milliseconds kBetweenLooks(100);
 
+}  // namespace
+
 // Asks for the lock and gives it back at once, so that a reader that wants it hardly ever finds it
 // taken. Somebody else's file may be locked for reasons of its own.
 bool IsHeld(const std::string& entriesFile) {
@@ -30,8 +32,6 @@ bool IsHeld(const std::string& entriesFile) {
   flock(file.Get(), LOCK_UN);
   return false;
 }
-
-}  // namespace
 
 bool WaitForOthers(const std::string& archive, const std::string& folder,
                    const OnNotice& onNotice) {

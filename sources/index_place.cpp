@@ -109,6 +109,14 @@ IndexPlace PlaceOfIndex(const std::string& askedFor, const std::string& archive)
   return place;
 }
 
+IndexPlace FindIndex(const std::string& askedFor, const std::string& archive) {
+  IndexPlace place = PlaceOfIndex(askedFor, archive);
+  if (!place.folder.empty() || HasIndex(archive, "")) return place;
+  const private_cache::Place ofUser = PrivatePlaceOf(archive);
+  if (!ofUser.path.empty() && HasIndex(archive, ofUser.path)) place.folder = ofUser.path;
+  return place;
+}
+
 std::string CanonicalFolderOf(const std::string& archive) {
   return CanonicalPath(FolderOf(archive));
 }

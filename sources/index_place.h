@@ -22,6 +22,10 @@ struct IndexPlace {
 // have its index in the folder asked for.
 IndexPlace PlaceOfIndex(const std::string& askedFor, const std::string& archive);
 
+// The same for an archive as it is now: one without an index beside it may have one in the folder
+// of this user alone since it was still being written.
+IndexPlace FindIndex(const std::string& askedFor, const std::string& archive);
+
 // The folder of this user alone for the index of an archive, whether or not it has been made. All
 // files of a folder share one.
 private_cache::Place PrivatePlaceOf(const std::string& archive);

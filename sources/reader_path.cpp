@@ -72,6 +72,12 @@ std::string LinkName(const std::string& archive) {
   return cache_home::NameFor(name) + (suffix == ".zel" ? suffix : ".zel3");
 }
 
+bool IsLinkName(const std::string& name) {
+  const std::string stem = name.substr(0, name.find('.'));
+  const std::string suffix = name.substr(stem.size());
+  return cache_home::IsName(stem) && (suffix == ".zel" || suffix == ".zel3");
+}
+
 std::string IndexFolderOf(const std::string& archive, const std::string& folder) {
   if (!folder.empty() || CanBeNamed(archive)) return folder;
   const std::string place = PrivatePlace(archive).path;

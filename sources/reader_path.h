@@ -34,6 +34,9 @@ bool CanBeNamed(const std::string& path);
 // archive in lower case.
 std::string LinkName(const std::string& archive);
 
+// Whether it is a name such as LinkName makes.
+bool IsLinkName(const std::string& name);
+
 // Where the index of an archive lies when those of its source lie in `folder` (empty: beside the
 // archives). Of one that is opened through a link nothing can lie beside it: it has its index in
 // the private folder of its folder, and nowhere when there is none.

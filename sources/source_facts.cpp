@@ -37,11 +37,7 @@ void SourceFacts::Recognize(const std::string& file, const std::string& indexFol
     return;
   }
   mArchives.push_back(file);
-  IndexPlace& place = mPlaces[file];
-  place = PlaceOfIndex(indexFolder, file);
-  if (!place.folder.empty() || ::HasIndex(file, "")) return;
-  const private_cache::Place ofUser = PrivatePlaceOf(file);
-  if (!ofUser.path.empty() && ::HasIndex(file, ofUser.path)) place.folder = ofUser.path;
+  mPlaces[file] = FindIndex(indexFolder, file);
 }
 
 // In a folder for indexes they have the names and times of their archives, and no more.

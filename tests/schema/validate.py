@@ -252,6 +252,8 @@ def main():
         (failed / "a.zel3").write_bytes(b"x" * 500)
         check.json("index", 1, "index", failed, "--format", "json")
         check.json("doctor", 3, "doctor", failed, "--format", "json")
+        check.json("caches", 0, "caches", work / "sound", work / "damaged", "--format", "json")
+        check.json("caches", 0, "caches", alone, "--remove-orphans", "--dry-run", "--format", "json")
         check.json("inspect", 0, "inspect", "--format", "json")
 
     unused = set(schemas.validators) - schemas.used

@@ -200,7 +200,7 @@ TEST_F(Gaps, NoIndexBuildsNoneAndSaysWhatIsNotKnown) {
   const FolderSnapshot before = SnapshotOf(Folder());
   const ProgramResult result = Ask({"1000000", "1520000", "--no-index", "--format", "csv"});
   EXPECT_EQ(result.exitCode, 3);
-  EXPECT_EQ(result.err, "zel3: b.zel3 has no index, and none is built\n");
+  EXPECT_EQ(result.err, "zel3: b.zel3 has no index, and none is built; it is left out\n");
   EXPECT_THAT(LinesOf(result.out),
               ElementsAre("from,to,length,file,nextFile", "1080000,1120000,40000,a.zel3,a.zel3",
                           "1140000,1520000,380000,a.zel3,"));

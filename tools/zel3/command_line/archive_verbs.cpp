@@ -74,10 +74,32 @@ void AddIndex(CLI::App* app, Options* options, Run* run) {
   AddStyle(verb, &options->index.style);
 }
 
+void AddCaches(CLI::App* app, Options* options, Run* run) {
+  CachesOptions* const caches = &options->caches;
+  CLI::App* const verb =
+      AddVerb(app, "caches", "which indexes are kept where, and which of them are of use", run,
+              [options] { return RunCaches(options->host, options->caches); });
+  verb->add_option("SOURCE", caches->sources,
+                   "archive files or folders of them, to look beside them as well")
+      ->type_name("PATH");
+  const auto wish = [caches](cache_removal::Wish wanted) {
+    return [caches, wanted] { caches->wish = wanted; };
+  };
+  CLI::Option* const orphans =
+      verb->add_flag_callback("--remove-orphans", wish(cache_removal::Wish::kOrphans),
+                              "remove what no archive will use again");
+  CLI::Option* const all = verb->add_flag_callback("--remove-all", wish(cache_removal::Wish::kAll),
+                                                   "remove all of them; they are built again");
+  all->excludes(orphans);
+  verb->add_flag("--dry-run", caches->onlyLooks, "tell what would be removed, and remove nothing");
+  AddFormat(verb, &caches->format);
+}
+
 }  // namespace
 
 void AddArchiveVerbs(CLI::App* app, Options* options, Run* run) {
   AddMake(app, options, run);
   AddInfo(app, options, run);
   AddIndex(app, options, run);
+  AddCaches(app, options, run);
 }

@@ -7,6 +7,7 @@
 #include "command_line/completion.h"
 #include "sources/host_options.h"
 #include "verbs/activity.h"
+#include "verbs/caches.h"
 #include "verbs/console.h"
 #include "verbs/cut.h"
 #include "verbs/doctor.h"
@@ -30,6 +31,7 @@ struct Options {
   MakeOptions make;
   InfoOptions info;
   IndexOptions index;
+  CachesOptions caches;
   SeekOptions seek;
   ReadOptions read;
   EventsOptions events;
@@ -57,7 +59,7 @@ CLI::App* AddVerb(CLI::App* app, const std::string& name, const std::string& hel
 // Add the verbs of a kind with their options. Verbs are shown in the order in which they are added.
 // `options` must live until the verb has run.
 
-// Archives and their indexes: make, info, index.
+// Archives and their indexes: make, info, index, caches.
 void AddArchiveVerbs(CLI::App* app, Options* options, Run* run);
 // What is at which time: seek, read, events, activity, gaps, preview.
 void AddTimeVerbs(CLI::App* app, Options* options, Run* run);

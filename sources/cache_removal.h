@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "sources/kept_caches.h"
+
+// Removes what the program keeps of archives, and nothing else.
+namespace cache_removal {
+
+enum class Wish {
+  kOrphans,  // what no archive will use again
+  kAll,
+};
+
+// Whether such a wish is about it. Never about what is a stranger or in the hands of another
+// process.
+bool IsWished(const KeptCache& cache, Wish wish);
+
+struct Result {
+  std::vector<std::string> removed;  // names of files
+  std::string whyNot;  // something of it stays: a clause that follows its name; empty: all is gone
+};
+
+// Removes the files of a cache, or, when `onlyLooks`, tells what would be removed. Each is looked
+// at again before: it must be a plain file of this user with no other name, and have the shape of
+// its kind from its start to its end. Of an index the lock is held meanwhile, so that nobody begins
+// to use it; when it cannot be had, all stays. Throws Failure when no file handle is left or the
+// user interrupts; what is in hand is finished or left alone.
+Result Remove(const KeptCache& cache, bool onlyLooks);
+
+}  // namespace cache_removal

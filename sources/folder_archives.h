@@ -1,0 +1,26 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+// The files of one folder by what their indexes are named after, to tell whose an index is.
+class FolderArchives {
+ public:
+  // A folder that is not there, or cannot be looked into, holds nothing.
+  explicit FolderArchives(const std::string& folder);
+
+  const std::string& Folder() const { return mFolder; }
+  // Nothing at all stands there: perhaps what belongs there is on another disk.
+  bool IsEmpty() const { return mIsEmpty; }
+
+  // The archive whose index beside it has this stem, or whose index elsewhere has it after a time.
+  // A link that leads nowhere counts: its archive may come back.
+  std::vector<std::string> NamedAs(const std::string& stem) const;
+
+ private:
+  const std::string mFolder;
+  bool mIsEmpty = true;
+  std::multimap<std::string, std::string> mPaths;  // by stem
+};

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// The indexes that are kept on the disk, and what else the program keeps of archives.
+
+enum class KeptPlace {
+  kBeside,   // beside the archive
+  kPrivate,  // in a folder of this user alone
+  kFolder,   // in the folder that the user has asked for
+  kChecked,  // what was found out about the archives of a folder
+};
+
+enum class KeptState {
+  kInUse,     // verbs use it
+  kUnused,    // of an archive that has its index elsewhere
+  kOutdated,  // of an archive that has another time now
+  kOrphan,    // its archive is gone
+  kLeftover,  // of a run or a save that did not end
+  kBusy,      // another process is at work on it
+  kUnknown,   // of which archive it is cannot be told
+  kStranger,  // has the place or name of a cache, and is none
+};
+
+// One word each, for programs: in-use.
+const char* Name(KeptPlace place);
+const char* Name(KeptState state);
+
+// The files of one index, or one other file.
+struct KeptCache {
+  KeptPlace place = KeptPlace::kBeside;
+  KeptState state = KeptState::kUnknown;
+  std::string folder;
+  std::string name;                // what its files have in common: cam01
+  std::vector<std::string> files;  // their names
+  std::uint64_t bytes = 0;         // of all of them
+  std::string of;                  // the path of the archive or folder it is of; empty: not known
+
+  std::string PathOf(const std::string& file) const { return folder + "/" + file; }
+};
+
+namespace kept_caches {
+
+// The indexes that lie in a folder, by name, as the folder alone tells them: not whose they are,
+// and so those that are whole as unused. What else stands there is not told beside archives, and a
+// stranger elsewhere, but for the links by which readers open archives. Changes nothing. Throws
+// Failure when the folder cannot be looked into, when no file handle is left, or when the user
+// interrupts.
+std::vector<KeptCache> In(const std::string& folder, KeptPlace place);
+
+// The names of all entries of a folder, in no order. Throws Failure as above.
+std::vector<std::string> NamesIn(const std::string& folder);
+
+}  // namespace kept_caches
