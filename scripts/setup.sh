@@ -9,7 +9,7 @@ require_i386=no
 
 packages=(
   g++ g++-multilib clang libclang-rt-dev clang-format clang-tidy cmake ninja-build valgrind binutils git ca-certificates
-  qtbase5-dev googletest gcovr libcli11-dev nlohmann-json3-dev libfmt-dev zsh fish scdoc groff-base
+  qtbase5-dev googletest gcovr libcli11-dev nlohmann-json3-dev libfmt-dev libedit-dev zsh fish scdoc groff-base
   pkgconf dpkg-dev fakeroot lintian file tzdata
   chromium fonts-dejavu-core python3-cram python3-jsonschema
 )

@@ -10,6 +10,10 @@ rm -rf "$folder"
 mkdir "$folder"
 "$sources/packaging/make_packages.sh" "$build" "$folder" >/dev/null
 
+# In 64 bits the lines of the console can be edited.
+editor=
+if [ "$architecture" = amd64 ]; then editor=' libedit2,'; fi
+
 echo 'They name their architecture and what they need:'
 # Which versions of the libraries do depends on the machine.
 diff <(for package in "${packages[@]}"; do
@@ -26,7 +30,7 @@ Package: zel3
 Version: $version
 Architecture: $architecture
 Multi-Arch: foreign
-Depends: zel3-plugins (= $version), libbrickhost0 (= $version), libc6, libgcc-s1, libqt5core5a, libstdc++6
+Depends: zel3-plugins (= $version), libbrickhost0 (= $version), libc6,$editor libgcc-s1, libqt5core5a, libstdc++6
 Package: zel3-brick-sdk
 Version: $version
 Architecture: $architecture

@@ -12,10 +12,15 @@ class Terminal {
 
   // Makes `descriptor` of the calling process this terminal.
   void TakeThePlaceOf(int descriptor) const;
+  // Types a text, as a user would.
+  void Type(const std::string& text) const;
+  // Waits until a text has been written to the terminal, and takes all that has come up to its end.
+  std::string WaitFor(const std::string& text);
   // What has been written to the terminal so far. REQUIRES: no process holds it any more.
   std::string Written() const;
 
  private:
   int mController;
   std::string mName;
+  std::string mPending;  // has come, and has not been taken
 };

@@ -8,17 +8,20 @@
 
 namespace {
 
-// The numbers of one command. Asking for a number marks its key as known.
+// The numbers of one command. Asking for a number makes its key known, and tells what it stands
+// for.
 class Fields {
  public:
   explicit Fields(const Json& command) : mCommand(command) {}
 
   // The number under `key`, 0 when the key is absent.
   template <class Integer>
-  Integer Number(const char* key, Integer greatest = std::numeric_limits<Integer>::max()) {
+  Integer Number(const char* key, const char* help,
+                 Integer greatest = std::numeric_limits<Integer>::max()) {
+    mAsked.push_back({key, help});
     const auto field = mCommand.find(key);
     if (field == mCommand.end()) return 0;
-    ++mKnown;
+    ++mGiven;
     if (!field->is_number_integer())
       throw CommandError(std::string(key) + " is not a whole number");
     if (!IsBetween(*field, std::numeric_limits<Integer>::min(), greatest)) {
@@ -28,9 +31,11 @@ class Fields {
   }
 
   void RefuseOthers() const {
-    const std::size_t withName = mKnown + 1;
+    const std::size_t withName = mGiven + 1;
     if (mCommand.size() != withName) throw CommandError("the command has an unknown key");
   }
+
+  const std::vector<CommandField>& Asked() const { return mAsked; }
 
  private:
   template <class Integer>
@@ -43,46 +48,50 @@ class Fields {
   }
 
   const Json& mCommand;
-  std::size_t mKnown = 0;
+  std::size_t mGiven = 0;  // of those asked for
+  std::vector<CommandField> mAsked;
 };
+
+constexpr char kIndexIdHelp[] = "file number in the upper 32 bits, entry number in the lower";
 
 cMemBlock ChunkRequest(Fields& fields) {
   ChunkRequestBlock block = ChunkRequestBlock::New();
-  block.Record().time = fields.Number<ArchiveTime>("time");
-  block.Record().type = fields.Number<std::uint32_t>("type");
+  block.Record().time = fields.Number<ArchiveTime>("time", "the archive time to look for");
+  block.Record().type = fields.Number<std::uint32_t>("type", "1: at or before, 2: neighbour");
   return block;
 }
 
 cMemBlock ParserChunkRequest(Fields& fields) {
   ParserChunkRequestBlock block = ParserChunkRequestBlock::New();
-  block.Record().indexId = fields.Number<IndexId>("indexId");
-  block.Record().time = fields.Number<ArchiveTime>("time");
-  block.Record().preview = fields.Number<std::uint8_t>("preview", 1);
+  block.Record().indexId = fields.Number<IndexId>("indexId", kIndexIdHelp);
+  block.Record().time = fields.Number<ArchiveTime>("time", "the archive time of the entry");
+  block.Record().preview = fields.Number<std::uint8_t>("preview", "1: for a preview", 1);
   return block;
 }
 
 cMemBlock Play(Fields& fields) {
   PlayBlock block = PlayBlock::New();
-  block.Record().indexId = fields.Number<IndexId>("indexId");
-  block.Record().time = fields.Number<ArchiveTime>("time");
-  block.Record().mode = fields.Number<std::uint32_t>("mode");
-  block.Record().forward = fields.Number<std::uint8_t>("forward");
+  block.Record().indexId = fields.Number<IndexId>("indexId", kIndexIdHelp);
+  block.Record().time = fields.Number<ArchiveTime>("time", "the archive time to play from");
+  block.Record().mode = fields.Number<std::uint32_t>("mode", "is passed on as it is");
+  block.Record().forward = fields.Number<std::uint8_t>("forward", "not 0: forward");
   return block;
 }
 
 cMemBlock ActivityRequest(Fields& fields) {
   ActivityRequestBlock block = ActivityRequestBlock::New();
-  block.Record().from = fields.Number<ArchiveTime>("from");
-  block.Record().to = fields.Number<ArchiveTime>("to");
-  block.Record().binCount = fields.Number<std::int32_t>("binCount");
-  block.Record().streamId = fields.Number<std::int32_t>("streamId");
+  block.Record().from = fields.Number<ArchiveTime>("from", "where the range begins");
+  block.Record().to = fields.Number<ArchiveTime>("to", "where it ends");
+  block.Record().binCount =
+      fields.Number<std::int32_t>("binCount", "into how many parts it is cut");
+  block.Record().streamId = fields.Number<std::int32_t>("streamId", "the number of the stream");
   return block;
 }
 
 cMemBlock PreviewRequest(Fields& fields) {
   PreviewRequestBlock block = PreviewRequestBlock::New();
-  block.Record().time = fields.Number<ArchiveTime>("time");
-  block.Record().endTime = fields.Number<ArchiveTime>("endTime");
+  block.Record().time = fields.Number<ArchiveTime>("time", "the archive time to show");
+  block.Record().endTime = fields.Number<ArchiveTime>("endTime", "where the range ends");
   return block;
 }
 
@@ -96,13 +105,18 @@ cMemBlock DataTick(Fields&) {
 
 struct NamedCommand {
   const char* name;
+  const char* help;
   cMemBlock (*make)(Fields&);
 };
 
 constexpr NamedCommand kCommands[] = {
-    {"CRq3", ChunkRequest},    {"PCR3", ParserChunkRequest}, {"Pla3", Play},
-    {"His3", ActivityRequest}, {"Prev", PreviewRequest},     {"ArcR", ArchivesRequest},
-    {"datr", DataTick},
+    {"CRq3", "where a time lies", ChunkRequest},
+    {"PCR3", "the bytes of an entry", ParserChunkRequest},
+    {"Pla3", "plays from an entry", Play},
+    {"His3", "the activity of a stream", ActivityRequest},
+    {"Prev", "the entry to show for a time", PreviewRequest},
+    {"ArcR", "the list of archives", ArchivesRequest},
+    {"datr", "the next portion, or progress", DataTick},
 };
 
 cMemBlock CommandFromJson(const Json& value) {
@@ -131,5 +145,16 @@ std::vector<cMemBlock> CommandsFromJson(const std::string& text) {
   if (!value.is_array()) return {CommandFromJson(value)};
   std::vector<cMemBlock> commands;
   for (const Json& element : value) commands.push_back(CommandFromJson(element));
+  return commands;
+}
+
+std::vector<CommandHelp> HelpOfCommands() {
+  const Json nothing = Json::object();
+  std::vector<CommandHelp> commands;
+  for (const NamedCommand& command : kCommands) {
+    Fields fields(nothing);
+    command.make(fields);
+    commands.push_back({command.name, command.help, fields.Asked()});
+  }
   return commands;
 }

@@ -15,3 +15,17 @@ class CommandError : public std::runtime_error {
 // The commands that one JSON value stands for: an object is one command, an array is its elements
 // in their order. Throws CommandError when any of it is not a command.
 std::vector<cMemBlock> CommandsFromJson(const std::string& text);
+
+// What people are told of the commands.
+struct CommandField {
+  std::string name;
+  std::string help;
+};
+struct CommandHelp {
+  std::string name;
+  std::string help;
+  std::vector<CommandField> fields;
+};
+
+// Of all commands there are.
+std::vector<CommandHelp> HelpOfCommands();

@@ -1,6 +1,7 @@
 #include "verbs/console.h"
 
 #include <iostream>
+#include <memory>
 
 #include "json/block_json.h"
 #include "json/command_json.h"
@@ -8,6 +9,7 @@
 #include "output/standard_output.h"
 #include "system/failure.h"
 #include "system/interruption.h"
+#include "verbs/console_lines.h"
 
 namespace {
 
@@ -39,9 +41,10 @@ int RunConsole(const HostOptions& host, const ConsoleOptions& options) {
   session.RunUntilIdle();
   PrintIdle();
 
+  const std::unique_ptr<ConsoleLines> lines = MakeConsoleLines();
   int exitCode = kExitDone;
   std::string line;
-  for (std::uint64_t lineNumber = 1; std::getline(std::cin, line); ++lineNumber) {
+  for (std::uint64_t lineNumber = 1; lines->Next(&line); ++lineNumber) {
     if (IsBlank(line)) continue;
     try {
       for (const cMemBlock& command : CommandsFromJson(line)) session.Send(command);
