@@ -35,6 +35,6 @@ sources='@PROJECT_SOURCE_DIR@'
 # All that is in the packages, and none of the tests.
 add_custom_target(packaged DEPENDS zel3 zel3reader zel3parser brickhost zel3_blocks pages
                                    completion_bash completion_zsh completion_fish)
-if(TARGET man_page)
-  add_dependencies(packaged man_page)
+if(TARGET man_pages)
+  add_dependencies(packaged man_pages)
 endif()

@@ -268,7 +268,7 @@ TEST_F(Caches, StrangersSurviveEverything) {
   fs::create_directory(folder + "24.05.01 00-00-00 folder.id3");
   WriteFile(Home() + "/notes", text);
   fs::create_directory(Home() + "/0123456789abcdef");
-  fs::create_directory_symlink(mArchives, Home() + "/" + std::string(32, 'a'));
+  fs::create_directory_symlink(mArchives, Home() + "/" + std::string(32, 'f'));
   fs::create_directories(Home() + "/checked");
   WriteFile(Home() + "/checked/" + std::string(32, 'b'), "zel3 checked 1 of my own notes\n");
   WriteFile(Home() + "/checked/notes", "zel3 checked 1 0\n");
