@@ -31,6 +31,7 @@ Version: $version
 Architecture: $architecture
 Multi-Arch: foreign
 Depends: zel3-plugins (= $version), libbrickhost0 (= $version), libc6,$editor libgcc-s1, libqt5core5a, libstdc++6
+Recommends: tzdata
 Package: zel3-brick-sdk
 Version: $version
 Architecture: $architecture

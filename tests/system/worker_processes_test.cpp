@@ -96,15 +96,40 @@ TEST_F(WorkerProcesses, TellBeforeTheResultAndInOrder) {
   EXPECT_THAT(done, ElementsAre(Pair(0, std::string("a\0b", 3)), Pair(1, "")));
 }
 
-TEST_F(WorkerProcesses, WhatIsThrownMakesThePieceFailAndNoOther) {
+TEST_F(WorkerProcesses, AnExceptionMakesThePieceFailAndNoOther) {
   calls.work = [](std::size_t piece, const WorkerCalls::Tell&) -> std::string {
-    if (piece == 1) throw Failure("no parser");
+    if (piece == 1) throw std::runtime_error("no parser");
     if (piece == 2) throw std::bad_alloc();
     return "";
   };
   RunInWorkers(2, 4, calls);
   EXPECT_THAT(failed, ElementsAre(Pair(1, "no parser"), Pair(2, "not enough memory")));
   EXPECT_THAT(done, ElementsAre(Pair(0, ""), Pair(3, "")));
+}
+
+TEST_F(WorkerProcesses, AFailureEndsAllOfTheWork) {
+  calls.work = [](std::size_t piece, const WorkerCalls::Tell&) -> std::string {
+    if (piece == 1) throw Failure("no plug-in", kExitUsage);
+    return "";
+  };
+  try {
+    RunInWorkers(2, 1000, calls);
+    ADD_FAILURE() << "nothing was thrown";
+  } catch (const Failure& failure) {
+    EXPECT_STREQ(failure.what(), "no plug-in");
+    EXPECT_EQ(failure.Code(), kExitUsage);
+  }
+  EXPECT_THAT(failed, IsEmpty());
+  EXPECT_LT(done.size(), 999U);
+}
+
+TEST_F(WorkerProcesses, EndAlsoWhenTheyAreStopped) {
+  calls.work = [](std::size_t piece, const WorkerCalls::Tell&) -> std::string {
+    if (piece == 0) throw Failure("that is all");
+    raise(SIGSTOP);
+    return "";
+  };
+  EXPECT_THROW(RunInWorkers(2, 2, calls), Failure);
 }
 
 // Also when every process dies that begins a piece.

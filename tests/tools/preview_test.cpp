@@ -74,7 +74,7 @@ TEST_F(Preview, TextIsATable) {
   EXPECT_THAT(
       LinesOf(Show(SampleTime(190), SampleTime(210), {"--count", "2"}).out),
       ElementsAre("position                  file                            number  entry  "
-                  "entry time                time reached",
+                  "entry time                end reached",
                   "2024-05-01T00:03:10.000Z  cam01_2024-05-01_00-02-30.zel3  2       4      "
                   "2024-05-01T00:03:10.000Z  no",
                   "2024-05-01T00:03:20.000Z  none                            none    none   "

@@ -84,7 +84,7 @@ void Print(const std::vector<Position>& positions, const OutputStyle& style, Ask
   if (style.format == OutputFormat::kText) {
     asked->BeginText();
     PrintTable(AsRows(positions, times,
-                      {{"position", "file", "number", "entry", "entry time", "time reached"},
+                      {{"position", "file", "number", "entry", "entry time", "end reached"},
                        "none",
                        "yes",
                        "no"}));
