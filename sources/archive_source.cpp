@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QString>
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -54,12 +55,15 @@ std::vector<std::string> NamesIn(const std::string& folder) {
   std::vector<std::string> names;
   const std::unique_ptr<DIR, CloseFolder> open(opendir(folder.c_str()));
   if (open == nullptr) return names;
+  errno = 0;
   while (const dirent* const entry = readdir(open.get())) {
-    if (!HasWantedName(entry->d_name)) continue;
     const std::string path = folder + "/" + entry->d_name;
-    if (entry->d_type == DT_REG || IsPlainFile(path) || LeadsNowhere(path))
+    if (HasWantedName(entry->d_name) &&
+        (entry->d_type == DT_REG || IsPlainFile(path) || LeadsNowhere(path)))
       names.emplace_back(entry->d_name);
+    errno = 0;
   }
+  if (errno != 0) throw Failure("cannot look into " + folder + ": " + std::strerror(errno));
   return names;
 }
 
@@ -101,6 +105,10 @@ void SortByName(std::vector<std::string>* paths) {
 }
 
 std::string NoFilesIn(const std::string& source) {
+  if (IsFolder(source)) {
+    const std::unique_ptr<DIR, CloseFolder> open(opendir(source.c_str()));
+    if (open == nullptr) return "cannot look into " + source + ": " + std::strerror(errno);
+  }
   return "no archive in " + source;
 }
 

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <list>
 #include <tuple>
 
 #include "sources/cache_file_name.h"
@@ -52,11 +53,6 @@ std::string WhyToKeep(const KeptCache& cache, const std::string& file, const Sta
   if (!S_ISREG(status->stx_mode) || status->stx_nlink != 1 || !HasShape(cache, file))
     return "has not the shape of a cache file any more";
   return "";
-}
-
-// The file by which readers claim an index. Only checked archives have none.
-std::string LockOf(const KeptCache& cache) {
-  return cache.place == KeptPlace::kChecked ? "" : cache.PathOf(cache.name + ".id3");
 }
 
 // Holds the lock of an index, as readers do that write it.
@@ -119,20 +115,20 @@ bool IsWished(const KeptCache& cache, Wish wish) {
 
 Result Remove(const KeptCache& cache, bool onlyLooks) {
   constexpr char kBusy[] = "is in the hands of another process";
-  if (!LiesInSafeFolder(cache)) return {{}, "lies in a folder that others can write"};
-  const std::string lock = LockOf(cache);
-  if (onlyLooks && !lock.empty() && index_lock::IsHeld(lock)) return {{}, kBusy};
-  const Claim claim(onlyLooks ? "" : lock);
-  if (!claim.IsHad()) return {{}, kBusy};
+  if (!LiesInSafeFolder(cache)) return {{}, "lies in a folder that others can write", 0};
+  std::list<Claim> claims;
+  for (const std::string& lock : kept_caches::LocksOf(cache)) {
+    if (onlyLooks ? index_lock::IsHeld(lock) : !claims.emplace_back(lock).IsHad())
+      return {{}, kBusy, 0};
+  }
 
   const std::vector<std::string> files = InOrder(cache);
   std::vector<Status> statuses;
   for (const std::string& file : files) {
     statuses.push_back(Look(cache.PathOf(file)));
     const std::string why = WhyToKeep(cache, file, statuses.back());
-    if (!why.empty()) return {{}, why};
+    if (!why.empty()) return {{}, why, 0};
   }
-  if (onlyLooks) return {files, ""};
   Result result;
   for (std::size_t i = 0; i < files.size(); ++i) {
     const std::string path = cache.PathOf(files[i]);
@@ -140,11 +136,12 @@ Result Remove(const KeptCache& cache, bool onlyLooks) {
       result.whyNot = "has changed meanwhile";
       break;
     }
-    if (unlink(path.c_str()) != 0) {
+    if (!onlyLooks && unlink(path.c_str()) != 0) {
       result.whyNot = std::string("cannot be removed: ") + std::strerror(errno);
       break;
     }
     result.removed.push_back(files[i]);
+    result.bytes += statuses[i]->stx_size;
   }
   return result;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,7 @@ bool IsWished(const KeptCache& cache, Wish wish);
 struct Result {
   std::vector<std::string> removed;  // names of files
   std::string whyNot;  // something of it stays: a clause that follows its name; empty: all is gone
+  std::uint64_t bytes = 0;  // of the files removed
 };
 
 // Removes the files of a cache, or, when `onlyLooks`, tells what would be removed. Each is looked

@@ -67,12 +67,6 @@ bool AreAnIndex(const std::map<CacheKind, std::uint64_t>& sizes) {
          sizes.at(CacheKind::kEvents) > kSmallestEventGroupBytes;
 }
 
-// Whether somebody may still be writing it, where a file system knows no locks.
-bool IsFresh(const struct statx& status) {
-  constexpr std::int64_t kSeconds = 60;
-  return std::abs(std::int64_t{time(nullptr)} - status.stx_mtime.tv_sec) < kSeconds;
-}
-
 class FolderOfCaches {
  public:
   FolderOfCaches(const std::string& folder, KeptPlace place) : mFolder(folder), mPlace(place) {}
@@ -92,7 +86,7 @@ class FolderOfCaches {
     group.files.push_back(file);
     group.sizes[name->kind] = status->stx_size;
     group.bytes += status->stx_size;
-    group.isFresh = group.isFresh || IsFresh(*status);
+    group.isFresh = group.isFresh || kept_caches::IsFresh(*status);
   }
 
   // By name.
@@ -100,8 +94,8 @@ class FolderOfCaches {
     for (auto& [key, group] : mGroups) {
       std::sort(group.files.begin(), group.files.end());
       const auto& [stem, isUnfinished] = key;
-      mCaches.push_back({mPlace, StateOf(stem, isUnfinished, group), mFolder, stem,
-                         std::move(group.files), group.bytes, ""});
+      const KeptState state = StateOf(stem, isUnfinished, group);
+      mCaches.push_back({mPlace, state, mFolder, stem, std::move(group.files), group.bytes, ""});
     }
     std::sort(mCaches.begin(), mCaches.end(), [](const KeptCache& one, const KeptCache& other) {
       return one.name != other.name ? one.name < other.name : one.files < other.files;
@@ -124,7 +118,10 @@ class FolderOfCaches {
   }
 
   KeptState StateOf(const std::string& stem, bool isUnfinished, const Group& group) const {
-    if (index_lock::IsHeld(mFolder + "/" + stem + ".id3")) return KeptState::kBusy;
+    const KeptCache cache{mPlace, KeptState::kUnknown, mFolder, stem, group.files, 0, ""};
+    for (const std::string& lock : kept_caches::LocksOf(cache)) {
+      if (index_lock::IsHeld(lock)) return KeptState::kBusy;
+    }
     if (isUnfinished) return group.isFresh ? KeptState::kBusy : KeptState::kLeftover;
     if (AreAnIndex(group.sizes)) return KeptState::kUnused;
     // A run makes its .id3 first. Beside archives others may have files like the rest.
@@ -179,14 +176,35 @@ const char* Name(KeptState state) {
 
 namespace kept_caches {
 
+bool IsFresh(const struct statx& status) {
+  constexpr std::int64_t kSeconds = 60;
+  return std::abs(std::int64_t{time(nullptr)} - status.stx_mtime.tv_sec) < kSeconds;
+}
+
+std::vector<std::string> LocksOf(const KeptCache& cache) {
+  if (cache.place == KeptPlace::kChecked) return {};
+  const std::string claimed = cache.name + ".id3";
+  std::vector<std::string> locks = {cache.PathOf(claimed)};
+  for (const std::string& file : cache.files) {
+    const auto name = CacheFileNameFrom(file);
+    if (name && name->kind == CacheKind::kEntries && file != claimed)
+      locks.push_back(cache.PathOf(file));
+  }
+  return locks;
+}
+
 std::vector<std::string> NamesIn(const std::string& folder) {
   const std::unique_ptr<DIR, CloseOpenFolder> open(opendir(folder.c_str()));
   if (open == nullptr) throw Failure("cannot look into " + folder + ": " + std::strerror(errno));
   std::vector<std::string> names;
+  errno = 0;
   while (const dirent* const entry = readdir(open.get())) {
     const std::string name = entry->d_name;
     if (name != "." && name != "..") names.push_back(name);
+    errno = 0;
   }
+  // Half a listing would make archives seem to be gone.
+  if (errno != 0) throw Failure("cannot look into " + folder + ": " + std::strerror(errno));
   return names;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/stat.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -49,6 +51,13 @@ namespace kept_caches {
 // Failure when the folder cannot be looked into, when no file handle is left, or when the user
 // interrupts.
 std::vector<KeptCache> In(const std::string& folder, KeptPlace place);
+
+// Whether somebody may still be writing a file, where a file system knows no locks.
+bool IsFresh(const struct statx& status);
+
+// The files by which readers claim an index: its .id3 file, and the one that is written until it is
+// whole. They need not exist. What was checked has none.
+std::vector<std::string> LocksOf(const KeptCache& cache);
 
 // The names of all entries of a folder, in no order. Throws Failure as above.
 std::vector<std::string> NamesIn(const std::string& folder);

@@ -2,12 +2,16 @@
 
 #include <unistd.h>
 
+#include <QDateTime>
 #include <QFile>
 #include <algorithm>
 #include <climits>
+#include <cstdint>
+#include <cstdlib>
 #include <map>
 #include <optional>
 #include <set>
+#include <utility>
 
 #include "sources/archive_source.h"
 #include "sources/cache_file_name.h"
@@ -34,6 +38,20 @@ std::string TargetOf(const std::string& link) {
   const ssize_t size = readlink(link.c_str(), target.data(), target.size());
   target.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
   return target;
+}
+
+// Whether the time of an archive is that at which a stem begins, in some time zone: what runs in
+// another one looks for the index under another name.
+bool HasTimeOf(const std::string& archive, const std::string& stem) {
+  constexpr std::int64_t kQuarterOfAnHour = 900;
+  constexpr std::int64_t kMostBetweenZones = 26 * 3600;
+  const QString text = QLatin1String("20") + QLatin1String(stem.substr(0, kTimeSize - 1).c_str());
+  QDateTime named = QDateTime::fromString(text, QLatin1String("yyyy.MM.dd hh-mm-ss"));
+  named.setTimeSpec(Qt::UTC);
+  const auto status = StatusOf(archive);
+  if (!named.isValid() || !status) return false;
+  const std::int64_t apart = named.toSecsSinceEpoch() - status->stx_mtime.tv_sec;
+  return std::abs(apart) <= kMostBetweenZones && apart % kQuarterOfAnHour == 0;
 }
 
 class Inventory {
@@ -71,9 +89,17 @@ class Inventory {
   // Beside archives others may have files with such names: told is only what can be of an archive.
   void LookBeside(const SourceFacts& source) {
     const std::string folder = FolderOf(source);
-    const FolderArchives archives(folder);
+    // Each file of a folder may have been named by itself.
+    const auto looked = mBeside.find(folder);
+    const Beside& beside =
+        looked != mBeside.end()
+            ? looked->second
+            : mBeside.try_emplace(folder, folder, InFolder(folder, KeptPlace::kBeside))
+                  .first->second;
+    const FolderArchives& archives = beside.archives;
+    if (archives.IsEmpty()) return;
     const std::string only = source.IsFolder() ? "" : EntriesFileOf(source.Path(), "");
-    for (KeptCache& cache : InFolder(folder, KeptPlace::kBeside)) {
+    for (KeptCache cache : beside.caches) {
       if (!only.empty() && cache.PathOf(cache.name + ".id3") != only) continue;
       if (IsAnArchive(cache, source)) continue;
       const std::vector<std::string> named = archives.NamedAs(cache.name);
@@ -163,7 +189,10 @@ class Inventory {
     if (named.empty()) {
       cache->state = KeptState::kOrphan;
     } else if (current == named.end()) {
-      cache->state = KeptState::kOutdated;
+      const bool mayBeInUse = std::any_of(
+          named.begin(), named.end(),
+          [cache](const std::string& archive) { return HasTimeOf(archive, cache->name); });
+      cache->state = mayBeInUse ? KeptState::kUnused : KeptState::kOutdated;
     } else {
       const std::string used = FindIndex(mCacheFolder, *current).folder;
       const bool isInUse = reader_path::IndexFolderOf(*current, used) == cache->folder;
@@ -188,7 +217,8 @@ class Inventory {
           }
           break;
         case checked_files::Kind::kUnfinished:
-          cache.state = KeptState::kLeftover;
+          cache.state =
+              status && kept_caches::IsFresh(*status) ? KeptState::kBusy : KeptState::kLeftover;
           break;
         case checked_files::Kind::kStranger:
           cache.state = KeptState::kStranger;
@@ -213,8 +243,18 @@ class Inventory {
     return kept_caches::In(folder, place);
   }
 
+  // What lies in a folder of archives.
+  struct Beside {
+    Beside(const std::string& folder, std::vector<KeptCache> found)
+        : archives(folder), caches(std::move(found)) {}
+
+    FolderArchives archives;
+    std::vector<KeptCache> caches;
+  };
+
   const std::string mCacheFolder;
   const std::vector<SourceFacts>& mSources;
+  std::map<std::string, Beside> mBeside;       // by folder
   std::map<std::string, std::string> mInUse;   // archives by the paths of their .id3 files
   std::map<std::string, std::string> mOwners;  // folders by the names of their private folders
   std::set<std::string> mSeen;

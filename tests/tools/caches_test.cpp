@@ -252,6 +252,36 @@ TEST_F(Caches, WhatASaveHasLeftBehindIsALeftover) {
   EXPECT_THAT(Told({mArchives}), Contains("busy beside b")) << "it is new";
 }
 
+TEST_F(Caches, OfASaveThatIsOnStay) {
+  Index();
+  const std::string unfinished = mArchives + "/b.id3.unfinished.id3";
+  WriteFile(unfinished, "");
+  SetModificationTime(unfinished, 1367935389);
+  const FileHandle locked(open(unfinished.c_str(), O_RDWR | O_CLOEXEC));
+  ASSERT_EQ(flock(locked.Get(), LOCK_EX | LOCK_NB), 0);
+  EXPECT_THAT(Told({mArchives}), Contains("busy beside b"));
+  EXPECT_THAT(Removed({mArchives, "--remove-orphans"}, 3), IsEmpty());
+  EXPECT_TRUE(FileExists(unfinished));
+}
+
+TEST_F(Caches, WhatIsBeingFoundOutStays) {
+  Index();
+  fs::create_directories(Home() + "/checked");
+  const std::string unfinished = Home() + "/checked/" + std::string(32, 'a') + ".abc123";
+  WriteFile(unfinished, "zel3 checked 1 0\n");
+  EXPECT_THAT(Removed({"--remove-orphans"}, 3), IsEmpty());
+  SetModificationTime(unfinished, 1367935389);
+  EXPECT_THAT(Removed({"--remove-orphans"}), ElementsAre(std::string(32, 'a') + ".abc123"));
+}
+
+// Names in folders of indexes carry local time.
+TEST_F(Caches, UnderTheClockOfAnotherTimeZoneAreUnused) {
+  IndexAPrivately();
+  SetModificationTime(mArchives + "/a.zel3", 1367935389 + 9 * 3600);
+  EXPECT_THAT(Told({mArchives}), Contains(std::string("unused private ") + kStemOfA));
+  EXPECT_THAT(Removed({mArchives, "--remove-orphans"}), IsEmpty());
+}
+
 TEST_F(Caches, StrangersSurviveEverything) {
   IndexAPrivately();
   const std::string text = "No cache has such a shape.";
@@ -339,9 +369,13 @@ TEST_F(Caches, LookingChangesNothing) {
   IndexAPrivately();
   const FolderSnapshot home = SnapshotOf(Home());
   const FolderSnapshot all = SnapshotOf(Folder());
-  EXPECT_EQ(Run({"caches", mArchives}).exitCode, 0);
-  EXPECT_EQ(Run({"caches", mArchives, "--remove-all", "--dry-run"}).exitCode, 0);
-  EXPECT_THAT(mResult.err, IsEmpty());
+  for (const Arguments& options : {Arguments{}, Arguments{"--remove-all", "--dry-run"}}) {
+    Arguments arguments{"caches", mArchives};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const ProgramResult result = Run(arguments);
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "");
+  }
   EXPECT_EQ(SnapshotOf(Home()), home);
   EXPECT_EQ(SnapshotOf(Folder()), all);
 }

@@ -97,6 +97,9 @@ TEST_F(ConsoleTerminal, ControlCDropsTheLine) {
   mTerminal.WaitFor("nonsense");
   mTerminal.Type(kDrop);
   mTerminal.WaitFor(kPrompt);
+  // Also one that is empty.
+  mTerminal.Type(kDrop);
+  mTerminal.WaitFor(kPrompt);
   EXPECT_THAT(Ask("help ArcR"), HasSubstr("the list of archives"));
   EXPECT_EQ(End(), 0);
   EXPECT_EQ(History(), "help ArcR\n");

@@ -77,7 +77,8 @@ class Mend : public ProgramTest {
 
   void ExpectNoError() {
     const ProgramResult looked = Run({"doctor", mOutput, "--format", "json"});
-    for (const auto& finding : nlohmann::json::parse(looked.out)["findings"])
+    const auto json = nlohmann::json::parse(looked.out);
+    for (const auto& finding : json["findings"])
       EXPECT_NE(finding["severity"], "error") << finding;
   }
 

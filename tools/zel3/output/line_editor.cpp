@@ -113,16 +113,17 @@ std::optional<std::string> LineEditor::Next() {
   el_set(mParts->editor.get(), EL_PREP_TERM, 1);
   int size = 0;
   const char* const typed = el_gets(mParts->editor.get(), &size);
-  if (typed == nullptr || size <= 0) {
-    std::cout << std::endl;
-    return std::nullopt;
-  }
-  std::string line(typed, static_cast<std::size_t>(size));
+  // A dropped line that is empty looks like the end.
   if (mParts->isDropped) {
     el_reset(mParts->editor.get());
     std::cout << "^C" << std::endl;
     return std::string();
   }
+  if (typed == nullptr || size <= 0) {
+    std::cout << std::endl;
+    return std::nullopt;
+  }
+  std::string line(typed, static_cast<std::size_t>(size));
   while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) line.pop_back();
   if (line.find_first_not_of(" \t") != std::string::npos) mParts->Remember(line);
   return line;

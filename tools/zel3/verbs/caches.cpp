@@ -22,10 +22,10 @@ struct CacheCounts {
   std::uint64_t files = 0;
   std::uint64_t bytes = 0;
 
-  void Add(const KeptCache& cache, std::size_t fileCount) {
+  void Add(std::size_t fileCount, std::uint64_t byteCount) {
     ++caches;
     files += fileCount;
-    bytes += cache.bytes;
+    bytes += byteCount;
   }
 };
 
@@ -62,7 +62,7 @@ class CachesRun {
       if (cache.state == KeptState::kStranger) {
         ++mStrangers;
       } else {
-        mKept.Add(cache, cache.files.size());
+        mKept.Add(cache.files.size(), cache.bytes);
       }
     }
   }
@@ -77,7 +77,7 @@ class CachesRun {
       const cache_removal::Result result = cache_removal::Remove(shown.cache, mOptions.onlyLooks);
       shown.removed = result.removed;
       if (!result.whyNot.empty()) Stays(shown.cache, "it " + result.whyNot);
-      if (!shown.removed.empty()) mRemoved.Add(shown.cache, shown.removed.size());
+      if (!shown.removed.empty()) mRemoved.Add(shown.removed.size(), result.bytes);
     }
   }
 

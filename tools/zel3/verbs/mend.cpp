@@ -91,9 +91,9 @@ void TellLosses(const Mended& mended) {
         mended.laterHeader.value_or(0)));
   }
   if (mended.losses.Count() == 0) return;
-  PrintNotice(fmt::format(
-      "{} in {} are lost; {} are not whole", Counted(mended.losses.Bytes(), "byte"),
-      Counted(mended.losses.Count(), "place"), Counted(mended.damagedEntries, "entry", "entries")));
+  PrintNotice(fmt::format("{} lost in {}; {} not whole", Counted(mended.losses.Bytes(), "byte"),
+                          Counted(mended.losses.Count(), "place"),
+                          Counted(mended.damagedEntries, "entry", "entries")));
 }
 
 // What the archive is, before anything is written.
