@@ -248,6 +248,60 @@ TEST_F(CutSample, WhatExistsIsReplacedOnlyWhenAsked) {
       << "an index of what was replaced is not one of the new file";
 }
 
+TEST_F(CutHandMade, NoIndexOfAnotherArchiveGoes) {
+  Write({10, 20});
+  const struct {
+    std::string source;
+    std::string beside;  // another archive than the source, or none
+  } cases[] = {{"cam.ZEL3", ""}, {"cam.zel", ""}, {"other.zel3", "cam.zel"}};
+  for (const auto& each : cases) {
+    SCOPED_TRACE(each.source + " " + each.beside);
+    const TempFolder folder;
+    const std::string output = folder / "cam.zel3";
+    WriteFile(folder / each.source, mBytes);
+    if (!each.beside.empty()) WriteFile(folder / each.beside, mBytes);
+    for (const char* const suffix : {"id3", "evt", "hdr"})
+      WriteFile(folder / (std::string("cam.") + suffix), "");
+    const auto before = EntryNames(folder.Path());
+    const std::string source = folder / each.source;
+    for (const std::string force : {"", "--force"}) {
+      Arguments cut{"cut", source, "0", "2100-01-01", "-o", output};
+      Arguments mend{"mend", source, "-o", output};
+      if (!force.empty()) cut.push_back(force), mend.push_back(force);
+      EXPECT_EQ(Run(cut).exitCode, 2);
+      EXPECT_EQ(Run(mend).exitCode, 2);
+    }
+    EXPECT_THAT(EntryNames(folder.Path()), testing::IsSupersetOf(before));
+    EXPECT_FALSE(std::filesystem::exists(output));
+  }
+}
+
+TEST_F(CutHandMade, WhatMayBeOfSomebodyElseStaysBesideTheOutput) {
+  Write({10, 20});
+  WriteFile(mOutputFolder / "out.evt", "");
+  for (const Arguments& options : {Arguments{}, Arguments{"--force"}}) {
+    const ProgramResult result = CutAll(options);
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.err, HasSubstr("out.evt would be taken for the index of the output"));
+  }
+  WriteFile(mOutputFolder / "out.id3", "");
+  WriteFile(mOutputFolder / "out.hdr", "");
+  EXPECT_EQ(CutAll().exitCode, 1) << "a whole index goes only when asked for";
+  EXPECT_THAT(EntryNames(mOutputFolder.Path()), ElementsAre("out.evt", "out.hdr", "out.id3"));
+}
+
+TEST_F(CutHandMade, AnOldIndexGoesAlsoWhereALinkLeads) {
+  Write({10, 20});
+  std::filesystem::create_directory(mOutputFolder / "there");
+  const std::string target = mOutputFolder / "there/real.zel3";
+  WriteFile(target, mBytes);
+  ASSERT_EQ(Run({"index", target}).exitCode, 0);
+  ASSERT_TRUE(std::filesystem::exists(mOutputFolder / "there/real.id3"));
+  ASSERT_EQ(symlink("there/real.zel3", mOutput.c_str()), 0);
+  EXPECT_EQ(CutRange(15000, kForever, {"--force"}).exitCode, 0);
+  EXPECT_THAT(EntryNames(mOutputFolder / "there"), ElementsAre("real.zel3"));
+}
+
 TEST_F(CutSample, APartThatExistsIsKept) {
   WriteFile(mOutputFolder / "out-002.zel3", "precious");
   EXPECT_EQ(CutAll({"--split", "1m"}).exitCode, 1);

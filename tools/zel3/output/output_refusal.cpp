@@ -3,6 +3,7 @@
 #include <QFile>
 #include <filesystem>
 
+#include "output/unfinished_file.h"
 #include "sources/archive_source.h"
 #include "system/failure.h"
 #include "system/file_status.h"
@@ -35,6 +36,31 @@ void RefuseCaches(const CacheNames& names, const std::string& target) {
   }
 }
 
+std::string Stem(const std::string& path) {
+  return path.substr(0, path.rfind('.'));
+}
+
+bool EndsWith(const std::string& text, const std::string& end) {
+  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+void RefuseIndexOf(const std::string& archive, const CacheNames& index, const std::string& output) {
+  // All three have one stem.
+  const std::string ofSource = InCanonicalFolder(QFile::encodeName(index.entries).constData());
+  for (const std::string& place : {output, WhereLinksLead(output)}) {
+    if (Stem(ofSource) != Stem(InCanonicalFolder(place))) continue;
+    throw Failure("the output would have the same index as " + archive + "; give another name",
+                  kExitUsage);
+  }
+}
+
+// A cheap look at a name, before folders are looked at. In a folder for indexes a time stands
+// before the name.
+bool MayShareIndex(const std::string& archive, const std::string& output) {
+  const std::string stem = Stem(archive_source::FileName(archive));
+  return EndsWith(Stem(output), stem) || EndsWith(Stem(WhereLinksLead(output)), stem);
+}
+
 }  // namespace
 
 void RefuseToHarm(const SourceFacts& source, const std::string& output) {
@@ -48,4 +74,18 @@ void RefuseToHarm(const SourceFacts& source, const std::string& output) {
 void RefuseToHarm(const std::vector<std::string>& archives, const std::string& output) {
   RefuseArchives(archives, output);
   for (const std::string& archive : archives) RefuseCaches(CacheOf(archive, ""), output);
+}
+
+void RefuseToShareIndex(const SourceFacts& source, const std::string& output) {
+  for (const std::string& archive : source.Archives()) {
+    if (!MayShareIndex(archive, output)) continue;
+    RefuseIndexOf(archive, CacheOf(archive, ""), output);
+    RefuseIndexOf(archive, source.CacheOf(archive), output);
+  }
+}
+
+void RefuseToShareIndex(const std::vector<std::string>& archives, const std::string& output) {
+  for (const std::string& archive : archives) {
+    if (MayShareIndex(archive, output)) RefuseIndexOf(archive, CacheOf(archive, ""), output);
+  }
 }

@@ -10,3 +10,8 @@
 void RefuseToHarm(const SourceFacts& source, const std::string& output);
 // The same for archives whose indexes lie beside them.
 void RefuseToHarm(const std::vector<std::string>& archives, const std::string& output);
+
+// Throws a usage error when a new archive at `output` would have the cache files of one of the
+// source: their names are that of the archive with another suffix.
+void RefuseToShareIndex(const SourceFacts& source, const std::string& output);
+void RefuseToShareIndex(const std::vector<std::string>& archives, const std::string& output);

@@ -16,6 +16,7 @@
 #include "output/progress_bar.h"
 #include "sources/archive_source.h"
 #include "system/failure.h"
+#include "system/file_status.h"
 #include "text/shown_text.h"
 #include "verbs/asked_source.h"
 #include "verbs/empty_answer.h"
@@ -217,7 +218,11 @@ int Cut(const CutOptions& options, const BoundedRange& range, ServedSource* sour
   ProgressBar progress;
   CutProgress shown(&progress);
   const auto onBytes = [&shown](std::uint64_t bytes) { shown.Add(bytes); };
-  const auto refuse = [source](const std::string& path) { RefuseToHarm(source->Facts(), path); };
+  const auto refuse = [source](const std::string& path) {
+    // What does not exist is not of the source.
+    if (StatusOf(path, Links::kNot)) RefuseToHarm(source->Facts(), path);
+    RefuseToShareIndex(source->Facts(), path);
+  };
   NewArchives archives({options.output, options.split.has_value(), options.mayReplace}, refuse,
                        onBytes);
   Timeline timeline(source, &progress);

@@ -117,7 +117,11 @@ int RunMend(const MendOptions& options) {
     progress.Show("mending",
                   static_cast<unsigned>(done * 50 / std::max<std::uint64_t>(file.Size(), 1)));
   };
-  const auto refuse = [&path](const std::string& output) { RefuseToHarm({path}, output); };
+  const auto refuse = [&path](const std::string& output) {
+    const std::vector<std::string> source{path};
+    RefuseToHarm(source, output);
+    RefuseToShareIndex(source, output);
+  };
   NewArchives archives({options.output, false, options.mayReplace}, refuse, onBytes);
   archives.Begin();
   const Mended mended = CopyWhatIsWhole(file, &archives.File(), onBytes);

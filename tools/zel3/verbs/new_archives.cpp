@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include <QFile>
 #include <algorithm>
 #include <utility>
 
@@ -11,10 +10,10 @@
 #include "checkup/finding.h"
 #include "output/output_file.h"
 #include "sources/archive_source.h"
-#include "sources/index_place.h"
 #include "sources/source_facts.h"
 #include "system/failure.h"
 #include "system/file_status.h"
+#include "verbs/index_beside.h"
 
 namespace {
 
@@ -34,13 +33,6 @@ void RequireNothingWrong(const Findings& findings) {
     throw Failure(fmt::format("what was written is not a good archive and was removed ({}: {})",
                               Name(finding.kind), finding.text));
   }
-}
-
-// What has such a name, but is not an index, stays; then no reader takes it for one either.
-void RemoveIndexBeside(const std::string& archive) {
-  if (!StrangersBeside(archive).empty()) return;
-  const CacheNames names = CacheOf(archive, "");
-  for (const QString& name : {names.events, names.entries, names.headers}) QFile::remove(name);
 }
 
 }  // namespace
@@ -72,12 +64,13 @@ std::string NewArchives::NameOf(std::size_t number, std::size_t count) const {
 }
 
 void NewArchives::RefuseWhatStandsAt(const std::string& path) const {
-  // What does not exist is not of the source, and no index is called like an archive.
-  if (!StatusOf(path, Links::kNot)) return;
   mRefuse(path);
-  if (!mPlace.mayReplace) throw Failure(path + " exists; --force replaces it");
-  const auto status = StatusOf(path);
-  if (status && !S_ISREG(status->stx_mode)) throw Failure(path + " is not a plain file");
+  if (StatusOf(path, Links::kNot)) {
+    if (!mPlace.mayReplace) throw Failure(path + " exists; --force replaces it");
+    const auto status = StatusOf(path);
+    if (status && !S_ISREG(status->stx_mode)) throw Failure(path + " is not a plain file");
+  }
+  RefuseIndexBeside(path, mPlace.mayReplace);
 }
 
 void NewArchives::Begin() {
@@ -118,7 +111,7 @@ void NewArchives::TakeNames() {
 
 void NewArchives::TakeName(std::size_t number) {
   const std::string& path = mArchives[number].path;
-  RemoveIndexBeside(path);
+  if (mPlace.mayReplace) RemoveIndexBeside(path);
   mEnded[number]->TakeName(path, mPlace.mayReplace ? UnfinishedFile::Existing::kReplace
                                                    : UnfinishedFile::Existing::kKeep);
 }

@@ -31,7 +31,8 @@ struct NewArchivePlace {
 // names only when nothing is wrong with any.
 class NewArchives {
  public:
-  // Throws a usage error for what would take the place of a file of the source.
+  // Throws a usage error for what would take the place of a file of the source, or share an index
+  // with an archive of it.
   using RefuseToHarm = std::function<void(const std::string& path)>;
 
   // Throws Failure when the place is not one for archives, or something stands there.
@@ -48,7 +49,8 @@ class NewArchives {
   void End(std::uint64_t entries);
 
   // Gives all their names. An index that an earlier archive of such a name has left beside it is
-  // removed: readers would take it for that of the new one.
+  // removed: readers would take it for that of the new one. Throws Failure when it may be that of
+  // another archive, or when it is there and nothing may be replaced.
   void TakeNames();
 
   // Those that have ended; their paths as soon as they have their names.
