@@ -398,6 +398,56 @@ TEST_F(CutHandMade, DamageIsLeftOutAndTold) {
   ExpectGood(mOutput);
 }
 
+TEST_F(CutHandMade, DataAfterAHeaderGoesOnWithTheEntryBefore) {
+  Write({10, 20});
+  ArchiveHeader header = OneStreamHeader();
+  header.title += " 2";
+  const Bytes other = *EncodeHeaderRecord(header);
+  const Bytes block = Between(mBytes, Entry(0) + 13, Entry(0) + 117);
+  mBytes = Between(mBytes, 0, Entry(1)) + other + block + block +
+           Between(mBytes, Entry(1), mBytes.size());
+  Rewrite();
+  const std::string mended = mOutputFolder / "mended.zel3";
+  EXPECT_EQ(Run({"mend", mPath, "-o", mended}).exitCode, 0);
+  EXPECT_EQ(ReadFile(mended), mBytes);
+  const ProgramResult result = CutAll();
+  EXPECT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_EQ(ReadFile(mOutput), mBytes);
+  ExpectGood(mOutput);
+  EXPECT_EQ(CutAll({"--streams", "1", "--no-events", "--force"}).exitCode, 0);
+  EXPECT_THAT(Records(mOutput), ElementsAre("header", "index", "data 1", "header", "data 1",
+                                            "data 1", "index", "data 1"));
+}
+
+TEST_F(CutHandMade, DataThatTheFirstHeaderLeadsOverIsNotDamage) {
+  Write({10, 20});
+  ArchiveHeader header = OneStreamHeader();
+  header.firstIndexDelta += 104;
+  const Bytes entries = Between(mBytes, Entry(0), mBytes.size());
+  const Bytes good = mBytes;
+  mBytes = *EncodeHeaderRecord(header) + Between(mBytes, Entry(0) + 13, Entry(0) + 117) + entries;
+  Rewrite();
+  const ProgramResult result = CutAll();
+  EXPECT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_THAT(result.err, HasSubstr("104 bytes of data before the first entry"));
+  EXPECT_EQ(ReadFile(mOutput), good);
+}
+
+TEST_F(CutHandMade, ARangeThatBeginsInWhatDamageHidesIsInDoubt) {
+  std::vector<std::uint32_t> times;
+  for (std::uint32_t entry = 0; entry < 24; ++entry) times.push_back(10 + 10 * entry);
+  Write(times);
+  // A length that leads from the third entry into a later one, past many whole ones.
+  const std::size_t length = 17 * kEntrySize - 13 - 4;
+  mBytes[Entry(2) + 13] = static_cast<unsigned char>(length & 0xFF);
+  mBytes[Entry(2) + 13 + 1] = static_cast<unsigned char>(length >> 8);
+  mBytes[Entry(19)] ^= 1;
+  Rewrite();
+  const ProgramResult result = CutRange(155000, kForever);
+  EXPECT_EQ(result.exitCode, 3) << result.err;
+  EXPECT_THAT(result.err, HasSubstr("entries may be lost there"));
+}
+
 TEST_F(CutHandMade, ALastRecordThatIsNotWholeIsLeftOut) {
   Write({10, 20});
   mBytes.resize(mBytes.size() - 3);

@@ -151,7 +151,7 @@ void TellAsJson(const Summary& summary, TimeFormat times) {
   json["cutOffBytes"] = counts.cutOffBytes;
   json["undeclaredBytes"] = counts.undeclaredBytes;
   json["headerlessEntries"] = counts.headerlessEntries;
-  json["leftOutBytes"] = counts.unwantedBytes;
+  json["leftOutBytes"] = counts.unwantedBytes + counts.entrylessBytes;
   json["gaps"] = AsJson(summary.plan.gaps, times);
   json["backward"] = AsJson(summary.plan.backward, times);
   json["misplacedEntries"] = summary.plan.misplaced;
@@ -172,6 +172,10 @@ void TellAsText(const Summary& summary, TimeFormat times) {
   const ExcerptCounts& counts = summary.counts;
   if (counts.unwantedBytes > 0)
     std::cerr << counts.unwantedBytes << " bytes were left out as asked for\n";
+  if (counts.entrylessBytes > 0) {
+    PrintNotice(std::to_string(counts.entrylessBytes) +
+                " bytes of data before the first entry, which belong to none, were left out");
+  }
   if (summary.plan.misplaced > 0) {
     PrintNotice(Counted(summary.plan.misplaced, "entry", "entries") +
                 " with a time that does not fit between its neighbours stayed in place");
@@ -229,8 +233,8 @@ int Cut(const CutOptions& options, const BoundedRange& range, ServedSource* sour
   timeline.RequireOne();
   Summary summary;
   summary.plan = Planner(range, !options.streams.empty(), &timeline).Plan();
+  DoubtRecorded(range.from, range.to, &timeline);
   if (summary.plan.entries == 0) {
-    DoubtRecorded(range.from, range.to, &timeline);
     timeline.FailWithNothing(kNothingRecorded, SecondsHint({range.from, range.to}, timeline));
   }
   RequireStreams(options.streams, summary.plan.streams);

@@ -60,19 +60,62 @@ class Excerpt::Addition {
     if (stretch.kind == SoundStretch::Kind::kIndex) {
       TakeEntry(stretch, known);
     } else if (stretch.kind == SoundStretch::Kind::kHeader) {
-      mExcerpt.UseHeader(stretch.header);
-      // Data before an index record is of no entry.
-      mCounts.lostBytes += stretch.wholeTo - stretch.data;
+      TakeHeader(stretch, known);
     }
   }
 
+  void TakeHeader(const SoundStretch& stretch, const std::optional<KnownTypes>& known) {
+    mExcerpt.UseHeader(stretch.header);
+    const std::uint64_t size = stretch.wholeTo - stretch.data;
+    if (size == 0) return;
+    switch (mBefore) {
+      case Before::kNoEntry:
+        (LeadsToItsEnd(stretch) ? mCounts.entrylessBytes : mCounts.lostBytes) += size;
+        break;
+      case Before::kLostEntry:
+        mCounts.lostBytes += size;
+        break;
+      case Before::kEntry:
+        TakeRestOfEntry(stretch, known.value_or(KnownTypes()));
+        break;
+      case Before::kOtherEntry:
+        break;
+    }
+  }
+
+  static bool LeadsToItsEnd(const SoundStretch& stretch) {
+    const std::int64_t named = stretch.header->length + stretch.header->firstIndexDelta;
+    return stretch.from == 0 && stretch.undeclared == 0 &&
+           named == static_cast<std::int64_t>(stretch.wholeTo);
+  }
+
+  // Data after a header goes on with the entry before.
+  void TakeRestOfEntry(const SoundStretch& stretch, const KnownTypes& known) {
+    SoundStretch rest = stretch;
+    rest.from = stretch.data;
+    const std::uint64_t whole = rest.wholeTo - rest.from;
+    const KnownTypes types = known & mExcerpt.mWanted.types;
+    const std::uint64_t size = SizeOfTypes(mFile, rest, types);
+    mCounts.undeclaredBytes += stretch.undeclared;
+    mCounts.unwantedBytes += whole - stretch.undeclared - size;
+    CountDamage(stretch);
+    if (size == 0) return;
+    WriteHeaderInForce(size);
+    mCopy.AddTypes(rest, types);
+    mExcerpt.mPartBytes += size;
+  }
+
   void TakeEntry(const SoundStretch& stretch, const std::optional<KnownTypes>& known) {
+    mBefore = Before::kOtherEntry;
     if (!IsWithin(stretch)) return;
     if (!mExcerpt.mHeader || !known) {
+      mBefore = Before::kLostEntry;
       ++mCounts.headerlessEntries;
       mCounts.lostBytes += stretch.wholeTo - stretch.from;
       return;
     }
+    mBefore = Before::kEntry;
+    mIsEntryDamaged = false;
     const std::uint64_t whole = stretch.wholeTo - stretch.from;
     const KnownTypes types = *known & mExcerpt.mWanted.types;
     const bool takesAll = mExcerpt.mWanted.HasAllTypes() && stretch.undeclared == 0;
@@ -82,9 +125,16 @@ class Excerpt::Addition {
     mExcerpt.mPartBytes += size;
     ++mExcerpt.mPartEntries;
     ++mCounts.entries;
-    if (stretch.Lost() > 0 || stretch.undeclared > 0) ++mCounts.damagedEntries;
+    CountDamage(stretch);
     mCounts.undeclaredBytes += stretch.undeclared;
     mCounts.unwantedBytes += whole - stretch.undeclared - size;
+  }
+
+  // Once for each entry.
+  void CountDamage(const SoundStretch& stretch) {
+    if (mIsEntryDamaged || (stretch.Lost() == 0 && stretch.undeclared == 0)) return;
+    mIsEntryDamaged = true;
+    ++mCounts.damagedEntries;
   }
 
   // What comes before an entry of that size.
@@ -95,6 +145,11 @@ class Excerpt::Addition {
       mExcerpt.mArchives.Begin();
       mExcerpt.mPartTime = place;
     }
+    WriteHeaderInForce(size);
+  }
+
+  // What comes before so much of it.
+  void WriteHeaderInForce(std::uint64_t size) {
     if (mExcerpt.mPartBytes + size > kLargestIndexed) {
       throw Failure(
           "the archive would be larger than an index can tell (256 TiB); --split cuts it");
@@ -113,6 +168,14 @@ class Excerpt::Addition {
            (mExcerpt.mWanted.from <= time && time < mExcerpt.mWanted.to);
   }
 
+  // What data after a header belongs to.
+  enum class Before {
+    kNoEntry,
+    kEntry,       // that is written
+    kLostEntry,   // without a header
+    kOtherEntry,  // of another time
+  };
+
   Excerpt& mExcerpt;
   ExcerptCounts& mCounts;
   const PlainFile& mFile;
@@ -121,9 +184,17 @@ class Excerpt::Addition {
   const FilePosition mFrom;
   const FilePosition mTo;
   RecordCopy mCopy;
+  Before mBefore = Before::kNoEntry;
+  bool mIsEntryDamaged = false;  // the last one
 };
 
 void Excerpt::Add(const OpenedArchive& opened, const EntryRange& range) {
+  // It may have been opened anew since the range was found.
+  const KeptIndex& index = opened.Index();
+  if (range.first >= range.end || range.end > index.Count() ||
+      index.PositionOf(range.end - 1) >= opened.File().Size()) {
+    throw Failure("an archive of the source has changed meanwhile");
+  }
   Addition(this, opened, range).Run();
 }
 

@@ -32,6 +32,8 @@ struct ExcerptCounts {
   std::uint64_t cutOffBytes = 0;      // of a last record that is not whole
   std::uint64_t undeclaredBytes = 0;  // data of streams that no header declares
   std::uint64_t unwantedBytes = 0;    // of what is not wanted
+  // Data before the first entry of an archive, which its first header leads over: of no entry.
+  std::uint64_t entrylessBytes = 0;
 
   bool IsWhole() const { return lostBytes == 0 && cutOffBytes == 0 && undeclaredBytes == 0; }
 };

@@ -117,15 +117,19 @@ class MendedCopy {
     return mHasHeader ? LossCause::kDamage : LossCause::kNoHeader;
   }
 
-  // Data between a header and an index record is of no entry, but where the first header leads over
-  // it.
+  // Data between the first header and an index record is of no entry, but where that header leads
+  // over it. Data after a later one goes on with the entry before.
   void TakeHeader(const SoundStretch& stretch, const std::optional<KnownTypes>& known) {
     const bool isFirst = !std::exchange(mHasHeader, true);
     const std::int64_t named = stretch.header->length + stretch.header->firstIndexDelta;
     const bool leadsOn = named == static_cast<std::int64_t>(stretch.wholeTo - stretch.from) &&
                          stretch.undeclared == 0;
     const bool hasData = stretch.wholeTo > stretch.data;
-    if (isFirst ? leadsOn : !hasData) return Copy(stretch, known);
+    const bool isWithinEntry = mMended.entries > 0;
+    if (isFirst ? leadsOn : !hasData || isWithinEntry) {
+      if (isWithinEntry) CountDamage(stretch);
+      return Copy(stretch, known);
+    }
     ArchiveHeader header = *stretch.header;
     if (isFirst && header.firstIndexDelta != kFirstIndexDelta) {
       // Folders do not open a file whose first header leads to no index record.
@@ -150,8 +154,16 @@ class MendedCopy {
       return;
     }
     ++mMended.entries;
-    if (stretch.Lost() > 0 || stretch.undeclared > 0) ++mMended.damagedEntries;
+    mIsEntryDamaged = false;
+    CountDamage(stretch);
     Copy(stretch, known);
+  }
+
+  // Once for each entry.
+  void CountDamage(const SoundStretch& stretch) {
+    if (mIsEntryDamaged || (stretch.Lost() == 0 && stretch.undeclared == 0)) return;
+    mIsEntryDamaged = true;
+    ++mMended.damagedEntries;
   }
 
   void Copy(const SoundStretch& stretch, const std::optional<KnownTypes>& known) {
@@ -165,6 +177,7 @@ class MendedCopy {
   Mended mMended;
   RecordCopy mCopy;
   bool mHasHeader = false;
+  bool mIsEntryDamaged = false;  // the last one
 };
 
 }  // namespace
