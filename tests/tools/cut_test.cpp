@@ -448,6 +448,30 @@ TEST_F(CutHandMade, ARangeThatBeginsInWhatDamageHidesIsInDoubt) {
   EXPECT_THAT(result.err, HasSubstr("entries may be lost there"));
 }
 
+TEST_F(CutHandMade, AGapIsOneOfWhatIsWritten) {
+  std::vector<std::uint32_t> times;
+  for (std::uint32_t entry = 0; entry < 24; ++entry) times.push_back(10 + 10 * entry);
+  Write(times);
+  // The index does not have the entries that this length leads over; they are saved.
+  const std::size_t length = 17 * kEntrySize - 13 - 4;
+  mBytes[Entry(2) + 13] = static_cast<unsigned char>(length & 0xFF);
+  mBytes[Entry(2) + 13 + 1] = static_cast<unsigned char>(length >> 8);
+  mBytes[Entry(19)] ^= 1;
+  Rewrite();
+  const nlohmann::json json = JsonOf(3);
+  EXPECT_EQ(json["entries"], 23);
+  EXPECT_EQ(json["gaps"].dump(), "[]");
+}
+
+TEST_F(CutSample, PartsOfAnEarlierCutAreTold) {
+  ASSERT_EQ(CutAll({"--split", "1m"}).exitCode, 0);
+  const ProgramResult result = CutRange(0, SampleTime(100), {"--split", "1m", "--force"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.err, HasSubstr("2 files with the name of a part, not of this cut, stayed: "
+                                    "out-002.zel3"));
+  EXPECT_EQ(EntryNames(mOutputFolder.Path()).size(), 4U);
+}
+
 TEST_F(CutHandMade, ALastRecordThatIsNotWholeIsLeftOut) {
   Write({10, 20});
   mBytes.resize(mBytes.size() - 3);

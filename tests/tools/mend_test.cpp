@@ -317,6 +317,23 @@ TEST_F(Mend, ALaterHeaderThatDeclaresOtherStreamsDoesNot) {
   ExpectGood();
 }
 
+TEST_F(Mend, ALossEndsWithTheNextEntryThatIsNotLost) {
+  const Layout layout = Make(mPath, 6, 2, 4);
+  Bytes bytes = layout.bytes;
+  ArchiveHeader other = OneStreamHeader();
+  other.streams.front().id = 9;
+  const Bytes header = *EncodeHeaderRecord(other);
+  const std::size_t later = layout.records[layout.entries[4] - 1];
+  const std::size_t end = layout.records[layout.entries[4]];
+  std::fill_n(bytes.begin(), layout.records[1], static_cast<unsigned char>(0));
+  bytes = Between(bytes, 0, later) + header + Between(bytes, end, end + 13);
+  WriteFile(mPath, bytes);
+  const nlohmann::json json = MendFile(3);
+  const auto& lost = json["losses"].back();
+  EXPECT_EQ(lost["cause"], "no-header");
+  EXPECT_EQ(lost["to"], 1040000);
+}
+
 TEST_F(Mend, WithoutAHeaderItFails) {
   const Layout layout = Make(mPath, 6, 2, 0);
   Bytes bytes = layout.bytes;

@@ -138,6 +138,11 @@ void UnfinishedFile::TakeName(const std::string& name, Existing existing) {
   mShown = name;
   const std::string target = existing == Existing::kReplace ? WhereLinksLead(name) : name;
   const auto status = StatusOf(target);
+  // A rename asks for the rights of the folder only.
+  if (existing == Existing::kReplace && status &&
+      faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0) {
+    Fail();
+  }
   if (chmod(mPath.c_str(), status ? status->stx_mode & kRights : ModeOfNewFiles()) != 0) Fail();
   const bool hasMoved = existing == Existing::kReplace
                             ? std::rename(mPath.c_str(), target.c_str()) == 0

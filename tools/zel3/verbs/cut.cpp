@@ -8,7 +8,6 @@
 
 #include "client/doubt.h"
 #include "client/entry_ranges.h"
-#include "client/time_watch.h"
 #include "client/timeline.h"
 #include "json/json_line.h"
 #include "output/notice.h"
@@ -36,10 +35,7 @@ struct CutPlan {
   std::vector<PartOfArchive> parts;
   std::uint64_t bytes = 0;
   std::uint64_t entries = 0;
-  std::vector<TimeLeap> gaps;
-  std::vector<TimeLeap> backward;
-  std::uint64_t misplaced = 0;  // entries with a time that is not between those of their neighbours
-  std::set<unsigned> streams;   // that the headers of the archives declare
+  std::set<unsigned> streams;  // that the headers of the archives declare
 };
 
 class Planner {
@@ -67,8 +63,6 @@ class Planner {
     if (ranges.empty()) return;
     const KeptIndex& index = opened.Index();
     for (const EntryRange& range : ranges) {
-      for (std::size_t entry = range.first; entry < range.end; ++entry)
-        AddTime(number, opened, entry);
       const FilePosition end =
           range.end < index.Count() ? index.PositionOf(range.end) : opened.File().Size();
       mPlan.bytes += end - index.PositionOf(range.first);
@@ -80,13 +74,6 @@ class Planner {
     mPlan.parts.push_back({number, ranges});
   }
 
-  void AddTime(std::size_t number, const OpenedArchive& opened, std::size_t entry) {
-    const ArchiveTime place = opened.Index().PlaceOf(entry);
-    if (place != opened.Index().TimeOf(entry)) ++mPlan.misplaced;
-    const std::optional<TimeLeap> leap = mWatch.Take(number, place, opened.Span().step);
-    if (leap) (leap->IsBackward() ? mPlan.backward : mPlan.gaps).push_back(*leap);
-  }
-
   void AddStreams(const PlainFile& file, FilePosition position) {
     const auto header = HeaderAt(file, position);
     if (!header) return;
@@ -96,7 +83,6 @@ class Planner {
   const BoundedRange mRange;
   const bool mFindsStreams;
   Timeline& mTimeline;
-  TimeWatch mWatch;
   CutPlan mPlan;
 };
 
@@ -152,20 +138,20 @@ void TellAsJson(const Summary& summary, TimeFormat times) {
   json["undeclaredBytes"] = counts.undeclaredBytes;
   json["headerlessEntries"] = counts.headerlessEntries;
   json["leftOutBytes"] = counts.unwantedBytes + counts.entrylessBytes;
-  json["gaps"] = AsJson(summary.plan.gaps, times);
-  json["backward"] = AsJson(summary.plan.backward, times);
-  json["misplacedEntries"] = summary.plan.misplaced;
+  json["gaps"] = AsJson(summary.counts.gaps, times);
+  json["backward"] = AsJson(summary.counts.backward, times);
+  json["misplacedEntries"] = summary.counts.misplaced;
   PrintJsonLine(json);
 }
 
 void TellAsText(const Summary& summary, TimeFormat times) {
   PrintTable(summary.archives, times);
   std::cout.flush();
-  for (const TimeLeap& gap : summary.plan.gaps) {
+  for (const TimeLeap& gap : summary.counts.gaps) {
     std::cerr << "nothing is recorded from " << TimeText(gap.from, times) << " to "
               << TimeText(gap.to, times) << '\n';
   }
-  for (const TimeLeap& leap : summary.plan.backward) {
+  for (const TimeLeap& leap : summary.counts.backward) {
     std::cerr << "the time goes back from " << TimeText(leap.from, times) << " to "
               << TimeText(leap.to, times) << '\n';
   }
@@ -176,8 +162,8 @@ void TellAsText(const Summary& summary, TimeFormat times) {
     PrintNotice(std::to_string(counts.entrylessBytes) +
                 " bytes of data before the first entry, which belong to none, were left out");
   }
-  if (summary.plan.misplaced > 0) {
-    PrintNotice(Counted(summary.plan.misplaced, "entry", "entries") +
+  if (summary.counts.misplaced > 0) {
+    PrintNotice(Counted(summary.counts.misplaced, "entry", "entries") +
                 " with a time that does not fit between its neighbours stayed in place");
   }
 }
@@ -244,7 +230,7 @@ int Cut(const CutOptions& options, const BoundedRange& range, ServedSource* sour
   for (const PartOfArchive& part : summary.plan.parts) {
     const OpenedArchive* const opened = timeline.Open(part.number);
     if (opened == nullptr) continue;
-    for (const EntryRange& entries : part.ranges) excerpt.Add(*opened, entries);
+    for (const EntryRange& entries : part.ranges) excerpt.Add(part.number, *opened, entries);
   }
   excerpt.Finish();
   progress.Clear();
@@ -261,6 +247,12 @@ int Cut(const CutOptions& options, const BoundedRange& range, ServedSource* sour
     TellAsText(summary, options.style.Times());
   }
   TellLosses(summary.counts);
+  const std::vector<std::string> others = archives.OtherParts();
+  if (!others.empty()) {
+    PrintNotice(Counted(others.size(), "file") +
+                " with the name of a part, not of this cut, stayed: " + Escaped(others.front()) +
+                (others.size() > 1 ? " and so on" : ""));
+  }
   return timeline.IsWhole() && summary.counts.IsWhole() ? kExitDone : kExitDamaged;
 }
 

@@ -19,9 +19,12 @@ Excerpt::Excerpt(const WantedRecords& wanted, const std::optional<PartSize>& par
 // Entries of one archive that follow each other.
 class Excerpt::Addition {
  public:
-  Addition(Excerpt* excerpt, const OpenedArchive& opened, const EntryRange& range)
+  Addition(Excerpt* excerpt, std::size_t number, const OpenedArchive& opened,
+           const EntryRange& range)
       : mExcerpt(*excerpt),
         mCounts(excerpt->mCounts),
+        mNumber(number),
+        mStep(opened.Span().step),
         mFile(opened.File()),
         mIndex(opened.Index()),
         mEntry(range.first),
@@ -125,9 +128,19 @@ class Excerpt::Addition {
     mExcerpt.mPartBytes += size;
     ++mExcerpt.mPartEntries;
     ++mCounts.entries;
+    NoteTime(stretch);
     CountDamage(stretch);
     mCounts.undeclaredBytes += stretch.undeclared;
     mCounts.unwantedBytes += whole - stretch.undeclared - size;
+  }
+
+  void NoteTime(const SoundStretch& stretch) {
+    const bool isIndexed = mIndex.PositionOf(mEntry) == stretch.from;
+    const ArchiveTime time = ToArchiveTime(stretch.index.time);
+    const ArchiveTime place = isIndexed ? mIndex.PlaceOf(mEntry) : time;
+    if (place != time) ++mCounts.misplaced;
+    const std::optional<TimeLeap> leap = mExcerpt.mWatch.Take(mNumber, place, mStep);
+    if (leap) (leap->IsBackward() ? mCounts.backward : mCounts.gaps).push_back(*leap);
   }
 
   // Once for each entry.
@@ -178,6 +191,8 @@ class Excerpt::Addition {
 
   Excerpt& mExcerpt;
   ExcerptCounts& mCounts;
+  const std::size_t mNumber;
+  const ArchiveTime mStep;
   const PlainFile& mFile;
   const KeptIndex& mIndex;
   std::size_t mEntry;
@@ -188,14 +203,14 @@ class Excerpt::Addition {
   bool mIsEntryDamaged = false;  // the last one
 };
 
-void Excerpt::Add(const OpenedArchive& opened, const EntryRange& range) {
+void Excerpt::Add(std::size_t number, const OpenedArchive& opened, const EntryRange& range) {
   // It may have been opened anew since the range was found.
   const KeptIndex& index = opened.Index();
   if (range.first >= range.end || range.end > index.Count() ||
       index.PositionOf(range.end - 1) >= opened.File().Size()) {
     throw Failure("an archive of the source has changed meanwhile");
   }
-  Addition(this, opened, range).Run();
+  Addition(this, number, opened, range).Run();
 }
 
 void Excerpt::Finish() {

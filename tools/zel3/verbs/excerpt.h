@@ -10,6 +10,7 @@
 #include "archive/sound_stretches.h"
 #include "client/entry_ranges.h"
 #include "client/served_archive.h"
+#include "client/time_watch.h"
 #include "verbs/new_archives.h"
 #include "verbs/part_size.h"
 
@@ -34,6 +35,10 @@ struct ExcerptCounts {
   std::uint64_t unwantedBytes = 0;    // of what is not wanted
   // Data before the first entry of an archive, which its first header leads over: of no entry.
   std::uint64_t entrylessBytes = 0;
+  // Between entries that are written.
+  std::vector<TimeLeap> gaps;
+  std::vector<TimeLeap> backward;
+  std::uint64_t misplaced = 0;  // entries with a time that is not between those of their neighbours
 
   bool IsWhole() const { return lostBytes == 0 && cutOffBytes == 0 && undeclaredBytes == 0; }
 };
@@ -47,9 +52,9 @@ class Excerpt {
   Excerpt(const WantedRecords& wanted, const std::optional<PartSize>& partSize,
           NewArchives* archives, OnBytesRead onBytes);
 
-  // Adds entries of one archive. Throws Failure when something cannot be written, and when the user
-  // interrupts.
-  void Add(const OpenedArchive& opened, const EntryRange& range);
+  // Adds entries of one archive, which has this number among all. Throws Failure when something
+  // cannot be written, and when the user interrupts.
+  void Add(std::size_t number, const OpenedArchive& opened, const EntryRange& range);
   void Finish();
 
   const ExcerptCounts& Counts() const { return mCounts; }
@@ -66,6 +71,7 @@ class Excerpt {
   NewArchives& mArchives;
   const OnBytesRead mOnBytes;
   ExcerptCounts mCounts;
+  TimeWatch mWatch;
   // The header in force, as it is to be written, and the last one that has been.
   std::optional<std::vector<unsigned char>> mHeader;
   std::optional<std::vector<unsigned char>> mWritten;

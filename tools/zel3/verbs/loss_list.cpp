@@ -1,5 +1,7 @@
 #include "verbs/loss_list.h"
 
+#include <algorithm>
+
 const char* Name(LossCause cause) {
   switch (cause) {
     case LossCause::kUnreadable:
@@ -25,7 +27,12 @@ void LossList::Add(LossCause cause, FilePosition position, std::uint64_t bytes) 
       mCount > 0 && mLast.cause == cause && mLast.position + mLast.bytes == position;
   if (goesOn) {
     mLast.bytes += bytes;
-    if (mCount <= kMostKept) mKept.back().bytes = mLast.bytes;
+    if (mCount <= kMostKept) {
+      mKept.back().bytes = mLast.bytes;
+      // An entry that has been found since is lost itself.
+      mKept.back().after.reset();
+      mWithoutAfter = std::min(mWithoutAfter, mKept.size() - 1);
+    }
     return;
   }
   ++mCount;

@@ -1,9 +1,14 @@
 #include "verbs/new_archives.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <set>
 #include <utility>
 
 #include "checkup/archive_checkup.h"
@@ -69,6 +74,8 @@ void NewArchives::RefuseWhatStandsAt(const std::string& path) const {
     if (!mPlace.mayReplace) throw Failure(path + " exists; --force replaces it");
     const auto status = StatusOf(path);
     if (status && !S_ISREG(status->stx_mode)) throw Failure(path + " is not a plain file");
+    if (status && faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0)
+      throw Failure("cannot write " + path + ": " + std::strerror(errno));
   }
   RefuseIndexBeside(path, mPlace.mayReplace);
 }
@@ -107,6 +114,30 @@ void NewArchives::TakeNames() {
       throw;
     }
   }
+}
+
+std::vector<std::string> NewArchives::OtherParts() const {
+  std::vector<std::string> others;
+  if (!mPlace.isInParts) return others;
+  std::set<std::string> own;
+  for (const NewArchive& archive : mArchives) own.insert(archive_source::FileName(archive.path));
+  const std::filesystem::path output = mPlace.path;
+  const std::string start = output.stem().string() + "-";
+  const std::filesystem::path folder = output.has_parent_path() ? output.parent_path() : ".";
+  std::error_code failed;
+  for (std::filesystem::directory_iterator entry(folder, failed), end; !failed && entry != end;
+       entry.increment(failed)) {
+    const std::string name = entry->path().filename().string();
+    const std::string stem = entry->path().stem().string();
+    if (entry->path().extension() != output.extension() || own.count(name) > 0) continue;
+    if (stem.compare(0, start.size(), start) != 0) continue;
+    const std::string number = stem.substr(start.size());
+    if (number.size() >= kFewestDigits &&
+        number.find_first_not_of("0123456789") == std::string::npos)
+      others.push_back(name);
+  }
+  std::sort(others.begin(), others.end());
+  return others;
 }
 
 void NewArchives::TakeName(std::size_t number) {

@@ -53,6 +53,10 @@ class NewArchives {
   // another archive, or when it is there and nothing may be replaced.
   void TakeNames();
 
+  // The names of other files that look like parts of this output: of an earlier one, perhaps. In
+  // order. REQUIRES: all have their names.
+  std::vector<std::string> OtherParts() const;
+
   // Those that have ended; their paths as soon as they have their names.
   const std::vector<NewArchive>& Ended() const { return mArchives; }
 
