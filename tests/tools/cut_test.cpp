@@ -446,6 +446,9 @@ TEST_F(CutHandMade, ARangeThatBeginsInWhatDamageHidesIsInDoubt) {
   const ProgramResult result = CutRange(155000, kForever);
   EXPECT_EQ(result.exitCode, 3) << result.err;
   EXPECT_THAT(result.err, HasSubstr("entries may be lost there"));
+  const ProgramResult read = Run({"read", Folder(), "155000", "2100-01-01", "-o", "/dev/null"});
+  EXPECT_EQ(read.exitCode, 3) << read.err;
+  EXPECT_THAT(read.err, HasSubstr("entries may be lost there"));
 }
 
 TEST_F(CutHandMade, AGapIsOneOfWhatIsWritten) {

@@ -122,6 +122,19 @@ TEST_F(Outputs, WhatTheUserMayNotWriteStays) {
   EXPECT_EQ(TextOf(mOut + "/range"), "earlier");
 }
 
+TEST_F(Outputs, NoNewArchiveReplacesWhatTheUserMayNotWrite) {
+  const std::string path = mOut + "/a.zel3";
+  WriteFile(path, "earlier");
+  for (const char* const name : {"/a.id3", "/a.evt", "/a.hdr"}) WriteFile(mOut + name, "");
+  ASSERT_EQ(chmod(path.c_str(), 0444), 0);
+  Start({"mend", mFirst, "-o", path, "--force"}, BecomeUnprivileged);
+  const ProgramResult result = Finish();
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_THAT(result.err, HasSubstr("Permission denied"));
+  EXPECT_EQ(TextOf(path), "earlier");
+  EXPECT_TRUE(fs::exists(mOut + "/a.id3"));
+}
+
 TEST_F(Outputs, AnArchiveOrItsIndexIsNeverTheOutput) {
   ASSERT_EQ(Run({"index", mArchives}).exitCode, 0);
   const std::string stem = mFirst.substr(0, mFirst.size() - 4);

@@ -53,7 +53,7 @@ class MendedCopy {
                      [output](std::uint64_t size) { output->Skip(size); },
                      [this](FilePosition position, std::uint64_t bytes, std::uint64_t entries) {
                        mMended.losses.Add(LossCause::kUnreadable, position, bytes);
-                       mMended.entries -= entries;
+                       LoseOfEntry(entries);
                      },
                      [output](int source, FilePosition position, std::size_t size) {
                        return output->CopyFrom(source, position, size);
@@ -148,6 +148,8 @@ class MendedCopy {
   }
 
   void TakeEntry(const SoundStretch& stretch, const std::optional<KnownTypes>& known) {
+    // What cannot be read of the entry before is noted before this one is.
+    mCopy.Flush();
     mMended.losses.OnEntry(ToArchiveTime(stretch.index.time));
     if (!mHasHeader) {
       mMended.losses.Add(LossCause::kNoHeader, stretch.from, stretch.wholeTo - stretch.from);
@@ -157,6 +159,18 @@ class MendedCopy {
     mIsEntryDamaged = false;
     CountDamage(stretch);
     Copy(stretch, known);
+  }
+
+  // Something of the last entry cannot be read, or so many index records: then it is lost.
+  void LoseOfEntry(std::uint64_t indexRecords) {
+    if (mMended.entries == 0) return;
+    if (indexRecords > 0) {
+      mMended.entries -= indexRecords;
+      mMended.damagedEntries -= mIsEntryDamaged ? 1 : 0;
+    } else if (!mIsEntryDamaged) {
+      ++mMended.damagedEntries;
+    }
+    mIsEntryDamaged = true;
   }
 
   // Once for each entry.

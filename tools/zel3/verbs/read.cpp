@@ -169,8 +169,8 @@ int Read(const ReadOptions& options, const BoundedRange& range, const std::strin
   timeline.RequireOne();
 
   Summary summary = RangeCopy(range, options.stopAtGap, &timeline, &output).Copy();
+  if (!summary.stopped) DoubtRecorded(range.from, range.to, &timeline);
   if (summary.counts.entries + summary.counts.damagedEntries == 0) {
-    DoubtRecorded(range.from, range.to, &timeline);
     timeline.FailWithNothing(kNothingRecorded, SecondsHint({range.from, range.to}, timeline));
   }
   output.Finish();
