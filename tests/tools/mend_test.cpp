@@ -78,8 +78,7 @@ class Mend : public ProgramTest {
   void ExpectNoError() {
     const ProgramResult looked = Run({"doctor", mOutput, "--format", "json"});
     const auto json = nlohmann::json::parse(looked.out);
-    for (const auto& finding : json["findings"])
-      EXPECT_NE(finding["severity"], "error") << finding;
+    for (const auto& finding : json["findings"]) EXPECT_NE(finding["severity"], "error") << finding;
   }
 
   void ExpectGood() {
