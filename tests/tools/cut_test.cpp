@@ -343,6 +343,34 @@ TEST_F(CutSample, ADiskThatIsFullLeavesNothing) {
   }
 }
 
+TEST_F(CutSample, OneThatIsKilledLeavesNothingUnderTheFinalName) {
+  const rlim_t room = FileBytes(0).size() + 200;
+  ASSERT_EQ(Run({"index", Folder()}).exitCode, 0);
+  Start({"cut", Folder(), "0", "2100-01-01", "-o", mOutput}, [room] {
+    // The signal of a file that grows too large ends the program where it stands, as a kill does.
+    const rlimit none{0, 0}, small{room, room};
+    setrlimit(RLIMIT_CORE, &none);
+    setrlimit(RLIMIT_FSIZE, &small);
+  });
+  EXPECT_EQ(Finish().exitCode, 128 + SIGXFSZ);
+  EXPECT_THAT(EntryNames(mOutputFolder.Path()), ElementsAre(StartsWith(".zel3-")));
+}
+
+TEST_F(Cut, AnInterruptLeavesNothing) {
+  Scenario scenario = SampleScenario();
+  scenario.payloadBytesPerEntry = 100000;
+  WriteScenario(Folder(), scenario);
+  ASSERT_EQ(Run({"index", Folder()}).exitCode, 0);
+  Start({"cut", Folder(), "0", "2100-01-01", "-o", mOutput, "--split", "1m"});
+  while (EntryNames(mOutputFolder.Path()).empty() && !HasEnded()) {
+  }
+  SendSignal(SIGINT);
+  const ProgramResult result = Finish();
+  EXPECT_EQ(result.exitCode, 130);
+  EXPECT_EQ(result.err, "zel3: interrupted\n");
+  EXPECT_THAT(EntryNames(mOutputFolder.Path()), IsEmpty());
+}
+
 TEST_F(CutSample, OneBadFileIsTold) {
   WriteFile(SampleFile(Folder(), mTruth, 1), std::string(2000, 'x'));
   const ProgramResult result = CutAll();

@@ -1,4 +1,6 @@
 #include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -372,6 +374,18 @@ TEST_F(Mend, WhatItRefuses) {
   EXPECT_EQ(Run({"mend", mPath, "-o", mOutput}).exitCode, 1);
   EXPECT_EQ(ReadFile(mOutput).size(), 8U);
   EXPECT_EQ(ReadFile(mPath), layout.bytes);
+}
+
+TEST_F(Mend, OneThatIsKilledLeavesNothingUnderTheFinalName) {
+  const rlim_t room = Make(mPath, 6, 2, 0).bytes.size() / 2;
+  Start({"mend", mPath, "-o", mOutput}, [room] {
+    // The signal of a file that grows too large ends the program where it stands, as a kill does.
+    const rlimit none{0, 0}, small{room, room};
+    setrlimit(RLIMIT_CORE, &none);
+    setrlimit(RLIMIT_FSIZE, &small);
+  });
+  EXPECT_EQ(Finish().exitCode, 128 + SIGXFSZ);
+  EXPECT_FALSE(FileExists(mOutput));
 }
 
 TEST_F(Mend, AHoleOfManyGigabytesCostsNothing) {
