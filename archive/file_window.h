@@ -17,7 +17,7 @@ class FileWindow {
   const unsigned char* At(FilePosition position, std::size_t size);
 
  private:
-  static constexpr std::size_t kShortest = 4096;
+  static constexpr std::size_t kShortest = 512;
   static constexpr std::size_t kLongest = 65536;
 
   const PlainFile& mFile;

@@ -250,7 +250,7 @@ class Copy:
         # A few files that are compiled together take less time where a header is changed, and little more for one.
         subprocess.run(["cmake", "-S", self.source, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                         "-DCMAKE_UNITY_BUILD=ON", "-DCMAKE_UNITY_BUILD_BATCH_SIZE=4",
-                        "-DCMAKE_CXX_FLAGS=-w -O0 -g0 -fuse-ld=gold",
+                        "-DCMAKE_CXX_FLAGS=-w -O0 -g0",
                         "-DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST", "--no-warn-unused-cli"],
                        check=True, stdout=subprocess.DEVNULL, env=environment)
         if not self.make("zel3reader", "zel3parser", "indexer_tests", "reader_tests"):
