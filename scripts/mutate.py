@@ -13,9 +13,9 @@ scripts/mutants_accepted.txt) are known, each with its reason, and are counted a
 build/mutants.
 
 Each verdict is written to build/mutants/judged.jsonl as it is found, so that a run that was interrupted, in whatever
-way, goes on where it was. A verdict holds while the file that is changed stays as it is; that a change survived holds
-only while the tests stay as they are, too. What the verdicts do not follow is the rest of the plug-in: remove the file
-to judge everything anew.
+way, goes on where it was. A verdict holds while the code of the file that is changed stays as it is; that a change
+survived holds only while the tests stay as they are, too. Comments may change. What the verdicts do not follow is the
+rest of the plug-in: remove the file to judge everything anew.
 
 --report runs no tests: it prints what is known of the changes, for each file and over all, and the survivors. The share
 is that of the killed among the judged ones that are not accepted; what does not compile is left out. A run ends with
@@ -97,11 +97,20 @@ def digest_of(data):
     return hashlib.sha256(data).hexdigest()[:16]
 
 
+def digest_of_code(text):
+    """A digest of a source file that stays when its comments and blanks at the ends of lines change."""
+    code = re.sub(r"\"(?:\\.|[^\"\\\n])*\"|//[^\n]*",
+                  lambda match: "" if match.group().startswith("//") else match.group(), text)
+    lines = (line.strip() for line in code.splitlines())
+    return digest_of("\n".join(line for line in lines if line).encode())
+
+
 class Mutant:
     def __init__(self, path, line, before, after, text, source):
         self.path, self.line, self.text = path, line, text
-        self.source = source  # digest of the file as it is
+        self.source = source  # digest of the code of the file
         self.key = f"{path}: {before.strip()} => {after.strip()}".strip()
+        self.number = 0  # of those of its file with this key
 
 
 def blanked(text):
@@ -119,7 +128,7 @@ def value_of(number):
 def mutants_of(path):
     text = (ROOT / path).read_text()
     code = blanked(text)
-    source = digest_of(text.encode())
+    source = digest_of_code(text)
     found = []
 
     def add(start, end, replacement):
@@ -145,13 +154,19 @@ def mutants_of(path):
     for match in re.finditer(r"^[^\n]*$", code, flags=re.MULTILINE):
         if STATEMENT.match(match.group()):
             add(match.start(), match.end(), "")
-    return sorted(found, key=lambda mutant: (mutant.line, mutant.key))
+    found.sort(key=lambda mutant: (mutant.line, mutant.key))
+    seen = collections.Counter()
+    for mutant in found:
+        mutant.number = seen[mutant.key]
+        seen[mutant.key] += 1
+    return found
 
 
 def tests_digest():
     """A digest of all that tests consist of."""
     paths = sorted(path for folder in TESTS for path in (ROOT / folder).rglob("*") if path.is_file())
-    return digest_of(b"\0".join(str(path.relative_to(ROOT)).encode() + b"\0" + path.read_bytes() for path in paths))
+    digests = ((str(path.relative_to(ROOT)), digest_of_code(path.read_text(errors="replace"))) for path in paths)
+    return digest_of(repr(list(digests)).encode())
 
 
 class Judged:
@@ -166,17 +181,17 @@ class Judged:
         for line in self.path.read_text().splitlines() if self.path.exists() else []:
             try:
                 self.take(json.loads(line))
-            except json.JSONDecodeError:
-                pass  # Empty, or cut when a run was killed.
+            except (json.JSONDecodeError, KeyError):
+                pass  # Empty, cut when a run was killed, or of an earlier form.
 
     def take(self, record):
-        self.verdicts[record["mutant"], record["line"], record["source"]] = record
+        self.verdicts[record["mutant"], record["number"], record["source"]] = record
         if record["by"]:
             self.killers[record["mutant"].split(":")[0]][record["by"]] += 1
 
     def of(self, mutant):
-        """The last verdict on this change of the file as it is, or None."""
-        return self.verdicts.get((mutant.key, mutant.line, mutant.source))
+        """The last verdict on this change of the code as it is, or None."""
+        return self.verdicts.get((mutant.key, mutant.number, mutant.source))
 
     def holds(self, mutant):
         record = self.of(mutant)
@@ -187,7 +202,7 @@ class Judged:
             return [test for test, _ in self.killers[path].most_common(LIKELY_TESTS)]
 
     def add(self, mutant, verdict, killer):
-        record = {"mutant": mutant.key, "line": mutant.line, "source": mutant.source, "tests": self.tests,
+        record = {"mutant": mutant.key, "number": mutant.number, "source": mutant.source, "tests": self.tests,
                   "verdict": verdict, "by": killer}
         with self.lock:
             with self.path.open("a") as file:
