@@ -1,5 +1,6 @@
 #include "client/doubt.h"
 
+#include <functional>
 #include <string>
 
 #include "archive/framing_follow.h"
@@ -37,19 +38,31 @@ void DoubtTail(std::size_t number, Timeline* timeline) {
   timeline->Doubt(number, "is damaged after its last entry; later ones may be lost");
 }
 
-// Whether there are entries after which, or in front of which, damage hides others.
-bool IsDamagedAtGaps(const OpenedArchive& archive, ArchiveTime from, ArchiveTime to) {
+// The times in which damage hides entries: before the first entry, and where nothing is found after
+// one. Ends when `onDoubted` gives false.
+void ForEachDamagedGap(const OpenedArchive& archive, ArchiveTime from, ArchiveTime to,
+                       const std::function<bool(const DoubtedTime&)>& onDoubted) {
   const KeptIndex& index = archive.Index();
-  if (IsDamagedBefore(archive, 0)) return true;
+  if (IsDamagedBefore(archive, 0) && !onDoubted({0, index.PlaceOf(0) + 1})) return;
   for (std::size_t entry = 0; entry < index.Count(); ++entry) {
     const bool isLast = entry + 1 == index.Count();
     const ArchiveTime end = EndOfEntry(archive, entry);
     const ArchiveTime next = isLast ? to : index.PlaceOf(entry + 1);
     const bool meets = index.PlaceOf(entry) < to && next > from;
-    if (meets && (isLast || end < next) && IsDamagedAfter(archive, entry)) return true;
+    if (!meets || !(isLast || end < next) || !IsDamagedAfter(archive, entry)) continue;
+    if (!onDoubted({end - 1, isLast ? kNoEndOfDoubt : next + 1})) return;
   }
-  return false;
 }
+
+// The archive when it meets the range and can be served.
+const OpenedArchive* OpenWithin(std::size_t number, ArchiveTime from, ArchiveTime to,
+                                Timeline* timeline) {
+  const ServedArchive& archive = timeline->Archives()[number];
+  if (archive.IsLeftOut() || archive.start >= to || archive.end < from) return nullptr;
+  return timeline->Open(number);
+}
+
+constexpr char kEntriesMayBeLost[] = "is damaged where nothing is found; entries may be lost there";
 
 }  // namespace
 
@@ -84,11 +97,25 @@ void DoubtEnds(Timeline* timeline) {
 }
 
 void DoubtRecorded(std::size_t number, ArchiveTime from, ArchiveTime to, Timeline* timeline) {
-  const ServedArchive& archive = timeline->Archives()[number];
-  if (archive.IsLeftOut() || archive.start >= to || archive.end < from) return;
-  const OpenedArchive* const opened = timeline->Open(number);
-  if (opened != nullptr && IsDamagedAtGaps(*opened, from, to))
-    timeline->Doubt(number, "is damaged where nothing is found; entries may be lost there");
+  const OpenedArchive* const opened = OpenWithin(number, from, to, timeline);
+  if (opened == nullptr) return;
+  ForEachDamagedGap(*opened, from, to, [number, timeline](const DoubtedTime& /*time*/) {
+    timeline->Doubt(number, kEntriesMayBeLost);
+    return false;
+  });
+}
+
+std::vector<DoubtedTime> FindDoubted(std::size_t number, ArchiveTime from, ArchiveTime to,
+                                     Timeline* timeline) {
+  std::vector<DoubtedTime> doubted;
+  const OpenedArchive* const opened = OpenWithin(number, from, to, timeline);
+  if (opened == nullptr) return doubted;
+  ForEachDamagedGap(*opened, from, to, [&doubted](const DoubtedTime& time) {
+    doubted.push_back(time);
+    return true;
+  });
+  if (!doubted.empty()) timeline->Doubt(number, kEntriesMayBeLost);
+  return doubted;
 }
 
 void DoubtRecorded(ArchiveTime from, ArchiveTime to, Timeline* timeline) {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
+#include <vector>
 
 #include "blocks/units.h"
 #include "client/timeline.h"
@@ -9,6 +11,14 @@
 // entries being neighbours is in doubt; so is what is said of an entry whose time is wrong. These
 // tell the user, and mark the timeline, which is not whole then. A few short reads for each place.
 // All throw Failure when the user interrupts.
+
+// A time about which something is in doubt; `to` is not part of it.
+struct DoubtedTime {
+  ArchiveTime from = 0;
+  ArchiveTime to = 0;
+};
+
+constexpr ArchiveTime kNoEndOfDoubt = std::numeric_limits<ArchiveTime>::max();
 
 // An entry that was found for a time: whether a nearer one may be lost.
 void DoubtFound(const FoundEntry& found, ArchiveTime time, Lookup lookup, Timeline* timeline);
@@ -19,5 +29,10 @@ void DoubtEnds(Timeline* timeline);
 // What was recorded between two times, and what was not: in one archive, or in all of them.
 void DoubtRecorded(std::size_t number, ArchiveTime from, ArchiveTime to, Timeline* timeline);
 void DoubtRecorded(ArchiveTime from, ArchiveTime to, Timeline* timeline);
+// The same for one archive, and when it is in doubt: from the end of the entry before the damage to
+// the next one. Before the first entry it begins with 0, after the last one it ends with
+// kNoEndOfDoubt. Ascending by entry.
+std::vector<DoubtedTime> FindDoubted(std::size_t number, ArchiveTime from, ArchiveTime to,
+                                     Timeline* timeline);
 // How active it was: entries with wrong times do not count.
 void DoubtLevels(ArchiveTime from, ArchiveTime to, Timeline* timeline);

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -35,7 +36,8 @@ class MadeArchives {
     return path;
   }
 
-  // What `ask` makes of the timeline of the folder, whose archives have been indexed.
+  // What `ask` makes of the timeline of the folder, whose archives have been indexed; it may take
+  // the source as well.
   template <class Question>
   auto Ask(Question ask) {
     // Readers of this program are kept away from the temporary folder.
@@ -44,7 +46,11 @@ class MadeArchives {
                         [](const std::string& /*notice*/) {});
     Timeline timeline(&source, &mProgress);
     timeline.IndexAll();
-    return ask(&timeline);
+    if constexpr (std::is_invocable_v<Question, Timeline*>) {
+      return ask(&timeline);
+    } else {
+      return ask(&timeline, source);
+    }
   }
 
  private:
