@@ -303,9 +303,10 @@ RecordedHour RecordedDay::Sum() const {
 }
 
 bool RecordedDays::IsInDoubt(ArchiveTime first, ArchiveTime end) const {
-  return std::any_of(doubts.begin(), doubts.end(), [=](const DoubtedTime& doubt) {
-    return doubt.from < end && doubt.to > first;
-  });
+  const auto doubt =
+      std::upper_bound(doubts.begin(), doubts.end(), first,
+                       [](ArchiveTime time, const DoubtedTime& each) { return time < each.to; });
+  return doubt != doubts.end() && doubt->from < end;
 }
 
 RecordedDays FindRecordedHours(std::optional<ArchiveTime> from, std::optional<ArchiveTime> to,

@@ -48,6 +48,7 @@ struct RecordedDays {
   // When entries may be lost or have other times: ascending and apart.
   std::vector<DoubtedTime> doubts;
 
+  // Whether anything is in doubt from one time up to another.
   bool IsInDoubt(ArchiveTime first, ArchiveTime end) const;
 };
 

@@ -142,6 +142,9 @@ def check_folder(check, work, source, ends):
         check.json("activity", ends, "activity", source, "--stream", 1, "--bins", 5, *style)
         check.json("gaps", ends, "gaps", source, START - 5000, FAR, *style)
         check.lines("gaps-line", ends, "gaps", source, "--format", "jsonl", "--time-format", times)
+        for rest in ((), (START + 5000, START + 90000000)):
+            check.json("calendar", ends, "calendar", source, *rest, *style)
+        check.lines("calendar-line", ends, "calendar", source, "--format", "jsonl")
         check.json("preview", ends, "preview", source, START, START + 10000, "--count", 3, *style)
         check.json("doctor", check.run("doctor", source).returncode, "doctor", source, *style)
         check.json("read", check.run("read", source, 0, FAR, "-o", work / "out").returncode,
@@ -169,12 +172,13 @@ def check_nothing(check, source):
     check.json("cut", 4, "cut", source, 5, 6, "-o", "none.zel3", *style)
     check.json("preview", 4, "preview", source, 5, 6, *style)
     check.json("activity", 4, "activity", source, 5, 6, "--stream", 1, *style)
+    check.json("calendar", 4, "calendar", source, 5, 6, *style)
     check.json("events", 4, "events", source, 5, 6, *style)
     check.json("gaps", 0, "gaps", source, START, START + 5000, *style)
     if check.lines("events-line", 4, "events", source, 5, 6, "--format", "jsonl") != 0:
         check.fail("no events are some lines")
     for arguments in (("events", source, 5, 6), ("preview", source, 5, 6),
-                      ("activity", source, 5, 6, "--stream", 1)):
+                      ("activity", source, 5, 6, "--stream", 1), ("calendar", source, 5, 6)):
         printed = check.run(*arguments, "--format", "csv").stdout.decode().splitlines()
         if len(printed) != 1:
             check.fail(f"{arguments[0]} prints {len(printed)} lines instead of the headings")
@@ -185,7 +189,7 @@ def check_several(check, one, other):
     json_of = ("--format", "json")
     several = (one, other)
     for verb, *rest in (("info",), ("index",), ("doctor",), ("seek", START + 5000),
-                        ("seek", START + 5000, "--explain"), ("events",),
+                        ("seek", START + 5000, "--explain"), ("events",), ("calendar",),
                         ("activity", "--stream", 1, "--bins", 3), ("preview", START, START + 10000)):
         ends = check.run(verb, *several, *rest).returncode
         answer = check.json(verb, ends, verb, *several, *rest, *json_of)
@@ -205,12 +209,15 @@ def check_several(check, one, other):
     check.json("preview", 4, "preview", *several, 5, 6, *json_of)
     check.lines("events-line", 0, "events", *several, "--format", "jsonl")
     check.lines("dump-line", 0, "dump", *several, "--format", "jsonl")
+    check.lines("calendar-line", check.run("calendar", *several).returncode,
+                "calendar", *several, "--format", "jsonl")
 
 
 def check_without_index(check, source):
     """No file is known, and no index is built."""
     check.json("activity", 3, "activity", source, "--stream", 1, "--no-index", "--format", "json")
     check.json("gaps", 3, "gaps", source, "--no-index", "--format", "json")
+    check.json("calendar", 3, "calendar", source, "--no-index", "--format", "json")
     check.json("events", 0, "events", source, "--no-index", "--format", "json")
 
 

@@ -11,9 +11,10 @@ using testing::MatchesRegex;
 
 namespace {
 
-constexpr const char* kVerbs[] = {"make",   "info",     "index",   "caches",  "seek",      "read",
-                                  "events", "activity", "gaps",    "preview", "cut",       "mend",
-                                  "dump",   "doctor",   "console", "inspect", "completion"};
+constexpr const char* kVerbs[] = {"make",    "info",    "index",     "caches", "seek",
+                                  "read",    "events",  "activity",  "gaps",   "calendar",
+                                  "preview", "cut",     "mend",      "dump",   "doctor",
+                                  "console", "inspect", "completion"};
 
 class CommandLine : public ProgramTest {};
 

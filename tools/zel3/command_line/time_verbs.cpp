@@ -106,6 +106,19 @@ void AddGaps(CLI::App* app, Options* options, Run* run) {
   AddStyle(verb, &gaps->style, {"text", "json", "jsonl", "csv"});
 }
 
+void AddCalendar(CLI::App* app, Options* options, Run* run) {
+  CalendarOptions* const calendar = &options->calendar;
+  CLI::App* const verb =
+      AddVerb(app, "calendar", "how much of each hour of each day is recorded", run,
+              [options] { return RunCalendar(options->host, options->calendar); });
+  AddSources(verb, &calendar->sources);
+  AddMerge(verb, &calendar->sources);
+  AddTimeRange(verb, &calendar->range, "where the range begins",
+               "where it ends; default: all days of which something is recorded");
+  AddNoIndex(verb, &calendar->missingIndexes);
+  AddStyle(verb, &calendar->style, {"text", "json", "jsonl", "csv"});
+}
+
 void AddPreview(CLI::App* app, Options* options, Run* run) {
   PreviewOptions* const preview = &options->preview;
   CLI::App* const verb = AddVerb(app, "preview", "which entries to show for a range of time", run,
@@ -125,5 +138,6 @@ void AddTimeVerbs(CLI::App* app, Options* options, Run* run) {
   AddEvents(app, options, run);
   AddActivity(app, options, run);
   AddGaps(app, options, run);
+  AddCalendar(app, options, run);
   AddPreview(app, options, run);
 }

@@ -8,6 +8,7 @@
 #include "sources/host_options.h"
 #include "verbs/activity.h"
 #include "verbs/caches.h"
+#include "verbs/calendar.h"
 #include "verbs/console.h"
 #include "verbs/cut.h"
 #include "verbs/doctor.h"
@@ -37,6 +38,7 @@ struct Options {
   EventsOptions events;
   ActivityOptions activity;
   GapsOptions gaps;
+  CalendarOptions calendar;
   PreviewOptions preview;
   CutOptions cut;
   MendOptions mend;
@@ -61,7 +63,7 @@ CLI::App* AddVerb(CLI::App* app, const std::string& name, const std::string& hel
 
 // Archives and their indexes: make, info, index, caches.
 void AddArchiveVerbs(CLI::App* app, Options* options, Run* run);
-// What is at which time: seek, read, events, activity, gaps, preview.
+// What is at which time: seek, read, events, activity, gaps, calendar, preview.
 void AddTimeVerbs(CLI::App* app, Options* options, Run* run);
 // Archives made of others: cut, mend.
 void AddCuttingVerbs(CLI::App* app, Options* options, Run* run);

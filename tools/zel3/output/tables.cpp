@@ -24,6 +24,7 @@ constexpr const char* kPlain = "";
 constexpr const char* kBold = "\x1b[1m";
 constexpr const char* kRed = "\x1b[31m";
 constexpr const char* kYellow = "\x1b[33m";
+constexpr const char* kGreen = "\x1b[32m";
 constexpr char kReset[] = "\x1b[0m";
 
 bool OutputTakesColours() {
@@ -37,6 +38,18 @@ bool OutputTakesColours() {
 std::string Styled(const std::string& cell, const char* style) {
   static const bool takesColours = OutputTakesColours();
   return takesColours && style != kPlain ? style + cell + kReset : cell;
+}
+
+const char* StyleOf(Colour colour) {
+  switch (colour) {
+    case Colour::kRed:
+      return kRed;
+    case Colour::kYellow:
+      return kYellow;
+    case Colour::kGreen:
+      return kGreen;
+  }
+  return kPlain;
 }
 
 using Rows = std::vector<std::vector<std::string>>;
@@ -83,13 +96,16 @@ std::string CsvCell(const std::string& text) {
 
 }  // namespace
 
+std::string Coloured(const std::string& text, Colour colour) {
+  return Styled(text, StyleOf(colour));
+}
+
 void PrintTable(const std::vector<std::vector<std::string>>& rows,
                 const std::map<std::string, Colour>& colours) {
   PrintRows(rows, {}, [&rows, &colours](std::size_t row, std::size_t column) {
     if (row == 0) return kBold;
     const auto colour = colours.find(rows[row][column]);
-    if (colour == colours.end()) return kPlain;
-    return colour->second == Colour::kRed ? kRed : kYellow;
+    return colour == colours.end() ? kPlain : StyleOf(colour->second);
   });
 }
 

@@ -5,7 +5,10 @@
 #include <string>
 #include <vector>
 
-enum class Colour { kRed, kYellow };
+enum class Colour { kRed, kYellow, kGreen };
+
+// A text in a colour, where tables have colours.
+std::string Coloured(const std::string& text, Colour colour);
 
 // Print rows of cells in aligned columns: below headings, which are the first row, or after labels,
 // which are the first column. Cells that come from outside must be escaped. On a terminal headings

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr std::uint64_t kLargestIndexed = std::uint64_t{1} << 48;
+constexpr std::uint64_t kLargestWithAnIndex = std::uint64_t{1} << 48;
 
 // What stands where the first header of an archive should be.
 struct ArchiveFront {
@@ -197,7 +197,7 @@ class MendedCopy {
 }  // namespace
 
 Mended CopyWhatIsWhole(const PlainFile& file, UnfinishedFile* output, const OnBytesRead& onBytes) {
-  if (file.Size() > kLargestIndexed)
+  if (file.Size() > kLargestWithAnIndex)
     throw Failure("the archive is larger than an index can tell (256 TiB)");
   return MendedCopy(file, output, onBytes).Run();
 }
