@@ -43,14 +43,15 @@ void DoubtTail(std::size_t number, Timeline* timeline) {
 void ForEachDamagedGap(const OpenedArchive& archive, ArchiveTime from, ArchiveTime to,
                        const std::function<bool(const DoubtedTime&)>& onDoubted) {
   const KeptIndex& index = archive.Index();
-  if (IsDamagedBefore(archive, 0) && !onDoubted({0, index.PlaceOf(0) + 1})) return;
+  if (IsDamagedBefore(archive, 0) && !onDoubted({0, index.PlaceOf(0) + kArchiveTimePerIndexTime}))
+    return;
   for (std::size_t entry = 0; entry < index.Count(); ++entry) {
     const bool isLast = entry + 1 == index.Count();
     const ArchiveTime end = EndOfEntry(archive, entry);
     const ArchiveTime next = isLast ? to : index.PlaceOf(entry + 1);
     const bool meets = index.PlaceOf(entry) < to && next > from;
     if (!meets || !(isLast || end < next) || !IsDamagedAfter(archive, entry)) continue;
-    if (!onDoubted({end - 1, isLast ? kNoEndOfDoubt : next + 1})) return;
+    if (!onDoubted({end - kArchiveTimePerIndexTime, isLast ? kNoEndOfDoubt : next})) return;
   }
 }
 

@@ -29,9 +29,9 @@ void DoubtEnds(Timeline* timeline);
 // What was recorded between two times, and what was not: in one archive, or in all of them.
 void DoubtRecorded(std::size_t number, ArchiveTime from, ArchiveTime to, Timeline* timeline);
 void DoubtRecorded(ArchiveTime from, ArchiveTime to, Timeline* timeline);
-// The same for one archive, and when it is in doubt: from the end of the entry before the damage to
-// the next one. Before the first entry it begins with 0, after the last one it ends with
-// kNoEndOfDoubt. Ascending by entry.
+// The same for one archive, and when it is in doubt: from one unit of index time before the end of
+// the entry before the damage to the next entry. Before the first entry it begins with 0 and holds
+// one unit of that entry; after the last one it ends with kNoEndOfDoubt. Ascending by entry.
 std::vector<DoubtedTime> FindDoubted(std::size_t number, ArchiveTime from, ArchiveTime to,
                                      Timeline* timeline);
 // How active it was: entries with wrong times do not count.

@@ -31,7 +31,8 @@ std::int64_t InstantOf(ArchiveTime time) {
 DoubtedTime Bounded(DoubtedTime doubt, const Stretches& stretches) {
   const bool isBefore = doubt.from == 0;
   if (!isBefore && doubt.to != kNoEndOfDoubt) return doubt;
-  const ArchiveTime entry = isBefore ? doubt.to - 1 : doubt.from;  // the nearest that is there
+  // Where the nearest entry begins that is there, or its last unit of index time does.
+  const ArchiveTime entry = isBefore ? doubt.to - kArchiveTimePerIndexTime : doubt.from;
   const auto holds =
       std::find_if(stretches.begin(), stretches.end(),
                    [entry](const RecordedStretch& stretch) { return stretch.to > entry; });
@@ -41,7 +42,7 @@ DoubtedTime Bounded(DoubtedTime doubt, const Stretches& stretches) {
     const ArchiveTime end = holds == stretches.begin() ? 0 : std::prev(holds)->to;
     doubt.from = isHeld && holds->from < entry ? entry : std::max(earliest, end);
   } else {
-    const ArchiveTime end = entry + 1;
+    const ArchiveTime end = entry + kArchiveTimePerIndexTime;
     const auto next = isHeld ? holds + 1 : holds;
     doubt.to = next == stretches.end() ? end + kReach : std::min(next->from, end + kReach);
     if (isHeld && holds->to > end) doubt.to = end;
@@ -234,7 +235,7 @@ class HoursOfArchives {
       const ArchiveTime place = index.PlaceOf(entry);
       if (place == index.TimeOf(entry) || place < mFrom || place >= mTo) continue;
       ++count;
-      mDoubts.push_back({place, place + 1});
+      mDoubts.push_back({place, place + kArchiveTimePerIndexTime});
     }
     if (count == 0) return;
     mTimeline.Doubt(number, "has " + Counted(count, "entry", "entries") +
@@ -264,7 +265,7 @@ class HoursOfArchives {
         mTimeline.Doubt(number, "has " + std::to_string(damaged) +
                                     " bytes that are damaged or cannot be read, and events in "
                                     "them are not known");
-        mDoubts.push_back({archive.start, archive.end + 1});
+        mDoubts.push_back({archive.start, archive.end + kArchiveTimePerIndexTime});
       }
     }
     for (const auto& [hour, events] : counter.Counts()) mEvents[hour] += events;

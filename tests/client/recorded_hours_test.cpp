@@ -118,6 +118,7 @@ TEST_F(RecordedHours, WithDamageAtAGapAreInDoubt) {
   EXPECT_THAT(Texts(found), ElementsAre("2024-05-01 1:1000! 2:0! 3:0! 4:1000"));
   EXPECT_FALSE(mIsWhole);
   ASSERT_EQ(found.doubts.size(), 1U);
+  EXPECT_EQ(found.doubts[0].from, ToArchiveTime(kFirstOfMay + 2 * kHourOfIndex) - 1000);
   EXPECT_EQ(found.doubts[0].to, ToArchiveTime(kFirstOfMay + 4 * kHourOfIndex));
   EXPECT_TRUE(found.IsInDoubt(found.doubts[0].from, found.doubts[0].from + 1));
   EXPECT_FALSE(found.IsInDoubt(found.doubts[0].to, found.doubts[0].to + 1));
@@ -151,4 +152,26 @@ TEST_F(RecordedHours, OfATimeWithoutAnythingAreNotThere) {
   EXPECT_THAT(found.doubts, IsEmpty());
   const ArchiveTime last = std::numeric_limits<ArchiveTime>::max();
   EXPECT_THAT(Find("UTC", last - 1, last).days, IsEmpty());
+}
+
+TEST_F(RecordedHours, BeforeTheFirstOneAreInDoubtUpToWhatElseIsRecorded) {
+  Write("a.zel3", kFirstOfMay + 10 * kHourOfIndex, kFirstOfMay + 11 * kHourOfIndex);
+  const std::string path =
+      Write("b.zel3", kFirstOfMay + 13 * kHourOfIndex, kFirstOfMay + 14 * kHourOfIndex);
+  const auto header = mArchives.Ask([](Timeline* timeline) {
+    return static_cast<std::size_t>(timeline->Open(1)->Index().PositionOf(0));
+  });
+  std::ifstream in(path, std::ios::binary);
+  const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  std::ofstream(path, std::ios::binary) << std::string(bytes).insert(header, 300, 'x');
+  EXPECT_THAT(Texts(Find()), ElementsAre("2024-05-01 10:1000 11:0! 12:0! 13:1000!"));
+}
+
+// One camera goes on where the recording of another breaks off.
+TEST_F(RecordedHours, ThatOthersHaveRecordedAreNotInDoubtBesideTheDamage) {
+  const std::string path =
+      Write("a.zel3", kFirstOfMay + kHourOfIndex, kFirstOfMay + 2 * kHourOfIndex);
+  std::ofstream(path, std::ios::app) << std::string(500, 'x');
+  Write("b.zel3", kFirstOfMay + kHourOfIndex, kFirstOfMay + 5 * kHourOfIndex);
+  EXPECT_THAT(Texts(Find()), ElementsAre("2024-05-01 1:1000! 2:1000 3:1000 4:1000"));
 }
