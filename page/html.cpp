@@ -29,8 +29,9 @@ std::string FromText(const std::string& text) {
   return escaped;
 }
 
-Table::Table(const std::vector<std::string>& headings) {
-  mHtml = "<table>\n<thead><tr>";
+Table::Table(const std::string& caption, const std::vector<std::string>& headings) {
+  mHtml = fmt::format("<table>\n<caption class=\"unseen\">{}</caption>\n<thead><tr>",
+                      FromText(caption));
   for (const std::string& heading : headings) {
     const bool isNumber = heading.front() == '#';
     mHtml += fmt::format("<th scope=\"col\"{}>{}</th>", isNumber ? " class=\"number\"" : "",
@@ -40,22 +41,30 @@ Table::Table(const std::vector<std::string>& headings) {
 }
 
 void Table::Cell(const std::string& text, const char* kind) {
-  mHtml += fmt::format("<td class=\"{}\">{}</td>", kind, FromText(text));
+  mHtml += *kind == '\0' ? "<td>" : fmt::format("<td class=\"{}\">", kind);
+  mHtml += FromText(text) + "</td>";
 }
 
 void Table::LinkedTime(const std::string& text, ArchiveTime from, ArchiveTime to) {
-  mHtml += fmt::format("<td class=\"time\" data-from=\"{}\" data-to=\"{}\">{}</td>", from, to,
-                       FromText(text));
+  mHtml += fmt::format("<td class=\"time\" data-from=\"{}\"", from);
+  if (to != from) mHtml += fmt::format(" data-to=\"{}\"", to);
+  mHtml += ">" + FromText(text) + "</td>";
 }
 
 std::string Paragraph(const std::string& text) {
   return "<p>" + FromText(text) + "</p>";
 }
 
+std::string Scrolled(const std::string& label, const std::string& table) {
+  return fmt::format(
+      "<div class=\"table\" role=\"region\" aria-label=\"{}\" tabindex=\"0\">\n{}\n</div>",
+      FromText(label), table);
+}
+
 std::string Section(const std::string& id, const std::string& heading, const std::string& content) {
   return fmt::format(
       "<section id=\"{0}\" aria-labelledby=\"{0}-heading\">\n<h2 id=\"{0}-heading\">{1}</h2>\n"
-      "<div class=\"table\" tabindex=\"0\">\n{2}\n</div>\n</section>",
+      "{2}\n</section>",
       id, FromText(heading), content);
 }
 

@@ -13,13 +13,15 @@ std::string FromText(const std::string& text);
 // A table, cell by cell. All texts are texts, not HTML.
 class Table {
  public:
-  // Headings that begin with "#" stand above numbers.
-  explicit Table(const std::vector<std::string>& headings);
+  // `caption` is read out, and not shown: the heading before the table says the same. Headings that
+  // begin with "#" stand above numbers.
+  Table(const std::string& caption, const std::vector<std::string>& headings);
 
   void BeginRow() { mHtml += "<tr>"; }
   void EndRow() { mHtml += "</tr>\n"; }
-  // `kind` is a class of the style sheet: it tells what the cells of a column are.
-  void Cell(const std::string& text, const char* kind = "text");
+  // `kind` is a class of the style sheet: it tells what the cells of a column are. Texts have none,
+  // since there are thousands of them.
+  void Cell(const std::string& text, const char* kind = "");
   void Number(const std::string& text) { Cell(text, "number"); }
   void Time(const std::string& text) { Cell(text, "time"); }
   // A time that leads to its place in the charts: archive times.
@@ -32,6 +34,9 @@ class Table {
 };
 
 std::string Paragraph(const std::string& text);
+
+// The box in which a wide or long table moves. `label` is read out.
+std::string Scrolled(const std::string& label, const std::string& table);
 
 // A part of a page. `content` is HTML.
 std::string Section(const std::string& id, const std::string& heading, const std::string& content);

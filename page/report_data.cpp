@@ -6,51 +6,27 @@
 #include <utility>
 
 #include "archive/recorded_events.h"
+#include "client/missing_time.h"
+#include "client/recorded_gap.h"
 #include "client/timeline.h"
+#include "page/round_bins.h"
+#include "page/shortened.h"
+#include "times/time_reference.h"
 
 namespace {
 
-constexpr std::uint32_t kMostFineBins = 4000;
+// A page holds one character for each bin and stream; of few streams finer bins fit.
+constexpr std::uint32_t kMostLevels = 600000;
+constexpr std::uint32_t kMostFineBins = 150000;
+constexpr std::uint32_t kFewestFineBins = 4000;
 constexpr std::uint32_t kMostCoarseBins = 48;
+constexpr std::uint32_t kMostEventBins = 2000;
 // More make a page that browsers open slowly and that nobody reads.
-constexpr std::size_t kMostEvents = 20000;
+constexpr std::size_t kMostEvents = 5000;
 constexpr std::size_t kMostFindings = 5000;
 constexpr std::size_t kMostGaps = 5000;
 constexpr std::size_t kMostTextBytes = 200;
-
-// Bins of a width that people count in, which start at multiples of it. The widest ones cut all
-// times that there are into a few.
-ActivityBins RoundBins(const ReportRange& range, std::uint32_t mostBins) {
-  constexpr ArchiveTime kSecond = kArchiveTimePerIndexTime;
-  constexpr ArchiveTime kMinute = 60 * kSecond;
-  constexpr ArchiveTime kHour = 60 * kMinute;
-  constexpr ArchiveTime kDay = 24 * kHour;
-  constexpr ArchiveTime kWidths[] = {
-      kSecond,     2 * kSecond, 5 * kSecond,  10 * kSecond, 15 * kSecond, 30 * kSecond, kMinute,
-      2 * kMinute, 5 * kMinute, 10 * kMinute, 15 * kMinute, 30 * kMinute, kHour,        2 * kHour,
-      3 * kHour,   6 * kHour,   12 * kHour,   kDay,         2 * kDay,     5 * kDay,     10 * kDay,
-      30 * kDay,   100 * kDay,  1000 * kDay,  2000 * kDay,  10000 * kDay,
-  };
-  ActivityBins bins = {};
-  for (const ArchiveTime width : kWidths) {
-    const ArchiveTime from = range.from / width * width;
-    const std::uint64_t count = (range.to - from + width - 1) / width;
-    bins = {from, from + count * width, width, static_cast<std::uint32_t>(count)};
-    if (count <= mostBins) break;
-  }
-  return bins;
-}
-
-// Cut between characters.
-std::string Shortened(const std::string& text) {
-  if (text.size() <= kMostTextBytes) return text;
-  std::size_t size = kMostTextBytes;
-  const auto isWithinCharacter = [&text](std::size_t place) {
-    return (static_cast<unsigned char>(text[place]) & 0xC0) == 0x80;
-  };
-  while (size > 0 && isWithinCharacter(size)) --size;
-  return text.substr(0, size) + "…";
-}
+constexpr ArchiveTime kLongestWithoutDays = 2 * 24 * 3600 * ArchiveTime{1000};
 
 class Collection {
  public:
@@ -68,8 +44,8 @@ class Collection {
     AddFiles();
     AddFindings();
     if (mData.range) {
-      mData.fineBins = RoundBins(*mData.range, kMostFineBins);
-      mData.coarseBins = RoundBins(*mData.range, kMostCoarseBins);
+      AddGaps(from, to);
+      AddDays(from, to);
       AddStreams();
       AddEvents();
     }
@@ -120,7 +96,7 @@ class Collection {
   }
 
   void AddFindings() {
-    std::uint64_t moreGaps = 0;
+    std::map<FindingKind, std::set<std::string>> filesWith;
     for (Finding finding : mDiagnosis.findings) {
       if (finding.time) {
         ArchiveTime first = *finding.time;
@@ -131,20 +107,75 @@ class Collection {
           finding.endTime = last;
         }
         if (!IsInRange(first, last)) continue;
-        if (finding.kind == FindingKind::kGap)
-          mData.gaps.items.push_back({{first, last}, finding.file});
       }
-      if (finding.kind == FindingKind::kGap) moreGaps += finding.more;
       mData.severities.Add(SeverityOf(finding.kind), finding.Count());
+      filesWith[finding.kind].insert(finding.file);
+      CountOther(finding);
       mData.findings.items.push_back(finding);
     }
-    std::sort(mData.gaps.items.begin(), mData.gaps.items.end(),
-              [](const ReportGap& one, const ReportGap& other) {
-                return one.range.from < other.range.from;
-              });
-    mData.gaps.CutTo(kMostGaps);
-    mData.gaps.count += moreGaps;
     mData.findings.CutTo(kMostFindings);
+    mHasMisplaced = filesWith.count(FindingKind::kMisplaced) > 0;
+    mData.damage.damaged = filesWith[FindingKind::kDamage].size();
+    mData.damage.unreadable = filesWith[FindingKind::kUnreadable].size();
+    mData.damage.cutOff = filesWith[FindingKind::kCutOff].size();
+    for (const ReportFile& file : mData.files) mData.damage.empty += file.HoldsEntries() ? 0 : 1;
+  }
+
+  // What neither costs data nor keeps a file from being indexed.
+  void CountOther(const Finding& finding) {
+    switch (finding.kind) {
+      case FindingKind::kDamage:
+      case FindingKind::kUnreadable:
+      case FindingKind::kCutOff:
+      case FindingKind::kTooSmall:
+      case FindingKind::kNoIndex:
+      case FindingKind::kNoParser:
+        return;
+      default:
+        break;
+    }
+    const Severity severity = SeverityOf(finding.kind);
+    if (severity == Severity::kError) mData.damage.otherErrors += finding.Count();
+    if (severity == Severity::kWarning) mData.damage.otherWarnings += finding.Count();
+  }
+
+  void AddGaps(const std::optional<ArchiveTime>& from, const std::optional<ArchiveTime>& to) {
+    const std::optional<MissingTime> missing = FindMissingTime(from, to, &mTimeline);
+    if (!missing) return;
+    mData.share = RecordedShare{missing->recorded, missing->to - missing->from, true};
+    for (const MissingStretch& gap : missing->gaps) {
+      const ReportGap whole{{gap.from, gap.to}, NameOf(gap.before), NameOf(gap.after)};
+      for (ReportGap& part : WithoutNotIndexed(whole)) mData.gaps.items.push_back(std::move(part));
+    }
+    mData.share->isWhole = mTimeline.IsWhole() && !mHasMisplaced;
+    mData.gaps.CutTo(kMostGaps);
+  }
+
+  void AddDays(const std::optional<ArchiveTime>& from, const std::optional<ArchiveTime>& to) {
+    if (mData.range->to - mData.range->from <= kLongestWithoutDays) return;
+    mData.days = FindRecordedHours(from, to, TimeReferenceInForce().zone, mSource, &mTimeline).days;
+  }
+
+  std::optional<std::string> NameOf(const std::optional<std::size_t>& archive) const {
+    if (!archive) return std::nullopt;
+    return mSource.Facts().NameOf(mTimeline.Archives()[*archive].path);
+  }
+
+  // What is left of a gap between the files that have no index: those are not missing.
+  std::vector<ReportGap> WithoutNotIndexed(ReportGap gap) const {
+    std::vector<ReportGap> parts;
+    for (const ReportFile& file : mData.files) {
+      if (!file.HoldsEntries()) break;
+      const ReportRange held = {file.facts.startTime,
+                                file.facts.endTime + LastingOf(file.facts.step)};
+      if (file.indexed || held.to <= gap.range.from || held.from >= gap.range.to) continue;
+      if (held.from > gap.range.from)
+        parts.push_back({{gap.range.from, held.from}, gap.file, file.facts.name});
+      gap.range.from = std::min(held.to, gap.range.to);
+      gap.file = file.facts.name;
+    }
+    if (gap.range.from < gap.range.to) parts.push_back(gap);
+    return parts;
   }
 
   void AddStreams() {
@@ -156,8 +187,23 @@ class Collection {
       ids.push_back(stream.id);
       mData.streams.push_back(std::move(stream));
     }
-    AddActivity(ids, mData.fineBins, &ReportStream::fine);
-    AddActivity(ids, mData.coarseBins, &ReportStream::coarse);
+    const auto streams = static_cast<std::uint32_t>(std::max<std::size_t>(ids.size(), 1));
+    const std::uint32_t mostBins =
+        std::max(std::min(kMostLevels / streams, kMostFineBins), kFewestFineBins);
+    const ReportRange& range = *mData.range;
+    mData.fineBins = RoundBins(range.from, range.to, mostBins, RoundWidthUpTo(ShortestStep()));
+    mData.coarseBins = RoundBins(range.from, range.to, kMostCoarseBins);
+    AddActivity(ids);
+  }
+
+  // Finer bins than entries follow each other tell nothing more.
+  ArchiveTime ShortestStep() const {
+    ArchiveTime shortest = 0;
+    for (const ReportFile& file : mData.files) {
+      const ArchiveTime step = file.HoldsEntries() ? file.facts.step : 0;
+      if (step > 0 && (shortest == 0 || step < shortest)) shortest = step;
+    }
+    return shortest;
   }
 
   // Of the streams that have data.
@@ -174,14 +220,24 @@ class Collection {
     return names;
   }
 
-  void AddActivity(const std::vector<std::uint8_t>& ids, const ActivityBins& bins,
-                   ReportActivity ReportStream::*member) {
-    ActivityMeasure measure(ids, bins, &mTimeline);
-    measure.AddAll();
+  void AddActivity(const std::vector<std::uint8_t>& ids) {
+    ActivityMeasure fine(ids, mData.fineBins, &mTimeline);
+    ActivityMeasure coarse(ids, mData.coarseBins, &mTimeline);
+    // Both while an archive is open.
+    for (std::size_t number = 0; number < mTimeline.Archives().size(); ++number) {
+      fine.Add(number);
+      coarse.Add(number);
+    }
+    KeepActivity(fine, mData.fineBins, &ReportStream::fine);
+    KeepActivity(coarse, mData.coarseBins, &ReportStream::coarse);
+  }
+
+  void KeepActivity(const ActivityMeasure& measure, const ActivityBins& bins,
+                    ReportActivity ReportStream::*member) {
     const std::vector<std::vector<BinLevels>> levels = measure.Levels();
     const std::vector<unsigned> thousandths = measure.RecordedThousandths();
-    for (std::size_t row = 0; row < ids.size(); ++row) {
-      const StreamPlaces places(mData.files, ids[row]);
+    for (std::size_t row = 0; row < mData.streams.size(); ++row) {
+      const StreamPlaces places(mData.files, mData.streams[row].id);
       ReportActivity& activity = mData.streams[row].*member;
       for (std::uint32_t i = 0; i < bins.count; ++i) {
         const BinState state = places.StateOf(bins.Start(i), bins.End(i), thousandths[i] > 0);
@@ -193,6 +249,7 @@ class Collection {
   }
 
   void AddEvents() {
+    mData.laterEventWidth = RoundBins(mData.range->from, mData.range->to, kMostEventBins).width;
     const auto onEvent = [this](const RecordedEvent& event) {
       if (IsInRange(event.time, event.time)) AddEvent(event);
     };
@@ -206,12 +263,11 @@ class Collection {
       }
     }
     KeepFirstEvents();
-    mData.laterEventBins.assign(mLaterEventBins.begin(), mLaterEventBins.end());
   }
 
   void AddEvent(const RecordedEvent& event) {
     std::vector<RecordedEvent>& events = mData.events.items;
-    events.push_back({event.time, event.type, Shortened(event.text)});
+    events.push_back({event.time, event.type, Shortened(event.text, kMostTextBytes)});
     ++mData.events.count;
     if (events.size() == 2 * kMostEvents) KeepFirstEvents();
   }
@@ -222,9 +278,8 @@ class Collection {
     std::stable_sort(
         events.begin(), events.end(),
         [](const RecordedEvent& one, const RecordedEvent& other) { return one.time < other.time; });
-    const ArchiveTime width = mData.fineBins.width;
     for (std::size_t i = kMostEvents; i < events.size(); ++i)
-      mLaterEventBins.insert(events[i].time / width * width);
+      ++mData.laterEvents[{events[i].type, events[i].time / mData.laterEventWidth}];
     if (events.size() > kMostEvents) events.resize(kMostEvents);
   }
 
@@ -232,7 +287,7 @@ class Collection {
   Timeline mTimeline;
   const Diagnosis mDiagnosis;
   ReportData mData;
-  std::set<ArchiveTime> mLaterEventBins;  // of events that are not kept
+  bool mHasMisplaced = false;  // entries whose time is not known
 };
 
 }  // namespace

@@ -1,13 +1,16 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "blocks/units.h"
 #include "checkup/diagnosis.h"
 #include "client/activity_bins.h"
+#include "client/recorded_hours.h"
 #include "page/stream_places.h"
 
 // What a report tells. Texts are as recorded: any bytes.
@@ -21,7 +24,7 @@ struct ReportActivity {
 struct ReportStream {
   std::uint8_t id = 0;
   std::string name;
-  ReportActivity fine;    // for charts
+  ReportActivity fine;    // for charts, which join bins where they show more of them
   ReportActivity coarse;  // for tables
 };
 
@@ -33,10 +36,31 @@ struct ReportRange {
   bool Meets(ArchiveTime first, ArchiveTime last) const { return first < to && last >= from; }
 };
 
-// Where nothing is recorded: within a file, or before it.
+// Where nothing is recorded. The files that recording ends in before it and goes on in after it:
+// one and the same where it lies in a file; none where nothing is recorded before it, or after it.
 struct ReportGap {
   ReportRange range;
-  std::string file;
+  std::optional<std::string> file;
+  std::optional<std::string> nextFile;
+};
+
+// How much of a range is recorded, in files that have an index.
+struct RecordedShare {
+  ArchiveTime recorded = 0;
+  ArchiveTime all = 0;
+  bool isWhole = true;  // otherwise damage or a wrong time may hide more of it
+};
+
+// In how many files something is wrong that costs data, and how many other findings there are.
+struct DamagedFiles {
+  std::uint64_t damaged = 0;  // bytes that are not what a recorder writes
+  std::uint64_t unreadable = 0;
+  std::uint64_t cutOff = 0;
+  std::uint64_t empty = 0;  // that hold no entry
+  std::uint64_t otherErrors = 0;
+  std::uint64_t otherWarnings = 0;
+
+  bool None() const { return damaged + unreadable + cutOff + empty == 0; }
 };
 
 // Of many things a page shows the first ones only.
@@ -56,16 +80,23 @@ struct ReportData {
   std::string source;
   std::optional<ReportRange> recorded;  // from the first to the last entry; none: there is none
   std::optional<ReportRange> range;     // none: no file holds an index entry
-  ActivityBins fineBins = {};           // of the range: at most 4,000
-  ActivityBins coarseBins = {};         // of the range: at most 48
+  ActivityBins fineBins =
+      {};  // of the range: as fine as entries follow each other, if not too many
+  ActivityBins coarseBins = {};  // of the range: at most 48
   // Those that meet the range, by start time; then those without entries.
   std::vector<ReportFile> files;
-  FirstOf<ReportGap> gaps;  // that meet the range, by start time
+  std::optional<RecordedShare> share;  // none: nothing is recorded
+  FirstOf<ReportGap> gaps;             // of the range, by start time
+  std::vector<RecordedDay> days;       // of a range of more than two days
   std::vector<ReportStream> streams;
-  FirstOf<RecordedEvent> events;            // of the range, ascending; long texts are cut
-  std::vector<ArchiveTime> laterEventBins;  // starts of the fine bins that hold the other events
-  FirstOf<Finding> findings;                // that meet the range or have no time
-  SeverityCounts severities;                // of all findings
+  FirstOf<RecordedEvent> events;  // of the range, ascending; long texts are cut
+  // How many other events there are of each type, by the number of a bin of this width, counted
+  // from time 0.
+  ArchiveTime laterEventWidth = 0;
+  std::map<std::pair<std::uint8_t, std::uint64_t>, std::uint64_t> laterEvents;
+  FirstOf<Finding> findings;  // that meet the range or have no time
+  SeverityCounts severities;  // of all findings
+  DamagedFiles damage;        // of those of the range
 };
 
 // How many files have no index.

@@ -7,6 +7,10 @@
 
 #include "page/html.h"
 #include "page/page_assets.h"
+#include "page/report_calendar.h"
+#include "page/report_findings.h"
+#include "page/report_judgement.h"
+#include "page/report_overview.h"
 #include "page/report_script_data.h"
 #include "page/report_tables.h"
 #include "sources/archive_source.h"
@@ -34,11 +38,11 @@ std::string SizeText(std::uint64_t bytes) {
 std::string SummaryOf(const ReportData& report, TimeFormat times) {
   std::uint64_t bytes = 0;
   for (const ReportFile& file : report.files) bytes += file.facts.bytes;
-  std::string text = fmt::format("{}, {}", Counted(report.files.size(), "file"), SizeText(bytes));
+  std::string text = SizeText(bytes);
   if (report.range) {
-    text += fmt::format(", {}, {}, {}; {} to {}", Counted(report.streams.size(), "stream"),
-                        Counted(report.events.count, "event"), Counted(report.gaps.count, "gap"),
-                        TimeText(report.range->from, times), TimeText(report.range->to, times));
+    text += fmt::format(", {}, {}; {} to {}", Counted(report.streams.size(), "stream"),
+                        Counted(report.events.count, "event"), TimeText(report.range->from, times),
+                        TimeText(report.range->to, times));
   }
   return text;
 }
@@ -73,11 +77,14 @@ std::string ReportPage(const ReportData& report, TimeFormat times) {
                 {{"policy", Policy()},
                  {"version", ZEL3_VERSION},
                  {"title", html::FromText(archive_source::FileName(report.source))},
+                 {"judgement", html::FromText(JudgementOf(report, times))},
                  {"summary", html::FromText(SummaryOf(report, times))},
                  {"warning", WarningOf(report)},
                  {"style", page_assets::kStyle},
                  {"script", page_assets::kScript},
-                 {"findings", report_tables::Findings(report, times)},
+                 {"overview", OverviewSection(report, times)},
+                 {"calendar", CalendarSection(report, times)},
+                 {"findings", FindingsSection(report, times)},
                  {"files", report_tables::Files(report, times)},
                  {"gaps", report_tables::Gaps(report, times)},
                  {"streams", report_tables::Streams(report, times)},

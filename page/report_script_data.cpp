@@ -1,8 +1,11 @@
 #include "page/report_script_data.h"
 
+#include <algorithm>
 #include <map>
+#include <utility>
 
 #include "archive/event_types.h"
+#include "page/round_bins.h"
 #include "text/json_text.h"
 #include "text/shown_text.h"
 #include "times/local_time.h"
@@ -10,26 +13,49 @@
 
 namespace {
 
-const char* Name(BinState state) {
-  switch (state) {
-    case BinState::kRecorded:
-      return "recorded";
-    case BinState::kNotIndexed:
-      return "not-indexed";
-    case BinState::kMissing:
-      break;
+// One character for each bin: "-" for one that is missing, "?" for one that is not indexed, else
+// its level, from 0 to 9, A to Z, a to z, + and /.
+std::string LevelsText(const ReportActivity& activity) {
+  constexpr char kLevels[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz+/";
+  std::string text;
+  for (std::size_t i = 0; i < activity.states.size(); ++i) {
+    switch (activity.states[i]) {
+      case BinState::kRecorded:
+        text += kLevels[std::min<std::size_t>(activity.levels[i], sizeof(kLevels) - 2)];
+        break;
+      case BinState::kNotIndexed:
+        text += '?';
+        break;
+      case BinState::kMissing:
+        text += '-';
+        break;
+    }
   }
-  return "missing";
+  return text;
 }
 
-// Neighbouring bins of one state: the state and the number of the first one.
-Json Stretches(const ReportActivity& activity) {
-  Json stretches = Json::array();
-  for (std::size_t i = 0; i < activity.states.size(); ++i) {
-    if (i == 0 || activity.states[i] != activity.states[i - 1])
-      stretches.push_back({Name(activity.states[i]), i});
+// The types by name, and of each event its time and the number of its type: their texts stand in
+// the table.
+void AddEventsJson(const ReportData& report, Json* json) {
+  std::map<std::uint8_t, std::size_t> numbers;
+  for (const RecordedEvent& event : report.events.items) numbers[event.type];
+  for (const auto& later : report.laterEvents) numbers[later.first.first];
+  (*json)["eventTypes"] = Json::array();
+  for (auto& numbered : numbers) {
+    numbered.second = (*json)["eventTypes"].size();
+    (*json)["eventTypes"].push_back(event_types::Name(numbered.first));
   }
-  return stretches;
+  Json events = Json::array();
+  for (const RecordedEvent& event : report.events.items)
+    events.push_back({event.time, numbers[event.type]});
+  (*json)["events"] = std::move(events);
+  (*json)["laterEventWidth"] = report.laterEventWidth;
+  Json later = Json::array();
+  for (const auto& counted : report.laterEvents) {
+    later.push_back({counted.first.second * report.laterEventWidth, numbers[counted.first.first],
+                     counted.second});
+  }
+  (*json)["laterEvents"] = std::move(later);
 }
 
 Json FilesJson(const ReportData& report) {
@@ -94,25 +120,16 @@ Json DataJson(const ReportData& report, TimeFormat times) {
   json["files"] = FilesJson(report);
   json["gaps"] = Json::array();
   for (const ReportGap& gap : report.gaps.items) {
-    json["gaps"].push_back(
-        {{"from", gap.range.from}, {"to", gap.range.to}, {"file", Escaped(gap.file)}});
+    json["gaps"].push_back({{"from", gap.range.from}, {"to", gap.range.to}});
   }
   json["firstBin"] = report.fineBins.from;
-  json["binWidth"] = report.fineBins.width;
+  json["binWidths"] = WiderRoundWidths(report.range ? report.fineBins.width : 1);
   json["streams"] = Json::array();
   for (const ReportStream& stream : report.streams) {
-    json["streams"].push_back({{"id", stream.id},
-                               {"name", Escaped(stream.name)},
-                               {"levels", stream.fine.levels},
-                               {"stretches", Stretches(stream.fine)}});
+    json["streams"].push_back(
+        {{"id", stream.id}, {"name", Escaped(stream.name)}, {"levels", LevelsText(stream.fine)}});
   }
-  json["events"] = Json::array();
-  for (const RecordedEvent& event : report.events.items) {
-    json["events"].push_back({{"time", event.time},
-                              {"type", event_types::Name(event.type)},
-                              {"text", Escaped(event.text)}});
-  }
-  json["laterEvents"] = report.laterEventBins;
+  AddEventsJson(report, &json);
   json["findings"] = FindingsJson(report);
   return json;
 }

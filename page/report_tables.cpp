@@ -12,10 +12,6 @@ namespace report_tables {
 
 namespace {
 
-std::string OptionalNumber(const std::optional<std::uint64_t>& number) {
-  return number ? std::to_string(*number) : "";
-}
-
 std::string StreamIds(const ArchiveFacts& facts) {
   std::string ids;
   for (std::size_t id = 0; id < facts.streams.size(); ++id) {
@@ -35,6 +31,14 @@ ArchiveTime TimeIn(BinState state, const ReportActivity& activity, const ReportD
   return time;
 }
 
+std::string WhereText(const ReportGap& gap) {
+  if (gap.file && gap.nextFile)
+    return *gap.file == *gap.nextFile ? "in " + *gap.file
+                                      : "between " + *gap.file + " and " + *gap.nextFile;
+  if (gap.file) return "after " + *gap.file;
+  return gap.nextFile ? "before " + *gap.nextFile : "";
+}
+
 template <class Item>
 std::string Heading(const char* what, const FirstOf<Item>& told) {
   if (!told.IsCut()) return what;
@@ -43,36 +47,9 @@ std::string Heading(const char* what, const FirstOf<Item>& told) {
 
 }  // namespace
 
-std::string Findings(const ReportData& report, TimeFormat times) {
-  if (report.findings.items.empty())
-    return html::Section("findings", "Findings",
-                         html::Paragraph("Nothing is wrong with the files."));
-  html::Table table(
-      {"Severity", "Kind", "File", "What", "From", "To", "#Position", "#Bytes", "What to do"});
-  for (const Finding& finding : report.findings.items) {
-    table.BeginRow();
-    const char* const severity = Name(SeverityOf(finding.kind));
-    table.Cell(severity, severity);
-    table.Cell(Name(finding.kind));
-    table.Cell(finding.file);
-    table.Cell(finding.text);
-    if (finding.time) {
-      table.LinkedTime(TimeText(*finding.time, times), *finding.time,
-                       finding.endTime.value_or(*finding.time));
-    } else {
-      table.Time("");
-    }
-    table.Time(finding.endTime ? TimeText(*finding.endTime, times) : "");
-    table.Number(OptionalNumber(finding.position));
-    table.Number(OptionalNumber(finding.bytes));
-    table.Cell(RemedyOf(finding.kind));
-    table.EndRow();
-  }
-  return html::Section("findings", Heading("Findings", report.findings), table.Finish());
-}
-
 std::string Files(const ReportData& report, TimeFormat times) {
-  html::Table table({"File", "Start", "End", "#Entries", "#Bytes", "Streams", "Index"});
+  html::Table table("Files, by start",
+                    {"File", "Start", "End", "#Entries", "#Bytes", "Streams", "Index"});
   for (const ReportFile& file : report.files) {
     const ArchiveFacts& facts = file.facts;
     table.BeginRow();
@@ -87,32 +64,36 @@ std::string Files(const ReportData& report, TimeFormat times) {
     table.Number(std::to_string(facts.entries));
     table.Number(std::to_string(facts.bytes));
     table.Cell(StreamIds(facts));
-    table.Cell(file.indexed ? "indexed" : "not indexed", file.indexed ? "text" : "not-indexed");
+    table.Cell(file.indexed ? "indexed" : "not indexed", file.indexed ? "" : "not-indexed");
     table.EndRow();
   }
-  return html::Section("files", "Files", table.Finish());
+  return html::Section("files", "Files", html::Scrolled("Files", table.Finish()));
 }
 
 std::string Gaps(const ReportData& report, TimeFormat times) {
   if (!report.range) return "";
-  if (report.gaps.items.empty())
-    return html::Section("gaps", "Gaps", html::Paragraph("There is no gap."));
-  html::Table table({"From", "To", "#Length", "In or before file"});
+  if (report.gaps.items.empty()) {
+    const bool isKnown = report.share && report.share->isWhole && CountNotIndexed(report) == 0;
+    return html::Section("gaps", "Gaps",
+                         html::Paragraph(isKnown ? "There is no gap." : "No gap is seen."));
+  }
+  html::Table table("Gaps, by start", {"From", "To", "#Length", "Where"});
   for (const ReportGap& gap : report.gaps.items) {
     table.BeginRow();
     table.LinkedTime(TimeText(gap.range.from, times), gap.range.from, gap.range.to);
     table.Time(TimeText(gap.range.to, times));
     table.Number(LengthInHours(gap.range.to - gap.range.from, times));
-    table.Cell(gap.file);
+    table.Cell(WhereText(gap));
     table.EndRow();
   }
-  return html::Section("gaps", Heading("Gaps", report.gaps), table.Finish());
+  return html::Section("gaps", Heading("Gaps", report.gaps),
+                       html::Scrolled("Gaps", table.Finish()));
 }
 
 std::string Streams(const ReportData& report, TimeFormat times) {
   if (report.streams.empty()) return "";
-  html::Table table({"#Stream", "Name", "#Recorded", "#Missing", "#Not indexed", "#Highest level",
-                     "First reached"});
+  html::Table table("Streams, by number", {"#Stream", "Name", "#Recorded", "#Missing",
+                                           "#Not indexed", "#Highest level", "First reached"});
   for (const ReportStream& stream : report.streams) {
     const ReportActivity& activity = stream.fine;
     const auto highest = std::max_element(activity.levels.begin(), activity.levels.end());
@@ -132,7 +113,8 @@ std::string Streams(const ReportData& report, TimeFormat times) {
     table.EndRow();
   }
   const std::string step = LengthInHours(report.fineBins.width, times);
-  return html::Section("streams", "Streams, measured in steps of " + step, table.Finish());
+  return html::Section("streams", "Streams, measured in steps of " + step,
+                       html::Scrolled("Streams", table.Finish()));
 }
 
 std::string Activity(const ReportData& report, TimeFormat times) {
@@ -141,7 +123,7 @@ std::string Activity(const ReportData& report, TimeFormat times) {
   std::vector<std::string> headings{"From"};
   for (const ReportStream& stream : report.streams)
     headings.push_back(fmt::format("#Stream {}", stream.id));
-  html::Table table(headings);
+  html::Table table("Highest level of each stream in each part of the time", headings);
   for (std::uint32_t i = 0; i < bins.count; ++i) {
     table.BeginRow();
     table.LinkedTime(TimeText(bins.Start(i), times), bins.Start(i), bins.End(i));
@@ -161,14 +143,14 @@ std::string Activity(const ReportData& report, TimeFormat times) {
     }
     table.EndRow();
   }
-  return html::Section("activity", "Activity", table.Finish());
+  return html::Section("activity", "Activity", html::Scrolled("Activity", table.Finish()));
 }
 
 std::string Events(const ReportData& report, TimeFormat times) {
   if (!report.range) return "";
   if (report.events.items.empty())
     return html::Section("events", "Events", html::Paragraph("There is no event."));
-  html::Table table({"Time", "Type", "Text"});
+  html::Table table("Events, by time", {"Time", "Type", "Text"});
   for (const RecordedEvent& event : report.events.items) {
     table.BeginRow();
     table.LinkedTime(TimeText(event.time, times), event.time, event.time);
@@ -176,7 +158,8 @@ std::string Events(const ReportData& report, TimeFormat times) {
     table.Cell(event.text);
     table.EndRow();
   }
-  return html::Section("events", Heading("Events", report.events), table.Finish());
+  return html::Section("events", Heading("Events", report.events),
+                       html::Scrolled("Events", table.Finish()));
 }
 
 }  // namespace report_tables

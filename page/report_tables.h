@@ -8,7 +8,6 @@
 // The tables of a report, each a part of a page; empty where there is nothing to tell.
 namespace report_tables {
 
-std::string Findings(const ReportData& report, TimeFormat times);
 std::string Files(const ReportData& report, TimeFormat times);
 std::string Gaps(const ReportData& report, TimeFormat times);
 std::string Streams(const ReportData& report, TimeFormat times);

@@ -127,6 +127,7 @@ test("tells the levels that the reader answers", async () => {
     await drag(middle - 2 * MINUTE, middle + 2 * MINUTE);
     const words = await told(middle);
     const [, date, clock] = words.match(/^(\S+) (\S+) UTC/);
+    assert.match(await text("#view"), /activity in steps of 10 s/);
     const step = 5000;
     const start = Math.floor(Date.parse(`${date}T${clock}Z`) / step) * step;
     for (const id of ids) {
@@ -229,14 +230,172 @@ test("a time in a table leads to its place in the charts", async () => {
   assert.equal(await page.locator("#timeline").evaluate(one => one.getBoundingClientRect().top >= -1), true);
 });
 
-test("the tables tell the same without scripts", async () => {
+test("opens with a line of judgement", async () => {
+  await open();
+  assert.equal(await text("header p:first-of-type"),
+               "3 files, 84.2 % of 2:06:40 seen to be recorded, 1 gap, no damage, 1 file not indexed, " +
+               "1 warning");
+});
+
+test("shows the events of the types and with the texts that are wanted", async () => {
+  await open();
+  const events = report.events();
+  const shown = () => page.locator("#events tbody tr:visible").count();
+  const {type} = events[0];
+  await page.locator("#event-types label", {hasText: `${type} (`}).locator("input").uncheck();
+  const others = events.filter(event => event.type !== type);
+  assert.equal(await shown(), others.length);
+  assert.equal(await text("#events-shown"), `${others.length} of ${events.length} listed events`);
+  const words = others[0].text.slice(0, 5);
+  await page.locator("#event-text").fill(words.toUpperCase());
+  const wanted = others.filter(event => event.text.toLowerCase().includes(words.toLowerCase()));
+  assert.ok(wanted.length < others.length);
+  assert.equal(await shown(), wanted.length);
+  await page.locator("#event-text").fill("no event says this");
+  assert.equal(await shown(), 0);
+  assert.deepEqual(page.complaints, []);
+});
+
+test("events of each type have the colour of the legend", async () => {
+  await open();
+  const events = report.events().filter(event => event.time < GAP.from && event.time > FIRST + MINUTE);
+  const event = events.find(one => events.every(other =>
+    other === one || Math.abs(other.time - one.time) > 30000));
+  await drag(event.time - 10000, event.time + 10000, 0);
+  const name = await page.locator("#event-types label", {hasText: `${event.type} (`}).locator("i")
+    .evaluate(swatch => getComputedStyle(swatch).backgroundColor);
+  const share = (event.time - (await view()).from) / (await view()).length;
+  const colours = await page.evaluate(share => {
+    const area = document.querySelector(".u-over");
+    const canvas = document.querySelector(".uplot canvas");
+    const x = Math.round((area.offsetLeft + share * area.offsetWidth) * devicePixelRatio);
+    const {data} = canvas.getContext("2d").getImageData(x - 3, canvas.height * 0.45, 7, 1);
+    return [0, 1, 2, 3, 4, 5, 6].map(place => `rgb(${[...data.slice(place * 4, place * 4 + 3)].join(", ")})`);
+  }, share);
+  assert.ok(colours.includes(name), `${name}: ${colours}`);
+});
+
+test("tables are sorted by their headings, up and down", async () => {
+  await open();
+  const names = () => page.locator("#files tbody td:first-child").allTextContents();
+  const heading = page.locator("#files th").nth(0);
+  await heading.locator("button").click();
+  assert.equal(await heading.getAttribute("aria-sort"), "ascending");
+  const ascending = await names();
+  assert.deepEqual(ascending, [...ascending].sort());
+  await heading.locator("button").click();
+  assert.deepEqual(await names(), ascending.reverse());
+  const bytes = page.locator("#files th", {hasText: "Bytes"});
+  await bytes.locator("button").click();
+  assert.equal(await heading.getAttribute("aria-sort"), null);
+  const sizes = (await page.locator("#files tbody td:nth-child(5)").allTextContents()).map(Number);
+  assert.deepEqual(sizes, [...sizes].sort((one, other) => one - other));
+});
+
+test("findings stand under their causes, the worst first", async () => {
+  await open();
+  const causes = await page.locator("#findings summary").allInnerTexts();
+  assert.match(causes[0], /^error no-parser: 1 in 1 file; rename it/);
+  assert.match(causes[1], /^warning first-index-place: 1 in 1 file; open the file by itself/);
+  assert.match(causes[2], /^note gap: 1 in 1 file;/);
+  assert.equal(await page.locator("#findings details").nth(0).getAttribute("open"), "");
+  assert.equal(await page.locator("#findings details").nth(2).getAttribute("open"), null);
+});
+
+test("the address says what is shown, and shows what it says", async () => {
+  const from = FIRST + 30 * MINUTE;
+  page = await openPage(browser, `${report.address}#${from}-${from + MINUTE}`);
+  assert.deepEqual(await view(), {from, to: from + MINUTE, length: MINUTE});
+  await page.locator("#out").click();
+  await page.waitForURL(`${report.address}#${from - MINUTE / 2}-${from + MINUTE * 3 / 2}`);
+  await page.evaluate(hash => { location.hash = hash; }, `#${from}-${from + 2 * MINUTE}`);
+  await page.waitForFunction(() => /2 min/.test(document.getElementById("view").textContent));
+  await page.locator("#whole").click();
+  await page.waitForURL(report.address);
+  for (const wrong of ["#5-4", "#x", "#1-2-3", "#99999999999999999-2"]) {
+    await page.evaluate(hash => { location.hash = hash; }, wrong);
+    assert.equal((await view()).from, FIRST, wrong);
+  }
+  assert.deepEqual(page.complaints, []);
+});
+
+test("fingers move and stretch the charts as the hint says", async () => {
+  await open({hasTouch: true, isMobile: true, viewport: {width: 390, height: 844}});
+  assert.match(await page.locator(".hint:visible").innerText(), /Drag a chart sideways to move, pinch to zoom/);
+  const touch = await page.context().newCDPSession(page);
+  const chart = page.locator(".u-over").nth(1);
+  await chart.scrollIntoViewIfNeeded();
+  const box = await chart.boundingBox();
+  const send = (type, ...shares) => touch.send("Input.dispatchTouchEvent", {
+    type,
+    touchPoints: shares.map((share, id) => ({id, x: box.x + share * box.width, y: box.y + box.height / 2})),
+  });
+  const settle = () => page.evaluate(() => new Promise(done => requestAnimationFrame(() => requestAnimationFrame(done))));
+  const near = (one, other) => assert.ok(Math.abs(one - other) < 2 * MINUTE, `${one} ${other}`);
+
+  const {from, length} = await view();
+  await send("touchStart", 0.4, 0.6);
+  await send("touchMove", 0.3, 0.7);
+  await send("touchMove", 0.1, 0.9);
+  await settle();
+  await send("touchEnd");
+  const stretched = await view();
+  near(stretched.length, length / 4);
+  near(stretched.from + stretched.length / 2, from + length / 2);
+
+  await send("touchStart", 0.8);
+  for (const share of [0.7, 0.6, 0.4]) await send("touchMove", share);
+  await settle();
+  await send("touchEnd");
+  const moved = await view();
+  near(moved.length, stretched.length);
+  near(moved.from, stretched.from + 0.4 * stretched.length);
+
+  // As far as there is something.
+  for (let time = 0; time < 8; ++time) {
+    await send("touchStart", 0.1);
+    for (const share of [0.3, 0.6, 0.9]) await send("touchMove", share);
+    await settle();
+    await send("touchEnd");
+  }
+  assert.equal((await view()).from, from);
+  assert.deepEqual(page.complaints, []);
+});
+
+test("is printed whole, with its overview and its colours", async () => {
+  await open({viewport: {width: 700, height: 1000}});
+  await page.emulateMedia({media: "print"});
+  assert.equal(await page.locator("#overview svg").isVisible(), true);
+  assert.equal(await page.locator("#charts").isVisible(), false);
+  const cut = await page.evaluate(() => [...document.querySelectorAll(".table, table, svg")]
+    .filter(one => one.getBoundingClientRect().right > innerWidth || one.scrollWidth > one.clientWidth + 1)
+    .map(one => one.closest("section").id));
+  assert.deepEqual(cut, []);
+  for (const swatch of await page.locator("#overview .swatch").all())
+    assert.equal(await swatch.evaluate(one => getComputedStyle(one).printColorAdjust), "exact");
+});
+
+test("says what tables and charts are to those who have them read", async () => {
+  await open();
+  for (const table of await page.locator("table").all())
+    assert.match(await table.locator("caption").textContent(), /\w/);
+  const charts = await page.locator(".chart [role=img]").evaluateAll(all => all.map(one => one.ariaLabel));
+  assert.match(charts[0], /^Files, events and findings over time: 3 files, 1 gaps, \d+ events, \d+ findings$/);
+  assert.match(charts[1], /^Activity of stream 1 over time: recorded \S+ (min|h), highest level \d+ of 63$/);
+});
+
+test("the tables and an overview tell the same without scripts", async () => {
   await open({javaScriptEnabled: false});
+  assert.equal(await page.locator("#overview svg").isVisible(), true);
+  const box = await page.locator("#overview svg .recorded-track").first().boundingBox();
+  assert.ok(box.width > 400 && box.height >= 3, JSON.stringify(box));
   assert.match(await page.locator("noscript").innerText(), /The tables below tell the same/);
   assert.equal(await page.locator("#timeline").isVisible(), false);
   assert.equal(await page.locator("#files tbody tr").count(), 3);
   assert.equal(await page.locator("#events tbody tr").count(), report.events().length);
   const cells = row => row.locator("td").allTextContents();
-  assert.deepEqual((await cells(page.locator("#gaps tbody tr").first())).slice(2), ["0:20:10", report.files[1]]);
+  assert.deepEqual((await cells(page.locator("#gaps tbody tr").first())).slice(2),
+                   ["0:20:00", `between ${report.files[0]} and ${report.files[1]}`]);
   const [, firstLevel] = await cells(page.locator("#activity tbody tr").first());
   assert.equal(firstLevel, String(report.levels(1, FIRST, FIRST + 5 * MINUTE, 1)[0].level));
   assert.match(await text("#activity"), /not indexed/);

@@ -11,11 +11,42 @@ export const ENTRY = 10000;
 
 const PLACE_OF_FIRST_INDEX_DELTA = 6;
 
-export class SampleReport {
+// A folder for archives and the report on them.
+export class SampleFolder {
   constructor() {
     this.folder = mkdtempSync(join(tmpdir(), "zel3-report-"));
     this.archives = join(this.folder, "archives");
     this.page = join(this.folder, "page.html");
+  }
+
+  // What the program prints.
+  zel3(...args) {
+    const options = {
+      encoding: "utf8", stdio: ["ignore", "pipe", "pipe"],
+      env: {...process.env, TMPDIR: this.folder, XDG_CACHE_HOME: join(this.folder, "cache")},
+    };
+    const settings = ["--settings-folder", this.folder];
+    try {
+      return execFileSync(process.env.ZEL3, [...settings, ...args], options);
+    } catch (error) {
+      const somethingLeftOut = 3;
+      if (error.status !== somethingLeftOut) throw error;
+      return error.stdout;
+    }
+  }
+
+  get address() {
+    return `file://${this.page}`;
+  }
+
+  remove() {
+    rmSync(this.folder, {recursive: true});
+  }
+}
+
+export class SampleReport extends SampleFolder {
+  constructor() {
+    super();
     this.zel3("make", this.archives, "--start", "2024-05-01T08:00:00Z", "--length", "3h", "--files", "3",
               "--gap", "0:20m", "--interval", "10s", "--payload", "200", "--events", "20");
     this.files = readdirSync(this.archives).sort();
@@ -37,22 +68,6 @@ export class SampleReport {
     renameSync(path, join(this.archives, this.files[2]));
   }
 
-  // What the program prints.
-  zel3(...args) {
-    const options = {
-      encoding: "utf8", stdio: ["ignore", "pipe", "pipe"],
-      env: {...process.env, TMPDIR: this.folder, XDG_CACHE_HOME: join(this.folder, "cache")},
-    };
-    const settings = ["--settings-folder", this.folder];
-    try {
-      return execFileSync(process.env.ZEL3, [...settings, ...args], options);
-    } catch (error) {
-      const somethingLeftOut = 3;
-      if (error.status !== somethingLeftOut) throw error;
-      return error.stdout;
-    }
-  }
-
   // The address of a report in a time zone.
   inZone(zone) {
     const page = join(this.folder, "in-zone.html");
@@ -69,13 +84,5 @@ export class SampleReport {
 
   events() {
     return this.zel3("events", this.archives, "--format", "jsonl").trim().split("\n").map(line => JSON.parse(line));
-  }
-
-  get address() {
-    return `file://${this.page}`;
-  }
-
-  remove() {
-    rmSync(this.folder, {recursive: true});
   }
 }

@@ -1,0 +1,89 @@
+#include "page/report_findings.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <set>
+
+#include "page/html.h"
+#include "text/shown_text.h"
+
+namespace {
+
+// The findings of one kind.
+struct Cause {
+  FindingKind kind;
+  std::vector<const Finding*> findings;
+  std::set<std::string> files;
+  std::uint64_t count = 0;
+};
+
+// The worst first, and what explains others before them.
+std::vector<Cause> CausesOf(const std::vector<Finding>& findings) {
+  std::vector<Cause> causes;
+  for (const Finding& finding : findings) {
+    auto cause = std::find_if(causes.begin(), causes.end(),
+                              [&finding](const Cause& one) { return one.kind == finding.kind; });
+    if (cause == causes.end()) cause = causes.insert(causes.end(), Cause{finding.kind, {}, {}});
+    cause->findings.push_back(&finding);
+    cause->files.insert(finding.file);
+    cause->count += finding.Count();
+  }
+  std::sort(causes.begin(), causes.end(), [](const Cause& one, const Cause& other) {
+    const Severity severity = SeverityOf(one.kind);
+    const Severity otherSeverity = SeverityOf(other.kind);
+    return severity != otherSeverity ? severity > otherSeverity : one.kind < other.kind;
+  });
+  return causes;
+}
+
+std::string NumberText(const std::optional<std::uint64_t>& number) {
+  return number ? std::to_string(*number) : "";
+}
+
+std::string TableOf(const Cause& cause, TimeFormat times) {
+  const std::string caption = fmt::format("Findings of the kind {}", Name(cause.kind));
+  html::Table table(caption, {"File", "What", "From", "To", "#Position", "#Bytes"});
+  for (const Finding* const finding : cause.findings) {
+    table.BeginRow();
+    table.Cell(finding->file);
+    table.Cell(finding->text);
+    if (finding->time) {
+      table.LinkedTime(TimeText(*finding->time, times), *finding->time,
+                       finding->endTime.value_or(*finding->time));
+    } else {
+      table.Time("");
+    }
+    table.Time(finding->endTime ? TimeText(*finding->endTime, times) : "");
+    table.Number(NumberText(finding->position));
+    table.Number(NumberText(finding->bytes));
+    table.EndRow();
+  }
+  return html::Scrolled(caption, table.Finish());
+}
+
+// Notes stay closed until somebody wants them.
+std::string PartOf(const Cause& cause, TimeFormat times) {
+  const Severity severity = SeverityOf(cause.kind);
+  return fmt::format(
+      "<details class=\"cause\"{}><summary><span class=\"{}\">{}</span> <b>{}</b>: {} in {}; "
+      "<span class=\"remedy\">{}</span></summary>\n{}\n</details>\n",
+      severity > Severity::kNote ? " open" : "", Name(severity), Name(severity), Name(cause.kind),
+      cause.count, Counted(cause.files.size(), "file"), html::FromText(RemedyOf(cause.kind)),
+      TableOf(cause, times));
+}
+
+}  // namespace
+
+std::string FindingsSection(const ReportData& report, TimeFormat times) {
+  if (report.findings.items.empty())
+    return html::Section("findings", "Findings",
+                         html::Paragraph("Nothing is wrong with the files."));
+  std::string content;
+  for (const Cause& cause : CausesOf(report.findings.items)) content += PartOf(cause, times);
+  const std::string heading =
+      report.findings.IsCut()
+          ? fmt::format("Findings: {} of {}", report.findings.items.size(), report.findings.count)
+          : "Findings";
+  return html::Section("findings", heading, content);
+}
