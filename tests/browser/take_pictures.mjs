@@ -6,7 +6,7 @@ import {openPage, startBrowser} from "./browser.mjs";
 const [, , address, folder] = process.argv;
 const browser = await startBrowser();
 const page = await openPage(browser, `file://${address}`, {
-  viewport: {width: 1100, height: 1080}, deviceScaleFactor: 1.5, colorScheme: "light",
+  viewport: {width: 1100, height: 1280}, deviceScaleFactor: 1.5, colorScheme: "light",
 });
 
 async function pointAt(share, chart) {
