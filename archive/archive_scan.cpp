@@ -33,7 +33,7 @@ class Scan {
   void PassHole(FilePosition end) {
     mStream.SkipZeros(end - mPosition);
     mParser.FeedZeros(end - mPosition);
-    Advance(end - mPosition);
+    mPosition = end;
   }
 
   // False when the file ends before that.
@@ -45,14 +45,10 @@ class Scan {
       const std::size_t count = mStream.Read(mFile, mBlock.data(), wanted);
       if (count == 0) return false;
       mParser.Feed(mBlock.data(), count);
-      Advance(count);
+      mPosition += count;
+      mOnBytesRead(count);
     }
     return true;
-  }
-
-  void Advance(std::uint64_t bytes) {
-    mPosition += bytes;
-    mOnBytesRead(bytes);
   }
 
   const PlainFile& mFile;

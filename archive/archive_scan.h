@@ -6,7 +6,8 @@
 
 #include "parser/framing_parser.h"
 
-// Gets the number of bytes that have been dealt with since the last call.
+// Gets the number of bytes that have been dealt with since the last call. Holes of files that are
+// skipped do not count.
 using OnBytesRead = std::function<void(std::uint64_t)>;
 
 // Numbers of bytes.

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "archive/archive_scan.h"
-
 namespace {
 
 class DamageSink : public FramingSink {
@@ -21,9 +19,9 @@ class DamageSink : public FramingSink {
 
 }  // namespace
 
-Damage DamageOf(const std::string& archive) {
+Damage DamageOf(const std::string& archive, const OnBytesRead& onBytesRead) {
   DamageSink sink;
-  const ScannedBytes bytes = ScanArchive(archive, sink);
+  const ScannedBytes bytes = ScanArchive(archive, sink, onBytesRead);
   sink.found.damaged = std::max(sink.found.damaged, bytes.unreadable);
   return sink.found;
 }

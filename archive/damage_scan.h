@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include "archive/archive_scan.h"
+
 // What an index cannot hold of an archive. Numbers of bytes.
 struct Damage {
   std::uint64_t damaged = 0;  // make no sense, or cannot be read
@@ -12,4 +14,5 @@ struct Damage {
 };
 
 // Reads all of the archive. Throws what ScanArchive throws.
-Damage DamageOf(const std::string& archive);
+Damage DamageOf(
+    const std::string& archive, const OnBytesRead& onBytesRead = [](std::uint64_t) {});

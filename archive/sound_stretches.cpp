@@ -14,6 +14,13 @@ constexpr std::uint64_t kLongestUnreadableStep = 1 << 20;
 
 }  // namespace
 
+std::uint64_t DataOf(const SoundStretch& stretch, const PlainFile& file) {
+  // Asking the system takes longer than reading a short one.
+  constexpr std::uint64_t kShort = 1 << 20;
+  const std::uint64_t size = stretch.to - stretch.from;
+  return size < kShort ? size : DataBytes(file.Handle(), stretch.from, stretch.to);
+}
+
 SoundStretches::SoundStretches(const PlainFile& file, FilePosition from, FilePosition end,
                                const std::optional<ArchiveHeader>& header)
     : mFile(file), mWindow(file), mPosition(from), mEnd(end) {

@@ -44,6 +44,9 @@ struct SoundStretch {
   std::uint64_t Lost() const { return to - wholeTo; }
 };
 
+// How many bytes of a stretch are not in holes of the file.
+std::uint64_t DataOf(const SoundStretch& stretch, const PlainFile& file);
+
 // Goes through an archive from stretch to stretch and finds as much that is whole as it can, where
 // a parser would pass over more:
 //

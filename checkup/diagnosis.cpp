@@ -5,7 +5,8 @@
 #include "client/recorded_gap.h"
 #include "sources/archive_source.h"
 #include "sources/other_index_places.h"
-#include "system/file_status.h"
+#include "system/file_data.h"
+#include "system/file_handle.h"
 
 namespace {
 
@@ -69,12 +70,11 @@ std::vector<Finding> LinksInPlaceOfFolders() {
   return findings;
 }
 
-// At least 1, to divide by.
-std::uint64_t SizeOf(const std::vector<std::string>& paths) {
-  std::uint64_t size = 1;
+// Without holes, which are not read.
+std::uint64_t DataOf(const std::vector<std::string>& paths) {
+  std::uint64_t size = 0;
   for (const std::string& path : paths) {
-    const auto status = StatusOf(path);
-    if (status) size += status->stx_size;
+    size += DataBytes(OpenForReading(path));
   }
   return size;
 }
@@ -84,17 +84,21 @@ std::uint64_t SizeOf(const std::vector<std::string>& paths) {
 Diagnosis Diagnose(const SourceFacts& source, Progress* progress) {
   const std::vector<std::string>& paths = source.Files();
   if (paths.empty()) archive_source::FailWithoutFiles(source.Path());
-  const std::uint64_t allBytes = SizeOf(paths);
-  std::uint64_t bytesRead = 0;
-  const auto onBytesRead = [&](std::uint64_t count) {
-    bytesRead += count;
-    progress->Show("examining", static_cast<unsigned>(bytesRead * 100 / allBytes));
+  WorkState work;
+  work.what = "examining";
+  work.count = paths.size();
+  work.all = DataOf(paths);
+  const auto onBytesRead = [&work, progress](std::uint64_t count) {
+    work.done += count;
+    progress->Show(work);
   };
   Diagnosis diagnosis;
   const auto append = [&diagnosis](const std::vector<Finding>& findings) {
     diagnosis.findings.insert(diagnosis.findings.end(), findings.begin(), findings.end());
   };
   for (const std::string& path : paths) {
+    work.name = archive_source::FileName(path);
+    ++work.number;
     Findings findings(diagnosis.findings.size() < kMostWithAll ? Findings::kMostOfAKind : 1);
     diagnosis.archives.push_back(CheckArchive(path, source, &findings, onBytesRead));
     append(WithWay(findings.All(), diagnosis.archives.back().name));

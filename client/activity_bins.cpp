@@ -57,7 +57,7 @@ void ActivityMeasure::Add(std::size_t number) {
 }
 
 void ActivityMeasure::AddAll() {
-  for (std::size_t number = 0; number < mTimeline.Archives().size(); ++number) Add(number);
+  mTimeline.ForEach("measuring", [this](std::size_t number) { Add(number); });
 }
 
 void ActivityMeasure::AddLevels(const OpenedArchive& archive) {

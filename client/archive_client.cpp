@@ -9,6 +9,7 @@
 #include "blocks/notifications.h"
 #include "sources/archive_source.h"
 #include "system/failure.h"
+#include "system/file_status.h"
 
 namespace {
 
@@ -35,8 +36,9 @@ ArchiveClient::ArchiveClient(const PlugIns& plugIns, const ServedSource& source,
       mReaderPath(archive, source.Missing() == MissingIndexes::kBuild
                                ? ReaderPath::Links::kKept
                                : ReaderPath::Links::kPassing),
-      mProgress(progress),
-      mProgressLabel("indexing " + archive_source::FileName(archive)) {
+      mProgress(progress) {
+  mWork.what = "indexing";
+  mWork.name = archive_source::FileName(archive);
   mSource.WaitForOthers(mPath);
   Open();
   // Where another process has begun to build the same index just before, this reader could keep
@@ -111,8 +113,10 @@ void ArchiveClient::NoteMessage(const cMemBlock& block) {
   if (!view.HoldsRecord()) return;
   const TNotifyMessage& message = view.Record();
   if (message.level == tag::kLevelWarning && message.code == tag::kCodeProgress) {
-    mProgress->Show(mProgressLabel,
-                    static_cast<unsigned>(std::strtoul(message.text.c_str(), nullptr, 10)));
+    const auto status = StatusOf(mPath);
+    mWork.all = status ? status->stx_size : 0;
+    mWork.done = mWork.all / 100 * std::strtoul(message.text.c_str(), nullptr, 10);
+    mProgress->Show(mWork);
   } else if (message.level == tag::kLevelRunEnded) {
     mBuiltAnIndex = true;
   }

@@ -51,7 +51,7 @@ class ArchiveClient {
   const std::string mPath;
   const ReaderPath mReaderPath;
   Progress* const mProgress;
-  const std::string mProgressLabel;
+  WorkState mWork;
   Answers mAnswers;
   bool mBuiltAnIndex = false;
   bool mIsServed = false;

@@ -5,6 +5,7 @@
 
 #include "archive/archive_scan.h"
 #include "archive/index_collector.h"
+#include "sources/archive_source.h"
 #include "sources/reader_path.h"
 #include "system/file_data.h"
 #include "system/file_status.h"
@@ -26,7 +27,13 @@ bool IsMostlyHoles(const std::string& archive) {
   return holes > kFewHoleBytes && holes / kMostHolesToData > data;
 }
 
-bool IndexPastHoles(const std::string& archive, const ServedSource& source) {
+std::uint64_t BytesToIndex(const std::string& archive) {
+  if (IsMostlyHoles(archive)) return DataBytes(OpenForReading(archive));
+  const auto status = StatusOf(archive);
+  return status ? status->stx_size : 0;
+}
+
+bool IndexPastHoles(const std::string& archive, const ServedSource& source, Progress* progress) {
   const auto status = StatusOf(archive);
   if (!status) return false;
   const ReaderPath path(archive, ReaderPath::Links::kKept);
@@ -40,7 +47,15 @@ bool IndexPastHoles(const std::string& archive, const ServedSource& source) {
   if (!indexer.Reopen_for_write()) return false;
   indexer.BeginIntake();
   IndexCollector collector(&indexer);
-  ScanArchive(archive, collector);
+  WorkState work;
+  work.what = "indexing";
+  work.name = archive_source::FileName(archive);
+  work.all = DataBytes(OpenForReading(archive));
+  ScanArchive(archive, collector, [&work, progress](std::uint64_t bytes) {
+    work.done += bytes;
+    progress->Show(work);
+  });
+  progress->Clear();
   indexer.CloseLastStretch(end);
   indexer.Save_files();
   indexer.EndRun();

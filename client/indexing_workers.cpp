@@ -4,8 +4,10 @@
 #include <cstring>
 #include <functional>
 #include <type_traits>
+#include <utility>
 
 #include "archive/damage_scan.h"
+#include "client/progress_of_files.h"
 #include "client/proven_indexes.h"
 #include "sources/archive_source.h"
 #include "system/worker_processes.h"
@@ -14,23 +16,24 @@ namespace {
 
 // What a worker tells begins with one of these.
 constexpr char kNotice = 'n';
-constexpr char kPercent = 'p';
+constexpr char kBytesDone = 'b';
 
 // Shows how far a worker is where the user is.
 class ToldProgress : public Progress {
  public:
   explicit ToldProgress(const WorkerCalls::Tell& tell) : mTell(tell) {}
 
-  void Show(const std::string& /*what*/, unsigned percent) override {
-    if (percent == mPercent) return;
-    mPercent = percent;
-    mTell(kPercent + std::to_string(percent));
+  void Show(const WorkState& state) override {
+    // Nobody sees less of a change.
+    if (state.done >= mTold && state.done - mTold < state.all / 200) return;
+    mTold = state.done;
+    mTell(kBytesDone + std::to_string(mTold));
   }
   void Clear() override {}
 
  private:
   const WorkerCalls::Tell& mTell;
-  unsigned mPercent = 0;
+  std::uint64_t mTold = 0;
 };
 
 // What has been found out about an archive, from one process to another of the same program.
@@ -73,25 +76,32 @@ void TakeMessage(const std::string& message, ServedArchive* archive) {
 // One display for all workers.
 class ProgressOfAll {
  public:
-  ProgressOfAll(std::size_t archives, Progress* progress)
-      : mLabel("indexing " + std::to_string(archives) + " files"),
-        mPercents(archives, 0),
-        mProgress(*progress) {}
-
-  void Show(std::size_t archive, unsigned percent) {
-    // Less than before when an index is begun anew.
-    mSum -= mPercents[archive];
-    mPercents[archive] = std::min(percent, 100U);
-    mSum += mPercents[archive];
-    Show();
+  // How many bytes there are to read for each archive. Borrows the display.
+  ProgressOfAll(std::vector<std::uint64_t> sizes, Progress* progress)
+      : mSizes(std::move(sizes)), mDone(mSizes.size(), 0), mProgress(*progress) {
+    mState.what = "indexing";
+    mState.count = mSizes.size();
+    for (const std::uint64_t size : mSizes) mState.all += size;
   }
-  void Show() { mProgress.Show(mLabel, static_cast<unsigned>(mSum / mPercents.size())); }
-  void Clear() { mProgress.Clear(); }
+
+  const std::vector<std::uint64_t>& Sizes() const { return mSizes; }
+
+  void Show(std::size_t archive, std::uint64_t done) {
+    // Less than before when an index is begun anew.
+    mState.done -= mDone[archive];
+    mDone[archive] = std::min(done, mSizes[archive]);
+    mState.done += mDone[archive];
+    mProgress.Show(mState);
+  }
+  void End(std::size_t archive) {
+    ++mState.number;
+    Show(archive, mSizes[archive]);
+  }
 
  private:
-  const std::string mLabel;
-  std::vector<unsigned> mPercents;
-  std::uint64_t mSum = 0;
+  const std::vector<std::uint64_t> mSizes;
+  std::vector<std::uint64_t> mDone;
+  WorkState mState;  // its number is that of the files that are done
   Progress& mProgress;
 };
 
@@ -99,17 +109,15 @@ class ProgressOfAll {
 
 void ProvenIndexes::BuildInWorkers(const std::vector<ServedArchive*>& archives,
                                    const IndexingOptions& options) {
-  ProgressOfAll progress(archives.size(), mProgress);
-  const auto tellUser = [this, &progress](const std::function<void()>& tell) {
-    progress.Clear();
-    tell();
-    progress.Show();
-  };
+  std::vector<std::uint64_t> sizes;
+  for (const ServedArchive* const archive : archives) sizes.push_back(WorkOn(*archive, options));
+  ProgressOfAll progress(std::move(sizes), mProgress);
   WorkerCalls calls;
   calls.work = [&](std::size_t piece, const WorkerCalls::Tell& tell) {
     mSource.TellBy([tell](const std::string& notice) { tell(kNotice + notice); });
     ToldProgress told(tell);
-    mProgress = &told;
+    ProgressOfFiles ofOne({progress.Sizes()[piece]}, &told);
+    mProgress = &ofOne;
     BuildOneOfAll(archives[piece], options);
     return AsMessage(*archives[piece]);
   };
@@ -117,24 +125,24 @@ void ProvenIndexes::BuildInWorkers(const std::vector<ServedArchive*>& archives,
   calls.onTold = [&](std::size_t piece, const std::string& message) {
     const std::string text = message.substr(1);
     if (message.front() == kNotice) {
-      tellUser([&] { mSource.Tell(text); });
+      mSource.Tell(text);
     } else {
-      progress.Show(piece, static_cast<unsigned>(std::stoul(text)));
+      progress.Show(piece, std::stoull(text));
     }
   };
   calls.onDone = [&](std::size_t piece, const std::string& result) {
     ServedArchive& archive = *archives[piece];
     TakeMessage(result, &archive);
     mBuiltAnIndex = mBuiltAnIndex || archive.state == ServedArchive::State::kIndexed;
-    progress.Show(piece, 100);
+    progress.End(piece);
   };
   calls.onFailed = [&](std::size_t piece, const std::string& why) {
-    tellUser([&] { LeaveOut("cannot be indexed: " + why, archives[piece]); });
-    progress.Show(piece, 100);
+    LeaveOut("cannot be indexed: " + why, archives[piece]);
+    progress.End(piece);
   };
   // Workers forget for themselves only.
   for (const ServedArchive* const archive : archives)
     mSource.Facts().MemoryOf(archive->path).Forget(archive_source::FileName(archive->path));
   RunInWorkers(options.jobs, archives.size(), calls);
-  progress.Clear();
+  mProgress->Clear();
 }

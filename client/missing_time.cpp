@@ -43,10 +43,10 @@ std::optional<MissingTime> FindMissingTime(std::optional<ArchiveTime> from,
   const ArchiveTime latest = to.value_or(std::numeric_limits<ArchiveTime>::max());
   RecordedTime recorded(earliest, latest, timeline);
   // While an archive is open, all is asked that needs its index.
-  for (std::size_t number = 0; number < timeline->Archives().size(); ++number) {
+  timeline->ForEach("going through", [&](std::size_t number) {
     recorded.Add(number);
     DoubtRecorded(number, earliest, latest, timeline);
-  }
+  });
   const std::vector<RecordedStretch> stretches = recorded.Stretches();
   if (stretches.empty() && !(from && to)) return std::nullopt;
 

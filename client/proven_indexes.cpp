@@ -8,7 +8,10 @@
 #include "archive/archive_headers.h"
 #include "archive/exact_index.h"
 #include "client/index_past_holes.h"
+#include "client/progress_of_files.h"
 #include "sources/archive_source.h"
+#include "system/file_data.h"
+#include "system/file_handle.h"
 #include "system/file_status.h"
 #include "system/interruption.h"
 
@@ -45,6 +48,21 @@ IndexFit NotOwn(const std::string& why) {
   fit.why = why;
   return fit;
 }
+
+// Shows progress otherwise for a while.
+class ProgressFor {
+ public:
+  ProgressFor(Progress* progress, Progress** place) : mPlace(*place), mBefore(*place) {
+    mPlace = progress;
+  }
+  ~ProgressFor() { mPlace = mBefore; }
+  ProgressFor(const ProgressFor&) = delete;
+  ProgressFor& operator=(const ProgressFor&) = delete;
+
+ private:
+  Progress*& mPlace;
+  Progress* const mBefore;
+};
 
 void SetSpan(const IndexedSpan& span, ServedArchive* archive) {
   archive->start = span.start;
@@ -204,21 +222,41 @@ void ProvenIndexes::BuildAll(const std::vector<ServedArchive*>& archives,
   if (options.jobs > 1 && archives.size() > 1) {
     BuildInWorkers(archives, options);
   } else {
-    for (ServedArchive* const archive : archives) BuildOneOfAll(archive, options);
+    BuildInOrder(archives, options);
   }
+}
+
+void ProvenIndexes::BuildInOrder(const std::vector<ServedArchive*>& archives,
+                                 const IndexingOptions& options) {
+  std::vector<std::uint64_t> sizes;
+  for (const ServedArchive* const archive : archives) sizes.push_back(WorkOn(*archive, options));
+  ProgressOfFiles progress(std::move(sizes), mProgress);
+  const ProgressFor shown(&progress, &mProgress);
+  for (std::size_t place = 0; place < archives.size(); ++place) {
+    progress.Begin(place);
+    BuildOneOfAll(archives[place], options);
+  }
+}
+
+// In bytes to be read.
+std::uint64_t ProvenIndexes::WorkOn(const ServedArchive& archive,
+                                    const IndexingOptions& options) const {
+  if (LeavesOutMissing()) return 0;
+  const std::uint64_t checked = options.findDamage ? DataBytes(OpenForReading(archive.path)) : 0;
+  return BytesToIndex(archive.path) + checked;
 }
 
 void ProvenIndexes::BuildOneOfAll(ServedArchive* archive, const IndexingOptions& options) {
   Build(archive);
   if (options.findDamage && archive->state == State::kIndexed)
-    archive->damage = DamageOf(archive->path);
+    archive->damage = ShownDamageOf(archive->path, mProgress);
 }
 
 // Nothing when no index can be kept.
 std::optional<State> ProvenIndexes::BuildOnce(const ServedArchive& archive) {
   State state = State::kIndexed;
   if (IsMostlyHoles(archive.path)) {
-    if (!IndexPastHoles(archive.path, mSource)) return std::nullopt;
+    if (!IndexPastHoles(archive.path, mSource, mProgress)) return std::nullopt;
   } else {
     const ArchiveClient client(mPlugIns, mSource, archive.path, mProgress);
     if (!client.IsServed()) return std::nullopt;

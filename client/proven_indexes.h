@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
@@ -56,6 +57,8 @@ class ProvenIndexes {
                         const ArchiveIdentity& identity);
   void LookAtEnds(ServedArchive* archive);
   void BuildOneOfAll(ServedArchive* archive, const IndexingOptions& options);
+  void BuildInOrder(const std::vector<ServedArchive*>& archives, const IndexingOptions& options);
+  std::uint64_t WorkOn(const ServedArchive& archive, const IndexingOptions& options) const;
   void BuildInWorkers(const std::vector<ServedArchive*>& archives, const IndexingOptions& options);
   std::optional<ServedArchive::State> BuildOnce(const ServedArchive& archive);
   void Collect(ServedArchive* archive);

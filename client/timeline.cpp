@@ -20,7 +20,7 @@ bool LiesEarlier(const ServedArchive& one, const ServedArchive& other) {
 }  // namespace
 
 Timeline::Timeline(ServedSource* source, Progress* progress)
-    : mSource(*source), mIndexes(source, progress) {
+    : mSource(*source), mProgress(*progress), mIndexes(source, progress) {
   const SourceFacts& facts = mSource.Facts();
   if (facts.Files().empty()) archive_source::FailWithoutFiles(facts.Path());
   for (const std::string& path : facts.Archives()) {
@@ -28,9 +28,25 @@ Timeline::Timeline(ServedSource* source, Progress* progress)
     archive.path = path;
     mArchives.push_back(archive);
   }
-  for (ServedArchive& archive : mArchives) mIndexes.Look(&archive);
+  ForEach("looking at", [this](std::size_t number) { mIndexes.Look(&mArchives[number]); });
   // Of equal starts the names decide, by which they come.
   std::stable_sort(mArchives.begin(), mArchives.end(), LiesEarlier);
+}
+
+void Timeline::ForEach(const std::string& what,
+                       const std::function<void(std::size_t number)>& work) const {
+  WorkState state;
+  state.what = what;
+  state.unit = WorkState::Unit::kFiles;
+  state.all = state.count = mArchives.size();
+  for (std::size_t number = 0; number < mArchives.size(); ++number) {
+    state.name = archive_source::FileName(mArchives[number].path);
+    state.number = number + 1;
+    state.done = number;
+    mProgress.Show(state);
+    work(number);
+  }
+  mProgress.Clear();
 }
 
 void Timeline::IndexAll(const IndexingOptions& options) {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <memory>
 #include <optional>
@@ -39,6 +40,9 @@ class Timeline {
 
   // Gives every archive its index. REQUIRES: none has been opened.
   void IndexAll(const IndexingOptions& options = {});
+  // Does something with each archive, by its number, and shows how far that is: `what` is done, as
+  // "reading the index of".
+  void ForEach(const std::string& what, const std::function<void(std::size_t number)>& work) const;
   // Throws Failure when no archive can be served.
   void RequireOne() const;
 
@@ -85,6 +89,7 @@ class Timeline {
   std::optional<FoundEntry> Previous(const FoundEntry& found);
 
   ServedSource& mSource;
+  Progress& mProgress;
   ProvenIndexes mIndexes;
   std::vector<ServedArchive> mArchives;
   std::list<Opened> mOpened;  // the one used last comes first

@@ -32,6 +32,7 @@ class Collection {
  public:
   Collection(ServedSource* source, Progress* progress)
       : mSource(*source),
+        mProgress(*progress),
         mTimeline(source, progress),
         mDiagnosis(Diagnose(source->Facts(), progress)) {
     mTimeline.IndexAll();
@@ -253,8 +254,15 @@ class Collection {
     const auto onEvent = [this](const RecordedEvent& event) {
       if (IsInRange(event.time, event.time)) AddEvent(event);
     };
+    WorkState state;
+    state.what = "collecting events of";
+    state.unit = WorkState::Unit::kFiles;
+    state.all = state.count = mData.files.size();
     for (const ReportFile& file : mData.files) {
       const std::string& path = file.facts.path;
+      state.name = file.facts.name;
+      state.done = state.number++;
+      mProgress.Show(state);
       if (!file.HoldsEntries()) continue;
       if (file.indexed) {
         ForEachEvent(path, mSource.Facts().CacheOf(path), onEvent);
@@ -262,6 +270,7 @@ class Collection {
         ForEachFoundEvent(path, onEvent);
       }
     }
+    mProgress.Clear();
     KeepFirstEvents();
   }
 
@@ -284,6 +293,7 @@ class Collection {
   }
 
   ServedSource& mSource;
+  Progress& mProgress;
   Timeline mTimeline;
   const Diagnosis mDiagnosis;
   ReportData mData;

@@ -9,13 +9,13 @@ require_i386=no
 
 packages=(
   g++ g++-multilib clang libclang-rt-dev clang-format clang-tidy cmake ninja-build valgrind binutils git ca-certificates
-  qtbase5-dev googletest gcovr libcli11-dev nlohmann-json3-dev libfmt-dev libedit-dev zsh fish scdoc groff-base
-  pkgconf dpkg-dev fakeroot lintian file tzdata
+  qtbase5-dev googletest gcovr libcli11-dev nlohmann-json3-dev libfmt-dev libedit-dev libutf8proc-dev
+  zsh fish scdoc groff-base pkgconf dpkg-dev fakeroot lintian file tzdata
   chromium fonts-dejavu-core python3-cram python3-jsonschema
 )
 # Any recent Node.js will do.
 command -v npm >/dev/null || packages+=(nodejs npm)
-i386_packages=(libqt5core5a:i386)
+i386_packages=(libqt5core5a:i386 libutf8proc2:i386)
 
 installed() {
   local package

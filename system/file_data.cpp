@@ -20,14 +20,17 @@ std::optional<DataPart> NextData(int handle, FilePosition position, std::uint64_
 
 std::uint64_t DataBytes(const FileHandle& file) {
   const auto status = StatusOf(file);
-  if (!status) return 0;
-  const off_t place = lseek(file.Get(), 0, SEEK_CUR);
+  return status ? DataBytes(file.Get(), 0, status->stx_size) : 0;
+}
+
+std::uint64_t DataBytes(int handle, FilePosition from, FilePosition to) {
+  const off_t place = lseek(handle, 0, SEEK_CUR);
   std::uint64_t bytes = 0;
-  FilePosition position = 0;
-  while (const auto part = NextData(file.Get(), position, status->stx_size)) {
+  FilePosition position = from;
+  while (const auto part = NextData(handle, position, to)) {
     bytes += part->to - part->from;
     position = part->to;
   }
-  lseek(file.Get(), place, SEEK_SET);
+  lseek(handle, place, SEEK_SET);
   return bytes;
 }

@@ -22,3 +22,5 @@ std::optional<DataPart> NextData(int handle, FilePosition position, std::uint64_
 // How many bytes of an open file are data: its size without the holes. 0 when the size cannot be
 // told. The handle reads on where it did.
 std::uint64_t DataBytes(const FileHandle& file);
+// The same for a part of an open file.
+std::uint64_t DataBytes(int handle, FilePosition from, FilePosition to);

@@ -1,14 +1,31 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
+
+// How far a piece of work is.
+struct WorkState {
+  enum class Unit { kBytes, kFiles };
+
+  std::string what;  // is done, as "indexing"
+  std::string name;  // of what is worked on; empty when it has none. May hold any text
+  // The number of the file at hand, from 1, and of how many; no count when there is one file only.
+  std::size_t number = 0;
+  std::size_t count = 0;
+  // Of all the work. Holes of files that are skipped are not part of it.
+  std::uint64_t done = 0;
+  std::uint64_t all = 0;  // 0: not known
+  Unit unit = Unit::kBytes;
+};
 
 // Hears how far a piece of work is.
 class Progress {
  public:
   virtual ~Progress() = default;
 
-  // `what` may quote texts from outside as they are. A percent above 100 counts as 100.
-  virtual void Show(const std::string& what, unsigned percent) = 0;
+  // May be called often. More done than there is counts as all.
+  virtual void Show(const WorkState& state) = 0;
   // Nothing is under way any more.
   virtual void Clear() = 0;
 };

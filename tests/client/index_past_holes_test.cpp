@@ -36,7 +36,7 @@ class IndexesPastHoles : public testing::Test {
     MadeArchives::NoProgress progress;
     Timeline(&byReader, &progress).IndexAll();
     const ServedSource source(HostOfThisBuild(), PastHoles(), MissingIndexes::kBuild, Ignore);
-    EXPECT_TRUE(IndexPastHoles(PastHoles() + "/a.zel3", source));
+    EXPECT_TRUE(IndexPastHoles(PastHoles() + "/a.zel3", source, &progress));
     for (const char* const name : {"/a.id3", "/a.hdr", "/a.evt"}) {
       SCOPED_TRACE(name);
       EXPECT_TRUE(FileExists(ByReader() + name));

@@ -17,7 +17,7 @@ class MadeArchives {
  public:
   class NoProgress : public Progress {
    public:
-    void Show(const std::string& /*label*/, unsigned /*percent*/) override {}
+    void Show(const WorkState& /*state*/) override {}
     void Clear() override {}
   };
 

@@ -24,7 +24,7 @@ namespace {
 
 class NoProgress : public Progress {
  public:
-  void Show(const std::string& /*label*/, unsigned /*percent*/) override {}
+  void Show(const WorkState& /*state*/) override {}
   void Clear() override {}
 };
 

@@ -11,8 +11,10 @@ import re
 import subprocess
 import sys
 
-# What compilers bring along, Qt Core and the editor of lines: linked at run time, and their headers may be used.
-TOOLS = re.compile(r"^(libc6-dev.*|linux-libc-dev|lib(32|x32)?(stdc\+\+|gcc)-\d+-dev|gcc-.*|qtbase5-dev|libedit-dev)$")
+# What compilers bring along, Qt Core, the editor of lines and the widths of characters: linked at run time, and their
+# headers may be used.
+TOOLS = re.compile(r"^(libc6-dev.*|linux-libc-dev|lib(32|x32)?(stdc\+\+|gcc)-\d+-dev|gcc-.*|qtbase5-dev|libedit-dev|"
+                   r"libutf8proc-dev)$")
 # How the copyright file names a part: its name and version, and the package that it is from.
 PART = re.compile(r"^Comment: (\S+) (\S+), https://\S+, from (?:the package )?(\S+)$", re.MULTILINE)
 # What is not installed.

@@ -30,7 +30,7 @@ Package: zel3
 Version: $version
 Architecture: $architecture
 Multi-Arch: foreign
-Depends: zel3-plugins (= $version), libbrickhost0 (= $version), libc6,$editor libgcc-s1, libqt5core5a, libstdc++6
+Depends: zel3-plugins (= $version), libbrickhost0 (= $version), libc6,$editor libgcc-s1, libqt5core5a, libstdc++6, libutf8proc2
 Recommends: tzdata
 Package: zel3-brick-sdk
 Version: $version

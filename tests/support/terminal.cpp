@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <stdlib.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -22,6 +23,14 @@ Terminal::~Terminal() {
 
 void Terminal::TakeThePlaceOf(int descriptor) const {
   dup2(open(mName.c_str(), O_RDWR | O_NOCTTY), descriptor);
+}
+
+void Terminal::SetWidth(unsigned columns) const {
+  winsize size = {};
+  size.ws_row = 24;
+  size.ws_col = static_cast<unsigned short>(columns);
+  if (ioctl(mController, TIOCSWINSZ, &size) != 0)
+    throw std::runtime_error("the terminal keeps its width");
 }
 
 void Terminal::Type(const std::string& text) const {

@@ -10,6 +10,8 @@ class Terminal {
   Terminal(const Terminal&) = delete;
   Terminal& operator=(const Terminal&) = delete;
 
+  // Makes it so many columns wide; at first it does not say how many it has.
+  void SetWidth(unsigned columns) const;
   // Makes `descriptor` of the calling process this terminal.
   void TakeThePlaceOf(int descriptor) const;
   // Types a text, as a user would.

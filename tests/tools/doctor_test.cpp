@@ -647,9 +647,12 @@ TEST_F(Doctor, ATerminalShowsColoursUnlessTheUserWantsNone) {
 TEST_F(Doctor, ATerminalShowsHowFarItIs) {
   Write("a.zel3", {10, 20, 30});
   const Terminal terminal;
-  Start({"doctor", Folder()}, [&terminal] { terminal.TakeThePlaceOf(STDERR_FILENO); });
+  Start({"doctor", Folder()}, [&terminal] {
+    setenv("ZEL3_PROGRESS_DELAY", "0", 1);
+    terminal.TakeThePlaceOf(STDERR_FILENO);
+  });
   EXPECT_EQ(Finish().exitCode, 0);
-  EXPECT_THAT(terminal.Written(), AllOf(HasSubstr("examining [#"), EndsWith("\r\x1b[K")));
+  EXPECT_THAT(terminal.Written(), AllOf(HasSubstr("examining a.zel3 [####"), EndsWith("\r\x1b[K")));
 }
 
 TEST_F(Doctor, WithoutAnArchiveFails) {

@@ -62,7 +62,7 @@ class EventsOfSample : public Events {
 
 class NoProgress : public Progress {
  public:
-  void Show(const std::string& /*what*/, unsigned /*percent*/) override {}
+  void Show(const WorkState& /*state*/) override {}
   void Clear() override {}
 };
 

@@ -113,12 +113,15 @@ TEST_F(Index, TellsWhyAFileFailed) {
 TEST_F(Index, ATerminalShowsTheProgressOfEachFile) {
   const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
   const Terminal terminal;
-  Start({"index", Folder()}, [&terminal] { terminal.TakeThePlaceOf(STDERR_FILENO); });
+  Start({"index", Folder()}, [&terminal] {
+    setenv("ZEL3_PROGRESS_DELAY", "0", 1);
+    terminal.TakeThePlaceOf(STDERR_FILENO);
+  });
   EXPECT_EQ(Finish().exitCode, 0);
   const std::string shown = terminal.Written();
-  for (const GroundTruthFile& file : truth.files) {
-    EXPECT_THAT(shown, testing::ContainsRegex("indexing " + file.name + " \\[#+\\.+\\] +[0-9]+%"));
-  }
+  EXPECT_THAT(shown, testing::ContainsRegex("looking at " + truth.files[0].name));
+  EXPECT_THAT(shown, testing::ContainsRegex("1/3 indexing " + truth.files[0].name +
+                                            " \\[#*\\.+\\] +[0-9]+%"));
   EXPECT_THAT(shown, testing::EndsWith("\r\x1b[K")) << "the bar is taken back";
 }
 

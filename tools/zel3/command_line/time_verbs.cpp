@@ -87,7 +87,7 @@ void AddActivity(CLI::App* app, Options* options, Run* run) {
                "where it ends; default: from first to last archive");
   AddNumber(verb, "--stream", &activity->streamId, "number of the stream")->required();
   AddNumber(verb, "--bins", &activity->binCount,
-            "into how many parts the range is cut; default: 96");
+            "into how many parts the range is cut; default: 96, on a terminal as it is wide");
   AddNoIndex(verb, &activity->missingIndexes);
   AddStyle(verb, &activity->style, {"text", "json", "csv"});
 }

@@ -1,34 +1,96 @@
 #include "output/progress_bar.h"
 
-#include <fmt/format.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 
-#include "text/shown_text.h"
+#include "output/progress_line.h"
+#include "output/terminal_width.h"
 
 namespace {
 
-constexpr unsigned kCells = 40;
+using std::chrono::milliseconds;
+
 constexpr char kEraseLine[] = "\r\x1b[K";
+// What a terminal has made of a line that had room when it was wider.
+constexpr char kEraseBelow[] = "\r\x1b[J";
+
+// Of a terminal that does not say how wide it is.
+constexpr std::size_t kUsualColumns = 80;
+
+constexpr milliseconds kBetweenDrawings(100);
+
+// Shorter work shows nothing.
+milliseconds Delay() {
+  constexpr milliseconds kUsual(500);
+  constexpr long kLongest = 3600 * 1000;
+  const char* const asked = std::getenv("ZEL3_PROGRESS_DELAY");
+  if (asked == nullptr || *asked == '\0') return kUsual;
+  char* end = nullptr;
+  const long delay = std::strtol(asked, &end, 10);
+  return *end == '\0' && 0 <= delay && delay <= kLongest ? milliseconds(delay) : kUsual;
+}
+
+// Whether the user has not sent the program to the background of the terminal.
+bool IsInForeground() {
+  const pid_t group = tcgetpgrp(STDERR_FILENO);
+  return group < 0 || group == getpgrp();
+}
+
+// A terminal that is gone is no reason to stop.
+void Write(const std::string& text) {
+  std::fputs(text.c_str(), stderr);
+}
+
+// The one that shows something.
+ProgressBar* shownBar = nullptr;
 
 }  // namespace
 
-ProgressBar::ProgressBar() : mOnTerminal(isatty(STDERR_FILENO) == 1) {}
+ProgressBar::ProgressBar() : mOnTerminal(isatty(STDERR_FILENO) == 1), mDelay(Delay()) {}
 
-void ProgressBar::Show(const std::string& what, unsigned percent) {
+void ProgressBar::Show(const WorkState& state) {
   if (!mOnTerminal) return;
-  const unsigned shown = std::min(percent, 100U);
-  if (mShown && what == mWhat && shown == mPercent) return;
-  mWhat = what;
-  mPercent = shown;
-  const unsigned filled = kCells * shown / 100;
-  fmt::print(stderr, "{}{} [{}{}] {:3}%", kEraseLine, Escaped(what), std::string(filled, '#'),
-             std::string(kCells - filled, '.'), shown);
-  mShown = true;
+  const Clock::time_point now = Clock::now();
+  if (!mIsAtWork) mStart = now;
+  if (!mIsAtWork || mWhat != state.what) mPace = WorkPace();
+  mIsAtWork = true;
+  mWhat = state.what;
+  mPace.Note(std::chrono::duration<double>(now.time_since_epoch()).count(), state.done);
+  const bool isDue = now - mStart >= mDelay && (mLine.empty() || now - mDrawn >= kBetweenDrawings);
+  if (!isDue || !IsInForeground()) return;
+  mDrawn = now;
+  Draw(state);
+}
+
+void ProgressBar::Draw(const WorkState& state) {
+  const std::size_t columns = TerminalWidth(STDERR_FILENO).value_or(kUsualColumns);
+  // A line that fills the last column would begin the next one on some terminals.
+  const std::string line = ProgressLine({state, mPace.Rate(), mPace.Left(state.all)}, columns - 1);
+  if (line == mLine && columns == mColumns) return;
+  if (columns < mColumns) Erase();
+  // From the start of the line also a terminal that makes lines anew when it gets narrower leads to
+  // what is left of this one.
+  if (!mLine.empty() || !line.empty()) Write(kEraseLine + line + '\r');
+  mLine = line;
+  mColumns = columns;
+  shownBar = this;
+}
+
+void ProgressBar::Erase() {
+  if (mLine.empty()) return;
+  const std::size_t columns = TerminalWidth(STDERR_FILENO).value_or(kUsualColumns);
+  Write(columns < mColumns ? kEraseBelow : kEraseLine);
+  mLine.clear();
 }
 
 void ProgressBar::Clear() {
-  if (mShown) fmt::print(stderr, "{}", kEraseLine);
-  mShown = false;
+  Erase();
+  mIsAtWork = false;
+  if (shownBar == this) shownBar = nullptr;
+}
+
+void ProgressBar::MakeRoom() {
+  if (shownBar != nullptr) shownBar->Erase();
 }

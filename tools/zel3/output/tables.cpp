@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <QString>
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -10,12 +9,9 @@
 #include <iostream>
 #include <utility>
 
-namespace {
+#include "output/terminal_width.h"
 
-std::size_t Width(const std::string& cell) {
-  return static_cast<std::size_t>(
-      QString::fromUtf8(cell.data(), static_cast<int>(cell.size())).size());
-}
+namespace {
 
 // What a long table keeps of its rows.
 constexpr std::size_t kMostKeptBytes = 1 << 20;
@@ -52,34 +48,33 @@ const char* StyleOf(Colour colour) {
   return kPlain;
 }
 
-using Rows = std::vector<std::vector<std::string>>;
-
-void Widen(const Rows& rows, std::vector<std::size_t>* widths) {
-  for (const auto& row : rows) {
-    widths->resize(std::max(widths->size(), row.size()));
-    for (std::size_t i = 0; i < row.size(); ++i)
-      (*widths)[i] = std::max((*widths)[i], Width(row[i]));
-  }
-}
-
 // `styleOf` gives one of the constants above for a column.
-void PrintRow(const std::vector<std::string>& row, const std::vector<std::size_t>& widths,
+void PrintRow(const TableRow& row, const TableLayout& layout,
               const std::function<const char*(std::size_t)>& styleOf) {
-  std::string line;
-  for (std::size_t i = 0; i < row.size(); ++i) {
-    line += Styled(row[i], styleOf(i));
-    if (i + 1 < row.size())
-      line.append(std::max(widths[i], Width(row[i])) - Width(row[i]) + 2, ' ');
-  }
-  std::cout << line << '\n';
+  std::cout << layout.Lines(row, [&styleOf](std::size_t column, const std::string& text) {
+    return Styled(text, styleOf(column));
+  });
 }
 
 // `styleOf` gives one of the constants above for a row and a column.
-void PrintRows(const Rows& rows, std::vector<std::size_t> widths,
+void PrintRows(const TableRows& rows, const TableLayout& layout,
                const std::function<const char*(std::size_t, std::size_t)>& styleOf) {
-  Widen(rows, &widths);
   for (std::size_t number = 0; number < rows.size(); ++number)
-    PrintRow(rows[number], widths, [&](std::size_t column) { return styleOf(number, column); });
+    PrintRow(rows[number], layout, [&](std::size_t column) { return styleOf(number, column); });
+}
+
+void PrintWhole(const TableRows& rows, TableLayout layout,
+                const std::map<std::string, Colour>& colours) {
+  layout.Fit(rows);
+  PrintRows(rows, layout, [&rows, &colours](std::size_t row, std::size_t column) {
+    if (row == 0) return kBold;
+    const auto colour = colours.find(rows[row][column]);
+    return colour == colours.end() ? kPlain : StyleOf(colour->second);
+  });
+}
+
+TableLayout LayoutOfOutput() {
+  return TableLayout(TerminalWidth(STDOUT_FILENO));
 }
 
 std::string CsvCell(const std::string& text) {
@@ -100,44 +95,42 @@ std::string Coloured(const std::string& text, Colour colour) {
   return Styled(text, StyleOf(colour));
 }
 
-void PrintTable(const std::vector<std::vector<std::string>>& rows,
-                const std::map<std::string, Colour>& colours) {
-  PrintRows(rows, {}, [&rows, &colours](std::size_t row, std::size_t column) {
-    if (row == 0) return kBold;
-    const auto colour = colours.find(rows[row][column]);
-    return colour == colours.end() ? kPlain : StyleOf(colour->second);
-  });
+void PrintTable(const TableRows& rows, const std::map<std::string, Colour>& colours) {
+  PrintWhole(rows, LayoutOfOutput(), colours);
 }
 
-void PrintLabelled(const std::vector<std::vector<std::string>>& rows) {
-  PrintRows(rows, {}, [](std::size_t, std::size_t column) { return column == 0 ? kBold : kPlain; });
+void PrintLabelled(const TableRows& rows) {
+  TableLayout layout = LayoutOfOutput();
+  layout.Fit(rows);
+  PrintRows(rows, layout,
+            [](std::size_t, std::size_t column) { return column == 0 ? kBold : kPlain; });
 }
 
-LongTable::LongTable(std::vector<std::string> headings, std::vector<std::size_t> widths)
-    : mWidths(std::move(widths)) {
+LongTable::LongTable(TableRow headings, std::vector<std::size_t> widths)
+    : mWidths(std::move(widths)), mLayout(LayoutOfOutput()) {
   mKept.push_back(std::move(headings));
 }
 
-void LongTable::Add(std::vector<std::string> row) {
+void LongTable::Add(TableRow row) {
   if (mIsLong) {
-    PrintRow(row, mWidths, [](std::size_t) { return kPlain; });
+    PrintRow(row, mLayout, [](std::size_t) { return kPlain; });
     return;
   }
   for (const std::string& cell : row) mKeptBytes += sizeof(cell) + cell.size();
   mKept.push_back(std::move(row));
   if (mKeptBytes < kMostKeptBytes) return;
   mIsLong = true;
-  Widen(mKept, &mWidths);
-  PrintRows(mKept, mWidths,
+  mLayout.Fit(mKept, mWidths);
+  PrintRows(mKept, mLayout,
             [](std::size_t number, std::size_t) { return number == 0 ? kBold : kPlain; });
   mKept.clear();
 }
 
 void LongTable::Finish() {
-  if (!mIsLong) PrintTable(mKept);
+  if (!mIsLong) PrintWhole(mKept, mLayout, {});
 }
 
-void PrintCsv(const std::vector<std::vector<std::string>>& rows) {
+void PrintCsv(const TableRows& rows) {
   for (const auto& row : rows) {
     std::string line;
     for (const std::string& cell : row) line += (&cell == &row.front() ? "" : ",") + CsvCell(cell);

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "output/table_layout.h"
+
 enum class Colour { kRed, kYellow, kGreen };
 
 // A text in a colour, where tables have colours.
@@ -13,30 +15,30 @@ std::string Coloured(const std::string& text, Colour colour);
 // Print rows of cells in aligned columns: below headings, which are the first row, or after labels,
 // which are the first column. Cells that come from outside must be escaped. On a terminal headings
 // and labels are bold, and cells with one of these texts are coloured, unless the environment has
-// NO_COLOR or the terminal is a dumb one.
-void PrintTable(const std::vector<std::vector<std::string>>& rows,
-                const std::map<std::string, Colour>& colours = {});
-void PrintLabelled(const std::vector<std::vector<std::string>>& rows);
+// NO_COLOR or the terminal is a dumb one; and no line is wider than the terminal.
+void PrintTable(const TableRows& rows, const std::map<std::string, Colour>& colours = {});
+void PrintLabelled(const TableRows& rows);
 
 // The same as PrintTable for rows that come one by one and may be very many. What comes first is
 // kept, and makes the columns as wide as it needs; when there is more than fits into a megabyte of
 // memory, columns are also as wide as `widths` says, and rows are printed as they come.
 class LongTable {
  public:
-  LongTable(std::vector<std::string> headings, std::vector<std::size_t> widths);
+  LongTable(TableRow headings, std::vector<std::size_t> widths);
 
-  void Add(std::vector<std::string> row);
+  void Add(TableRow row);
   // Prints what is kept. REQUIRES: called once, after the last row.
   void Finish();
 
  private:
-  std::vector<std::vector<std::string>> mKept;  // headings first
+  TableRows mKept;  // headings first
   std::size_t mKeptBytes = 0;
-  std::vector<std::size_t> mWidths;
+  const std::vector<std::size_t> mWidths;
+  TableLayout mLayout;
   bool mIsLong = false;
 };
 
 // Prints rows of cells as comma-separated values; cells with commas or quotes are quoted. A cell
 // that a spreadsheet would take for a formula begins with an apostrophe. Cells that come from
 // outside must be escaped.
-void PrintCsv(const std::vector<std::vector<std::string>>& rows);
+void PrintCsv(const TableRows& rows);

@@ -1,6 +1,7 @@
 #include "verbs/activity.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -12,8 +13,10 @@
 #include "client/activity_bins.h"
 #include "client/doubt.h"
 #include "output/progress_bar.h"
+#include "output/terminal_width.h"
 #include "sources/archive_streams.h"
 #include "system/failure.h"
+#include "text/display_width.h"
 #include "times/length_text.h"
 #include "times/time_text.h"
 #include "verbs/asked_source.h"
@@ -50,7 +53,7 @@ std::optional<BoundedRange> RangeWithin(const OpenRange& range, const Timeline& 
 }
 
 void Check(const ActivityOptions& options) {
-  if (options.binCount == 0 || options.binCount > kMostBins)
+  if (options.binCount && (*options.binCount == 0 || *options.binCount > kMostBins))
     throw Failure("the number of bins must be 1 to 10000", kExitUsage);
 }
 
@@ -68,10 +71,10 @@ void RefuseUnknownStream(std::uint8_t streamId, const SourceFacts& source) {
 std::vector<Bin> Measure(const ActivityBins& bins, std::uint8_t streamId, Timeline* timeline) {
   ActivityMeasure measure({streamId}, bins, timeline);
   // While an archive is open, all is asked that needs its index.
-  for (std::size_t number = 0; number < timeline->Archives().size(); ++number) {
+  timeline->ForEach("measuring", [&](std::size_t number) {
     measure.Add(number);
     DoubtRecorded(number, bins.from, bins.to, timeline);
-  }
+  });
   DoubtLevels(bins.from, bins.to, timeline);
   const std::vector<BinLevels> levels = measure.Levels().front();
   const std::vector<unsigned> thousandths = measure.RecordedThousandths();
@@ -128,20 +131,46 @@ std::string MarksBelow(const std::vector<Bin>& bins) {
   return marks;
 }
 
+// In lines that the terminal has room for.
+void PrintWrapped(const std::string& text, const std::optional<std::size_t>& terminal) {
+  const auto lines = terminal ? WrappedToWidth(text, *terminal) : std::vector<std::string>{text};
+  for (const std::string& line : lines) std::cout << line << '\n';
+}
+
+// Unless the user has asked for a number, a terminal gets as many as a line of it has room for.
+std::uint32_t MostBins(const ActivityOptions& options) {
+  constexpr std::uint32_t kUsual = 96;
+  if (options.binCount) return *options.binCount;
+  const auto width =
+      options.style.format == OutputFormat::kText ? TerminalWidth(STDOUT_FILENO) : std::nullopt;
+  return width ? static_cast<std::uint32_t>(std::min<std::size_t>(*width, kMostBins)) : kUsual;
+}
+
 void PrintAsText(const ActivityOptions& options, const ActivityBins& bins,
                  const std::vector<Bin>& rows, AskedSource* asked) {
   asked->BeginText();
   const TimeFormat times = options.style.Times();
-  std::cout << fmt::format("stream {} from {} to {}, one character for {}\n", options.streamId,
+  const std::optional<std::size_t> terminal = TerminalWidth(STDOUT_FILENO);
+  PrintWrapped(fmt::format("stream {} from {} to {}, one character for {}", options.streamId,
                            TimeText(bins.from, times), TimeText(bins.to, times),
-                           LengthInSeconds(bins.width, times));
-  std::string line;
-  for (const Bin& bin : rows) line += Mark(bin);
-  std::cout << line << '\n';
-  const std::string marks = MarksBelow(rows);
-  if (!marks.empty()) std::cout << marks << '\n';
-  std::cout << "▁ quiet  █ most active (levels 0-63)  · nothing recorded"
-            << (marks.empty() ? "" : "  - recorded in part") << '\n';
+                           LengthInSeconds(bins.width, times)),
+               terminal);
+  const std::size_t perLine = std::min<std::size_t>(terminal.value_or(rows.size()), rows.size());
+  bool anyMarks = false;
+  for (auto bin = rows.begin(); bin != rows.end();) {
+    const auto left = static_cast<std::size_t>(rows.end() - bin);
+    const auto end = bin + static_cast<std::ptrdiff_t>(std::min(perLine, left));
+    std::string line;
+    for (auto each = bin; each != end; ++each) line += Mark(*each);
+    std::cout << line << '\n';
+    const std::string marks = MarksBelow({bin, end});
+    if (!marks.empty()) std::cout << marks << '\n';
+    anyMarks = anyMarks || !marks.empty();
+    bin = end;
+  }
+  PrintWrapped(std::string("▁ quiet  █ most active (levels 0-63)  · nothing recorded") +
+                   (anyMarks ? "  - recorded in part" : ""),
+               terminal);
 }
 
 int Activity(const HostOptions& host, const ActivityOptions& options, const OpenRange& askedRange,
@@ -154,7 +183,7 @@ int Activity(const HostOptions& host, const ActivityOptions& options, const Open
   const std::optional<BoundedRange> range = RangeWithin(askedRange, timeline);
   if (!range) timeline.FailWithNothing(kNothingRecorded, SecondsHint(askedRange, timeline));
   RefuseUnknownStream(options.streamId, source.Facts());
-  const ActivityBins bins = CutIntoBins(range->from, range->to, options.binCount);
+  const ActivityBins bins = CutIntoBins(range->from, range->to, MostBins(options));
   const std::vector<Bin> rows = Measure(bins, options.streamId, &timeline);
   if (std::none_of(rows.begin(), rows.end(), [](const Bin& bin) { return bin.IsRecorded(); }))
     timeline.FailWithNothing(kNothingRecorded, SecondsHint(askedRange, timeline));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "output/output_style.h"
@@ -13,7 +14,7 @@ struct ActivityOptions {
   SourceArguments sources;
   std::uint8_t streamId = 0;
   RangeOptions range;  // default: from the start of the first archive to the last end
-  std::uint32_t binCount = 96;
+  std::optional<std::uint32_t> binCount;  // as many as fit unless asked for
   MissingIndexes missingIndexes = MissingIndexes::kBuild;
   OutputStyle style;
 };

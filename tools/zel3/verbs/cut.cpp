@@ -15,6 +15,7 @@
 #include "output/progress_bar.h"
 #include "sources/archive_source.h"
 #include "system/failure.h"
+#include "system/file_data.h"
 #include "system/file_status.h"
 #include "text/shown_text.h"
 #include "verbs/asked_source.h"
@@ -33,7 +34,7 @@ struct PartOfArchive {
 // All that the range holds.
 struct CutPlan {
   std::vector<PartOfArchive> parts;
-  std::uint64_t bytes = 0;
+  std::uint64_t dataBytes = 0;  // without the holes of files
   std::uint64_t entries = 0;
   std::set<unsigned> streams;  // that the headers of the archives declare
 };
@@ -65,7 +66,7 @@ class Planner {
     for (const EntryRange& range : ranges) {
       const FilePosition end =
           range.end < index.Count() ? index.PositionOf(range.end) : opened.File().Size();
-      mPlan.bytes += end - index.PositionOf(range.first);
+      mPlan.dataBytes += DataBytes(opened.File().Handle(), index.PositionOf(range.first), end);
       mPlan.entries += range.end - range.first;
     }
     if (mFindsStreams) {
@@ -189,19 +190,25 @@ void TellLosses(const ExcerptCounts& counts) {
 // Shows how far the copying and the looking at it have come.
 class CutProgress {
  public:
-  explicit CutProgress(ProgressBar* progress) : mProgress(*progress) {}
+  explicit CutProgress(Progress* progress) : mProgress(*progress) { mState.what = "cutting"; }
 
-  void Expect(std::uint64_t bytes) { mBytes = std::max<std::uint64_t>(bytes, 1); }
+  // Each byte is copied and looked at.
+  void Expect(const CutPlan& plan) {
+    mState.all = 2 * plan.dataBytes;
+    mState.count = plan.parts.size();
+  }
+  void BeginArchive(const std::string& path) {
+    mState.name = archive_source::FileName(path);
+    ++mState.number;
+  }
   void Add(std::uint64_t bytes) {
-    mDone += bytes;
-    // Each byte is copied and looked at.
-    mProgress.Show("cutting", static_cast<unsigned>(mDone * 50 / mBytes));
+    mState.done += bytes;
+    mProgress.Show(mState);
   }
 
  private:
-  ProgressBar& mProgress;
-  std::uint64_t mBytes = 1;
-  std::uint64_t mDone = 0;
+  Progress& mProgress;
+  WorkState mState;
 };
 
 int Cut(const CutOptions& options, const BoundedRange& range, ServedSource* source) {
@@ -225,11 +232,12 @@ int Cut(const CutOptions& options, const BoundedRange& range, ServedSource* sour
   }
   RequireStreams(options.streams, summary.plan.streams);
 
-  shown.Expect(summary.plan.bytes);
+  shown.Expect(summary.plan);
   Excerpt excerpt(WantedBy(options, range), options.split, &archives, onBytes);
   for (const PartOfArchive& part : summary.plan.parts) {
     const OpenedArchive* const opened = timeline.Open(part.number);
     if (opened == nullptr) continue;
+    shown.BeginArchive(timeline.Archives()[part.number].path);
     for (const EntryRange& entries : part.ranges) excerpt.Add(part.number, *opened, entries);
   }
   excerpt.Finish();

@@ -152,6 +152,7 @@ std::uint64_t Rebuild(const HostOptions& host, const SourceFacts& source,
     if (error.Code() == kExitInterrupted) throw;
     counts = {{ServedArchive::State::kLeftOut, source.Archives().size()}};
   }
+  progress->Clear();
   const std::uint64_t failed = counts[ServedArchive::State::kLeftOut] + source.Others().size();
   if (asked.IsOneOfMany()) fmt::print(stderr, "{}: ", Escaped(asked.Given().path));
   fmt::print(stderr, "{} made anew, {} kept, {} cannot be indexed\n",

@@ -51,7 +51,7 @@ class Excerpt::Addition {
     SoundStretch stretch;
     while (stretches.Next(&stretch)) {
       Take(stretch, stretches.Known());
-      mExcerpt.mOnBytes(stretch.to - stretch.from);
+      mExcerpt.mOnBytes(DataOf(stretch, mFile));
     }
     mCopy.Flush();
   }

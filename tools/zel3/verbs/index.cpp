@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "archive/damage_scan.h"
+#include "client/progress_of_files.h"
 #include "client/timeline.h"
 #include "output/progress_bar.h"
 #include "output/tables.h"
@@ -35,13 +36,13 @@ const char* Name(State state) {
 // By path, of the archives whose indexes have been built just now.
 using DamageByPath = std::map<std::string, Damage>;
 
-DamageByPath FindDamage(Timeline* timeline) {
+DamageByPath FindDamage(Timeline* timeline, Progress* progress) {
   DamageByPath found;
   for (std::size_t number = 0; number < timeline->Archives().size(); ++number) {
     const ServedArchive& archive = timeline->Archives()[number];
     if (archive.state != State::kIndexed) continue;
     const Damage damage = found[archive.path] =
-        archive.damage ? *archive.damage : DamageOf(archive.path);
+        archive.damage ? *archive.damage : ShownDamageOf(archive.path, progress);
     if (damage.damaged > 0) {
       timeline->Doubt(number, "has " + Counted(damage.damaged, "damaged byte") +
                                   "; what they held is not in its index");
@@ -125,7 +126,7 @@ int Index(const HostOptions& host, const IndexOptions& options, AskedSource* ask
   ProgressBar progress;
   Timeline timeline(&source, &progress);
   timeline.IndexAll({options.jobs, true});
-  const DamageByPath damage = FindDamage(&timeline);
+  const DamageByPath damage = FindDamage(&timeline, &progress);
   const std::vector<ServedArchive> files = FilesByName(timeline, source.Facts());
   if (options.style.format == OutputFormat::kJson) {
     PrintAsJson(asked, source.Facts(), files, damage, options.style.Times());

@@ -12,6 +12,7 @@
 #include "output/tables.h"
 #include "sources/archive_source.h"
 #include "system/failure.h"
+#include "system/file_data.h"
 #include "text/shown_text.h"
 #include "verbs/mended_copy.h"
 #include "verbs/new_archives_output.h"
@@ -110,12 +111,14 @@ int RunMend(const MendOptions& options) {
   PlainFile file;
   if (!file.Open(path, PlainFile::Mode::kRead)) throw Failure("cannot open " + path);
   ProgressBar progress;
-  std::uint64_t done = 0;
-  const auto onBytes = [&](std::uint64_t bytes) {
-    done += bytes;
-    // Each byte is copied and looked at.
-    progress.Show("mending",
-                  static_cast<unsigned>(done * 50 / std::max<std::uint64_t>(file.Size(), 1)));
+  WorkState work;
+  work.what = "mending";
+  work.name = archive_source::FileName(path);
+  // Each byte is copied and looked at.
+  work.all = 2 * DataBytes(file.Handle(), 0, file.Size());
+  const auto onBytes = [&work, &progress](std::uint64_t bytes) {
+    work.done += bytes;
+    progress.Show(work);
   };
   const auto refuse = [&path](const std::string& output) {
     const std::vector<std::string> source{path};

@@ -78,7 +78,7 @@ class MendedCopy {
     SoundStretch stretch;
     while (stretches.Next(&stretch)) {
       Take(stretch, stretches.Known());
-      mOnBytes(stretch.to - stretch.from);
+      mOnBytes(DataOf(stretch, mFile));
     }
     mCopy.Flush();
     return std::move(mMended);

@@ -15,6 +15,7 @@
 #include "output/output_file.h"
 #include "output/output_refusal.h"
 #include "output/progress_bar.h"
+#include "sources/archive_source.h"
 #include "system/failure.h"
 #include "text/json_text.h"
 #include "text/shown_text.h"
@@ -36,6 +37,12 @@ std::string ChosenOutput(const ReadOptions& options, const SourceFacts& source) 
   return options.output;
 }
 
+class NoProgress : public Progress {
+ public:
+  void Show(const WorkState& /*state*/) override {}
+  void Clear() override {}
+};
+
 // What has been read.
 struct Summary {
   CopyCounts counts;
@@ -53,17 +60,28 @@ struct Summary {
 
 class RangeCopy {
  public:
-  RangeCopy(const BoundedRange& range, bool stopAtGap, Timeline* timeline, OutputFile* output)
-      : mRange(range), mStopAtGap(stopAtGap), mTimeline(*timeline), mOutput(*output) {}
+  RangeCopy(const BoundedRange& range, bool stopAtGap, Timeline* timeline, OutputFile* output,
+            Progress* progress)
+      : mRange(range),
+        mStopAtGap(stopAtGap),
+        mTimeline(*timeline),
+        mOutput(*output),
+        mProgress(*progress) {
+    mWork.what = "reading";
+  }
 
   Summary Copy() {
     const std::vector<ServedArchive>& archives = mTimeline.Archives();
+    mWork.count = static_cast<std::size_t>(
+        std::count_if(archives.begin(), archives.end(),
+                      [this](const ServedArchive& archive) { return MayReach(archive); }));
     for (std::size_t number = 0; number < archives.size() && !mSummary.stopped; ++number) {
-      const ServedArchive& archive = archives[number];
-      const ArchiveTime end = archive.end + std::max(archive.step, kLongestStep);
-      if (archive.IsLeftOut() || archive.start >= mRange.to || end < mRange.from) continue;
+      if (!MayReach(archives[number])) continue;
+      mWork.name = archive_source::FileName(archives[number].path);
+      ++mWork.number;
       if (const OpenedArchive* const opened = mTimeline.Open(number)) CopyOf(number, *opened);
     }
+    mProgress.Clear();
     return mSummary;
   }
 
@@ -71,10 +89,18 @@ class RangeCopy {
   // The last entry of an archive that is not indexed yet may last until the range begins.
   static constexpr ArchiveTime kLongestStep = 3600 * kArchiveTimePerIndexTime;
 
+  bool MayReach(const ServedArchive& archive) const {
+    const ArchiveTime end = archive.end + std::max(archive.step, kLongestStep);
+    return !archive.IsLeftOut() && archive.start < mRange.to && end >= mRange.from;
+  }
+
   void CopyOf(std::size_t number, const OpenedArchive& opened) {
-    EntryCopy copy(
-        opened.File(), opened.Index(), &mSummary.counts,
-        [this](const unsigned char* bytes, std::size_t size) { mOutput.Write(bytes, size); });
+    EntryCopy copy(opened.File(), opened.Index(), &mSummary.counts,
+                   [this](const unsigned char* bytes, std::size_t size) {
+                     mOutput.Write(bytes, size);
+                     mWork.done += size;
+                     mProgress.Show(mWork);
+                   });
     for (const EntryRange& range : EntriesWithin(opened, mRange.from, mRange.to)) {
       copy.Copy(range.first, UpToGap(number, opened, range));
       if (mSummary.stopped) break;
@@ -104,6 +130,8 @@ class RangeCopy {
   const bool mStopAtGap;
   Timeline& mTimeline;
   OutputFile& mOutput;
+  Progress& mProgress;
+  WorkState mWork;
   TimeWatch mWatch;
   Summary mSummary;
 };
@@ -168,7 +196,11 @@ int Read(const ReadOptions& options, const BoundedRange& range, const std::strin
   Timeline timeline(source, &progress);
   timeline.RequireOne();
 
-  Summary summary = RangeCopy(range, options.stopAtGap, &timeline, &output).Copy();
+  // On a terminal that gets the bytes there is no place for it.
+  NoProgress noProgress;
+  const bool isOccupied = OutputFile::IsStandardOutput(target) && isatty(STDOUT_FILENO) == 1;
+  Progress* const shown = isOccupied ? static_cast<Progress*>(&noProgress) : &progress;
+  Summary summary = RangeCopy(range, options.stopAtGap, &timeline, &output, shown).Copy();
   if (!summary.stopped) DoubtRecorded(range.from, range.to, &timeline);
   if (summary.counts.entries + summary.counts.damagedEntries == 0) {
     timeline.FailWithNothing(kNothingRecorded, SecondsHint({range.from, range.to}, timeline));

@@ -1,0 +1,184 @@
+// The line about the progress as a terminal gets it.
+
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+
+#include "archive/archive_writer.h"
+#include "support/program.h"
+#include "support/sample_archive.h"
+#include "support/terminal.h"
+#include "text/display_width.h"
+
+using testing::AllOf;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+constexpr char kErased[] = "\r\x1b[K";
+
+// What stands between moves to the start of the line, without the sequences that erase.
+std::vector<std::string> Lines(std::string written) {
+  for (const std::string erase : {"\x1b[K", "\x1b[J"}) {
+    for (std::size_t at; (at = written.find(erase)) != std::string::npos;)
+      written.erase(at, erase.size());
+  }
+  std::vector<std::string> lines{""};
+  for (const char character : written) {
+    if (character == '\r' || character == '\n') {
+      lines.emplace_back();
+    } else {
+      lines.back() += character;
+    }
+  }
+  return lines;
+}
+
+std::size_t Widest(const std::string& written) {
+  std::size_t widest = 0;
+  for (const std::string& line : Lines(written)) widest = std::max(widest, DisplayWidth(line));
+  return widest;
+}
+
+class ProgressOnTerminal : public ProgramTest {
+ protected:
+  void StartOn(const Terminal& terminal, const Arguments& arguments, const char* delay = "0") {
+    Start(arguments, [&terminal, delay] {
+      setenv("ZEL3_PROGRESS_DELAY", delay, 1);
+      unsetenv("COLUMNS");
+      terminal.TakeThePlaceOf(STDERR_FILENO);
+    });
+  }
+
+  // Takes some tenths of a second to read.
+  std::string LargeArchive() {
+    const std::string path = *this / "large.zel3";
+    ArchiveWriter writer(path);
+    writer.WriteHeader(OneStreamHeader());
+    const std::vector<unsigned char> data(32000, 'x');
+    for (std::uint32_t time = 1; time <= 200; ++time) {
+      writer.WriteIndex({time, 0, 1});
+      for (int i = 0; i < 20; ++i) writer.WriteData(1, 0, data.data(), data.size());
+    }
+    writer.Close();
+    return path;
+  }
+};
+
+}  // namespace
+
+TEST_F(ProgressOnTerminal, FitsAnyWidth) {
+  WriteScenario(Folder(), SampleScenario());
+  for (const unsigned columns : {1U, 2U, 5U, 20U, 40U, 80U, 200U}) {
+    SCOPED_TRACE(columns);
+    const Terminal terminal;
+    terminal.SetWidth(columns);
+    StartOn(terminal, {"index", Folder(), "--refresh"});
+    EXPECT_EQ(Finish().exitCode, 0);
+    const std::string written = terminal.Written();
+    EXPECT_LT(Widest(written), columns);
+    EXPECT_THAT(written, Not(HasSubstr("\n")));
+    if (columns < 5) {
+      EXPECT_EQ(Widest(written), 0U);
+    } else {
+      EXPECT_THAT(written, AllOf(HasSubstr("%"), EndsWith(kErased)));
+    }
+    EXPECT_EQ(written.find("1/3 indexing cam01_") != std::string::npos, columns > 60);
+  }
+}
+
+TEST_F(ProgressOnTerminal, EveryVerbThatTakesLongShowsIt) {
+  const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
+  const std::string from = std::to_string(SampleTime(0));
+  const std::string to = std::to_string(SampleTime(100000));
+  ASSERT_EQ(Run({"index", Folder()}).exitCode, 0);
+  struct Case {
+    Arguments arguments;
+    const char* shown;
+  };
+  const std::string first = SampleFile(Folder(), truth, 0);
+  const Case cases[] = {
+      {{"doctor", Folder()}, "1/3 examining cam01"},
+      {{"cut", Folder(), from, to, "-o", *this / "cut/a.zel3"}, "1/3 cutting cam01"},
+      {{"mend", first, "-o", *this / "cut/b.zel3"}, "mending cam01"},
+      {{"read", Folder(), from, to, "-o", *this / "cut/c"}, "1/3 reading cam01"},
+      {{"report", Folder(), "-o", *this / "cut/d"}, "1/3 collecting events of cam01"},
+      {{"info", Folder()}, "1/3 looking at cam01"},
+      {{"gaps", Folder()}, "1/3 going through cam01"},
+      {{"activity", Folder(), "--stream", "1"}, "1/3 measuring cam01"},
+      {{"index", Folder(), "--refresh"}, "1/3 indexing cam01"},
+  };
+  ASSERT_EQ(mkdir((*this / "cut").c_str(), 0700), 0);
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.shown);
+    const Terminal terminal;
+    terminal.SetWidth(100);
+    StartOn(terminal, each.arguments);
+    EXPECT_THAT(Finish().exitCode, testing::AnyOf(0, 3));
+    EXPECT_THAT(terminal.Written(), HasSubstr(each.shown));
+  }
+}
+
+TEST_F(ProgressOnTerminal, ShortWorkShowsNothing) {
+  WriteScenario(Folder(), SampleScenario());
+  const Terminal terminal;
+  StartOn(terminal, {"index", Folder()}, "60000");
+  EXPECT_EQ(Finish().exitCode, 0);
+  EXPECT_EQ(terminal.Written(), "");
+}
+
+TEST_F(ProgressOnTerminal, WithoutATerminalThereIsNone) {
+  WriteScenario(Folder(), SampleScenario());
+  Start({"index", Folder()}, [] { setenv("ZEL3_PROGRESS_DELAY", "0", 1); });
+  EXPECT_EQ(Finish().err, "");
+}
+
+TEST_F(ProgressOnTerminal, FollowsATerminalThatIsMadeNarrower) {
+  Terminal terminal;
+  terminal.SetWidth(80);
+  StartOn(terminal, {"doctor", LargeArchive()});
+  const std::string wide = terminal.WaitFor("%");
+  EXPECT_THAT(wide, HasSubstr("examining large.zel3 [..........................."));
+  SendSignal(SIGSTOP);
+  // What it had shown before it stopped.
+  usleep(50000);
+  terminal.SetWidth(20);
+  const std::string before = terminal.Written();
+  SendSignal(SIGCONT);
+  EXPECT_EQ(Finish().exitCode, 0);
+  const std::string after = terminal.Written().substr(before.size());
+  EXPECT_THAT(after, HasSubstr("%"));
+  EXPECT_LT(Widest(after), 20U);
+  EXPECT_THAT(after, HasSubstr("\x1b[J")) << "what the terminal has made of the wide line";
+}
+
+TEST_F(ProgressOnTerminal, IsTakenBackWhenTheUserInterrupts) {
+  Terminal terminal;
+  terminal.SetWidth(80);
+  StartOn(terminal, {"doctor", LargeArchive()});
+  terminal.WaitFor("examining");
+  SendSignal(SIGINT);
+  EXPECT_EQ(Finish().exitCode, 130);
+  EXPECT_THAT(terminal.Written(), EndsWith("\r\x1b[Kzel3: interrupted\r\n"));
+}
+
+TEST_F(ProgressOnTerminal, NoticesHaveTheirOwnLines) {
+  WriteScenario(Folder(), SampleScenario());
+  WriteFile(*this / "a.zel3", std::string(1000, 'x'));
+  LargeArchive();
+  for (const std::string jobs : {"1", "2"}) {
+    const Terminal terminal;
+    terminal.SetWidth(60);
+    StartOn(terminal, {"index", Folder(), "--refresh", "-j", jobs});
+    EXPECT_EQ(Finish().exitCode, 3);
+    const std::string written = terminal.Written();
+    for (std::size_t at = 0; (at = written.find("zel3: ", at)) != std::string::npos; ++at) {
+      if (at == 0 || written[at - 1] == '\n') continue;
+      EXPECT_EQ(written.substr(at - 4, 4), kErased);
+    }
+  }
+}
