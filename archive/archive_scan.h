@@ -1,14 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 
-#include "parser/framing_parser.h"
-
-// Gets the number of bytes that have been dealt with since the last call. Holes of files that are
-// skipped do not count.
-using OnBytesRead = std::function<void(std::uint64_t)>;
+#include "archive/file_scan.h"
 
 // Numbers of bytes.
 struct ScannedBytes {

@@ -35,13 +35,40 @@ void Watch() {
 }
 
 void WatchAllEndings() {
+  WatchTermination();
+  Take(SIGPIPE, SIG_IGN);
+}
+
+void WatchTermination() {
   TakeUnlessIgnored(SIGTERM);
   TakeUnlessIgnored(SIGHUP);
-  Take(SIGPIPE, SIG_IGN);
 }
 
 void Check() {
   if (wanted != 0) throw Failure("interrupted", kExitInterrupted);
+}
+
+void Forget() {
+  wanted = 0;
+}
+
+void WaitFor(pollfd* ready, std::size_t count, std::optional<std::chrono::milliseconds> longest) {
+  constexpr int kPerSecond = 1000;
+  constexpr long kNanoseconds = 1'000'000;
+  timespec time = {};
+  if (longest) {
+    time.tv_sec = static_cast<time_t>(longest->count() / kPerSecond);
+    time.tv_nsec = static_cast<long>(longest->count() % kPerSecond) * kNanoseconds;
+  }
+  // A signal that comes between the look and the wait is kept back until the wait has begun.
+  sigset_t endings;
+  sigset_t before;
+  sigemptyset(&endings);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&endings, signal);
+  pthread_sigmask(SIG_BLOCK, &endings, &before);
+  if (wanted == 0) ppoll(ready, count, longest ? &time : nullptr, &before);
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  Check();
 }
 
 }  // namespace interruption

@@ -55,11 +55,13 @@ bool IsTime(const std::string& word, bool mayStand) {
 std::size_t CountTimes(const CLI::App& app, const Words& words,
                        const std::vector<CLI::Option*>& times, Times need) {
   const std::size_t most = std::min(times.size(), words.size() - 1);
+  const bool isFollowed = IsGiven(app, "--follow");
   const bool sinceIsGiven = IsGiven(app, "--since");
   const bool endIsGiven = IsGiven(app, "--until") || IsGiven(app, "--for");
   const bool areRequired = std::all_of(
       times.begin(), times.end(), [](const CLI::Option* time) { return time->get_required(); });
-  if (areRequired || (need == Times::kNeeded && !sinceIsGiven && !endIsGiven)) return most;
+  const bool isNeeded = need == Times::kNeeded && !sinceIsGiven && !endIsGiven && !isFollowed;
+  if (areRequired || isNeeded) return most;
   std::size_t count = 0;
   while (count < most && IsTime(words[words.size() - 1 - count], !sinceIsGiven)) ++count;
   return count;

@@ -72,6 +72,8 @@ void AddEvents(CLI::App* app, Options* options, Run* run) {
                                                       "only events of this type; may be repeated")
       ->allow_extra_args(false)
       ->type_name(CLI::detail::join(event_types::Names(), "|") + "|NUMBER");
+  verb->add_flag("--follow", events->follow,
+                 "go on with new events as they are written, until interrupted");
   AddNoIndex(verb, &events->missingIndexes);
   AddStyle(verb, &events->style, {"text", "jsonl", "csv", "json"});
 }

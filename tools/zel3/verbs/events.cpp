@@ -9,6 +9,7 @@
 #include "verbs/asked_source.h"
 #include "verbs/empty_answer.h"
 #include "verbs/event_printer.h"
+#include "verbs/events_follow.h"
 
 namespace {
 
@@ -52,6 +53,7 @@ int Events(const HostOptions& host, const EventsOptions& options, const OpenRang
 }  // namespace
 
 int RunEvents(const HostOptions& host, const EventsOptions& options) {
+  if (options.follow) return FollowEvents(options);
   const OpenRange range = RangeOf(options.range);
   return AnswerForEach(options.sources, options.style.format, [&](AskedSource* asked) {
     EventPrinter printer(options.style, asked);

@@ -14,6 +14,7 @@ struct EventsOptions {
   SourceArguments sources;
   RangeOptions range;
   std::vector<std::uint8_t> types;  // empty: all
+  bool follow = false;              // goes on with what is written
   MissingIndexes missingIndexes = MissingIndexes::kBuild;
   OutputStyle style;
 };

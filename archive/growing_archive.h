@@ -1,0 +1,84 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "archive/entry_at_end.h"
+#include "archive/file_scan.h"
+#include "blocks/units.h"
+#include "indexer/plain_file.h"
+#include "parser/framing_parser.h"
+
+// An archive file that may still be written: hands over what is new in it at each look, record by
+// record. A record that is not whole yet is waited for; damage is passed over as ScanArchive passes
+// over it, and told when the next record is found. No byte is read twice.
+//
+// The file is kept open between looks, so that what is written to it before it gets another name
+// can still be read.
+class GrowingArchive {
+ public:
+  // Borrows the sink. Nothing is opened yet. Positions are those of the file.
+  GrowingArchive(std::string path, FramingSink* sink);
+  ~GrowingArchive();
+  GrowingArchive(const GrowingArchive&) = delete;
+  GrowingArchive& operator=(const GrowingArchive&) = delete;
+
+  // Only what is written from now on is handed over, a record that is not whole yet included. When
+  // there is something, the header and the index record in force come before it. REQUIRES: no look.
+  void BeginAtEnd();
+  // What stands before this entry is not handed over; the header in force is. REQUIRES: no look.
+  void BeginAt(const EntryStart& start);
+
+  enum class Found {
+    kNothing,
+    kMore,      // has been handed over
+    kShorter,   // than it was: it is read from its beginning at the next look
+    kReplaced,  // by another file of the name: likewise, after all that the earlier one held
+    kGone,      // nothing has the name any more; told once
+    kNotRead,   // it cannot be opened, or is not a plain file; told once
+  };
+
+  // Throws what the sink throws, which leaves the archive unusable, and Failure when the user
+  // interrupts.
+  Found Look();
+
+  const std::string& Path() const { return mPath; }
+  // The file has another name now.
+  void MoveTo(const std::string& path) { mPath = path; }
+  // Gives the handle back until the next look.
+  void Close();
+  bool IsOpen() const { return mFile.IsOpen(); }
+
+  // How many bytes of the file have been read, and how many of them could not be.
+  std::uint64_t BytesRead() const { return mBytesRead; }
+  std::uint64_t Unreadable() const { return mScan ? mScan->Unreadable() : 0; }
+
+ private:
+  using FileId = std::pair<std::uint64_t, std::uint64_t>;  // device and inode
+
+  // Hands a parser's finds on, at their places in the file.
+  class Placed;
+
+  bool Open();
+  void Restart();
+  void Prepare();
+  void ReadUpTo(FilePosition end);
+  FilePosition Position() const;
+  Found Tell(Found found);
+
+  std::string mPath;
+  FramingSink& mSink;
+  PlainFile mFile;
+  std::optional<FileId> mId;
+  // What has been taken before the first byte is read; then the scan knows.
+  std::optional<FilePosition> mBeginAtEnd;
+  EntryStart mStart;
+  std::unique_ptr<Placed> mPlaced;
+  std::optional<FramingParser> mParser;
+  std::optional<FileScan> mScan;
+  std::uint64_t mBytesRead = 0;
+  Found mTold = Found::kNothing;
+};

@@ -1,0 +1,215 @@
+#include "sources/followed_archives.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "archive/archive_ends.h"
+#include "archive/archive_recognition.h"
+#include "sources/archive_source.h"
+#include "system/file_status.h"
+
+namespace {
+
+// Files that are kept open, so that none of their last bytes is missed.
+constexpr std::size_t kMostOpen = 32;
+
+}  // namespace
+
+// Hands the records of one archive on, and tells of damage.
+class FollowedArchives::Followed : public FramingSink {
+ public:
+  Followed(FollowedArchives* owner, const FollowedFile& followed)
+      : file(followed),
+        records(owner->mMakeRecords(followed)),
+        archive(followed.path, this),
+        mOwner(*owner) {}
+
+  void OnHeader(FilePosition position, const ArchiveHeader& header) override {
+    records->OnHeader(position, header);
+  }
+  void OnIndex(FilePosition position, const IDX_T& index) override {
+    records->OnIndex(position, index);
+  }
+  void OnData(FilePosition position, const DATA_T& head, const unsigned char* payload,
+              Tag kind) override {
+    records->OnData(position, head, payload, kind);
+  }
+  void OnEmptyData(FilePosition position, std::uint64_t count, Tag kind) override {
+    records->OnEmptyData(position, count, kind);
+  }
+  void OnDamage(FilePosition position, std::uint64_t bytes) override {
+    mOwner.mDamaged += bytes;
+    Tell(std::to_string(bytes) + " bytes from " + std::to_string(position) +
+         " on are damaged, and what they held is not known");
+    records->OnDamage(position, bytes);
+  }
+  void OnCutOff(FilePosition position, std::uint64_t bytes) override {
+    Tell("ended within a record, after " + std::to_string(bytes) + " bytes of it");
+    records->OnCutOff(position, bytes);
+  }
+
+  void Tell(const std::string& what) const {
+    mOwner.mOnNotice(mOwner.NameOf(*this) + ": " + what);
+  }
+
+  FollowedFile file;
+  const std::unique_ptr<FollowedRecords> records;
+  GrowingArchive archive;
+  bool isArchive = false;
+  bool isTold = false;  // that it is not an archive
+  bool isGone = false;
+  std::uint64_t unreadable = 0;
+
+ private:
+  FollowedArchives& mOwner;
+};
+
+FollowedArchives::FollowedArchives(FollowedFiles* files, MakeRecords makeRecords, OnNotice onNotice)
+    : mFiles(*files), mMakeRecords(std::move(makeRecords)), mOnNotice(std::move(onNotice)) {}
+
+FollowedArchives::~FollowedArchives() = default;
+
+std::string FollowedArchives::NameOf(const Followed& followed) const {
+  return mFiles.AreMany() ? followed.file.path : archive_source::FileName(followed.file.path);
+}
+
+FollowedArchives::Followed* FollowedArchives::Add(const FollowedFile& file) {
+  return (mArchives[file.path] = std::make_unique<Followed>(this, file)).get();
+}
+
+void FollowedArchives::Follow(const Begin& begin, int output) {
+  std::vector<Found> found;
+  for (const FollowedFile& file : mFiles.FindAll()) {
+    Followed* const followed = Add(file);
+    Found each{file, std::nullopt, std::nullopt, &followed->archive};
+    PlainFile opened;
+    if (IsArchive(followed) && opened.Open(file.path, PlainFile::Mode::kRead)) {
+      if (const auto ends = EndsOf(opened)) {
+        each.start = ends->start;
+        each.end = ends->end;
+      } else {
+        const EntryStart last = LastEntry(opened, opened.Size());
+        each.start = last.earliest;
+        each.end = last.latest;
+      }
+    }
+    found.push_back(each);
+  }
+  std::stable_sort(found.begin(), found.end(), [](const Found& one, const Found& two) {
+    if (one.file.source != two.file.source) return one.file.source < two.file.source;
+    // What has no entry yet is about to get its first.
+    if (one.start.has_value() != two.start.has_value()) return one.start.has_value();
+    return one.start < two.start;
+  });
+  begin(found);
+  for (const Found& each : found) LookAt(mArchives.at(each.file.path).get());
+
+  while (!mFiles.IsReaderGone()) {
+    const FileNews news = mFiles.Wait(std::nullopt, output);
+    Rename(news.renamed);
+    for (const std::string& path : news.gone) {
+      const auto followed = mArchives.find(path);
+      if (followed == mArchives.end()) continue;
+      // All that it held comes before the word.
+      LookAt(followed->second.get());
+      followed->second->isGone = true;
+      if (!followed->second->archive.IsOpen()) mArchives.erase(followed);
+    }
+    for (const std::string& path : news.touched) {
+      const auto followed = mArchives.find(path);
+      if (followed != mArchives.end()) LookAt(followed->second.get());
+    }
+    for (const FollowedFile& file : news.appeared) {
+      const auto known = mArchives.find(file.path);
+      const bool isBack = known != mArchives.end();
+      if (isBack) known->second->isGone = false;
+      LookAt(isBack ? known->second.get() : Add(file));
+    }
+  }
+}
+
+void FollowedArchives::Rename(const std::vector<std::pair<std::string, std::string>>& renamed) {
+  std::vector<std::pair<std::string, std::unique_ptr<Followed>>> moved;
+  for (const auto& [from, to] : renamed) {
+    const auto followed = mArchives.find(from);
+    if (followed == mArchives.end()) continue;
+    followed->second->Tell("is " + to + " now, and is followed there");
+    moved.emplace_back(to, std::move(followed->second));
+    mArchives.erase(followed);
+  }
+  for (auto& [to, followed] : moved) {
+    followed->file.path = to;
+    followed->archive.MoveTo(to);
+    const auto replaced = mArchives.find(to);
+    if (replaced != mArchives.end()) {
+      LookAt(replaced->second.get());
+      mOpen.remove(replaced->second.get());
+      mArchives.erase(replaced);
+    }
+    mArchives[to] = std::move(followed);
+  }
+}
+
+// A file that is not one yet may become one.
+bool FollowedArchives::IsArchive(Followed* followed) {
+  if (followed->isArchive) return true;
+  const auto status = StatusOf(followed->file.path);
+  if (!status || (S_ISREG(status->stx_mode) && status->stx_size < kMarkerSize)) return false;
+  const auto why = WhyNotForReaders(followed->file.path);
+  followed->isArchive = !why;
+  if (why && !std::exchange(followed->isTold, true)) {
+    mOnNotice(NameOf(*followed) + " " + *why + "; it is left out");
+  }
+  return followed->isArchive;
+}
+
+void FollowedArchives::LookAt(Followed* followed) {
+  if (!IsArchive(followed)) return;
+  for (;;) {
+    const GrowingArchive::Found found = followed->archive.Look();
+    const std::uint64_t unreadable = followed->archive.Unreadable();
+    if (unreadable > followed->unreadable) {
+      mDamaged += unreadable - followed->unreadable;
+      followed->Tell(std::to_string(unreadable - followed->unreadable) +
+                     " bytes cannot be read, and what they held is not known");
+    }
+    followed->unreadable = unreadable;
+    switch (found) {
+      case GrowingArchive::Found::kShorter:
+        followed->Tell("has become shorter, and is read from its beginning");
+        break;
+      case GrowingArchive::Found::kReplaced:
+        followed->Tell("is another file now, which is read from its beginning");
+        break;
+      case GrowingArchive::Found::kGone:
+        followed->Tell("is not there any more");
+        break;
+      case GrowingArchive::Found::kNotRead:
+        followed->Tell("cannot be read now");
+        break;
+      case GrowingArchive::Found::kNothing:
+      case GrowingArchive::Found::kMore:
+        break;
+    }
+    const bool beginsAnew =
+        found == GrowingArchive::Found::kShorter || found == GrowingArchive::Found::kReplaced;
+    if (!beginsAnew) break;
+    followed->records->Begin();
+    followed->isArchive = false;
+    followed->isTold = false;
+    if (!IsArchive(followed)) break;
+  }
+  followed->records->EndOfLook();
+  KeepOpen(followed);
+}
+
+void FollowedArchives::KeepOpen(Followed* followed) {
+  mOpen.remove(followed);
+  if (!followed->archive.IsOpen()) return;
+  mOpen.push_front(followed);
+  if (mOpen.size() <= kMostOpen) return;
+  Followed* const last = mOpen.back();
+  mOpen.pop_back();
+  last->archive.Close();
+  if (last->isGone) mArchives.erase(std::string(last->file.path));
+}

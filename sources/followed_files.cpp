@@ -1,0 +1,234 @@
+#include "sources/followed_files.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "sources/archive_source.h"
+#include "sources/folder_tree.h"
+#include "system/file_handle.h"
+#include "system/file_status.h"
+
+namespace {
+
+std::pair<std::uint64_t, std::uint64_t> IdOf(const struct statx& status) {
+  return {std::uint64_t{status.stx_dev_major} << 32 | status.stx_dev_minor, status.stx_ino};
+}
+
+}  // namespace
+
+FollowedFiles::FollowedFiles(const SourceArguments& arguments, OnNotice onNotice)
+    : mIsRecursive(arguments.recursive),
+      mIsMerged(arguments.merge),
+      mOnNotice(onNotice),
+      mWatch(std::move(onNotice)) {
+  FileHandle output(STDOUT_FILENO);
+  const auto status = StatusOf(output);
+  output.Release();
+  if (status && S_ISREG(status->stx_mode)) mOutput = IdOf(*status);
+
+  // Folders first: a file that is named beside its folder belongs to the folder.
+  std::vector<std::string> files;
+  for (const std::string& path : arguments.paths) {
+    const std::string located = archive_source::Locate(path);
+    std::set<std::string> added;
+    if (!archive_source::IsFolder(located)) {
+      files.push_back(located);
+    } else if (mIsRecursive) {
+      AddTree(located, false, &added);
+    } else {
+      AddFolder(located, false, false);
+    }
+  }
+  for (const std::string& file : files) AddFile(file);
+  if (mIsMerged) {
+    mSources.push_back(mFolders.begin()->first);
+    for (auto& [path, folder] : mFolders) folder.source = 0;
+    return;
+  }
+  for (auto& [path, folder] : mFolders) {
+    if (!mIsRecursive || !folder.isListed) SourceOf(&folder, path);
+  }
+  mAreMany = mIsRecursive || mSources.size() > 1;
+}
+
+void FollowedFiles::AddFile(const std::string& path) {
+  const std::string folder = archive_source::FolderOf(path);
+  mFolders[folder].named.insert(path);
+  mWatch.Add(folder);
+}
+
+void FollowedFiles::AddFolder(const std::string& path, bool isTree, bool isBelow) {
+  const auto status = StatusOf(path);
+  if (!status) return;
+  const auto [known, isNew] = mFolderIds.insert({IdOf(*status), path});
+  if (!isNew && known->second != path) {
+    // Another way to it, unless it has been renamed.
+    if (StatusOf(known->second)) return;
+    known->second = path;
+  }
+  Folder& folder = mFolders[path];
+  folder.isListed = true;
+  folder.isTree = isTree;
+  folder.isBelow = isBelow;
+  if (mIsMerged && !mSources.empty()) folder.source = 0;
+  mWatch.Add(path);
+}
+
+void FollowedFiles::AddTree(const std::string& top, bool isBelow, std::set<std::string>* added) {
+  const FolderTree tree = FoldersBelow(top);
+  for (const std::string& folder : tree.folders) {
+    const auto known = mFolders.find(folder);
+    if (known != mFolders.end() && known->second.isListed) continue;
+    AddFolder(folder, true, isBelow || folder != top);
+    added->insert(folder);
+  }
+  for (const std::string& problem : tree.problems) mOnNotice(problem);
+}
+
+std::size_t FollowedFiles::SourceOf(Folder* folder, const std::string& path) {
+  if (folder->source) return *folder->source;
+  folder->source = mSources.size();
+  const bool isOneFile = !folder->isListed && folder->named.size() == 1;
+  mSources.push_back(isOneFile ? *folder->named.begin() : path);
+  return *folder->source;
+}
+
+std::map<std::string, FollowedFiles::FileId> FollowedFiles::Listed(const std::string& path,
+                                                                   const Folder& folder) {
+  std::vector<std::string> names(folder.named.begin(), folder.named.end());
+  if (folder.isListed && archive_source::IsFolder(path)) names = archive_source::Files(path);
+  std::map<std::string, FileId> listed;
+  for (const std::string& name : names) {
+    const auto status = StatusOf(name);
+    if (!status || !S_ISREG(status->stx_mode)) continue;
+    const FileId id = IdOf(*status);
+    if (id != mOutput) {
+      listed[name] = id;
+    } else if (!std::exchange(mHasToldOutput, true)) {
+      mOnNotice(name + " is what is written to; it is left out");
+    }
+  }
+  return listed;
+}
+
+std::vector<FollowedFile> FollowedFiles::FindAll() {
+  std::set<std::string> folders;
+  for (const auto& [path, folder] : mFolders) folders.insert(path);
+  FileNews news;
+  Relist(folders, &news);
+  return news.appeared;
+}
+
+// A file behind a link changes where the link leads.
+void FollowedFiles::Watch(const std::string& file) {
+  const std::string real = archive_source::CanonicalPath(file);
+  if (real == archive_source::CanonicalPath(archive_source::FolderOf(file)) + "/" +
+                  archive_source::FileName(file)) {
+    return;
+  }
+  mLeadTo[real] = file;
+  mWatch.Add(archive_source::FolderOf(real));
+}
+
+void FollowedFiles::Relist(const std::set<std::string>& folders, FileNews* news) {
+  std::set<std::string> all = folders;
+  for (const std::string& path : folders) {
+    const auto folder = mFolders.find(path);
+    if (folder != mFolders.end() && folder->second.isTree && archive_source::IsFolder(path))
+      AddTree(path, true, &all);
+  }
+  std::map<std::string, FileId> listed;
+  std::map<std::string, std::string> folderOf;
+  for (const std::string& path : all) {
+    const auto folder = mFolders.find(path);
+    if (folder == mFolders.end()) continue;
+    for (const auto& [file, id] : Listed(path, folder->second)) {
+      listed[file] = id;
+      folderOf[file] = path;
+    }
+  }
+
+  std::map<FileId, std::string> lost;  // by what they were: names that no longer lead there
+  std::set<std::string> unnamed;
+  for (const auto& [file, known] : mFiles) {
+    if (all.count(known.folder) == 0) continue;
+    const auto now = listed.find(file);
+    if (now != listed.end() && now->second == known.id) continue;
+    lost[known.id] = file;
+    if (now == listed.end()) unnamed.insert(file);
+  }
+  std::set<FileId> ids;
+  for (const auto& [file, known] : mFiles) {
+    if (lost.count(known.id) == 0) ids.insert(known.id);
+  }
+
+  std::map<std::string, Known> moved;
+  std::vector<std::string> fresh;
+  for (const auto& [file, id] : listed) {
+    const auto known = mFiles.find(file);
+    if (known != mFiles.end() && known->second.id == id) continue;
+    const auto before = lost.find(id);
+    if (before != lost.end()) {
+      news->renamed.push_back({before->second, file});
+      moved[file] = {id, folderOf[file]};
+      unnamed.erase(before->second);
+      lost.erase(before);
+      ids.insert(id);
+    } else {
+      fresh.push_back(file);
+    }
+  }
+  for (const auto& [from, to] : news->renamed) mFiles.erase(from);
+  for (const std::string& file : unnamed) {
+    mFiles.erase(file);
+    news->gone.push_back(file);
+  }
+  for (const auto& [file, known] : moved) {
+    mFiles[file] = known;
+    news->touched.push_back(file);
+  }
+  archive_source::SortByName(&fresh);
+  std::stable_sort(fresh.begin(), fresh.end(), [&](const std::string& one, const std::string& two) {
+    return folderOf[one] < folderOf[two];
+  });
+  for (const std::string& file : fresh) {
+    const FileId id = listed[file];
+    if (!ids.insert(id).second) continue;  // another name of one that is followed
+    const bool isReplaced = mFiles.count(file) != 0;
+    mFiles[file] = {id, folderOf[file]};
+    Watch(file);
+    if (isReplaced) {
+      news->touched.push_back(file);
+    } else {
+      news->appeared.push_back({file, SourceOf(&mFolders[folderOf[file]], folderOf[file])});
+    }
+  }
+  for (const std::string& path : folders) {
+    const auto folder = mFolders.find(path);
+    if (folder == mFolders.end() || !folder->second.isBelow || StatusOf(path)) continue;
+    mWatch.Remove(path);
+    mFolders.erase(folder);
+  }
+}
+
+FileNews FollowedFiles::Wait(std::optional<ChangeWatch::Clock::time_point> until, int output) {
+  Changes changes = mWatch.Wait(until, output);
+  FileNews news;
+  if (changes.all) {
+    for (const auto& [path, folder] : mFolders) changes.folders.insert(path);
+    for (const auto& [file, known] : mFiles) changes.paths.insert(file);
+  }
+  // A link that leads into a folder may lead elsewhere now, or to nothing.
+  for (const auto& [real, file] : mLeadTo) {
+    if (changes.folders.count(archive_source::FolderOf(real)) != 0)
+      changes.folders.insert(archive_source::FolderOf(file));
+    if (changes.paths.count(real) != 0) changes.paths.insert(file);
+  }
+  if (!changes.folders.empty()) Relist(changes.folders, &news);
+  for (const std::string& path : changes.paths) {
+    if (mFiles.count(path) != 0) news.touched.push_back(path);
+  }
+  return news;
+}
