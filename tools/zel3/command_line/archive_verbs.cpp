@@ -64,6 +64,8 @@ void AddIndex(CLI::App* app, Options* options, Run* run) {
   AddSources(verb, &options->index.sources);
   AddMerge(verb, &options->index.sources);
   verb->add_flag("--refresh", options->index.refresh, "also build those anew that are there");
+  verb->add_flag("--watch", options->index.watch,
+                 "go on with files as they are finished, until interrupted");
   const auto jobs = [](const std::string& text) {
     const auto number = NumberFromText<std::size_t>(text);
     return number == std::size_t{0} ? std::nullopt : number;
@@ -71,7 +73,7 @@ void AddIndex(CLI::App* app, Options* options, Run* run) {
   AddParsed(verb, "-j,--jobs", &options->index.jobs, jobs, "number from 1 on",
             "how many files are indexed at once, each by a process of its own; default: 1")
       ->type_name("NUMBER");
-  AddStyle(verb, &options->index.style);
+  AddStyle(verb, &options->index.style, {"text", "json", "jsonl"});
 }
 
 void AddCaches(CLI::App* app, Options* options, Run* run) {

@@ -49,6 +49,8 @@ void AddRead(CLI::App* app, Options* options, Run* run) {
                "ends before the first entry at or after this time");
   verb->add_option("-o,--output", read->output, "where to write; -: the standard output (default)")
       ->type_name("PATH");
+  verb->add_flag("--follow", read->follow,
+                 "go on with new records as they are written, until interrupted");
   verb->add_flag("--stop-at-gap", read->stopAtGap, "end where nothing is recorded");
   AddStyle(verb, &read->style);
 }

@@ -15,6 +15,7 @@
 #include "text/shown_text.h"
 #include "times/time_text.h"
 #include "verbs/asked_source.h"
+#include "verbs/index_watch.h"
 
 namespace {
 
@@ -73,27 +74,30 @@ std::vector<ServedArchive> FilesByName(const Timeline& timeline, const SourceFac
   return files;
 }
 
+Json AsJson(const SourceFacts& source, const ServedArchive& file, const DamageByPath& damage,
+            TimeFormat times) {
+  Json json;
+  json["file"] = source.NameOf(file.path);
+  json["state"] = Name(file.state);
+  if (file.HasIndex()) {
+    json["start"] = TimeJson(file.start, times);
+    json["end"] = TimeJson(file.end, times);
+    json["entries"] = file.entries;
+    const auto found = damage.find(file.path);
+    const bool isKnown = found != damage.end();
+    json["damagedBytes"] = isKnown ? Json(found->second.damaged) : Json(nullptr);
+    json["cutOffBytes"] = isKnown ? Json(found->second.cutOff) : Json(nullptr);
+  } else {
+    json["why"] = file.why;
+  }
+  return json;
+}
+
 void PrintAsJson(AskedSource* asked, const SourceFacts& source,
                  const std::vector<ServedArchive>& files, const DamageByPath& damage,
                  TimeFormat times) {
   Json list = Json::array();
-  for (const ServedArchive& file : files) {
-    Json entry;
-    entry["file"] = source.NameOf(file.path);
-    entry["state"] = Name(file.state);
-    if (file.HasIndex()) {
-      entry["start"] = TimeJson(file.start, times);
-      entry["end"] = TimeJson(file.end, times);
-      entry["entries"] = file.entries;
-      const auto found = damage.find(file.path);
-      const bool isKnown = found != damage.end();
-      entry["damagedBytes"] = isKnown ? Json(found->second.damaged) : Json(nullptr);
-      entry["cutOffBytes"] = isKnown ? Json(found->second.cutOff) : Json(nullptr);
-    } else {
-      entry["why"] = file.why;
-    }
-    list.push_back(std::move(entry));
-  }
+  for (const ServedArchive& file : files) list.push_back(AsJson(source, file, damage, times));
   Json json;
   json["source"] = source.Path();
   json["files"] = std::move(list);
@@ -130,6 +134,9 @@ int Index(const HostOptions& host, const IndexOptions& options, AskedSource* ask
   const std::vector<ServedArchive> files = FilesByName(timeline, source.Facts());
   if (options.style.format == OutputFormat::kJson) {
     PrintAsJson(asked, source.Facts(), files, damage, options.style.Times());
+  } else if (options.style.format == OutputFormat::kJsonLines) {
+    for (const ServedArchive& file : files)
+      asked->PrintJsonRow(AsJson(source.Facts(), file, damage, options.style.Times()));
   } else {
     PrintAsText(asked, source.Facts(), files, options.style.Times());
   }
@@ -142,6 +149,7 @@ int Index(const HostOptions& host, const IndexOptions& options, AskedSource* ask
 }  // namespace
 
 int RunIndex(const HostOptions& host, const IndexOptions& options) {
+  if (options.watch) return WatchAndIndex(host, options);
   // Other processes are to end with this one.
   if (options.jobs > 1) interruption::WatchAllEndings();
   return AnswerForEach(options.sources, options.style.format,

@@ -22,6 +22,7 @@
 #include "times/time_text.h"
 #include "verbs/asked_source.h"
 #include "verbs/empty_answer.h"
+#include "verbs/read_follow.h"
 
 namespace {
 
@@ -218,6 +219,7 @@ int Read(const ReadOptions& options, const BoundedRange& range, const std::strin
 }  // namespace
 
 int RunRead(const HostOptions& host, const ReadOptions& options) {
+  if (options.follow) return FollowBytes(options);
   const BoundedRange range = BoundedRangeOf(options.range);
   return AnswerForOne(options.sources, "read", [&](AskedSource* asked) {
     ServedSource source(host, asked->Given(), MissingIndexes::kBuild, asked->Teller());

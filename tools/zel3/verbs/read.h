@@ -12,6 +12,7 @@ struct ReadOptions {
   RangeOptions range;
   std::string output;  // "-": the standard output; empty: the same, unless it is a terminal
   bool stopAtGap = false;
+  bool follow = false;  // goes on with what is written
   OutputStyle style;  // of what is told about the bytes
 };
 

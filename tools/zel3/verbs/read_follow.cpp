@@ -1,0 +1,125 @@
+#include "verbs/read_follow.h"
+
+#include <unistd.h>
+
+#include <iostream>
+#include <limits>
+#include <set>
+
+#include "archive/entry_at_end.h"
+#include "output/live_output.h"
+#include "output/notice.h"
+#include "output/output_file.h"
+#include "output/output_refusal.h"
+#include "sources/followed_archives.h"
+#include "system/failure.h"
+#include "system/interruption.h"
+#include "text/shown_text.h"
+#include "verbs/follow_range.h"
+#include "verbs/live_archive.h"
+
+namespace {
+
+using FoundArchive = FollowedArchives::Found;
+
+void BeginAtEntry(const FoundArchive& found, ArchiveTime time) {
+  PlainFile file;
+  if (!file.Open(found.file.path, PlainFile::Mode::kRead)) return;
+  found.archive->BeginAt(LastEntry(file, file.Size(), time));
+}
+
+// All that begins at `time` or goes on then, or, when all has ended before, the last entry.
+void BeginFrom(const std::vector<FoundArchive>& found, ArchiveTime time) {
+  const FoundArchive* last = nullptr;
+  bool goesOn = false;
+  for (const FoundArchive& each : found) {
+    if (!each.end) continue;
+    goesOn = goesOn || (*each.start <= time && time <= *each.end);
+    if (*each.end < time && (last == nullptr || *last->end <= *each.end)) last = &each;
+  }
+  for (const FoundArchive& each : found) {
+    if (!each.end || *each.start >= time) continue;
+    if (*each.end >= time || (&each == last && !goesOn)) {
+      BeginAtEntry(each, time);
+    } else {
+      each.archive->BeginAtEnd();
+    }
+  }
+}
+
+// The files that have been followed must stay also when the output gets its name.
+class Output {
+ public:
+  explicit Output(const std::string& target) : mTarget(target), mFile(target) {}
+
+  void Follow(const std::string& archive) { mArchives.insert(archive); }
+  void Write(const std::vector<unsigned char>& bytes) { mFile.Write(bytes); }
+  void RefuseToHarmArchives() const {
+    if (OutputFile::IsStandardOutput(mTarget)) return;
+    RefuseToHarm(std::vector<std::string>(mArchives.begin(), mArchives.end()), mTarget);
+  }
+  void Finish() {
+    RefuseToHarmArchives();
+    mFile.Finish();
+  }
+  std::uint64_t BytesWritten() const { return mFile.BytesWritten(); }
+
+ private:
+  const std::string mTarget;
+  OutputFile mFile;
+  std::set<std::string> mArchives;
+};
+
+std::string TargetOf(const ReadOptions& options) {
+  if (!options.output.empty()) return options.output;
+  if (isatty(STDOUT_FILENO) == 1) {
+    throw Failure("archive bytes are not for a terminal: give -o FILE, or -o - to insist",
+                  kExitUsage);
+  }
+  return "-";
+}
+
+}  // namespace
+
+int FollowBytes(const ReadOptions& options) {
+  const std::optional<ArchiveTime> from = FollowedFrom(options.range);
+  if (options.stopAtGap || options.style.format != OutputFormat::kText) {
+    throw Failure(
+        "--follow goes on until it is interrupted: it does not go with --stop-at-gap or "
+        "--format json",
+        kExitUsage);
+  }
+  const std::string target = TargetOf(options);
+  interruption::WatchTermination();
+  FollowedFiles files(options.sources, PrintNotice);
+  if (files.AreMany()) {
+    throw Failure("read takes one timeline, and these may be several: --merge makes one of them",
+                  kExitUsage);
+  }
+  Output output(target);
+  LiveArchive archive([&](const std::vector<unsigned char>& bytes) { output.Write(bytes); });
+  FollowedArchives archives(
+      &files,
+      [&](const FollowedFile& file) {
+        output.Follow(file.path);
+        return archive.RecordsOf();
+      },
+      PrintNotice);
+  const auto begin = [&](const std::vector<FoundArchive>& found) {
+    output.RefuseToHarmArchives();
+    BeginFrom(found, from.value_or(std::numeric_limits<ArchiveTime>::max()));
+  };
+  try {
+    archives.Follow(begin, OutputFile::IsStandardOutput(target) ? STDOUT_FILENO : -1);
+  } catch (const Failure& failure) {
+    if (failure.Code() != kExitInterrupted) throw;
+    // This is how it ends; a further interrupt gives up what has been written.
+    interruption::Forget();
+    archive.Flush();
+    output.Finish();
+    std::cerr << Counted(archive.Entries(), "entry", "entries") << ", " << output.BytesWritten()
+              << " bytes\n";
+    throw;
+  }
+  EndWithoutReader();
+}
