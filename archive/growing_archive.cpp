@@ -1,10 +1,8 @@
 #include "archive/growing_archive.h"
 
-#include <algorithm>
-#include <limits>
+#include <utility>
 
 #include "system/file_handle.h"
-#include "system/file_status.h"
 
 namespace {
 
@@ -13,10 +11,6 @@ std::optional<struct statx> StatusOfOpen(const PlainFile& file) {
   auto status = StatusOf(handle);
   handle.Release();
   return status;
-}
-
-std::pair<std::uint64_t, std::uint64_t> IdOf(const struct statx& status) {
-  return {std::uint64_t{status.stx_dev_major} << 32 | status.stx_dev_minor, status.stx_ino};
 }
 
 }  // namespace
@@ -72,7 +66,7 @@ GrowingArchive::~GrowingArchive() = default;
 void GrowingArchive::BeginAtEnd() {
   const auto status = StatusOf(mPath);
   if (!status || status->stx_size == 0) return;
-  mId = IdOf(*status);
+  mId = InodeOf(*status);
   mBeginAtEnd = status->stx_size;
 }
 
@@ -90,7 +84,7 @@ GrowingArchive::Found GrowingArchive::Look() {
   const auto named = StatusOf(mPath);
   if (!mFile.IsOpen()) {
     if (!named) return Tell(Found::kGone);
-    if (mId && *mId != IdOf(*named)) {
+    if (mId && *mId != InodeOf(*named)) {
       Restart();
       return Found::kReplaced;
     }
@@ -106,7 +100,7 @@ GrowingArchive::Found GrowingArchive::Look() {
   }
   const FilePosition before = Position();
   if (status->stx_size > before) ReadUpTo(status->stx_size);
-  if (named && IdOf(*named) != *mId) {
+  if (named && InodeOf(*named) != *mId) {
     Restart();
     return Found::kReplaced;
   }
@@ -125,8 +119,8 @@ GrowingArchive::Found GrowingArchive::Tell(Found found) {
 bool GrowingArchive::Open() {
   if (!mFile.Open(mPath, PlainFile::Mode::kRead)) return false;
   const auto status = StatusOfOpen(mFile);
-  if (status && (!mId || *mId == IdOf(*status))) {
-    mId = IdOf(*status);
+  if (status && (!mId || *mId == InodeOf(*status))) {
+    mId = InodeOf(*status);
     return true;
   }
   // It has been replaced just now, which the next look finds.

@@ -4,13 +4,13 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include "archive/entry_at_end.h"
 #include "archive/file_scan.h"
 #include "blocks/units.h"
 #include "indexer/plain_file.h"
 #include "parser/framing_parser.h"
+#include "system/file_status.h"
 
 // An archive file that may still be written: hands over what is new in it at each look, record by
 // record. A record that is not whole yet is waited for; damage is passed over as ScanArchive passes
@@ -50,6 +50,8 @@ class GrowingArchive {
   void MoveTo(const std::string& path) { mPath = path; }
   // Gives the handle back until the next look.
   void Close();
+  // Which file it is; nothing before the first look.
+  const std::optional<InodeId>& Id() const { return mId; }
   bool IsOpen() const { return mFile.IsOpen(); }
 
   // How many bytes of the file have been read, and how many of them could not be.
@@ -57,8 +59,6 @@ class GrowingArchive {
   std::uint64_t Unreadable() const { return mScan ? mScan->Unreadable() : 0; }
 
  private:
-  using FileId = std::pair<std::uint64_t, std::uint64_t>;  // device and inode
-
   // Hands a parser's finds on, at their places in the file.
   class Placed;
 
@@ -72,7 +72,7 @@ class GrowingArchive {
   std::string mPath;
   FramingSink& mSink;
   PlainFile mFile;
-  std::optional<FileId> mId;
+  std::optional<InodeId> mId;
   // What has been taken before the first byte is read; then the scan knows.
   std::optional<FilePosition> mBeginAtEnd;
   EntryStart mStart;

@@ -12,6 +12,8 @@ namespace {
 
 // Files that are kept open, so that none of their last bytes is missed.
 constexpr std::size_t kMostOpen = 32;
+// Files that are remembered when they are gone, in case that they come back elsewhere.
+constexpr std::size_t kMostGone = 256;
 
 }  // namespace
 
@@ -48,9 +50,7 @@ class FollowedArchives::Followed : public FramingSink {
     records->OnCutOff(position, bytes);
   }
 
-  void Tell(const std::string& what) const {
-    mOwner.mOnNotice(mOwner.NameOf(*this) + ": " + what);
-  }
+  void Tell(const std::string& what) const { mOwner.mOnNotice(mOwner.NameOf(*this) + ": " + what); }
 
   FollowedFile file;
   const std::unique_ptr<FollowedRecords> records;
@@ -110,20 +110,17 @@ void FollowedArchives::Follow(const Begin& begin, int output) {
     for (const std::string& path : news.gone) {
       const auto followed = mArchives.find(path);
       if (followed == mArchives.end()) continue;
-      // All that it held comes before the word.
-      LookAt(followed->second.get());
       followed->second->isGone = true;
-      if (!followed->second->archive.IsOpen()) mArchives.erase(followed);
+      LookAt(followed->second.get());
+      KeepGone(path);
     }
     for (const std::string& path : news.touched) {
       const auto followed = mArchives.find(path);
       if (followed != mArchives.end()) LookAt(followed->second.get());
     }
     for (const FollowedFile& file : news.appeared) {
-      const auto known = mArchives.find(file.path);
-      const bool isBack = known != mArchives.end();
-      if (isBack) known->second->isGone = false;
-      LookAt(isBack ? known->second.get() : Add(file));
+      if (!IsBack(file)) Add(file);
+      LookAt(mArchives.at(file.path).get());
     }
   }
 }
@@ -193,6 +190,8 @@ void FollowedArchives::LookAt(Followed* followed) {
     }
     const bool beginsAnew =
         found == GrowingArchive::Found::kShorter || found == GrowingArchive::Found::kReplaced;
+    // All that a file held comes before the word that it is gone.
+    if (found == GrowingArchive::Found::kMore && followed->isGone) continue;
     if (!beginsAnew) break;
     followed->records->Begin();
     followed->isArchive = false;
@@ -208,8 +207,35 @@ void FollowedArchives::KeepOpen(Followed* followed) {
   if (!followed->archive.IsOpen()) return;
   mOpen.push_front(followed);
   if (mOpen.size() <= kMostOpen) return;
-  Followed* const last = mOpen.back();
+  mOpen.back()->archive.Close();
   mOpen.pop_back();
-  last->archive.Close();
-  if (last->isGone) mArchives.erase(std::string(last->file.path));
+}
+
+void FollowedArchives::KeepGone(const std::string& path) {
+  mGone.remove(path);
+  mGone.push_front(path);
+  if (mGone.size() <= kMostGone) return;
+  const auto oldest = mArchives.find(mGone.back());
+  mGone.pop_back();
+  if (oldest == mArchives.end() || !oldest->second->isGone) return;
+  mOpen.remove(oldest->second.get());
+  mArchives.erase(oldest);
+}
+
+// Whether a file that appears is one that was gone, or has the name of one: then it is followed
+// under this name already.
+bool FollowedArchives::IsBack(const FollowedFile& file) {
+  const auto status = StatusOf(file.path);
+  const std::optional<InodeId> id = status ? std::make_optional(InodeOf(*status)) : std::nullopt;
+  for (const std::string& path : mGone) {
+    const auto gone = mArchives.find(path);
+    if (gone == mArchives.end() || !gone->second->isGone || path == file.path) continue;
+    if (!id || gone->second->archive.Id() != id) continue;
+    Rename({{path, file.path}});
+    break;
+  }
+  const auto known = mArchives.find(file.path);
+  if (known == mArchives.end()) return false;
+  known->second->isGone = false;
+  return true;
 }

@@ -56,12 +56,15 @@ class FollowedArchives {
   bool IsArchive(Followed* followed);
   void Rename(const std::vector<std::pair<std::string, std::string>>& renamed);
   void KeepOpen(Followed* followed);
+  void KeepGone(const std::string& path);
+  bool IsBack(const FollowedFile& file);
   std::string NameOf(const Followed& followed) const;
 
   FollowedFiles& mFiles;
   const MakeRecords mMakeRecords;
   const OnNotice mOnNotice;
   std::map<std::string, std::unique_ptr<Followed>> mArchives;
-  std::list<Followed*> mOpen;  // the one looked at last comes first
+  std::list<Followed*> mOpen;    // the one looked at last comes first
+  std::list<std::string> mGone;  // the one that went last comes first
   std::uint64_t mDamaged = 0;
 };

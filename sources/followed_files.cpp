@@ -4,19 +4,12 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "sources/archive_source.h"
 #include "sources/folder_tree.h"
+#include "system/failure.h"
 #include "system/file_handle.h"
-#include "system/file_status.h"
-
-namespace {
-
-std::pair<std::uint64_t, std::uint64_t> IdOf(const struct statx& status) {
-  return {std::uint64_t{status.stx_dev_major} << 32 | status.stx_dev_minor, status.stx_ino};
-}
-
-}  // namespace
 
 FollowedFiles::FollowedFiles(const SourceArguments& arguments, OnNotice onNotice)
     : mIsRecursive(arguments.recursive),
@@ -26,7 +19,7 @@ FollowedFiles::FollowedFiles(const SourceArguments& arguments, OnNotice onNotice
   FileHandle output(STDOUT_FILENO);
   const auto status = StatusOf(output);
   output.Release();
-  if (status && S_ISREG(status->stx_mode)) mOutput = IdOf(*status);
+  if (status && S_ISREG(status->stx_mode)) mOutput = InodeOf(*status);
 
   // Folders first: a file that is named beside its folder belongs to the folder.
   std::vector<std::string> files;
@@ -42,13 +35,19 @@ FollowedFiles::FollowedFiles(const SourceArguments& arguments, OnNotice onNotice
     }
   }
   for (const std::string& file : files) AddFile(file);
+  if (mFolders.empty()) throw Failure("nothing is there to be followed");
   if (mIsMerged) {
     mSources.push_back(mFolders.begin()->first);
     for (auto& [path, folder] : mFolders) folder.source = 0;
     return;
   }
-  for (auto& [path, folder] : mFolders) {
-    if (!mIsRecursive || !folder.isListed) SourceOf(&folder, path);
+  // In the order of the command line.
+  for (const std::string& path : arguments.paths) {
+    const std::string located = archive_source::Locate(path);
+    auto folder = mFolders.find(located);
+    if (folder == mFolders.end()) folder = mFolders.find(archive_source::FolderOf(located));
+    if (folder != mFolders.end() && !(mIsRecursive && folder->second.isListed))
+      SourceOf(&folder->second, folder->first);
   }
   mAreMany = mIsRecursive || mSources.size() > 1;
 }
@@ -62,7 +61,7 @@ void FollowedFiles::AddFile(const std::string& path) {
 void FollowedFiles::AddFolder(const std::string& path, bool isTree, bool isBelow) {
   const auto status = StatusOf(path);
   if (!status) return;
-  const auto [known, isNew] = mFolderIds.insert({IdOf(*status), path});
+  const auto [known, isNew] = mFolderIds.insert({InodeOf(*status), path});
   if (!isNew && known->second != path) {
     // Another way to it, unless it has been renamed.
     if (StatusOf(known->second)) return;
@@ -95,15 +94,15 @@ std::size_t FollowedFiles::SourceOf(Folder* folder, const std::string& path) {
   return *folder->source;
 }
 
-std::map<std::string, FollowedFiles::FileId> FollowedFiles::Listed(const std::string& path,
-                                                                   const Folder& folder) {
+std::map<std::string, InodeId> FollowedFiles::Listed(const std::string& path,
+                                                     const Folder& folder) {
   std::vector<std::string> names(folder.named.begin(), folder.named.end());
   if (folder.isListed && archive_source::IsFolder(path)) names = archive_source::Files(path);
-  std::map<std::string, FileId> listed;
+  std::map<std::string, InodeId> listed;
   for (const std::string& name : names) {
     const auto status = StatusOf(name);
     if (!status || !S_ISREG(status->stx_mode)) continue;
-    const FileId id = IdOf(*status);
+    const InodeId id = InodeOf(*status);
     if (id != mOutput) {
       listed[name] = id;
     } else if (!std::exchange(mHasToldOutput, true)) {
@@ -132,14 +131,19 @@ void FollowedFiles::Watch(const std::string& file) {
   mWatch.Add(archive_source::FolderOf(real));
 }
 
-void FollowedFiles::Relist(const std::set<std::string>& folders, FileNews* news) {
+void FollowedFiles::Relist(const std::set<std::string>& changed, FileNews* news) {
+  // Folders that are gone from a tree hold nothing any more, whether or not this was told of them.
+  std::set<std::string> folders = changed;
+  for (const auto& [path, folder] : mFolders) {
+    if (folder.isBelow && !archive_source::IsFolder(path)) folders.insert(path);
+  }
   std::set<std::string> all = folders;
   for (const std::string& path : folders) {
     const auto folder = mFolders.find(path);
     if (folder != mFolders.end() && folder->second.isTree && archive_source::IsFolder(path))
       AddTree(path, true, &all);
   }
-  std::map<std::string, FileId> listed;
+  std::map<std::string, InodeId> listed;
   std::map<std::string, std::string> folderOf;
   for (const std::string& path : all) {
     const auto folder = mFolders.find(path);
@@ -150,7 +154,7 @@ void FollowedFiles::Relist(const std::set<std::string>& folders, FileNews* news)
     }
   }
 
-  std::map<FileId, std::string> lost;  // by what they were: names that no longer lead there
+  std::map<InodeId, std::string> lost;  // by what they were: names that no longer lead there
   std::set<std::string> unnamed;
   for (const auto& [file, known] : mFiles) {
     if (all.count(known.folder) == 0) continue;
@@ -159,7 +163,7 @@ void FollowedFiles::Relist(const std::set<std::string>& folders, FileNews* news)
     lost[known.id] = file;
     if (now == listed.end()) unnamed.insert(file);
   }
-  std::set<FileId> ids;
+  std::set<InodeId> ids;
   for (const auto& [file, known] : mFiles) {
     if (lost.count(known.id) == 0) ids.insert(known.id);
   }
@@ -194,7 +198,7 @@ void FollowedFiles::Relist(const std::set<std::string>& folders, FileNews* news)
     return folderOf[one] < folderOf[two];
   });
   for (const std::string& file : fresh) {
-    const FileId id = listed[file];
+    const InodeId id = listed[file];
     if (!ids.insert(id).second) continue;  // another name of one that is followed
     const bool isReplaced = mFiles.count(file) != 0;
     mFiles[file] = {id, folderOf[file]};

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <map>
 #include <optional>
 #include <set>
@@ -10,6 +9,7 @@
 
 #include "sources/given_sources.h"
 #include "system/change_watch.h"
+#include "system/file_status.h"
 #include "system/notices.h"
 
 // One file that is followed.
@@ -48,18 +48,16 @@ class FollowedFiles {
   bool IsReaderGone() const { return mWatch.IsReaderGone(); }
 
  private:
-  using FileId = std::pair<std::uint64_t, std::uint64_t>;  // device and inode
-
   struct Folder {
-    bool isListed = false;         // all its files, not only those that are named
-    bool isBelow = false;          // found in a tree, and forgotten when it is gone
-    bool isTree = false;           // folders in it are followed, too
-    std::set<std::string> named;   // paths
+    bool isListed = false;        // all its files, not only those that are named
+    bool isBelow = false;         // found in a tree, and forgotten when it is gone
+    bool isTree = false;          // folders in it are followed, too
+    std::set<std::string> named;  // paths
     std::optional<std::size_t> source;
   };
 
   struct Known {
-    FileId id;
+    InodeId id;
     std::string folder;
   };
 
@@ -67,9 +65,9 @@ class FollowedFiles {
   void AddTree(const std::string& top, bool isBelow, std::set<std::string>* added);
   void AddFolder(const std::string& path, bool isTree, bool isBelow);
   std::size_t SourceOf(Folder* folder, const std::string& path);
-  std::map<std::string, FileId> Listed(const std::string& path, const Folder& folder);
+  std::map<std::string, InodeId> Listed(const std::string& path, const Folder& folder);
   // Adds what has changed in the entries of these folders.
-  void Relist(const std::set<std::string>& folders, FileNews* news);
+  void Relist(const std::set<std::string>& changed, FileNews* news);
   void Watch(const std::string& file);
 
   const bool mIsRecursive;
@@ -79,9 +77,9 @@ class FollowedFiles {
   bool mAreMany = false;
   std::vector<std::string> mSources;
   std::map<std::string, Folder> mFolders;
-  std::map<FileId, std::string> mFolderIds;
+  std::map<InodeId, std::string> mFolderIds;
   std::map<std::string, Known> mFiles;
   std::map<std::string, std::string> mLeadTo;  // by where links lead: the path that is followed
-  std::optional<FileId> mOutput;
+  std::optional<InodeId> mOutput;
   bool mHasToldOutput = false;
 };

@@ -6,7 +6,8 @@ namespace {
 
 std::optional<struct statx> Ask(int folder, const char* path, int flags) {
   struct statx status = {};
-  if (statx(folder, path, flags | AT_STATX_SYNC_AS_STAT, STATX_BASIC_STATS, &status) != 0)
+  if (statx(folder, path, flags | AT_STATX_SYNC_AS_STAT, STATX_BASIC_STATS | STATX_BTIME,
+            &status) != 0)
     return std::nullopt;
   return status;
 }
@@ -19,6 +20,15 @@ std::optional<struct statx> StatusOf(const std::string& path, Links links) {
 
 std::optional<struct statx> StatusOf(const FileHandle& file) {
   return Ask(file.Get(), "", AT_EMPTY_PATH);
+}
+
+InodeId InodeOf(const struct statx& status) {
+  constexpr std::uint64_t kNanoseconds = 1'000'000'000;
+  const bool isKnown = (status.stx_mask & STATX_BTIME) != 0;
+  const std::uint64_t made =
+      static_cast<std::uint64_t>(status.stx_btime.tv_sec) * kNanoseconds + status.stx_btime.tv_nsec;
+  return {std::uint64_t{status.stx_dev_major} << 32 | status.stx_dev_minor, status.stx_ino,
+          isKnown ? made : 0};
 }
 
 bool AreOneFile(const std::string& path, const std::string& other) {

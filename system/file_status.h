@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <array>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -15,6 +17,11 @@ enum class Links { kFollow, kNot };
 
 std::optional<struct statx> StatusOf(const std::string& path, Links links = Links::kFollow);
 std::optional<struct statx> StatusOf(const FileHandle& file);
+
+// Tells a file from all others, also from a later one that has got its inode, where the file system
+// knows when files were made.
+using InodeId = std::array<std::uint64_t, 3>;
+InodeId InodeOf(const struct statx& status);
 
 // Whether both paths name one existing file, be it through links of either kind.
 bool AreOneFile(const std::string& path, const std::string& other);

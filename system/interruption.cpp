@@ -1,6 +1,9 @@
 #include "system/interruption.h"
 
+#include <cerrno>
 #include <csignal>
+#include <cstring>
+#include <string>
 
 #include "system/failure.h"
 
@@ -66,9 +69,12 @@ void WaitFor(pollfd* ready, std::size_t count, std::optional<std::chrono::millis
   sigemptyset(&endings);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&endings, signal);
   pthread_sigmask(SIG_BLOCK, &endings, &before);
-  if (wanted == 0) ppoll(ready, count, longest ? &time : nullptr, &before);
+  const int result = wanted == 0 ? ppoll(ready, count, longest ? &time : nullptr, &before) : 0;
+  const int error = result < 0 ? errno : 0;
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
   Check();
+  if (error != 0 && error != EINTR)
+    throw Failure(std::string("cannot wait: ") + std::strerror(error));
 }
 
 }  // namespace interruption

@@ -28,7 +28,7 @@ void Check();
 void Forget();
 
 // Waits until one of these is ready, or until the time is over, by poll(2). A wish is never missed.
-// Throws as Check does.
+// Throws as Check does, and Failure when it cannot wait.
 void WaitFor(pollfd* ready, std::size_t count, std::optional<std::chrono::milliseconds> longest);
 
 }  // namespace interruption

@@ -137,6 +137,7 @@ def check_folder(check, work, source, ends):
         style = (*json_of, "--time-format", times)
         check.json("info", ends, "info", source, *style)
         check.json("index", ends, "index", source, *style)
+        check.lines("index-line", ends, "index", source, "--format", "jsonl", "--time-format", times)
         check.json("seek", ends, "seek", source, START + 5000, *style)
         check.json("seek", ends, "seek", source, START + 5000, "--explain", *style)
         check.json("activity", ends, "activity", source, "--stream", 1, "--bins", 5, *style)
@@ -208,6 +209,7 @@ def check_several(check, one, other):
     check.json("activity", 4, "activity", *several, 5, 6, "--stream", 1, *json_of)
     check.json("preview", 4, "preview", *several, 5, 6, *json_of)
     check.lines("events-line", 0, "events", *several, "--format", "jsonl")
+    check.lines("index-line", 0, "index", *several, "--format", "jsonl")
     check.lines("dump-line", 0, "dump", *several, "--format", "jsonl")
     check.lines("calendar-line", check.run("calendar", *several).returncode,
                 "calendar", *several, "--format", "jsonl")

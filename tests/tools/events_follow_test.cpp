@@ -170,6 +170,19 @@ TEST_F(EventsFollow, AFileThatIsRenamedIsNotShownAgain) {
   EXPECT_THAT(result.err, HasSubstr("zel3: a.zel3: is " + (*this / "b.zel3") + " now"));
 }
 
+TEST_F(EventsFollow, AFolderThatIsRenamedIsNotShownAgain) {
+  std::filesystem::create_directory(*this / "day1");
+  Recorder recorder(*this / "day1/a.zel3");
+  recorder.Note(1, "one");
+  Follow({"--since", "0", "--recursive"});
+  WaitForOutput("one");
+  std::filesystem::rename(*this / "day1", *this / "day2");
+  recorder.IsAt(*this / "day2/a.zel3");
+  recorder.Note(2, "two");
+  WaitForOutput("two");
+  EXPECT_EQ(LinesOf(Interrupt().out).size(), 2U);
+}
+
 TEST_F(EventsFollow, AFileIsReplacedCutAndRemoved) {
   Recorder first(*this / "a.zel3");
   first.Note(1, "one");

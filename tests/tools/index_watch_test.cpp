@@ -73,7 +73,8 @@ TEST_F(IndexWatchTest, AFileThatFailsIsToldAndCostsNothingElse) {
 }
 
 TEST_F(IndexWatchTest, RefusesWhatDoesNotFit) {
-  const std::vector<Arguments> cases = {{"--format", "json"}, {"-j", "2"}, {"--refresh"}};
+  const std::vector<Arguments> cases = {
+      {"--format", "json"}, {"-j", "2"}, {"--refresh"}, {"--merge"}};
   for (const Arguments& options : cases) {
     Arguments arguments{"index", Folder(), "--watch"};
     arguments.insert(arguments.end(), options.begin(), options.end());

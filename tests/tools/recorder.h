@@ -34,6 +34,8 @@ class Recorder {
     std::filesystem::rename(mPath, path);
     mPath = path;
   }
+  // Its folder has been renamed.
+  void IsAt(const std::string& path) { mPath = path; }
 
   const Bytes& Content() const { return mArchive.Content(); }
 

@@ -169,10 +169,10 @@ int WatchAndIndex(const HostOptions& host, const IndexOptions& options) {
   if (options.style.format == OutputFormat::kJson) {
     throw Failure("--watch has no end, and --format json would have none: take jsonl", kExitUsage);
   }
-  if (options.jobs > 1 || options.refresh) {
+  if (options.jobs > 1 || options.refresh || options.sources.merge) {
     throw Failure(
         "--watch indexes one file after the other, and only those without an index: it "
-        "does not go with --jobs or --refresh",
+        "does not go with --jobs, --refresh or --merge",
         kExitUsage);
   }
   interruption::WatchTermination();
