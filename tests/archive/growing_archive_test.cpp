@@ -71,8 +71,7 @@ TEST_F(GrowingArchiveTest, HandsOverWhatIsNew) {
   ArchiveBuilder archive = EntriesAt({7});
   Append(archive.Content());
   EXPECT_EQ(mGrowing.Look(), Found::kMore);
-  EXPECT_THAT(mSink.Take(),
-              ElementsAre("header @0 of 1", "index @32 7", "data @45 1 picture"));
+  EXPECT_THAT(mSink.Take(), ElementsAre("header @0 of 1", "index @32 7", "data @45 1 picture"));
   EXPECT_EQ(mGrowing.Look(), Found::kNothing);
   const std::size_t before = archive.Size();
   archive.Data(0x80, 0, "motion");
@@ -88,7 +87,7 @@ TEST_F(GrowingArchiveTest, EachRecordComesWithItsLastByte) {
   ArchiveBuilder archive = EntriesAt({7});
   archive.Data(0xFA, 0, "note").Header({{1}, {2}}).Index(8).Data(2, 0, "sound");
   const std::vector<std::pair<std::size_t, std::string>> ends = {
-      {32, "header @0 of 1"},  {45, "index @32 7"},       {56, "data @45 1 picture"},
+      {32, "header @0 of 1"},    {45, "index @32 7"},      {56, "data @45 1 picture"},
       {64, "data @56 250 note"}, {116, "header @64 of 2"}, {129, "index @116 8"},
       {138, "data @129 2 sound"}};
   ASSERT_EQ(archive.Size(), ends.back().first);
@@ -188,8 +187,7 @@ TEST_F(GrowingArchiveTest, AFileThatBecomesShorterBeginsAnew) {
   EXPECT_EQ(mGrowing.Look(), Found::kNothing);
   Append(EntriesAt({9}).Content());
   EXPECT_EQ(mGrowing.Look(), Found::kMore);
-  EXPECT_THAT(mSink.Take(),
-              ElementsAre("header @0 of 1", "index @32 9", "data @45 1 picture"));
+  EXPECT_THAT(mSink.Take(), ElementsAre("header @0 of 1", "index @32 9", "data @45 1 picture"));
 }
 
 TEST_F(GrowingArchiveTest, AFileThatTakesTheNameIsReadAfterAllOfTheEarlierOne) {
@@ -203,8 +201,7 @@ TEST_F(GrowingArchiveTest, AFileThatTakesTheNameIsReadAfterAllOfTheEarlierOne) {
   EXPECT_EQ(mGrowing.Look(), Found::kReplaced);
   EXPECT_THAT(mSink.Take(), ElementsAre("data @56 1 x", "cut off @61 2"));
   EXPECT_EQ(mGrowing.Look(), Found::kMore);
-  EXPECT_THAT(mSink.Take(),
-              ElementsAre("header @0 of 1", "index @32 9", "data @45 1 picture"));
+  EXPECT_THAT(mSink.Take(), ElementsAre("header @0 of 1", "index @32 9", "data @45 1 picture"));
 }
 
 TEST_F(GrowingArchiveTest, AFileThatWasClosedIsKnownAgain) {

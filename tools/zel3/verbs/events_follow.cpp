@@ -110,9 +110,10 @@ int FollowEvents(const EventsOptions& options) {
   FollowedArchives archives(
       &files,
       [&](const FollowedFile& file) {
-        return std::make_unique<EventRecords>([&, source = file.source](const RecordedEvent& event) {
-          if (isWanted(event)) printer.Print(event, source);
-        });
+        return std::make_unique<EventRecords>(
+            [&, source = file.source](const RecordedEvent& event) {
+              if (isWanted(event)) printer.Print(event, source);
+            });
       },
       PrintNotice);
   archives.Follow(

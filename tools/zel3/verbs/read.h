@@ -13,7 +13,7 @@ struct ReadOptions {
   std::string output;  // "-": the standard output; empty: the same, unless it is a terminal
   bool stopAtGap = false;
   bool follow = false;  // goes on with what is written
-  OutputStyle style;  // of what is told about the bytes
+  OutputStyle style;    // of what is told about the bytes
 };
 
 // The verb read: the archive bytes of a range of time.
