@@ -70,6 +70,7 @@ TEST_F(EventsFollow, NoEventIsMissedWhileItBegins) {
   std::vector<std::string> expected{Line(1, "n1.")};
   std::uint32_t number = 1;
   while (++number <= 50 || Out().empty()) {
+    ASSERT_FALSE(HasEnded()) << Err();
     const std::string text = "n" + std::to_string(number) + ".";
     recorder.Note(number, text);
     expected.push_back(Line(number, text));
@@ -84,6 +85,7 @@ TEST_F(EventsFollow, WithoutATimeOnlyNewOnes) {
   Follow();
   std::uint32_t number = 1;
   while (Out().empty()) {
+    ASSERT_FALSE(HasEnded()) << Err();
     ++number;
     recorder.Note(number, "n" + std::to_string(number) + ".");
   }
