@@ -7,8 +7,8 @@
 
 namespace {
 
-// Stands after a parser and passes on what that sends, but of the data of streams only the blocks
-// that are active enough: at the level that `param` of the configuration says, 0 to 31, or above.
+// Goes after a parser and passes on what it sends, except data blocks of streams that are not
+// active enough: those below the level, 0 to 31, that `param` of the configuration says.
 class ActiveFilter final : public CBrick {
  public:
   bool IsKnownInput(const TContentDescriptor& input) override {
@@ -33,8 +33,8 @@ class ActiveFilter final : public CBrick {
     return 1;
   }
 
-  // Commands are not forwarded by the host: those of clients go up, to the reader; what comes from
-  // there goes down. SendCmd reaches both sides; the parser ignores what it has sent itself.
+  // The host does not forward commands: those of clients go up, to the reader; those from there go
+  // down. SendCmd reaches both sides; the parser ignores what it has sent itself.
   int onCtrl(cMemBlock& block) override {
     Pass([&] { CameFrom() == Side::kDownstream ? SendUp(block) : SendCmd(block); });
     return 1;
@@ -70,8 +70,8 @@ class ActiveFilter final : public CBrick {
 
 }  // namespace
 
-// The one name that the module shows; all else is hidden, so that the module can be unloaded. The
-// caller owns the brick. Null for a configuration that is not this brick's.
+// The only name that the module exports; all others are hidden, so that the module can be unloaded.
+// The caller owns the brick. Null for a configuration that does not fit this brick.
 extern "C" __attribute__((visibility("default"))) CBrick* CreateBrick(TBrickConfig* config) {
   if (config == nullptr) return nullptr;
   auto filter = std::make_unique<ActiveFilter>();

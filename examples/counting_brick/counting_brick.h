@@ -8,11 +8,11 @@
 #include <map>
 #include <string>
 
-// A brick at the end of a chain: asks for every entry of an archive and counts what arrives, by the
-// four characters of its tag, notifications by those of their kind.
+// A brick at the end of a chain: asks for every entry of an archive and counts what arrives by its
+// tag, notifications by their kind.
 class CountingBrick final : public CBrick {
  public:
-  // Asks for the list of archives. What follows happens while the pipeline runs.
+  // Asks for the list of archives. The rest happens while the pipeline runs.
   void Start() { SendCmd(ArchivesRequestBlock::New()); }
 
   const std::map<std::string, int>& Counts() const { return mCounts; }
@@ -33,8 +33,8 @@ class CountingBrick final : public CBrick {
     return 1;
   }
 
-  // The reader has found an entry. The parser, which stands between, asks for its bytes, so that
-  // its records arrive by themselves; here the entry after it is asked for.
+  // The reader has found an entry. The parser between the two asks for its bytes, so that its
+  // records arrive without a request from here; this asks for the next entry.
   int onNotify(const cMemBlock& block) override {
     const NotifyBlock notification = NotifyBlock::View(block);
     if (!notification.HoldsRecord()) return 1;

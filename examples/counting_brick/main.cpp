@@ -22,11 +22,10 @@ Brick Load(Tag signature, TBrickConfig config) {
   return brick;
 }
 
-// How a host names the plug-in of the filter: four characters of its own choice.
+// How this host names the plug-in of the filter: four characters of its choice.
 constexpr Tag kFilter = FourCc("Filt");
 
-// Puts reader, parser, a filter if there is one, and counter one after the other, and lets them
-// work.
+// Connects reader, parser, filter (if there is one) and counter in a chain, and lets them work.
 bool PrintCounts(const char* archive, bool hasFilter, std::uint32_t leastLevel) {
   Pipeline pipeline;
   TBrickConfig config = {};
@@ -55,7 +54,7 @@ bool PrintCounts(const char* archive, bool hasFilter, std::uint32_t leastLevel) 
   idle = pipeline.RunUntilIdle() && idle;
   for (const auto& [tag, count] : counter.Counts()) std::cout << tag << ' ' << count << '\n';
 
-  // The reader first: the bricks that it has made end in the pipeline.
+  // The reader first: the pipeline then ends the bricks that it has made.
   reader.reset();
   parser.reset();
   return pipeline.RunUntilIdle() && idle;
