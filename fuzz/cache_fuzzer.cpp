@@ -52,7 +52,7 @@ bool SameEvents(const QList<EVT_FILE_DATA_T>& loaded, const std::vector<PlainGro
   return true;
 }
 
-// What loading has seen of the order is what looking at the whole store gives.
+// The order noted while loading is the one that an examination of the whole store finds.
 void CompareOrder(const FiledStore& filed) {
   const StoreOrder order = OrderOf(filed);
   FUZZ_REQUIRE(filed.order.entriesAscend == order.entriesAscend);
@@ -102,8 +102,8 @@ void CompareAfterSaving(cZel3Indexer& index, const std::string& archive, bool wi
   if (!anything) return;
   FUZZ_REQUIRE(again.Current().headerPositions == before.headerPositions);
   FUZZ_REQUIRE(again.Current().id3Records.size() == before.id3Records.size());
-  // A missing .hdr file stands for a header at the start, which makes a cut only beside entries;
-  // the saved one always does.
+  // A missing .hdr file stands for a header at the start, which makes a cut only where there are
+  // entries; a saved .hdr file always makes one.
   if (withHeaders || !before.id3Records.isEmpty())
     FUZZ_REQUIRE(AllCuts(again.Current()) == AllCuts(before));
   FUZZ_REQUIRE(again.Current().startTime == before.startTime);

@@ -1,5 +1,5 @@
-// Any line of the console is refused with a reason or stands for commands, and a command that is
-// printed stands for itself.
+// Any line of the console is refused with a reason or gives commands, and a printed command gives
+// the same command when it is read.
 
 #include <sstream>
 
@@ -29,7 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   }
   for (const cMemBlock& command : commands) {
     const std::string printed = Printed(command);
-    // A command from a line has no byte `timeReached`.
+    // A line cannot give the byte `timeReached`.
     if (command.GetType() == tag::kParserChunkRequest) continue;
     const std::string line = "{\"cmd\"" + printed.substr(std::string("{\"block\"").size());
     const std::vector<cMemBlock> again = CommandsFromJson(line);

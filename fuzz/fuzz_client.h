@@ -8,7 +8,8 @@
 #include "fuzz_input.h"
 #include "sdk/brick.h"
 
-// The brick after a reader: keeps what comes, and holds each block against what its kind promises.
+// The brick after a reader: keeps what arrives, and checks that each block is what its kind
+// promises.
 class FuzzClient final : public CBrick {
  public:
   std::vector<cMemBlock> blocks;

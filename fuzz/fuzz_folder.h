@@ -5,7 +5,7 @@
 
 #include "support/temp_folder.h"
 
-// A folder that a fuzz target writes its files to, input after input, and that also holds the
+// A folder for the files of a fuzz target, used again for each input. It also serves as the
 // temporary and the settings folder of the process. In memory where the system has such a place.
 class FuzzFolder {
  public:

@@ -9,7 +9,7 @@
 
 #include "support/temp_folder.h"
 
-// The bytes of one fuzzing input, taken from front to back. After their end all bytes are zero.
+// The bytes of one fuzzing input, taken from front to back. Past their end all bytes are zero.
 class FuzzInput {
  public:
   FuzzInput(const std::uint8_t* bytes, std::size_t size) : mBytes(bytes), mLeft(size) {}

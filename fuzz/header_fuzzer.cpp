@@ -1,5 +1,5 @@
-// The streams of a raw archive header, as the indexer walks them: what a walk over the same bytes
-// with enough zeros after them finds.
+// The indexer finds the same streams in a raw archive header as a walk over the same bytes with
+// enough zeros after them.
 
 #include "fuzz_input.h"
 #include "indexer/zel3_indexer.h"
@@ -28,7 +28,7 @@ StreamMap PlainWalk(Bytes body) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-  // Longer ones hold nothing that the length can reach.
+  // The 16-bit length reaches nothing further.
   if (size > 40000) return 0;
   cZel3Indexer index;
   // A copy of the exact size: reading beyond it is noticed.

@@ -1,4 +1,4 @@
-// The records that the reference parser finds in any bytes do not depend on how the stream is cut.
+// The reference parser finds the same records in any bytes, however the stream is divided.
 
 #include "fuzz_input.h"
 #include "support/found_records.h"

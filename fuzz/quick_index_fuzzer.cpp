@@ -1,5 +1,5 @@
-// The quick index of any file: the times that a plain search from byte to byte finds in its head
-// and tail, or the word that there is no archive.
+// The quick index of any file: the times that a plain search byte by byte finds in its head and
+// tail, or the answer that there is no archive.
 
 #include <unistd.h>
 
@@ -64,8 +64,8 @@ Times PlainSearch(const Bytes& file) {
   return {true, std::min(first, last), std::max(first, last)};
 }
 
-// Bytes with room for what lies far apart: a run of zeros is put in after some of them. Most files
-// are short, because long ones take their time.
+// The bytes of the input with a run of zeros inserted, so that records can lie far apart. Most
+// files are short, because long ones take their time.
 Bytes FileOf(FuzzInput& input) {
   const bool isLong = input.Byte() >= 224;
   const std::size_t zeros = isLong ? input.Number(2) * 4 : input.Number(2) / 256;

@@ -1,7 +1,7 @@
-// Any sequence of commands, records and notifications to a live reader over a folder or a file,
-// also blocks that are too small for their record, also in the middle of an indexing run, and while
-// archives and cache files are cut, overwritten, removed and put back: each answer is what its kind
-// promises, everything comes to an end, and nothing stays behind.
+// Any sequence of commands, records and notifications to a running reader over a folder or a file,
+// also with blocks too small for their record, in the middle of an indexing run, and while archives
+// and cache files are cut, overwritten, removed and put back: each answer is what its kind
+// promises, everything comes to an end, and nothing leaks.
 
 #include <unistd.h>
 
@@ -21,7 +21,7 @@ namespace {
 constexpr std::uint64_t kMostSteps = 100000;
 constexpr int kMostActions = 30;
 
-// Four archives, one after the other with a gap, one overlapping, one older.
+// Four archives with gaps: two overlap in time, one has times that run back, one the older suffix.
 class Place {
  public:
   Place() {
@@ -34,7 +34,7 @@ class Place {
   std::string Path() const { return mFolder.Path(); }
   std::string operator/(const std::string& name) const { return mFolder / name; }
 
-  // Cuts, overwrites, lengthens or removes an archive or one of its cache files.
+  // Cuts, overwrites, lengthens, removes or restores an archive or one of its cache files.
   void Change(FuzzInput& input) {
     const std::string archive = kArchives[input.Byte() % std::size(kArchives)];
     const std::uint8_t kind = input.Byte() % 4;
@@ -103,7 +103,7 @@ class Place {
   std::set<std::string> mChanged;
 };
 
-// Sends what a parser or another reader would.
+// Sends what a parser or another reader would send.
 class Neighbour final : public CBrick {
  public:
   using CBrick::SendData;
@@ -114,7 +114,7 @@ std::uint64_t Time(FuzzInput& input) {
   return kind == 255 ? input.Number(8) : std::uint64_t{kind} * 1000;
 }
 
-// A command whose record is cut when the input says so.
+// A command whose record is cut short when the input says so.
 template <class Block>
 Block Made(FuzzInput& input) {
   const std::uint8_t cut = input.Byte();

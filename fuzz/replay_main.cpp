@@ -4,7 +4,7 @@
 
 #include "fuzz_input.h"
 
-// Runs a fuzz target over files, or all files of folders: the inputs of a corpus, as tests.
+// Runs a fuzz target over files, or over all files of folders, so that a corpus serves as a test.
 int main(int argumentCount, char** arguments) {
   std::size_t count = 0;
   const auto run = [&count](const std::filesystem::path& path) {

@@ -1,5 +1,5 @@
-// Any bytes in a settings file: a key has the same value when it is read again, and the default of
-// a missing key is written back without a change to any other key.
+// Any bytes in a settings file: a key has the same value when it is read again, and writing the
+// default of a missing key changes no other key.
 
 #include "fuzz_folder.h"
 #include "fuzz_input.h"
