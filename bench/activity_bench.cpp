@@ -72,7 +72,7 @@ void AddActivity(const std::string& row, int duration, int binCount) {
 
 void AddRows() {
   for (const int binCount : {10, 1000, 100'000}) {
-    // A range shorter than a thousand archive times for each bin makes the fine mode.
+    // The fine mode is for ranges in which a bin is at most an index time long.
     AddActivity("activity.coarse", 1'000'000, binCount);
     AddActivity("activity.fine", binCount, binCount);
   }

@@ -17,8 +17,8 @@ long allocations = 0;
 
 }  // namespace
 
-// The functions that the host's locks and all allocations come to, counted. They take the place of
-// the C library's in all libraries of the program; its allocator has names that nobody replaces.
+// All of the host's locks and all allocations call these functions, which count. They replace those
+// of the C library in all libraries of the program; its allocator can be called by other names.
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
@@ -43,7 +43,7 @@ __attribute__((visibility("default"))) int pthread_mutex_lock(pthread_mutex_t* m
 
 namespace {
 
-// The payload in memory of its own, as plain as it gets.
+// The payload copied into plain memory.
 Work PlainCopy(std::size_t size) {
   return [size](benchmark::State& state) {
     const std::vector<unsigned char> payload(size, 7);
@@ -57,7 +57,7 @@ Work PlainCopy(std::size_t size) {
   };
 }
 
-// A block is made and written, and whom it is sent to gets a handle; then both let go.
+// A block is made and written, and its receiver gets a handle; then both let go.
 template <class Block, class Fill>
 void SendBlock(std::uint32_t size, const Fill& fill) {
   Block block = Block::New(size);

@@ -44,8 +44,8 @@ struct Cache {
 
 enum class Memory { kWarm, kFresh };
 
-// What reading the entries costs: into memory that is there already, or that must be had for them.
-// Memory that has been given back to the system before is fresh.
+// What reading the entries costs: into memory already in use, or into fresh memory, which was given
+// back to the system before.
 Work ReadEntries(int entryCount, Memory memory) {
   return [=](benchmark::State& state) {
     Cache& cache = Shared<Cache>(entryCount, Headers::kOne);

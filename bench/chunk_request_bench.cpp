@@ -32,7 +32,7 @@ std::uint64_t AnsweredId(const cMemBlock& answer) {
   return ChunkAnswerBlock::View(answer).Record().info.indexId;
 }
 
-// A file with a cache of so many entries.
+// A file whose cache has the given number of entries.
 struct CachedArchive {
   explicit CachedArchive(int entryCount) {
     WriteBytes(BenchFolder() + "/times.zel3", "an archive of 32 bytes, no more", 32);

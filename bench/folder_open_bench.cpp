@@ -28,7 +28,7 @@ int CacheFilesInFolder() {
 
 enum class Cache { kNone, kBeside, kInFolder };
 
-// Short, because the cache files of all of a folder must stay below the host's limit.
+// Few, because the cache files in one folder must stay below the host's limit.
 int EntriesOf(Cache cache) {
   return cache == Cache::kBeside ? Sized(3600, 10) : 10;
 }
@@ -72,13 +72,14 @@ struct ArchiveFolder {
       stems.push_back(cache == Cache::kBeside ? stem : CacheStem(paths.back()));
       WriteCacheFiles(stems.back(), EntriesFrom(startTime, EntriesOf(cache)));
     }
-    // Those of archives that are no longer there.
+    // Cache files of archives that no longer exist.
     for (int i = 3 * count; cache == Cache::kInFolder && i < CacheFilesInFolder(); ++i) {
       WriteBytes(cacheFolder + "/" + std::to_string(i) + ".hdr", "", 0);
     }
   }
 
-  // The start of the cache files' names. An empty folder is asked for it: a full one is tidied up.
+  // The start of the cache files' names. Found with an empty cache folder: opening an archive would
+  // tidy up a full one.
   std::string CacheStem(const std::string& path) const {
     const TempFolder empty;
     cZel3Indexer index;

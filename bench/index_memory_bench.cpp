@@ -10,7 +10,7 @@
 
 namespace {
 
-// A figure of this process in bytes: "VmRSS:" what it holds, "VmHWM:" the most it has held.
+// The memory of this process in bytes: "VmRSS:" what it holds, "VmHWM:" the most it has held.
 double ProcessBytes(const std::string& figure) {
   std::ifstream status("/proc/self/status");
   std::string word;
@@ -20,7 +20,7 @@ double ProcessBytes(const std::string& figure) {
   return kibibytes * 1024;
 }
 
-// Lets "VmHWM:" begin anew.
+// Resets "VmHWM:".
 void ForgetPeak() {
   std::ofstream("/proc/self/clear_refs") << 5;
 }

@@ -17,7 +17,7 @@ namespace {
 // What the index reader reads at a time.
 constexpr std::size_t kPortion = 65535;
 
-// A parser that finds nothing: asks for more bytes until there are none.
+// A parser that finds nothing: it asks for more bytes until there are none.
 class CountingParser : public CBrick {
  public:
   static std::uint64_t counted;
@@ -79,7 +79,7 @@ Work ReadOnce(int mebibytes) {
   };
 }
 
-// Opening an archive without a cache runs over all of it.
+// Opening an archive without a cache indexes all of it.
 void RunOver(const BigArchive& big, benchmark::State& state) {
   for (auto _ : state) {
     state.PauseTiming();

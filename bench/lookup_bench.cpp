@@ -8,7 +8,8 @@
 
 namespace {
 
-// Files of so many entries each, one file right after the other in time, and times to ask for.
+// Files with `entriesPerFile` entries each, following one another without a gap, and times to ask
+// for.
 struct FiledIndex {
   FiledIndex(int fileCount, int entriesPerFile) : entryCount(fileCount * entriesPerFile) {
     const QVector<ZEL_ID3_REC> all = EntriesFrom(kFirstTime, entryCount);

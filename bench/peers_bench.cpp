@@ -16,16 +16,16 @@
 #include "recorded_archive.h"
 #include "sqlite_times.h"
 
-// The baselines are libraries that serve by time, too.
+// The baselines are other libraries that serve data by time.
 
 namespace {
 
-// What the reader answers about an archive of entries one index time apart.
+// Asks the reader about an archive whose entries are one index time apart.
 class EntryClient {
  public:
   explicit EntryClient(const std::string& path) : mHost(path) {}
 
-  // Seeks as a client does; then the bytes of what was found can be had. The number of the entry.
+  // Seeks as a client does, after which the bytes of the entry can be read. Returns its number.
   std::uint64_t Seek(std::uint32_t number) {
     ChunkRequestBlock request = ChunkRequestBlock::New();
     request.Record().type = kAtOrBefore;
@@ -34,7 +34,7 @@ class EntryClient {
     if (answer.GetType() != tag::kNotify) return kNoIndexId;
     return ChunkAnswerBlock::View(answer).Record().info.indexId;
   }
-  // How many bytes come for an entry.
+  // How many bytes the answer for an entry has.
   std::size_t ReadEntry(std::uint32_t number) {
     ParserChunkRequestBlock request = ParserChunkRequestBlock::New();
     request.Record().indexId = number;
@@ -46,7 +46,7 @@ class EntryClient {
   ArchiveHost mHost;
 };
 
-// So many entries of so many frames of so many bytes.
+// `entries` entries of `frames` frames of `bytes` bytes each.
 struct Layout {
   std::string Name() const {
     return std::to_string(entries) + "x" + std::to_string(frames) + "x" + std::to_string(bytes);
@@ -81,7 +81,7 @@ struct Recording {
   std::vector<std::uint32_t> numbers = std::vector<std::uint32_t>(4096);
 };
 
-// Whether what is found is what was asked for, with its first bytes.
+// Whether a seek finds the entry asked for and the reading that follows gives its bytes.
 bool Find(MatroskaReader& matroska, std::uint32_t number, const Layout& layout) {
   matroska.Seek(number);
   return matroska.ReadPacket() && matroska.Seconds() == number &&
@@ -91,7 +91,7 @@ bool Find(EntryClient& client, std::uint32_t number, const Layout& layout) {
   return client.Seek(number) == number && client.ReadEntry(number) > layout.EntrySize();
 }
 
-// Kept open over all repetitions, after what only the first seek has to do.
+// Kept open over all repetitions; the work that only a first seek has to do is done.
 struct OpenRecording {
   explicit OpenRecording(const Layout& layout)
       : recording(Shared<Recording>(layout)),
@@ -147,8 +147,8 @@ Work SeekLater(const Layout& layout, Opened OpenRecording::*opened) {
   };
 }
 
-// Opening is not timed. Several are opened before the clock runs again, so that starting and
-// stopping it weighs little.
+// Opening is not timed. Several files are opened before the clock runs again, so that stopping and
+// starting it weighs little.
 constexpr int kOpened = 10;
 
 template <class Opened>
@@ -172,7 +172,7 @@ Work SeekFirst(const Layout& layout, const std::string Recording::*path) {
   };
 }
 
-// All that it takes to hand out the first entry of an archive that has its index.
+// Everything from opening an indexed archive to its first bytes.
 template <class Opened>
 Work OpenAndSeek(const Layout& layout, const std::string Recording::*path) {
   return [=](benchmark::State& state) {
@@ -236,7 +236,7 @@ Work AskIndex(int count) {
 }  // namespace
 
 void AddRows() {
-  // 25 frames a second, the first of which stands by itself, and as many bytes in one piece.
+  // 25 frames a second, the first of which is a key frame, and as many bytes in one piece.
   const int quarterOfADay = Sized(21'600, 50);
   const Layout frames{quarterOfADay, 25, 1024};
   const Layout pieces{quarterOfADay, 1, 25'600};

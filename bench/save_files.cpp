@@ -1,7 +1,7 @@
-// Writes files as a program must that wants them on the disk: each under another name first,
-// brought to the disk and renamed. The baseline for saving indexes.
-//   save_files FOLDER TO    the files of FOLDER with indexes, .hdr, .id3 and .evt, in the order of
-//                           their names; TO: an empty folder. Prints the milliseconds it took.
+// Writes files as a program must to have them safely on the disk: each is written under another
+// name, flushed to the disk and renamed. The baseline for saving indexes.
+//   save_files FOLDER TO    copies the index files of FOLDER (.hdr, .id3 and .evt), in the order of
+//                           their names, to TO, an empty folder. Prints the milliseconds it took.
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -28,7 +28,7 @@ ArchiveHost::ArchiveHost(const std::string& source, const std::string& cacheFold
 
 ArchiveHost::~ArchiveHost() {
   mReader.reset();
-  // Children of the reader end now.
+  // Ends the children of the reader.
   Run();
 }
 

@@ -24,8 +24,8 @@ class LastBlockClient : public CBrick {
   }
 };
 
-// A reader with one client after it, as a host would have them. Made, it has opened its source, and
-// an indexing run that this takes has ended.
+// A reader with one client after it, as a host would have them. Once constructed, it has opened its
+// source and finished the indexing run that this may take.
 class ArchiveHost {
  public:
   explicit ArchiveHost(const std::string& source, const std::string& cacheFolder = "");
@@ -33,7 +33,7 @@ class ArchiveHost {
   ArchiveHost(const ArchiveHost&) = delete;
   ArchiveHost& operator=(const ArchiveHost&) = delete;
 
-  // The last block with which the reader answers.
+  // The last block that the reader sends in answer.
   const cMemBlock& Ask(const cMemBlock& request) {
     mReader->enqueueControl(request);
     Run();
@@ -44,7 +44,7 @@ class ArchiveHost {
   std::uint32_t ArchiveCount();
 
  private:
-  // Without a limit it always comes to rest.
+  // Without a limit on steps it always runs until idle, so the result says nothing.
   void Run() { static_cast<void>(mPipeline.RunUntilIdle()); }
 
   Pipeline mPipeline;

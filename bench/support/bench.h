@@ -13,12 +13,12 @@
 // Rows of the table of measurements. A row compares what this system does with what the machine
 // must do anyway, the baseline, in one process.
 
-// What each program adds to the table.
+// Adds the rows of a program. Each program defines it.
 void AddRows();
 
 using Work = std::function<void(benchmark::State&)>;
 
-// `row` names what is measured, `size` how much of it.
+// `row` names what is measured, `size` says how much of it.
 void AddPair(const std::string& row, const std::string& size, Work baseline, Work ours);
 // For work without a baseline.
 void AddAlone(const std::string& row, const std::string& size, Work ours);
@@ -32,7 +32,8 @@ void Expect(benchmark::State& state, bool right, const char* what);
 // A folder for the files of this program, removed at its end.
 const std::string& BenchFolder();
 
-// All fixtures. They go at the end of the run: later, plug-ins whose blocks they hold are unloaded.
+// All fixtures, destroyed at the end of the run: after that, plug-ins whose blocks they hold are
+// unloaded.
 std::vector<std::shared_ptr<void>>& KeptFixtures();
 
 // The fixture for these arguments: made when it is first asked for, kept to the end of the run.

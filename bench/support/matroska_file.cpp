@@ -14,7 +14,7 @@ namespace {
 
 constexpr int kMillisecondsPerSecond = 1000;
 
-// By default a reader keeps half of the cues of a day at most, and goes to other places for it.
+// By default the library keeps at most half of a day's cues, and then seeks to the wrong places.
 constexpr unsigned kRoomForAllCues = 64 << 20;
 
 void Require(int result, const char* what) {

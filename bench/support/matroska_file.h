@@ -9,12 +9,12 @@ struct AVPacket;
 
 // Video in a Matroska file, written and read by libavformat, as others keep recordings.
 
-// Writes so many seconds of so many frames. The first frame of each second stands by itself, and
-// cues at the end of the file name it.
+// Writes `seconds` seconds of video. The first frame of each second is a key frame, and cues at the
+// end of the file name it.
 void WriteMatroska(const std::string& path, int seconds, int framesPerSecond,
                    std::size_t frameSize);
 
-// A file that is open for reading. What cannot be read throws std::runtime_error.
+// A file open for reading. Errors of opening and seeking throw std::runtime_error.
 class MatroskaReader {
  public:
   explicit MatroskaReader(const std::string& path);

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-// An archive of pseudo-random bytes, always the same ones, and where its entries stand.
+// An archive of pseudo-random bytes, always the same ones, and the positions of its entries.
 struct RecordedArchive {
   std::string path;
   std::uint64_t size = 0;
@@ -16,7 +16,7 @@ struct RecordedArchive {
 // The entries are one index time apart, the first at kFirstTime.
 RecordedArchive RecordBlocks(const std::string& path, std::uint64_t size, int blocksPerEntry);
 
-// Writes entries of `blocksPerEntry` data blocks of so many bytes each.
+// Writes entries of `blocksPerEntry` data blocks of `blockSize` bytes each.
 RecordedArchive RecordEqualEntries(const std::string& path, int entryCount, int blocksPerEntry,
                                    std::size_t blockSize);
 
