@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Measures this system against what the machine must do anyway and prints one table.
+# Measures this system against what the machine must do anyway and prints tables.
 #   scripts/bench.sh [--smoke] [--row REGEX] [--repetitions N] [PRESET...]
 #   scripts/bench.sh --peers [--smoke] [--row REGEX] [--repetitions N]
-# --smoke: small sizes, once: shows that everything works, not how fast. --row: only the rows whose names match. The
-# builds are i386 and native, or the presets given. --peers measures against other libraries, in the native build, when
-# their packages are installed, and nothing else. Programs and results stay in build/PRESET/bin and build/bench.
+# --smoke measures small sizes once, to show that everything works, not how fast. --row measures only the rows whose
+# names match. The builds are i386 and native, or the presets given. --peers only measures against other libraries, in
+# the native build, if their packages are installed. Programs stay in build/PRESET/bin, results in build/bench.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -35,7 +35,7 @@ elif [ "${#presets[@]}" = 0 ]; then
   [ -e /usr/lib/i386-linux-gnu/libQt5Core.so.5 ] && presets=(i386 native)
 fi
 
-# The sources of the packaged library, from the archive that the machine has its packages of.
+# Fetches the sources of the packaged benchmark library from the archive that this machine's packages come from.
 fetch_library() {
   local fetched=$PWD/build/bench/fetched
   mkdir -p "$fetched/parts" "$fetched/lists/partial"
@@ -50,18 +50,18 @@ fetch_library() {
   tar -x -f "$fetched"/benchmark_*.orig.tar.gz -C build
 }
 
-# The programs' files go where memory holds them, if there is room.
+# Where the programs put their files: in memory, if there is room.
 memory_folder() {
   local free_kibibytes
   free_kibibytes=$(df --output=avail /dev/shm 2>/dev/null | tail -1)
   if [ "${free_kibibytes:-0}" -gt 4000000 ]; then echo /dev/shm; else echo "${TMPDIR:-/tmp}"; fi
 }
 
-# One result in the form of the library: result ROW WHOSE MILLISECONDS, or figure ROW NAME VALUE.
+# One result in the format of the library: result ROW WHOSE MILLISECONDS, or figure ROW NAME VALUE.
 result() { printf '{"run_name": "%s/%s", "cpu_time": %s, "time_unit": "ms"},\n' "$1" "$2" "$3"; }
 figure() { printf '{"run_name": "%s/ours", "cpu_time": 0, "time_unit": "ms", "%s": %s},\n' "$1" "$2" "$3"; }
 
-# The median time of so many runs of a command, in milliseconds.
+# median_milliseconds COUNT COMMAND...: the median time of COUNT runs of a command.
 median_milliseconds() {
   local count=$1 start i
   shift
@@ -72,7 +72,8 @@ median_milliseconds() {
   done | sort -n | awk '{ taken[NR] = $1 } END { print taken[int((NR + 1) / 2)] / 1000 }'
 }
 
-# How many system calls a conversation of so many requests needs. The first request opens the stream of bytes.
+# conversation_calls PROGRAM ARCHIVE COUNT REQUEST: how many system calls a conversation of COUNT requests takes. An
+# additional first request opens the stream of bytes.
 conversation_calls() {
   local program=$1 archive=$2 count=$3 request=$4
   { echo "$first_request"; for ((i = 0; i < count; ++i)); do echo "$request"; done; } |
@@ -80,7 +81,7 @@ conversation_calls() {
   awk '$2 == "total" { calls += $1 } END { print calls }' "$work/calls"
 }
 
-# measure_program PRESET: the start of the program, and the system calls of its requests, over an archive of a day.
+# measure_program PRESET: the start of the program, and the system calls of requests, with an archive of a day.
 measure_program() {
   local program=build/$1/bin/zel3 folder=$work/program archive calls request
   local time='"time":1714564800000' first_request='{"cmd":"CRq3","time":1714564800000,"type":1}'
@@ -101,8 +102,8 @@ measure_program() {
   rm -r "$folder"
 }
 
-# index_anew PRESET ROW ARCHIVES CACHES OPTION...: what indexing a folder takes that has no index, in CACHES or beside the
-# archives.
+# index_anew PRESET ROW ARCHIVES CACHES OPTION...: the time to index a folder that has no indexes. CACHES is where they
+# go: the cache folder or ARCHIVES itself.
 index_anew() {
   local program=build/$1/bin/zel3 row=$2 archives=$3 caches=$4 start
   shift 4
@@ -112,12 +113,12 @@ index_anew() {
   result "$row" ours "$(awk "BEGIN { print $((${EPOCHREALTIME/./} - start)) / 1000 }")"
 }
 
-# make_archives PRESET FOLDER COUNT: small ones, of ten entries.
+# make_archives PRESET FOLDER COUNT: makes small archives of ten entries.
 make_archives() {
   "build/$1/bin/zel3" make "$2" --files "$3" --length "${3}0s" --interval 1s --payload 300 >/dev/null
 }
 
-# measure_indexing PRESET: saving the indexes of many small archives on a disk, and one cache folder for all of them.
+# measure_indexing PRESET: indexing many small archives, with the indexes beside them on a disk and in one cache folder.
 measure_indexing() {
   local folder disk size round row time_taken
   disk=$(mktemp -d "$PWD/build/bench/disk-XXXXXX")

@@ -3,10 +3,10 @@
 
     scripts/bench_table.py FOLDER...
 
-FOLDER: named after a build, holds the JSON files of its programs. A row is a pair of benchmarks ROW/SIZE/baseline and
-ROW/SIZE/ours; each time is the median of the repetitions, in processor time, so that other work on the machine counts
-less. Of two builds the times are compared in a second table. Ends with 1 when a benchmark has failed; a goal that is
-not met is only shown.
+FOLDER has the name of a build and holds the JSON files of its programs. A row is a pair of benchmarks ROW/SIZE/baseline
+and ROW/SIZE/ours; each time is the median of the repetitions, in processor time, so that other work on the machine
+counts less. With two builds, a second table compares their times. Ends with 1 when a benchmark has failed; a goal that
+is not met is only shown.
 """
 
 import json
@@ -17,10 +17,10 @@ import statistics
 import sys
 
 MICROSECONDS = {"ns": 0.001, "us": 1.0, "ms": 1000.0, "s": 1000000.0}
-LINEAR = 1 + math.log10(1.25)  # within a quarter of ten times the work for ten times the size
+LINEAR = 1 + math.log10(1.25)  # at most a quarter more than ten times the work for ten times the size
 
-# By the row's name: what is held against the limit, and the limit; of figures by their names, else where builds differ
-# by the build.
+# For each row: what is compared with the limit, and the limit. Figures have a limit for each name, other rows one for
+# each build where the builds differ.
 GOALS = [
     ("indexing_run.parser", "throughput", 0.45),
     ("indexing_run.byte_counter", "throughput", 0.75),
@@ -53,7 +53,7 @@ GOALS = [
     ("peers.lookup_in_a_day", "faster", 25.0),
     ("peers.lookup", "faster", 6.0),
 ]
-SLOWER_BUILD = 1.4  # what the first build may take of the time of the second
+SLOWER_BUILD = 1.4  # the first build may take this many times as long as the second
 # Rows whose time must grow no faster than their size.
 GROWING = ("filing", "events", "cache_load", "folder_open", "index_cache_folder")
 FIGURES = ("median_us", "p99_us", "bytes_per_entry", "peak_to_final", "calls", "lock_pairs",
@@ -61,7 +61,7 @@ FIGURES = ("median_us", "p99_us", "bytes_per_entry", "peak_to_final", "calls", "
 
 
 class Measurement:
-    """One benchmark: its times in microseconds, one for each repetition, and its own figures."""
+    """One benchmark: its times in microseconds and its figures, one of each for each repetition."""
 
     def __init__(self):
         self.times = []
@@ -75,13 +75,13 @@ class Measurement:
 
 
 def in_order(key):
-    """Rows by name, then by size as far as it begins with a number."""
+    """Sorts rows by name, then by the number that their size begins with."""
     row, size = key[:2]
     return row, int(re.match(r"\d*", size).group() or 0)
 
 
 def read_results(folder):
-    """The measurements of a build by (row, size, "baseline" or "ours"), and the failures in words."""
+    """The measurements of a build by (row, size, "baseline" or "ours"), and messages about failures."""
     measurements, failures = {}, []
     for path in sorted(folder.glob("*.json")):
         for result in json.loads(path.read_text())["benchmarks"]:
@@ -120,7 +120,7 @@ def judged(met):
 
 
 def compared(row, build, baseline, ours):
-    """The ratio, the goal and whether it is met, as shown."""
+    """The ratio, the goal and whether it is met, as text for the table."""
     kind, limit = goal_of(row, build)
     if kind is None:
         return f"{ours.time() / baseline.time():.2f}", "", ""
@@ -158,7 +158,7 @@ def lines_of(build, measurements):
 
 
 def growth_lines(build, measurements):
-    """For rows with sizes a decade apart: by which power of the size the time grows."""
+    """For rows with sizes ten times apart: the power of the size with which the time grows."""
     times = {}
     for (row, size, whose), measurement in measurements.items():
         if whose == "ours" and size.isdigit() and not measurement.figures:
@@ -174,7 +174,7 @@ def growth_lines(build, measurements):
 
 
 def comparison_lines(first, second):
-    """For rows that both builds have: what the first one takes of the time of the second."""
+    """For rows that both builds have: the time of the first as a ratio to that of the second."""
     for row, size, whose in sorted(first, key=in_order):
         if whose != "ours" or (row, size, whose) not in second:
             continue

@@ -1,6 +1,6 @@
 #!/bin/bash
 # The main job on real files: writes a day of sample archives, opens the folder, asks for times, reads bytes, and
-# compares the answers with what was written. Ends with an error when anything differs.
+# compares the answers with what was written. Fails when anything differs.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -17,8 +17,8 @@ show() {
   "$program" "$@"
 }
 
-# The same for a command that shows progress. Where there is no terminal, it gets one of its own, and four steps of its
-# bar are kept.
+# The same for a command that shows progress. Without a terminal, the command gets a pseudo-terminal, and four steps of
+# its progress bar are shown.
 show_progress() {
   if [ -t 2 ]; then
     show "$@"
@@ -31,14 +31,14 @@ show_progress() {
     grep -E '^[^[]+$| (1|25|50|75)%$'
 }
 
-# The answer of a seek as JSON must be this.
+# expect_seek TIME ANSWER: fails unless the JSON answer of a seek is ANSWER.
 expect_seek() {
   local answer
   answer=$("$program" seek "$archives" "$1" --format json)
   [ "$answer" = "$2" ] || fail "a seek to $1 gives $answer instead of $2"
 }
 
-# Where the index entry of a time stands in its file, as the ground truth tells.
+# The position of the index entry of a time in its file, according to the ground truth.
 position_of() {
   local position
   position=$(sed -nE "s/.*\"indexTime\": ?$(date -u -d "$1" +%s), ?\"position\": ?([0-9]+).*/\1/p" "$truth")
@@ -103,7 +103,7 @@ show read "$archives" 2024-05-01T02:40:00Z 2024-05-01T02:50:00Z -o "$work/range"
 first=${files[0]}
 second=${files[1]}
 {
-  # The stream header, which stands before the first entry, and the entries.
+  # The stream header, which comes before the first entry, and the entries.
   head -c "$(position_of 2024-05-01T00:00:00Z)" "$first"
   tail -c "+$(($(position_of 2024-05-01T02:40:00Z) + 1))" "$first"
   head -c "$(position_of 2024-05-01T02:50:00Z)" "$second"

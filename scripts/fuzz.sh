@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Runs the fuzzers, all of them or those named, each for so many executions or until it finds something.
+# Runs the fuzzers, all of them or those named, each for N executions or until it finds a fault.
 #   scripts/fuzz.sh [--runs N] [--keep] [--plain] [NAME...]
-# What they find on the way is kept in build/fuzz/found; with --keep what reaches new code is added to fuzz/corpus.
-# A finding is left as build/fuzz/crash-...; replay it with build/native/bin/NAME_fuzzer FILE. With --plain the
-# programs are built without sanitizers, and run several times as fast.
+# New inputs are kept in build/fuzz/found; --keep adds those that reach new code to fuzz/corpus. An input that shows a
+# fault is saved as crash-... in build/fuzz; replay it with build/native/bin/NAME_fuzzer FILE. --plain builds without
+# sanitizers, in build/fuzz-plain: the programs run several times as fast, and such inputs are saved there.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -29,10 +29,10 @@ sanitize=()
 cmake --preset fuzz -B "$build" "${sanitize[@]}" >/dev/null
 cmake --build "$build" --target "${names[@]/%/_fuzzer}" zel3parser >/dev/null
 
-# Plug-ins that a host unloads are not leaks; blocks are counted by the targets themselves. Long stacks of allocations
-# and a large quarantine would cost half of the speed.
+# Plug-ins that a host unloads are not leaks; the targets count blocks themselves. Recording long stacks of allocations
+# and keeping a large quarantine would halve the speed.
 ASAN_OPTIONS=detect_leaks=0:malloc_context_size=1:quarantine_size_mb=16:max_malloc_fill_size=0
-# Where a cache lies about positions an answer may be as large as 2 GiB; what there is no memory for is refused.
+# When the positions in a cache are false, an answer may be as large as 2 GiB; such allocations must fail, not abort.
 ASAN_OPTIONS+=:max_allocation_size_mb=64:allocator_may_return_null=1
 export ASAN_OPTIONS
 for name in "${names[@]}"; do

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks the format of the whole tree, and the plug-in's own code with clang-tidy, file by file.
+# Checks the format of all C++ files, and the plug-in's own code with clang-tidy, file by file.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=build/lint

@@ -1,28 +1,28 @@
 #!/usr/bin/env python3
-"""Changes operators, constants and statements of the plug-in one at a time and runs the tests on each change.
+"""Changes operators, constants and statements of the plug-in, one at a time, and runs the tests on each change.
 
-A change that no test notices (a survivor) is listed: a missing test, or code that does not matter.
+Lists the changes that no test notices (survivors): each shows a missing test, or code that does not matter.
 
     scripts/mutate.py [--jobs N] [--every N] [--from N] [--only TEXT] [--accepted FILE] [PATH...]
     scripts/mutate.py --report [--every N] [--from N] [--only TEXT] [--accepted FILE] [PATH...]
     scripts/mutate.py --check-accepted [--accepted FILE]
 
-PATH: source files and headers, by default all of indexer/ and reader/. --every N takes each N-th change only, --from N
-begins with the N-th (from 0), --only TEXT takes those that hold TEXT. Survivors listed in FILE (default:
-scripts/mutants_accepted.txt) are known, each with its reason, and are counted apart. Works on copies under
+PATH: source files and headers, by default all of indexer/ and reader/. --every N takes only every N-th change, --from N
+begins with the N-th (counted from 0), --only TEXT takes those that contain TEXT. Survivors listed in FILE (default:
+scripts/mutants_accepted.txt) are known, each with its reason, and are counted separately. Works on copies under
 build/mutants.
 
-Each verdict is written to build/mutants/judged.jsonl as it is found, so that a run that was interrupted, in whatever
-way, goes on where it was. A verdict holds while the code of the file that is changed stays as it is; that a change
-survived holds only while the tests stay as they are, too. Comments may change. What the verdicts do not follow is the
-rest of the plug-in: remove the file to judge everything anew.
+Each verdict is written to build/mutants/judged.jsonl as it is found, so that a run resumes after any interruption. A
+verdict holds while the code of the changed file stays as it is; that a change survived holds only while the tests stay
+as they are, too. Comments may change. Changes to the rest of the plug-in go unnoticed: to judge everything again, remove
+judged.jsonl.
 
---report runs no tests: it prints what is known of the changes, for each file and over all, and the survivors. The share
-is that of the killed among the judged ones that are not accepted; what does not compile is left out. A run ends with
-the same report, and both end with 1 when there is a survivor that is not accepted.
+--report runs no tests: it prints what is known of the changes, for each file and in total, and the survivors. The share
+killed leaves out changes that are accepted, not judged, or do not compile. A run ends with the same report, and both
+end with 1 when there is a survivor that is not accepted.
 
---check-accepted runs no tests either: it lists the entries of FILE that are not changes of the code as it is now, and
-ends with 1 when there are any.
+--check-accepted runs no tests either: it lists the entries of FILE that the code as it is now no longer has, and ends
+with 1 when there are any.
 """
 
 import argparse
@@ -46,13 +46,14 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 WORK = ROOT / "build" / "mutants"
 TESTS = ("tests/indexer", "tests/reader", "tests/support")
 
-# Of processor time, which work of others on the machine does not use up. Waiting may take longer by this factor.
+# Limits in seconds of processor time, which other work on the machine does not use up. Real time may be longer by the
+# factor.
 LIMIT_OF_ALL_TESTS = 30
 LIMIT_OF_LIKELY_TESTS = 10
 WAITING_FACTOR = 5
-# The tests of a program that are run before the others: those that have noticed most changes of the same file so far.
+# How many tests of a program run first: those that have noticed the most changes to the same file so far.
 LIKELY_TESTS = 20
-# After them come the quick ones, which are most of the tests: together they take this part of the time of all.
+# The quick tests come next. They are most of the tests and together take this part of the time of all.
 QUICK_PART = 0.1
 
 KILLED, SURVIVED, NOT_COMPILED, ACCEPTED, OPEN = "killed", "survived", "does not compile", "accepted", "not judged"
@@ -89,7 +90,7 @@ SWAP = re.compile("|".join(rf"\b{re.escape(text)}\b" if text.isalpha() else re.e
 NUMBER = re.compile(r"(?<![\w.:])(0x[0-9A-Fa-f]+|\d+)(?![\w.]|::)")
 NEGATION = re.compile(r"(?<=\()!(?=\w)|(?<= )!(?=\w)")
 CONDITION = re.compile(r"\bif \(")
-# A statement on a line of its own that calls or assigns something.
+# A statement on a single line that calls or assigns something.
 STATEMENT = re.compile(r"^ +(?!.*= delete;)(?!return|const|auto|using|case|else|throw|if|for|while)[\w:.\->*\[\]&]+(\(| [-+|&]?= |\+\+;).*;$")
 
 
@@ -98,7 +99,7 @@ def digest_of(data):
 
 
 def digest_of_code(text):
-    """A digest of a source file that stays when its comments and blanks at the ends of lines change."""
+    """A digest of a source file that does not change with its comments or the blanks at the ends of lines."""
     code = re.sub(r"\"(?:\\.|[^\"\\\n])*\"|//[^\n]*",
                   lambda match: "" if match.group().startswith("//") else match.group(), text)
     lines = (line.strip() for line in code.splitlines())
@@ -110,7 +111,7 @@ class Mutant:
         self.path, self.line, self.text = path, line, text
         self.source = source  # digest of the code of the file
         self.key = f"{path}: {before.strip()} => {after.strip()}".strip()
-        self.number = 0  # of those of its file with this key
+        self.number = 0  # among the changes of its file with this key
 
 
 def blanked(text):
@@ -120,7 +121,7 @@ def blanked(text):
 
 
 def value_of(number):
-    """What a number in C++ means: 0x1F, 0644 or 31."""
+    """The value of a number in C++: 0x1F, 0644 or 31."""
     is_octal = number.startswith("0") and number.isdigit()
     return int(number, 8 if is_octal else 0)
 
@@ -163,14 +164,14 @@ def mutants_of(path):
 
 
 def tests_digest():
-    """A digest of all that tests consist of."""
+    """A digest of all files of the tests."""
     paths = sorted(path for folder in TESTS for path in (ROOT / folder).rglob("*") if path.is_file())
     digests = ((str(path.relative_to(ROOT)), digest_of_code(path.read_text(errors="replace"))) for path in paths)
     return digest_of(repr(list(digests)).encode())
 
 
 class Judged:
-    """The verdicts of this run and of earlier ones, kept in a file of one JSON object a line. The last one counts."""
+    """The verdicts of this run and of earlier ones, kept in a file of JSON objects, one per line. The last one counts."""
 
     def __init__(self):
         self.path = WORK / "judged.jsonl"
@@ -182,7 +183,7 @@ class Judged:
             try:
                 self.take(json.loads(line))
             except (json.JSONDecodeError, KeyError):
-                pass  # Empty, cut when a run was killed, or of an earlier form.
+                pass  # Empty, cut off when a run was killed, or of an earlier form.
 
     def take(self, record):
         self.verdicts[record["mutant"], record["number"], record["source"]] = record
@@ -206,13 +207,13 @@ class Judged:
                   "verdict": verdict, "by": killer}
         with self.lock:
             with self.path.open("a") as file:
-                # A new line also after one that was cut.
+                # On a new line, even after one that was cut off.
                 file.write("\n" + json.dumps(record))
             self.take(record)
 
     def lock_for_run(self):
-        """Ends the program when another run is on. The lock goes with the process and all that it has started: what is
-        left of a run that was killed may still write into the copies."""
+        """Ends the program when another run is on. Processes that a run has started hold the lock, too: when the run
+        is killed they may still write into the copies."""
         WORK.mkdir(parents=True, exist_ok=True)
         self.lock_file = open(WORK / "lock", "w")
         try:
@@ -223,7 +224,7 @@ class Judged:
 
 
 def run_to_end(command, seconds=None, **options):
-    """Whether the command succeeds in time. Nothing that it has started stays, and an interrupt does not reach it."""
+    """Whether the command succeeds in time. Kills whatever it leaves running. An interrupt does not reach it."""
     process = subprocess.Popen(list(map(str, command)), stderr=subprocess.DEVNULL, start_new_session=True,
                                close_fds=False, **options)
     try:
@@ -239,7 +240,7 @@ def run_to_end(command, seconds=None, **options):
 
 
 def bring_up_to_date(copy):
-    """Makes the folder a copy of the sources. What is as it should be keeps its time, so that little is built anew."""
+    """Makes the folder a copy of the sources. Unchanged files keep their times, so that little is rebuilt."""
     wanted = set()
     for folder, folders, files in os.walk(ROOT):
         folders[:] = [name for name in folders if name not in ("build", ".git", "__pycache__")]
@@ -262,7 +263,7 @@ class Copy:
         self.build = WORK / f"build{number}"
         bring_up_to_date(self.source)
         environment = {name: value for name, value in os.environ.items() if not name.startswith("CMAKE_")}
-        # A few files that are compiled together take less time where a header is changed, and little more for one.
+        # Compiling a few files together takes less time when a header is changed, and little more when one file is.
         subprocess.run(["cmake", "-S", self.source, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                         "-DCMAKE_UNITY_BUILD=ON", "-DCMAKE_UNITY_BUILD_BATCH_SIZE=4",
                         "-DCMAKE_CXX_FLAGS=-w -O0 -g0",
@@ -278,7 +279,7 @@ class Copy:
             self.quick_tests[program] = self.quick_ones()
 
     def quick_ones(self):
-        """Of the tests that were run last."""
+        """The quick ones among the tests that were run last."""
         output = (self.build / "output").read_text(errors="replace")
         taken = re.findall(r"^\[       OK \] ([\w/.]+).*\((\d+) ms\)$", output, flags=re.MULTILINE)
         left = QUICK_PART * sum(int(milliseconds) for _, milliseconds in taken)
@@ -299,7 +300,7 @@ class Copy:
         place = self.build / "run"
         shutil.rmtree(place, ignore_errors=True)
         place.mkdir()
-        # A mutant may fill memory or remove whatever it comes across: it sees the system read-only but for its folder.
+        # A mutant may fill memory or remove any file, so it sees the whole system read-only, except its own folder.
         guard = f'cd "$0"; ulimit -v 8000000 -t {seconds}; exec "$@"'
         command = ["bash", "-c", guard, place]
         environment = dict(os.environ, TMPDIR=str(place))
@@ -314,7 +315,7 @@ class Copy:
         with output.open("wb") as file:
             if run_to_end(command, WAITING_FACTOR * seconds, stdout=file, env=environment):
                 return None
-        # The first that failed or, when the program ended in a test, the last that began.
+        # The first test that failed or, when the program crashed, the last one that began.
         text = output.read_bytes()
         named = (re.findall(rb"^\[  FAILED  \] ([\w/.]+)", text, flags=re.MULTILINE)[:1] or
                  re.findall(rb"^\[ RUN      \] (\S+)", text, flags=re.MULTILINE)[-1:])
@@ -322,8 +323,8 @@ class Copy:
 
     def judge(self, mutant, likely_killers):
         """The verdict, and the name of the test that notices the change, or None."""
-        # The target to make, and the program to run then. What takes less time comes first: the tests of the indexer
-        # include its headers and are compiled anew with them.
+        # Targets to build, each with the program to run then, the quicker one first: the tests of the indexer include
+        # its headers and are recompiled with them.
         stages = [("zel3reader", "reader_tests")]
         if mutant.path.startswith("indexer/"):
             stages.insert(1 if mutant.path.endswith(".h") else 0, ("indexer_tests", "indexer_tests"))
@@ -353,7 +354,7 @@ def accepted_entries(path):
 
 
 def all_sources():
-    """Headers last: after each of them the files that include it are compiled once more."""
+    """Headers last: after each of them the files that include it are recompiled."""
     return [str(path.relative_to(ROOT)) for kind in ("*.cpp", "*.h") for folder in ("indexer", "reader")
             for path in sorted((ROOT / folder).glob(kind))]
 

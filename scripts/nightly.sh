@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# What takes longer than a change can wait for: the long proof that nothing crashes, hangs, leaks or lies, what the tests
-# reach, the measurements, and the changes that no test notices.
+# What takes too long to run with every change: the packages, the long search for crashes, hangs, leaks and wrong
+# answers, the coverage of the tests, the measurements, and the mutations that no test notices.
 #   scripts/nightly.sh [packages|reproducible|load|faults|threads|memcheck|sanitizers|fuzz|coverage|demo|bench|mutants...]
-# Without a name all of them run. Ends with 1 at the first finding. The figures are printed as they come.
+# Without a name all of them run. Fails at the first finding. The figures are printed as they come.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -32,7 +32,7 @@ runner=()
 for part in "${parts[@]}"; do
   echo "== $part"
   case $part in
-    # What is installed, and the pages with their pictures, in every ABI: a change runs each in one.
+    # What is installed, and the pages with their pictures, in every ABI: with a change each is tested in only one.
     packages)
       for preset in "${builds[@]}"; do
         cmake --preset "$preset" -DZEL3_TEST_EVERYTHING=ON >/dev/null
@@ -64,11 +64,11 @@ for part in "${parts[@]}"; do
       done ;;
     memcheck)
       build native
-      # Regular expressions that are compiled as they run are beyond what valgrind can follow.
+      # valgrind cannot follow regular expressions that are compiled at run time.
       export QT_ENABLE_REGEXP_JIT=0
       runner=(valgrind --quiet --error-exitcode=9 --leak-check=full --errors-for-leak-kinds=definite
               --soname-synonyms=somalloc=NONE)
-      # Without the tests that bring an allocator of their own, limit the memory of the process or end it.
+      # Without the tests that replace the allocator, limit the memory of the process or kill it.
       for program in blocks_tests host_tests indexer_tests parser_tests archive_tests samples_tests reader_tests; do
         tests native "$program" --gtest_filter='-*Memory*:*FindNoRoom*:*TooLarge*:*ProcessIsKilled*:BadInput.HugeCacheFiles'
       done

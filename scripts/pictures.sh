@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Takes the pictures of docs/pictures anew, of the page that zel3 report makes of the sample day.
+# Retakes the pictures in docs/pictures, of the page that zel3 report makes of the sample day.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds the packages of this tree twice, in folders of different names, one after the other, and compares them byte for
-# byte. Takes as long as two whole builds of the program.
+# Builds the packages of this tree twice, in folders with different names, and compares them byte for byte. Takes as
+# long as two whole builds of the program.
 #   scripts/reproducible.sh [PRESET]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -11,7 +11,7 @@ export SOURCE_DATE_EPOCH
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# build FOLDER: a copy of the tree as it is now, built and packed there.
+# build FOLDER: copies the tree as it is now to FOLDER, and builds and packs it there.
 build() {
   local tree=$work/$1
   mkdir -p "$tree"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what building and testing need on a Debian 12 machine (amd64). Safe to run again: does nothing when
-# everything is there. Without the 32-bit packages the project still builds in 64 bits; with --require-i386 that is
-# a failure.
+# everything is there. If the 32-bit packages cannot be installed the project still builds in 64 bits; with
+# --require-i386 that is a failure.
 set -euo pipefail
 
 require_i386=no
@@ -28,8 +28,8 @@ as_root() {
   if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi
 }
 
-# One release for both architectures: an index of security updates that has not arrived for i386 would otherwise
-# leave no version of Qt that fits both.
+# One release for both architectures: otherwise no version of Qt would fit both while the list of security updates for
+# i386 is missing.
 install() {
   as_root env DEBIAN_FRONTEND=noninteractive apt-get install --yes --no-install-recommends -t bookworm "$@"
 }

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Sets up the machine, builds and runs every test: in the builds i386 and native, or in the presets given.
+# Sets up the machine, builds, and runs every test, in the builds i386 and native or in the presets given.
 #   scripts/test.sh [--require-i386] [PRESET...]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 scripts/setup.sh "$@" 2>&1 | { grep -E '^(setup|\*\*\*|The shipping|E:)' || true; }
 [ "${PIPESTATUS[0]}" = 0 ] || exit 1
 if [ "${1:-}" = --require-i386 ]; then
-  # The tests of both ABIs together are then not skipped.
+  # Makes the tests that need both ABIs run instead of being skipped.
   export ZEL3_REQUIRE_I386=yes
   shift
 fi

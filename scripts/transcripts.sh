@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Replays the recorded conversations of tests/transcripts, all of them or those named, and shows what differs.
 #   scripts/transcripts.sh [--record] [--program PATH] [NAME...]
-# With --record what is said now becomes the recording. Without a PATH: the program of the build native, else i386.
-# Ends with 1 when anything differs.
-# A recording holds prose (#), commands ($) and inputs (>); all other lines are answers. For a new one, write those and
-# record it.
+# With --record the answers of now become the recording. Without a PATH the program is that of the build native or, if
+# there is none, of i386. Ends with 1 when anything differs, unless it records.
+# A recording holds prose (#), commands ($) and inputs (>); all other lines are answers. For a new one, write these
+# three and record it.
 set -euo pipefail
 
 folder_of_this_script=$(cd "$(dirname "$0")" && pwd)
@@ -45,14 +45,14 @@ if [ "${#names[@]}" = 0 ]; then
   for file in "$conversations"/*.transcript; do names+=("$(basename "$file" .transcript)"); done
 fi
 
-# The reader names the folder by its path without links.
+# The reader names the folder by its real path.
 work=$(cd "$(mktemp -d)" && pwd -P)
 trap 'rm -rf "$work"' EXIT
 export TZ=UTC LC_ALL=C.UTF-8 HOME=$work/run TMPDIR=$work/run/tmp XDG_CONFIG_HOME=$work/run/settings
 folder=$work/run/archives
 
-# Runs the command of a step with the step's inputs, and prints the step: after the command what is printed first, after
-# each input what is printed next up to "idle".
+# Runs the command of a step with the step's inputs, and prints the step: after the command and after each input the
+# answers that come next, up to "idle".
 play_step() {
   local words status=0 line
   if [[ $1 != '$ '* ]]; then
@@ -80,7 +80,7 @@ play_step() {
     END { while ((getline line < answers) > 0) print line }'
 }
 
-# Prints the conversation of a recording as it goes now: prose, commands and inputs are taken over, answers are new.
+# Prints the conversation of a recording as it goes now: with its prose, commands and inputs, and new answers.
 play() {
   local step=() line
   rm -rf "$work/run"
