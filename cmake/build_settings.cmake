@@ -15,8 +15,8 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 set(CMAKE_INSTALL_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE} CACHE STRING "Folder of libraries under the prefix")
 include(GNUInstallDirs)
 
-# Programs find libraries in places relative to their own, as they are in the build and where they are installed. One
-# run path for both: where it differs, CMake leaves room in the file with empty parts, which mean the current folder.
+# Programs find libraries relative to their own folder, in the build as well as where they are installed. One run path
+# serves both: if the two differed, CMake would pad the shorter one with empty parts, which mean the current folder.
 set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 set(CMAKE_INSTALL_RPATH $ORIGIN/../lib $ORIGIN/../${CMAKE_INSTALL_LIBDIR})
 
@@ -28,19 +28,19 @@ option(ZEL3_FUZZ "Make the fuzzers, with clang" OFF)
 set(ZEL3_STRING_ABI _GLIBCXX_USE_CXX11_ABI=0)
 add_compile_definitions(${ZEL3_STRING_ABI} _FILE_OFFSET_BITS=64)
 add_compile_definitions(QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS)
-# Plug-ins run with any Qt that has the functions that they call, not only with one as new as the headers.
+# Plug-ins run with any Qt that has the functions they call, not only with one as new as the headers.
 add_compile_definitions(QT_NO_VERSION_TAGGING)
 # Qt refuses position-dependent code and -fPIE alike.
 add_compile_options(-fPIC -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Wmultichar -Werror)
-# What is built names no folder of this machine, not even in what helps to debug it: two builds of the same sources are
-# the same, wherever they are made.
+# What is built names no folder of this machine, not even in its debug information: builds of the same sources are
+# identical, wherever they are made.
 foreach(folder ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
   add_compile_options(-fdebug-prefix-map=${folder}=. -fmacro-prefix-map=${folder}=.)
 endforeach()
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-  # Older compilers align the stack to 4 bytes only, and what they have built calls these functions. They align it for
-  # all that they call in turn: Qt needs that, too. (With -mstackrealign GCC aligns it only where a function needs that
-  # itself.)
+  # Older compilers align the stack to 4 bytes only, and code built by them calls these functions. The functions align
+  # it for all that they call in turn, because Qt needs that, too. (With -mstackrealign GCC aligns it only in functions
+  # that need it themselves.)
   if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
     add_compile_options(-mincoming-stack-boundary=2)
   else()
@@ -48,43 +48,43 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   endif()
 endif()
 
-# Every symbol is found when a file is loaded, and what that took is read-only from then on. So calls of other libraries
-# need no stub that would find it later.
+# Every symbol is bound when a file is loaded, and the tables for that are read-only from then on. So calls into other
+# libraries need no stubs that would bind them later.
 add_link_options(-Wl,-z,relro -Wl,-z,now)
 add_compile_options(-fno-plt)
 
-# Saves half of the time. The presets fuzz and coverage go without: they find files that lack an include.
+# Unity builds take half of the time. The presets fuzz and coverage do without them, and so find missing includes.
 if(CMAKE_UNITY_BUILD)
-  # The unnamed namespaces of files that are compiled together are not those of headers.
+  # The compiler takes files that are compiled together for headers, and warns about their unnamed namespaces.
   add_compile_options(-Wno-subobject-linkage)
   set(CMAKE_UNITY_BUILD_BATCH_SIZE 12)
 endif()
 if(ZEL3_SANITIZE)
-  # Packed records hold members at odd addresses on purpose, hence no alignment check.
+  # No alignment check: packed records hold members at odd addresses on purpose.
   add_compile_options(-fsanitize=${ZEL3_SANITIZE} -fno-sanitize=alignment -fno-sanitize-recover=all
                       -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${ZEL3_SANITIZE})
 endif()
 if(ZEL3_SANITIZE OR ZEL3_COVERAGE OR ZEL3_FUZZ)
-  # Builds that look for mistakes check assertions, too.
+  # Builds that look for mistakes also check assertions.
   add_compile_options(-UNDEBUG)
 else()
-  # Qt checks its own where all others are checked: a host is not ended by them.
+  # The assertions of Qt are checked only where all others are: they must not end a host.
   add_compile_definitions($<$<NOT:$<CONFIG:Debug>>:QT_NO_DEBUG>)
 endif()
 if(ZEL3_COVERAGE)
   add_compile_options(--coverage -fprofile-update=atomic)
   add_link_options(--coverage)
 endif()
-# What plug-ins are compiled with: hosts need not know types at run time. The sanitizers do.
+# What plug-ins are compiled with: hosts need not provide type information at run time. The sanitizers need it.
 set(ZEL3_PLUGIN_COMPILE_OPTIONS -fno-rtti)
 if(ZEL3_SANITIZE)
   set(ZEL3_PLUGIN_COMPILE_OPTIONS "")
 endif()
-# What plug-ins for the reference host are linked with: a symbol that neither they nor the host have is found at once.
+# What plug-ins for the reference host are linked with: a symbol that neither they nor the host have fails the build.
 set(ZEL3_PLUGIN_LINK_OPTIONS -Wl,--no-undefined)
 if(ZEL3_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
-  # With clang the sanitizers' symbols are those of the program.
+  # With clang the program provides the symbols of the sanitizers.
   set(ZEL3_PLUGIN_LINK_OPTIONS "")
 endif()

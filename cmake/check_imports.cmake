@@ -1,6 +1,6 @@
 # Checks what a plug-in leaves to the process that loads it: functions of its host, and nothing else.
 #   cmake -DNM=... -DPLUGIN=FILE -DQT_LIBRARY=FILE [-DHOST_LIBRARY=FILE] -P check_imports.cmake
-# With a library of the host, each must be there. Without one, each must be of the classes that hosts offer.
+# With HOST_LIBRARY each function must be in it. Without, each must belong to the classes that hosts offer.
 function(zel3_list_symbols result file)
   execute_process(COMMAND ${NM} --dynamic --format=posix ${ARGN} ${file}
     OUTPUT_VARIABLE lines
@@ -9,7 +9,8 @@ function(zel3_list_symbols result file)
   set(${result} ${lines} PARENT_SCOPE)
 endfunction()
 
-# What a library that the plug-in names has comes with a version, but for that of Qt 4; weak symbols may stay open.
+# Symbols from the libraries that the plug-in names have a version, except those of Qt 4. Weak symbols may stay
+# undefined.
 zel3_list_symbols(needed ${PLUGIN} --undefined-only)
 list(FILTER needed INCLUDE REGEX "^[^@]+ U")
 list(TRANSFORM needed REPLACE " .*" "")

@@ -1,6 +1,6 @@
 # What `cmake --install` puts where. The components are the Debian packages: the program, the plug-ins, the library of
-# their host, and what bricks and hosts are built with. Nothing that is installed names a folder of its own place or of
-# the build: the tree may be moved.
+# their host, and what bricks and hosts are built with. Nothing installed names the folder it is in or that of the
+# build, so the tree may be moved.
 include(CMakePackageConfigHelpers)
 set(zel3_library_package libbrickhost${PROJECT_VERSION_MAJOR})
 set(zel3_sdk_headers ${CMAKE_INSTALL_INCLUDEDIR}/zel3-brick-sdk)
@@ -14,7 +14,7 @@ if(TARGET man_pages)
   install(FILES ${zel3_pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT zel3)
 endif()
 
-# What completes commands, where each shell looks for it.
+# The completions, where each shell looks for them.
 function(zel3_install_completion shell folder name)
   set(script ${CMAKE_BINARY_DIR}/completions/${shell})
   add_custom_command(

@@ -1,4 +1,4 @@
-# Writes a page as it is installed: links to what is not installed with it are plain text.
+# Writes a page as it is installed: links to what is not installed with it become plain text.
 #   cmake -DFOLDER=... -DPAGE=docs/x.md -DINSTALLED=README.md,docs/x.md,... -DOUTPUT=... -P installed_page.cmake
 string(REPLACE "," ";" installed "${INSTALLED}")
 file(READ ${FOLDER}/${PAGE} rest)

@@ -1,8 +1,8 @@
-# What packaging/make_packages.sh needs to know of the build. CPack of this version knows neither packages of both ABIs
-# that share files nor versions that must be equal.
+# What packaging/make_packages.sh needs to know about the build. This version of CPack supports neither packages of both
+# ABIs that share files nor dependencies on an equal version.
 set(ZEL3_PACKAGE_MAINTAINER "zel3 developers <zel3@example.org>" CACHE STRING "Who answers for the Debian packages")
 
-# The version of a package that is compiled in, as version_of_<package>.
+# Sets version_of_<package> for a package that is compiled in.
 function(zel3_find_version package)
   string(MAKE_C_IDENTIFIER ${package} name)
   execute_process(COMMAND dpkg-query --show --showformat=\${Version} ${package}
@@ -32,7 +32,7 @@ version=@PROJECT_VERSION@
 sources='@PROJECT_SOURCE_DIR@'
 ")
 
-# All that is in the packages, and none of the tests.
+# Builds all that is in the packages, and none of the tests.
 add_custom_target(packaged DEPENDS zel3 zel3reader zel3parser brickhost zel3_blocks pages
                                    completion_bash completion_zsh completion_fish)
 if(TARGET man_pages)

@@ -1,6 +1,6 @@
 # Qt Core as the target Zel3::qt_core, for this build and for those that use the installed SDK. The packaged CMake files
-# know only the 64-bit library, and the 32-bit package has no link for the linker, so both builds name the run-time
-# library themselves; the headers of either architecture serve both builds.
+# know only the 64-bit library, and the 32-bit package has no `.so` link for the linker, so both builds name the
+# run-time library themselves; the headers of either architecture serve both builds.
 if(TARGET Zel3::qt_core)
   return()
 endif()

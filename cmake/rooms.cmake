@@ -1,7 +1,7 @@
-# Includes say which folder they use, as in "client/archive_session.h". Every folder has a target and an include path of
-# its own in which only that folder is found: a file sees what its target is linked with, and a wrong include does not
+# Includes say which folder they use, as in "client/archive_session.h". Every folder has its own target and an include
+# path in which only that folder is found: a file sees only what its target is linked with, and a wrong include does not
 # compile.
-#   zel3_publish_headers(<target> [<name> <folder>])    by default the folder at hand, under its own name
+#   zel3_publish_headers(<target> [<name> <folder>])    by default the current folder, under its own name
 function(zel3_publish_headers target)
   if(ARGC GREATER 1)
     set(name ${ARGV1})
@@ -22,8 +22,8 @@ function(zel3_publish_headers target)
 endfunction()
 
 # A folder of the program as a static library: zel3_add_room(<target> SOURCES <file>... [USES <target>...])
-# The large headers of the libraries for formatting and JSON take longer to read than all of the program, so they are
-# compiled once, for zel3_text.
+# The large headers of the libraries for formatting and JSON take longer to compile than the whole program, so they are
+# precompiled once, for zel3_text.
 function(zel3_add_room target)
   cmake_parse_arguments(arg "" "" "SOURCES;USES" ${ARGN})
   add_library(${target} STATIC ${arg_SOURCES})
