@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes the Debian packages of a build: the same bytes each time, and from equal sources wherever they are built.
+# Makes the Debian packages of a build in FOLDER. The same sources always give the same bytes, wherever they are built.
 #   packaging/make_packages.sh BUILD FOLDER
 set -euo pipefail
 umask 022
@@ -7,10 +7,10 @@ export LC_ALL=C
 build=$(realpath "$1")
 mkdir -p "$2"
 folder=$(realpath "$2")
-# What the build says of itself: architecture, triplet, version, sources.
+# Sets what the build says about itself: architecture, triplet, version, sources.
 . "$build/packaging/variables"
 
-# What Debian's tools have to say is worth reading when one has failed.
+# Warnings of Debian's tools are shown only when something has failed.
 work=$(mktemp -d)
 finish() {
   [ "$?" = 0 ] || cat "$work/warnings" >&2
@@ -23,14 +23,14 @@ cp "$build"/packaging/{control,changelog} "$work/debian"
 cd "$work"
 export DEB_HOST_ARCH=$architecture
 
-# All files of the packages are of this time: that of the last commit or, without a repository, of the changelog.
+# All files in the packages get this time: that of the last commit or, without a repository, of the changelog.
 if [ -z "${SOURCE_DATE_EPOCH:-}" ]; then
   SOURCE_DATE_EPOCH=$(git -C "$sources" log -1 --format=%ct 2>/dev/null) ||
     SOURCE_DATE_EPOCH=$(dpkg-parsechangelog --show-field Timestamp)
 fi
 export SOURCE_DATE_EPOCH
 
-# Removes the symbols that only debuggers need, and what says which compiler has made a file.
+# Removes the symbols that only debuggers need, and the notes about the compiler.
 strip_file() {
   case $1 in
     *.a) strip --strip-debug --remove-section=.comment --enable-deterministic-archives "$1" ;;
@@ -39,7 +39,7 @@ strip_file() {
   esac
 }
 
-# Puts the files of a package where it will have them.
+# Puts the files of a package in the places that they have in it.
 stage() {
   local package=$1 root=$work/$1 documents=$work/$1/usr/share/doc/$1
   cmake --install "$build" --component "$package" --prefix "$root/usr" >/dev/null
@@ -54,7 +54,7 @@ stage() {
   find "$root" -name '*.so*' -type f -exec chmod 644 {} +
 }
 
-# Names of the libraries that others ask for, and the package that has them.
+# Tells other packages which package has the library, and updates the cache of the linker when it is installed.
 describe_library() {
   local package=$1
   echo "libbrickhost ${package#libbrickhost} $package (>= $version)" >"$package/DEBIAN/shlibs"
@@ -73,7 +73,7 @@ pack() {
   dpkg-gencontrol -p"$package" -P"$package" -Tsubstvars -fdebian/files 2>>warnings
   (cd "$package" && find usr -type f -print0 | sort -z | xargs -0 md5sum >DEBIAN/md5sums)
   find "$package" -exec touch --no-dereference --date="@$SOURCE_DATE_EPOCH" {} +
-  # One thread: more would cut large packages into pieces.
+  # One thread: more would compress large packages in pieces, and so to other bytes.
   dpkg-deb --root-owner-group --threads-max=1 --build "$package" "$folder" >/dev/null
 }
 
