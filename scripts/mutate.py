@@ -14,8 +14,8 @@ build/mutants.
 
 Each verdict is written to build/mutants/judged.jsonl as it is found, so that a run resumes after any interruption. A
 verdict holds while the code of the changed file stays as it is; that a change survived holds only while the tests stay
-as they are, too. Comments may change. Changes to the rest of the plug-in go unnoticed: to judge everything again, remove
-judged.jsonl.
+as they are, too. Comments may change. Verdicts stay when the rest of the plug-in changes: to judge everything again,
+remove judged.jsonl.
 
 --report runs no tests: it prints what is known of the changes, for each file and in total, and the survivors. The share
 killed leaves out changes that are accepted, not judged, or do not compile. A run ends with the same report, and both
