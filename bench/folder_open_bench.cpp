@@ -28,7 +28,7 @@ int CacheFilesInFolder() {
 
 enum class Cache { kNone, kBeside, kInFolder };
 
-// Few, because the cache files in one folder must stay below the host's limit.
+// Few entries, because all cache files of a folder must stay below the host's limit.
 int EntriesOf(Cache cache) {
   return cache == Cache::kBeside ? Sized(3600, 10) : 10;
 }
