@@ -18,8 +18,8 @@
 // A brick that gets the control block 'Kill' is unlinked and destroyed by the pipeline; onCtrl
 // never sees it.
 //
-// The virtual functions stand in this order in the table, and the size is fixed: the members of the
-// bricks of plug-ins follow. The one pointer leads to what a host keeps of a brick.
+// The table of virtual functions has this order, and the size is fixed: the members of plug-ins'
+// bricks follow. The one pointer leads to what a host keeps for a brick.
 class BRICK_SDK_API CBrick {
  public:
   // The brick is scheduled once Create has named its pipeline.
@@ -64,7 +64,8 @@ class BRICK_SDK_API CBrick {
   virtual void DisconnectOwned(CBrick* owned);
 
  protected:
-  // The brick's own work. Their results have no meaning for this host. No exception may leave them.
+  // The brick's own work. The results mean nothing to this host. No exception may leave these
+  // functions.
   virtual int onCtrl(cMemBlock& block);
   virtual int onData(const cMemBlock& block);
   virtual int onNotify(const cMemBlock& block);

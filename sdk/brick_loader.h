@@ -6,8 +6,8 @@
 // Obtains bricks of other plug-ins.
 class BRICK_SDK_API CBrickLoader {
  public:
-  // A brick of the plug-in that is known by the four-character tag `signature`; null when there is
-  // none, when it refuses the configuration, or when making it fails. The caller refers to the
-  // brick and ends it with 'Kill'. Throws nothing.
+  // A brick of the plug-in known by the four-character tag `signature`; null when there is none,
+  // when it refuses the configuration, or when making it fails. The caller keeps the pointer and
+  // ends the brick with 'Kill'. Throws nothing.
   static CBrick* CreateBrick(unsigned long signature, TBrickConfig& config);
 };

@@ -1,6 +1,6 @@
-// Holds the headers of a host against what the plug-in is built with: sizes, offsets, places in
-// tables of virtual functions. Prints what differs and ends with 1; one line and 0 when nothing
-// does. What the headers do not declare as the plug-in calls it, the compiler says. Calls nothing
+// Compares the headers of a host with what the plug-in is built with: sizes, offsets, places in
+// virtual tables. Prints the differences and exits with 1; when there are none, prints one line and
+// exits with 0. Headers that do not declare what the plug-in calls fail to compile. Calls nothing
 // of the host.
 //
 //   g++ -std=c++17 -D_GLIBCXX_USE_CXX11_ABI=0 -I HEADERS check_host.cpp -o check_host
@@ -50,8 +50,8 @@ void CompareSize(const char* type, std::size_t plugin) {
   Compare(type, "size", sizeof(T), plugin);
 }
 
-// A pointer to a member is its offset, one to a virtual function 1 more than the offset in the
-// table.
+// A pointer to a data member is its offset; a pointer to a virtual function is its offset in the
+// table plus 1.
 template <class Member>
 std::size_t ValueOf(Member member) {
   std::size_t value;
@@ -65,7 +65,8 @@ void CompareField(const char* name, Field Class::*field, std::size_t offset, std
   Compare(name, "size", sizeof(Field), size);
 }
 
-// What a function takes is part of its name, by which the plug-in finds it; what it returns is not.
+// The arguments of a function are part of the symbol by which the plug-in finds it; the result is
+// not.
 template <class... Arguments>
 struct Takes {
   template <class Class, class Result>
@@ -79,8 +80,8 @@ struct Takes {
   }
 };
 
-// Destructors have no pointers. They are called on an object that is nothing but a table, whose
-// functions tell which they are.
+// There are no pointers to destructors. They are called on an object that holds nothing but a
+// table, whose functions note which of them was called.
 std::size_t calledSlot;
 
 template <std::size_t kSlot>
@@ -177,7 +178,7 @@ void CompareConfig() {
   CompareField("TBrickConfig::cacheFolder", &TBrickConfig::cacheFolder, 550, 261);
 }
 
-// The functions that are not virtual. Their names say what they take.
+// The functions that are not virtual. Their symbols include their arguments.
 using Loader = CBrick* (*)(unsigned long, TBrickConfig&);
 using Locking = void (CCriticalSection::*)();
 using SwitchingOn = void (CIniFile::*)(bool);
@@ -201,7 +202,7 @@ int main() {
   CompareSize<CCriticalSection>("CCriticalSection", Choose(24, 40));
   CompareSize<CSingleLock>("CSingleLock", kPointer);
   CompareSize<CIniFile>("CIniFile", Choose(64, 128));
-  // The plug-in aligns it to a pointer.
+  // The plug-in aligns it like a pointer.
   if (alignof(CIniFile) > kPointer) Compare("CIniFile", "alignment", alignof(CIniFile), kPointer);
   Node::CompareAll();
   Block::CompareAll();

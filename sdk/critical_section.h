@@ -7,8 +7,8 @@
 // A lock for one short section at a time. Not recursive: a thread that holds it must not lock it
 // again.
 //
-// Its size is fixed, because nodes of blocks contain one and their payload follows it. What is in
-// it is the host's own: a host may lock in another way.
+// Its size is fixed, because nodes of blocks contain one and their payload follows it. Its contents
+// are the host's own: a host may lock in another way.
 class BRICK_SDK_API CCriticalSection {
  public:
   CCriticalSection();

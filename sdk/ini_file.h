@@ -5,12 +5,12 @@
 
 #include "sdk/sdk_export.h"
 
-// Settings of the host: a text file of lines "key=value" in the settings folder. Which folder that
-// is, the host decides for the thread. Other threads and processes may use the same file at the
-// same time, by objects of their own: where the file system knows locks, no line is lost and no key
-// written twice.
+// Settings of the host: a text file of lines "key=value" in the settings folder. The host decides
+// for each thread which folder that is. Other threads and processes may use the same file at the
+// same time, through their own objects: where the file system has locks, no line is lost and no key
+// is written twice.
 //
-// Its size is fixed: plug-ins make such objects on their own stack. What is in them is the host's
+// Its size is fixed: plug-ins make such objects on their own stack. Their contents are the host's
 // own.
 class BRICK_SDK_API CIniFile {
  public:
@@ -21,7 +21,8 @@ class BRICK_SDK_API CIniFile {
   CIniFile& operator=(const CIniFile&) = delete;
 
   // When on, GetInt writes a missing key with its default back to the file, unless somebody else
-  // has done so since: then it has that value. What cannot be written within a moment is not.
+  // has done so since: then it returns that value. A line that cannot be written within a moment is
+  // not written.
   void EnableDefValsCreation(bool enable);
 
   // The integer under `key`; `defaultValue` when the key is missing or its value is not a 32-bit

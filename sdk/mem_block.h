@@ -7,15 +7,15 @@
 
 // A shared handle on a reference-counted node: what bricks send to each other.
 //
-// Copying a handle takes a reference, destroying it gives the reference back; the node goes with
+// Copying a handle takes a reference, destroying it gives the reference back; the node ends with
 // its last reference. Handles of one node may be copied and destroyed on any threads. One handle
 // object belongs to one thread at a time.
 //
-// A block is released while the module that made its node is loaded: releasing calls that module's
-// code.
+// Release a block while the module that made its node is still loaded: releasing calls that
+// module's code.
 //
-// The virtual functions stand in this order in the table: destructors, GetData, GetData const,
-// GetExtraSize. Sizes and fields are fixed: plug-ins have typed handles and nodes built in.
+// The table of virtual functions has this order: destructors, GetData, GetData const, GetExtraSize.
+// Sizes and fields are fixed: plug-ins have typed handles and nodes built in.
 class BRICK_SDK_API cMemBlock {
  public:
   class node;
