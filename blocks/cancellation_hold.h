@@ -2,8 +2,8 @@
 
 #include <pthread.h>
 
-// Until the end of a scope this thread is not cancelled: for destructors, through which nothing may
-// unwind. A cancellation that comes meanwhile takes effect afterwards.
+// Keeps this thread from being cancelled until the end of a scope: for destructors, through which
+// nothing may unwind. A cancellation that comes meanwhile takes effect afterwards.
 class CancellationHold {
  public:
   CancellationHold() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &mBefore); }

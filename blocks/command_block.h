@@ -16,8 +16,7 @@ class cCommandBlock : public cMemBlock {
  public:
   class node;
 
-  // A block of `size` bytes, record and all: with a fresh record, and zeros after it. Throws
-  // std::bad_alloc.
+  // A block of `size` bytes, record included: a fresh record, then zeros. Throws std::bad_alloc.
   static cCommandBlock New(std::uint32_t size = sizeof(T)) {
     return cCommandBlock(node::Make(size));
   }
@@ -30,8 +29,8 @@ class cCommandBlock : public cMemBlock {
   }
 
   std::uint32_t Size() const { return mNode->size; }
-  // False for a node too small for its record. Such a node may only be asked for its Size, unless
-  // New has made it: then it has room for the record all the same.
+  // False for a node too small for its record. Then only Size() is valid, unless New made the node:
+  // that always leaves room for the record.
   bool HoldsRecord() const { return mNode->size >= sizeof(T); }
 
   // Borrowed from the node.
@@ -45,7 +44,7 @@ class cCommandBlock : public cMemBlock {
     return HoldsRecord() ? mNode->size - static_cast<std::uint32_t>(sizeof(T)) : 0;
   }
 
-  // Adds `brick` to the bricks that have handled the command; true when it is new among them.
+  // Adds `brick` to the bricks that have handled the command; true when it was not yet among them.
   bool MarkHandledBy(CBrick* brick) const {
     return static_cast<cCommandNode*>(mNode)->MarkHandledBy(brick);
   }
@@ -75,7 +74,7 @@ class cCommandBlock<T, kTag>::node final : public cCommandNode {
 
   ~node() override { RecordOf(this)->~T(); }
 
-  // The payload stands right after the fields of a command node, whichever module made it.
+  // The payload directly follows the fields of a command node, whichever module made it.
   static T* RecordOf(cMemBlock::node* start) {
     return reinterpret_cast<T*>(reinterpret_cast<unsigned char*>(start) + sizeof(cCommandNode));
   }

@@ -11,10 +11,10 @@
 
 // Commands between bricks.
 
-// The kinds of a lookup by time.
+// The kinds of lookup by time.
 enum TChunkRequestType : std::uint32_t {
   kAtOrBefore = 1,  // also ends the reader's stopped state
-  kNeighbour = 2,   // the entry after, or playing backward before, the one at or before the time
+  kNeighbour = 2,   // the entry after (playing backward: before) the one at or before the time
 };
 
 #pragma pack(push, 1)

@@ -2,9 +2,9 @@
 
 #include <cxxabi.h>
 
-// Runs `work`; false when it has thrown. No exception may leave a brick, but the cancellation of a
-// thread unwinds like one, and a thread whose cancellation is swallowed ends the process. A
-// cancellation has no object, which the sanitizer of null references must not mind.
+// Runs `work`; false when it threw. No exception may leave a brick, but the cancellation of a
+// thread unwinds like one, and swallowing it ends the process. A cancellation has no exception
+// object, so the sanitizer must not check for a null reference here.
 template <class Work>
 __attribute__((no_sanitize("null"))) bool Contain(const Work& work) {
   try {
@@ -17,8 +17,8 @@ __attribute__((no_sanitize("null"))) bool Contain(const Work& work) {
   }
 }
 
-// Runs `work` until it does not throw, a few times at most; false when it has always thrown. For
-// work that goes on where it has failed: a single refusal of memory then has no effect.
+// Runs `work` until it does not throw, a few times at most; false when it threw each time. For work
+// that resumes where it failed: a single failed allocation then has no effect.
 template <class Work>
 bool TryAFewTimes(const Work& work) {
   constexpr int kTimes = 3;

@@ -26,7 +26,7 @@ struct TZEL3ChunkRequestNotify {
   TZEL3ChunkInfo info;
 };
 
-// 'rset': playing has been started anew; the fields echo the play command.
+// 'rset': playing has started or restarted; the fields echo the play command.
 struct TZEL3ResetNotify {
   std::uint32_t kind = tag::kReset;
   IndexId indexId = kNoIndexId;

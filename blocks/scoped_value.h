@@ -1,6 +1,6 @@
 #pragma once
 
-// Gives a variable another value for the time of a scope, however the scope is left.
+// Gives a variable another value until the end of a scope, however the scope is left.
 template <class T>
 class ScopedValue {
  public:

@@ -31,7 +31,7 @@ struct STREAM_T {
 
 // One archive header.
 struct HDR_T {
-  std::uint32_t headerWord0 = 0;  // carried unchanged, as the next
+  std::uint32_t headerWord0 = 0;  // carried unchanged, like the next
   std::uint32_t headerWord1 = 0;
   std::string title;
   STREAM_T streams[256];
@@ -52,7 +52,7 @@ struct DATA_T {
   std::uint8_t type = 0;   // stream id or event type
 };
 
-// The position in the file, in bytes, at which the next reported header or index record stands.
+// The position in the file, in bytes, of the next reported header or index record.
 struct TParserTag {
   FilePosition position = 0;
 };

@@ -15,15 +15,15 @@
 // A data block: one record T, then extra bytes. The node's size counts both.
 //
 // Handles share their node until one of them writes: writing access to a shared node gives the
-// writer a copy of its own. Released nodes are kept in a pool of the type, because data blocks come
-// at the rate of the archive.
+// writer its own copy. Released nodes are pooled by type, because data blocks come at the rate of
+// the archive.
 template <class T, Tag kTag>
 class cStructBlock : public cMemBlock {
  public:
   class node;
 
-  // A block of `size` bytes, record and all: with a fresh record, and bytes after it that are not
-  // set. Throws std::bad_alloc.
+  // A block of `size` bytes, record included: a fresh record, then uninitialised bytes. Throws
+  // std::bad_alloc.
   static cStructBlock New(std::uint32_t size = sizeof(T)) {
     node* const fresh = node::Make(size);
     fresh->type = kTag;
@@ -31,13 +31,13 @@ class cStructBlock : public cMemBlock {
   }
 
   // A typed handle on the node of `block`, whose tag must say that it holds a T. Takes a reference,
-  // copies nothing. For reading, hence const: writing to a copy of the handle would write to
-  // another node than the sender's.
+  // copies nothing. For reading, hence const: writing through a copy of the handle would write to a
+  // node other than the sender's.
   static const cStructBlock View(const cMemBlock& block) { return cStructBlock(block); }
 
   std::uint32_t Size() const { return mNode->size; }
-  // False for a node too small for its record. Such a node may only be asked for its Size, unless
-  // New has made it: then it has room for the record all the same.
+  // False for a node too small for its record. Then only Size() is valid, unless New made the node:
+  // that always leaves room for the record.
   bool HoldsRecord() const { return mNode->size >= sizeof(T); }
 
   // Reading: never copies. Borrowed from the node.
@@ -57,7 +57,7 @@ class cStructBlock : public cMemBlock {
   }
   void* GetData() override { return WritableBytes(); }
 
-  // Writing to a block just made: takes no lock. REQUIRES: the block has never had another handle.
+  // Writing to a new block: takes no lock. REQUIRES: the block has never had another handle.
   T& FreshRecord() { return *reinterpret_cast<T*>(FreshBytes()); }
   unsigned char* FreshBytes() {
     assert(mNode->refCount == 1);
@@ -95,7 +95,7 @@ class cStructBlock<T, kTag>::node final : public cMemBlock::node {
     return Construct(memory, size, [](unsigned char* place) { new (place) T(); });
   }
 
-  // REQUIRES: the lock of `source` is held, so that its payload stays as it is.
+  // REQUIRES: the lock of `source` is held, so that its payload does not change.
   static node* CopyOf(const cMemBlock::node& source) {
     void* const memory = Allocate(source.size);
     const bool whole = source.size >= sizeof(T);
@@ -129,8 +129,7 @@ class cStructBlock<T, kTag>::node final : public cMemBlock::node {
     mChain.PutFront(this, releasedSize);
   }
 
-  // The payload stands right after the node's fields, so that a node made by any module is read by
-  // its place.
+  // The payload directly follows the node's fields, so it is found in a node made by any module.
   static unsigned char* BytesOf(cMemBlock::node* start) {
     return reinterpret_cast<unsigned char*>(start) + sizeof(cMemBlock::node);
   }

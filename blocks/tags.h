@@ -48,7 +48,7 @@ constexpr Tag kUnknownKind = FourCc("unk3");
 constexpr Tag kStreamTag = FourCc("Tag ");
 constexpr Tag kParserTag = FourCc("TagP");
 
-// The only kind of a stream tag that the reader acts on: the parser wants more bytes.
+// The only kind of stream tag that the reader acts on: the parser wants more bytes.
 constexpr Tag kBlockFinished = FourCc("TagF");
 
 // Content descriptors and signatures.

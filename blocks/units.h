@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-// What plain integers count. The names tell a reader; the compiler does not tell them apart.
+// What plain integers count. The names are for people; the compiler does not tell them apart.
 
 // The 32-bit time of index records.
 using IndexTime = std::uint32_t;
