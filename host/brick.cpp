@@ -72,7 +72,7 @@ void CBrick::DisconnectFromAll() {
   }
 }
 
-// Bricks that belong to another brick are not told apart here: all end by 'Kill'.
+// This host does not tell owned bricks from others: all end by 'Kill'.
 void CBrick::ConnectOwned(CBrick*) {}
 void CBrick::DisconnectOwned(CBrick*) {}
 
@@ -127,7 +127,8 @@ int CBrick::onCreate(const TBrickConfig&) {
   return 1;
 }
 
-// Whom a send reaches is settled when it begins: enqueue functions may be overridden.
+// The receivers of a send are fixed when it begins: an overridden enqueue function may change the
+// connections.
 
 void CBrick::SendData(const cMemBlock& block) {
   const std::vector<CBrick*> receivers = mState->next;

@@ -44,8 +44,8 @@ struct Registry {
   std::function<void(Tag)> observer;
 };
 
-// Never destroyed: what is still loaded at the end of the process stays, for blocks that outlive
-// it.
+// Never destroyed: what is still loaded at the end of the process stays loaded, for blocks that
+// outlive the rest.
 Registry& TheRegistry() {
   static Registry& registry = *new Registry;
   return registry;
@@ -77,8 +77,8 @@ fs::path LibraryFolder() {
   return fs::canonical(LibraryFile(), ignored).parent_path();
 }
 
-// Plug-ins name no library of their host, so they find one only where all look: a program may have
-// loaded it for itself.
+// Plug-ins are not linked with a library of their host, so they find one only among the global
+// symbols; a program may have loaded it with local ones.
 void ShowLibraryToPlugins() {
   void* const library = dlopen(LibraryFile(), RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL);
   if (library != nullptr) dlclose(library);
@@ -129,7 +129,7 @@ void* HandleOf(const std::string& path) {
   LoadedFile file(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
   if (file == nullptr) throw std::runtime_error("cannot load " + path + ": " + LoaderMessage());
   const Hold hold(registry.mutex);
-  // Where another thread came first, this handle is given back when the lock is free again.
+  // When another thread came first, this handle is closed after the lock is released.
   const auto known = registry.loaded.find(path);
   if (known != registry.loaded.end()) return known->second.get();
   return registry.loaded.emplace(path, std::move(file)).first->second.get();

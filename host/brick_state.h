@@ -8,13 +8,13 @@
 #include "host/pipeline_state.h"
 #include "sdk/brick.h"
 
-// What the host keeps of a brick: its neighbours, its waiting blocks and where it belongs.
+// What the host keeps for a brick: its neighbours, its waiting blocks and where it belongs.
 //
 // Nothing here calls a function of a brick: states deal with states, and what a brick does with its
-// own stands in brick.cpp.
+// own is in brick.cpp.
 class CBrick::State {
  public:
-  // A handle that can be moved, which takes no lock.
+  // A handle that can be moved; moving takes no lock.
   class QueuedBlock : public cMemBlock {
    public:
     explicit QueuedBlock(const cMemBlock& block) : cMemBlock(block) {}
@@ -33,8 +33,8 @@ class CBrick::State {
   };
   using Items = std::deque<Item>;
 
-  // As long as it lives, what is put into the receiver's queues comes from `sender`, which the
-  // receiver sees at `side`.
+  // While it lives, what is put into the receiver's queues counts as sent by `sender`, which is on
+  // the receiver's `side`.
   class Sending {
    public:
     Sending(State& receiver, BrickId sender, Side side) : mReceiver(receiver) {

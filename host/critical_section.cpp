@@ -4,7 +4,7 @@
 
 #include <new>
 
-// Blocks lock for moments and often. The functions of the system are called without a detour: on a
+// Blocks lock often and briefly, so the system's functions are called directly and unchecked: on a
 // mutex of the default kind, used as the header says, they do not fail.
 
 namespace {
@@ -24,7 +24,7 @@ CCriticalSection::CCriticalSection() {
   new (mStorage) Mutex(PTHREAD_MUTEX_INITIALIZER);
 }
 
-// A mutex of this kind holds nothing that would have to be given back.
+// A mutex of this kind holds nothing that needs releasing.
 CCriticalSection::~CCriticalSection() = default;
 
 void CCriticalSection::Lock() {

@@ -19,7 +19,7 @@ cMemBlock::cMemBlock() : mNode(mDefNode.ref()) {}
 cMemBlock::cMemBlock(const cMemBlock& other) : mNode(other.mNode->ref()) {}
 
 cMemBlock& cMemBlock::operator=(const cMemBlock& other) {
-  // In this order, so that a node with one reference survives its own assignment.
+  // In this order, so that a node with one reference survives self-assignment.
   node* const taken = other.mNode->ref();
   mNode->unref();
   mNode = taken;

@@ -18,9 +18,9 @@ class CBrickLoader;
 // only then the pipeline.
 //
 // A pipeline and its bricks belong to one thread at a time, which makes, connects, drives and
-// destroys them; nothing of them is locked. Pipelines on different threads may work at the same
+// destroys them; nothing in them is locked. Pipelines on different threads may work at the same
 // time. Blocks may go from one thread to another: handles may be copied and released on any, and a
-// host that passes them on brings a queue of its own.
+// host that passes them on brings its own queue.
 class BRICK_HOST_API Pipeline {
  public:
   // `settings` are in force on the thread while the pipeline delivers and while a brick that is to
@@ -30,8 +30,7 @@ class BRICK_HOST_API Pipeline {
   Pipeline(const Pipeline&) = delete;
   Pipeline& operator=(const Pipeline&) = delete;
 
-  // What `ownerContext` of the bricks of this pipeline holds. Never 0, never used twice in a
-  // process.
+  // The `ownerContext` of this pipeline's bricks. Never 0, never used twice in a process.
   std::uint32_t Id() const;
 
   static constexpr std::uint64_t kNoLimit = ~std::uint64_t{0};

@@ -30,14 +30,14 @@ class Pipeline::State {
   State(const State&) = delete;
   State& operator=(const State&) = delete;
 
-  // The living pipeline of this id; null when there is none. It is for the thread that it belongs
-  // to.
+  // The living pipeline with this id; null when there is none. To be used only on the thread that
+  // it belongs to.
   static State* Find(std::uint32_t id);
-  // The settings for making a brick whose creation record names this id: those of the pipeline;
-  // where there is none, those in force anyway.
+  // The settings for making a brick whose creation record names this id: those of the pipeline or,
+  // when there is none, those in force.
   static const HostSettings& SettingsFor(std::uint32_t id);
 
-  // The brick of an id; null when it is not of this pipeline or gone.
+  // The brick with this id; null when it is gone or not of this pipeline.
   CBrick* BrickOf(BrickId brick) const;
 
   const std::uint32_t id;

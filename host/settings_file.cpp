@@ -17,14 +17,14 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// A settings file is a page of text; what is larger is something else and is left alone.
+// A settings file is a page of text; anything larger is something else and is left alone.
 constexpr off_t kLargestFile = 1 << 20;
 
-// Who appends a line is done in far less, unless it has been stopped.
+// Appending a line takes far less, unless the process has been stopped.
 constexpr std::chrono::seconds kPatience(1);
 constexpr std::chrono::milliseconds kPause(1);
 
-// A plain file that is open for the time of a scope, and its lock, which goes with it.
+// A plain file, open until the end of a scope, and its lock, which is released with it.
 class OpenFile {
  public:
   // Never waits: anything but a plain file of moderate size counts as one that cannot be opened.
@@ -45,8 +45,8 @@ class OpenFile {
 
   bool IsOpen() const { return mIsOpen; }
 
-  // Waits for a moment; false when somebody else has kept the lock for that long. Where the file
-  // system knows no locks, everybody gets it. `kind` is LOCK_SH or LOCK_EX.
+  // Waits for a moment; false when somebody else kept the lock all that time. On a file system
+  // without locks everybody gets it. `kind` is LOCK_SH or LOCK_EX.
   bool Lock(int kind) {
     const Clock::time_point end = Clock::now() + kPatience;
     while (flock(mHandle, kind | LOCK_NB) != 0) {
@@ -58,7 +58,7 @@ class OpenFile {
     return true;
   }
 
-  // All of the text; false where some of it cannot be read.
+  // All of the text; false when some of it cannot be read.
   bool ReadAll(std::string* text) const {
     text->clear();
     char part[4096];
@@ -68,11 +68,11 @@ class OpenFile {
     return count == 0;
   }
 
-  // Puts `added` after the text that is there, all of it or nothing.
+  // Appends `added` to the text that is there, all of it or nothing.
   void Append(const std::string& present, const std::string& added) const {
     const ssize_t count = write(mHandle, added.data(), added.size());
     if (count <= 0 || count == End(added)) return;
-    // Half a line would be another setting. What somebody else has put after it stays.
+    // Half a line would be a different setting. What somebody else has appended since stays.
     struct stat status = {};
     const bool isLast = fstat(mHandle, &status) == 0 && status.st_size == End(present) + count;
     if (isLast && ftruncate(mHandle, End(present)) != 0) return;
@@ -117,7 +117,7 @@ SettingsFile::Values SettingsFile::Read() const {
   if (!file.IsOpen()) return {};
   std::string text;
   file.ReadAll(&text);
-  // Its last line may be on its way.
+  // Its last line may still be being written.
   if (IsUnfinished(text) && file.Lock(LOCK_SH)) file.ReadAll(&text);
   return ParseLines(text);
 }

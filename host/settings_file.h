@@ -4,11 +4,11 @@
 #include <string>
 
 // A file of lines "key=value", which other threads and processes may read and append to at the same
-// time. Its path stays; it is opened for the time of a call.
+// time. It is named by its path and opened anew for each call.
 //
-// Whoever appends holds a lock on the file (flock). A lock that is not to be had within a moment,
-// as when its holder has been stopped, is gone without. Nothing but a plain file of moderate size
-// is read or written, and nothing waits for it to open.
+// Whoever appends holds a lock on the file (flock). When the lock cannot be had within a moment, as
+// when its holder has been stopped, reading goes on without it and nothing is appended. Nothing but
+// a plain file of moderate size is read or written, and opening it never blocks.
 class SettingsFile {
  public:
   using Values = std::map<std::string, std::string>;
@@ -18,10 +18,9 @@ class SettingsFile {
   // The last value of each key. Empty when the file is missing or unreadable.
   Values Read() const;
 
-  // Appends a line for `key` unless there is one by now, and makes the file and its folder where
-  // they are missing. The lines that are there stay as they are. What the file says of the key in
-  // the end; `value` also when it cannot be written, with the file as it was as far as that is
-  // possible.
+  // Appends a line for `key` unless there is one by now; makes the file and its folder when they
+  // are missing. Existing lines do not change. Returns what the file then says of the key; `value`
+  // also when it could not be written, and then the file is left as it was as far as possible.
   std::string Add(const std::string& key, const std::string& value) const;
 
  private:

@@ -7,9 +7,9 @@
 // The folder of the files that CIniFile reads and writes.
 namespace settings_folder {
 
-// The one of the settings in force on this thread. Where they name none: XDG_CONFIG_HOME when it is
-// an absolute path, else .config in the home folder; the environment is read at each call. Without
-// a trailing "/". Empty when there is no such folder to be named.
+// The one that the settings in force on this thread name. When they name none: XDG_CONFIG_HOME if
+// that is an absolute path, else .config in the home folder; the environment is read at each call.
+// Without a trailing "/". Empty when no folder can be named.
 BRICK_HOST_API std::string Get();
 
 }  // namespace settings_folder
