@@ -27,8 +27,8 @@ bool SkipText(ByteCursor* cursor) {
   return cursor->Skip(cursor->TextLength() + 1);
 }
 
-// Looked at before anything is copied: a damaged header is met at every marker of a damaged
-// stretch, and must cost little.
+// Checked before anything is copied: a damaged stretch may have a damaged header at every marker,
+// and each must cost little.
 bool TextsEndWithTheBody(const unsigned char* body, std::size_t size) {
   if (body[size - 1] != 0) return false;
   ByteCursor cursor(body + kTitleOffset, size - kTitleOffset);

@@ -33,11 +33,11 @@ struct StreamDescriptor {
 };
 
 // What archives are written with: added to the length of a header, it gives the place of the index
-// record after a header that starts the file. It makes up for the marker and for the last NUL.
+// record after a header that starts the file. It accounts for the marker and the last NUL.
 constexpr std::int16_t kFirstIndexDelta = 5;
 
 struct ArchiveHeader {
-  std::int16_t length = 0;  // as decoded, of the body without its last NUL; encoding finds it out
+  std::int16_t length = 0;  // as decoded, of the body without its last NUL; encoding computes it
   std::int16_t firstIndexDelta = kFirstIndexDelta;
   std::string title;  // holds no NUL
   std::vector<StreamDescriptor> streams;
@@ -45,9 +45,9 @@ struct ArchiveHeader {
 
 constexpr std::size_t kLargestPayload = 65535;
 constexpr std::size_t kLargestRecordSize = sizeof(DATA_T) + kLargestPayload;
-// Where the title stands in a header body, after the two words.
+// Where the title begins in a header body, after the two words.
 constexpr std::size_t kTitleOffset = 4;
-// Of a header with an empty title and no streams.
+// The length of a header with an empty title and no streams.
 constexpr std::int16_t kShortestHeaderLength = kTitleOffset;
 
 // Whether archives may be written with a stream of this id. Event types are taken, and a data head
@@ -57,17 +57,17 @@ constexpr bool IsWritableStreamId(std::uint8_t id) {
   return id != 0xB5 && !IsEventType(id);
 }
 
-// The tag of the blocks of a stream of this kind: 'vid3' for video and so on, 'unk3' for any kind
-// not known.
+// The tag of the blocks of a stream of this kind: 'vid3' for video and so on, 'unk3' for an unknown
+// kind.
 Tag KindTag(const std::string& kind);
 
-// Of a header that has been decoded, with its marker.
+// The size of the record of a decoded header, marker included.
 constexpr std::size_t SizeOfHeaderRecord(std::int16_t length) {
   return kMarkerSize + static_cast<std::size_t>(length) + 1;
 }
 
-// A whole header record, marker first. None when a text holds a NUL or the body is longer than its
-// length can say.
+// A whole header record, marker first. None when a text holds a NUL or the body is too long for its
+// length field.
 std::optional<std::vector<unsigned char>> EncodeHeaderRecord(const ArchiveHeader& header);
 
 // The header whose body is the `size` bytes at `body`. None when its length does not name the last

@@ -25,7 +25,7 @@ void FramingParser::Feed(const unsigned char* bytes, std::size_t size) {
     }
     ParseRecords(mHeld.data(), mHeld.size());
   }
-  // From here on records are parsed where they stand, also those that were held for a while.
+  // From here on records are parsed in place, even if some of their bytes have been held meanwhile.
   const auto taken = static_cast<std::size_t>(mPosition - mFed);
   ParseRecords(bytes + taken, size - taken);
   mHeld.assign(bytes + (mPosition - mFed), bytes + size);
@@ -48,7 +48,7 @@ void FramingParser::FeedZeros(std::uint64_t count) {
   while (count > 0) {
     std::uint64_t taken = PassZeros(count);
     if (taken == 0) {
-      // Just what the record at hand needs, so that it ends before the zeros are passed.
+      // Only what the record at hand still needs, so that it ends before zeros are passed over.
       taken = std::min<std::uint64_t>(count, mWanted - (mFed - mPosition));
       Feed(kZeros, static_cast<std::size_t>(taken));
     }
@@ -59,7 +59,7 @@ void FramingParser::FeedZeros(std::uint64_t count) {
 std::uint64_t FramingParser::PassZeros(std::uint64_t count) {
   std::uint64_t passed = 0;
   if (mLost) {
-    // No marker has a zero in it.
+    // No marker contains a zero.
     const auto first = mHeld.begin() + static_cast<std::ptrdiff_t>(mPosition - mHeldFrom);
     if (std::all_of(first, mHeld.end(), [](unsigned char byte) { return byte == 0; }))
       passed = count;

@@ -24,8 +24,8 @@ class FramingSink {
                       Tag kind) = 0;
 
   // `count` blocks of stream 0 follow each other from `position` on, each of the kind `kind`, with
-  // neither flags nor payload: this is what zeros are where stream 0 is active. Told at once only
-  // of bytes that are fed as zeros; an override keeps the cost of a large hole small.
+  // neither flags nor payload: this is what zeros are where stream 0 is active. Called only for
+  // zeros fed by FeedZeros; an override keeps the cost of a large hole small.
   virtual void OnEmptyData(FilePosition position, std::uint64_t count, Tag kind);
 
   // `bytes` bytes from `position` on made no sense and have been dropped.
@@ -53,7 +53,7 @@ class FramingParser {
   void Feed(const unsigned char* bytes, std::size_t size);
 
   // The same as feeding `count` bytes that are 0, at a cost that does not grow with their number.
-  // Throws what the sink throws; what has been taken until then is not known.
+  // Throws what the sink throws; how much has been taken by then is not known.
   void FeedZeros(std::uint64_t count);
 
   // Forgets a half record: the next byte is the first of a record. The count of bytes goes on, and
@@ -66,17 +66,17 @@ class FramingParser {
   void Finish();
 
  private:
-  // How many of the next `count` zeros are dealt with at once, in the state at hand; 0: none.
+  // How many of the next `count` zeros are dealt with at once, in the present state; 0: none.
   std::uint64_t PassZeros(std::uint64_t count);
-  // Bytes that are dealt with without being looked at.
+  // Passes over bytes without looking at them.
   void Advance(std::uint64_t bytes);
 
   // Completes mHeld with bytes of the piece; false when the piece has too few.
   bool Hold(const unsigned char* bytes, std::size_t size);
-  // These get bytes that start at mPosition. This one moves mPosition over whole records and
-  // dropped bytes; mWanted then says how many bytes from there on are needed to go on.
+  // The bytes given to these start at mPosition. This one moves mPosition past whole records and
+  // dropped bytes; mWanted is then the number of bytes needed from there to go on.
   void ParseRecords(const unsigned char* bytes, std::size_t size);
-  // Moves mPosition, too; the number of bytes dropped.
+  // Moves mPosition, too; returns the number of bytes dropped.
   std::size_t DropToMarker(const unsigned char* bytes, std::size_t size);
   // The size of the record; 0 when it is not whole yet.
   std::size_t ParseRecord(const unsigned char* bytes, std::size_t size);
@@ -86,7 +86,7 @@ class FramingParser {
 
   bool Reaches(std::size_t size, std::size_t wanted);
   void KeepKinds(const ArchiveHeader& header);
-  // Marks the record at mPosition as damaged; gives the one byte that is dropped at once.
+  // Marks the record at mPosition as damaged; returns 1, the number of bytes dropped at once.
   std::size_t LosePlace();
   void EndDamage();
 

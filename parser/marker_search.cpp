@@ -7,8 +7,8 @@
 
 namespace {
 
-// The byte that both markers have most of: a header marker begins with it, an index marker has it
-// second.
+// The most frequent byte of both markers: the first of a header marker, the second of an index
+// marker.
 constexpr unsigned char kSyncByte = 0xB5;
 
 bool IsMarkerAt(const unsigned char* bytes, std::size_t size, std::size_t offset,

@@ -4,8 +4,8 @@
 #include "parser/parser_brick.h"
 
 // The factory of the plug-in: a parser for a host that wants archive bytes turned into records of
-// many kinds; null for anything else, also for the older archive format. Gives the brick to the
-// caller.
+// many kinds; null for anything else, including the older archive format. The caller owns the
+// brick.
 extern "C" __attribute__((visibility("default"))) CBrick* CreateBrick(TBrickConfig* config) {
   if (config == nullptr) return nullptr;
   try {

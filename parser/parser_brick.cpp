@@ -12,7 +12,7 @@
 
 namespace {
 
-// So many blocks may wait without new memory. More than one waits only where the parser cannot go
+// This many blocks may wait without new memory. More than one waits only when the parser cannot go
 // on.
 constexpr std::size_t kRoom = 16;
 
@@ -96,7 +96,7 @@ int ParserBrick::onNotify(const cMemBlock& block) {
 }
 
 void ParserBrick::Take(const cMemBlock& block) {
-  // Whatever came after a block that is missing would be untrue.
+  // Whatever came after a missing block would be wrong.
   mStuck = mStuck || !Contain([&] { mWaiting.push_back(block); });
   GoOn();
 }
@@ -133,8 +133,7 @@ void ParserBrick::Once(int step, const Work& work) {
 void ParserBrick::PassCommand(const cMemBlock& block) {
   const Tag command = block.GetType();
   if (CameFrom() != Side::kUpstream && IsForReader(command)) SendUp(block);
-  // The list goes to both sides, since commands know no other way down; a reader does not know the
-  // tag.
+  // The list goes to both sides, since commands have no other way down; a reader ignores the tag.
   if (CameFrom() == Side::kUpstream && command == tag::kArchives) SendCmd(block);
 }
 
@@ -200,7 +199,7 @@ void ParserBrick::OnData(std::uint64_t, const DATA_T& head, const unsigned char*
   SendData(NewDataBlock(kind, head, payload));
 }
 
-// Also called again for a record that could not be sent after its position.
+// Called again when the record could not be sent after its position.
 void ParserBrick::SendPosition(FilePosition position) {
   if (position == mPositionSent) return;
   ParserTagBlock block = ParserTagBlock::New();

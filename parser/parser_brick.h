@@ -21,9 +21,9 @@
 // Commands of clients go up to the reader; of the reader's commands only the archive list goes
 // down.
 //
-// What cannot be sent for lack of memory is not left out: the parser stays at that very record,
-// tries again at once and whenever it is called, and sends nothing that comes later. It never says
-// that a block is used up of which a record is missing.
+// A record that cannot be sent for lack of memory is not left out: the parser stays at it, tries
+// again at once and whenever it is called, and sends nothing that comes later. It never reports a
+// block as used up while one of its records is missing.
 class ParserBrick final : public CBrick, private FramingSink {
  public:
   ParserBrick();
