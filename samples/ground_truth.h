@@ -20,7 +20,7 @@ struct ActivityPair {
   std::uint8_t level = 0;
 };
 
-// One index record and what stands between it and the next.
+// One index record and what is between it and the next.
 struct GroundTruthEntry {
   static constexpr std::size_t kMostActivityPairs = 6;
 
@@ -97,5 +97,5 @@ bool operator==(const GroundTruth& left, const GroundTruth& right);
 std::string GroundTruthToJson(const GroundTruth& truth);
 
 // Throws std::runtime_error, saying what is wrong, for a text that is not of the shape above.
-// Unknown keys are passed over.
+// Unknown keys are ignored.
 GroundTruth GroundTruthFromJson(const std::string& json);

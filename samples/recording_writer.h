@@ -16,7 +16,7 @@
 // Writes one file of a scenario and notes down what a reader must find in it. For one use.
 class RecordingWriter {
  public:
-  // Creates or empties the file at `path`. Borrows the scenario, which must be a good one, and the
+  // Creates or empties the file at `path`. Borrows the scenario, which must be valid, and the
   // random numbers.
   RecordingWriter(const Scenario& scenario, RandomNumbers& random, std::uint32_t fileNumber,
                   const std::string& path);

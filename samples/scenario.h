@@ -20,7 +20,7 @@ struct ScenarioStream {
   std::uint32_t blockSize = 4096;  // largest payload of one data block: 1-65535 bytes
 };
 
-// Times of day in UTC at which little happens. May reach over midnight; equal hours mean never.
+// Times of day in UTC at which little happens. May span midnight; equal hours mean never.
 struct ScenarioQuietHours {
   unsigned from = 22;  // 0-24
   unsigned to = 6;     // 0-24, not part of the quiet hours

@@ -7,11 +7,11 @@
 
 namespace {
 
-// Modification times of files end here in 32-bit builds.
+// The latest modification time that 32-bit builds can set.
 constexpr IndexTime kLatestEnd = std::numeric_limits<std::int32_t>::max();
 constexpr std::uint64_t kMostPayloadBytesPerEntry = std::uint64_t{1} << 40;
 constexpr std::uint32_t kLargestShare = 1000000;
-// The events of an entry are counted in one byte by those who index them.
+// Indexes count the events of an entry in one byte.
 constexpr std::uint64_t kMostEventsPerEntry = 255;
 
 void Require(bool condition, const std::string& otherwise) {
