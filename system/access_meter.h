@@ -18,7 +18,7 @@ class AccessMeter {
   // Takes the counts as they are now.
   void Stop();
 
-  // Nothing when there were more than the system notes.
+  // Nothing when there were more than the system could record.
   std::optional<std::uint64_t> FilesOpened() const { return mFilesOpened; }
   std::uint64_t BytesRead() const { return mBytesRead; }
 

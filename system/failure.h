@@ -13,9 +13,9 @@ enum ExitCode : int {
   kExitInterrupted = 130,  // by the user
 };
 
-// Why a piece of work cannot be done or finished, and with which code a program ends that has no
-// other way. The message is one line for people, without the program's name; it may quote texts
-// from outside as they are.
+// Why a piece of work cannot be done or finished, and the code with which a program that cannot go
+// on ends. The message is one line for people, without the program's name; it may quote texts from
+// outside as they are.
 class Failure : public std::runtime_error {
  public:
   explicit Failure(const std::string& message, ExitCode exitCode = kExitFailed)

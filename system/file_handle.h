@@ -26,5 +26,5 @@ class FileHandle {
 FileHandle OpenForReading(const std::string& path, int flags = 0);
 
 // Throws Failure when the process cannot open as many files as a reader needs at once: a reader
-// says of a file that it cannot open that nothing is recorded.
+// that cannot open a file says that nothing is recorded.
 void RequireFileHandles();

@@ -23,5 +23,5 @@ std::optional<struct statx> StatusOf(const FileHandle& file);
 using InodeId = std::array<std::uint64_t, 3>;
 InodeId InodeOf(const struct statx& status);
 
-// Whether both paths name one existing file, be it through links of either kind.
+// Whether both paths name one existing file, even through links of either kind.
 bool AreOneFile(const std::string& path, const std::string& other);

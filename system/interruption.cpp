@@ -16,7 +16,7 @@ void Note(int) {
   wanted = 1;
 }
 
-// Without SA_RESTART, so that a read from the terminal does not outlive the wish.
+// Without SA_RESTART, so that a read from the terminal ends, too.
 void Take(int signal, void (*handler)(int)) {
   struct sigaction action = {};
   action.sa_handler = handler;
@@ -24,7 +24,7 @@ void Take(int signal, void (*handler)(int)) {
   sigaction(signal, &action, nullptr);
 }
 
-// What the user had ignored from the start stays so.
+// A signal ignored from the start stays ignored.
 void TakeUnlessIgnored(int signal) {
   struct sigaction now = {};
   sigaction(signal, nullptr, &now);

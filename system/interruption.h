@@ -6,15 +6,16 @@
 #include <cstddef>
 #include <optional>
 
-// The user's wish to stop (SIGINT). A verb that hears it cleans up and ends with kExitInterrupted.
+// The user's wish to stop (SIGINT). A verb that notices it cleans up and ends with
+// kExitInterrupted.
 namespace interruption {
 
 // From now on SIGINT is noted instead of ending the process; a read that waits for input returns
 // early.
 void Watch();
 
-// From now on what else ends a process (SIGTERM, SIGHUP) is such a wish, too, and writing to a pipe
-// that nobody reads is an error: for verbs that leave something to clean up.
+// From now on SIGTERM and SIGHUP, unless ignored before, count as such a wish, too, and writing to
+// a pipe that nobody reads is an error: for verbs that have something to clean up.
 void WatchAllEndings();
 
 // The same, but writing to a pipe that nobody reads still ends the process: for verbs that go on

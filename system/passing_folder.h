@@ -4,9 +4,9 @@
 
 #include <string>
 
-// A fresh folder that only this user can look into, removed with all that is in it at the end of
-// its scope, also when the user interrupts the program or nobody reads its output any more. A copy
-// of the process leaves it alone.
+// A fresh folder that only this user can look into, removed with everything in it at the end of its
+// scope, even when the user interrupts the program or nobody reads its output any more. Forked
+// copies of the process leave it alone.
 class PassingFolder {
  public:
   // Under an existing folder. Throws Failure when it cannot be made.

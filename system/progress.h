@@ -19,7 +19,7 @@ struct WorkState {
   Unit unit = Unit::kBytes;
 };
 
-// Hears how far a piece of work is.
+// Is told how far a piece of work has come.
 class Progress {
  public:
   virtual ~Progress() = default;

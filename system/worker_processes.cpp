@@ -23,7 +23,7 @@
 namespace {
 
 constexpr std::size_t kLongestMessage = 60000;
-// An interruption that comes just before the waiting is noticed after it.
+// An interruption that comes just before waiting is noticed only after it.
 constexpr int kLongestWaitMilliseconds = 200;
 
 // What a worker sends begins with one of these.
@@ -138,7 +138,7 @@ class Workers {
   };
   using Place = std::list<Running>::iterator;
 
-  // False when there must be fewer.
+  // False when it must do with fewer workers.
   bool Start() {
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return MustBeFewer();
@@ -149,7 +149,7 @@ class Workers {
     if (process < 0) return MustBeFewer();
     if (process == 0) {
       prctl(PR_SET_PDEATHSIG, SIGINT);
-      // A worker that holds the sockets of others would keep these waiting for this process.
+      // A worker that kept the sockets of others open would hide the end of this process from them.
       ours = FileHandle();
       for (Running& other : mRunning) other.socket = FileHandle();
       _exit(getppid() == starter ? Worker(std::move(theirs), mCalls).Serve() : kExitInterrupted);
@@ -171,7 +171,7 @@ class Workers {
     worker->piece.reset();
     if (mNext < mPieces) {
       worker->piece = mNext++;
-      // One that has ended is noticed by its silence.
+      // One that has ended is noticed when its socket is read.
       static_cast<void>(Send(worker->socket, &*worker->piece, sizeof(std::size_t)));
     } else {
       shutdown(worker->socket.Get(), SHUT_WR);
@@ -209,7 +209,7 @@ class Workers {
     if (piece) mCalls.onFailed(*piece, HowItEnded(status));
   }
 
-  // Waits for its end; gives its status.
+  // Waits for it to end; returns its status.
   int End(Place worker) {
     const pid_t process = worker->process;
     mRunning.erase(worker);
