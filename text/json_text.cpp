@@ -3,7 +3,7 @@
 #include "text/json_escapes.h"
 
 std::string JsonText(const Json& value) {
-  // In a JSON text such characters stand within strings only.
+  // In a JSON text such characters occur only within strings.
   return WithJsonEscapes(PlainJsonText(value));
 }
 

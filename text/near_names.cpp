@@ -36,7 +36,7 @@ bool BeginsWith(const std::string& name, const std::string& start) {
 
 std::vector<std::string> NearNames(const std::string& mistyped,
                                    const std::vector<std::string>& names) {
-  // A word of other letters altogether is near to many short names.
+  // An altogether different word is near many short names.
   const std::size_t furthest = mistyped.size() / 3;
   std::vector<std::pair<std::size_t, std::string>> near;
   for (const std::string& name : names) {
