@@ -15,7 +15,7 @@ constexpr ArchiveTime kDay = 24 * kHour;
 
 constexpr ArchiveTime kLongest = std::numeric_limits<ArchiveTime>::max();
 
-// A length and so many units more.
+// `length` and `count` units more; at most kLongest.
 ArchiveTime Longer(ArchiveTime length, const QString& count, ArchiveTime unit) {
   bool fits = true;
   const std::uint64_t number = count.isEmpty() ? 0 : count.toULongLong(&fits);
@@ -25,7 +25,7 @@ ArchiveTime Longer(ArchiveTime length, const QString& count, ArchiveTime unit) {
 }  // namespace
 
 std::optional<ArchiveTime> LengthFromText(const std::string& text) {
-  // A number without a unit stands alone: 1h30 could be meant for minutes as well.
+  // A number without a unit stands alone: the 30 in 1h30 could mean minutes as well.
   static const QRegularExpression parts(
       QLatin1String("\\A(?:(?<d>[0-9]+)d)?(?:(?<h>[0-9]+)h)?(?:(?<m>[0-9]+)m)?"
                     "(?:(?<s>[0-9]+)(?:[.,](?<fraction>[0-9]+))?s)?\\z"),

@@ -11,5 +11,5 @@
 // 12.500 s
 std::string LengthInSeconds(ArchiveTime length, TimeFormat format);
 
-// 1:02:03; what is left of a second is not shown.
+// 1:02:03; fractions of a second are not shown.
 std::string LengthInHours(ArchiveTime length, TimeFormat format);

@@ -5,14 +5,14 @@
 
 namespace {
 
-// More than clocks have ever been ahead of UTC, or after it.
+// More than clocks have ever been ahead of UTC or behind it.
 constexpr std::int64_t kMostOffset = std::int64_t{16} * 3600 * 1000;
 
 QDateTime InUtc(std::int64_t instant) {
   return QDateTime::fromMSecsSinceEpoch(instant, Qt::UTC);
 }
 
-// When clocks are set between two instants. REQUIRES: their offsets differ.
+// When clocks are set forward or back between two instants. REQUIRES: their offsets differ.
 std::int64_t ChangeBetween(std::int64_t before, std::int64_t after, const QTimeZone& zone) {
   const std::int64_t offset = OffsetAt(before, zone);
   while (after - before > 1) {

@@ -12,11 +12,11 @@
 // How far clocks are ahead of UTC, in milliseconds.
 std::int64_t OffsetAt(std::int64_t instant, const QTimeZone& zone);
 
-// When clocks are set, between two instants, ascending.
+// The instants between two others at which clocks are set forward or back, ascending.
 std::vector<std::int64_t> ChangesWithin(std::int64_t from, std::int64_t to, const QTimeZone& zone);
 
-// When clocks show a time, ascending: twice what is repeated because they are set back, never what
-// is skipped because they are set forward.
+// The instants at which clocks show a time, ascending: two when it is repeated because clocks are
+// set back, none when it is skipped because they are set forward.
 std::vector<std::int64_t> InstantsOf(std::int64_t shown, const QTimeZone& zone);
 
 // The first instant of a day; nothing for a day that a zone has skipped as a whole.

@@ -82,7 +82,7 @@ class TimeReader {
     if (lengthText.isEmpty()) return now;
     const std::optional<ArchiveTime> length = LengthFromText(Plain(lengthText));
     if (!length) return std::nullopt;
-    // It could be meant for an archive time as well.
+    // It could also be meant as an archive time.
     if (lengthText.back().isDigit())
       Refuse("a length of time before or after now has a unit: " + Plain(sign + lengthText) + "s");
     if (sign == QLatin1String("-")) {

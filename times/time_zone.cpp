@@ -11,13 +11,14 @@ namespace {
 
 constexpr int kMostOffered = 3;
 
-// Qt takes a name that it does not find for a rule when it can: Berlin1 would be an hour after UTC.
+// Qt takes a name that it does not find for a rule when it can: Berlin1 would be an hour behind
+// UTC.
 bool MayBeARule(const QString& name) {
   static const QRegularExpression digit(QLatin1String("[0-9,<]"));
   return name.contains(digit) && !name.startsWith(QLatin1String("Etc/"));
 }
 
-// Names that hold `part`, however it is written.
+// Names that contain `part`, whatever its case, with underscores for its blanks.
 QStringList NamesLike(const QString& part) {
   QString wanted = part;
   wanted.replace(QLatin1Char(' '), QLatin1Char('_'));
@@ -40,7 +41,7 @@ QTimeZone TimeZoneOfSystem() {
 [[noreturn]] void Refuse(const std::string& text, const QString& name) {
   const QStringList names = NamesLike(name);
   std::string hint = "names are UTC, local, +02:00, or as Europe/Berlin";
-  // Without it Qt knows offsets only.
+  // Without a time zone database Qt knows only offsets.
   if (NamesLike(QLatin1String("Europe/")).isEmpty())
     hint = "UTC and +02:00 are; this system has no time zone database (tzdata)";
   if (!names.isEmpty())

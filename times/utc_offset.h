@@ -6,7 +6,7 @@
 
 // How far clocks are ahead of UTC, in seconds, as people write it.
 
-// Of +02:00, +0200, +02, and the same with seconds; less than a day. Nothing for another text.
+// From +02:00, +0200, +02, and the same with seconds; less than a day. Nothing for other texts.
 std::optional<int> OffsetFromText(const QString& text);
 
 // +02:00; with seconds only where there are any.
