@@ -16,7 +16,7 @@ constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
 constexpr std::int64_t kLongestTick = 2 * kNanosecondsPerSecond;
 
 std::int64_t Nanoseconds(const struct statx_timestamp& time) {
-  // Some file systems take any 64-bit number for a time.
+  // Some file systems accept any 64-bit number as a time.
   constexpr std::int64_t kFar = 9'000'000'000;
   const std::int64_t seconds = std::clamp<std::int64_t>(time.tv_sec, -kFar, kFar);
   return seconds * kNanosecondsPerSecond + time.tv_nsec;

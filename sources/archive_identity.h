@@ -23,16 +23,16 @@ struct ArchiveIdentity {
   FileIdentity entries;
   FileIdentity headers;
   FileIdentity events;
-  std::int64_t lookedAt = 0;  // nanoseconds since 1970; no part of what is compared
+  std::int64_t lookedAt = 0;  // nanoseconds since 1970; not compared
 };
 
 bool operator==(const ArchiveIdentity& one, const ArchiveIdentity& other);
 
-// What stands there now; links are followed. `cacheFolder`: as IndexPlace names it. What is found
-// out about the files is to be found out after this look.
+// What stands there now; links are followed. `cacheFolder`: as IndexPlace names it. Whatever else
+// is found out about the files must be found out after this look.
 ArchiveIdentity LookAtArchive(const std::string& archive, const std::string& cacheFolder);
 
-// Whether a later change shows as another identity: the files were left alone for a while before
-// they were looked at. The clock of a file system ticks slowly, and two writes within one tick
-// leave the same times.
+// Whether a later change shows as a different identity: the files were left alone for a while
+// before they were looked at. The clock of a file system ticks slowly, and two writes within one
+// tick leave the same times.
 bool ShowsChanges(const ArchiveIdentity& identity);

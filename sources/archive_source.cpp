@@ -43,7 +43,7 @@ bool HasWantedName(const char* name) {
          (strcasecmp(suffix, ".zel3") == 0 || strcasecmp(suffix, ".zel") == 0);
 }
 
-// By what names are ordered. One that is not text goes by its bytes.
+// The key by which names are ordered. A name that is not text is ordered by its bytes.
 QString OrderOf(const std::string& name) {
   const QByteArray bytes(name.data(), static_cast<int>(name.size()));
   const QString text = DecodedName(bytes);
@@ -78,7 +78,7 @@ std::string Locate(const std::string& path) {
   std::error_code failed;
   std::string absolute = std::filesystem::absolute(path, failed).lexically_normal().string();
   if (failed) throw Failure("cannot tell where " + path + " is: " + failed.message());
-  // A folder has a name, however a shell completes it.
+  // The path of a folder ends with its name, even where a shell has added slashes.
   while (absolute.size() > 1 && absolute.back() == '/') absolute.pop_back();
   return absolute;
 }

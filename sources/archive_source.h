@@ -15,19 +15,19 @@ std::string Locate(const std::string& path);
 
 bool IsFolder(const std::string& source);
 
-// The archive files that a source holds: the file itself, or the files of the folder by name, but
-// for hidden ones.
+// The archive files that a source holds: the file itself, or the files of the folder by name,
+// except hidden ones.
 std::vector<std::string> Files(const std::string& source);
 
-// Sorts paths by the names of the files, as those of a folder are.
+// Sorts paths by file name, in the order that Files has.
 void SortByName(std::vector<std::string>* paths);
 
-// What the user is told of a source that holds no archive file.
+// What the user is told about a source that holds no archive file.
 std::string NoFilesIn(const std::string& source);
 // Throws Failure with it.
 [[noreturn]] void FailWithoutFiles(const std::string& source);
 
-// Whether a parser knows such a file: none knows older ones, whose names end differently.
+// Whether parsers know this kind of file: none knows the older kind, whose names end differently.
 bool IsKnownToParsers(const std::string& path);
 
 // The part after the last "/".

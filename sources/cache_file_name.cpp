@@ -36,7 +36,7 @@ std::optional<CacheFileName> CacheFileNameFrom(const std::string& name) {
   if (kind == kKinds.end()) return std::nullopt;
   CacheFileName parts{name.substr(0, name.size() - kSuffix), kind->second, false};
   parts.isUnfinished = TakeUnfinished(&parts.stem);
-  // A name that would be too long stands there as a number.
+  // A number takes the place of a name that would be too long.
   const bool keepsSuffix = parts.isUnfinished && parts.stem.size() > kSuffix &&
                            parts.stem.compare(parts.stem.size() - kSuffix, kSuffix, suffix) == 0;
   if (keepsSuffix) parts.stem.resize(parts.stem.size() - kSuffix);

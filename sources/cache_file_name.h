@@ -9,10 +9,10 @@
 struct CacheFileName {
   std::string stem;  // what the files of one index have in common: cam01, 24.05.01 14-03-09 cam01
   CacheKind kind = CacheKind::kEntries;
-  bool isUnfinished = false;  // what is written until it is whole: cam01.id3.unfinished.id3
+  bool isUnfinished = false;  // a file that is not whole yet: cam01.id3.unfinished.id3
 };
 
-// Nothing for another name.
+// Nothing for any other name.
 std::optional<CacheFileName> CacheFileNameFrom(const std::string& name);
 
 // Whether a stem begins with the time of an archive, as all do in a folder of indexes.

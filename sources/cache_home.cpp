@@ -20,7 +20,7 @@ std::string AbsolutePathIn(const char* variable) {
   return value != nullptr && value[0] == '/' ? value : std::string();
 }
 
-// Of all programs of the user.
+// The cache home of all the user's programs.
 std::string OfAllPrograms() {
   const std::string cacheHome = AbsolutePathIn("XDG_CACHE_HOME");
   if (!cacheHome.empty()) return cacheHome;

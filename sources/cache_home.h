@@ -9,10 +9,10 @@ namespace cache_home {
 // Its path, whether or not it has been made. Empty when the user has no cache home.
 std::string Path();
 
-// The name under which something is kept there for what has the canonical path `of`.
+// The name under which something is kept there for the file or folder with the canonical path `of`.
 std::string NameFor(const std::string& of);
 
-// Whether it is a name such as NameFor makes.
+// Whether it has the form of the names that NameFor makes.
 bool IsName(const std::string& name);
 
 // Whether only this user can put something into the folder. What does not exist yet is safe,

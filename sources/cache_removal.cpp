@@ -42,7 +42,7 @@ bool HasShape(const KeptCache& cache, const std::string& file) {
     return checked_files::KindOf(path) != checked_files::Kind::kStranger;
   const auto name = CacheFileNameFrom(file);
   if (!name) return false;
-  // Of what is unfinished the end is missing.
+  // An unfinished file lacks its end.
   return name->isUnfinished ? !BeginsAsStranger(path, name->kind) : !IsStranger(path, name->kind);
 }
 
@@ -55,7 +55,7 @@ std::string WhyToKeep(const KeptCache& cache, const std::string& file, const Sta
   return "";
 }
 
-// Holds the lock of an index, as readers do that write it.
+// Holds the lock of an index, as readers that write it do.
 class Claim {
  public:
   explicit Claim(const std::string& entriesFile) {
@@ -64,7 +64,7 @@ class Claim {
     mFile = OpenForReading(entriesFile, O_NOFOLLOW);
     const bool isTaken =
         mFile.IsOpen() && flock(mFile.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-    // When the name is that of another file by now, another process has replaced it.
+    // If the name is that of another file by now, another process has replaced it.
     mIsHad = !isTaken && AreOneUnchanged(before, Look(entriesFile));
   }
 
@@ -75,7 +75,7 @@ class Claim {
   bool mIsHad = true;
 };
 
-// The .evt file goes first: without it the others do not count.
+// The .evt file goes first: without it the others are not used.
 std::vector<std::string> InOrder(const KeptCache& cache) {
   std::vector<std::string> files = cache.files;
   std::stable_partition(files.begin(), files.end(), [](const std::string& file) {
@@ -108,7 +108,7 @@ bool IsWished(const KeptCache& cache, Wish wish) {
     case KeptState::kUnknown:
       break;
   }
-  // Beside archives others may have such files.
+  // Beside archives, such files may be somebody else's.
   const bool isOurs = cache.place != KeptPlace::kBeside || !cache.of.empty();
   return wish == Wish::kAll && isOurs;
 }

@@ -14,7 +14,7 @@ enum class Wish {
   kAll,
 };
 
-// Whether such a wish is about it. Never about what is a stranger or in the hands of another
+// Whether the wish covers this cache. It never covers a stranger or what is in the hands of another
 // process.
 bool IsWished(const KeptCache& cache, Wish wish);
 
@@ -24,11 +24,11 @@ struct Result {
   std::uint64_t bytes = 0;  // of the files removed
 };
 
-// Removes the files of a cache, or, when `onlyLooks`, tells what would be removed. Each is looked
-// at again before: it must be a plain file of this user with no other name, and have the shape of
-// its kind from its start to its end. Of an index the lock is held meanwhile, so that nobody begins
-// to use it; when it cannot be had, all stays. Throws Failure when no file handle is left or the
-// user interrupts; what is in hand is finished or left alone.
+// Removes the files of a cache, or, when `onlyLooks`, tells what would be removed. Each file is
+// looked at again first: it must be a plain file of this user with no other name, and have the
+// shape of its kind from start to end. The lock of an index is held meanwhile, so that nobody
+// begins to use it; when the lock cannot be had, all files stay. Throws Failure when no file handle
+// is left or the user interrupts; what is in hand is finished or left alone.
 Result Remove(const KeptCache& cache, bool onlyLooks);
 
 }  // namespace cache_removal

@@ -20,7 +20,7 @@
 
 namespace {
 
-// Readers load no larger one.
+// Readers do not load larger files.
 constexpr std::uint64_t kLargestCacheBytes = std::numeric_limits<std::int32_t>::max();
 // Whole entries and whole positions.
 constexpr std::size_t kPortion = 4096 * sizeof(ZEL_ID3_REC);
@@ -144,9 +144,8 @@ bool IsPlain(const struct statx& status) {
 
 enum class Extent { kAll, kStart };
 
-// The start of the next portion, from that at `position` on, of a file of `size` bytes that is
-// worth being read. Entries and positions may be zeros, so those in a hole are sound; events never
-// are.
+// The start of the first portion worth reading, at `position` or after it, in a file of `size`
+// bytes. Entries and positions may be zeros, so those in a hole are sound; events never are.
 FilePosition PassHole(const FileHandle& file, CacheKind kind, FilePosition position,
                       std::uint64_t size) {
   if (kind == CacheKind::kEvents || position >= size) return position;

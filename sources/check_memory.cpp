@@ -16,11 +16,11 @@
 
 namespace {
 
-// Some hundred thousand archives.
+// Enough for some hundred thousand archives.
 constexpr std::uint64_t kLargestFile = 64 << 20;
 // Below this, archives that are gone cost nothing.
 constexpr std::size_t kFewArchives = 64;
-// Of what is written until it is whole, as mkostemp takes it.
+// The end of the name of a file that is not yet whole, as mkostemp wants it.
 constexpr char kUnfinished[] = ".XXXXXX";
 
 std::string Folder(const std::string& cacheHome) {
@@ -37,7 +37,7 @@ std::string FileFor(const std::string& folder) {
   return Folder(home) + "/" + cache_home::NameFor(folder);
 }
 
-// Empty when there is no file of this user alone, or it cannot be read.
+// Empty unless it is a file of this user that nobody else can write, readable and of moderate size.
 std::string Contents(const std::string& path) {
   const FileHandle file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   const auto status = file.IsOpen() ? StatusOf(file) : std::nullopt;
@@ -81,7 +81,7 @@ CheckMemory::~CheckMemory() {
   try {
     Save();
   } catch (const std::exception&) {
-    // Without memory for it nothing is remembered.
+    // When memory runs out, nothing is remembered.
   }
 }
 
@@ -127,8 +127,7 @@ void CheckMemory::Save() {
   Put(CheckedText(all));
 }
 
-// Another file takes the place of the one that is there in one step, so that no process reads half
-// of one.
+// A new file replaces the present one in one step, so that no process reads half a file.
 void CheckMemory::Put(const std::string& text) const {
   const std::string folder = mFile.substr(0, mFile.rfind('/'));
   if (!cache_folder::Make(folder) || !IsSafe(cache_home::Path())) return;
@@ -139,7 +138,8 @@ void CheckMemory::Put(const std::string& text) const {
     unlink(unfinished.c_str());
 }
 
-// Only when they have doubled since the last time, so that saving costs the same for every archive.
+// Only when their number has doubled since the last time, so that the cost of saving stays the same
+// per archive.
 void CheckMemory::ForgetGone(CheckedArchives* archives) const {
   auto& byName = archives->byName;
   if (byName.size() < kFewArchives || byName.size() / 2 < archives->countAtLook) return;

@@ -8,7 +8,7 @@
 
 // Remembers in the user's cache home what was found out about the archives of one folder, so that
 // the next look at an archive that has not changed costs next to nothing. Where there is no such
-// place, or others could write there, nothing is remembered, without a word.
+// place, or others could write there, nothing is remembered, silently.
 class CheckMemory {
  public:
   // `folder` is the canonical path of the folder that the archives lie in.
@@ -18,11 +18,11 @@ class CheckMemory {
   CheckMemory(const CheckMemory&) = delete;
   CheckMemory& operator=(const CheckMemory&) = delete;
 
-  // What is remembered of the file with this name; nothing when it or its index is another one now.
+  // What is remembered of the file with this name; nothing when it or its index has changed.
   std::optional<CheckedFacts> Find(const std::string& fileName,
                                    const ArchiveIdentity& identity) const;
 
-  // Whether the archive is the one that is remembered, but its index is not.
+  // Whether the archive is the one remembered, but its index is not.
   bool KnowsAnotherIndex(const std::string& fileName, const ArchiveIdentity& identity) const;
 
   // `identity` is from before the facts were found out. Does nothing when there is no
@@ -50,8 +50,7 @@ class CheckMemory {
 // The files in which CheckMemory keeps what it remembers.
 namespace checked_files {
 
-// The folder in which they lie, of which this user's cache home need not have one. Empty without a
-// safe one.
+// The folder that they lie in, which need not exist. Empty when this user has no safe cache home.
 std::string Folder();
 
 // The name of the file about the folder with this canonical path.
@@ -59,8 +58,8 @@ std::string NameFor(const std::string& folder);
 
 enum class Kind {
   kWhole,
-  kUnfinished,  // of a save that did not end
-  kStranger,    // anything else, also what others could have written
+  kUnfinished,  // of a save that did not finish
+  kStranger,    // anything else, including what others could have written
 };
 
 // What stands at a path in the folder.

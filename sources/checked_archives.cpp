@@ -83,7 +83,7 @@ bool TakeFile(std::string_view* line, FileIdentity* file) {
          TakeNumber(line, &file->changed);
 }
 
-// All of the rest of a line.
+// Reads the facts from the rest of a line, all of it.
 bool ReadFacts(std::string_view line, CheckedFacts* facts) {
   return TakeNumber(&line, &facts->entryCount) && TakeNumber(&line, &facts->start) &&
          TakeNumber(&line, &facts->end) && TakeNumber(&line, &facts->step) &&

@@ -27,12 +27,12 @@ struct CheckedArchive {
 //   zel3 checked 1 COUNT                                  COUNT: see countAtLook
 //   NAME ARCHIVE ENTRIES HEADERS EVENTS FACTS             one line for each archive
 //
-// Fields are separated by one blank. NAME has its bytes that are not printable ASCII, and blanks
-// and "%", as %XX. A file is its size, inode, device, modified and changed, or "-" for none. FACTS
-// are the fields of CheckedFacts.
+// Fields are separated by one blank. In NAME, blanks, "%" and bytes that are not printable ASCII
+// are written as %XX. A file is its size, inode, device, modified and changed, or "-" for none.
+// FACTS are the fields of CheckedFacts.
 struct CheckedArchives {
   std::map<std::string, CheckedArchive> byName;
-  // How many they were when archives that are gone were last looked for.
+  // How many there were when archives that are gone were last looked for.
   std::uint64_t countAtLook = 0;
 };
 

@@ -5,14 +5,15 @@
 #include <string>
 #include <vector>
 
-// The files of one folder by what their indexes are named after, to tell whose an index is.
+// The files of one folder by what their indexes are named after, to tell which archive an index is
+// of.
 class FolderArchives {
  public:
   // A folder that is not there, or cannot be looked into, holds nothing.
   explicit FolderArchives(const std::string& folder);
 
   const std::string& Folder() const { return mFolder; }
-  // Nothing at all stands there: perhaps what belongs there is on another disk.
+  // Nothing at all is there: perhaps what belongs there is on another disk.
   bool IsEmpty() const { return mIsEmpty; }
 
   // The archive whose index beside it has this stem, or whose index elsewhere has it after a time.

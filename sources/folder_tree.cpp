@@ -24,7 +24,8 @@ class Walk {
  public:
   FolderTree From(const std::string& top) {
     LookBelow(top);
-    // After all that has a path of its own; what they lead to may hold further ones.
+    // Links come after everything that has its own path in the tree; what they lead to may hold
+    // further links.
     for (std::size_t next = 0; next < mLinks.size(); ++next) LookBelow(std::string(mLinks[next]));
     return std::move(mTree);
   }

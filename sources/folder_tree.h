@@ -8,6 +8,6 @@ struct FolderTree {
   std::vector<std::string> problems;  // why folders could not be looked into, for people
 };
 
-// A folder and all folders below it, but for hidden ones. A folder that links lead to comes once,
-// by its own path if it has one in the tree. Throws Failure when the user interrupts.
+// A folder and all folders below it, except hidden ones. A folder that links lead to comes once, by
+// its own path if it has one in the tree. Throws Failure when the user interrupts.
 FolderTree FoldersBelow(const std::string& top);

@@ -21,7 +21,7 @@ std::optional<FileId> IdOf(const std::string& path) {
                 status->stx_ino);
 }
 
-// Leaves each file once. What cannot be told apart stays.
+// Keeps each file once. A file whose identity is not known stays.
 void RemoveRepeated(std::vector<std::string>* files, std::set<FileId>* seen) {
   const auto isRepeated = [seen](const std::string& file) {
     const auto id = IdOf(file);
@@ -66,7 +66,8 @@ class SourceSearch {
   }
 
  private:
-  // One of files that are named one by one has no path before all are known.
+  // Whether the source's files were named one by one. If they are several, it becomes a folder once
+  // all are known.
   static bool IsNamed(const GivenSource& source) { return !source.isFolder; }
 
   void Add(const std::string& path) {
@@ -94,7 +95,7 @@ class SourceSearch {
     mFound.sources[group->second].files.push_back(file);
   }
 
-  // Gives whether it is the first time.
+  // Returns whether the folder was new.
   bool AddFolder(const std::string& folder, std::vector<std::string> files) {
     const auto id = IdOf(folder);
     if (id && !mFolders.insert(*id).second) return false;

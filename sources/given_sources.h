@@ -29,8 +29,8 @@ struct SourceProblem {
 struct FoundSources {
   std::vector<GivenSource> sources;
   std::vector<SourceProblem> problems;
-  // Whether an answer must say which timeline it is of. So it is with one that is found where the
-  // user has asked for more.
+  // Whether an answer must say which timeline it is of. True also of a single one, when the user
+  // has asked for more.
   bool areMany = false;
 };
 
@@ -38,8 +38,8 @@ struct FoundSources {
 GivenSource GivenSourceAt(const std::string& path);
 
 // A folder is a timeline; files of one folder that are named one by one are one as well. What is
-// named twice, also by links, counts once, and a file that is named beside its folder belongs to
-// the folder. Of a tree each folder that holds files with the suffixes of archives is a timeline,
-// but for hidden ones; a folder that links lead to as well is looked into once. Throws Failure when
-// the user interrupts.
+// named twice, even through links, counts once, and a file that is named along with its folder
+// belongs to the folder. In a tree each folder that holds files with the suffixes of archives is a
+// timeline, except hidden ones; a folder that links also lead to is looked into once. Throws
+// Failure when the user interrupts.
 FoundSources FindSources(const SourceArguments& arguments);

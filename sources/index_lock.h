@@ -12,7 +12,7 @@ namespace index_lock {
 // tells the user. Whether it had to wait. Throws Failure when the user interrupts.
 bool WaitForOthers(const std::string& archive, const std::string& folder, const OnNotice& onNotice);
 
-// Whether somebody holds the lock of an .id3 file; of a file that is none, nobody does.
+// Whether somebody holds the lock of an .id3 file; false for any other file.
 bool IsHeld(const std::string& entriesFile);
 
 }  // namespace index_lock

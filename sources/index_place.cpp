@@ -41,8 +41,8 @@ std::vector<NamedKind> FilesOf(const CacheNames& names) {
 using archive_source::CanonicalPath;
 using archive_source::FolderOf;
 
-// Whether cache files are named after the archive: not where the last dot of its path is that of a
-// folder, or the first character of its name. A link always has one.
+// Whether cache files are named after the archive: false when the last dot of its path belongs to a
+// folder or begins the archive's name. A link always has such a name.
 bool HasNameOfItsOwn(const std::string& archive) {
   if (!reader_path::CanBeNamed(archive)) return true;
   const std::string name = archive_source::FileName(archive);
@@ -74,7 +74,7 @@ bool CanBeMadeBeside(const std::string& archive) {
 
 // Why an archive cannot have its index beside it; empty when it can.
 std::string WhyNotBeside(const std::string& archive) {
-  // It has its index in a place of its own.
+  // Its index has a place of its own in any case.
   if (!reader_path::CanBeNamed(archive)) return "";
   const std::string name = archive_source::FileName(archive);
   const std::string folder = FolderOf(archive);
@@ -122,8 +122,8 @@ std::string CanonicalFolderOf(const std::string& archive) {
 }
 
 private_cache::Place PrivatePlaceOf(const std::string& archive) {
-  // Without a suffix the names of indexes are not those of their archives, so such a file has a
-  // place of its own.
+  // Without a suffix indexes are not named after their archives, so such a file has a place of its
+  // own.
   const std::string of = HasNameOfItsOwn(archive) ? FolderOf(archive) : archive;
   return private_cache::Find(CanonicalPath(of));
 }

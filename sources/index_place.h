@@ -16,14 +16,14 @@ struct IndexPlace {
 
 // `askedFor` is the folder that the user wants, checked, or empty.
 //
-// Beside an archive is the place unless something of somebody else's, or no new file, could stand
-// there; a whole index that stands there already is used also where nothing can be written. Changes
-// nothing. Throws Failure when no file handle is left, the user interrupts, or the archive cannot
-// have its index in the folder asked for.
+// The place is beside the archive unless a file there is or could be somebody else's, or no new
+// file can be made there; a whole index that is there already is used even where nothing can be
+// written. Changes nothing. Throws Failure when no file handle is left, the user interrupts, or the
+// archive cannot have its index in the folder asked for.
 IndexPlace PlaceOfIndex(const std::string& askedFor, const std::string& archive);
 
-// The same for an archive as it is now: one without an index beside it may have one in the folder
-// of this user alone since it was still being written.
+// The same for an archive as it is now: when it has no index beside it, it may have one in the
+// folder of this user alone, from when it was still being written.
 IndexPlace FindIndex(const std::string& askedFor, const std::string& archive);
 
 // The folder of this user alone for the index of an archive, whether or not it has been made. All
@@ -40,5 +40,5 @@ CacheNames CacheOf(const std::string& archive, const std::string& folder);
 // Whether a reader opens the archive with the cache files there, without making them anew.
 bool HasIndex(const std::string& archive, const std::string& folder);
 
-// The names of what stands where cache files beside the archive would stand, and is not one.
+// The names of whatever is where cache files beside the archive would be, but is not one.
 std::vector<std::string> StrangersBeside(const std::string& archive);

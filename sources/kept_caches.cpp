@@ -51,13 +51,13 @@ bool HasNameOfPlace(const CacheFileName& name, KeptPlace place) {
 }
 
 bool IsStrangerThere(const std::string& path, const CacheFileName& name, KeptPlace place) {
-  // Of what is unfinished the end is missing; elsewhere the name says much.
+  // An unfinished file lacks its end; away from archives the name says much.
   const bool isByName = name.isUnfinished || place != KeptPlace::kBeside;
   return isByName ? BeginsAsStranger(path, name.kind) : IsStranger(path, name.kind);
 }
 
-// How large the whole files of an index are. Readers open them without making them anew when this
-// says so.
+// Whether readers open these files without making them anew. `sizes`: of the whole files of an
+// index.
 bool AreAnIndex(const std::map<CacheKind, std::uint64_t>& sizes) {
   constexpr std::uint64_t kSmallestEventGroupBytes = 11;
   if (sizes.count(CacheKind::kEntries) == 0 || sizes.count(CacheKind::kEvents) == 0) return false;
@@ -124,7 +124,7 @@ class FolderOfCaches {
     }
     if (isUnfinished) return group.isFresh ? KeptState::kBusy : KeptState::kLeftover;
     if (AreAnIndex(group.sizes)) return KeptState::kUnused;
-    // A run makes its .id3 first. Beside archives others may have files like the rest.
+    // A run makes its .id3 first. Beside archives, files like the rest may be somebody else's.
     const bool hasEntries = group.sizes.count(CacheKind::kEntries) > 0;
     const bool isOfARun = hasEntries || mPlace != KeptPlace::kBeside;
     return isOfARun ? KeptState::kLeftover : KeptState::kUnknown;

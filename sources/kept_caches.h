@@ -18,12 +18,12 @@ enum class KeptPlace {
 enum class KeptState {
   kInUse,     // verbs use it
   kUnused,    // of an archive that has its index elsewhere
-  kOutdated,  // of an archive that has another time now
+  kOutdated,  // of an archive whose time has changed
   kOrphan,    // its archive is gone
   kLeftover,  // of a run or a save that did not end
   kBusy,      // another process is at work on it
-  kUnknown,   // of which archive it is cannot be told
-  kStranger,  // has the place or name of a cache, and is none
+  kUnknown,   // which archive it is of cannot be told
+  kStranger,  // has the place or name of a cache, but is not one
 };
 
 // One word each, for programs: in-use.
@@ -45,18 +45,17 @@ struct KeptCache {
 
 namespace kept_caches {
 
-// The indexes that lie in a folder, by name, as the folder alone tells them: not whose they are,
-// and so those that are whole as unused. What else stands there is not told beside archives, and a
-// stranger elsewhere, but for the links by which readers open archives. Changes nothing. Throws
-// Failure when the folder cannot be looked into, when no file handle is left, or when the user
-// interrupts.
+// The indexes in a folder, by name, as far as the folder alone tells: not whose they are, so whole
+// ones count as unused. Anything else there is left out beside archives and a stranger elsewhere,
+// except the links through which readers open archives. Changes nothing. Throws Failure when the
+// folder cannot be looked into, when no file handle is left, or when the user interrupts.
 std::vector<KeptCache> In(const std::string& folder, KeptPlace place);
 
 // Whether somebody may still be writing a file, where a file system knows no locks.
 bool IsFresh(const struct statx& status);
 
 // The files by which readers claim an index: its .id3 file, and the one that is written until it is
-// whole. They need not exist. What was checked has none.
+// whole. They need not exist. What was found out about a folder (kChecked) has none.
 std::vector<std::string> LocksOf(const KeptCache& cache);
 
 // The names of all entries of a folder, in no order. Throws Failure as above.

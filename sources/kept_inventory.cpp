@@ -25,14 +25,15 @@
 
 namespace {
 
-// Of a stem in a folder of indexes, what comes after the time.
+// Where the name of the archive begins in a stem in a folder of indexes: after the time and a
+// blank.
 constexpr std::size_t kTimeSize = 18;
 
 std::string EntriesFileOf(const std::string& archive, const std::string& folder) {
   return QFile::encodeName(CacheOf(archive, folder).entries).constData();
 }
 
-// Where a link leads; empty for what is none.
+// Where a link leads; empty for anything else.
 std::string TargetOf(const std::string& link) {
   std::string target(PATH_MAX, '\0');
   const ssize_t size = readlink(link.c_str(), target.data(), target.size());
@@ -40,8 +41,8 @@ std::string TargetOf(const std::string& link) {
   return target;
 }
 
-// Whether the time of an archive is that at which a stem begins, in some time zone: what runs in
-// another one looks for the index under another name.
+// Whether a stem begins with the time of an archive in some time zone: a process in another zone
+// looks for the index under another name.
 bool HasTimeOf(const std::string& archive, const std::string& stem) {
   constexpr std::int64_t kQuarterOfAnHour = 900;
   constexpr std::int64_t kMostBetweenZones = 26 * 3600;
@@ -86,7 +87,8 @@ class Inventory {
     if (mSeen.insert(path).second) mFound.caches.push_back(std::move(cache));
   }
 
-  // Beside archives others may have files with such names: told is only what can be of an archive.
+  // Beside archives, files with such names may be somebody else's: only what can be of an archive
+  // is listed.
   void LookBeside(const SourceFacts& source) {
     const std::string folder = FolderOf(source);
     // Each file of a folder may have been named by itself.
@@ -175,7 +177,7 @@ class Inventory {
     }
   }
 
-  // Of one that is not in use.
+  // Finds the archive of a cache that is not in use.
   void FindOwner(const FolderArchives& archives, KeptCache* cache) const {
     const bool isWhole = cache->state == KeptState::kUnused;
     if (isWhole) cache->state = KeptState::kUnknown;
@@ -228,7 +230,7 @@ class Inventory {
     }
   }
 
-  // What cannot be looked into is told, and costs nothing else.
+  // A folder that cannot be looked into is reported and does not affect the rest.
   std::vector<std::string> Names(const std::string& folder) {
     try {
       return kept_caches::NamesIn(folder);

@@ -13,9 +13,9 @@ struct KeptInventory {
 };
 
 // What lies beside the archives of these sources, in `cacheFolder` (checked, or empty), and in this
-// user's cache home. Whose an index of the cache home is can be told when it is of one of the
-// sources' folders, or a link to its archive lies there; that its archive is gone, when the folder
-// of that archive is there and not empty. Changes nothing. Throws Failure when no file handle is
-// left or the user interrupts.
+// user's cache home. Which archive an index in the cache home is of can be told when it is of one
+// of the sources' folders, or when a link to its archive lies with it; that its archive is gone,
+// when the folder of that archive exists and is not empty. Changes nothing. Throws Failure when no
+// file handle is left or the user interrupts.
 KeptInventory FindKeptCaches(const std::string& cacheFolder,
                              const std::vector<SourceFacts>& sources);

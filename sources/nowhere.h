@@ -1,4 +1,4 @@
 #pragma once
 
-// A path at which nothing can ever stand, since /dev/null is not a folder.
+// A path at which nothing can ever exist, since /dev/null is not a folder.
 constexpr char kNowhere[] = "/dev/null/nowhere";

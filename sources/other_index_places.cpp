@@ -25,8 +25,8 @@ std::string WhyNotToBeLookedInto(const struct statx& status) {
   return "";
 }
 
-// What a private folder is named after: the folder of the archive, or the archive where the names
-// of indexes are not made from its own.
+// What a private folder is named after: the folder of the archive, or the archive itself when its
+// index is not named after it.
 std::string PrivateOwner(const std::string& archive) {
   const std::size_t dot = archive_source::FileName(archive).rfind('.');
   const bool hasNameOfItsOwn = dot != std::string::npos && dot > 0;

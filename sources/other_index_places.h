@@ -7,8 +7,8 @@
 // nothing could be written beside it, or where a host has left them.
 struct OtherIndexPlace {
   std::string folder;
-  // Why what lies there is not looked at, as in: folder, a folder of another user. Empty when
-  // nobody else can have put it there.
+  // Why what lies there is not looked at: a clause that follows the folder's name, such as "a
+  // folder of another user". Empty when nobody else can have put it there.
   std::string whyNot;
 };
 
@@ -20,5 +20,5 @@ std::vector<OtherIndexPlace> OtherIndexPlaces(const std::string& archive, const 
 std::vector<std::string> LinksForIndexPlaces();
 
 // Why what stands at `path` is not looked at: a clause; empty for a plain file of this user with no
-// other name, and for nothing.
+// other name, and when nothing is there.
 std::string WhyNotToBeRead(const std::string& path);

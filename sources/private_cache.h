@@ -2,8 +2,8 @@
 
 #include <string>
 
-// The folders of this user alone in which indexes are kept that cannot lie beside their archives:
-// under $XDG_CACHE_HOME/zel3, by default ~/.cache/zel3, one for each folder of archives.
+// The folders of this user alone for indexes that cannot lie beside their archives: under
+// $XDG_CACHE_HOME/zel3, by default ~/.cache/zel3, one for each folder of archives.
 namespace private_cache {
 
 struct Place {

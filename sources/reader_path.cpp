@@ -23,7 +23,7 @@ private_cache::Place PrivatePlace(const std::string& archive) {
   return private_cache::Find(archive_source::CanonicalPath(archive_source::FolderOf(archive)));
 }
 
-// Also in place of one that leads elsewhere; in one step, so that another process always finds one.
+// Also replaces one that leads elsewhere, in one step, so that another process always finds one.
 bool MakeLink(const std::string& archive, const std::string& link) {
   if (AreOneFile(link, archive)) return true;
   const std::string unfinished = link + "." + std::to_string(getpid());

@@ -30,16 +30,16 @@ namespace reader_path {
 // Whether a creation record can hold the path itself.
 bool CanBeNamed(const std::string& path);
 
-// The name of the link to an archive, made of what its own name is: ASCII, with the suffix of the
-// archive in lower case.
+// The name of the link to an archive, made from its own name: ASCII, with the suffix of the archive
+// in lower case.
 std::string LinkName(const std::string& archive);
 
-// Whether it is a name such as LinkName makes.
+// Whether it has the form of the names that LinkName makes.
 bool IsLinkName(const std::string& name);
 
 // Where the index of an archive lies when those of its source lie in `folder` (empty: beside the
-// archives). Of one that is opened through a link nothing can lie beside it: it has its index in
-// the private folder of its folder, and nowhere when there is none.
+// archives). Nothing can lie beside an archive that is opened through a link: its index is in the
+// private folder of its folder, and nowhere when there is none.
 std::string IndexFolderOf(const std::string& archive, const std::string& folder);
 
 }  // namespace reader_path

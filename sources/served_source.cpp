@@ -63,7 +63,7 @@ void ServedSource::RefuseOthers() const {
   }
 }
 
-// Those that missing indexes need.
+// Makes the places that missing indexes need.
 void ServedSource::MakePlaces() {
   for (const std::string& archive : mFacts.Archives()) {
     const IndexPlace& place = mFacts.PlaceOf(archive);
@@ -111,7 +111,7 @@ ServedSource::OneScan::~OneScan() {
   try {
     Trim();
   } catch (const std::bad_alloc&) {
-    // Left to the next who indexes there.
+    // Left to the next process that indexes there.
   }
 }
 

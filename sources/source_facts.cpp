@@ -40,7 +40,7 @@ void SourceFacts::Recognize(const std::string& file, const std::string& indexFol
   mPlaces[file] = FindIndex(indexFolder, file);
 }
 
-// In a folder for indexes they have the names and times of their archives, and no more.
+// In a folder for indexes, the name of an index holds only the name and time of its archive.
 void SourceFacts::RefuseSharedIndexes() const {
   std::map<QString, std::string> archiveOf;
   for (const std::string& archive : mArchives) {

@@ -33,20 +33,20 @@ class SourceFacts {
   // Why the others are not archives: clauses that follow their names. By path.
   const std::map<std::string, std::string>& Others() const { return mOthers; }
 
-  // What people know a file of the source by: its name, with the way from the source's folder to it
-  // where files come from several folders.
+  // What people know a file of the source by: its name, with the path from the source's folder when
+  // files come from several folders.
   std::string NameOf(const std::string& file) const;
 
-  // What was found out earlier about an archive that has not changed since, and neither has its
-  // index; nothing when that is not remembered.
+  // What was found out earlier about an archive, if neither it nor its index has changed since;
+  // nothing when that is not remembered.
   std::optional<CheckedFacts> Known(const std::string& archive) const;
-  // Of what is found out about the archives in the folder of this one.
+  // The memory of what is found out about the archives in the folder of this one.
   CheckMemory& MemoryOf(const std::string& archive) const;
   // The archive or its index is about to change.
   void Forget(const std::string& archive);
 
   // Where the index of an archive lies; of another file, where one would. An archive without one
-  // beside it may have one in the folder of this user alone since it was still being written.
+  // beside it may have one in the folder of this user alone, from when it was still being written.
   const IndexPlace& PlaceOf(const std::string& archive) const;
   std::string IndexFolderOf(const std::string& archive) const;
   CacheNames CacheOf(const std::string& archive) const;
@@ -64,5 +64,5 @@ class SourceFacts {
   std::map<std::string, std::string> mOthers;
   std::map<std::string, IndexPlace> mPlaces;                      // by archive
   std::map<std::string, CheckedFacts> mKnown;                     // by archive
-  std::map<std::string, std::shared_ptr<CheckMemory>> mMemories;  // by folder; of copies, too
+  std::map<std::string, std::shared_ptr<CheckMemory>> mMemories;  // by folder; shared with copies
 };
