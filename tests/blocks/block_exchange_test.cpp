@@ -12,7 +12,7 @@
 
 namespace {
 
-// Blocks carry a number below 200, all but the smallest at two places.
+// Blocks carry a number below 200, all but the smallest of them in two places.
 using Number = std::uint8_t;
 constexpr Number kTorn = 255;
 
@@ -124,7 +124,7 @@ struct Parcel {
 // A few places at which threads leave blocks for each other.
 class Exchange {
  public:
-  // Leaves one parcel and takes what lay there.
+  // Leaves one parcel and takes the one that was there.
   void Swap(std::size_t place, Parcel& parcel) {
     Place& there = mPlaces[place % std::size(mPlaces)];
     const std::lock_guard<std::mutex> hold(there.mutex);
@@ -145,8 +145,8 @@ class Exchange {
   Place mPlaces[8];
 };
 
-// A thread that makes, changes, shares, reads and drops blocks; counts those that hold another
-// number than they should.
+// A thread that makes, changes, shares, reads and drops blocks; counts those that hold the wrong
+// number.
 class Trader {
  public:
   // Borrows the exchange, and the brick in whose name it handles commands.

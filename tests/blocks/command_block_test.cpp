@@ -31,7 +31,7 @@ TEST_F(CommandBlock, HoldsAFreshRecord) {
   EXPECT_EQ(NodeAccess::Of(block).refCount, 1U);
 }
 
-// Memory is not cleared for it, so the record must be made as T() is.
+// Its memory is not cleared, so the record must be made as T() is.
 template <class Block>
 void ExpectAFreshRecordInUsedMemory() {
   using Record = std::remove_reference_t<decltype(std::declval<Block>().Record())>;

@@ -3,8 +3,8 @@
 #include <malloc.h>
 
 // By how many bytes the heap of the process grows while `action` runs. The action runs once before
-// that, because the allocator keeps some of what is freed. 0 where a sanitizer brings a heap of its
-// own, which then tells of leaks itself.
+// that, because the allocator keeps some of what is freed. 0 where a sanitizer brings its own heap,
+// and reports leaks itself.
 template <class Action>
 long HeapGrowthOf(const Action& action) {
   action();
@@ -13,5 +13,5 @@ long HeapGrowthOf(const Action& action) {
   return static_cast<long>(mallinfo2().uordblks) - before;
 }
 
-// Chunks of other sizes than before may be left in use by the allocator.
+// The allocator may keep chunks of other sizes than before in use.
 constexpr long kHeapNoise = 4096;

@@ -8,8 +8,8 @@
 #include "blocks/stream_records.h"
 #include "sdk/brick_config.h"
 
-// Records are exchanged between separately built modules, so every place in them is fixed. A string
-// or a list takes one pointer: 4 bytes in the shipping build.
+// Records are exchanged between separately built modules, so the place of everything in them is
+// fixed. A string or a list takes one pointer: 4 bytes in the shipping build.
 
 namespace {
 

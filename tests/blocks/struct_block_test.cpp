@@ -158,7 +158,7 @@ INSTANTIATE_TEST_SUITE_P(BelowTheRecordsSize, StructBlockSmallNode,
                          testing::Values(SmallNode{0, true}, SmallNode{1, false},
                                          SmallNode{8, false}));
 
-// In 32 bits, node and payload together would exceed what a size can say.
+// In 32 bits, node and payload together would exceed the largest size.
 TEST_F(StructBlock, IsRefusedWhenItsSizeDoesNotFitMemory) {
   if (sizeof(std::size_t) > 4) GTEST_SKIP() << "64 bits hold every size";
   EXPECT_THROW(RawDataBlock::New(0xFFFFFFFF), std::bad_alloc);
