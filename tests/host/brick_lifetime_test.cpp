@@ -146,7 +146,7 @@ TEST_F(BrickLifetime, DestructionDropsTheWaitingBlocks) {
   EXPECT_EQ(cMemBlock::node::LiveCount(), liveNodes);
 }
 
-// Says that its children end when it goes, as a source with helpers of its own does.
+// Sends its child 'Kill' when it goes, as a source with its own helpers does.
 class Parent : public RecordingBrick {
  public:
   Parent(Log* log, CBrick* child) : RecordingBrick("parent", log), mChild(child) {}

@@ -55,7 +55,7 @@ void CopySampleTo(const std::string& path) {
   std::filesystem::copy_file(SamplePath(), path);
 }
 
-// The plug-in folder of the host, to the end of a scope.
+// The plug-in folder of the host, until the end of a scope.
 class PlugInFolder {
  public:
   explicit PlugInFolder(const std::string& path) : mSettings{"", path}, mInForce(mSettings) {}

@@ -191,8 +191,8 @@ struct OwnHost {
 };
 
 // Caches beside the archives, in a folder of the host's own, in one that several share, and in the
-// one of the temporary folder. Two hosts each share their settings; the key for the limit is
-// missing in all of them but one.
+// one of the temporary folder. Hosts share their settings in pairs; the key for the limit is
+// missing in all settings but one.
 class HostsOfTheirOwn : public ManyPipelines {
  protected:
   void SetUp() override {
@@ -316,7 +316,7 @@ TEST_F(HostsOfOneFolder, AnswerTogetherWhatOneAnswersAlone) {
     OnThreads(kThreads, [&](int number) { together[number] = mHost.Converse(); });
     EXPECT_THAT(together, testing::Each(alone));
     for (const auto& [path, bytes] : after) {
-      // What the settings say is asked for only where an index had to go elsewhere.
+      // The settings are asked only where an index had to go elsewhere.
       EXPECT_EQ(ReadFile(path), bytes) << path;
     }
   }

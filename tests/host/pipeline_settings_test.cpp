@@ -7,7 +7,7 @@
 
 namespace {
 
-// Says which settings folder it finds: while it is made, and with each block.
+// Notes which settings folder it finds: while it is made, and with each block.
 class AskingBrick : public CBrick {
  public:
   Log found;

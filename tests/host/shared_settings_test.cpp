@@ -27,7 +27,7 @@ using testing::UnorderedElementsAreArray;
 
 constexpr int kWorkers = 8;
 constexpr int kKeys = 20;
-// Reading them takes a while, which nobody may wait for too long.
+// Reading them takes a while, and nobody may have to wait too long for it.
 constexpr std::size_t kManyLines = kIsSanitized ? 500 : 3000;
 
 // A settings file that threads and processes use at the same time.
@@ -45,7 +45,7 @@ class SharedSettings : public testing::Test {
     return lines;
   }
 
-  // What `key` is for one who brings its default along.
+  // The value of `key` for a caller with this default.
   int Get(const std::string& key, int defaultValue) const {
     const SettingsInForce inForce(mSettings);
     CIniFile file("host");
@@ -53,7 +53,7 @@ class SharedSettings : public testing::Test {
     return file.GetInt(key, defaultValue);
   }
 
-  // Keys of this worker's own, and keys that all have, for which each has another default.
+  // Adds keys of this worker's own, and keys that all workers add, each with a different default.
   void AddKeys(int worker) const {
     for (int key = 0; key < kKeys; ++key) {
       const std::string number = std::to_string(key);
