@@ -149,8 +149,8 @@ TEST(FramingParserWithDamage, FindsAMarkerThatHasHalfOfOneBeforeIt) {
 }
 
 TEST(FramingParserWithDamage, FindsAMarkerThatOverlapsWithAnother) {
-  // A header marker begins at 18 and reaches into the index marker at 20, which makes it a header
-  // of no good length.
+  // A header marker begins at 18 and reaches into the index marker at 20, which gives that header
+  // an invalid length.
   const ArchiveBytes archive =
       ArchiveBytes().Header({}, "").Raw(kRubbish).Raw({0x05, 0xB5, 0xB5}).Index(7);
   EXPECT_THAT(Found(archive), ElementsAre("header@0 length 4 delta 5 \"\"", "damage@9 9 bytes",
@@ -185,7 +185,7 @@ TEST(FramingParserWithDamage, RefusesAHeaderWhoseTextsDoNotEndWhereItSays) {
 }
 
 TEST(FramingParserWithDamage, FindsTheRecordsInsideADamagedHeader) {
-  // The length reaches over both index records, to a byte that is no NUL.
+  // The length reaches past both index records, to a byte that is not NUL.
   const ArchiveBytes archive =
       ArchiveBytes().Raw({0xB5, 0xB5, 0x05, 0xB5, 30, 0, 5, 0}).Index(7).Index(8, 1).Raw({1, 2});
   EXPECT_THAT(Found(archive), ElementsAre("damage@0 8 bytes", "index@8 time 7 flag 0",
@@ -254,7 +254,7 @@ TEST(FramingParser, FindsTheSameInAnyBytesHoweverTheyAreCut) {
   }
 }
 
-// Notes that positions ascend and that nothing lies outside the bytes fed.
+// Expects each record or stretch of damage to begin where the last one ended.
 class OrderSink final : public FramingSink {
  public:
   void OnHeader(std::uint64_t position, const ArchiveHeader& header) override {

@@ -41,7 +41,7 @@ class Neighbour final : public CBrick {
   Lines commands;
   Lines data;  // and notifications
   std::vector<cMemBlock> blocks;
-  // After `room` blocks there is no memory for so many others.
+  // After `room` blocks there is no memory for the next `refusals`.
   int room = 0;
   int refusals = 0;
 

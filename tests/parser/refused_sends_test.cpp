@@ -137,7 +137,7 @@ TEST_F(ParserBrickTest, TakesBlocksThatComeWhileItSends) {
                                    "Tag  TagF", "TagP 26", "Idx3 time 3", "Tag  TagF"));
 }
 
-// An entry starts with a record, also when a half one has been held for a while.
+// An entry starts with a record, even when half a record was still being held.
 TEST_F(RefusedSends, OfAnEntryAreMadeUpForInTheSameEntry) {
   ReaderSends(ChunkAnswer(MakeIndexId(0, 5), 7000));
   ReaderSendsBytes(ArchiveBytes().Header({Video(1)}, "Day").Raw({3, 0, 0, 1, 'a', 'b'}));
