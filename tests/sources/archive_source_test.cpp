@@ -31,7 +31,7 @@ class ArchiveSource : public testing::Test {
 
 }  // namespace
 
-// A link that leads nowhere is listed, so that it is seen that it cannot be read.
+// A link that leads nowhere is listed, so that people see that it cannot be read.
 TEST_F(ArchiveSource, HoldsPlainFilesWithTheSuffixesByName) {
   for (const char* const name : {"b.zel3", "B.ZEL3", "a.ZeL", "c.zel", "c.zel33", "zel3",
                                  "d.zel3.x", ".hidden.zel3", ".zel3"}) {

@@ -54,7 +54,7 @@ class NameOfAnyBytes : public testing::TestWithParam<std::string> {
   const EnvironmentValue mCacheHome{"XDG_CACHE_HOME", mHome.c_str()};
 };
 
-// Two of them.
+// In a folder its path is too long for a creation record.
 std::string LongName() {
   return std::string(250, 'x') + ".zel";
 }
