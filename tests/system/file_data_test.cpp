@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::uint64_t kMegabyte = 1 << 20;
 
-// Larger than what a file system keeps in one piece, and in the middle of one.
+// Larger than the unit in which a file system keeps data, and a multiple of it.
 constexpr std::uint64_t kPiece = 64 * 1024;
 
 void WriteAt(const std::string& path, std::uint64_t position, const std::string& bytes) {

@@ -132,7 +132,7 @@ TEST_F(WorkerProcesses, EndAlsoWhenTheyAreStopped) {
   EXPECT_THROW(RunInWorkers(2, 2, calls), Failure);
 }
 
-// Also when every process dies that begins a piece.
+// Even when every process that begins a piece dies.
 TEST_F(WorkerProcesses, AreReplacedWhenTheyAreKilledOrEnd) {
   calls.work = [](std::size_t piece, const WorkerCalls::Tell&) -> std::string {
     if (piece % 2 == 0) raise(SIGKILL);
