@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# The check of a host's headers agrees with ours and with those of the foreign host, and tells what is changed in them.
+# The check of a host's headers agrees with ours and with those of the foreign host, and reports what is changed in
+# them.
 #   check_host.sh SOURCES POINTER_SIZE COMPILER OPTION...
 set -euo pipefail
 sources=$1 pointer=$2
@@ -72,7 +73,7 @@ tell ini_file.h 's/mSelf\[14]/mSelf[15]/' \
 tell critical_section.h 's/CCriticalSection\* mTaken;/& long mSince;/' \
   "CSingleLock: size $((2 * pointer)), in the plug-in $pointer"
 if [ "$pointer" = 8 ]; then
-  # As large, but aligned to less.
+  # The same size, but a smaller alignment.
   tell critical_section.h 's/unsigned long mWords.*/unsigned mWords[10];/' \
     'cMemBlock::node::lock: offset 20, in the plug-in 24'
 else

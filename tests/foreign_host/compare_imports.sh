@@ -11,7 +11,7 @@ told() {
       grep -o '`[^`]*`' <<<"$functions" | sed "s/^\`/$(tr -d ' \`' <<<"$class")::/; s/\`$//"
     done | LC_ALL=C sort
 }
-# What other libraries have comes with a version.
+# The symbols of other libraries have versions.
 needed() {
   "$nm" --dynamic --demangle --undefined-only "$plugin" | grep -v @ | sed -n 's/^ *U //p' | LC_ALL=C sort -u
 }

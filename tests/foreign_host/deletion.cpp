@@ -5,7 +5,8 @@
 
 #include "counters.h"
 
-// The host's allocation. What runs on in a deleted object reads nonsense, and what it writes shows.
+// The host's allocation. Code that runs on in a deleted object reads nonsense, and what it writes
+// is noticed.
 
 namespace {
 

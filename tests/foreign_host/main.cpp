@@ -30,7 +30,7 @@ bool Check(const char* file, const std::string& folder) {
   return checks.AllSame();
 }
 
-// Moves the stack by as many bytes, as far as the compiler lets it.
+// Moves the stack by this many bytes, as far as the compiler lets it.
 __attribute__((noinline)) bool CheckDeeper(std::size_t bytes, const char* file,
                                            const char* folder) {
   void* const room = alloca(bytes);
@@ -40,8 +40,8 @@ __attribute__((noinline)) bool CheckDeeper(std::size_t bytes, const char* file,
 
 }  // namespace
 
-// A host that shares nothing with the reference host loads the plug-in and holds its answers
-// against what must come.
+// A host that shares nothing with the reference host loads the plug-in and compares its answers
+// with what they must be.
 //   foreign_host PLUGIN FOLDER BYTES
 int main(int argumentCount, char** arguments) {
   if (argumentCount != 4) return 2;

@@ -25,7 +25,7 @@ CCriticalSection::CCriticalSection() {
   for (unsigned long& word : mWords) word = kFree;
 }
 
-// Who destroys a lock that is held, or destroys it twice, or writes into it, ends the process.
+// Destroying a lock that is held, destroying one twice, or writing into one ends the process.
 CCriticalSection::~CCriticalSection() {
   for (unsigned long& word : mWords) {
     if (word != kFree) std::abort();

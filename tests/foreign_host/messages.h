@@ -116,7 +116,7 @@ struct Mark {
 #pragma pack(pop)
 static_assert(sizeof(void*) == 8 || (sizeof(Header) == 3632 && sizeof(Message) == 28), "packed");
 
-// What the node of a data block begins with, and that of a command.
+// How the node of a data block begins, and that of a command.
 struct DataNode : cMemBlock::node {
   void unref() override;
 };
@@ -131,7 +131,7 @@ struct CommandNode : cMemBlock::node {
 static_assert(sizeof(DataNode) == (sizeof(void*) == 4 ? 40 : 64), "the payload follows");
 static_assert(sizeof(CommandNode) == (sizeof(void*) == 4 ? 76 : 120), "the payload follows");
 
-// Where the payload stands.
+// Where the payload is.
 template <class Node>
 unsigned char* PayloadOf(const cMemBlock& block) {
   return reinterpret_cast<unsigned char*>(block.Node()) + sizeof(Node);

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# A host with nothing of the reference host loads the built plug-in, which lies alone in a folder, wherever the host's
-# stack stands.
+# A host with nothing of the reference host loads the built plug-in, which lies alone in a folder, whatever the
+# position of the host's stack.
 #   run.sh HOST PLUGIN
 set -euo pipefail
 host=$1 plugin=$2

@@ -21,7 +21,7 @@ int CIniFile::GetInt(const std::string& key, int defaultValue) {
   return key == "ID3_HDR_EVT_total_MB" ? 50 : defaultValue;
 }
 
-// Who moves the object, or writes into it, ends the process.
+// Moving the object, or writing into it, ends the process.
 void CIniFile::Check() const {
   for (void* self : mSelf) {
     if (self != this) std::abort();

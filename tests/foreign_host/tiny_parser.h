@@ -4,7 +4,7 @@
 
 #include "sdk/brick.h"
 
-// Takes small archives apart for a reader that indexes them: one video stream, and events.
+// Parses small archives for a reader that indexes them: one video stream, and events.
 class TinyParser : public CBrick {
  protected:
   int onCtrl(cMemBlock& block) override;

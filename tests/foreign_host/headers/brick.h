@@ -3,7 +3,7 @@
 #include "brick_config.h"
 #include "mem_block.h"
 
-// What this host keeps of a brick.
+// What this host keeps for a brick.
 struct BrickLinks;
 
 class CBrick {
