@@ -44,7 +44,7 @@ diff <(nm --dynamic --defined-only --extern-only build/active_filter.so | cut -d
 echo 'It passes on what is active enough:'
 running=$(commands 'with `CBrickLoader::CreateBrick`. The program of the other example does:' '## ')
 counts() { eval "${running/% 4/ $1}"; }
-# There is an index by now, so no run tells of its progress.
+# There is an index by now, so no run reports progress.
 diff <(grep -v '^NMsg ' "$work/counted") <(counts 0)
 diff <(grep -vE '^(NMsg|snd3|txt3|vid3) ' "$work/counted") <(counts 32)
 diff <(grep -vE '^(NMsg|snd3|txt3|vid3) ' "$work/counted"; echo snd3 1) <(counts 4)

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The reader is built with nothing of its host but headers, and serves it: a host whose functions are in its program, and
-# one whose functions are in a library without a name of its own.
+# The reader is built with nothing of its host but headers, and serves it: a host whose functions are in its program,
+# and one whose functions are in a library without a soname.
 #   build_for_host.sh CMAKE SOURCES READELF HOST LIBRARY OPTION...
 set -euo pipefail
 cmake=$1 sources=$2 read_elf=$3 host=$4 library=$5
@@ -16,7 +16,7 @@ configure() {
     -DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O0 "$@" >log 2>&1 || { cat log; return 1; }
 }
 build() { "$cmake" --build build >log 2>&1 || { cat log; return 1; }; }
-# What goes wrong, and says so: refuse WORD COMMAND...
+# Expects the command to fail and to print WORD: refuse WORD COMMAND...
 refuse() {
   local word=$1
   shift

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Every part of others that is compiled in or embedded stands in the copyright file, in the version that was used.
+"""Every part of others that is compiled in or embedded is named in the copyright file, in the version that was used.
 
     check_licences.py NINJA BUILD SOURCES COPYRIGHT
 
-What is compiled in is what the compiler has read: the build remembers that of every file.
+What is compiled in is what the compiler has read: the build keeps a record of that for every file.
 """
 import json
 import os
@@ -11,7 +11,7 @@ import re
 import subprocess
 import sys
 
-# What compilers bring along, Qt Core, the editor of lines and the widths of characters: linked at run time, and their
+# What compilers bring along, Qt Core, the line editor and character widths: linked at run time, and their
 # headers may be used.
 TOOLS = re.compile(r"^(libc6-dev.*|linux-libc-dev|lib(32|x32)?(stdc\+\+|gcc)-\d+-dev|gcc-.*|qtbase5-dev|libedit-dev|"
                    r"libutf8proc-dev)$")

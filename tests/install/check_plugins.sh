@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The plug-ins in the folders run on older systems, show no more than they say, and ask their host for no types.
+# The plug-ins in the folders run on older systems, export no more than they declare, and ask their host for no types.
 #   check_plugins.sh READELF SOURCES FOLDER...
 set -euo pipefail
 read_elf=$1 sources=$2
@@ -25,7 +25,7 @@ check_needs() {
   done
 }
 
-# Lines of binding, visibility, section and name, of everything that is asked for or shown.
+# Lines of binding, visibility, section and name, of everything that is imported or exported.
 symbols() { "$read_elf" --wide --dyn-syms "$1" | awk '$1 ~ /^[0-9]+:$/ { print $5, $6, $7, $8 }'; }
 
 check_types() {
@@ -35,7 +35,7 @@ check_types() {
   [ -z "$types" ] || complain "$1: asks its host for types: $types"
 }
 
-# These only the reference host has: its parser may call them.
+# Only the reference host has these: its parser may call them.
 check_calls() {
   if [[ $1 != *parser.so ]] && symbols "$1" | grep -E ' _ZNK?6CBrick(8CameFrom|6SendUp|12OwnerContext)E'; then
     complain "$1: calls what other hosts do not have"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# PLUGIN takes from Qt what LIST names and nothing else, and Qt 4.8 has all of it.
+# PLUGIN takes from Qt exactly what LIST names, and Qt 4.8 has all of it.
 #   check_qt_functions.sh READELF LIST PLUGIN
 set -euo pipefail
 read_elf=$1 list=$2 plugin=$3

@@ -2,7 +2,8 @@
 # The packages of both ABIs are installed together below FOLDER by dpkg, as on a machine of both architectures. The
 # 64-bit program runs there, and hosts of both ABIs are built and served there.
 #   side_by_side.sh CMAKE SOURCES FOLDER PACKAGES PACKAGES_32 COMPILER GENERATOR VERSION
-# Skipped (77) where the 32-bit packages are missing or older than what both have in common, but for ZEL3_REQUIRE_I386.
+# Skipped (77) where the 32-bit packages are missing or older than what both have in common; with ZEL3_REQUIRE_I386
+# the test then fails.
 set -euo pipefail
 cmake=$1 sources=$2 folder=$3 packages=$4 packages_32=$5 compiler=$6 generator=$7 version=$8
 tests=$(dirname "$(realpath "$0")")
@@ -20,7 +21,7 @@ newer=$(cd "$sources" && find sdk blocks host examples cmake page/package.json p
 rm -rf "$folder"
 mkdir -p "$folder"
 folder=$(realpath "$folder")
-# dpkg as root of a place of its own; it wants the programs that maintainers' scripts use.
+# dpkg as root, with its own root folder; it wants the programs that maintainers' scripts use.
 in_root() {
   PATH=$PATH:/usr/sbin:/sbin fakeroot dpkg --root="$folder/root" --log=/dev/null --force-not-root "$@"
 }
@@ -29,7 +30,7 @@ touch "$folder/root/var/lib/dpkg"/{status,available}
 in_root --add-architecture i386
 
 echo 'The program is the 64-bit one, and all else is there twice:'
-# What they need of Debian is that of this machine.
+# The Debian packages that they need are those of this machine.
 in_root --force-depends --install "$packages"/*.deb "$packages_32"/{libbrickhost0,zel3-plugins,zel3-brick-sdk}_*.deb \
   >"$folder/log" 2>&1 || { cat "$folder/log"; exit 1; }
 diff <(dpkg-query --admindir="$folder/root/var/lib/dpkg" --show \
