@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <memory>
 
-// A program that loads the host's library for itself only: a part of something larger that is a
-// plug-in itself. Ends with 1 when that library cannot load the reader.
+// A program that loads the host's library with local symbols, as something larger does that is
+// itself a plug-in. Ends with 1 when that library cannot load the reader.
 //   local_host LIBRARY
 int main(int argumentCount, char** arguments) {
   if (argumentCount != 2) return 2;

@@ -2,7 +2,7 @@
 #include <cstdlib>
 
 // Stands for the library of Qt 4: its symbols have no versions, and some have the same names as in
-// Qt 5. Here this one has, and tells that it has been called.
+// Qt 5. Here this one does, and says that it was called.
 
 class __attribute__((visibility("default"))) QString {
   struct Data;

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The built plug-ins serve another host, wherever its stack stands, with their caches in a cache folder.
+# The built plug-ins serve another host, whatever the position of its stack, with their caches in a cache folder.
 #   run_host.sh HOST PROGRAM PLUGINS [PLUGIN]    PLUGIN is bound to its own libraries first
 set -euo pipefail
 host=$1 zel3=$2 plugins=$3

@@ -13,8 +13,8 @@
 #include "counting_brick.h"
 
 // A host that runs reader, parser and a counter of blocks on one archive, its index in a cache
-// folder. A plug-in that is named is loaded beforehand, and takes from its own libraries what they
-// have.
+// folder. A plug-in that is named is loaded beforehand, and takes what it can from its own
+// libraries.
 
 namespace {
 
@@ -55,7 +55,7 @@ bool PrintCounts(const char* archive, const char* cacheFolder) {
   return pipeline.RunUntilIdle() && idle;
 }
 
-// Moves the stack by as many bytes, as far as the compiler lets it.
+// Moves the stack by this many bytes, as far as the compiler lets it.
 __attribute__((noinline)) bool PrintCountsDeeper(std::size_t bytes, char** paths) {
   void* const room = alloca(bytes);
   asm volatile("" : : "r"(room) : "memory");
