@@ -7,7 +7,7 @@ namespace {
 
 constexpr int kPage = 4096;
 
-// The disk of the cache folder is full, more or less.
+// The disk of the cache folder is full, or nearly.
 class FullDisk : public LoadTest {};
 
 // An index of three files, which need a page, three and two.

@@ -32,7 +32,7 @@ class ManyRuns : public LoadTest {
     return caches;
   }
 
-  // What the client is told of a run, but for its progress.
+  // What the client is told of a run, except its progress.
   Lines ToldOfRun() {
     const Lines told = Without("Warn W008", Told());
     client->pulls.clear();

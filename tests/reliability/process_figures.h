@@ -13,7 +13,7 @@
 #include "support/sanitized.h"
 #include "support/temp_folder.h"
 
-// What this process holds of the machine.
+// What this process uses of the machine.
 struct ProcessFigures {
   std::int64_t residentBytes = 0;
   std::size_t openHandles = 0;
@@ -28,8 +28,8 @@ inline ProcessFigures MeasureProcess() {
   return {residentPages * sysconf(_SC_PAGESIZE), EntryNames("/proc/self/fd").size()};
 }
 
-// Holds the process now against what it was after its first rounds of the same work. A sanitizer
-// keeps memory of its own, so there the memory is only reported.
+// Compares the process with what it was after its first rounds of the same work. A sanitizer keeps
+// memory of its own, so there the memory is only reported.
 inline void ExpectNoGrowthSince(const ProcessFigures& before, const std::string& name) {
   constexpr std::int64_t kMebibyte = 1'048'576;
   const ProcessFigures now = MeasureProcess();
