@@ -1,4 +1,4 @@
-// Loaded before a program's own libraries, it brings trouble with files as the environment says:
+// Loaded before a program's own libraries, it makes trouble with files as the environment says:
 //   TROUBLE_STOP_BEFORE=N     the process stops (SIGSTOP) before its Nth change to the disk, from 1
 //   TROUBLE_KILL_BEFORE=N     it is killed there
 //   TROUBLE_BAD_FILE=PATH     reading the bytes FROM up to TO of this file is an input error

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Plays what strangers, other processes and bad disks do to archives and their caches, and sees that no byte of theirs
-# changes and that every archive is answered right afterwards.
+# Plays what strangers, other processes and bad disks do to archives and their caches, and checks that no byte of
+# theirs changes and that every archive is answered correctly afterwards.
 #   play.sh PROGRAM TROUBLE_LIBRARY SCENE...
 # Scenes: links, temporary_folder, two_processes, killed_second, many_programs, bad_sector, program. Ends with 1 at the first difference.
 set -euo pipefail
@@ -26,7 +26,7 @@ fail() {
   exit 1
 }
 
-# An empty place with one archive of two hours in it.
+# A fresh place with only one archive of two hours in it.
 set_up() {
   rm -rf "${work:?}"/*
   mkdir -p "$HOME" "$TMPDIR" "$XDG_CONFIG_HOME" "$XDG_CACHE_HOME" "$work/foreign"
@@ -51,7 +51,7 @@ clear_caches() {
   rm -rf "${TMPDIR:?}"/* "${XDG_CACHE_HOME:?}"
 }
 
-# What the plug-in says of the archive, but for progress: its events, and entries with their bytes.
+# What the plug-in says of the archive, except progress: its events, and entries with their bytes.
 ask() {
   local number
   {
@@ -130,7 +130,7 @@ in_trouble() {
   exec env LD_PRELOAD="$trouble" "$@" "$zel3" "$verb" "$archive" </dev/null >/dev/null 2>&1
 }
 
-# Starts a run that stops before its change number $2, in the background; $stopped says whether it has come so far.
+# Starts a run that stops before its change number $2, in the background; $stopped says whether it got that far.
 start_and_stop() {
   in_trouble "$1" TROUBLE_STOP_BEFORE="$2" &
   other=$!
@@ -224,7 +224,7 @@ expect_right_after() {
 play_bad_sector() {
   local status=0
   set_up
-  # The program shows what stands before and after them, and says how many they are.
+  # The program shows what is before and after them, and says how many there are.
   LD_PRELOAD=$trouble TROUBLE_BAD_FILE=$archive TROUBLE_BAD_FROM=204800 TROUBLE_BAD_TO=208896 \
     "$zel3" dump "$archives" >"$work/dumped" 2>"$work/said" || status=$?
   [ $status = 3 ] || fail "dump ends with $status"
