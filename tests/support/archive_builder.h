@@ -30,8 +30,8 @@ class ArchiveBuilder {
 
   explicit ArchiveBuilder(const std::string& title) : mTitle(title) {}
 
-  // `firstIndexDelta` says where the first index record stands; 5 is right after a header at the
-  // file's start. `extraLength` falsifies the header's own length.
+  // `firstIndexDelta` says where the first index record is; 5 is right after a header at the file's
+  // start. `extraLength` falsifies the header's own length.
   ArchiveBuilder& Header(const std::vector<Stream>& streams, std::int16_t firstIndexDelta = 5,
                          std::int16_t extraLength = 0);
   ArchiveBuilder& Index(std::uint32_t indexTime, std::uint8_t indexFlag = 0);

@@ -4,7 +4,7 @@
 
 #include "sdk/mem_block.h"
 
-// A block in one line, so that a test compares what was sent with what is to be read:
+// A block as one line, so that a test compares what was sent with readable text:
 //   "IRN3 0/2 at 30000"           entry 2 of file 0; " preview" and " reached" when set
 //   "IRN3 none at 3000"           no entry
 //   "Warn W008 37% cam.zel3"      level, code, text and detail of a message

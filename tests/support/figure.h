@@ -10,7 +10,7 @@ void ReportFigure(const std::string& name, const Value& value) {
   std::cout << "figure: " << name << " = " << value << std::endl;
 }
 
-// Runs from its making on.
+// Runs from its construction on.
 class Stopwatch {
  public:
   double Seconds() const {

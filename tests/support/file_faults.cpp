@@ -1,5 +1,5 @@
-// The functions through which the standard library and Qt reach files, in the place of those of the
-// C library: each asks here first whether it is to fail.
+// The functions through which the standard library and Qt reach files, in place of the C library's:
+// each asks here first whether it is to fail.
 
 #include "support/file_faults.h"
 
@@ -119,8 +119,8 @@ ShortReads::~ShortReads() {
   mostAtOnce = 0;
 }
 
-// The C library's headers name some of these functions by others when files may be large, hence no
-// declarations but these.
+// When files may be large, the C library's headers rename some of these functions, so they are
+// declared only here.
 extern "C" {
 
 #define EXPORTED __attribute__((visibility("default")))

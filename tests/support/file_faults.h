@@ -14,10 +14,10 @@ class FileFaults {
  public:
   enum class Repeats { kOnce, kFromThenOn };
 
-  // Of the operations of a kind, the one number `first`, counted from 0, fails with the error
-  // number `error`; so do all that follow it, when they are to.
+  // Operation number `first` of this kind, counted from 0, fails with the error number `error`;
+  // with kFromThenOn, so do all that follow it.
   FileFaults(FileOperation kind, int first, Repeats repeats, int error);
-  // `act` is called before the operation number `first`, of whatever kind; none fails.
+  // `act` is called before operation number `first`, counting all kinds; none fails.
   FileFaults(int first, std::function<void()> act);
   ~FileFaults();
   FileFaults(const FileFaults&) = delete;
@@ -36,7 +36,7 @@ class UnreadableBytes {
   };
   enum class Reads {
     kStopBefore,    // give what lies before the first such byte
-    kFailAsAWhole,  // fail also where they only reach such a byte
+    kFailAsAWhole,  // fail even when they only reach such a byte
   };
 
   UnreadableBytes(const std::string& path, const std::vector<Range>& ranges,

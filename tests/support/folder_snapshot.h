@@ -3,7 +3,7 @@
 #include <map>
 #include <string>
 
-// All that stands in a folder and below it: by path, the kind, the rights, where a link leads, the
-// bytes and the modification time. Folders' own times are left out.
+// Everything in a folder and below it: by path, the kind, the rights, where a link leads, the bytes
+// and the modification time. Folders' own times are left out.
 using FolderSnapshot = std::map<std::string, std::string>;
 FolderSnapshot SnapshotOf(const std::string& folder);

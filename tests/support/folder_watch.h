@@ -4,7 +4,7 @@
 
 #include <vector>
 
-// What happens in a folder from here on, step by step.
+// What happens in a folder from now on, step by step.
 class FolderWatch {
  public:
   explicit FolderWatch(const std::string& folder);

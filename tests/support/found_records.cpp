@@ -76,7 +76,7 @@ Lines FoundInPieces(const Bytes& archive, std::size_t pieceSize, bool reluctant)
   LineSink sink(reluctant);
   FramingParser parser(sink);
   for (std::size_t at = 0; at < archive.size(); at += pieceSize) {
-    // A piece of its own size, so that reading beyond it is noticed.
+    // A copy of exactly its size, so that reading beyond it is noticed.
     const auto end =
         archive.begin() + static_cast<std::ptrdiff_t>(std::min(at + pieceSize, archive.size()));
     const Bytes piece(archive.begin() + static_cast<std::ptrdiff_t>(at), end);

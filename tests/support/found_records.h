@@ -42,7 +42,7 @@ using Lines = std::vector<std::string>;
 Lines FoundInPieces(const Bytes& archive, std::size_t pieceSize);
 
 // The same from the whole archive at once. Fails the running test when feeding it byte by byte, or
-// in pieces of other sizes, finds anything else, also where the sink throws whenever something is
+// in pieces of other sizes, finds anything else, even when the sink throws whenever something is
 // found for the first time and the piece is fed again.
 Lines Found(const Bytes& archive);
 

@@ -5,11 +5,11 @@
 
 #include "indexer/zel3_indexer.h"
 
-// What is asked for beside a time.
+// What is asked for besides a time.
 enum class Ask { kAtOrBefore, kForward, kBackward };
 constexpr Ask kAllAsks[] = {Ask::kAtOrBefore, Ask::kForward, Ask::kBackward};
 
-// The answer of a lookup, as it can be written down in a table.
+// The answer to a lookup, in a form that can be written in a table.
 struct Answer {
   bool found = false;
   std::int32_t file = -1;

@@ -22,7 +22,7 @@ DataTickBlock DataTick();
 // What a parser reports.
 cMemBlock ParsedPlace(std::uint64_t position);
 cMemBlock ParsedIndex(std::uint32_t indexTime, std::uint8_t indexFlag = 0);
-// `kind` is the tag of the block. The head may claim another length than the payload has.
+// `kind` is the tag of the block. The head may claim a length other than the payload's.
 cMemBlock ParsedData(const DATA_T& head, const std::string& payload, Tag kind = tag::kData);
 cMemBlock StreamMark(Tag kind);
 

@@ -6,7 +6,7 @@
 
 #include "support/temp_folder.h"
 
-// What loading cache files must give, as plain as it can be written, to compare the indexer with.
+// What loading cache files must give, written as plainly as possible, to compare the indexer with.
 
 struct PlainEvent {
   std::uint8_t type;

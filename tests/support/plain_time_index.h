@@ -14,7 +14,7 @@ struct PlainStore {
   std::vector<std::uint32_t> times;
 };
 
-// Filing and lookups as plain as they can be written, to compare the indexer with. Times are index
+// Filing and lookups, written as plainly as possible, to compare the indexer with. Times are index
 // times except where a lookup is asked or answers.
 class PlainTimeIndex {
  public:

@@ -9,7 +9,7 @@
 
 namespace {
 
-// From the first call on, what this process mounts stays its own.
+// From the first call on, only this process sees what it mounts.
 bool HasMountsOfItsOwn() {
   static const bool own =
       unshare(CLONE_NEWNS) == 0 && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;

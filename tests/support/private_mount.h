@@ -8,7 +8,7 @@ class PrivateMount {
  public:
   static bool CanMount();
 
-  // A disk of so many bytes over an existing folder, empty at first.
+  // A disk of `bytes` bytes over an existing folder, empty at first.
   static PrivateMount SmallDisk(const std::string& folder, int bytes) {
     return PrivateMount(folder, bytes);
   }

@@ -4,8 +4,8 @@
 
 #include "support/unprivileged.h"
 
-// A folder in which no file can be made, removed or renamed until the end of a scope, not by root
-// either. Files in it can still be written.
+// A folder in which no file can be made, removed or renamed until the end of a scope, not even by
+// root. Files in it can still be written.
 class ReadOnlyFolder {
  public:
   explicit ReadOnlyFolder(const std::string& path);

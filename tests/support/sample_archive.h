@@ -8,7 +8,7 @@
 #include "support/temp_folder.h"
 
 // Three short files with a gap of 30 seconds after the first and a change of streams in the second;
-// an entry each ten seconds:
+// an entry every ten seconds:
 //
 //   file     0        1         2
 //   seconds  0 - 60   90 - 150  150 - 200

@@ -1,5 +1,5 @@
-// The address sanitizer asks the program for its options by this name. The reader has an answer for
-// memory that cannot be had, so an allocation that fails must come back to it.
+// The address sanitizer asks the program for its options by this name. The reader copes with
+// allocations that fail, so they must return to it.
 extern "C" __attribute__((visibility("default"))) const char* __asan_default_options();
 
 const char* __asan_default_options() {

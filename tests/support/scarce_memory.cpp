@@ -6,8 +6,8 @@
 
 namespace {
 
-// The state of the scope that this thread is in; without a scope nothing is counted. It takes no
-// memory to reach, and none to start with.
+// The state of the scope that this thread is in; without a scope nothing is counted. Reaching it
+// takes no memory, not even the first time.
 struct Scope {
   bool active;
   bool onlyOnce;
@@ -44,7 +44,7 @@ int ScarceMemory::Refused() const {
 
 #ifdef SCARCE_MEMORY_OF_NEW_ONLY
 
-// A sanitizer has a malloc of its own, which must stay; only `new` can be refused.
+// A sanitizer has its own malloc, which must stay; only `new` can be refused.
 namespace {
 
 void* Allocate(std::size_t size) {
@@ -89,8 +89,8 @@ void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* memory, std::size_t size);
 }
 
-// These take the place of the C library's functions in all libraries of the program, and `new`
-// comes by them, too. Libraries see them, whatever the build hides.
+// These take the place of the C library's functions in all libraries of the program, and `new` goes
+// through them, too. Libraries see them, whatever the build hides.
 #define FOR_ALL_LIBRARIES extern "C" __attribute__((visibility("default")))
 
 FOR_ALL_LIBRARIES void* malloc(std::size_t size) noexcept {

@@ -1,7 +1,7 @@
 #pragma once
 
 // Until the end of a scope some allocations of this thread fail: those with `new` throw, those with
-// malloc, calloc and realloc return null, also where libraries make them.
+// malloc, calloc and realloc return null, even those that libraries make.
 class ScarceMemory {
  public:
   enum Refusal { kOnce, kFromThenOn };

@@ -9,11 +9,11 @@
 
 namespace {
 
-// What lets root pass over the permissions of files.
+// What lets root ignore the permissions of files.
 constexpr unsigned kOverride = 1U << CAP_DAC_OVERRIDE | 1U << CAP_DAC_READ_SEARCH;
 
-// Leaves the thread those of its first 32 effective capabilities that are to be kept, and gives it
-// those to be added as far as they are permitted. Returns what they were.
+// Of the thread's first 32 effective capabilities, keeps those in `keep`, and adds those in `add`
+// as far as they are permitted. Returns what they were before.
 unsigned ChangeCapabilities(unsigned keep, unsigned add) {
   __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
   __user_cap_data_struct sets[_LINUX_CAPABILITY_U32S_3] = {};
@@ -34,7 +34,7 @@ Unprivileged::~Unprivileged() {
   ChangeCapabilities(~0U, mCapabilities);
 }
 
-// Who is not root has nothing to give up, and the calls fail.
+// A user who is not root has nothing to give up, and the calls fail.
 void BecomeUnprivileged() {
   prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);
   prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);

@@ -1,6 +1,6 @@
 #pragma once
 
-// Until the end of a scope the permissions of files hold for this thread, also when it is root's.
+// Until the end of a scope the permissions of files hold for this thread, even when it is root's.
 class Unprivileged {
  public:
   Unprivileged();
@@ -12,6 +12,6 @@ class Unprivileged {
   unsigned mCapabilities;  // as they were
 };
 
-// From now on the permissions of files hold for the programs that this process becomes. For a child
-// process, before it does so.
+// From now on the permissions of files hold for the programs that this process becomes. To be
+// called in a child process, before it does so.
 void BecomeUnprivileged();
