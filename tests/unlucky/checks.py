@@ -62,7 +62,7 @@ class Matching:
     def __init__(self, output, contents):
         self.served = {name: bytearray(len(content.bytes)) for name, content in contents.items()}
         self.unknown = 0   # bytes that are of no record
-        self.repeated = 0  # records, but for headers
+        self.repeated = 0  # records, except headers
         self._contents = contents
         self._by_head = {}
         for name, content in contents.items():
@@ -118,7 +118,7 @@ class Matching:
 
 
 def read_everything(answer, contents, score=None, exits=(DONE, LEFT_OUT)):
-    """Of `score` the caller makes sure; without it all that is whole must be there."""
+    """The caller checks `score`; without it all that is whole must be there."""
     holds_entries = any(content.entries for content in contents.values())
     ended_well(answer, (DONE, FAILED, LEFT_OUT, NOTHING) if score or not holds_entries else exits)
     if answer.exit_code == NOTHING and holds_entries:
@@ -181,7 +181,7 @@ def events(answer, contents, exits=(DONE, LEFT_OUT), complete=False):
 
 
 def seek(answer, contents, time, exits=(DONE, LEFT_OUT)):
-    """`time` is in archive time; answered is the entry at or before it."""
+    """`time` is in archive time; the answer is the entry at or before it."""
     ended_well(answer, (*exits, NOTHING))
     if answer.exit_code == NOTHING:
         if any(entry.archive_time == time for content in contents.values() for entry in content.entries):

@@ -30,7 +30,7 @@ class Answer:
     def json(self):
         return json.loads(self.said.decode('utf-8'))
 
-    # Every name of a field stands here and nowhere else.
+    # Every field name is here and nowhere else.
 
     def read_counts_damage(self):
         answer = self.json()
@@ -90,7 +90,7 @@ class Place:
         self._foreign = {}
 
     def put(self, name, bytes_, mtime=None):
-        """Writes an archive; a file that is there grows or shrinks, it is not made anew."""
+        """Writes an archive; a file that is already there grows or shrinks and is not made anew."""
         path = self.archives / name
         with open(path, 'r+b' if path.exists() else 'wb') as file:
             file.write(bytes_)
@@ -145,7 +145,7 @@ class Program:
         with open(said, 'wb') as out, open(told, 'wb') as err:
             process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=out, stderr=err,
                                        cwd=place.folder, env=place.environment())
-            # What it computes is measured; others may be at work on the machine, too.
+            # Its computing time is measured, because others may be at work on the machine, too.
             watch = threading.Timer(seconds * self.slowness * 10, process.kill)
             watch.start()
             _, status, usage = os.wait4(process.pid, 0)

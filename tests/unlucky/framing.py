@@ -84,7 +84,7 @@ def record_end(bytes_, place):
 
 
 class Content:
-    """What stands in the bytes of one file.
+    """What the bytes of one file hold.
 
     whole       for each byte whether it belongs to a whole record that a reader must hand out
     records     the places of these records, ascending
@@ -170,7 +170,7 @@ class Content:
         self.whole[place:end] = b'\1' * (end - place)
 
     def _leave_out_headers_of_nothing(self):
-        """A header after which no entry comes has nothing to be handed out for."""
+        """A header that no entry follows need not be handed out."""
         last = self.entries[-1].start if self.entries else -1
         for place in self._headers:
             if place > last:
@@ -221,7 +221,7 @@ class Content:
 
 
 def shown_text(bytes_):
-    """Without telling how many signs stand for bytes that are not UTF-8."""
+    """Without regard to how many signs stand for bytes that are not UTF-8."""
     parts = bytes(bytes_).decode('utf-8', 'replace').split('\ufffd')
     return '\ufffd'.join(part for number, part in enumerate(parts) if part or number in (0, len(parts) - 1))
 

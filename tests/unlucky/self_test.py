@@ -1,4 +1,4 @@
-"""Shows of each scene that it accepts right answers and notices wrong ones."""
+"""Shows that each scene accepts right answers and notices wrong ones."""
 
 import tempfile
 

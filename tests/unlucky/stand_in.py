@@ -1,4 +1,4 @@
-"""A program that answers right, or wrong in one way: what the scenes are tried on."""
+"""A program that answers right, or wrong in one way: the scenes are tried on it."""
 
 import functools
 import json
@@ -67,7 +67,7 @@ def _look_around(place, source):
 
 
 def _without_most_zeros(file):
-    """Of a file with holes what is in it, and one zero for each hole."""
+    """What is in a file with holes, with one zero for each hole."""
     parts, at, end = [], 0, file.seek(0, os.SEEK_END)
     while at < end:
         try:

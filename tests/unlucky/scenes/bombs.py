@@ -25,7 +25,7 @@ SMALL = making.archive_bytes(entries=4, seed=9, payload=8)
 
 
 class Limited:
-    """The program, with limits by the data that there are in a place."""
+    """The program, with limits that grow with the data in a place."""
 
     def __init__(self, program, place, memory=None):
         self._program = program
@@ -108,7 +108,7 @@ def _impossible_positions(program, place, kind, question):
 
 
 def _write_events(place, entries, size):
-    """Gives how many."""
+    """Returns how many."""
     of_one = size // 4 // entries
     with open(place.archives / 'cam.zel3', 'wb') as file:
         file.write(making.TWO_STREAMS)

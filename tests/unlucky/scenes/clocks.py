@@ -1,4 +1,4 @@
-"""Clocks are set back, run ahead or stand wrong for a moment. Every entry is handed out once, and disorder is told."""
+"""Clocks are set back, run ahead or are wrong for a moment. Every entry is handed out once, and disorder is reported."""
 
 import making
 from asking import Asker

@@ -7,8 +7,8 @@ from framing import Content
 
 SOUND = making.archive_bytes(entries=14, second_header=7, seed=8, payload=10)
 INDEX = making.index_files(SOUND)
-SAMPLE = 5        # every so manyeth variant is asked all questions
-WITH_INDEX = 7    # every so manyeth byte is changed under an index, too
+SAMPLE = 5        # one variant in this many is asked all questions
+WITH_INDEX = 7    # one byte in this many is changed under an index, too
 
 
 def _variants(at):

@@ -1,4 +1,4 @@
-"""An archive is written on while people ask about it. The time of its last change may stand still, its size does not."""
+"""An archive grows while people ask about it. The time of its last change may stand still; its size does not."""
 
 import making
 from asking import QUESTIONS, Asker
@@ -26,7 +26,7 @@ def _grows_once(program, place, old, new, question, asked_before, with_another):
 
 
 def _grows_on_and_on(program, place, steps, names):
-    """`names`: of the questions that are asked in turns; nobody tidies up between them."""
+    """`names`: of the questions that are asked in turn; nobody tidies up between them."""
     for number, bytes_ in enumerate(steps):
         place.put('cam.zel3', bytes_, MTIME)
         QUESTIONS[names[number % len(names)]](Asker(program, place))

@@ -75,7 +75,7 @@ def _cut_off(program, place, suffix, length, question):
 
 
 def _is_word(suffix, at):
-    """Whether a byte is the index's own word of levels, flags, types and texts. Only `doctor` compares these."""
+    """Whether a byte is what only the index says of levels, flags, types and texts. Only `doctor` compares these."""
     if suffix == '.id3':
         return at % ID3_RECORD < 2 or at % ID3_RECORD >= ID3_PAIRS
     if suffix == '.evt':

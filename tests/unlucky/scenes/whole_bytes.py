@@ -1,4 +1,4 @@
-"""Sound archives: what is read of them is what stands in the files, to the last byte."""
+"""Sound archives: what is read from them is what is in the files, to the last byte."""
 
 import checks
 import making
