@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "checkup/leftovers.h"
 #include "client/recorded_gap.h"
 #include "sources/archive_source.h"
 #include "sources/other_index_places.h"
@@ -93,6 +94,7 @@ Diagnosis Diagnose(const SourceFacts& source, Progress* progress) {
     progress->Show(work);
   };
   Diagnosis diagnosis;
+  Leftovers leftovers(source);
   const auto append = [&diagnosis](const std::vector<Finding>& findings) {
     diagnosis.findings.insert(diagnosis.findings.end(), findings.begin(), findings.end());
   };
@@ -102,9 +104,11 @@ Diagnosis Diagnose(const SourceFacts& source, Progress* progress) {
     Findings findings(diagnosis.findings.size() < kMostWithAll ? Findings::kMostOfAKind : 1);
     diagnosis.archives.push_back(CheckArchive(path, source, &findings, onBytesRead));
     append(WithWay(findings.All(), diagnosis.archives.back().name));
+    append(WithWay(leftovers.OfIndex(path), diagnosis.archives.back().name));
   }
   progress->Clear();
   append(LinksInPlaceOfFolders());
+  append(leftovers.OfVerbs());
   append(CheckOrder(diagnosis.archives));
   return diagnosis;
 }

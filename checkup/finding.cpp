@@ -56,13 +56,16 @@ KindFacts FactsOf(FindingKind kind) {
       return {"stranger", Severity::kNote, "rename it, if the index shall lie beside the archive"};
     case FindingKind::kCacheLeftover:
       return {"cache-leftover", Severity::kWarning,
-              "zel3 doctor --rebuild removes it and makes the index anew"};
+              "zel3 caches SOURCE --remove-orphans removes it"};
     case FindingKind::kCacheIncomplete:
       return {"cache-incomplete", Severity::kWarning, kRebuild};
     case FindingKind::kCacheDamaged:
       return {"cache-damaged", Severity::kWarning, kRebuild};
     case FindingKind::kOtherIndex:
       return {"other-index", Severity::kNote, "remove it, unless a host uses it"};
+    case FindingKind::kOutputLeftover:
+      return {"output-leftover", Severity::kNote,
+              "remove it, if no zel3 is at work there; zel3 caches --remove-orphans removes files"};
     case FindingKind::kCacheMismatch:
       break;
   }

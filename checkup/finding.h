@@ -32,6 +32,7 @@ enum class FindingKind {
   kCacheDamaged,
   kCacheMismatch,
   kOtherIndex,
+  kOutputLeftover,
 };
 
 // One word, for programs: damage, cut-off

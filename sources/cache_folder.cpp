@@ -13,6 +13,7 @@
 
 #include "sources/archive_source.h"
 #include "sources/cache_file_name.h"
+#include "sources/cache_home.h"
 #include "sources/cache_shape.h"
 #include "system/failure.h"
 #include "system/file_status.h"
@@ -28,8 +29,11 @@ struct CloseFolder {
 
 bool IsCache(const std::string& folder, const std::string& name) {
   const std::optional<CacheFileName> parts = CacheFileNameFrom(name);
-  return parts && BeginsWithTime(parts->stem) &&
-         !BeginsAsStranger(folder + "/" + name, parts->kind);
+  if (!parts) return false;
+  // A name that would be too long stands in an unfinished one as a number.
+  const bool isNamedSo =
+      BeginsWithTime(parts->stem) || (parts->isUnfinished && cache_home::IsName(parts->stem));
+  return isNamedSo && !BeginsAsStranger(folder + "/" + name, parts->kind);
 }
 
 // The first entry by name that is not a cache file; empty when there is none.

@@ -40,6 +40,10 @@ bool HasShape(const KeptCache& cache, const std::string& file) {
   const std::string path = cache.PathOf(file);
   if (cache.place == KeptPlace::kChecked)
     return checked_files::KindOf(path) != checked_files::Kind::kStranger;
+  if (kept_caches::IsOutput(cache)) {
+    const Status status = Look(path);
+    return status && !kept_caches::IsYoungOutput(*status);
+  }
   const auto name = CacheFileNameFrom(file);
   if (!name) return false;
   // An unfinished file lacks its end.
@@ -118,8 +122,9 @@ Result Remove(const KeptCache& cache, bool onlyLooks) {
   if (!LiesInSafeFolder(cache)) return {{}, "lies in a folder that others can write", 0};
   std::list<Claim> claims;
   for (const std::string& lock : kept_caches::LocksOf(cache)) {
-    if (onlyLooks ? index_lock::IsHeld(lock) : !claims.emplace_back(lock).IsHad())
-      return {{}, kBusy, 0};
+    const bool isHeld = onlyLooks && (kept_caches::IsOutput(cache) ? index_lock::IsLocked(lock)
+                                                                   : index_lock::IsHeld(lock));
+    if (onlyLooks ? isHeld : !claims.emplace_back(lock).IsHad()) return {{}, kBusy, 0};
   }
 
   const std::vector<std::string> files = InOrder(cache);

@@ -37,27 +37,28 @@ std::string FileFor(const std::string& folder) {
   return Folder(home) + "/" + cache_home::NameFor(folder);
 }
 
-// Empty unless it is a file of this user that nobody else can write, readable and of moderate size.
-std::string Contents(const std::string& path) {
+// Nothing unless it is a file of this user that nobody else can write, readable and of moderate
+// size.
+std::optional<std::string> Contents(const std::string& path) {
   const FileHandle file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   const auto status = file.IsOpen() ? StatusOf(file) : std::nullopt;
   if (!status || !S_ISREG(status->stx_mode) || status->stx_uid != geteuid() ||
       (status->stx_mode & (S_IWGRP | S_IWOTH)) != 0 || status->stx_size > kLargestFile) {
-    return "";
+    return std::nullopt;
   }
   std::string bytes(static_cast<std::size_t>(status->stx_size), '\0');
   std::size_t done = 0;
   while (done < bytes.size()) {
     const ssize_t count = read(file.Get(), bytes.data() + done, bytes.size() - done);
     if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) return "";
+    if (count <= 0) return std::nullopt;
     done += static_cast<std::size_t>(count);
   }
   return bytes;
 }
 
 CheckedArchives Load(const std::string& path) {
-  return CheckedFromText(Contents(path)).value_or(CheckedArchives());
+  return CheckedFromText(Contents(path).value_or("")).value_or(CheckedArchives());
 }
 
 bool WriteAll(const FileHandle& file, const std::string& bytes) {
@@ -163,12 +164,17 @@ std::string NameFor(const std::string& folder) {
 
 Kind KindOf(const std::string& path) {
   const std::string name = path.substr(path.rfind('/') + 1);
-  const std::string contents = Contents(path);
-  if (cache_home::IsName(name)) return CheckedFromText(contents) ? Kind::kWhole : Kind::kStranger;
+  const std::optional<std::string> contents = Contents(path);
+  if (!contents) return Kind::kStranger;
+  if (cache_home::IsName(name)) {
+    if (CheckedFromText(*contents)) return Kind::kWhole;
+    // A machine that stops may leave an empty one.
+    return contents->empty() || IsEarlierChecked(*contents) ? Kind::kEarlier : Kind::kStranger;
+  }
   const std::size_t stem = name.find('.');
   const bool isUnfinished = stem != std::string::npos && cache_home::IsName(name.substr(0, stem)) &&
                             name.size() == stem + sizeof(kUnfinished) - 1;
-  return isUnfinished && BeginsAsChecked(contents) ? Kind::kUnfinished : Kind::kStranger;
+  return isUnfinished && BeginsAsChecked(*contents) ? Kind::kUnfinished : Kind::kStranger;
 }
 
 }  // namespace checked_files

@@ -58,6 +58,7 @@ std::string NameFor(const std::string& folder);
 
 enum class Kind {
   kWhole,
+  kEarlier,     // of an earlier version of the program, or empty: never read again
   kUnfinished,  // of a save that did not finish
   kStranger,    // anything else, including what others could have written
 };

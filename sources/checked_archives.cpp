@@ -1,5 +1,6 @@
 #include "sources/checked_archives.h"
 
+#include <algorithm>
 #include <charconv>
 #include <string_view>
 
@@ -125,6 +126,20 @@ bool ReadLine(std::string_view line, CheckedArchives* archives) {
   return archives->byName.emplace(std::move(name), archive).second;
 }
 
+// A name and four files, as they are now, and any facts that are numbers.
+bool IsEarlierLine(std::string_view line) {
+  std::string name;
+  FileIdentity file;
+  if (!TakeName(&line, &name)) return false;
+  for (int i = 0; i < 4; ++i) {
+    if (!TakeFile(&line, &file)) return false;
+  }
+  std::uint64_t fact = 0;
+  bool areNumbers = !line.empty();
+  while (areNumbers && !line.empty()) areNumbers = TakeNumber(&line, &fact);
+  return areNumbers;
+}
+
 }  // namespace
 
 std::string CheckedText(const CheckedArchives& archives) {
@@ -143,8 +158,20 @@ std::string CheckedText(const CheckedArchives& archives) {
   return text;
 }
 
+bool IsEarlierChecked(const std::string& text) {
+  std::uint64_t countAtLook = 0;
+  std::string_view left = text;
+  if (left.empty() || left.back() != '\n' || !ReadTitle(TakePart('\n', &left), &countAtLook))
+    return false;
+  while (!left.empty()) {
+    if (!IsEarlierLine(TakePart('\n', &left))) return false;
+  }
+  return true;
+}
+
 bool BeginsAsChecked(const std::string& text) {
-  return text.compare(0, kTitle.size(), kTitle) == 0;
+  const std::size_t size = std::min(text.size(), kTitle.size());
+  return text.compare(0, size, kTitle, 0, size) == 0;
 }
 
 std::optional<CheckedArchives> CheckedFromText(const std::string& text) {

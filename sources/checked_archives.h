@@ -38,7 +38,10 @@ struct CheckedArchives {
 
 std::string CheckedText(const CheckedArchives& archives);
 
-// Whether it begins as such a text does.
+// Whether it is such a text with other facts, which an earlier version has written.
+bool IsEarlierChecked(const std::string& text);
+
+// Whether it begins as such a text does, or is the start of such a beginning.
 bool BeginsAsChecked(const std::string& text);
 
 // Nothing unless all of the text is as described.

@@ -5,6 +5,10 @@
 #include <string>
 #include <vector>
 
+// What the names of the files of an archive's index beside it have in common: its own name, and
+// what stands for it in unfinished ones where it is too long.
+std::vector<std::string> IndexStemsOf(const std::string& archive);
+
 // The files of one folder by what their indexes are named after, to tell which archive an index is
 // of.
 class FolderArchives {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 
 #include <QFile>
 #include <cerrno>
@@ -12,6 +13,7 @@
 #include "sources/cache_shape.h"
 #include "sources/index_place.h"
 #include "system/file_handle.h"
+#include "system/file_status.h"
 #include "system/interruption.h"
 
 namespace index_lock {
@@ -23,14 +25,20 @@ constexpr std::chrono::milliseconds kBetweenLooks(100);
 }  // namespace
 
 // Asks for the lock and gives it back at once, so that a reader that wants it hardly ever finds it
-// taken. Somebody else's file may be locked for reasons of its own.
-bool IsHeld(const std::string& entriesFile) {
-  if (BeginsAsStranger(entriesFile, CacheKind::kEntries)) return false;
-  const FileHandle file = OpenForReading(entriesFile, O_NOFOLLOW);
+// taken.
+bool IsLocked(const std::string& path) {
+  const auto status = StatusOf(path, Links::kNot);
+  if (!status || !S_ISREG(status->stx_mode)) return false;
+  const FileHandle file = OpenForReading(path, O_NOFOLLOW);
   if (!file.IsOpen()) return false;
   if (flock(file.Get(), LOCK_SH | LOCK_NB) != 0) return errno == EWOULDBLOCK;
   flock(file.Get(), LOCK_UN);
   return false;
+}
+
+// Somebody else's file may be locked for reasons of its own.
+bool IsHeld(const std::string& entriesFile) {
+  return !BeginsAsStranger(entriesFile, CacheKind::kEntries) && IsLocked(entriesFile);
 }
 
 bool WaitForOthers(const std::string& archive, const std::string& folder,

@@ -12,6 +12,9 @@ namespace index_lock {
 // tells the user. Whether it had to wait. Throws Failure when the user interrupts.
 bool WaitForOthers(const std::string& archive, const std::string& folder, const OnNotice& onNotice);
 
+// Whether somebody holds the lock of a file; false for what cannot be opened or is no plain file.
+bool IsLocked(const std::string& path);
+
 // Whether somebody holds the lock of an .id3 file; false for any other file.
 bool IsHeld(const std::string& entriesFile);
 

@@ -22,6 +22,7 @@
 #include "system/failure.h"
 #include "system/file_status.h"
 #include "system/interruption.h"
+#include "system/passing_name.h"
 
 namespace {
 
@@ -46,14 +47,19 @@ bool IsCutTime(const std::string& stem) {
 
 bool HasNameOfPlace(const CacheFileName& name, KeptPlace place) {
   if (place == KeptPlace::kBeside || BeginsWithTime(name.stem)) return true;
-  return place == KeptPlace::kPrivate &&
-         (IsCutTime(name.stem) || (name.isUnfinished && cache_home::IsName(name.stem)));
+  // A name that would be too long stands in an unfinished one as a number.
+  return (name.isUnfinished && cache_home::IsName(name.stem)) ||
+         (place == KeptPlace::kPrivate && IsCutTime(name.stem));
 }
 
 bool IsStrangerThere(const std::string& path, const CacheFileName& name, KeptPlace place) {
   // An unfinished file lacks its end; away from archives the name says much.
   const bool isByName = name.isUnfinished || place != KeptPlace::kBeside;
   return isByName ? BeginsAsStranger(path, name.kind) : IsStranger(path, name.kind);
+}
+
+bool WasWrittenWithin(std::int64_t seconds, const struct statx& status) {
+  return std::abs(std::int64_t{time(nullptr)} - status.stx_mtime.tv_sec) < seconds;
 }
 
 // Whether readers open these files without making them anew. `sizes`: of the whole files of an
@@ -73,6 +79,7 @@ class FolderOfCaches {
 
   void Add(const std::string& file) {
     const std::string path = mFolder + "/" + file;
+    if (mPlace == KeptPlace::kBeside && passing_name::Is(file)) return AddOutput(file);
     const auto name = CacheFileNameFrom(file);
     if (!name || !HasNameOfPlace(*name, mPlace)) {
       const bool isOurs = mPlace == KeptPlace::kPrivate && reader_path::IsLinkName(file);
@@ -115,6 +122,16 @@ class FolderOfCaches {
   void AddStranger(const std::string& name, const std::string& file) {
     mCaches.push_back(
         {mPlace, KeptState::kStranger, mFolder, name, {file}, SizeAt(mFolder + "/" + file), ""});
+  }
+
+  // What a verb has begun to write.
+  void AddOutput(const std::string& file) {
+    const auto status = StatusOf(mFolder + "/" + file, Links::kNot);
+    if (!status || !S_ISREG(status->stx_mode)) return;
+    const bool isBusy =
+        kept_caches::IsYoungOutput(*status) || index_lock::IsLocked(mFolder + "/" + file);
+    const KeptState state = isBusy ? KeptState::kBusy : KeptState::kLeftover;
+    mCaches.push_back({mPlace, state, mFolder, file, {file}, status->stx_size, ""});
   }
 
   KeptState StateOf(const std::string& stem, bool isUnfinished, const Group& group) const {
@@ -177,12 +194,21 @@ const char* Name(KeptState state) {
 namespace kept_caches {
 
 bool IsFresh(const struct statx& status) {
-  constexpr std::int64_t kSeconds = 60;
-  return std::abs(std::int64_t{time(nullptr)} - status.stx_mtime.tv_sec) < kSeconds;
+  return WasWrittenWithin(60, status);
+}
+
+bool IsYoungOutput(const struct statx& status) {
+  constexpr std::int64_t kDay = 24 * 3600;
+  return WasWrittenWithin(kDay, status);
+}
+
+bool IsOutput(const KeptCache& cache) {
+  return cache.place == KeptPlace::kBeside && passing_name::Is(cache.name);
 }
 
 std::vector<std::string> LocksOf(const KeptCache& cache) {
   if (cache.place == KeptPlace::kChecked) return {};
+  if (IsOutput(cache)) return {cache.PathOf(cache.name)};
   const std::string claimed = cache.name + ".id3";
   std::vector<std::string> locks = {cache.PathOf(claimed)};
   for (const std::string& file : cache.files) {

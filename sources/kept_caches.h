@@ -20,7 +20,7 @@ enum class KeptState {
   kUnused,    // of an archive that has its index elsewhere
   kOutdated,  // of an archive whose time has changed
   kOrphan,    // its archive is gone
-  kLeftover,  // of a run or a save that did not end
+  kLeftover,  // of a run, a save or a verb that did not end
   kBusy,      // another process is at work on it
   kUnknown,   // which archive it is of cannot be told
   kStranger,  // has the place or name of a cache, but is not one
@@ -54,8 +54,14 @@ std::vector<KeptCache> In(const std::string& folder, KeptPlace place);
 // Whether somebody may still be writing a file, where a file system knows no locks.
 bool IsFresh(const struct statx& status);
 
+// Whether it is what a verb began to write beside archives, and not the file of an index.
+bool IsOutput(const KeptCache& cache);
+// Whether a verb may still be at work on such a file: a part of many waits until all are whole.
+bool IsYoungOutput(const struct statx& status);
+
 // The files by which readers claim an index: its .id3 file, and the one that is written until it is
-// whole. They need not exist. What was found out about a folder (kChecked) has none.
+// whole. They need not exist. What was found out about a folder (kChecked) has none; what a verb
+// writes is one itself.
 std::vector<std::string> LocksOf(const KeptCache& cache);
 
 // The names of all entries of a folder, in no order. Throws Failure as above.

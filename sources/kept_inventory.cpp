@@ -100,9 +100,14 @@ class Inventory {
                   .first->second;
     const FolderArchives& archives = beside.archives;
     if (archives.IsEmpty()) return;
-    const std::string only = source.IsFolder() ? "" : EntriesFileOf(source.Path(), "");
+    const std::vector<std::string> only =
+        source.IsFolder() ? std::vector<std::string>() : IndexStemsOf(source.Path());
     for (KeptCache cache : beside.caches) {
-      if (!only.empty() && cache.PathOf(cache.name + ".id3") != only) continue;
+      if (kept_caches::IsOutput(cache)) {
+        if (only.empty()) Add(std::move(cache));
+        continue;
+      }
+      if (!only.empty() && std::find(only.begin(), only.end(), cache.name) == only.end()) continue;
       if (IsAnArchive(cache, source)) continue;
       const std::vector<std::string> named = archives.NamedAs(cache.name);
       if (!named.empty()) {
@@ -217,6 +222,9 @@ class Inventory {
             cache.of = mOwners[name];
             cache.state = KeptState::kInUse;
           }
+          break;
+        case checked_files::Kind::kEarlier:
+          cache.state = KeptState::kOutdated;
           break;
         case checked_files::Kind::kUnfinished:
           cache.state =

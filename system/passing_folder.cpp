@@ -9,9 +9,10 @@
 
 #include "system/failure.h"
 #include "system/interruption.h"
+#include "system/passing_name.h"
 
 PassingFolder::PassingFolder(const std::string& parent)
-    : mPath(parent + "/.zel3-XXXXXX"), mOwner(getpid()) {
+    : mPath(parent + "/" + passing_name::kPattern), mOwner(getpid()) {
   interruption::WatchAllEndings();
   if (mkdtemp(mPath.data()) != nullptr) return;
   throw Failure("cannot make a folder in " + parent + ": " + std::strerror(errno));

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <ctime>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
@@ -250,6 +251,76 @@ TEST_F(Caches, WhatASaveHasLeftBehindIsALeftover) {
               ElementsAre("a.hdr", "a.id3", "b.id3.unfinished.id3"));
   WriteFile(mArchives + "/b.id3.unfinished.id3", "");
   EXPECT_THAT(Told({mArchives}), Contains("busy beside b")) << "it is new";
+}
+
+// A name that would be too long stands in the unfinished one as a number.
+TEST_F(Caches, AFolderWithWhatASaveOfALongNameHasLeftBehindIsStillOne) {
+  fs::create_directory(*this / "kept");
+  const std::string unfinished = std::string(32, 'c') + ".unfinished.evt";
+  WriteFile(*this / "kept/" + unfinished, "");
+  SetModificationTime(*this / "kept/" + unfinished, 1367935389);
+  EXPECT_THAT(Removed({"--cache-folder", *this / "kept", "--remove-orphans"}),
+              ElementsAre(unfinished));
+  WriteFile(*this / "kept/" + std::string(32, 'c') + ".evt", "");
+  EXPECT_EQ(Run({"caches", "--cache-folder", *this / "kept"}).exitCode, 2);
+}
+
+TEST_F(Caches, WhatAVerbHasBegunToWriteIsALeftoverAfterADay) {
+  const std::string name = ".zel3-unfinished-aB3xYz.zel3";
+  const std::string path = mArchives + "/" + name;
+  const auto now = static_cast<std::int64_t>(time(nullptr));
+  WriteFile(path, "half an archive");
+  SetModificationTime(path, now - 23 * 3600);
+  EXPECT_THAT(Told({mArchives}), ElementsAre("busy beside " + name));
+  EXPECT_THAT(Removed({mArchives, "--remove-all"}, 3), IsEmpty());
+  SetModificationTime(path, now - 25 * 3600);
+  EXPECT_THAT(Told({mArchives}), ElementsAre("leftover beside " + name));
+  EXPECT_THAT(Told({mArchives + "/a.zel3"}), IsEmpty()) << "it is not of one archive";
+  EXPECT_THAT(Removed({mArchives, "--remove-orphans", "--dry-run"}), ElementsAre(name));
+  {
+    const FileHandle locked(open(path.c_str(), O_RDWR | O_CLOEXEC));
+    ASSERT_EQ(flock(locked.Get(), LOCK_EX | LOCK_NB), 0);
+    EXPECT_THAT(Told({mArchives}), ElementsAre("busy beside " + name));
+    EXPECT_THAT(Removed({mArchives, "--remove-orphans"}, 3), IsEmpty());
+  }
+  EXPECT_THAT(Removed({mArchives, "--remove-orphans"}), ElementsAre(name));
+  EXPECT_FALSE(FileExists(path));
+}
+
+TEST_F(Caches, WhatOnlyLooksLikeWhatAVerbWritesStays) {
+  const std::string path = mArchives + "/.zel3-";
+  WriteFile(path + "backup", "precious");
+  WriteFile(path + "unfinished-backup.txt", "precious");
+  WriteFile(*this / "elsewhere", "precious");
+  fs::create_symlink(*this / "elsewhere", path + "unfinished-aaaaaa");
+  fs::create_hard_link(*this / "elsewhere", path + "unfinished-bbbbbb");
+  fs::create_directory(path + "unfinished-cccccc");
+  for (const char* const name : {"backup", "unfinished-backup.txt"})
+    SetModificationTime(path + name, 1367935389);
+  SetModificationTime(*this / "elsewhere", 1367935389);
+  const FolderSnapshot before = SnapshotOf(mArchives);
+  EXPECT_THAT(Removed({mArchives, "--remove-all"}, 3), IsEmpty());
+  EXPECT_THAT(mResult.err, HasSubstr("bbbbbb stays: it has not the shape"));
+  EXPECT_EQ(SnapshotOf(mArchives), before);
+}
+
+TEST_F(Caches, WhatEarlierVersionsHaveFoundOutIsOutdated) {
+  fs::create_directories(Home() + "/checked");
+  const std::string file = " 54 1025 2147483649 1367935389000000000 1367935389000000001";
+  const std::string name = Home() + "/checked/";
+  const std::string earlier(32, 'a'), empty(32, 'b'), notes(32, 'c'), begun = notes + ".aB3xYz";
+  WriteFile(name + earlier,
+            "zel3 checked 1 0\na.zel3" + file + file + file + " - 3 10000 30000 10000 0 0 0 1\n");
+  WriteFile(name + empty, "");
+  WriteFile(name + notes, "zel3 checked 1 0\na.zel3 and what I think of it\n");
+  WriteFile(name + begun, "");
+  SetModificationTime(name + begun, 1367935389);
+  Texts states;
+  const nlohmann::json caches = Ask({})["caches"];
+  for (const nlohmann::json& cache : caches) states.push_back(cache["state"]);
+  EXPECT_THAT(states, ElementsAre("outdated", "outdated", "stranger", "leftover"));
+  EXPECT_THAT(Removed({"--remove-orphans"}), ElementsAre(earlier, empty, begun));
+  EXPECT_THAT(EntryNames(Home() + "/checked"), ElementsAre(notes));
 }
 
 TEST_F(Caches, OfASaveThatIsOnStay) {

@@ -13,6 +13,7 @@
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::MatchesRegex;
 using testing::Not;
 using testing::StartsWith;
 
@@ -353,7 +354,8 @@ TEST_F(CutSample, OneThatIsKilledLeavesNothingUnderTheFinalName) {
     setrlimit(RLIMIT_FSIZE, &small);
   });
   EXPECT_EQ(Finish().exitCode, 128 + SIGXFSZ);
-  EXPECT_THAT(EntryNames(mOutputFolder.Path()), ElementsAre(StartsWith(".zel3-")));
+  EXPECT_THAT(EntryNames(mOutputFolder.Path()),
+              ElementsAre(MatchesRegex(".zel3-unfinished-[A-Za-z0-9]{6}.zel3")));
 }
 
 TEST_F(Cut, AnInterruptLeavesNothing) {

@@ -529,6 +529,31 @@ TEST_F(Doctor, TellsACacheThatIsNotWhole) {
   EXPECT_THAT(FindingsIn(path), ElementsAre("warning cache-incomplete a.id3"));
 }
 
+TEST_F(Doctor, TellsWhatProcessesWithTheirOwnNamesHaveLeftBehind) {
+  const std::string path = Write("a.zel3", {10, 20});
+  ASSERT_EQ(Run({"index", path}).exitCode, 0);
+  const std::string unfinished = "a.id3.unfinished-4711.id3";
+  WriteFile(*this / unfinished, "half");
+  EXPECT_THAT(FindingsIn(path), IsEmpty()) << "it is new";
+  SetModificationTime(*this / unfinished, 1367935389);
+  WriteFile(*this / "b.id3.unfinished-4711.id3", "of another archive");
+  SetModificationTime(*this / "b.id3.unfinished-4711.id3", 1367935389);
+  EXPECT_THAT(FindingsIn(path), ElementsAre("warning cache-leftover " + unfinished));
+}
+
+TEST_F(Doctor, NotesWhatVerbsHaveBegunToWrite) {
+  const std::string path = Write("a.zel3", {10, 20});
+  const std::vector<std::string> names{".zel3-aB3xYz", ".zel3-unfinished-aB3xYz",
+                                       ".zel3-unfinished-aB3xYz.zel3"};
+  for (const std::string& name : names) WriteFile(*this / name, "half");
+  EXPECT_THAT(FindingsIn(Folder()), IsEmpty()) << "they are new";
+  for (const std::string& name : names) SetModificationTime(*this / name, 1367935389);
+  EXPECT_THAT(FindingsIn(Folder()),
+              ElementsAre("note output-leftover " + names[0], "note output-leftover " + names[1],
+                          "note output-leftover " + names[2]));
+  EXPECT_THAT(FindingsIn(path), IsEmpty()) << "they are not of one archive";
+}
+
 TEST_F(Doctor, TellsEachStrangerThatHasTheNameOfACache) {
   const std::string path = Write("a.zel3", {10, 20});
   for (const char* const name : {"a.id3", "a.hdr"})

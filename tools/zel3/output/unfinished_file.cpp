@@ -1,6 +1,7 @@
 #include "output/unfinished_file.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,6 +14,7 @@
 #include "system/failure.h"
 #include "system/file_status.h"
 #include "system/interruption.h"
+#include "system/passing_name.h"
 
 namespace {
 
@@ -81,10 +83,12 @@ bool WriteAll(int file, const unsigned char* bytes, std::size_t size) {
 UnfinishedFile::UnfinishedFile(const std::string& target, const std::string& suffix)
     : mShown(target) {
   interruption::WatchAllEndings();
-  std::string path = FolderWithSlash(WhereLinksLead(target)) + ".zel3-XXXXXX" + suffix;
+  std::string path = FolderWithSlash(WhereLinksLead(target)) + passing_name::kPattern + suffix;
   mFile = FileHandle(mkostemps(path.data(), static_cast<int>(suffix.size()), O_CLOEXEC));
   if (!mFile.IsOpen()) Fail();
   mPath = path;
+  // Tells zel3 caches that it is not left over.
+  flock(mFile.Get(), LOCK_EX | LOCK_NB);
 }
 
 UnfinishedFile::~UnfinishedFile() {
