@@ -46,7 +46,7 @@ install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/zel3-brick-s
         PATTERN build EXCLUDE)
 
 # For builds with CMake.
-write_basic_package_version_file(Zel3BrickSdkConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+write_basic_package_version_file(Zel3BrickSdkConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(EXPORT Zel3BrickSdk FILE Zel3BrickSdkTargets.cmake NAMESPACE Zel3:: DESTINATION ${zel3_sdk_package}
         COMPONENT zel3-brick-sdk)
 install(FILES

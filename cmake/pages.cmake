@@ -1,6 +1,6 @@
 # The pages, their pictures and the schemas are installed in the same folders as here.
 file(GLOB zel3_documents RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS
-     README.md SECURITY.md docs/*.md docs/schema/*.md docs/schema/*.schema.json docs/pictures/*)
+     README.md CHANGELOG.md SECURITY.md docs/*.md docs/schema/*.md docs/schema/*.schema.json docs/pictures/*)
 list(JOIN zel3_documents "," zel3_installed)
 
 set(zel3_pages "")

@@ -15,7 +15,7 @@ echo 'Programs and libraries are where they belong:'
 diff <(cd "$prefix" && find bin "$libraries" share ! -type d ! -path '*/cmake/*' ! -path '*/doc/*' | LC_ALL=C sort) - <<FILES
 bin/zel3
 $libraries/libbrickhost.so
-$libraries/libbrickhost.so.0
+$libraries/libbrickhost.so.1
 $libraries/libbrickhost.so.$version
 $libraries/libzel3_blocks.a
 $libraries/pkgconfig/zel3-brick-sdk.pc

@@ -4,7 +4,7 @@
 set -euo pipefail
 build=$1 sources=$2 folder=$3 architecture=$4 libraries=$5 version=$6
 export SOURCE_DATE_EPOCH=1700000000
-packages=(libbrickhost0 zel3 zel3-brick-sdk zel3-plugins)
+packages=(libbrickhost1 zel3 zel3-brick-sdk zel3-plugins)
 
 rm -rf "$folder"
 mkdir "$folder"
@@ -20,7 +20,7 @@ diff <(for package in "${packages[@]}"; do
   dpkg-deb --field "$folder/${package}_${version}_$architecture.deb" \
     Package Version Architecture Multi-Arch Depends Recommends | sed 's/ (>= [^)]*)//g'
 done) - <<FIELDS
-Package: libbrickhost0
+Package: libbrickhost1
 Version: $version
 Architecture: $architecture
 Multi-Arch: same
@@ -30,25 +30,25 @@ Package: zel3
 Version: $version
 Architecture: $architecture
 Multi-Arch: foreign
-Depends: zel3-plugins (= $version), libbrickhost0 (= $version), libc6,$editor libgcc-s1, libqt5core5a, libstdc++6, libutf8proc2
+Depends: zel3-plugins (= $version), libbrickhost1 (= $version), libc6,$editor libgcc-s1, libqt5core5a, libstdc++6, libutf8proc2
 Recommends: tzdata
 Package: zel3-brick-sdk
 Version: $version
 Architecture: $architecture
 Multi-Arch: same
-Depends: libbrickhost0 (= $version), qtbase5-dev
+Depends: libbrickhost1 (= $version), qtbase5-dev
 Recommends: zel3-plugins (= $version)
 Package: zel3-plugins
 Version: $version
 Architecture: $architecture
 Multi-Arch: same
-Depends: libbrickhost0 (= $version), libc6, libgcc-s1, libqt5core5a, libstdc++6
+Depends: libbrickhost1 (= $version), libc6, libgcc-s1, libqt5core5a, libstdc++6
 FIELDS
 
 echo 'The library is made known when it is installed:'
-diff <(dpkg-deb --info "$folder/libbrickhost0_${version}_$architecture.deb" triggers shlibs) - <<CONTROL
+diff <(dpkg-deb --info "$folder/libbrickhost1_${version}_$architecture.deb" triggers shlibs) - <<CONTROL
 activate-noawait ldconfig
-libbrickhost 0 libbrickhost0 (>= $version)
+libbrickhost 1 libbrickhost1 (>= $version)
 CONTROL
 
 for package in "$folder"/*.deb; do dpkg-deb --extract "$package" "$folder/root"; done

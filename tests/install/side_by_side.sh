@@ -31,12 +31,12 @@ in_root --add-architecture i386
 
 echo 'The program is the 64-bit one, and all else is there twice:'
 # The Debian packages that they need are those of this machine.
-in_root --force-depends --install "$packages"/*.deb "$packages_32"/{libbrickhost0,zel3-plugins,zel3-brick-sdk}_*.deb \
+in_root --force-depends --install "$packages"/*.deb "$packages_32"/{libbrickhost1,zel3-plugins,zel3-brick-sdk}_*.deb \
   >"$folder/log" 2>&1 || { cat "$folder/log"; exit 1; }
 diff <(dpkg-query --admindir="$folder/root/var/lib/dpkg" --show \
   --showformat='${db:Status-Status} ${Package} ${Architecture}\n') - <<LIST
-installed libbrickhost0 amd64
-installed libbrickhost0 i386
+installed libbrickhost1 amd64
+installed libbrickhost1 i386
 installed zel3 amd64
 installed zel3-brick-sdk amd64
 installed zel3-brick-sdk i386
