@@ -1,15 +1,53 @@
 #!/usr/bin/env bash
 # What takes too long to run with every change: the packages, the long search for crashes, hangs, leaks and wrong
 # answers, the coverage of the tests, the measurements, and the mutations that no test notices.
-#   scripts/nightly.sh [packages|reproducible|load|faults|threads|memcheck|sanitizers|fuzz|coverage|demo|bench|mutants...]
-# Without a name all of them run. Fails at the first finding. The figures are printed as they come.
+#   scripts/nightly.sh [PART...]
+#   scripts/nightly.sh --report [PART...]
+# Parts, in this order: tests packages reproducible load faults threads memcheck sanitizers fuzz coverage demo bench peers
+# mutants. Without a name all of them run. What they need is installed first. Fails at the first finding. The figures are
+# printed as they come.
+# --report: goes on after a finding, and writes docs/nightly.md: the state and the figures of every part when it last ran
+# with --report, on whatever day. The logs stay in build/nightly.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-parts=("$@")
-[ "${#parts[@]}" != 0 ] ||
-  parts=(packages reproducible load faults threads memcheck sanitizers fuzz coverage demo bench mutants)
+all=(tests packages reproducible load faults threads memcheck sanitizers fuzz coverage demo bench peers mutants)
+# Of the changes to the plug-in, each night takes another of so many shares.
+shares=30
 
+reports=no
+if [ "${1:-}" = --report ]; then
+  reports=yes
+  shift
+fi
+parts=("$@")
+[ "${#parts[@]}" != 0 ] || parts=("${all[@]}")
+for part in "${parts[@]}"; do
+  [[ " ${all[*]} " == *" $part "* ]] || { echo "no part is called $part" >&2; exit 2; }
+done
+
+if [ "$reports" = yes ]; then
+  logs=build/nightly
+  mkdir -p "$logs"
+  failed=no
+  for part in "${parts[@]}"; do
+    started=$(date +%s)
+    status=0
+    scripts/nightly.sh "$part" >"$logs/$part.log" 2>&1 || status=$?
+    grep -vxF 'nightly: nothing found' "$logs/$part.log" || true
+    [ "$status" = 0 ] || failed=yes
+    # A part counts when it has ended.
+    printf '%s %s %s %s\n' "$started" "$(($(date +%s) - started))" "$status" \
+      "$(git describe --always --dirty 2>/dev/null || echo unknown)" >"$logs/$part.state"
+  done
+  scripts/nightly_page.sh "$logs" "${all[@]}" >"$logs/page.md"
+  mv "$logs/page.md" docs/nightly.md
+  echo 'nightly: docs/nightly.md is written'
+  [ "$failed" = no ]
+  exit
+fi
+
+scripts/setup.sh --night >/dev/null
 builds=(native)
 [ -e /usr/lib/i386-linux-gnu/libQt5Core.so.5 ] && builds=(i386 native)
 
@@ -32,6 +70,8 @@ runner=()
 for part in "${parts[@]}"; do
   echo "== $part"
   case $part in
+    tests)
+      scripts/test.sh "${builds[@]}" ;;
     # What is installed, and the pages with their pictures, in every ABI: with a change each is tested in only one.
     packages)
       for preset in "${builds[@]}"; do
@@ -85,11 +125,12 @@ for part in "${parts[@]}"; do
       scripts/demo.sh ;;
     bench)
       scripts/bench.sh ;;
+    peers)
+      scripts/bench.sh --peers ;;
     mutants)
-      scripts/mutate.py --jobs "$(nproc)" ;;
-    *)
-      echo "no part is called $part" >&2
-      exit 2 ;;
+      share=$(($(date +%s) / 86400 % shares))
+      echo "share $share of $shares"
+      scripts/mutate.py --jobs "$(nproc)" --every "$shares" --from "$share" ;;
   esac
 done
 echo "nightly: nothing found"

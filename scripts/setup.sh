@@ -1,11 +1,18 @@
 #!/usr/bin/env bash
 # Installs what building and testing need on a Debian 12 machine (amd64). Safe to run again: does nothing when
 # everything is there. If the 32-bit packages cannot be installed the project still builds in 64 bits; with
-# --require-i386 that is a failure.
+# --require-i386 that is a failure. --night: also what only scripts/nightly.sh needs, to measure against other libraries.
+#   scripts/setup.sh [--require-i386] [--night]
 set -euo pipefail
 
 require_i386=no
-[ "${1:-}" = --require-i386 ] && require_i386=yes
+night=no
+for argument in "$@"; do
+  case $argument in
+    --require-i386) require_i386=yes ;;
+    --night) night=yes ;;
+  esac
+done
 
 packages=(
   g++ g++-multilib clang libclang-rt-dev clang-format clang-tidy cmake ninja-build valgrind binutils git ca-certificates
@@ -13,6 +20,7 @@ packages=(
   zsh fish scdoc groff-base pkgconf dpkg-dev fakeroot lintian file tzdata
   chromium fonts-dejavu-core python3-cram python3-jsonschema
 )
+[ "$night" = no ] || packages+=(strace libavformat-dev libavcodec-dev libavutil-dev libsqlite3-dev)
 # Any recent Node.js will do.
 command -v npm >/dev/null || packages+=(nodejs npm)
 i386_packages=(libqt5core5a:i386 libutf8proc2:i386)
