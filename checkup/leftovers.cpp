@@ -73,7 +73,7 @@ std::vector<Finding> Leftovers::OfVerbs() {
       if (IsYoungOrGone(folder + "/" + name)) continue;
       findings.push_back({FindingKind::kOutputLeftover, mSource.NameOf(folder + "/" + name),
                           passing_name::Is(name)
-                              ? "is what a verb began to write that did not end"
+                              ? "is what a verb that did not end began to write"
                               : "has a name that earlier versions gave what they began to write"});
     }
   }

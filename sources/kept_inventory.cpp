@@ -100,14 +100,18 @@ class Inventory {
                   .first->second;
     const FolderArchives& archives = beside.archives;
     if (archives.IsEmpty()) return;
-    const std::vector<std::string> only =
-        source.IsFolder() ? std::vector<std::string>() : IndexStemsOf(source.Path());
+    const std::string only = source.IsFolder() ? "" : EntriesFileOf(source.Path(), "");
+    // What stands for its name in unfinished files where it is too long.
+    std::vector<std::string> numbers = IndexStemsOf(source.Path());
+    numbers.erase(numbers.begin());
     for (KeptCache cache : beside.caches) {
       if (kept_caches::IsOutput(cache)) {
         if (only.empty()) Add(std::move(cache));
         continue;
       }
-      if (!only.empty() && std::find(only.begin(), only.end(), cache.name) == only.end()) continue;
+      const bool isNumbered =
+          std::find(numbers.begin(), numbers.end(), cache.name) != numbers.end();
+      if (!only.empty() && !isNumbered && cache.PathOf(cache.name + ".id3") != only) continue;
       if (IsAnArchive(cache, source)) continue;
       const std::vector<std::string> named = archives.NamedAs(cache.name);
       if (!named.empty()) {
