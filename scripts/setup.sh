@@ -20,7 +20,8 @@ packages=(
   zsh fish scdoc groff-base pkgconf dpkg-dev fakeroot lintian file tzdata
   chromium fonts-dejavu-core python3-cram python3-jsonschema
 )
-[ "$night" = no ] || packages+=(strace libavformat-dev libavcodec-dev libavutil-dev libsqlite3-dev)
+night_packages=()
+[ "$night" = no ] || night_packages=(strace libavformat-dev libavcodec-dev libavutil-dev libsqlite3-dev)
 # Any recent Node.js will do.
 command -v npm >/dev/null || packages+=(nodejs npm)
 i386_packages=(libqt5core5a:i386 libutf8proc2:i386)
@@ -42,11 +43,13 @@ install() {
   as_root env DEBIAN_FRONTEND=noninteractive apt-get install --yes --no-install-recommends -t bookworm "$@"
 }
 
-if installed "${packages[@]}" "${i386_packages[@]}"; then exit 0; fi
+if installed "${packages[@]}" "${i386_packages[@]}" "${night_packages[@]}"; then exit 0; fi
 
 as_root dpkg --add-architecture i386
 as_root apt-get update || echo "setup: some package lists could not be fetched; going on with the others" >&2
 install "${packages[@]}"
+[ "$night" = no ] || install "${night_packages[@]}" ||
+  echo "setup: other libraries could not be installed; nothing is measured against them" >&2
 if ! install "${i386_packages[@]}"; then
   cat >&2 <<'MESSAGE'
 *******************************************************************************
