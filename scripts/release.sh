@@ -48,14 +48,19 @@ is_above_the_last_tag() {
     { echo "$version is not above $last"; return 1; }
 }
 
-# Prints the lines that ask for another version than this one.
+# Prints the lines that ask for an SDK that this version is not, or a library of another MAJOR. An example may ask for less
+# than there is.
 is_the_same_everywhere() {
-  local places wrong=0 part
-  places=$(git grep -nE 'find_package\(Zel3BrickSdk [0-9]' -- docs examples CHANGELOG.md) || true
+  local places wrong=0 part major minor
+  IFS=. read -r major minor _ <<<"$version"
+  places=$(git grep -nE 'find_package\(Zel3BrickSdk [0-9]' -- docs examples) || true
   [ -n "$places" ] || { echo "no page or example names the SDK"; return 1; }
-  ! grep -vF "Zel3BrickSdk ${version%.*}" <<<"$places" || wrong=1
-  places=$(git grep -noE 'libbrickhost(\.so\.)?[0-9]+' -- docs tests/install CHANGELOG.md) || true
-  ! grep -vE "libbrickhost(\\.so\\.)?${version%%.*}\$" <<<"$places" || wrong=1
+  awk -v major="$major" -v minor="$minor" '
+    { asked = $0; sub(/.*Zel3BrickSdk /, "", asked); split(asked, part, /[^0-9]/) }
+    part[1] != major || part[2] + 0 > minor + 0 { wrong = 1; print }
+    END { exit wrong }' <<<"$places" || wrong=1
+  places=$(git grep -noE 'libbrickhost(\.so\.)?[0-9]+' -- docs tests/install) || true
+  ! grep -vE "libbrickhost(\\.so\\.)?$major\$" <<<"$places" || wrong=1
   for part in "COMPATIBILITY SameMajorVersion" "libbrickhost\${PROJECT_VERSION_MAJOR}"; do
     grep -qF "$part" cmake/install.cmake || { echo "cmake/install.cmake lacks $part"; wrong=1; }
   done
@@ -109,7 +114,7 @@ has_all_manual_pages() {
     verb=$(basename "$page" .1.scd)
     verb=${verb#zel3-}
     grep -q "^\\*zel3-$verb\\*(1)" docs/man/zel3.1.scd || { echo "zel3.1.scd lacks $verb"; missing=1; }
-    grep -q "| \`$verb[ \`]" README.md || { echo "README.md lacks $verb"; missing=1; }
+    grep -q "| \`${verb}[ \`]" README.md || { echo "README.md lacks $verb"; missing=1; }
   done
   return "$missing"
 }
