@@ -114,8 +114,13 @@ indexer/limits.h 1 0 0 0 0 100.0 %
 all 4 0 1 1 0 100.0 %
 END
 
-echo 'When a file changes, all of its changes are, and only these:'
-echo '// A remark.' >>reader/age.cpp
+echo 'When only comments change, none is:'
+echo '// A remark.' | tee -a tests/reader/tests.cpp >>reader/age.cpp
+mutate 0
+expect_begin <<<'6 mutants, 0 of them to judge'
+
+echo 'When the code of a file changes, all of its changes are, and only these:'
+echo 'int more();' >>reader/age.cpp
 mutate 0 --report
 expect <<'END'
  killed survived accepted does not compile not judged share killed
