@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "archive/file_scan.h"
@@ -18,3 +19,11 @@ struct ScannedBytes {
 ScannedBytes ScanArchive(
     const std::string& path, FramingSink& sink,
     const OnBytesRead& onBytesRead = [](std::uint64_t) {});
+
+// Waits until a file that is being written has more bytes than `position`, and gives how many can
+// be read then; no more than `position` when it is whole.
+using WaitForBytes = std::function<FilePosition(FilePosition position)>;
+
+// The same for a file that is being written.
+ScannedBytes ScanArchive(const std::string& path, FramingSink& sink, const OnBytesRead& onBytesRead,
+                         const WaitForBytes& waitForBytes);

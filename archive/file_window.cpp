@@ -5,7 +5,7 @@
 const unsigned char* FileWindow::At(FilePosition position, std::size_t size) {
   if (mFrom <= position && position - mFrom <= mSize && size <= mSize - (position - mFrom))
     return mBytes.data() + (position - mFrom);
-  const bool goesOn = mSize > 0 && mFrom <= position && position - mFrom <= mSize;
+  const bool goesOn = mSize > 0 && mFrom <= position && position - mFrom <= mSize + kNear;
   const std::size_t longer = std::min(2 * mBytes.size(), kLongest);
   mBytes.resize(std::max({goesOn ? longer : kShortest, kShortest, size}));
   mFrom = position;

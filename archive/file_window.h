@@ -19,6 +19,8 @@ class FileWindow {
  private:
   static constexpr std::size_t kShortest = 512;
   static constexpr std::size_t kLongest = 65536;
+  // Reading so many bytes takes no longer than another call.
+  static constexpr std::size_t kNear = 6144;
 
   const PlainFile& mFile;
   std::vector<unsigned char> mBytes;

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <fstream>
+#include <functional>
 #include <limits>
 
 #include "archive/archive_recognition.h"
@@ -217,13 +218,12 @@ class ArchiveCheckup : public FramingSink {
   Headerless mHeaderless;
 };
 
-}  // namespace
-
-ArchiveFacts CheckArchive(const std::string& path, const SourceFacts& source, Findings* findings,
-                          const OnBytesRead& onBytesRead) {
+// `scan` hands what a parser finds to the sink.
+ArchiveFacts Check(const std::string& path, const SourceFacts& source, Findings* findings,
+                   const std::function<ScannedBytes(FramingSink&)>& scan) {
   try {
     ArchiveCheckup checkup(path, source, findings);
-    return checkup.Finish(ScanArchive(path, checkup, onBytesRead));
+    return checkup.Finish(scan(checkup));
   } catch (const Failure& error) {
     if (error.Code() == kExitInterrupted) throw;
     findings->Add({FindingKind::kUnreadable, archive_source::FileName(path), error.what()});
@@ -232,4 +232,19 @@ ArchiveFacts CheckArchive(const std::string& path, const SourceFacts& source, Fi
     unread.name = source.NameOf(path);
     return unread;
   }
+}
+
+}  // namespace
+
+ArchiveFacts CheckArchive(const std::string& path, const SourceFacts& source, Findings* findings,
+                          const OnBytesRead& onBytesRead) {
+  return Check(path, source, findings,
+               [&](FramingSink& sink) { return ScanArchive(path, sink, onBytesRead); });
+}
+
+ArchiveFacts CheckArchive(const std::string& path, const SourceFacts& source, Findings* findings,
+                          const OnBytesRead& onBytesRead, const WaitForBytes& waitForBytes) {
+  return Check(path, source, findings, [&](FramingSink& sink) {
+    return ScanArchive(path, sink, onBytesRead, waitForBytes);
+  });
 }

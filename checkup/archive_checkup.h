@@ -31,3 +31,7 @@ struct ArchiveFacts {
 // interrupts.
 ArchiveFacts CheckArchive(const std::string& path, const SourceFacts& source, Findings* findings,
                           const OnBytesRead& onBytesRead);
+
+// The same for a file that is being written.
+ArchiveFacts CheckArchive(const std::string& path, const SourceFacts& source, Findings* findings,
+                          const OnBytesRead& onBytesRead, const WaitForBytes& waitForBytes);

@@ -97,8 +97,8 @@ UnfinishedFile::~UnfinishedFile() {
 
 void UnfinishedFile::Write(const unsigned char* bytes, std::size_t size) {
   if (!WriteAll(mFile.Get(), bytes, size)) Fail();
-  mSize += size;
   mEndsWithHole = false;
+  Grow(size);
 }
 
 bool UnfinishedFile::CopyFrom(int source, FilePosition position, std::size_t size) {
@@ -118,15 +118,15 @@ bool UnfinishedFile::CopyFrom(int source, FilePosition position, std::size_t siz
       return false;
     }
   }
-  mSize += size;
   mEndsWithHole = false;
+  Grow(size);
   return true;
 }
 
 void UnfinishedFile::Skip(std::uint64_t size) {
   if (lseek(mFile.Get(), static_cast<off_t>(size), SEEK_CUR) < 0) Fail();
-  mSize += size;
   mEndsWithHole = true;
+  Grow(size);
 }
 
 void UnfinishedFile::Finish() {
@@ -155,6 +155,11 @@ void UnfinishedFile::TakeName(const std::string& name, Existing existing) {
   mPath.clear();
   const FileHandle folder = OpenForReading(FolderWithSlash(target), O_DIRECTORY);
   if (folder.IsOpen()) BringToDisk(folder.Get());
+}
+
+void UnfinishedFile::Grow(std::uint64_t size) {
+  mSize += size;
+  if (mHearGrowth) mHearGrowth(mSize);
 }
 
 void UnfinishedFile::Fail() const {

@@ -4,7 +4,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <utility>
 
 #include "blocks/units.h"
 #include "system/file_handle.h"
@@ -27,6 +29,8 @@ class UnfinishedFile {
   // Leaves a hole of so many zeros.
   void Skip(std::uint64_t size);
   std::uint64_t Size() const { return mSize; }
+  // Hears the size whenever it has grown.
+  void OnGrowth(std::function<void(std::uint64_t size)> hear) { mHearGrowth = std::move(hear); }
 
   // Its passing name.
   const std::string& Path() const { return mPath; }
@@ -43,11 +47,13 @@ class UnfinishedFile {
 
  private:
   [[noreturn]] void Fail() const;
+  void Grow(std::uint64_t size);
 
   std::string mShown;  // the name that the user knows
   std::string mPath;   // empty: it has its name
   FileHandle mFile;
   std::uint64_t mSize = 0;
+  std::function<void(std::uint64_t size)> mHearGrowth;
   bool mEndsWithHole = false;
 };
 

@@ -187,14 +187,13 @@ void TellLosses(const ExcerptCounts& counts) {
   }
 }
 
-// Shows how far the copying and the looking at it have come.
+// Shows how far the copying has come.
 class CutProgress {
  public:
   explicit CutProgress(Progress* progress) : mProgress(*progress) { mState.what = "cutting"; }
 
-  // Each byte is copied and looked at.
   void Expect(const CutPlan& plan) {
-    mState.all = 2 * plan.dataBytes;
+    mState.all = plan.dataBytes;
     mState.count = plan.parts.size();
   }
   void BeginArchive(const std::string& path) {
@@ -220,8 +219,7 @@ int Cut(const CutOptions& options, const BoundedRange& range, ServedSource* sour
     if (StatusOf(path, Links::kNot)) RefuseToHarm(source->Facts(), path);
     RefuseToShareIndex(source->Facts(), path);
   };
-  NewArchives archives({options.output, options.split.has_value(), options.mayReplace}, refuse,
-                       onBytes);
+  NewArchives archives({options.output, options.split.has_value(), options.mayReplace}, refuse);
   Timeline timeline(source, &progress);
   timeline.RequireOne();
   Summary summary;

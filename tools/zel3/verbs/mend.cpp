@@ -114,8 +114,7 @@ int RunMend(const MendOptions& options) {
   WorkState work;
   work.what = "mending";
   work.name = archive_source::FileName(path);
-  // Each byte is copied and looked at.
-  work.all = 2 * DataBytes(file.Handle(), 0, file.Size());
+  work.all = DataBytes(file.Handle(), 0, file.Size());
   const auto onBytes = [&work, &progress](std::uint64_t bytes) {
     work.done += bytes;
     progress.Show(work);
@@ -125,7 +124,7 @@ int RunMend(const MendOptions& options) {
     RefuseToHarm(source, output);
     RefuseToShareIndex(source, output);
   };
-  NewArchives archives({options.output, false, options.mayReplace}, refuse, onBytes);
+  NewArchives archives({options.output, false, options.mayReplace}, refuse);
   archives.Begin();
   const Mended mended = CopyWhatIsWhole(file, &archives.File(), onBytes);
   if (mended.entries == 0) throw Failure("no entry of " + path + " is whole");

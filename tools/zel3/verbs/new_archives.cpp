@@ -11,11 +11,9 @@
 #include <set>
 #include <utility>
 
-#include "checkup/archive_checkup.h"
 #include "checkup/finding.h"
 #include "output/output_file.h"
 #include "sources/archive_source.h"
-#include "sources/source_facts.h"
 #include "system/failure.h"
 #include "system/file_status.h"
 #include "verbs/index_beside.h"
@@ -42,10 +40,8 @@ void RequireNothingWrong(const Findings& findings) {
 
 }  // namespace
 
-NewArchives::NewArchives(NewArchivePlace place, RefuseToHarm refuse, OnBytesRead onBytesChecked)
-    : mPlace(std::move(place)),
-      mRefuse(std::move(refuse)),
-      mOnBytesChecked(std::move(onBytesChecked)) {
+NewArchives::NewArchives(NewArchivePlace place, RefuseToHarm refuse)
+    : mPlace(std::move(place)), mRefuse(std::move(refuse)) {
   if (OutputFile::IsStandardOutput(mPlace.path)) {
     throw Failure(
         "an archive is looked at before it is handed out, so it goes to a file: give -o FILE",
@@ -82,13 +78,13 @@ void NewArchives::RefuseWhatStandsAt(const std::string& path) const {
 
 void NewArchives::Begin() {
   mFile = std::make_unique<UnfinishedFile>(mPlace.path, kSuffix);
+  mCheck = std::make_unique<CheckWhileWritten>(mFile->Path());
+  mFile->OnGrowth([check = mCheck.get()](std::uint64_t size) { check->Grow(size); });
 }
 
 void NewArchives::End(std::uint64_t entries) {
   mFile->Finish();
-  const SourceFacts source({}, mFile->Path());
-  Findings findings;
-  const ArchiveFacts facts = CheckArchive(mFile->Path(), source, &findings, mOnBytesChecked);
+  const auto [facts, findings] = mCheck->End(mFile->Size());
   RequireNothingWrong(findings);
   if (facts.entries != entries || facts.bytes != mFile->Size()) {
     throw Failure(fmt::format(

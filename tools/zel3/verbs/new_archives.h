@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "archive/archive_scan.h"
 #include "blocks/units.h"
 #include "output/unfinished_file.h"
+#include "verbs/check_while_written.h"
 
 // A new archive that has been looked at.
 struct NewArchive {
@@ -36,7 +36,7 @@ class NewArchives {
   using RefuseToHarm = std::function<void(const std::string& path)>;
 
   // Throws Failure when the place is not one for archives, or something stands there.
-  NewArchives(NewArchivePlace place, RefuseToHarm refuse, OnBytesRead onBytesChecked);
+  NewArchives(NewArchivePlace place, RefuseToHarm refuse);
 
   // All throw Failure when something cannot be written, and when the user interrupts.
 
@@ -68,8 +68,8 @@ class NewArchives {
 
   const NewArchivePlace mPlace;
   const RefuseToHarm mRefuse;
-  const OnBytesRead mOnBytesChecked;
   std::unique_ptr<UnfinishedFile> mFile;
+  std::unique_ptr<CheckWhileWritten> mCheck;  // of that file
   std::vector<std::unique_ptr<UnfinishedFile>> mEnded;
   std::vector<NewArchive> mArchives;
 };
