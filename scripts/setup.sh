@@ -18,7 +18,7 @@ packages=(
   g++ g++-multilib clang libclang-rt-dev clang-format clang-tidy cmake ninja-build valgrind binutils git ca-certificates
   qtbase5-dev googletest gcovr libcli11-dev nlohmann-json3-dev libfmt-dev libedit-dev libutf8proc-dev
   zsh fish scdoc groff-base pkgconf dpkg-dev fakeroot lintian file tzdata
-  chromium fonts-dejavu-core python3-cram python3-jsonschema
+  chromium fonts-dejavu-core jq python3-cram python3-jsonschema
 )
 night_packages=()
 [ "$night" = no ] || night_packages=(strace libavformat-dev libavcodec-dev libavutil-dev libsqlite3-dev)
