@@ -156,6 +156,42 @@ TEST_F(EventsOfSample, AFileThatIsNoArchiveIsLeftOut) {
   EXPECT_THAT(result.err, HasSubstr("zel3: z.zel3 is not an archive: "));
 }
 
+TEST_F(EventsOfSample, DamageIsToldWhereItMayHideEventsOfTheRange) {
+  Bytes bytes = ReadFile(SampleFile(Folder(), mTruth, 1));
+  const auto& entries = mTruth.files[1].entries;
+  const auto middle = static_cast<std::ptrdiff_t>(entries[entries.size() / 2].position);
+  std::fill_n(bytes.begin() + middle, 40, 0);
+  WriteFile(SampleFile(Folder(), mTruth, 1), bytes);
+  const auto start = [this](std::size_t file) {
+    return std::to_string(ToArchiveTime(mTruth.files[file].entries.front().indexTime));
+  };
+  const auto end = [this](std::size_t file) {
+    return std::to_string(ToArchiveTime(mTruth.files[file].entries.back().indexTime));
+  };
+  const struct {
+    Arguments range;
+    int exitCode;
+  } cases[] = {
+      {{}, 3},
+      {{start(1), end(1)}, 3},
+      {{"--until", start(1)}, 3},  // after the first file
+      {{"--since", end(1)}, 3},    // before the third one
+      {{"--until", end(0)}, 0},
+      {{"--since", start(2)}, 0},
+  };
+  for (const auto& [range, exitCode] : cases) {
+    SCOPED_TRACE(testing::PrintToString(range));
+    for (const char* const index : {"--no-index", "--recursive"}) {
+      Arguments arguments = range;
+      arguments.insert(arguments.begin(), index);
+      const ProgramResult result = EventLines(arguments);
+      EXPECT_EQ(result.exitCode, exitCode) << result.err;
+      EXPECT_EQ(result.err.find("are damaged or cannot be read") != std::string::npos,
+                exitCode == 3);
+    }
+  }
+}
+
 TEST_F(EventsOfSample, WhereNoCacheCanBeWrittenTheIndexIsBuiltEachTime) {
   const ReadOnlyFolder archives(Folder());
   for (int i = 0; i < 2; ++i) {
