@@ -20,9 +20,9 @@ class Pipeline::State::Living {
     const std::lock_guard<std::mutex> hold(mMutex);
     mStates.erase(state->id);
   }
-  State* Find(std::uint32_t id) {
+  State* Find(std::uint32_t wanted) {
     const std::lock_guard<std::mutex> hold(mMutex);
-    const auto found = mStates.find(id);
+    const auto found = mStates.find(wanted);
     return found == mStates.end() ? nullptr : found->second;
   }
 

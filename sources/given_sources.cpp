@@ -53,7 +53,7 @@ class SourceSearch {
   FoundSources Take() {
     std::vector<GivenSource>& sources = mFound.sources;
     sources.erase(std::remove_if(sources.begin(), sources.end(),
-                                 [this](const GivenSource& source) {
+                                 [](const GivenSource& source) {
                                    return source.files.empty() && IsNamed(source);
                                  }),
                   sources.end());

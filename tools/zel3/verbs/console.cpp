@@ -3,6 +3,8 @@
 #include <iostream>
 #include <memory>
 
+#include "client/archive_session.h"
+#include "client/plug_ins.h"
 #include "json/block_json.h"
 #include "json/command_json.h"
 #include "json/json_line.h"
