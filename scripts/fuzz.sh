@@ -3,7 +3,7 @@
 # executions took how long, how many edges of the program are reached, and by how many inputs.
 #   scripts/fuzz.sh [--runs N] [--keep] [--plain] [NAME...]
 # New inputs are kept in build/fuzz/found; --keep adds those that reach new code to fuzz/corpus, and removes those that
-# reach nothing of their own, but for inputs with names. An input that shows a fault is saved as crash-... in build/fuzz;
+# reach nothing of their own, unless they have names. An input that shows a fault is saved as crash-... in build/fuzz;
 # replay it with build/native/bin/NAME_fuzzer FILE. --plain builds without sanitizers, in build/fuzz-plain: the programs
 # run several times as fast, and such inputs are saved there.
 set -euo pipefail
@@ -44,9 +44,9 @@ keep_what_is_new() {
   rm -rf "$fresh"
   mkdir -p "$fresh"
   find "$corpus" -type f -regextype egrep -not -regex '.*/[0-9a-f]{40}' -exec cp -t "$fresh" {} +
-  # Shorter inputs are merged first, and longer ones only for what they alone reach.
-  "$build/bin/${name}_fuzzer" -merge=1 -set_cover_merge=1 -max_len=8192 "$fresh" "$corpus" "build/fuzz/found/$name" \
-    >>"$build/$name.log" 2>&1
+  # By what they reach, not by how often; and what is long enough is cut.
+  "$build/bin/${name}_fuzzer" -merge=1 -set_cover_merge=1 -use_counters=0 -max_len=8192 "$fresh" "$corpus" \
+    "build/fuzz/found/$name" >>"$build/$name.log" 2>&1
   local count bytes
   count=$(find "$fresh" -type f | wc -l)
   bytes=$(find "$fresh" -type f -printf '%s\n' | awk '{ sum += $1 } END { print sum + 0 }')
