@@ -66,7 +66,7 @@ for name in "${names[@]}"; do
   dictionary=fuzz/dictionary/$name.dict
   # These take an archive.
   case $name in
-    cut | doctor | dump | events | mend | parser | report)
+    cut | doctor | dump | events | mend | parser)
       longest=65536
       dictionary=fuzz/dictionary/archive.dict ;;
   esac
