@@ -107,8 +107,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   const OpenedArchive opened(std::move(file), std::move(*index), {});
 
   const auto ignore = [](std::uint64_t) {};
-  NewArchives archives(
-      {folder / "part.zel3", parts.has_value(), true}, [](const std::string&) {}, ignore);
+  NewArchives archives({folder / "part.zel3", parts.has_value(), true}, [](const std::string&) {});
   Excerpt excerpt(wanted, parts, &archives, ignore);
   const EntryList all = EntriesOf(input.archive, wanted.types);
   std::vector<Entry> expected;

@@ -19,8 +19,7 @@ void Ignore(std::uint64_t /*bytes*/) {}
 std::optional<Mended> Mend(const std::string& from, const std::string& to) {
   PlainFile file;
   FUZZ_REQUIRE(file.Open(from, PlainFile::Mode::kRead));
-  NewArchives archives(
-      {to, false, true}, [](const std::string& /*path*/) {}, Ignore);
+  NewArchives archives({to, false, true}, [](const std::string& /*path*/) {});
   archives.Begin();
   Mended mended;
   try {
