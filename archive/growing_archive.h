@@ -14,7 +14,8 @@
 
 // An archive file that may still be written: hands over what is new in it at each look, record by
 // record. A record that is not whole yet is waited for; damage is passed over as ScanArchive passes
-// over it, and told when the next record is found. No byte is read twice.
+// over it, and told when the next record is found. No new byte is read twice; where it
+// begins at an entry, the file is gone through once to find that.
 //
 // The file is kept open between looks, so that what is written to it before it gets another name
 // can still be read.

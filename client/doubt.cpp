@@ -1,7 +1,9 @@
 #include "client/doubt.h"
 
+#include <algorithm>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "archive/framing_follow.h"
 #include "blocks/stream_records.h"
@@ -43,24 +45,45 @@ void DoubtTail(std::size_t number, Timeline* timeline) {
 void ForEachDamagedGap(const OpenedArchive& archive, ArchiveTime from, ArchiveTime to,
                        const std::function<bool(const DoubtedTime&)>& onDoubted) {
   const KeptIndex& index = archive.Index();
-  if (IsDamagedBefore(archive, 0) && !onDoubted({0, index.PlaceOf(0) + kArchiveTimePerIndexTime}))
+  const ArchiveTime first = index.PlaceOf(0);
+  if (from <= first && IsDamagedBefore(archive, 0) &&
+      !onDoubted({0, first + kArchiveTimePerIndexTime})) {
     return;
+  }
   for (std::size_t entry = 0; entry < index.Count(); ++entry) {
     const bool isLast = entry + 1 == index.Count();
     const ArchiveTime end = EndOfEntry(archive, entry);
     const ArchiveTime next = isLast ? to : index.PlaceOf(entry + 1);
     const bool meets = index.PlaceOf(entry) < to && next > from;
     if (!meets || !(isLast || end < next) || !IsDamagedAfter(archive, entry)) continue;
-    if (!onDoubted({end - kArchiveTimePerIndexTime, isLast ? kNoEndOfDoubt : next})) return;
+    // 0 would stand for the time before all entries.
+    const ArchiveTime begin = std::max<ArchiveTime>(end - kArchiveTimePerIndexTime, 1);
+    if (!onDoubted({begin, isLast ? kNoEndOfDoubt : next})) return;
   }
 }
 
-// The archive when it meets the range and can be served.
+// Whether an archive meets a range, or is near it with no other one between: what damage at its
+// ends hides may be in the range then.
+bool Reaches(std::size_t number, ArchiveTime from, ArchiveTime to, const Timeline& timeline) {
+  const ServedArchive& archive = timeline.Archives()[number];
+  const auto isBetween = [&archive, from, to](const ServedArchive& other) {
+    if (other.IsLeftOut()) return false;
+    return archive.start >= to ? other.start >= to && other.start < archive.start
+                               : other.end < from && other.end > archive.end;
+  };
+  if (archive.IsLeftOut()) return false;
+  if (archive.start < to && archive.end >= from) return true;
+  // The ends of an archive without an index have been found to be sound.
+  if (!archive.HasIndex()) return false;
+  const ArchiveTime distance = archive.start >= to ? archive.start - to : from - archive.end;
+  const std::vector<ServedArchive>& all = timeline.Archives();
+  return distance < kReachOfDoubt && std::none_of(all.begin(), all.end(), isBetween);
+}
+
+// The archive when it reaches into the range and can be served.
 const OpenedArchive* OpenWithin(std::size_t number, ArchiveTime from, ArchiveTime to,
                                 Timeline* timeline) {
-  const ServedArchive& archive = timeline->Archives()[number];
-  if (archive.IsLeftOut() || archive.start >= to || archive.end < from) return nullptr;
-  return timeline->Open(number);
+  return Reaches(number, from, to, *timeline) ? timeline->Open(number) : nullptr;
 }
 
 constexpr char kEntriesMayBeLost[] = "is damaged where nothing is found; entries may be lost there";

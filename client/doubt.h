@@ -12,6 +12,10 @@
 // tell the user, and mark the timeline, which is not whole then. A few short reads for each place.
 // All throw Failure when the user interrupts.
 
+// How far before its first entry and after its last one damage of an archive may hide others, where
+// no other archive bounds it: a day.
+constexpr ArchiveTime kReachOfDoubt = ArchiveTime{24} * 3600 * kArchiveTimePerIndexTime;
+
 // A time about which something is in doubt; `to` is not part of it.
 struct DoubtedTime {
   ArchiveTime from = 0;

@@ -13,8 +13,6 @@
 namespace {
 
 constexpr ArchiveTime kDayLength = ArchiveTime{24} * 3600 * 1000;
-// How far a doubt reaches where nothing else bounds it.
-constexpr ArchiveTime kReach = kDayLength;
 // So much time in doubt makes days by itself: a wrong clock can put many years between two entries.
 constexpr ArchiveTime kLongestListed = 31 * kDayLength;
 
@@ -38,13 +36,14 @@ DoubtedTime Bounded(DoubtedTime doubt, const Stretches& stretches) {
                    [entry](const RecordedStretch& stretch) { return stretch.to > entry; });
   const bool isHeld = holds != stretches.end() && holds->from <= entry;
   if (isBefore) {
-    const ArchiveTime earliest = entry > kReach ? entry - kReach : 0;
+    const ArchiveTime earliest = entry > kReachOfDoubt ? entry - kReachOfDoubt : 0;
     const ArchiveTime end = holds == stretches.begin() ? 0 : std::prev(holds)->to;
     doubt.from = isHeld && holds->from < entry ? entry : std::max(earliest, end);
   } else {
     const ArchiveTime end = entry + kArchiveTimePerIndexTime;
     const auto next = isHeld ? holds + 1 : holds;
-    doubt.to = next == stretches.end() ? end + kReach : std::min(next->from, end + kReach);
+    doubt.to =
+        next == stretches.end() ? end + kReachOfDoubt : std::min(next->from, end + kReachOfDoubt);
     if (isHeld && holds->to > end) doubt.to = end;
   }
   return doubt;
@@ -204,14 +203,14 @@ class HoursOfArchives {
 
   void AddAll() {
     // While an archive is open, all is asked that needs its index.
-    for (std::size_t number = 0; number < mTimeline.Archives().size(); ++number) {
+    mTimeline.ForEach("going through", [this](std::size_t number) {
       mRecorded.Add(number);
       const std::vector<DoubtedTime> doubted = FindDoubted(number, mFrom, mTo, &mTimeline);
       mDoubts.insert(mDoubts.end(), doubted.begin(), doubted.end());
       DoubtWrongTimes(number);
       DoubtUnknown(number);
       CountEvents(number);
-    }
+    });
   }
 
   const RecordedTime& Recorded() const { return mRecorded; }

@@ -114,6 +114,10 @@ class Collection {
       CountOther(finding);
       mData.findings.items.push_back(finding);
     }
+    std::stable_sort(mData.findings.items.begin(), mData.findings.items.end(),
+                     [](const Finding& one, const Finding& other) {
+                       return SeverityOf(one.kind) > SeverityOf(other.kind);
+                     });
     mData.findings.CutTo(kMostFindings);
     mHasMisplaced = filesWith.count(FindingKind::kMisplaced) > 0;
     mData.damage.damaged = filesWith[FindingKind::kDamage].size();

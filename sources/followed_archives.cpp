@@ -112,6 +112,9 @@ void FollowedArchives::Follow(const Begin& begin, int output) {
       if (followed == mArchives.end()) continue;
       followed->second->isGone = true;
       LookAt(followed->second.get());
+      // An open file keeps its room on the disk.
+      followed->second->archive.Close();
+      mOpen.remove(followed->second.get());
       KeepGone(path);
     }
     for (const std::string& path : news.touched) {
@@ -139,6 +142,7 @@ void FollowedArchives::Rename(const std::vector<std::pair<std::string, std::stri
     followed->archive.MoveTo(to);
     const auto replaced = mArchives.find(to);
     if (replaced != mArchives.end()) {
+      replaced->second->isGone = true;
       LookAt(replaced->second.get());
       mOpen.remove(replaced->second.get());
       mArchives.erase(replaced);
@@ -176,7 +180,8 @@ void FollowedArchives::LookAt(Followed* followed) {
         followed->Tell("has become shorter, and is read from its beginning");
         break;
       case GrowingArchive::Found::kReplaced:
-        followed->Tell("is another file now, which is read from its beginning");
+        if (!followed->isGone)
+          followed->Tell("is another file now, which is read from its beginning");
         break;
       case GrowingArchive::Found::kGone:
         followed->Tell("is not there any more");
@@ -196,7 +201,8 @@ void FollowedArchives::LookAt(Followed* followed) {
     followed->records->Begin();
     followed->isArchive = false;
     followed->isTold = false;
-    if (!IsArchive(followed)) break;
+    // Of a file that is gone, what has its name now is another one's.
+    if (followed->isGone || !IsArchive(followed)) break;
   }
   followed->records->EndOfLook();
   KeepOpen(followed);

@@ -88,8 +88,10 @@ void ChangeWatch::LookOnceASecond(const std::string& why) {
 }
 
 Changes ChangeWatch::Wait(std::optional<Clock::time_point> until, int output) {
-  const auto next = Clock::now() + kBetweenLooks;
   const bool looksAgain = mLooksOnceASecond || !mMissing.empty();
+  // Kept from one call to the next: other changes may come more often.
+  if (!looksAgain || mNextLook == Clock::time_point()) mNextLook = Clock::now() + kBetweenLooks;
+  const auto next = mNextLook;
   Changes changes;
   for (;;) {
     const auto now = Clock::now();
@@ -105,6 +107,7 @@ Changes ChangeWatch::Wait(std::optional<Clock::time_point> until, int output) {
     if (mIsReaderGone || changes.all || !changes.folders.empty() || !changes.paths.empty()) break;
   }
   if (looksAgain && Clock::now() >= next) {
+    mNextLook = Clock::now() + kBetweenLooks;
     WatchMissing(&changes);
     changes.all = changes.all || mLooksOnceASecond;
   }

@@ -47,5 +47,6 @@ class ChangeWatch {
   std::map<int, std::set<std::string>> mFolders;  // by watch; several paths may lead to one folder
   std::set<std::string> mMissing;                 // folders that are not there
   bool mLooksOnceASecond = false;
+  Clock::time_point mNextLook;
   bool mIsReaderGone = false;
 };

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -22,6 +23,19 @@ class ReadFollow : public ProgramTest {
   }
   void WaitForBytes(std::size_t size) {
     while (Out().size() < size) {
+      ASSERT_FALSE(HasEnded()) << Err();
+      usleep(1000);
+    }
+  }
+  // The unfinished output is hidden.
+  void WaitForUnfinished() {
+    const auto isThere = [this] {
+      for (const std::string& name : EntryNames(Folder())) {
+        if (name[0] == '.' && !ReadFile(*this / name).empty()) return true;
+      }
+      return false;
+    };
+    while (!isThere()) {
       ASSERT_FALSE(HasEnded()) << Err();
       usleep(1000);
     }
@@ -90,11 +104,11 @@ TEST_F(ReadFollow, EachInterruptLeavesAnArchiveWithoutFault) {
     recorder.Picture(1);
     Follow(source, {"-o", output});
     for (std::uint32_t time = 2; time <= 30; ++time) recorder.Picture(time);
-    usleep(static_cast<unsigned>(20000 + 5000 * round));
+    WaitForUnfinished();
+    usleep(static_cast<unsigned>(5000 * round));
     recorder.Picture(31);
     const ProgramResult result = Interrupt();
     EXPECT_EQ(result.exitCode, 130) << result.err;
-    if (!FileExists(output)) continue;  // interrupted before there was anything
     const ProgramResult doctor = Run({"doctor", output});
     EXPECT_EQ(doctor.exitCode, 0) << doctor.out << doctor.err;
   }
@@ -106,21 +120,61 @@ TEST_F(ReadFollow, AnOutputFileGetsItsNameAtTheInterrupt) {
   const std::string output = *this / "out.zel3";
   WriteFile(output, "earlier");
   Follow(*this / "a.zel3", {"-o", output});
-  // The unfinished file is hidden.
-  const auto unfinished = [this] {
-    for (const std::string& name : EntryNames(Folder())) {
-      if (name[0] == '.' && !ReadFile(*this / name).empty()) return true;
-    }
-    return false;
-  };
-  while (!unfinished()) {
-    ASSERT_FALSE(HasEnded()) << Err();
-    usleep(1000);
-  }
+  WaitForUnfinished();
   EXPECT_EQ(ReadFile(output).size(), 7U);
   EXPECT_EQ(Interrupt().exitCode, 130);
   EXPECT_EQ(ReadFile(output), recorder.Content());
   EXPECT_THAT(EntryNames(Folder()), ElementsAre("a.zel3", "out.zel3"));
+}
+
+// A recorder has given the name to a file of its own meanwhile.
+TEST_F(ReadFollow, WhatHasComeUnderTheNameOfTheOutputStays) {
+  Recorder recorder(*this / "tmp.zel3");
+  recorder.Picture(1);
+  const std::string output = *this / "out.zel3";
+  Follow(Folder(), {"--since", "0", "-o", output});
+  WaitForUnfinished();
+  std::filesystem::rename(*this / "tmp.zel3", output);
+  const ProgramResult result = Interrupt();
+  EXPECT_EQ(result.exitCode, 130);
+  EXPECT_EQ(ReadFile(output), recorder.Content());
+  EXPECT_EQ(ReadFile(*this / "out-1.zel3"), recorder.Content());
+  EXPECT_THAT(result.err, HasSubstr("out.zel3 is another file now; what was read is in " +
+                                    Folder() + "/out-1.zel3"));
+}
+
+TEST_F(ReadFollow, AFullDiskKeepsTheWholeRecords) {
+  Recorder recorder(*this / "a.zel3");
+  recorder.Picture(1);
+  const Bytes one = recorder.Content();
+  const std::string output = *this / "out.zel3";
+  Start({"read", Folder(), "--follow", "--since", "0", "-o", output}, [&one] {
+    signal(SIGXFSZ, SIG_IGN);
+    const rlimit small{one.size() + 5, one.size() + 5};
+    setrlimit(RLIMIT_FSIZE, &small);
+  });
+  WaitForUnfinished();
+  recorder.Picture(2);
+  const ProgramResult result = Finish();
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_THAT(result.err, HasSubstr("cannot write"));
+  EXPECT_EQ(ReadFile(output), one);
+}
+
+TEST_F(ReadFollow, ARenameOntoAFollowedFileBringsNothingTwice) {
+  Recorder day(*this / "day.zel3");
+  day.Picture(1);
+  Recorder next(*this / "tmp.zel3");
+  next.Picture(2);
+  Follow(Folder(), {"--since", "0"});
+  WaitForBytes(day.Content().size() + next.Content().size());
+  next.MoveTo(*this / "day.zel3");
+  next.Picture(3);
+  WaitForBytes(day.Content().size() + next.Content().size());
+  const std::string out = Interrupt().out;
+  Bytes expected = day.Content();
+  expected.insert(expected.end(), next.Content().begin(), next.Content().end());
+  EXPECT_EQ(Bytes(out.begin(), out.end()), expected);
 }
 
 TEST_F(ReadFollow, FilesThatGrowSideBySideKeepTheirEntriesApart) {

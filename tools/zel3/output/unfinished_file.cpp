@@ -129,6 +129,10 @@ void UnfinishedFile::Skip(std::uint64_t size) {
   Grow(size);
 }
 
+void UnfinishedFile::CutToWhole() {
+  if (ftruncate(mFile.Get(), static_cast<off_t>(mSize)) != 0) Fail();
+}
+
 void UnfinishedFile::Finish() {
   if (mEndsWithHole && ftruncate(mFile.Get(), static_cast<off_t>(mSize)) != 0) Fail();
 }

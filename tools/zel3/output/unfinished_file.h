@@ -35,6 +35,8 @@ class UnfinishedFile {
   // Its passing name.
   const std::string& Path() const { return mPath; }
 
+  // What a write that failed has left behind is no part of it.
+  void CutToWhole();
   // All of it can be read now. Nothing is written afterwards.
   void Finish();
   // Brings it to the disk. REQUIRES: finished.

@@ -119,9 +119,9 @@ int Calendar(const HostOptions& host, const CalendarOptions& options, const Open
   return timeline.IsWhole() ? kExitDone : kExitDamaged;
 }
 
-// Nothing is known.
-void PrintEmpty(const OutputStyle& style, AskedSource* asked) {
-  if (style.format != OutputFormat::kText) Print(RecordedDays(), style, asked);
+// Nothing is recorded, or known.
+void PrintEmpty(const OpenRange& range, const OutputStyle& style, AskedSource* asked) {
+  if (style.format != OutputFormat::kText) Print({range.from, range.to, {}, {}}, style, asked);
 }
 
 }  // namespace
@@ -130,6 +130,6 @@ int RunCalendar(const HostOptions& host, const CalendarOptions& options) {
   const OpenRange range = RangeOf(options.range);
   return AnswerForEach(options.sources, options.style.format, [&](AskedSource* asked) {
     return RunOrPrintEmpty([&] { return Calendar(host, options, range, asked); },
-                           [&] { PrintEmpty(options.style, asked); });
+                           [&] { PrintEmpty(range, options.style, asked); });
   });
 }

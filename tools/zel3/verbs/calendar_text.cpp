@@ -215,7 +215,10 @@ void PrintSummary(const RecordedDays& found, const std::vector<CalendarRow>& row
     all.events += sum.events;
   }
   std::uint64_t days = 0;
-  for (const CalendarRow& row : rows) days += row.day ? 1 : row.gap.days;
+  for (const CalendarRow& row : rows) {
+    days += row.day ? 1 : row.gap.days;
+    if (!row.day && row.gap.isInDoubt) doubtedDays += row.gap.days;
+  }
   std::cout << fmt::format("recorded on {} of {}, {} in all, {}", recordedDays,
                            Counted(days, "day"), LengthInHours(all.recorded, TimeFormat::kIso),
                            Counted(all.events, "event"));

@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "archive/recorded_events.h"
+#include "blocks/units.h"
+#include "client/doubt.h"
 #include "client/timeline.h"
 #include "output/progress_bar.h"
 #include "system/failure.h"
@@ -21,20 +23,26 @@ bool IsWanted(const RecordedEvent& event, const OpenRange& range,
   return types.empty() || std::find(types.begin(), types.end(), event.type) != types.end();
 }
 
-// Whether events that damage hides in an archive may be of a range: they lie after the archive
-// before it, and before the one after it.
+// Whether damage of an archive may hide events of a range. Archives that come one after the other
+// bound what their neighbours may hide; otherwise it may be a day's.
 bool MayHide(const std::vector<ServedArchive>& archives, std::size_t number,
              const OpenRange& range) {
-  for (std::size_t before = number; range.to && before-- > 0;) {
-    if (archives[before].IsLeftOut()) continue;
-    if (std::min(archives[before].end, archives[number].start) >= *range.to) return false;
-    break;
+  const ServedArchive& archive = archives[number];
+  ArchiveTime from = archive.start > kReachOfDoubt ? archive.start - kReachOfDoubt : 0;
+  ArchiveTime to = archive.end + kReachOfDoubt;
+  const ServedArchive* before = nullptr;
+  bool areApart = true;
+  for (const ServedArchive& each : archives) {
+    if (each.IsLeftOut()) continue;
+    areApart = areApart && (before == nullptr || before->end < each.start);
+    before = &each;
   }
-  for (std::size_t after = number + 1; range.from && after < archives.size(); ++after) {
-    if (!archives[after].IsLeftOut())
-      return std::max(archives[after].start, archives[number].end) > *range.from;
+  for (const ServedArchive& each : archives) {
+    if (!areApart || each.IsLeftOut()) continue;
+    if (each.end < archive.start) from = std::max(from, each.end);
+    if (each.start > archive.end) to = std::min(to, each.start);
   }
-  return true;
+  return (!range.to || from < *range.to) && (!range.from || to > *range.from);
 }
 
 int Events(const HostOptions& host, const EventsOptions& options, const OpenRange& range,
@@ -64,8 +72,10 @@ int Events(const HostOptions& host, const EventsOptions& options, const OpenRang
                 " damaged or cannot be read, and events there are not known");
     isWhole = false;
   }
-  if (!printer->HasPrinted())
-    timeline.FailWithNothing("no event is recorded there", SecondsHint(range, timeline));
+  constexpr char kNothing[] = "no event is recorded there";
+  if (!printer->HasPrinted() && !isWhole)
+    throw Failure(std::string(kNothing) + ", but not all is known", kExitDamaged);
+  if (!printer->HasPrinted()) timeline.FailWithNothing(kNothing, SecondsHint(range, timeline));
   printer->Finish();
   return isWhole ? kExitDone : kExitDamaged;
 }

@@ -1,10 +1,12 @@
 #include "verbs/live_archive.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <utility>
 
 #include "blocks/index_record.h"
+#include "system/interruption.h"
 
 namespace {
 
@@ -38,6 +40,18 @@ class LiveArchive::Part : public FollowedRecords {
     const auto bytes = EncodeDataHead(head);
     mWhole.mWaiting.insert(mWhole.mWaiting.end(), bytes.begin(), bytes.end());
     mWhole.Add(payload, head.length);
+  }
+  // A long hole of the file.
+  void OnEmptyData(FilePosition /*position*/, std::uint64_t count, Tag /*kind*/) override {
+    if (mHeader.empty() || !mIndex) return;
+    if (!IsInForce()) WriteIndex();
+    const Bytes zeros(std::min<std::uint64_t>(count * sizeof(DATA_T), kPortion));
+    for (std::uint64_t left = count * sizeof(DATA_T); left > 0;) {
+      interruption::Check();
+      const std::size_t size = std::min<std::uint64_t>(left, zeros.size());
+      mWhole.Add(zeros.data(), size);
+      left -= size;
+    }
   }
   void EndOfLook() override { mWhole.Flush(); }
 

@@ -4,13 +4,13 @@
 
 #include <iostream>
 #include <limits>
-#include <set>
 
 #include "archive/entry_at_end.h"
 #include "output/live_output.h"
 #include "output/notice.h"
 #include "output/output_file.h"
 #include "output/output_refusal.h"
+#include "output/recording_file.h"
 #include "sources/followed_archives.h"
 #include "system/failure.h"
 #include "system/interruption.h"
@@ -47,28 +47,20 @@ void BeginFrom(const std::vector<FoundArchive>& found, ArchiveTime time) {
   }
 }
 
-// The files that have been followed must stay also when the output gets its name.
-class Output {
- public:
-  explicit Output(const std::string& target) : mTarget(target), mFile(target) {}
+void RefuseToHarmArchives(const std::vector<FoundArchive>& found, const std::string& target) {
+  if (OutputFile::IsStandardOutput(target)) return;
+  std::vector<std::string> paths;
+  for (const FoundArchive& each : found) paths.push_back(each.file.path);
+  RefuseToHarm(paths, target);
+}
 
-  void Follow(const std::string& archive) { mArchives.insert(archive); }
-  void Write(const std::vector<unsigned char>& bytes) { mFile.Write(bytes); }
-  void RefuseToHarmArchives() const {
-    if (OutputFile::IsStandardOutput(mTarget)) return;
-    RefuseToHarm(std::vector<std::string>(mArchives.begin(), mArchives.end()), mTarget);
+void FlushIfPossible(LiveArchive* archive) {
+  try {
+    archive->Flush();
+  } catch (const Failure& failure) {
+    PrintNotice(failure.what());
   }
-  void Finish() {
-    RefuseToHarmArchives();
-    mFile.Finish();
-  }
-  std::uint64_t BytesWritten() const { return mFile.BytesWritten(); }
-
- private:
-  const std::string mTarget;
-  OutputFile mFile;
-  std::set<std::string> mArchives;
-};
+}
 
 std::string TargetOf(const ReadOptions& options) {
   if (!options.output.empty()) return options.output;
@@ -96,29 +88,29 @@ int FollowBytes(const ReadOptions& options) {
     throw Failure("read takes one timeline, and these may be several: --merge makes one of them",
                   kExitUsage);
   }
-  Output output(target);
+  RecordingFile output(target);
   LiveArchive archive([&](const std::vector<unsigned char>& bytes) { output.Write(bytes); });
   FollowedArchives archives(
-      &files,
-      [&](const FollowedFile& file) {
-        output.Follow(file.path);
-        return archive.RecordsOf();
-      },
-      PrintNotice);
+      &files, [&](const FollowedFile&) { return archive.RecordsOf(); }, PrintNotice);
   const auto begin = [&](const std::vector<FoundArchive>& found) {
-    output.RefuseToHarmArchives();
+    RefuseToHarmArchives(found, target);
     BeginFrom(found, from.value_or(std::numeric_limits<ArchiveTime>::max()));
   };
   try {
     archives.Follow(begin, OutputFile::IsStandardOutput(target) ? STDOUT_FILENO : -1);
   } catch (const Failure& failure) {
-    if (failure.Code() != kExitInterrupted) throw;
-    // This is how it ends; a further interrupt gives up what has been written.
-    interruption::Forget();
-    archive.Flush();
-    output.Finish();
-    std::cerr << Counted(archive.Entries(), "entry", "entries") << ", " << output.BytesWritten()
-              << " bytes\n";
+    // A recording is kept, whatever ends it. An interrupt is how it ends; a further one gives up
+    // what has been written.
+    const bool isInterrupted = failure.Code() == kExitInterrupted;
+    if (isInterrupted) interruption::Forget();
+    if (isInterrupted) FlushIfPossible(&archive);
+    const std::string name = output.Finish();
+    if (!name.empty() && name != target)
+      PrintNotice(Escaped(target) + " is another file now; what was read is in " + Escaped(name));
+    if (isInterrupted || output.BytesWritten() > 0) {
+      std::cerr << Counted(archive.Entries(), "entry", "entries") << ", " << output.BytesWritten()
+                << " bytes\n";
+    }
     throw;
   }
   EndWithoutReader();
