@@ -12,9 +12,9 @@ namespace {
 constexpr std::uint8_t kLevelMask = 0x3F;
 constexpr int kNoLevel = -1;
 
-// That of the first pair of the stream. If that pair is not in use, no later one is. Mostly it is
-// one of the first two, between which no branch decides: the fewer there are, the better the
-// processor foresees where a bin ends.
+// The level in the stream's first pair; if that pair is not in use, no later one is either. It is
+// usually one of the first two, which are told apart without a branch: the fewer branches there
+// are, the better the processor predicts where a bin ends.
 int LevelOf(const ZEL_ID3_REC& entry, std::int32_t streamId) {
   int pair = entry.activity[0].streamId != streamId ? 1 : 0;
   while (entry.activity[pair].streamId != streamId) {
@@ -23,7 +23,7 @@ int LevelOf(const ZEL_ID3_REC& entry, std::int32_t streamId) {
   return pair < entry.activityCount ? entry.activity[pair].level & kLevelMask : kNoLevel;
 }
 
-// What an entry without a level paints.
+// What an entry paints: its level, or 0 without one.
 std::uint8_t PaintOf(const ZEL_ID3_REC& entry, std::int32_t streamId) {
   return static_cast<std::uint8_t>(std::max(LevelOf(entry, streamId), 0));
 }
@@ -38,14 +38,14 @@ struct CountedEntries {
   const ZEL_ID3_REC* begin;
   const ZEL_ID3_REC* end;
   IndexTime interval;  // how long each lasts
-  // Times ascend, and no arithmetic wraps. Where times do not ascend there may be entries after the
-  // range here, which do not count.
+  // Times ascend, and no arithmetic wraps. Where times do not ascend, some of these entries may lie
+  // after the range; those do not count.
   bool areRegular;
 };
 
-// A walk from the last entry to the first, which ends at an entry before the range, unless that
-// lasts into it and the entry that counted last begins after the first bin. `low` is the bin in
-// which that one begins, in fine mode, from file to file.
+// Walks from the last entry to the first. The walk ends at an entry before the range, unless that
+// entry lasts into the range and the entry counted last begins after the first bin. In fine mode
+// `low` is the bin in which the entry counted last begins; it is carried from file to file.
 CountedEntries CountEntries(const FiledStore& store, const ActivityRange& range,
                             std::uint64_t* low) {
   const auto isBefore = [&range](const ZEL_ID3_REC& entry) {
@@ -82,7 +82,7 @@ bool HaveStream(const CountedEntries& entries, const ActivityRange& range) {
   });
 }
 
-// Fine mode: an entry paints all bins that it lasts, over what later ones have painted. Going
+// Fine mode: an entry paints all bins that it lasts, over the paint of later entries. So when going
 // forward, the first paint stays.
 void PaintOneByOne(const CountedEntries& entries, const ActivityRange& range,
                    PaintedBins* painted) {
@@ -95,7 +95,8 @@ void PaintOneByOne(const CountedEntries& entries, const ActivityRange& range,
   }
 }
 
-// Not inlined, as RaiseLevels: in one function both are short of registers in 32 bits.
+// Neither this nor RaiseLevels is inlined: in one function both would run short of registers in 32
+// bits.
 [[gnu::noinline]] void Paint(const CountedEntries& entries, const ActivityRange& range,
                              PaintedBins* painted) {
   if (!entries.areRegular) return PaintOneByOne(entries, range, painted);
@@ -106,15 +107,15 @@ void PaintOneByOne(const CountedEntries& entries, const ActivityRange& range,
     bins.MoveTo(std::uint64_t{entry->time} + entries.interval);
     painted->Paint(first, bins.Number(), PaintOf(*entry, range.streamId));
     if (bins.IsLast()) return;
-    // Up to this time entries last no longer.
+    // Entries up to this time end in this bin, too.
     const IndexTime painting = AsIndexTime(bins.Until() - entries.interval);
     while (entry != entries.end && entry->time <= painting) ++entry;
     bins.Next();
   }
 }
 
-// Coarse mode: a bin has the largest level of the entries in the bin before it, the last bin also
-// of those in itself.
+// Coarse mode: a bin gets the largest level of the entries in the bin before it; the last bin also
+// counts its own.
 void Raise(std::uint32_t bin, int level, const ActivityRange& range, std::uint8_t* levels) {
   std::uint8_t& raised = levels[std::min<std::uint64_t>(bin + 1, range.binCount - 1)];
   raised = static_cast<std::uint8_t>(std::max<int>(raised, level));

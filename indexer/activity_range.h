@@ -25,7 +25,7 @@ struct ActivityRange {
     return static_cast<std::uint32_t>(std::min(binCount * (time - from) / Span(), binCount - 1));
   }
 
-  // Whether BinAt wraps for no time from the start of the range until the end of an entry in it.
+  // Whether BinAt never wraps for times from the start of the range to the end of any entry in it.
   bool FitsIn64Bits() const {
     constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
     constexpr std::uint64_t kLongest =

@@ -34,8 +34,8 @@ std::size_t ArchiveStream::PassOver(const PlainFile& file, unsigned char* bytes,
 std::size_t ArchiveStream::TryToRead(const PlainFile& file, unsigned char* bytes,
                                      std::size_t size) {
   for (;;) {
-    // Some file systems fail a long read as a whole. In doubt one page is read, so that a place
-    // only counts as failed when its own page cannot be read.
+    // Some file systems fail a long read as a whole. When in doubt, a single page is read, so that
+    // a place counts as failed only when its own page cannot be read.
     const std::uint64_t restOfPage = kPage - mPosition % kPage;
     const bool onlyThisPage = mInDoubt;
     const std::size_t most =

@@ -7,7 +7,7 @@
 #include "indexer/activity_range.h"
 
 // Goes through the bins of a range from the first to the last, for index times that ascend. Bins
-// are found by addition: divisions of 64 bits cost more than all else that is done with an entry.
+// are found by addition: 64-bit divisions cost more than everything else done with an entry.
 class BinWalk {
  public:
   // Stands at the first bin. REQUIRES: `range` has bins and fits in 64 bits.
@@ -38,7 +38,7 @@ class BinWalk {
     if (IsLast()) mUntil = kNever;
   }
 
-  // Goes on to the bin of an index time; stays where that lies in this bin or an earlier one.
+  // Goes on to the bin of an index time; stays when the time lies in this bin or an earlier one.
   void MoveTo(std::uint64_t indexTime) {
     if (indexTime > mUntil) Next();
     if (indexTime > mUntil) StandAt(mRange.BinAt(indexTime * kArchiveTimePerIndexTime));
@@ -60,7 +60,7 @@ class BinWalk {
 
   const ActivityRange& mRange;
   const std::uint32_t mLast;
-  // Lengths are counted in parts of an archive time, which has binCount of them.
+  // Lengths are counted in fractions of an archive time, binCount to one.
   const std::uint32_t mUnit;        // an index time
   const std::uint64_t mLength;      // a bin, in whole index times,
   const std::uint32_t mLengthRest;  // and what is left of it

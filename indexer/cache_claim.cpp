@@ -16,7 +16,7 @@
 
 namespace {
 
-// So many names are tried for a new file before it is given up.
+// How many names are tried for a new file before giving up.
 constexpr int kUnfinishedNames = 10;
 
 bool Look(const QString& path, int flags, struct statx* status) {
@@ -29,21 +29,21 @@ bool IsPresent(const QString& path) {
   return Look(path, AT_SYMLINK_NOFOLLOW, &status) || errno != ENOENT;
 }
 
-// What is written to the file shows under no other name.
+// Then what is written to the file shows under no other name.
 bool HasOneName(const QString& path) {
   struct statx status;
   return Look(path, AT_SYMLINK_NOFOLLOW, &status) && S_ISREG(status.stx_mode) &&
          status.stx_nlink == 1;
 }
 
-// Opening a device for a trial could set it to work.
+// Only plain files are opened to try: opening a device could set it to work.
 bool IsWritableFile(const QString& path) {
   struct statx status;
   return Look(path, 0, &status) && S_ISREG(status.stx_mode) &&
          PlainFile().Open(path, PlainFile::Mode::kUpdate);
 }
 
-// True as well when nothing has the name.
+// Also true when nothing has the name.
 bool Remove(const QByteArray& path) {
   return unlink(path.constData()) == 0 || errno == ENOENT;
 }
@@ -69,7 +69,8 @@ bool SaveAndClose(const Files& files) {
 
 }  // namespace
 
-// What is to replace the files of the cache. At its end, what has not taken their place goes.
+// The files that are to replace those of the cache. Those that have not done so are removed at the
+// end.
 struct CacheClaim::NewFiles {
   NewFiles() = default;
   ~NewFiles() {
@@ -96,7 +97,7 @@ struct CacheClaim::NewFiles {
 
  private:
   // `alone`: nobody else makes such files, so one that is there was left behind by a killed run.
-  // Otherwise each process has names of its own.
+  // Otherwise each process uses its own names.
   static bool MakeOne(const QString& name, const CacheRights& rights, bool alone,
                       QByteArray* madeName, PlainFile* file) {
     const int first = alone ? 0 : getpid();
@@ -164,7 +165,7 @@ CacheClaim::Answer CacheClaim::MakeFiles() {
   }
   FileLock lock;
   if (!lock.Take(entries) || !lock.IsHeldAt(mNames.entries)) return Answer::kHeldByAnother;
-  // Until here the file that was removed has been locked.
+  // Until here, the lock on the file just removed has been held.
   mLock = std::move(lock);
 
   PlainFile headers;

@@ -10,7 +10,7 @@
 // belong to that archive, an open file is the one named beside it, and only its files are claimed.
 // What the files hold: entries_file.h, headers_file.h, events_file.h.
 struct CacheFiles {
-  // Another archive or other names. `refused`: they lie in a folder that is not trusted. REQUIRES:
+  // Sets the archive and the names. `refused`: they lie in a folder that is not trusted. REQUIRES:
   // the files are closed.
   void Name(const QString& archive, const CacheFileNames& names, bool refused);
 
@@ -34,9 +34,9 @@ struct CacheFiles {
   bool namesRefused = false;  // nothing is read or written under these names
   CacheClaim claim;
 
-  // Where the cache of one archive is while another run is at work on the files in its place.
+  // Where the cache of one archive lies while another run is working on its usual files.
   struct Detour {
-    QString archive;  // empty: there is no such archive
+    QString archive;  // empty: there is none
     QString cacheFolder;
   };
   Detour detour;

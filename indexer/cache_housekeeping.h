@@ -14,8 +14,8 @@ namespace cache_limit_setting {
 
 constexpr char kKey[] = "ID3_HDR_EVT_total_MB";
 constexpr int kDefaultMegabytes = 100;
-// Stands for no limit: more than a disk holds. The sizes of files that are mostly holes could add
-// up to more.
+// Means no limit. It is more than a disk holds, but the sizes of files that are mostly holes could
+// add up to more.
 constexpr int kUnlimitedMegabytes = std::numeric_limits<int>::max();
 constexpr std::int64_t kBytesPerMegabyte = 1048576;
 
@@ -24,25 +24,26 @@ std::string FileName();
 
 }  // namespace cache_limit_setting
 
-// Keeps the cache files of one folder below the limit of the settings. What is in the folder is
-// listed when the object is made, since listing costs more than all else; not without a limit.
+// Keeps the cache files of one folder below the limit of the settings. The folder is listed when
+// the object is made, since listing costs more than everything else; without a limit it is not
+// listed.
 class CacheHousekeeping {
  public:
   explicit CacheHousekeeping(const QString& folder);
 
   const QString& Folder() const { return mFolder; }
 
-  // Deletes the oldest cache file when all of them together exceed the limit. One only: the size of
-  // that file is counted off once, and deleting it again would free nothing more. Links to devices
-  // are not listed, so they are never the oldest and stay.
+  // Deletes the oldest cache file when all of them together exceed the limit; only that one, even
+  // when the others still exceed it. A file that somebody else has deleted meanwhile is passed
+  // over. Links to devices are not listed, so they are never the oldest and stay.
   void Trim();
 
  private:
-  // Of equal times the file listed first is the oldest.
+  // Of files of equal time, the one listed first counts as the oldest.
   void PutOldestLast();
 
   QString mFolder;
-  std::int64_t mLimit;  // bytes, as the next
+  std::int64_t mLimit;  // in bytes, like mTotal
   std::int64_t mTotal = 0;
   std::vector<ListedFile> mFiles;
   bool mSorted = false;  // the oldest file is the last of mFiles

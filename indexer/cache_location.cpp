@@ -10,7 +10,7 @@ namespace {
 
 constexpr char kVideodataFolder[] = "/videodata";
 
-// A path from the root says in which folder it lies without being taken apart.
+// An absolute path shows which folder it lies in without being taken apart.
 bool MayLieInVideodata(const QString& path) {
   return !path.startsWith(QLatin1Char('/')) || path.contains(QLatin1String(kVideodataFolder));
 }

@@ -14,12 +14,13 @@ struct CacheFileNames {
 struct CacheNames : CacheFileNames {
   // `cacheFolder` ends with "/"; empty: beside the archive.
   CacheNames(const QString& archive, const QString& cacheFolder);
-  // The same for an archive that was modified then, whether or not it stands there.
+  // The same for an archive modified at that time, whether or not it exists.
   CacheNames(const QString& archive, const QString& cacheFolder, const QDateTime& modified);
 
   QString name;  // of the archive in its cache: the files are named after it
 };
 
-// The name of what is written beside a cache file until it is whole; another `number` gives another
-// name. The housekeeping of a cache folder counts it as a cache file of the same kind.
+// The name of the file that is written beside a cache file until it is whole; another `number`
+// gives another name. The housekeeping of a cache folder counts it as a cache file of the same
+// kind.
 QString UnfinishedName(const QString& cacheFile, int number = 0);

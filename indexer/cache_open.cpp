@@ -6,7 +6,7 @@
 
 namespace {
 
-// Exchanges two folders until the end of a scope.
+// Swaps two folders until the end of a scope.
 class ExchangedFolder {
  public:
   ExchangedFolder(QString& one, QString& other) : mOne(one), mOther(other) { mOne.swap(mOther); }

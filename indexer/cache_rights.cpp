@@ -31,8 +31,8 @@ bool CacheRights::Make(const QString& path, PlainFile* file) const {
   return false;
 }
 
-// In a file of another group, that group's members are others to the archive, and the archive's
-// group is among the others here.
+// When the file belongs to another group, that group's members are among the archive's others, and
+// the archive's group is among the file's others.
 bool CacheRights::Narrow(const PlainFile& file) const {
   struct statx made;
   if (statx(file.Handle(), "", AT_EMPTY_PATH, STATX_MODE | STATX_GID, &made) != 0) return false;

@@ -4,8 +4,8 @@
 
 #include "indexer/plain_file.h"
 
-// Who may do what with the cache files of an archive: its owner may read and write them, others no
-// more than they may the archive.
+// Who may do what with the cache files of an archive: its owner may read and write them, others may
+// do no more with them than with the archive.
 class CacheRights {
  public:
   // A missing archive gives others no rights.

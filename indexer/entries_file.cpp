@@ -16,7 +16,8 @@ constexpr IndexTime kIntervalWithoutSteps = 3000;
 constexpr int kStepsForInterval = 5;
 
 // Has the system provide pages for memory that is about to be filled: all at once costs far less
-// than one by one, as each is touched. Where it does not know how, they come one by one.
+// than one by one as each is touched. A system that does not know the call still provides them one
+// by one.
 void ProvidePages(void* memory, std::size_t size) {
   constexpr int kPopulateWrite = 23;  // MADV_POPULATE_WRITE, which older headers lack
   constexpr std::uintptr_t kPage = 4096;
@@ -25,14 +26,14 @@ void ProvidePages(void* memory, std::size_t size) {
   madvise(reinterpret_cast<void*>(begin - inPage), size + inPage, kPopulateWrite);
 }
 
-// Reads on until there is a portion of entries more, or `most` in all. The number of entries added.
+// Reads one more portion of entries, or as many as make `most` in all. Returns how many it added.
 // REQUIRES: there is room for `most`.
 int ReadPortion(PlainFile& file, int most, QVector<ZEL_ID3_REC>* entries) {
   const int before = entries->size();
   const int wanted = std::min(kEntriesPerRead, most - before);
   if (wanted < 1) return 0;
   const std::size_t size = static_cast<std::size_t>(wanted) * sizeof(ZEL_ID3_REC);
-  // Memory for few entries is mostly not new, but what others have given back.
+  // Memory for few entries is mostly reused, and its pages are there already.
   if (most > kEntriesPerRead) ProvidePages(entries->data() + before, size);
   entries->resize(before + wanted);
   const std::size_t got = file.Read(entries->data() + before, size);

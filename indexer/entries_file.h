@@ -7,8 +7,8 @@
 // The .id3 file: ZEL_ID3_REC after ZEL_ID3_REC, 24 bytes each, as they are in memory. A fragment at
 // its end is not an entry.
 
-// So many entries are read at a time: one read does for most files, and of large ones the processor
-// keeps them near until they are looked at.
+// How many entries are read at a time: one read is enough for most files, and the portions of large
+// ones stay in the processor's cache until they are looked at.
 constexpr int kEntriesPerRead = 4096;
 
 // Loads the entries of an open file into an empty store: the entries themselves, the times that

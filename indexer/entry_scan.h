@@ -7,7 +7,7 @@
 #include "indexer/store_order.h"
 #include "indexer/time_range.h"
 
-// What the entries of a file say while they are loaded, portion by portion.
+// What is learnt from the entries of a file while they are loaded, portion by portion.
 class EntryScan {
  public:
   // Takes a portion.

@@ -11,20 +11,21 @@ QVector<FilePosition> Sorted(QVector<FilePosition> positions) {
   return positions;
 }
 
-// Appends the cuts at the first entries, after the headers that go before each.
+// Appends the cuts at the first `entryCount` entries, each after the headers that go before it.
 void AppendCuts(const QVector<ZEL_ID3_REC>& entries, int entryCount,
                 const QVector<FilePosition>& sortedHeaders, QVector<FilePosition>* cuts) {
   auto header = sortedHeaders.begin();
   for (int i = 0; i < entryCount; ++i) {
     const FilePosition cut = entries.at(i).offsetLow;
-    // The first cut greater than a header exceeds all cuts before it. So those that go before it
-    // are all that are left below it, in order as if each had been inserted by itself.
+    // The first cut greater than a header also exceeds all cuts before it. So the headers that go
+    // before a cut are all those left below it, in the same order as if each had been inserted by
+    // itself.
     for (; header != sortedHeaders.end() && *header < cut; ++header) cuts->append(*header);
     cuts->append(cut);
   }
 }
 
-// Both lists ascend, so that the nearest cuts around the position are the stretch.
+// Both lists ascend, so the nearest cuts around the position bound the stretch.
 FileStretch ImpliedStretchAt(const sFile_Index_Store& store, FilePosition position) {
   const QVector<FilePosition>& headers = store.impliedCuts.sortedHeaders;
   const ZEL_ID3_REC* const first = store.id3Records.constData();

@@ -5,10 +5,10 @@
 #include "blocks/units.h"
 #include "indexer/file_index_store.h"
 
-// The positions that cut a file into stretches to read. Those of a file whose entries are loaded
-// are the low 32 bits of the entries' positions, in their order, and each header before the first
-// of them that is greater; a header with no greater one is left out. All of them throw
-// std::bad_alloc.
+// The positions that cut a file into stretches to read. For a file whose entries are loaded they
+// are the low 32 bits of the entries' positions, in the order of the entries, and each header goes
+// before the first of these that is greater; a header without a greater one is left out. All
+// functions throw std::bad_alloc, except where they say otherwise.
 
 // Cuts a file where its entries and headers are. REQUIRES: it has entries and no cuts yet, and
 // `positionsAscend` says whether the entries' low positions do. Costs no more than sorting the

@@ -57,8 +57,8 @@ inline void AddStream(StreamMap& map, std::uint8_t streamId) {
 
 // Cuts that are not listed because they follow from the entries, whose low positions ascend.
 struct ImpliedCuts {
-  int entryCount = 0;                   // these entries, from the first on, are cuts
-  QVector<FilePosition> sortedHeaders;  // and those of these that have one of them after them
+  int entryCount = 0;                   // so many entries, from the first on, are cuts
+  QVector<FilePosition> sortedHeaders;  // each is a cut if one of those entries lies after it
 };
 
 // Everything known about one archive file.
@@ -71,10 +71,10 @@ struct sFile_Index_Store {
   IndexTime startTime = kNoStartTime;
   IndexTime lastIndexTime = 0;
   IndexTime endTime = 0;
-  IndexTime indexInterval = 0;  // typical distance of two entries
+  IndexTime indexInterval = 0;  // typical distance between two entries
   StreamMap streamMap = {};
   // Where the file can be cut into stretches to read: entries, headers, and the end position last.
-  // Those that are implied go before the others.
+  // Implied cuts go before the listed ones.
   ImpliedCuts impliedCuts;
   QVector<FilePosition> blockPositions;
   // Only head and tail of the file are known, or nothing yet.

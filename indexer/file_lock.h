@@ -12,7 +12,7 @@ class FileLock {
   FileLock& operator=(FileLock&& other) noexcept;
 
   // Locks a file that is open, without waiting. False when somebody else holds the lock. Where the
-  // file system knows no locks, everybody gets it. A lock held before is given up.
+  // file system does not support locks, everybody gets it. A lock held before is given up.
   bool Take(const PlainFile& file);
   void Release();
 

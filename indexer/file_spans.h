@@ -7,7 +7,7 @@
 
 #include "blocks/units.h"
 
-// From when to when the files of an archive last, both ends included: finds the file of a time.
+// The spans of time of an archive's files, both ends included: finds the file of a time.
 class FileSpans {
  public:
   // Files are added by number, in ascending order. Throws std::bad_alloc.
@@ -32,7 +32,7 @@ class FileSpans {
   bool mStartsAscend = true;
 };
 
-// Every lookup begins with it, so it is worth being compiled into its callers.
+// Every lookup begins with this, so it is worth inlining.
 inline std::optional<std::uint32_t> FileSpans::FileAt(ArchiveTime time) const {
   auto span = mSpans.end();
   if (mStartsAscend) {

@@ -6,9 +6,9 @@
 
 // New files can be made in the folder.
 bool MayMakeFilesBeside(const QString& path);
-// An existing file may be removed, as far as the folder has a say in it: in some folders everybody
-// removes only files of their own.
+// An existing file may be removed, as far as the folder has a say in it: in some folders, users may
+// remove only their own files.
 bool MayRemove(const QString& path);
-// What has been made, renamed or removed in the folder is on the disk. False when that fails; a
-// folder that cannot be asked for it has done what it can.
+// Brings what was made, renamed or removed in the folder to the disk. False when that fails; true
+// for a folder that cannot be opened or does not support it.
 bool SyncFolderOf(const QString& path);

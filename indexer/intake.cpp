@@ -105,7 +105,7 @@ void cZel3Indexer::Add_index(const IDX_T& index) {
 
 void cZel3Indexer::Add_block(const DATA_T& block, const unsigned char* payload,
                              std::size_t payloadSize) {
-  // Both count for the pending entry, whether or not there is one yet.
+  // Level and event count for the pending entry, whether or not there is one yet.
   ZEL_ID3_REC& pending = intake.pendingId3Rec;
   CountActivity(block, &pending);
   if (!IsEventType(block.type)) return;
@@ -125,7 +125,7 @@ void cZel3Indexer::Add_block(const DATA_T& block, const unsigned char* payload,
 void cZel3Indexer::Update_current_index_events(const EVT_FILE_DATA_T& group) {
   QList<EVT_FILE_DATA_T>& groups = intake.current.events;
   QMultiMap<GroupKey, int>& places = intake.groupPlaces;
-  // A place that found no memory is missing, and loaded groups have none yet.
+  // A place that could not be allocated is missing, and loaded groups have none yet.
   if (places.size() != groups.size()) {
     places.clear();
     for (int place = 0; place < groups.size(); ++place)

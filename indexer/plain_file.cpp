@@ -123,7 +123,7 @@ bool PlainFile::Empty() {
 
 bool PlainFile::BeginSaving() {
   Flush();
-  // Where it is not possible, saving waits longer.
+  // Where this does not work, saving waits longer.
   sync_file_range(mHandle, 0, 0, SYNC_FILE_RANGE_WRITE);
   return !mFailed;
 }
@@ -134,7 +134,7 @@ bool PlainFile::SaveAndClose() {
   // A file system that cannot wait for the disk has nothing to wait for.
   const bool onDisk = fdatasync(mHandle) == 0 || errno == EINVAL || errno == ENOTSUP;
   const bool saved = onDisk && !mFailed;
-  // A disk may be found full as late as here.
+  // Closing may be the first call to report a full disk.
   const CancellationHold hold;
   const bool closed = close(mHandle) == 0;
   mHandle = -1;

@@ -41,7 +41,8 @@ class PlainFile {
   // Goes on after the bytes read last. Gives fewer than `size` bytes at the end of the file and
   // where reading fails.
   std::size_t Read(void* bytes, std::size_t size);
-  // The same from `position` on. `failed`: not because the file ends. A closed file is empty.
+  // The same from `position` on. `failed` tells a read error from the end of the file. A closed
+  // file is empty.
   std::size_t ReadAt(FilePosition position, void* bytes, std::size_t size, bool* failed) const;
 
   // Goes on after the bytes written last. False when this or an earlier write has failed. Throws
@@ -50,11 +51,10 @@ class PlainFile {
   // Removes all bytes of the file.
   bool Empty();
   // Passes on what was written, and has the system begin to bring it to the disk: files that are
-  // all begun before the first is saved wait for it together. False when this or a write has
-  // failed.
+  // all begun before the first is saved share one wait. False when this or a write has failed.
   bool BeginSaving();
-  // Closes the file when all that was written is on the disk. False when that or a write has
-  // failed; the file is closed then, too.
+  // Closes the file once all that was written is on the disk. False when that or a write has
+  // failed; the file is closed even then.
   bool SaveAndClose();
 
  private:

@@ -27,7 +27,7 @@ bool IsTrusted(const struct statx& status) {
   return isOurs && !S_ISLNK(status.stx_mode);
 }
 
-// Nobody but its owner writes to the folder from now on.
+// Whether others cannot write to the folder; where it is ours, its group cannot from now on either.
 bool Tighten(const QByteArray& path, const struct statx& status) {
   if ((status.stx_mode & S_IWOTH) != 0) return false;
   if (status.stx_uid != geteuid() || (status.stx_mode & S_IWGRP) == 0) return true;

@@ -7,7 +7,7 @@
 void StoreList::File(const sFile_Index_Store& store, const StoreOrder& order) {
   // `store` may be one of the list, which moves when another is inserted.
   FiledStore copy{store, order};
-  // A listed store stays: it keeps no room that it does not need.
+  // A listed store stays, so it keeps no room that it does not need.
   copy.blockPositions.squeeze();
   const IndexTime startTime = copy.startTime;
   const IndexTime endTime = copy.endTime;

@@ -10,23 +10,23 @@
 #include "indexer/file_spans.h"
 #include "indexer/store_order.h"
 
-// A file of the archive as it is listed: its store, which does not change any more, and the order
-// of what that holds.
+// A listed file of the archive: its store, which does not change any more, and the order of what
+// that holds.
 struct FiledStore : sFile_Index_Store {
   StoreOrder order;
 };
 
-// The files of an archive by start time, and what follows from them. Only File changes them, so
-// what follows is always true of them.
+// The files of an archive by start time, and what is derived from them. Only File changes them, so
+// what is derived is always true.
 class StoreList {
  public:
   using Stores = std::deque<FiledStore>;
 
   const Stores& Files() const { return files; }
 
-  // Lists a copy of `store`: in place of a store of the same file name that is met on the way, else
-  // by start time. `store` may be one of the list. REQUIRES: `order` is that of `store`. Throws
-  // std::bad_alloc; the files are as before then.
+  // Lists a copy of `store` by start time; a store of the same file name that is met on the way to
+  // its place is replaced instead. `store` may be one of the list. REQUIRES: `order` is that of
+  // `store`. Throws std::bad_alloc; then the files are as before.
   void File(const sFile_Index_Store& store, const StoreOrder& order);
 
   // The range of all files that were ever listed: never narrowed, not even by a replacement.

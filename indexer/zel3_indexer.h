@@ -30,7 +30,7 @@ class cZel3Indexer {
 
   // The archive's files (stores.cpp, header_walk.cpp; the list itself: store_list.h).
 
-  // By start time; filed by Add_file_index and by what says so below.
+  // By start time; filed by Add_file_index and by those functions below that say so.
   const StoreList::Stores& Files() const { return stores.Files(); }
   // The file being opened or collected. It reaches Files() as a copy only.
   const sFile_Index_Store& Current() const { return intake.current; }
@@ -46,12 +46,12 @@ class cZel3Indexer {
   // file is listed with its head only.
   void Add_first_index(const IDX_T& index);
   void Add_last_index(const IDX_T& index);
-  // Files a copy of `store`: in place of a store of the same file name that is met on the way, else
-  // by start time. Throws std::bad_alloc.
+  // Files a copy of `store` by start time; a store of the same file name that is met on the way to
+  // its place is replaced instead. Throws std::bad_alloc.
   void Add_file_index(const sFile_Index_Store& store);
 
   // Lookups (time_lookup.cpp; which file holds a time: file_spans.h). They find what a walk from
-  // front to back finds, also where times do not ascend.
+  // front to back finds, even where times do not ascend.
 
   // The entry that a request for archive time `time` means. kAtOrBefore: the entry at or before it;
   // kNeighbour: the one after that, or before it when not `forward`; any other type finds nothing.
@@ -116,8 +116,8 @@ class cZel3Indexer {
   // Claims the current cache files for a run: they are made anew, empty. Where that is refused,
   // those in the cache folder of the temporary folder are claimed instead, and that folder stays
   // `cacheFolder`; where it is refused because another run is at work on the files, that folder
-  // serves the current archive only, until EndRun. What the run holds already stays as it is. False
-  // when both places refuse.
+  // serves the current archive only, until EndRun. Files that the run already holds stay as they
+  // are. False when both places refuse.
   bool Reopen_for_write();
   // Writes the current store to its cache files and lets go of them. The cache becomes valid in one
   // step at the very end, so that a crash or a full disk leaves none rather than half of one.
