@@ -11,7 +11,7 @@ namespace {
 // Smaller files are never opened.
 constexpr std::uint64_t kSmallestArchive = 16;
 
-// The archives of a folder; those of one time by name.
+// The archives of a folder; those of the same time are ordered by name.
 std::vector<ListedFile> NewestFirst(const QString& folder) {
   std::vector<ListedFile> archives = ListFolder(folder, {".zel3", ".zel"}, true);
   std::sort(archives.begin(), archives.end(), [](const ListedFile& one, const ListedFile& other) {
@@ -46,7 +46,7 @@ int CZel3FileReader::open(const char* path) {
   }
   if (!opened) return 0;
 
-  // Opening may have answered the request already, hence the look at it only now.
+  // Looked at only now, because opening may have answered the request already.
   const bool listRequested = source.IsListRequested();
   indexer.ready = true;
   playing.ForgetEntries();
@@ -109,7 +109,8 @@ bool CZel3FileReader::Open_file(const QString& path, bool headAndTailOnly) {
   return false;
 }
 
-// Makes at once what index can be made; else starts an indexing run, and the file is not open yet.
+// Makes a quick index where that will do. Otherwise starts an indexing run, and the file is not
+// open yet.
 bool CZel3FileReader::MakeIndex(const QString& path, bool headAndTailOnly) {
   if (headAndTailOnly) {
     indexer.Open_file_draft(path);
@@ -122,7 +123,7 @@ bool CZel3FileReader::MakeIndex(const QString& path, bool headAndTailOnly) {
   return false;
 }
 
-// Its bytes only: neither its cache nor its index.
+// For the bytes of the file only: neither its cache nor its index is touched.
 void CZel3FileReader::OpenForBytes(const QString& path) {
   if (!archiveFile.Open(path)) NoteFailure(path);
 }

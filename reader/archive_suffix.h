@@ -2,7 +2,7 @@
 
 #include <QString>
 
-// The suffix of a file's name tells its format. Upper and lower case are the same.
+// The suffix of a file's name tells its format. Upper and lower case count as the same.
 
 // What follows the last "." of `name`; empty without one.
 inline QString SuffixOf(const QString& name) {

@@ -34,7 +34,7 @@ bool ChildBricks::EndChain(CBrick& owner) {
 }
 
 void ChildBricks::EndAll() {
-  // Each has a block of its own, so that one that finds no memory does not keep the others.
+  // Each gets its own block, so that one that cannot be allocated does not hold up the others.
   const auto end = [](auto*& child) {
     if (child != nullptr) Contain([&child] { EndChild(child, KillBlock::New()); });
   };
@@ -53,7 +53,7 @@ void CZel3FileReader::Create_index_reader(const QString& path) {
   std::memset(readerConfig.sourcePath, 0, sizeof(readerConfig.sourcePath));
   std::memcpy(readerConfig.sourcePath, localPath.constData(), length);
   reader->Create(readerConfig);
-  // From here on it ends by itself, when told so.
+  // From here on it ends by itself when it is told to.
   children.indexReader = reader.release();
 }
 

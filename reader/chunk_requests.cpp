@@ -22,7 +22,7 @@ struct CZel3FileReader::Answer {
   FilePosition entryStart = 0;
   std::uint64_t entryLength = 0;
 
-  // Each length is held against the bound on its own: positions from a cache may be anything.
+  // Each length is compared with the bound by itself: positions from a cache may be anything.
   bool Fits() const {
     return headerLength <= kLargestAnswer && entryLength <= kLargestAnswer &&
            Size() <= kLargestAnswer;
@@ -56,7 +56,8 @@ void CZel3FileReader::OnChunkRequest(const ChunkRequestBlock& request, const QSt
     parked.SetPending(true);
     bool hasBegun = false;
     Start_make_index(fileToIndex, &hasBegun);
-    // Its end answers. Where a host delivers at once, that has been, and the brick may be gone.
+    // The end of the run answers. If the host delivers at once, that has already happened, and the
+    // brick may be gone.
     if (hasBegun) return;
     parked.SetPending(false);
   }
@@ -77,7 +78,7 @@ void CZel3FileReader::SendChunkAnswer(const TZEL3ChunkInfo& info) {
   SendData(answer);
 }
 
-// A preview is served as any other request.
+// A preview is served like any other request.
 void CZel3FileReader::OnParserPreviewRequest(const ParserChunkRequestBlock& request) {
   OnParserChunkRequest(request);
 }
@@ -131,21 +132,21 @@ bool CZel3FileReader::Need_header_for_index(IndexId indexId, FilePosition* heade
   return true;
 }
 
-// An answer that is too large, or for which there is no memory, becomes that of an entry not found.
+// An answer that is too large, or that cannot be allocated, becomes that of an entry not found.
 RawDataBlock CZel3FileReader::MakeAnswerBlock(Answer& answer) {
   if (answer.Fits()) {
     try {
       return RawDataBlock::New(static_cast<std::uint32_t>(answer.Size()));
     } catch (const std::bad_alloc&) {
-      // The small answer below may still be had.
+      // There may still be memory for the small answer below.
     }
   }
   answer = Answer();
   return RawDataBlock::New(static_cast<std::uint32_t>(answer.Size()));
 }
 
-// A part of which nothing could be read takes no room, so that the next one stands in its place; a
-// part that was read short keeps its room. What is not written is left uninitialised.
+// A part of which nothing could be read takes no room, and the next one stands in its place; a part
+// that was read only partly keeps its room. What is not written is left uninitialised.
 void CZel3FileReader::FillAnswer(const Answer& answer, ArchiveTime time, unsigned char* bytes) {
   const auto read = [&](FilePosition start, std::uint64_t length) {
     return archiveFile.ReadAt(start, bytes, static_cast<std::size_t>(length)) > 0;

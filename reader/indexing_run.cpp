@@ -7,7 +7,7 @@
 
 namespace {
 
-// The warning with which an index reader tells that it has read all of its file.
+// The warning by which an index reader says that it has read all of its file.
 bool IsEndOfFile(const cMemBlock& block) {
   if (block.GetType() != tag::kNotify) return false;
   const auto notify = NotifyBlock::View(block);
@@ -71,8 +71,8 @@ int CZel3FileReader::Start_make_index(const QString& path, bool* hasBegun) {
   return 0;
 }
 
-// Makes the chain on an empty index. False when it does not stand; what there is of it is left to
-// the caller.
+// Makes the chain on an empty index. False when it is not complete; what has been made of it is
+// left to the caller.
 bool CZel3FileReader::MakeChain(const QString& file) {
   // Opening may have loaded an older cache; the records of the run must not come on top of it.
   indexer.BeginIntake();
@@ -93,10 +93,11 @@ void CZel3FileReader::Send_start_indexing(const QString& file) {
   SendProgress(0);
 }
 
-// The parser takes this as the word to ask the index reader for more. Without it nothing moves on,
-// so a request that could not be allocated is sent with the next command.
+// The parser takes this as the signal to ask the index reader for more. Without it nothing moves
+// on, so a request that could not be allocated is sent with the next command.
 void CZel3FileReader::PullNextBlock() {
-  // Before: where a host delivers at once, the run may be over after the send, and the brick gone.
+  // Set before sending: where a host delivers at once, the run may be over after the send, and the
+  // brick gone.
   run.SetPullMissed(false);
   const bool sent = TryAFewTimes([this] {
     auto request = ChunkRequestBlock::New();
@@ -119,21 +120,21 @@ void CZel3FileReader::Send_finish_indexing() {
   const IndexingRun ended = run.End();
   Contain([&] { SaveIndex(ended.IsWhole()); });
   children.EndChain(*this);
-  // The archive is opened again also when nobody can be told.
+  // The archive is opened again even when nobody can be told.
   Contain([this] { SendRunEnded(); });
   OpenAfterRun();
   AnswerPendingChunkRequest(ended.File());
 }
 
-// Where records were lost or the end of the file could not be read, the index is not whole. It is
-// not kept then: the cache files stay empty, and the file is indexed again.
+// Where records were lost or the end of the file could not be read, the index is not whole. Then it
+// is not kept: the cache files stay empty, and the file is indexed again.
 void CZel3FileReader::SaveIndex(bool hasAllRecords) {
   indexer.CloseLastStretch(archiveFile.Size() - 1);
   if (hasAllRecords && children.indexReader->archiveFile.ReachesTheEnd()) indexer.Save_files();
 }
 
-// What could not be read may have been out of reach for a while only: if some of it can be read at
-// the end, the run starts from the front, on an empty index, with the same request waiting.
+// What could not be read may have been out of reach only for a while: if some of it can be read at
+// the end, the run starts over on an empty index, with the same request waiting.
 bool CZel3FileReader::BeginAnew() {
   if (!run.MayBeginAnew() || !children.indexReader->archiveFile.CanBeReadNow()) return false;
   run.BeginAnew();
@@ -155,7 +156,7 @@ void CZel3FileReader::AnswerPendingChunkRequest(const QString& justIndexed) {
   if (!parked.IsPending()) return;
   parked.SetPending(false);
   Send_all_events_notify();
-  // A handle of its own: the answer may start another run, which keeps another request.
+  // A copy of the handle: the answer may start another run, which keeps another request.
   const ChunkRequestBlock request = parked.ChunkRequest();
   OnChunkRequest(request, justIndexed);
 }

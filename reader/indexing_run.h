@@ -28,7 +28,7 @@ class IndexingRun {
   bool IsWhole() const { return mWhole; }
   void SetWhole(bool whole) { mWhole = whole; }
 
-  // The run reads its file from the front once more, which it does once at most.
+  // The run may read its file from the front once more; it does so once at most.
   bool MayBeginAnew() const { return !mBegunAnew; }
   void BeginAnew() { mBegunAnew = true; }
 
@@ -36,13 +36,13 @@ class IndexingRun {
   bool IsPullMissed() const { return indexing && mPullMissed; }
   void SetPullMissed(bool missed) { mPullMissed = missed; }
 
-  // The percent told last. A run goes on from that of the run before.
+  // The percentage told last. A new run continues from that of the run before.
   std::uint32_t Percent() const { return lastProgressPercent; }
-  // False when it is the percent told last.
+  // False when it is the percentage told last.
   bool SetPercent(std::uint32_t percent);
 
  private:
-  // What the next run, or none, is made of.
+  // What a run begins as, and what is left when one ends.
   IndexingRun Fresh() const;
 
   QString mFile;

@@ -3,7 +3,7 @@
 #include <memory>
 
 // Tells after a send whether the brick that owns this is still there: a host may deliver at once,
-// and a receiver may end the brick then.
+// and a receiver may then end the brick.
 class Life {
  public:
   // Expired once the brick is gone. Throws nothing.

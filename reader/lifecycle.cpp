@@ -6,7 +6,7 @@
 
 namespace {
 
-// A text field of the creation record; one without NUL ends one byte before the field does.
+// A text field of the creation record; a text without a NUL ends one byte before the field does.
 QByteArray FieldText(const char (&field)[261]) {
   return QByteArray(field, static_cast<int>(strnlen(field, sizeof(field) - 1)));
 }

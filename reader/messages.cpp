@@ -13,7 +13,7 @@ void CZel3FileReader::Send_indexing_progress() {
   SendProgress(run.Percent());
 }
 
-// Progress that finds no memory is not told: no run fails for that.
+// Progress that cannot be allocated is not told: no run fails because of that.
 void CZel3FileReader::SendProgress(std::uint32_t percent) {
   Contain([&] {
     const QString detail = archiveFile.Path().isEmpty()

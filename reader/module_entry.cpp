@@ -16,7 +16,7 @@ bool IsReaderConfig(const TBrickConfig& config) {
 }  // namespace
 
 // Makes a reader for `config`; null when the configuration asks for another brick. A reader whose
-// source cannot be opened is returned too: it tells its clients. Gives the brick to the caller.
+// source cannot be opened is returned as well; it tells its clients so. The caller owns the brick.
 // Throws what construction throws.
 MODULE_EXPORT CBrick* CreateBrick(TBrickConfig* config) {
   if (config == nullptr || !IsReaderConfig(*config)) return nullptr;

@@ -36,7 +36,7 @@ void CZel3FileReader::OnPlayCmd(const PlayBlock& command) {
   reset.Record().forward = play.forward;
   const std::weak_ptr<const void> watch = life.Watch();
   SendData(reset);
-  // Also where the receiver has asked for a start in that.
+  // Even if the receiver has asked for a start during the send.
   if (!watch.expired()) playing.streamStopped = true;
 }
 

@@ -6,7 +6,7 @@
 //
 // After a play command no bytes are served until a chunk request says where to begin.
 struct Playing {
-  // Another archive: the entries found and sent are none of its own.
+  // For another archive: the entries found and sent are not its own.
   void ForgetEntries() { lastChunk = nextChunk = TZEL3ChunkInfo(); }
 
   bool streamStopped = true;  // until a chunk request of type kAtOrBefore

@@ -13,8 +13,8 @@ constexpr std::size_t kStretch = 65535;
 // The step is 16 bytes longer than a stretch: those bytes between two stretches, and the last 16 of
 // the file, are never searched.
 constexpr std::uint64_t kStep = 65551;
-// Mostly the first and the last index record stand near the ends of a file: so much is read before
-// all of a stretch.
+// The first and the last index record mostly stand near the ends of a file: so much is read before
+// a whole stretch is.
 constexpr std::size_t kNearEnd = 8192;
 constexpr std::size_t kNowhere = ~std::size_t{0};
 
@@ -52,8 +52,8 @@ struct Header {
   int length;
   int firstIndexPlace;  // counts from the start of the file, not from the header
 
-  // Whether more bytes of the file would say nothing else: neither about the streams, of which the
-  // last may begin at the byte before `length`, nor about the first index record.
+  // Whether more bytes of the file would change nothing: neither the streams, of which the last may
+  // begin at the byte before `length`, nor the first index record.
   bool LiesWithin(std::size_t size) const {
     return bodySize >= 2 * sizeof(std::int16_t) && static_cast<int>(bodySize) >= length + 2 &&
            (firstIndexPlace < 0 ||
@@ -96,8 +96,8 @@ bool ReadHeadIndex(const ArchiveFile& file, cZel3Indexer& indexer) {
 
 enum class TailSearch { kFound, kNotFound, kNothingThere };
 
-// Looks for the last index record of the stretch of the file at `position`, from its byte `from`
-// on.
+// Looks for the last index record in the stretch of the file at `position`, from the stretch's byte
+// `from` on.
 TailSearch SearchStretch(const ArchiveFile& file, cZel3Indexer& indexer, FilePosition position,
                          std::uint64_t from) {
   // The body of a marker at the end of the stretch may reach beyond it.
@@ -120,8 +120,8 @@ TailSearch SearchStretch(const ArchiveFile& file, cZel3Indexer& indexer, FilePos
 bool ReadTailIndex(const ArchiveFile& file, cZel3Indexer& indexer) {
   const std::uint64_t size = file.SizeNow();
   FilePosition position = size - std::min(size, kStep);
-  // Where the end alone does not tell, the whole stretch is searched, that end included: all of it
-  // is then as it was at one time.
+  // Where the end alone does not tell, the whole stretch is searched, that end included, so that
+  // all of it is as it was at one moment.
   const std::uint64_t searched = std::min<std::uint64_t>(size - position, kStretch);
   if (searched > kNearEnd &&
       SearchStretch(file, indexer, position, searched - kNearEnd) == TailSearch::kFound) {

@@ -17,7 +17,7 @@ class Source {
   // REQUIRES: the source is a folder.
   const QDir& Folder() const { return folder; }
 
-  // Notes that a file could not be opened, by its full path. False when that is known already.
+  // Notes that a file could not be opened, by its full path. False when that was already known.
   bool NoteFailure(const QString& path);
   bool HasFailed(const QString& path) const { return failedFiles.contains(path); }
 

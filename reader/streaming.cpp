@@ -17,7 +17,7 @@ RawDataBlock Beginning(const RawDataBlock& block, std::uint32_t size) {
 
 }  // namespace
 
-// The brick may be gone when a send returns: sending comes last.
+// Sending comes last: the brick may be gone when a send returns.
 void CZel3FileReader::ReadAndSend() {
   if (!isIndexReader) {
     RawDataBlock block = RawDataBlock::New(kIndexRecordSize);
@@ -38,7 +38,7 @@ void CZel3FileReader::ReadAndSend() {
       SendData(Beginning(RawDataBlock::View(portion.block), portion.size));
     }
   } catch (...) {
-    // Then it is still there, and nobody has got the portion.
+    // After an exception the brick is still there, and nobody has received the portion.
     unsent = portion;
     throw;
   }

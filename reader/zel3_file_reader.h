@@ -51,7 +51,7 @@ class CZel3FileReader : public CBrick {
   void close();
 
   // Opening (archive_opening.cpp). Paths: local 8-bit encoding as char*, else decoded. The result
-  // is 0 or false also when an indexing run was started, whose end reopens the source.
+  // is also 0 or false when an indexing run was started, whose end reopens the source.
   // `headAndTailOnly`: a quick index will do.
   int open(const char* path);
   bool Open_folder(const QString& folderPath);
@@ -106,8 +106,8 @@ class CZel3FileReader : public CBrick {
   void Send_all_events_notify();
 
   // The indexing run (indexing_run.cpp). `path` empty: the current file. `hasBegun` is set before
-  // anything is sent: where a host delivers at once, a run that has begun may have ended, and the
-  // brick too, unless it is being opened.
+  // anything is sent: where a host delivers at once, a run that has begun may already have ended,
+  // and so may the brick, unless it is being opened.
   int Start_make_index(const QString& path, bool* hasBegun);
   bool MakeChain(const QString& file);
   void Send_start_indexing(const QString& file);
@@ -138,8 +138,8 @@ class CZel3FileReader : public CBrick {
   // The state. A part's header says what holds for it.
   TBrickConfig config = {};
   bool isIndexReader = false;  // made by another reader to feed a run: only streams its file
-  // Opening starts a run. Where a host delivers at once, the run ends and opens the source again
-  // meanwhile; that must not start another one.
+  // Opening starts a run. Where a host delivers at once, the run ends meanwhile and opens the
+  // source again, which must not start another run.
   bool isStartingRun = false;
   Life life;
   cZel3Indexer indexer;
