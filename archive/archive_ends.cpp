@@ -10,7 +10,7 @@
 
 namespace {
 
-// An entry is longer than this only in archives that hardly have any.
+// Only archives with hardly any entries have longer ones.
 constexpr std::uint64_t kLongestSearch = 16 << 20;
 constexpr std::uint64_t kSearchedAtOnce = 65536;
 
@@ -52,7 +52,8 @@ std::optional<ArchiveTime> TimeAt(const PlainFile& file, FilePosition position) 
   return ToArchiveTime(DecodeIndexBody(bytes + kMarkerSize).time);
 }
 
-// By the first header of the file; where that leads nowhere, by the last one not before `begin`.
+// Follows by the first header of the file; where that leads nowhere, by the last one not before
+// `begin`.
 FollowedFraming FollowToEnd(const PlainFile& file, FilePosition from, FilePosition begin) {
   const FollowedFraming followed = FollowFraming(file, from, file.Size(), FilePosition{0});
   if (!followed.isDamaged) return followed;

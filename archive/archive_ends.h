@@ -12,7 +12,7 @@ struct ArchiveEnds {
   bool isCutOff = false;  // the last record is not whole
 };
 
-// Reads only the two ends of the file. Nothing unless a header leads to the first record, and the
-// framing leads without damage from the last one to the end of the file. Throws Failure when the
+// Reads only the two ends of the file. Nothing unless a header leads to the first record and the
+// framing leads from the last one to the end of the file without damage. Throws Failure when the
 // user interrupts.
 std::optional<ArchiveEnds> EndsOf(const PlainFile& file);

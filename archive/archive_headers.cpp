@@ -31,7 +31,7 @@ std::optional<ArchiveHeader> HeaderAt(const PlainFile& file, FilePosition positi
   std::int16_t length = 0;
   if (!cursor.Read(&marker) || !cursor.Read(&length)) return std::nullopt;
   if (marker != kHeaderMarker || length < kShortestHeaderLength) return std::nullopt;
-  // The length leaves out the last NUL.
+  // The length does not count the last NUL.
   const std::string body =
       BytesAt(file, position + kMarkerSize, static_cast<std::size_t>(length) + 1);
   return DecodeHeaderBody(reinterpret_cast<const unsigned char*>(body.data()), body.size());
@@ -53,8 +53,8 @@ void AddStreams(const ArchiveHeader& header, StreamSet* streams) {
   }
 }
 
-// Nothing when there is no position, or one of them has no header: the positions are then not of
-// this file.
+// Nothing when there is no position, or one of them has no header: then the positions are not those
+// of this file.
 std::optional<StreamSet> StreamsAt(const PlainFile& file,
                                    const std::vector<FilePosition>& headerPositions) {
   if (headerPositions.empty()) return std::nullopt;

@@ -14,7 +14,8 @@
 
 namespace {
 
-// How much of its end a reader searches at first, with what it leaves out there.
+// How much of a file's end a reader searches at first, including the bytes that it leaves out
+// there.
 constexpr std::uint64_t kSearchedTailBytes = 65551;
 
 template <class Integer>

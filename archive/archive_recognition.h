@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-// Tells archives from other files, so that a reader, which empties the cache files of whatever it
-// is given, gets nothing else.
+// Tells archives from other files, so that a reader is given nothing else: it empties the cache
+// files of whatever it is given.
 //
 // An archive, however damaged, holds a header marker where readers look for it, or an index record
 // near its start or its end.

@@ -10,18 +10,18 @@
 #include "blocks/units.h"
 #include "parser/framing.h"
 
-// Writes one archive file, record by record, so that it is a good one: a header comes first, an
-// index record follows every header (unless the file ends there), and data follows an index record
-// and belongs to a stream that the last header declares active or is an event.
+// Writes one well-formed archive file, record by record: a header comes first, an index record
+// follows every header (unless the file ends there), and data follows an index record, and is an
+// event or belongs to a stream that the last header declares active.
 //
 // What would break this is refused with std::invalid_argument; then nothing is written and the
-// writer stays usable. A failure of the disk throws std::runtime_error, at once or at a later call,
+// writer stays usable. A disk failure throws std::runtime_error, at once or from a later call,
 // because writing is buffered. Both say why in one line.
 class ArchiveWriter {
  public:
   // Creates or empties the file.
   explicit ArchiveWriter(const std::string& path);
-  // Closes the file without a word about failures.
+  // Closes the file, ignoring errors.
   ~ArchiveWriter() = default;
   ArchiveWriter(const ArchiveWriter&) = delete;
   ArchiveWriter& operator=(const ArchiveWriter&) = delete;

@@ -13,6 +13,6 @@ struct Damage {
   bool IsNone() const { return damaged == 0 && cutOff == 0; }
 };
 
-// Reads all of the archive. Throws what ScanArchive throws.
+// Reads the whole archive. Throws what ScanArchive throws.
 Damage DamageOf(
     const std::string& archive, const OnBytesRead& onBytesRead = [](std::uint64_t) {});

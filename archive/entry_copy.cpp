@@ -9,7 +9,7 @@
 namespace {
 
 constexpr std::uint64_t kCopiedAtOnce = 256 << 10;
-// More than that, and one record, is only where a hole is many empty blocks.
+// Between two cuts there is more than this only where a hole is many empty blocks.
 constexpr std::uint64_t kLongStretch = 2 * kCopiedAtOnce;
 static_assert(kCopiedAtOnce % sizeof(DATA_T) == 0);
 
@@ -56,7 +56,7 @@ void EntryCopy::CopyFront() {
   if (!isWhole && mIndex.HeaderFor(0) != mHeader) CopyHeaderAfterDamage(0);
 }
 
-// A header that stands among bytes that made no sense has been passed over with them.
+// A header among bytes that made no sense was passed over, and counted as lost, with them.
 void EntryCopy::CopyHeaderAfterDamage(std::size_t entry) {
   const FilePosition before = mTo;
   CopyHeaderFor(entry);
@@ -109,7 +109,7 @@ bool EntryCopy::CopyStretch(FilePosition from, FilePosition to, bool* isUndeclar
   const bool isLast = to == mFile.Size();
   const std::optional<FilePosition> headerBefore = mHeader;
   const std::optional<KnownTypes> knownBefore = mKnown;
-  std::vector<FilePosition> cuts{from};  // between records, a portion apart
+  std::vector<FilePosition> cuts{from};  // between records, about a portion apart
   std::optional<FilePosition> undeclared;
   RecordSteps steps(mFile, &mWindow, from, to);
   FilePosition wholeUpTo = from;
@@ -118,7 +118,7 @@ bool EntryCopy::CopyStretch(FilePosition from, FilePosition to, bool* isUndeclar
     const auto header =
         record.kind == RecordSteps::Kind::kHeader ? HeaderAt(mFile, record.position) : std::nullopt;
     const bool isHeader = record.kind == RecordSteps::Kind::kHeader;
-    // Zeros are no data of a stream that nobody has declared.
+    // Zeros are not data of stream 0 unless that has been declared.
     const bool isNothing = record.isZeros && (!mKnown || !(*mKnown)[0]);
     const bool isUnknown = record.type && mKnown && !(*mKnown)[*record.type];
     const bool isWhole = record.size > 0 && (!isHeader || header) && !isNothing;

@@ -5,7 +5,7 @@
 ArchiveTime PlaceAmong(const TimesInARow& row, std::size_t number) {
   const auto& [first, middle, last] = row.times;
   if (row.count < 3) return row.times[number];
-  // The neighbour of the first and of the last may be the one whose time is wrong.
+  // The neighbour of the first or the last may be the one whose time is wrong.
   if (number == 0) return first <= middle || first <= last ? first : middle;
   if (number == 2) return middle <= last || first <= last ? last : middle;
   const bool neighboursFit = first <= last;

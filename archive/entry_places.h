@@ -7,9 +7,10 @@
 
 #include "blocks/units.h"
 
-// The place of an entry is the time by which it stands among the others: its own, unless that does
-// not fit between those of its neighbours, which fit without it. Such an entry goes with the one
-// before it, the first with the one after it. Of two entries nobody can tell which is wrong.
+// The place of an entry is the time that puts it in order among the others: its own, unless that
+// does not fit between those of its neighbours, which fit without it. Such an entry goes with the
+// one before it, the first with the one after it. Of two entries alone, nobody can tell which is
+// wrong.
 
 // The times of entries that follow each other: up to three.
 struct TimesInARow {
@@ -21,7 +22,7 @@ struct TimesInARow {
 // archive; there are three, or as many as the archive has.
 ArchiveTime PlaceAmong(const TimesInARow& row, std::size_t number);
 
-// Tells the places of all entries of an archive while their times come one by one.
+// Tells the places of all entries of an archive as their times come one by one.
 class EntryPlaces {
  public:
   using OnPlace = std::function<void(ArchiveTime place)>;
@@ -31,7 +32,7 @@ class EntryPlaces {
   // In the order of the file. The place of an entry is told when the next one comes, that of the
   // first with that of the second.
   void Add(ArchiveTime time);
-  // No other entry comes.
+  // No more entries come.
   void Finish();
 
  private:

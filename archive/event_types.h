@@ -14,7 +14,7 @@ std::string Name(std::uint8_t type);
 // All names.
 std::vector<std::string> Names();
 
-// The type that a name or a number (144, 0x90) stands for; nothing for another text.
+// The type that a name or a number (144, 0x90) stands for; nothing for any other text.
 std::optional<std::uint8_t> FromText(const std::string& text);
 
 }  // namespace event_types

@@ -31,7 +31,7 @@ Bytes BytesOf(const QList<EVT_FILE_DATA_T>& groups) {
     Append(group.time, &bytes);
     Append(group.offsetLow, &bytes);
     Append(group.eventCount, &bytes);
-    // The count wraps after 255, and no more events than it says are written.
+    // The count wraps after 255, and only as many events as it says are written.
     for (int i = 0; i < std::min<int>(group.eventCount, group.events.size()); ++i) {
       const EVT_FILE_EVENT_T& event = group.events.at(i);
       Append(event.eventType, &bytes);

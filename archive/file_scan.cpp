@@ -23,7 +23,7 @@ void FileScan::UpTo(FilePosition end, const OnBytesRead& onBytesRead) {
     PassHole(data ? data->from : end);
     if (data && !ReadData(data->to, onBytesRead)) break;
   }
-  // A file that is at rest needs none.
+  // A file at rest needs no buffer.
   mBlock = {};
 }
 
@@ -35,7 +35,7 @@ void FileScan::PassHole(FilePosition end) {
   mPosition = end;
 }
 
-// False when the file ends before that.
+// False when the file ends before `end`.
 bool FileScan::ReadData(FilePosition end, const OnBytesRead& onBytesRead) {
   while (mPosition < end) {
     interruption::Check();

@@ -9,15 +9,14 @@
 #include "indexer/plain_file.h"
 #include "parser/framing_parser.h"
 
-// Gets the number of bytes that have been dealt with since the last call. Holes of files that are
-// skipped do not count.
+// Gets the number of bytes dealt with since the last call. Holes that are skipped do not count.
 using OnBytesRead = std::function<void(std::uint64_t)>;
 
 // Feeds a file to a parser, each byte once, part by part. Holes of the file are zeros and cost next
 // to nothing; so are bytes that cannot be read.
 class FileScan {
  public:
-  // Borrows the file and the parser. From `position` on.
+  // Borrows the file and the parser. Begins at `position`.
   FileScan(const PlainFile& file, FramingParser& parser, FilePosition position = 0);
 
   // Goes on up to `end`, or to where the file ends now. Throws Failure when the user interrupts,

@@ -21,22 +21,22 @@ struct FoundRecord {
   std::uint8_t type = 0;            // of data: the stream id; of an event: its type
   Tag streamKind = 0;               // of data: the tag of its blocks
   unsigned level = 0;               // of data and events: 0-31
-  std::uint64_t bytes = 0;          // of data and events: the payload; else what makes no record
-  std::uint64_t count = 1;          // of empty data: so many such blocks follow each other
+  std::uint64_t bytes = 0;          // of data and events: the payload; else what is not a record
+  std::uint64_t count = 1;          // of empty data: how many such blocks follow each other
   std::string text;                 // of an event
   const ArchiveHeader* header = nullptr;  // of a header; borrowed while the record is handed over
 };
 
 // Turns what a parser finds in one file into records, in file order. Blocks of nothing but zeros
-// (stream 0, without level and payload) become one record as far as they follow each other: where
-// stream 0 is active, a hole in a file is millions of them.
+// (stream 0, without level and payload) that follow each other become one record: where stream 0 is
+// active, a hole in a file is millions of them.
 class FoundRecords : public FramingSink {
  public:
   using OnRecord = std::function<void(const FoundRecord&)>;
 
   explicit FoundRecords(OnRecord onRecord) : mOnRecord(std::move(onRecord)) {}
 
-  // The end of the file: hands over what might have been continued.
+  // The end of the file: hands over the record that might have been continued.
   void Finish();
 
   void OnHeader(FilePosition position, const ArchiveHeader& header) override;
@@ -48,7 +48,7 @@ class FoundRecords : public FramingSink {
   void OnCutOff(FilePosition position, std::uint64_t bytes) override;
 
  private:
-  // A record that nothing continues.
+  // Hands over a record that nothing continues.
   void Take(const FoundRecord& record);
   FoundRecord At(FilePosition position, FoundRecord::Kind kind) const;
 

@@ -10,14 +10,14 @@ struct FollowedFraming {
   // The first index record from that place on; nothing when there is none.
   std::optional<FilePosition> index;
   // Otherwise: where the last whole record ends, and whether all bytes up to there make sense. A
-  // record that the end cuts off comes after it.
+  // record cut off by the end comes after that.
   FilePosition wholeUpTo = 0;
   bool isDamaged = false;
 };
 
-// Follows the framing from the record at `from` up to `end`, by the header at `header`; nothing:
-// without one, so that no data is known. Only the heads of records are read, and where the place is
-// lost all bytes up to the next marker. Throws Failure when the user interrupts.
+// Follows the framing from the record at `from` up to `end`, by the header at `header`; without
+// one, no data is known. Only the heads of records are read; where the place is lost, all bytes up
+// to the next marker are. Throws Failure when the user interrupts.
 FollowedFraming FollowFraming(const PlainFile& file, FilePosition from, FilePosition end,
                               std::optional<FilePosition> header);
 

@@ -23,7 +23,7 @@ class GrowingArchive::Placed : public FramingSink {
         mHeaderSize(start.header.size()),
         mShift(start.position - start.header.size()) {}
 
-  // What was there before is not handed over.
+  // Of what was there before, data and damage are not handed over.
   bool isOld = false;
 
   void OnHeader(FilePosition position, const ArchiveHeader& header) override {
@@ -55,7 +55,7 @@ class GrowingArchive::Placed : public FramingSink {
   FramingSink& mSink;
   const FilePosition mHeaderPosition;
   const std::uint64_t mHeaderSize;
-  const FilePosition mShift;  // may be less than nothing, which wraps around
+  const FilePosition mShift;  // may be negative, which wraps around
 };
 
 GrowingArchive::GrowingArchive(std::string path, FramingSink* sink)
@@ -80,7 +80,7 @@ FilePosition GrowingArchive::Position() const {
 }
 
 GrowingArchive::Found GrowingArchive::Look() {
-  // Before the file is read: what it held when it lost its name is read then.
+  // Looked up before reading: so what the file held when it lost its name is still read.
   const auto named = StatusOf(mPath);
   if (!mFile.IsOpen()) {
     if (!named) return Tell(Found::kGone);
@@ -88,7 +88,7 @@ GrowingArchive::Found GrowingArchive::Look() {
       Restart();
       return Found::kReplaced;
     }
-    // One at rest needs no handle.
+    // A file at rest needs no handle.
     if (mId && named->stx_size == Position()) return Tell(Found::kNothing);
     if (!Open()) return Tell(Found::kNotRead);
   }
@@ -123,7 +123,7 @@ bool GrowingArchive::Open() {
     mId = InodeOf(*status);
     return true;
   }
-  // It has been replaced just now, which the next look finds.
+  // It has just been replaced, which the next look finds.
   mFile.Close();
   return false;
 }

@@ -14,8 +14,8 @@
 
 // An archive file that may still be written: hands over what is new in it at each look, record by
 // record. A record that is not whole yet is waited for; damage is passed over as ScanArchive passes
-// over it, and told when the next record is found. No new byte is read twice; where it
-// begins at an entry, the file is gone through once to find that.
+// over it, and told when the next record is found. No new byte is read twice; to begin at an entry,
+// the file is gone through once to find it.
 //
 // The file is kept open between looks, so that what is written to it before it gets another name
 // can still be read.
@@ -27,22 +27,24 @@ class GrowingArchive {
   GrowingArchive(const GrowingArchive&) = delete;
   GrowingArchive& operator=(const GrowingArchive&) = delete;
 
-  // Only what is written from now on is handed over, a record that is not whole yet included. When
-  // there is something, the header and the index record in force come before it. REQUIRES: no look.
+  // Only what is written from now on is handed over, including a record that is not whole yet. When
+  // there is something, the header and the index record in force come before it. REQUIRES: no look
+  // so far.
   void BeginAtEnd();
-  // What stands before this entry is not handed over; the header in force is. REQUIRES: no look.
+  // What stands before this entry is not handed over; the header in force is. REQUIRES: no look so
+  // far.
   void BeginAt(const EntryStart& start);
 
   enum class Found {
     kNothing,
     kMore,      // has been handed over
-    kShorter,   // than it was: it is read from its beginning at the next look
+    kShorter,   // than it was: the next look reads it from its beginning
     kReplaced,  // by another file of the name: likewise, after all that the earlier one held
-    kGone,      // nothing has the name any more; told once
+    kGone,      // no file has the name any more; told once
     kNotRead,   // it cannot be opened, or is not a plain file; told once
   };
 
-  // Throws what the sink throws, which leaves the archive unusable, and Failure when the user
+  // Throws what the sink throws, which leaves this object unusable, and Failure when the user
   // interrupts.
   Found Look();
 
@@ -51,7 +53,7 @@ class GrowingArchive {
   void MoveTo(const std::string& path) { mPath = path; }
   // Gives the handle back until the next look.
   void Close();
-  // Which file it is; nothing before the first look.
+  // Which file it is; nothing before the first look, except after BeginAtEnd.
   const std::optional<InodeId>& Id() const { return mId; }
   bool IsOpen() const { return mFile.IsOpen(); }
 
@@ -74,7 +76,7 @@ class GrowingArchive {
   FramingSink& mSink;
   PlainFile mFile;
   std::optional<InodeId> mId;
-  // What has been taken before the first byte is read; then the scan knows.
+  // Where to begin, until the first byte is read; then the scan knows.
   std::optional<FilePosition> mBeginAtEnd;
   EntryStart mStart;
   std::unique_ptr<Placed> mPlaced;

@@ -3,7 +3,7 @@
 #include "indexer/zel3_indexer.h"
 #include "parser/framing_parser.h"
 
-// Collects the index of an archive, as an indexing run does, from what a parser finds in it.
+// Collects the index of an archive from what a parser finds in it, as an indexing run does.
 class IndexCollector : public FramingSink {
  public:
   // Borrows an indexer whose intake has begun.
@@ -22,7 +22,7 @@ class IndexCollector : public FramingSink {
               Tag /*kind*/) override {
     mIndexer.Add_block(head, payload, head.length);
   }
-  // They are neither active nor events.
+  // Empty blocks are neither activity nor events.
   void OnEmptyData(FilePosition /*position*/, std::uint64_t /*count*/, Tag /*kind*/) override {}
 
  private:

@@ -22,8 +22,8 @@ IndexFit Other(std::string why) {
   return fit;
 }
 
-// The number of the `i`-th of `chosen` things out of `count`: the first, the last, and evenly
-// between.
+// The number of the `i`-th of `chosen` things out of `count`: the first, the last, and those evenly
+// spaced between them.
 std::size_t Chosen(std::size_t i, std::size_t chosen, std::size_t count) {
   return chosen < 2 ? 0 : static_cast<std::size_t>(std::uint64_t{i} * (count - 1) / (chosen - 1));
 }
@@ -43,7 +43,7 @@ bool HasHeaderAt(const PlainFile& archive, FilePosition position) {
          LoadLittleEndian<std::uint32_t>(bytes.data()) == kHeaderMarker;
 }
 
-// The first entry that does not come after the one before it; the number of entries when all do.
+// The first entry that does not begin after the one before it; the number of entries when all do.
 std::size_t FirstOutOfOrder(const KeptIndex& index) {
   for (std::size_t entry = 1; entry < index.Count(); ++entry) {
     if (index.PositionOf(entry) < index.PositionOf(entry - 1) + kIndexRecordSize) return entry;

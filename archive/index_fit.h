@@ -6,12 +6,12 @@
 #include "blocks/units.h"
 #include "indexer/plain_file.h"
 
-// Whether an index is that of an archive as the archive is now. A cache is found by its name only,
+// Whether an index is that of an archive as the archive is now. A cache is found only by its name,
 // and an archive may have grown since, or another one may have taken its name.
 struct IndexFit {
   enum class Verdict {
     kFits,
-    kGrown,  // what it says is so, but the archive goes on after it
+    kGrown,  // what it says is true, but the archive goes on after it
     kOther,  // it is the index of something else
   };
 

@@ -23,7 +23,7 @@ bool KeptEvents::NextGroup(KeptGroup* group) {
   std::uint8_t count = 0;
   if (!bytes.Read(&group->time) || !bytes.Read(&group->offsetLow) || !bytes.Read(&count))
     return Fail();
-  // A count that has wrapped may be 0, but no run writes a head of zeros.
+  // A count that has wrapped may be 0, but no run writes a head of nothing but zeros.
   if (group->time == 0 && group->offsetLow == 0 && count == 0) return Fail();
   group->count = count;
   mTime = group->time;

@@ -13,7 +13,7 @@
 
 namespace {
 
-// Each entry has a record of its own in the archive, and so has each header.
+// Each entry has its own record in the archive, and so has each header.
 constexpr std::uint64_t kSmallestHeaderSize = kMarkerSize + kShortestHeaderLength + 1;
 
 bool CanBelongTo(const PlainFile& cacheFile, std::uint64_t recordSize, std::uint64_t archiveBytes,

@@ -11,23 +11,23 @@
 #include "indexer/file_index_store.h"
 
 // The index of one archive, as its cache files keep it or as a run over it would collect it, for
-// what the program finds out by itself.
-// Entries are numbered from 0, in the order of the file. There is at least one.
+// what the program finds out by itself. Entries are numbered from 0, in file order. There is at
+// least one.
 class KeptIndex {
  public:
-  // Nothing without entries, when the files cannot be read, or when they hold more than an archive
-  // of `archiveBytes` bytes can have.
+  // Nothing when there are no entries, when the files cannot be read, or when they hold more than
+  // an archive of `archiveBytes` bytes can have.
   static std::optional<KeptIndex> Load(const CacheNames& names, std::uint64_t archiveBytes);
 
-  // What an indexing run would collect. Reads all of the archive. Nothing without entries. Throws
-  // what ScanArchive throws.
+  // What an indexing run would collect. Reads the whole archive. Nothing when there are no entries.
+  // Throws what ScanArchive throws.
   static std::optional<KeptIndex> Collect(const std::string& archive);
 
   std::size_t Count() const { return mEntries.size(); }
   FilePosition PositionOf(std::size_t entry) const;
   // As the archive has it.
   ArchiveTime TimeOf(std::size_t entry) const { return ToArchiveTime(mEntries[entry].time); }
-  // The time by which the entry stands among the others.
+  // The time that puts the entry in order among the others.
   ArchiveTime PlaceOf(std::size_t entry) const {
     return mTimesAscend ? TimeOf(entry) : PlaceAmongOthers(entry);
   }
@@ -36,7 +36,7 @@ class KeptIndex {
 
   // The position of the last header that stands before the entry; nothing without one.
   std::optional<FilePosition> HeaderFor(std::size_t entry) const;
-  // In the order of the file.
+  // In file order.
   const std::vector<FilePosition>& Headers() const { return mHeaders; }
 
  private:
@@ -54,10 +54,10 @@ class KeptIndex {
 struct IndexedSpan {
   ArchiveTime start = 0;  // the earliest
   ArchiveTime end = 0;    // the latest: of the last entry, not the end of what is recorded
-  ArchiveTime step = 0;   // typical; 0 without any
+  ArchiveTime step = 0;   // the typical one; 0 without any
   std::uint64_t entries = 0;
   std::uint64_t misplaced = 0;  // entries whose own time is not their place
-  std::uint64_t backward = 0;   // entries that stand at an earlier time than the one before
+  std::uint64_t backward = 0;   // entries with an earlier place than the one before them
 
   bool TimesAscend() const { return misplaced == 0 && backward == 0; }
 };

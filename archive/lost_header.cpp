@@ -20,7 +20,7 @@ bool DeclaresAStream(const ArchiveHeader& header) {
   return false;
 }
 
-// Where an index record stands right after the header of an intact file, the texts must end. The
+// The texts must end where an index record stands right after the header of an intact file. The
 // marker and the two words before them are known without being read.
 std::optional<ArchiveHeader> WhatIsLeft(const PlainFile& file, FilePosition firstIndex) {
   constexpr std::size_t kShortest = kMarkerSize + kShortestHeaderLength + 1;

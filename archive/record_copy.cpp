@@ -11,11 +11,12 @@ namespace {
 
 constexpr std::uint64_t kRecordsBetweenLooks = 65536;  // whether the user interrupts
 
-// What follows each other is at most this long, and one record.
+// What is copied at once is at most this long; a longer range is nothing but empty blocks in a hole
+// of the file.
 constexpr std::uint64_t kLongRange = 2 * SoundStretch::kBytesBetweenCuts;
 static_assert(SoundStretch::kBytesBetweenCuts % sizeof(DATA_T) == 0);
 
-// Calls `use` with what follows each other of the records that are wanted.
+// Calls `use` with each range of wanted records that follow each other.
 template <class Use>
 void ForEachWanted(const PlainFile& file, const SoundStretch& stretch, const KnownTypes& types,
                    Use use) {
@@ -134,7 +135,7 @@ void RecordCopy::CopyReadableRecords() {
     }
   }
   if (from == mTo) return;
-  // The head of a record cannot be read any more.
+  // The head of a record can no longer be read.
   mTarget.lose(from, mTo - from, 0);
   mPassesData = true;
 }

@@ -13,18 +13,18 @@
 // Takes the bytes of a copy in their order.
 struct CopyTarget {
   std::function<void(const unsigned char* bytes, std::size_t size)> write;
-  // So many zeros, which the source does not keep on the disk either.
+  // Takes so many zeros, which the source does not keep on the disk either.
   std::function<void(std::uint64_t size)> skip;
   // These bytes of the source are not copied, because they cannot be read, or are data after an
-  // index record that cannot be read. `entries`: so many index records are among them.
+  // index record that cannot be read. `entries`: how many index records are among them.
   std::function<void(FilePosition position, std::uint64_t size, std::uint64_t entries)> lose;
-  // Takes bytes of the source, by its handle, without their being read here. False when that is not
-  // possible, and they are to be written. May be empty.
+  // Takes bytes of the source by its handle, so that they are not read here. False when that does
+  // not work; then the bytes are written. May be empty.
   std::function<bool(int source, FilePosition position, std::size_t size)> copy = {};
 };
 
-// Copies whole records of one file in large pieces. What comes one after the other goes out at
-// once, so that it may go out later: with what does not follow, or by Flush.
+// Copies whole records of one file in large pieces. Records that follow each other go out together,
+// and so perhaps later: when one comes that does not follow, or by Flush.
 class RecordCopy {
  public:
   // Borrows the file.
@@ -34,9 +34,9 @@ class RecordCopy {
 
   // The whole records of a stretch.
   void Add(const SoundStretch& stretch);
-  // The same, but of the data among them only that of these types.
+  // The same, but only those data records among them that are of these types.
   void AddTypes(const SoundStretch& stretch, const KnownTypes& types);
-  // Bytes of the caller's own.
+  // The caller's own bytes.
   void AddBytes(const std::vector<unsigned char>& bytes);
   void Flush();
 

@@ -38,7 +38,7 @@ RecordSteps::Record RecordSteps::Next() {
   }
 }
 
-// Of the record that is four zeros, with those after it in a hole.
+// The size of a record of four zeros, together with those after it in a hole.
 std::uint64_t RecordSteps::SizeOfZeros() const {
   const auto data = NextData(mFile.Handle(), mPosition, mEnd);
   const std::uint64_t hole = (data ? data->from : mEnd) - mPosition;

@@ -26,13 +26,13 @@ class RecordSteps {
     FilePosition position = 0;
     std::uint64_t size = 0;  // of a record that is whole
     bool isZeros =
-        false;  // empty data of stream 0; in a hole of the file all that follow each other
-    std::optional<std::uint8_t> type;  // of data, also of data that is cut off
+        false;  // empty data of stream 0; in a hole of the file, all that follow each other
+    std::optional<std::uint8_t> type;  // of data, even of data that is cut off
     IDX_T index;                       // of an index record
   };
 
-  // From the record at `from` up to `end`, or to the end of the file where that comes first.
-  // Borrows the file, and a window on it, if there is one already.
+  // From the record at `from` up to `end`, or to the end of the file if that comes first. Borrows
+  // the file, and a window on it if there is one already.
   RecordSteps(const PlainFile& file, FilePosition from, FilePosition end)
       : mFile(file), mOwnWindow(file), mWindow(mOwnWindow), mPosition(from), mEnd(end) {}
   RecordSteps(const PlainFile& file, FileWindow* window, FilePosition from, FilePosition end)
@@ -40,8 +40,8 @@ class RecordSteps {
   RecordSteps(const RecordSteps&) = delete;
   RecordSteps& operator=(const RecordSteps&) = delete;
 
-  // The next record. Only a whole one is passed: after anything else the same comes again. What
-  // cannot be read ends like the file.
+  // The next record. Only a whole record is passed: after anything else, the same comes again.
+  // Where nothing can be read, the file counts as ended.
   Record Next();
 
  private:

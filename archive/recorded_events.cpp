@@ -10,13 +10,13 @@
 
 namespace {
 
-// Holds the kept events against what the archive has, entry by entry.
+// Compares the kept events with those of the archive, entry by entry.
 class Comparison {
  public:
   explicit Comparison(const QString& eventsFile) : mKept(eventsFile) {}
 
-  // What the archive has comes in the order of the file. Both are false when something else is
-  // kept.
+  // What the archive has comes in file order. BeginEntry and EndEntry return false when something
+  // else is kept.
   bool BeginEntry(FilePosition position, IndexTime time) {
     if (!EndEntry()) return false;
     mEntry = {time, static_cast<std::uint32_t>(position), 0};
@@ -45,7 +45,7 @@ class Comparison {
 
  private:
   KeptEvents mKept;
-  KeptGroup mEntry;  // as the archive has it; before the first entry it is at 0 with time 0
+  KeptGroup mEntry;  // as the archive has it; before the first entry, at 0 with time 0
   std::uint64_t mCount = 0;
 };
 
@@ -104,7 +104,7 @@ std::optional<std::uint64_t> CountKeptEvents(const std::string& archive, const C
       case RecordSteps::Kind::kImpossible:
         return std::nullopt;
       case RecordSteps::Kind::kCutOff:
-        // Not at the end: it cannot be read.
+        // This far from the end, it cannot be read.
         if (file.Size() - record.position > kLargestRecordSize) return std::nullopt;
         [[fallthrough]];
       case RecordSteps::Kind::kEnd:

@@ -15,7 +15,7 @@ constexpr std::uint64_t kLongestUnreadableStep = 1 << 20;
 }  // namespace
 
 std::uint64_t DataOf(const SoundStretch& stretch, const PlainFile& file) {
-  // Asking the system takes longer than reading a short one.
+  // For a short stretch, asking the system takes longer than reading.
   constexpr std::uint64_t kShort = 1 << 20;
   const std::uint64_t size = stretch.to - stretch.from;
   return size < kShort ? size : DataBytes(file.Handle(), stretch.from, stretch.to);
@@ -55,7 +55,8 @@ bool SoundStretches::Next(SoundStretch* stretch) {
   return true;
 }
 
-// A header that is too long may hold the records after it as texts. Then it ends within one.
+// A header whose length is too large may take the records after it for texts. Then it ends within
+// one of them.
 std::optional<ArchiveHeader> SoundStretches::BelievedHeader(const RecordSteps::Record& record) {
   const auto size = static_cast<std::size_t>(record.size) - kMarkerSize;
   const unsigned char* const body = mWindow.At(record.position + kMarkerSize, size);
@@ -129,8 +130,8 @@ FilePosition SoundStretches::StartOfDoubted(FilePosition within) const {
   return start;
 }
 
-// Whether records of whatever type fill these bytes. Zeros are no data of a stream that nobody has
-// declared.
+// Whether records of any types fill these bytes. Zeros are not data of stream 0 unless that has
+// been declared.
 bool SoundStretches::LengthsLead(FilePosition from, FilePosition to, SoundStretch* stretch) {
   const std::size_t cuts = stretch->cuts.size();
   std::uint64_t bytes = 0;

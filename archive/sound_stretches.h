@@ -33,8 +33,9 @@ struct SoundStretch {
   std::uint64_t undeclared = 0;
   FilePosition undeclaredAt = 0;  // of the first of them
 
-  // Between whole records, each so far after the one before it that what lies between them is worth
-  // a read; a longer stretch is nothing but empty blocks in a hole of the file.
+  // Places between whole records, each so far after the one before it that the bytes between them
+  // are worth a read; where much more lies between two, it is nothing but empty blocks in a hole of
+  // the file.
   static constexpr std::uint64_t kBytesBetweenCuts = 256 << 10;
   std::vector<FilePosition> cuts;
 
@@ -48,14 +49,14 @@ struct SoundStretch {
 std::uint64_t DataOf(const SoundStretch& stretch, const PlainFile& file);
 
 // Goes through an archive from stretch to stretch and finds as much that is whole as it can, where
-// a parser would pass over more:
+// a parser would lose more:
 //
 // - A length that is wrong may lead over records that are whole. Where the framing leads nowhere,
 //   the last records before that place are looked into, and a marker within one means that it is
 //   the wrong one.
 // - A type that is wrong costs its own record only, where lengths lead exactly to the next marker.
 //
-// Takes hardly more memory for a long stretch than for a short one, and time that follows the
+// Takes hardly more memory for a long stretch than for a short one, and time in proportion to the
 // bytes.
 class SoundStretches {
  public:
@@ -73,7 +74,8 @@ class SoundStretches {
   const std::optional<KnownTypes>& Known() const { return mKnown; }
 
  private:
-  // How many of the last records before a place that leads nowhere may be the wrong one.
+  // How many of the last records before a place that leads nowhere are looked into for the wrong
+  // one.
   static constexpr std::size_t kDoubted = 8;
 
   std::optional<ArchiveHeader> BelievedHeader(const RecordSteps::Record& record);

@@ -4,5 +4,5 @@
 
 #include "blocks/commands.h"
 
-// The ids of the streams that an archive of a list has, ascending.
+// The ids of the streams of an archive in a list, ascending.
 std::vector<unsigned> StreamIds(const TArchiveEntry& archive);
