@@ -7,7 +7,7 @@ namespace {
 
 constexpr unsigned kThousandths = 1000;
 
-// Finds bins by a division only where a time lies outside the bin found last.
+// Finds bins, and divides only when a time lies outside the bin found last.
 class BinFinder {
  public:
   explicit BinFinder(const ActivityBins& bins) : mBins(bins), mStart(bins.from) {}
@@ -66,7 +66,7 @@ void ActivityMeasure::AddLevels(const OpenedArchive& archive) {
   BinFinder ends(mBins);
   for (std::size_t entry = 0; entry < index.Count(); ++entry) {
     const ArchiveTime place = index.PlaceOf(entry);
-    // When one with a wrong time was recorded is not known.
+    // When an entry with a wrong time was recorded is not known.
     if (place >= mBins.to || place != index.TimeOf(entry)) continue;
     const ArchiveTime end = std::min(EndOfEntry(archive, entry), mBins.to);
     const bool beginsWithin = place >= mBins.from;

@@ -50,8 +50,8 @@ class ActivityMeasure {
   // For each of the streams a row of bins. Entries that do not stand at their own time are left
   // out.
   std::vector<std::vector<BinLevels>> Levels() const;
-  // How many thousandths of each bin were recorded, cut off, so that only a whole bin has 1000; one
-  // of which anything was recorded has at least one.
+  // How many thousandths of each bin were recorded, rounded down, so that only a bin recorded as a
+  // whole has 1000; a bin of which anything was recorded has at least one.
   std::vector<unsigned> RecordedThousandths() const;
 
  private:

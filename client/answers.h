@@ -10,7 +10,7 @@
 #include "blocks/units.h"
 #include "sdk/mem_block.h"
 
-// What a reader answers, free of its blocks.
+// What a reader answers, taken out of its blocks.
 
 struct ListedArchive {
   ArchiveTime startTime = 0;
@@ -30,7 +30,7 @@ struct FoundEntry {
   ArchiveTime time = 0;
 };
 
-// What a block of the kind holds, whose tag must say so; nothing when it is not whole.
+// What a block holds; nothing when it is not whole. REQUIRES: its tag says that it is of this kind.
 
 std::optional<ArchiveList> ListIn(const cMemBlock& archives);
 std::optional<TZEL3ChunkInfo> EntryIn(const cMemBlock& chunkAnswer);

@@ -13,14 +13,14 @@
 
 namespace {
 
-// So often a reader is made anew because another process builds the same index.
+// How often a reader is made anew because another process is building the same index.
 constexpr int kMostOpenings = 10;
 
 // How long to look for the next process that builds an index, and how often.
 constexpr int kLooks = 4;
 constexpr std::chrono::milliseconds kBetweenLooks(50);
 
-// An answer that is not whole leaves what an earlier one has told.
+// An answer that is not whole leaves the earlier one in place.
 template <class Answer, class Kept>
 void Keep(std::optional<Answer> answer, Kept* kept) {
   if (answer) *kept = std::move(*answer);
@@ -41,8 +41,7 @@ ArchiveClient::ArchiveClient(const PlugIns& plugIns, const ServedSource& source,
   mWork.name = archive_source::FileName(archive);
   mSource.WaitForOthers(mPath);
   Open();
-  // Where another process has begun to build the same index just before, this reader could keep
-  // nothing.
+  // If another process had just begun to build the same index, this reader could keep nothing.
   for (int i = 0; i < kMostOpenings && mBuiltAnIndex && !IsListed() && OthersBuildTheIndex(); ++i) {
     Open();
   }
@@ -50,7 +49,7 @@ ArchiveClient::ArchiveClient(const PlugIns& plugIns, const ServedSource& source,
 }
 
 // Waits for them. A run that begins makes the files of the index anew, so for a moment there are
-// none, which does not mean that nobody is at work.
+// none; that does not mean that nobody is at work.
 bool ArchiveClient::OthersBuildTheIndex() {
   for (int look = 0; look < kLooks; ++look) {
     if (look > 0) std::this_thread::sleep_for(kBetweenLooks);

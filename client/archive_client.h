@@ -18,8 +18,9 @@ constexpr char kWhyNoIndex[] = "cannot be indexed, or its index cannot be writte
 // Asks a reader of one archive, question by question.
 class ArchiveClient {
  public:
-  // Opening an archive without an index builds it here, with progress. Borrows all three. Throws
-  // Failure when the plug-in gives no reader; so do all functions when the user interrupts.
+  // Opening an archive without an index builds the index here, and shows progress. Borrows all
+  // three. Throws Failure when the plug-in gives no reader; so do all functions when the user
+  // interrupts.
   ArchiveClient(const PlugIns& plugIns, const ServedSource& source, const std::string& archive,
                 Progress* progress);
 

@@ -12,8 +12,8 @@
 
 namespace {
 
-// Whether the framing does not lead from an entry to the next one, or from the last one to the end
-// of the file. A record that the end cuts off is none, unless it swallows others.
+// Whether the framing fails to lead from an entry to the next one, or from the last one to the end
+// of the file. A record that the end cuts off is not damage, unless it swallows others.
 bool IsDamagedAfter(const OpenedArchive& archive, std::size_t entry) {
   const KeptIndex& index = archive.Index();
   const bool isLast = entry + 1 == index.Count();
@@ -24,7 +24,7 @@ bool IsDamagedAfter(const OpenedArchive& archive, std::size_t entry) {
   return !isLast || HoldsMarker(archive.File(), followed.wholeUpTo + 1, end);
 }
 
-// From the entry before, or from the start of the file.
+// The same from the entry before to this one, or from the start of the file to the first.
 bool IsDamagedBefore(const OpenedArchive& archive, std::size_t entry) {
   if (entry > 0) return IsDamagedAfter(archive, entry - 1);
   const FilePosition end = archive.Index().PositionOf(0);
@@ -40,8 +40,8 @@ void DoubtTail(std::size_t number, Timeline* timeline) {
   timeline->Doubt(number, "is damaged after its last entry; later ones may be lost");
 }
 
-// The times in which damage hides entries: before the first entry, and where nothing is found after
-// one. Ends when `onDoubted` gives false.
+// Goes through the times in which damage may hide entries: before the first entry, and where
+// nothing is found after one. Ends when `onDoubted` returns false.
 void ForEachDamagedGap(const OpenedArchive& archive, ArchiveTime from, ArchiveTime to,
                        const std::function<bool(const DoubtedTime&)>& onDoubted) {
   const KeptIndex& index = archive.Index();
@@ -62,8 +62,8 @@ void ForEachDamagedGap(const OpenedArchive& archive, ArchiveTime from, ArchiveTi
   }
 }
 
-// Whether an archive meets a range, or is near it with no other one between: what damage at its
-// ends hides may be in the range then.
+// Whether an archive meets a range, or is near it with no other one between them: then what damage
+// at its ends hides may lie in the range.
 bool Reaches(std::size_t number, ArchiveTime from, ArchiveTime to, const Timeline& timeline) {
   const ServedArchive& archive = timeline.Archives()[number];
   const auto isBetween = [&archive, from, to](const ServedArchive& other) {

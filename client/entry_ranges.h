@@ -14,7 +14,7 @@ struct EntryRange {
 
 // The entries of an archive that belong to the time from `from` up to `to`, by their places: those
 // that stand there, and one that begins earlier but lasts until then. An entry lasts until the next
-// one, or as long as entries typically do where a gap follows. Ranges ascend by number; there is
-// one, but where a clock was set back.
+// one, or as long as entries typically do where a gap follows. Ranges ascend by number; there is at
+// most one, except where a clock was set back.
 std::vector<EntryRange> EntriesWithin(const OpenedArchive& archive, ArchiveTime from,
                                       ArchiveTime to);

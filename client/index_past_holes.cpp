@@ -12,7 +12,7 @@
 
 namespace {
 
-// A reader takes a fraction of a second for these.
+// Reading these takes a reader a fraction of a second.
 constexpr std::uint64_t kFewHoleBytes = 256 << 20;
 constexpr std::uint64_t kMostHolesToData = 16;
 

@@ -1,4 +1,4 @@
-// Of ProvenIndexes: the indexes of many archives, built by several processes.
+// Part of ProvenIndexes: the indexes of many archives, built by several processes.
 
 #include <algorithm>
 #include <cstring>
@@ -18,13 +18,13 @@ namespace {
 constexpr char kNotice = 'n';
 constexpr char kBytesDone = 'b';
 
-// Shows how far a worker is where the user is.
+// Tells the process that the user sees how far a worker is.
 class ToldProgress : public Progress {
  public:
   explicit ToldProgress(const WorkerCalls::Tell& tell) : mTell(tell) {}
 
   void Show(const WorkState& state) override {
-    // Nobody sees less of a change.
+    // Nobody sees a smaller change.
     if (state.done >= mTold && state.done - mTold < state.all / 200) return;
     mTold = state.done;
     mTell(kBytesDone + std::to_string(mTold));
@@ -36,7 +36,7 @@ class ToldProgress : public Progress {
   std::uint64_t mTold = 0;
 };
 
-// What has been found out about an archive, from one process to another of the same program.
+// What has been found out about an archive, as one process of the program tells another.
 struct FoundOut {
   ServedArchive::State state;
   bool endsEarly;
@@ -76,7 +76,7 @@ void TakeMessage(const std::string& message, ServedArchive* archive) {
 // One display for all workers.
 class ProgressOfAll {
  public:
-  // How many bytes there are to read for each archive. Borrows the display.
+  // `sizes`: how many bytes there are to read for each archive. Borrows the display.
   ProgressOfAll(std::vector<std::uint64_t> sizes, Progress* progress)
       : mSizes(std::move(sizes)), mDone(mSizes.size(), 0), mProgress(*progress) {
     mState.what = "indexing";
@@ -140,7 +140,7 @@ void ProvenIndexes::BuildInWorkers(const std::vector<ServedArchive*>& archives,
     LeaveOut("cannot be indexed: " + why, archives[piece]);
     progress.End(piece);
   };
-  // Workers forget for themselves only.
+  // When workers forget, this process does not.
   for (const ServedArchive* const archive : archives)
     mSource.Facts().MemoryOf(archive->path).Forget(archive_source::FileName(archive->path));
   RunInWorkers(options.jobs, archives.size(), calls);

@@ -42,7 +42,7 @@ std::optional<MissingTime> FindMissingTime(std::optional<ArchiveTime> from,
   const ArchiveTime earliest = from.value_or(0);
   const ArchiveTime latest = to.value_or(std::numeric_limits<ArchiveTime>::max());
   RecordedTime recorded(earliest, latest, timeline);
-  // While an archive is open, all is asked that needs its index.
+  // While an archive is open, everything is asked that needs its index.
   timeline->ForEach("going through", [&](std::size_t number) {
     recorded.Add(number);
     DoubtRecorded(number, earliest, latest, timeline);

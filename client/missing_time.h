@@ -23,7 +23,7 @@ struct MissingStretch {
 struct MissingTime {
   ArchiveTime from = 0;
   ArchiveTime to = 0;                // not part of the range
-  ArchiveTime recorded = 0;          // how much of it
+  ArchiveTime recorded = 0;          // how much of the range
   std::vector<MissingStretch> gaps;  // ascending
 
   ArchiveTime Longest() const;  // 0 without a gap
@@ -31,7 +31,7 @@ struct MissingTime {
 
 // What the archives of a timeline have not recorded in a range; by default the range goes from the
 // first entry to the end of the last one. Tells the user where damage may hide entries, as
-// DoubtRecorded does. Nothing when nothing is recorded that an open end could lie at. Throws what
-// Timeline::Open throws. REQUIRES: Timeline::IndexAll.
+// DoubtRecorded does. Nothing when an end is open and nothing is recorded that could set it. Throws
+// what Timeline::Open throws. REQUIRES: Timeline::IndexAll.
 std::optional<MissingTime> FindMissingTime(std::optional<ArchiveTime> from,
                                            std::optional<ArchiveTime> to, Timeline* timeline);

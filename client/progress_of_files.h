@@ -8,11 +8,11 @@
 #include "archive/damage_scan.h"
 #include "system/progress.h"
 
-// One display for work on many files, while what works on a file knows that one only, and goes
-// through it once or more often.
+// One display for work on many files; what works on a file knows only that one, and goes through it
+// once or more often.
 class ProgressOfFiles : public Progress {
  public:
-  // How many bytes there are to go through of each file. Borrows the display.
+  // `sizes`: how many bytes there are to go through in each file. Borrows the display.
   ProgressOfFiles(std::vector<std::uint64_t> sizes, Progress* progress);
   ~ProgressOfFiles() override { mProgress.Clear(); }
   ProgressOfFiles(const ProgressOfFiles&) = delete;
@@ -21,7 +21,7 @@ class ProgressOfFiles : public Progress {
   // From now on the file with that place is worked on, and those before it are done.
   void Begin(std::size_t place);
 
-  // How far the work on that file is; what it says to be doing tells one way through from the next.
+  // How far the work on that file is. When `what` changes, it goes through the file once more.
   void Show(const WorkState& state) override;
   // Others follow.
   void Clear() override {}
@@ -33,7 +33,7 @@ class ProgressOfFiles : public Progress {
   std::uint64_t mBefore = 0;  // bytes of the files before
   std::size_t mPlace = 0;
   std::string mWay;               // what is being done to the file
-  std::uint64_t mWaysBefore = 0;  // bytes gone through before
+  std::uint64_t mWaysBefore = 0;  // bytes of earlier passes
   std::uint64_t mWayBytes = 0;
 };
 

@@ -19,14 +19,14 @@ namespace {
 
 using State = ServedArchive::State;
 
-// An archive that grows may have done so again when its index has been built.
+// A growing archive may have grown again by the time its index has been built.
 constexpr int kMostBuilds = 3;
 
-// An index is compared with all of an archive of this size, which takes no longer than to look at
-// some entries of a large one.
+// Up to this size an archive is compared with its index as a whole, which takes no longer than
+// looking at some entries of a large one.
 constexpr std::uint64_t kSmallArchive = 256 << 10;
 
-// What has not been written for so long is not being written any more.
+// A file that has not been written to for this long is no longer being written.
 constexpr std::chrono::seconds kQuiet(60);
 
 std::unique_ptr<PlainFile> OpenFile(const std::string& path) {
@@ -49,7 +49,7 @@ IndexFit NotOwn(const std::string& why) {
   return fit;
 }
 
-// Shows progress otherwise for a while.
+// Shows progress in another way for a while.
 class ProgressFor {
  public:
   ProgressFor(Progress* progress, Progress** place) : mPlace(*place), mBefore(*place) {
@@ -106,7 +106,7 @@ void ProvenIndexes::Look(ServedArchive* archive) {
   LookAtEnds(archive);
 }
 
-// Whether nothing more is to be done: the index is that of the archive, or it is left out.
+// Whether nothing more is to be done: the index is that of the archive, or the archive is left out.
 bool ProvenIndexes::LookIntoIndex(ServedArchive* archive) {
   const ArchiveIdentity identity = IdentityOf(*archive);
   const std::unique_ptr<PlainFile> file = OpenFile(archive->path);
@@ -201,7 +201,7 @@ void ProvenIndexes::Build(ServedArchive* archive) {
                            ? std::nullopt
                            : KeptIndex::Load(mSource.Facts().CacheOf(archive->path), file->Size());
     if (!index) return Collect(archive);
-    // One that has grown since the run began has its index up to there.
+    // The index of an archive that has grown since the run began goes up to there.
     if (FitOf(*index, *file).verdict != IndexFit::Verdict::kOther) {
       archive->state = *built;
       return Accept(SpanOf(*index), identity, archive);
@@ -214,7 +214,7 @@ void ProvenIndexes::Build(ServedArchive* archive) {
 void ProvenIndexes::BuildAll(const std::vector<ServedArchive*>& archives,
                              const IndexingOptions& options) {
   std::vector<std::string> paths;
-  // Where none is built, none goes.
+  // Where no index is built, none is removed.
   for (const ServedArchive* const archive : archives) {
     if (!LeavesOutMissing()) paths.push_back(archive->path);
   }
@@ -266,7 +266,7 @@ std::optional<State> ProvenIndexes::BuildOnce(const ServedArchive& archive) {
   return state;
 }
 
-// Without a place for its index an archive is served as long as the program runs.
+// An archive without a place for its index is served from memory as long as the program runs.
 void ProvenIndexes::Collect(ServedArchive* archive) {
   auto index = KeptIndex::Collect(archive->path);
   if (!index) return LeaveOut("holds no index entry", archive);
@@ -276,7 +276,7 @@ void ProvenIndexes::Collect(ServedArchive* archive) {
   mCollected.insert_or_assign(archive->path, std::move(*index));
 }
 
-// Nothing when it is not whole any more.
+// Nothing when it is no longer whole.
 std::optional<KeptIndex> ProvenIndexes::LoadIndex(const ServedArchive& archive) const {
   const auto collected = mCollected.find(archive.path);
   if (collected != mCollected.end()) return collected->second;

@@ -17,13 +17,13 @@
 
 // How the indexes of many archives are built.
 struct IndexingOptions {
-  std::size_t jobs = 1;     // by so many processes at once
-  bool findDamage = false;  // also looks for the damage of those that it builds
+  std::size_t jobs = 1;     // how many processes build them
+  bool findDamage = false;  // also looks for damage where it builds one
 };
 
-// Gives archives indexes that are theirs. An index is believed only when it is seen to be that of
-// its archive as it is now; what was seen is remembered. One that is not is built again, with a
-// word to the user, or, where missing indexes are left out, serves as far as it is true.
+// Gives archives their own indexes. An index is believed only when it is seen to be that of its
+// archive as it is now; what was seen is remembered. One that is not is built again, and the user
+// is told; where missing indexes are left out, it serves as far as it is true.
 //
 // All functions throw Failure when the user interrupts.
 class ProvenIndexes {
@@ -31,11 +31,11 @@ class ProvenIndexes {
   // Borrows both.
   ProvenIndexes(ServedSource* source, Progress* progress);
 
-  // Finds out what is known of an archive: by its index, or when it begins and ends by itself. One
-  // that does not tell that without an index is given one.
+  // Finds out what is known of an archive: from its index, or else when it begins and ends, from
+  // the archive itself. One that does not tell that is given an index.
   void Look(ServedArchive* archive);
 
-  // Gives the archive its index, or leaves it out, with a word to the user.
+  // Gives the archive its index, or leaves it out; then the user is told.
   void Build(ServedArchive* archive);
 
   // The same for many archives. REQUIRES: none of them has been opened.

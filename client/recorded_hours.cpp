@@ -13,7 +13,8 @@
 namespace {
 
 constexpr ArchiveTime kDayLength = ArchiveTime{24} * 3600 * 1000;
-// So much time in doubt makes days by itself: a wrong clock can put many years between two entries.
+// Only so much time in doubt makes days by itself: a wrong clock can put many years between two
+// entries.
 constexpr ArchiveTime kLongestListed = 31 * kDayLength;
 
 using Stretches = std::vector<RecordedStretch>;
@@ -25,11 +26,12 @@ std::int64_t InstantOf(ArchiveTime time) {
   return static_cast<std::int64_t>(std::min(time, kEndOfTimes));
 }
 
-// A doubt before all entries of an archive, or after all of them, reaches to what else is recorded.
+// A doubt before all entries of an archive, or after all of them, reaches to the nearest other
+// recording, but no further than kReachOfDoubt.
 DoubtedTime Bounded(DoubtedTime doubt, const Stretches& stretches) {
   const bool isBefore = doubt.from == 0;
   if (!isBefore && doubt.to != kNoEndOfDoubt) return doubt;
-  // Where the nearest entry begins that is there, or its last unit of index time does.
+  // Where the nearest entry begins, or where its last unit of index time does.
   const ArchiveTime entry = isBefore ? doubt.to - kArchiveTimePerIndexTime : doubt.from;
   const auto holds =
       std::find_if(stretches.begin(), stretches.end(),
@@ -87,7 +89,7 @@ class EventCounter {
   }
 
   const EventCounts& Counts() const { return mCounts; }
-  // At a time at which the archive has no entry.
+  // How many have a time before or after all of the archive.
   std::uint64_t Timeless() const { return mTimeless; }
 
  private:
@@ -124,7 +126,7 @@ class Days {
     for (const auto& [hour, count] : counts) mDays[hour.first].hours[hour.second].events += count;
   }
 
-  // What is in doubt is marked in all days that are there, so it comes after everything else.
+  // What is in doubt is marked in all days that exist, so it comes after everything else.
   void AddDoubt(const DoubtedTime& doubt) {
     const ArchiveTime listed = std::min(doubt.to, doubt.from + kLongestListed);
     Mark(doubt.from, listed);
@@ -202,7 +204,7 @@ class HoursOfArchives {
         mRecorded(from, to, timeline) {}
 
   void AddAll() {
-    // While an archive is open, all is asked that needs its index.
+    // While an archive is open, everything is asked that needs its index.
     mTimeline.ForEach("going through", [this](std::size_t number) {
       mRecorded.Add(number);
       const std::vector<DoubtedTime> doubted = FindDoubted(number, mFrom, mTo, &mTimeline);
@@ -222,7 +224,7 @@ class HoursOfArchives {
     return archive.start < mTo && archive.end >= mFrom;
   }
 
-  // Entries stand where they do in the file; when they were recorded is not known.
+  // Such entries have a place in the file; when they were recorded is not known.
   void DoubtWrongTimes(std::size_t number) {
     const ServedArchive& archive = mTimeline.Archives()[number];
     if (archive.IsLeftOut() || archive.misplaced == 0 || !Meets(archive)) return;
@@ -242,7 +244,8 @@ class HoursOfArchives {
                                 (count == 1 ? "it was" : "they were") + " recorded is not known");
   }
 
-  // Of an archive that is not served, and of what has come after its index.
+  // In doubt are the time of an archive that is not served, and that after an index that ends
+  // early.
   void DoubtUnknown(std::size_t number) {
     const ServedArchive& archive = mTimeline.Archives()[number];
     const bool areEndsKnown =

@@ -26,8 +26,8 @@ struct RecordedHour {
   // Entries may be lost there, or what is known of it may be wrong.
   bool isInDoubt = false;
 
-  // How many thousandths were recorded, cut off, so that only a whole hour has 1000; one of which
-  // anything was recorded has at least one. 0 without a length.
+  // How many thousandths were recorded, rounded down, so that only an hour recorded as a whole has
+  // 1000; an hour of which anything was recorded has at least one. 0 without a length.
   unsigned Thousandths() const;
 };
 
@@ -42,8 +42,8 @@ struct RecordedDays {
   // The range, where it was given: archive times, `to` is not part of it.
   std::optional<ArchiveTime> from;
   std::optional<ArchiveTime> to;
-  // Ascending. Days without anything recorded, any event or doubt are not there; of a long time in
-  // doubt with nothing else in it, only the first days and the last one are.
+  // Ascending. Days without a recording, an event or a doubt are left out; of a long time in doubt
+  // with nothing else in it, only the first days and the last one are listed.
   std::vector<RecordedDay> days;
   // When entries may be lost or have other times: ascending and apart.
   std::vector<DoubtedTime> doubts;
@@ -53,10 +53,10 @@ struct RecordedDays {
 };
 
 // What the archives of a timeline recorded in each hour of a range, by the rule of RecordedTime;
-// an open end lets the days there be whole. Events are those that indexes keep; where one does not
-// keep all, its archive is read. Tells the user where something is in doubt, as DoubtRecorded does,
-// and marks the timeline. Each archive is asked once. Throws what Timeline::Open and ForEachEvent
-// throw. REQUIRES: Timeline::IndexAll; `source` is that of the timeline.
+// with an open end, the days there are whole. Events are those that indexes keep; where one does
+// not keep all, its archive is read. Tells the user where something is in doubt, as DoubtRecorded
+// does, and marks the timeline. Each archive is asked once. Throws what Timeline::Open and
+// ForEachEvent throw. REQUIRES: Timeline::IndexAll; `source` is that of the timeline.
 RecordedDays FindRecordedHours(std::optional<ArchiveTime> from, std::optional<ArchiveTime> to,
                                const QTimeZone& zone, const ServedSource& source,
                                Timeline* timeline);

@@ -17,7 +17,7 @@ std::optional<std::size_t> OpenedArchive::EntryAt(ArchiveTime time) {
   if (mReader == nullptr) mReader = mMakeReader();
   const std::optional<std::uint32_t> entry = mReader->EntryAt(time);
   if (entry && *entry < mIndex.Count()) return *entry;
-  // The end that a reader reckons passes beyond the last index time.
+  // The end that a reader works out may pass the largest index time and wrap.
   return EntryByPlace(time);
 }
 
@@ -41,7 +41,7 @@ std::optional<std::size_t> OpenedArchive::FirstFrom(ArchiveTime time) const {
 }
 
 std::optional<std::size_t> OpenedArchive::EntryByPlace(ArchiveTime time) const {
-  // A reader lets an archive last so long after its last entry.
+  // A reader lets an archive last this long after its last entry.
   const ArchiveTime end = mSpan.end + ToArchiveTime(TimeRange::kShortestStep);
   if (time < mSpan.start || time > end) return std::nullopt;
   std::optional<std::size_t> found;

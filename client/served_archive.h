@@ -29,7 +29,7 @@ struct ServedArchive {
   // The times of the earliest and of the latest entry.
   ArchiveTime start = 0;
   ArchiveTime end = 0;
-  // Of one with its index.
+  // Of an archive with its index.
   std::uint64_t entries = 0;
   ArchiveTime step = 0;          // typical, from one entry to the next; 0 without any
   std::uint64_t misplaced = 0;   // entries with a wrong time
@@ -52,9 +52,9 @@ class OpenedArchive {
   const KeptIndex& Index() const { return mIndex; }
   const IndexedSpan& Span() const { return mSpan; }
 
-  // The entry that holds `time`. Nothing when the archive begins after it or has ended some seconds
-  // before it. As the reader says; but without one and where times run backward, by the places of
-  // the entries.
+  // The entry that holds `time`. Nothing when the archive begins after it or has ended some units
+  // of index time before it. The reader is asked; without one, and where times run backward, the
+  // places of the entries decide.
   std::optional<std::size_t> EntryAt(ArchiveTime time);
   // The first entry at `time` or later, by the places of the entries.
   std::optional<std::size_t> FirstFrom(ArchiveTime time) const;

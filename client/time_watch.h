@@ -14,11 +14,11 @@ struct TimeLeap {
   bool IsBackward() const { return to < from; }
 };
 
-// Tells how the times of entries follow each other, which come in the order of their archives.
+// Tells how the times of entries follow each other. Entries come in the order of their archives.
 class TimeWatch {
  public:
-  // Where nothing is recorded between the entry taken last and this one, or where the time goes
-  // back. `step`: of the archive.
+  // Takes an entry; returns the leap from the one taken before, if nothing is recorded between them
+  // or the time goes back. `step`: of the archive.
   std::optional<TimeLeap> Take(std::size_t archive, ArchiveTime time, ArchiveTime step) {
     std::optional<TimeLeap> leap;
     if (mTaken) {

@@ -29,7 +29,7 @@ Timeline::Timeline(ServedSource* source, Progress* progress)
     mArchives.push_back(archive);
   }
   ForEach("looking at", [this](std::size_t number) { mIndexes.Look(&mArchives[number]); });
-  // Of equal starts the names decide, by which they come.
+  // Archives with equal starts stay in the order of their names.
   std::stable_sort(mArchives.begin(), mArchives.end(), LiesEarlier);
 }
 
@@ -62,7 +62,7 @@ void Timeline::RequireOne() const {
       std::find_if(mArchives.begin(), mArchives.end(),
                    [](const ServedArchive& archive) { return !archive.IsLeftOut(); });
   if (served != mArchives.end()) return;
-  // What is left out is not known to be nothing.
+  // What is left out may hold something.
   const bool leavesOut = mSource.Missing() == MissingIndexes::kLeaveOut;
   const ExitCode exitCode = leavesOut ? kExitDamaged : kExitFailed;
   if (!mSource.Facts().IsFolder()) {
@@ -100,7 +100,7 @@ std::optional<FoundEntry> Timeline::Find(ArchiveTime time, Lookup lookup) {
     if (!mayHold || (found && archive.end <= found->time)) continue;
     OpenedArchive* const opened = Open(number);
     const auto entry = opened == nullptr ? std::nullopt : opened->EntryAt(time);
-    // Where archives overlap, it is the latest entry.
+    // Where archives overlap, the latest entry counts.
     if (entry && (!found || opened->Index().TimeOf(*entry) > found->time))
       found = Entry(number, *opened, *entry);
   }

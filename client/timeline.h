@@ -30,18 +30,18 @@ constexpr char kNothingRecorded[] = "nothing is recorded there";
 // that cannot be served costs its own time only; what the readers answer is joined here.
 class Timeline {
  public:
-  // Borrows both. Looks at every archive of the source; builds the indexes of those that do not
-  // tell without one when they begin and end. Throws Failure when the source holds no archive file
-  // and, as all functions do, when the user interrupts.
+  // Borrows both. Looks at every archive of the source; builds the indexes of those whose beginning
+  // and end cannot be told without one. Throws Failure when the source holds no archive file and,
+  // as all functions do, when the user interrupts.
   Timeline(ServedSource* source, Progress* progress);
 
-  // By start; their numbers are their places. Those that turn out not to be served stay, marked.
+  // By start; their numbers are their places. Those that turn out not to be servable stay, marked.
   const std::vector<ServedArchive>& Archives() const { return mArchives; }
 
   // Gives every archive its index. REQUIRES: none has been opened.
   void IndexAll(const IndexingOptions& options = {});
-  // Does something with each archive, by its number, and shows how far that is: `what` is done, as
-  // "reading the index of".
+  // Does `work` for each archive, by its number, and shows how far that is. `what` says what is
+  // done, such as "reading the index of".
   void ForEach(const std::string& what, const std::function<void(std::size_t number)>& work) const;
   // Throws Failure when no archive can be served.
   void RequireOne() const;
@@ -62,7 +62,7 @@ class Timeline {
   ArchiveTime Start() const;
   ArchiveTime End() const;
 
-  // Tells the user why an answer is in doubt that rests on an archive, once for each reason.
+  // Tells the user why an answer that rests on an archive is in doubt, once for each reason.
   void Doubt(std::size_t number, const std::string& why);
 
   // Whether everything that the files of the source hold is served, and nothing is in doubt.
@@ -71,8 +71,8 @@ class Timeline {
   // Whether an index has been built.
   bool BuiltAnIndex() const { return mIndexes.BuiltAnIndex(); }
 
-  // Ends the verb because nothing was found, or because none can be served; where files are left
-  // out, as incomplete. `hint` ends the message.
+  // Ends the verb because nothing was found, or because no archive can be served; as incomplete
+  // where files are left out. `hint` ends the message.
   [[noreturn]] void FailWithNothing(const std::string& what = kNothingRecorded,
                                     const std::string& hint = "") const;
 
