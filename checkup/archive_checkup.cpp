@@ -19,10 +19,11 @@
 
 namespace {
 
-// A reader opens no smaller file.
+// A reader does not open a smaller file.
 constexpr std::uint64_t kSmallestArchiveBytes = 16;
 
-// Whether an index marker stands in a file at a position, which may be any that a header names.
+// Whether an index marker stands in a file at a position, which may be anything that a header
+// names.
 bool HasIndexMarkerAt(const std::string& path, std::int64_t position) {
   unsigned char bytes[kMarkerSize] = {};
   std::ifstream file(path, std::ios::binary);
@@ -84,7 +85,8 @@ class ArchiveCheckup : public FramingSink {
 
   void OnDamage(FilePosition position, std::uint64_t bytes) override {
     Lose(position, position + bytes);
-    // What starts a file may be a header that is destroyed; the data after it is only not known.
+    // Bytes at the start of a file may be a destroyed header; data after it is then merely not
+    // known.
     if (!mHasHeader && position > 0) {
       mHeaderless.Add(position, bytes);
       return;
@@ -133,7 +135,7 @@ class ArchiveCheckup : public FramingSink {
   }
 
  private:
-  // Data before the first header. Of an archive without a header that is all of it: a stretch after
+  // Data before the first header. In an archive without a header that is all data: a stretch after
   // each index record.
   struct Headerless {
     void Add(FilePosition position, std::uint64_t count) {

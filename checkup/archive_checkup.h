@@ -11,7 +11,7 @@
 #include "checkup/finding.h"
 #include "sources/source_facts.h"
 
-// What one pass over an archive file has told.
+// What one pass over an archive file finds out.
 struct ArchiveFacts {
   std::string path;
   std::string name;         // what people know it by

@@ -7,7 +7,7 @@
 #include "checkup/cache_checkup.h"
 #include "checkup/finding.h"
 
-// All indexes that there are of an archive: the one in use, and those that lie elsewhere.
+// All indexes that an archive has: the one in use, and those that lie elsewhere.
 class ArchiveIndexes {
  public:
   // `folder` is the one in use; empty: beside the archive.
@@ -20,7 +20,7 @@ class ArchiveIndexes {
     for (const Other& other : mOthers) act(*other.checkup);
   }
 
-  // At the end of the archive. The state of the one in use.
+  // At the end of the archive. Returns the state of the index in use.
   CacheState Finish(Findings* findings);
 
  private:

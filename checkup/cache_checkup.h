@@ -30,7 +30,7 @@ class CacheCheckup {
   void OnHeader(FilePosition position);
   void OnIndex(FilePosition position, const IDX_T& index);
   void OnData(const DATA_T& head, const unsigned char* payload);
-  // Nothing can be found from `begin` up to `end`. What a cache has of it is lost, and not wrong.
+  // Nothing can be found from `begin` up to `end`. What a cache has from there is lost, not wrong.
   void OnLost(FilePosition begin, FilePosition end);
 
   // At the end of the archive. One finding for each cache file that is not what it should be, and

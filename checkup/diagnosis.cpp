@@ -11,7 +11,7 @@
 
 namespace {
 
-// With so many findings the files that follow are told more briefly.
+// After this many findings, later files are told more briefly.
 constexpr std::size_t kMostWithAll = 5000;
 
 Finding Overlap(const ArchiveFacts& file, const ArchiveFacts& before) {
@@ -54,7 +54,7 @@ std::vector<Finding> CheckOrder(std::vector<ArchiveFacts> archives) {
   return findings;
 }
 
-// Where files come from several folders, what is found in one and its cache files has the way to
+// Where files come from several folders, findings in a file and its cache files have the path of
 // its folder before the name.
 std::vector<Finding> WithWay(std::vector<Finding> findings, const std::string& nameOfArchive) {
   const std::string way = nameOfArchive.substr(0, nameOfArchive.rfind('/') + 1);

@@ -12,7 +12,7 @@ struct Diagnosis {
   std::vector<Finding> findings;       // file by file, then how the files follow each other
 };
 
-// Goes through the files of a source, each by itself and how they follow each other in time. Of
-// very many findings those of the later files are summed up, one of each kind and file apart.
-// Nothing is changed. Throws Failure when the source holds no file or the user interrupts.
+// Goes through the files of a source, each by itself and how they follow each other in time. When
+// there are very many findings, those of later files are summed up, except one of each kind and
+// file. Nothing is changed. Throws Failure when the source holds no file or the user interrupts.
 Diagnosis Diagnose(const SourceFacts& source, Progress* progress);

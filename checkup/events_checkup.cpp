@@ -81,7 +81,7 @@ void EventsCheckup::LoseGroups(FilePosition end) {
   while (PeekGroup() && IsBefore(end)) mLost += TakeRestOfGroup();
 }
 
-// Groups name only the low half of a position; entries less than 4 GiB apart are told by it.
+// Groups name only the low half of a position, which is enough for entries less than 4 GiB apart.
 bool EventsCheckup::IsBefore(FilePosition end) const {
   const std::uint32_t distance = mGroup.offsetLow - static_cast<std::uint32_t>(mPosition);
   return distance < end - mPosition;

@@ -59,7 +59,7 @@ class EventsCheckup {
 
   // Numbers of events.
   std::uint64_t mInArchive = 0;
-  std::uint64_t mMissing = 0;  // of these, since the file has ended
+  std::uint64_t mMissing = 0;  // of these, after the end of the file
   std::uint64_t mMatched = 0;
   std::uint64_t mLost = 0;
 };

@@ -9,7 +9,7 @@
 #include "blocks/units.h"
 #include "checkup/severity.h"
 
-// What explains others stands before them.
+// Kinds that explain others stand before them.
 enum class FindingKind {
   kUnreadable,
   kTooSmall,
@@ -51,14 +51,14 @@ struct Finding {
   // From when to when; without an end, some time after the first.
   std::optional<ArchiveTime> time = {};
   std::optional<ArchiveTime> endTime = {};
-  // It is the sum of so many of its kind that are not kept one by one; 0: it is one itself.
+  // How many findings of its kind, not kept one by one, it stands for; 0: only for itself.
   std::uint64_t more = 0;
 
   std::uint64_t Count() const { return more > 0 ? more : 1; }
 };
 
-// What is found in an archive and its cache files. Of one kind in one file only so many are kept
-// one by one; what follows is counted, since a damaged disk has thousands.
+// What is found in an archive and its cache files. Only so many of one kind in one file are kept
+// one by one; the others are counted, since a damaged disk has thousands.
 class Findings {
  public:
   static constexpr int kMostOfAKind = 100;

@@ -7,14 +7,14 @@
 #include "checkup/finding.h"
 #include "sources/source_facts.h"
 
-// What runs, saves and verbs that did not end have left where the archives of a source and their
-// indexes lie. Each folder is looked into once. One that cannot be looked into holds nothing.
+// What runs, saves and verbs that did not end have left behind where the archives of a source and
+// their indexes lie. Each folder is looked into once. One that cannot be looked into holds nothing.
 class Leftovers {
  public:
   explicit Leftovers(const SourceFacts& source) : mSource(source) {}
 
   // Unfinished files of the index of an archive that the next run over it does not replace: those
-  // that have a number in their names. Not those that may still be written.
+  // with a number in their names. Leaves out those that may still be in the making.
   std::vector<Finding> OfIndex(const std::string& archive);
 
   // What verbs have begun to write in the folders of the archives.

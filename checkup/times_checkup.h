@@ -10,7 +10,7 @@
 #include "blocks/units.h"
 #include "checkup/finding.h"
 
-// When the entries of an archive begin and end, and where their times are not as one expects them.
+// Finds when the entries of an archive begin and end, and where their times are not as expected.
 // Entries come one by one; only a few are held back.
 class TimesCheckup {
  public:
@@ -21,7 +21,7 @@ class TimesCheckup {
   void OnIndex(FilePosition position, ArchiveTime time);
   // Bytes after the entry at hand make no sense.
   void OnDamage() { mIsDamaged = true; }
-  // Something about bytes after the entry at hand: gets its time.
+  // Adds a finding about bytes after the entry at hand; it gets the time of that entry.
   void AddInEntry(Finding finding);
   void OnEnd();
 

@@ -26,7 +26,8 @@ void UnkeptEvents::EndEntry() {
   const std::uint64_t whole = std::min(kept, mFirstNul.value_or(kept));
   if (kept < mInEntry) Note(mPosition, mInEntry - kept, "an entry has more than 255");
   if (whole < kept) Note(mPosition, kept - whole, "a text has a NUL");
-  // A group of none ends the file for readers, and one with a NUL is out of step.
+  // For readers, an empty group ends the file, and a text with a NUL puts what follows it out of
+  // step.
   mHasEnded = mHasEnded || whole < kept || kept == 0;
   mLastHasNoText = kept > 0 && mHasNoText[kept - 1];
   mLastPosition = mPosition;

@@ -8,8 +8,9 @@
 #include "blocks/stream_records.h"
 #include "blocks/units.h"
 
-// Counts the events of an archive that no index can hold: more than 255 of an entry, all from a
-// text with a NUL on, which ends too early, and an event without a text at the very end.
+// Counts the events of an archive that no index can hold: of more than 255 in an entry, those that
+// the count of the group loses; all from a text with a NUL on, which ends too early; and an event
+// without a text at the very end.
 class UnkeptEvents {
  public:
   void OnIndex(FilePosition position);
@@ -19,7 +20,7 @@ class UnkeptEvents {
   // At the end of the archive.
   std::uint64_t All() const { return mAll; }
   std::uint64_t Count() const { return mCount; }
-  // The place of the entry of the first one, and what is too much for an index: a clause.
+  // The position of the entry with the first one, and why no index can hold it: a clause.
   FilePosition Position() const { return mFirst; }
   const std::string& Why() const { return mWhy; }
 
@@ -35,7 +36,7 @@ class UnkeptEvents {
   std::string mWhy;
   // Readers take nothing more from there on.
   bool mHasEnded = false;
-  // Of the events that are kept; of which entry it is.
+  // Of the events that are kept; below, the position of its entry.
   bool mLastHasNoText = false;
   FilePosition mLastPosition = 0;
 
