@@ -40,7 +40,7 @@ class ActivityComparison : public testing::Test {
     }
   }
 
-  // Mostly small numbers, sometimes the ends of a range lie right at entries or far away.
+  // Mostly small numbers; sometimes the ends of a range lie right at entries or far away.
   TZEL3ActivityRequest RandomRequest(const StoreList::Stores& files) {
     TZEL3ActivityRequest request = RandomRequest();
     const auto anEntryTime = [this, &files](std::uint64_t otherwise) {
@@ -81,7 +81,7 @@ class ActivityComparison : public testing::Test {
   }
 
   // So many bins that products with index times of a file reach 2^64, and an entry that lasts until
-  // there: the request's range begins where that makes it so.
+  // there; the request's range begins where this is so.
   TZEL3ActivityRequest RequestWhereProductsWrap(sFile_Index_Store* store) {
     constexpr std::uint64_t kMost = 0xFFFFFFFF;
     const auto bins = static_cast<std::int32_t>(Below(3) == 0 ? 4294968 : 2200000 + Below(2500000));

@@ -19,8 +19,8 @@ constexpr std::uint64_t kPage = 4096;
 constexpr std::uint64_t kMegabyte = 1024 * 1024;
 constexpr auto kFailAsAWhole = UnreadableBytes::Reads::kFailAsAWhole;
 
-// A file of which some bytes cannot be read, as a stream. What is read tells its place, and is
-// never zero.
+// A stream over a file of which some bytes cannot be read. A byte that is read tells its place, and
+// is never zero.
 class Stream : public testing::Test {
  protected:
   void Place(std::uint64_t size) {
@@ -32,7 +32,7 @@ class Stream : public testing::Test {
     mFile.Open(QString::fromStdString(mPath), PlainFile::Mode::kRead);
     mStream = ArchiveStream();
   }
-  // A file of so many bytes without those in the ranges.
+  // A file of so many bytes, of which those in the ranges cannot be read.
   void Place(std::uint64_t size, const Ranges& ranges,
              UnreadableBytes::Reads reads = UnreadableBytes::Reads::kStopBefore) {
     Place(size);
@@ -46,7 +46,7 @@ class Stream : public testing::Test {
     bytes.resize(mStream.Read(mFile, bytes.data(), size));
     return bytes;
   }
-  // All of the stream, in portions of a size that fits no page.
+  // All of the stream, in portions that end within pages.
   Bytes ReadAll() {
     Bytes all;
     for (;;) {
@@ -115,7 +115,7 @@ TEST_F(Stream, GivesWhatLiesBetweenTwoPagesThatFail) {
   ExpectZeros(200000, ranges, ranges);
 }
 
-// In a page of which only the front can be read, too.
+// Even in a page of which only the front can be read.
 TEST_F(Stream, BeginsAnewWithShortStepsAfterASuccess) {
   const Ranges unreadable = {{0, 8192}, {13000, 20480}};
   const Ranges zeros = {{0, 12288}, {13000, 16384 + 8192}};

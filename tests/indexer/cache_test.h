@@ -12,7 +12,7 @@
 #include "support/environment_value.h"
 #include "support/temp_folder.h"
 
-// When archives of these tests were last modified, and how cache names tell it.
+// When archives of these tests were last modified, and how cache names say so.
 constexpr std::int64_t kArchiveTime = 1367935389;
 constexpr char kArchiveTimeInNames[] = "13.05.07 14-03-09 ";
 

@@ -56,7 +56,8 @@ TEST(FileCuts, AreHeadersBeforeTheFirstGreaterEntry) {
   }
 }
 
-// Entries in order and in none, with equal ones; more cuts after them, or entries that are no cuts.
+// Entries in order and out of order, with equal ones; more cuts after them, or entries that are not
+// cuts.
 class FileCutsComparison : public testing::TestWithParam<std::uint64_t> {
  protected:
   Cuts Random(std::mt19937_64& random, std::size_t most) const {

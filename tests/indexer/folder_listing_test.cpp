@@ -49,7 +49,7 @@ TEST_F(FolderListing, TellsSizeAndTime) {
 TEST_F(FolderListing, TellsMillisecondsAndTimesThatNeedMoreThan32Bits) {
   Place("late.id3");
   Place("early.evt");
-  // What sets times in a 32-bit program takes 32 bits.
+  // A 32-bit program could only set times of 32 bits.
   for (const char* const command : {"touch -d @5000000000.25 late.id3", "touch -d @-1 early.evt"}) {
     ASSERT_EQ(std::system(("cd '" + folder.Path() + "' && " + command).c_str()), 0);
   }

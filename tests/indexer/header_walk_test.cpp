@@ -124,8 +124,8 @@ TEST(HeaderWalk, NeverClearsABit) {
   EXPECT_EQ(StreamsOf(index.Current().streamMap), (Streams{1, 2}));
 }
 
-// The end is looked at between descriptors only, while the cursor stands on the NUL before the
-// next.
+// The end is checked only between descriptors, while the cursor stands on the NUL before the next
+// one.
 TEST(HeaderWalk, EndsAtTheHeaderLength) {
   const RawHeader title;
   const RawHeader one = RawHeader().Stream(1, 1, "one");

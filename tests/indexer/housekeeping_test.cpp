@@ -161,7 +161,8 @@ TEST_F(Housekeeping, LeavesFoldersAlone) {
   EXPECT_TRUE(FileExists(cache / "a.id3" + "/b.id3"));
 }
 
-// The order of a folder is up to its file system: files are made until it is not that of the names.
+// The order of a folder is up to its file system: files are made until it differs from that of
+// their names.
 TEST_F(Housekeeping, OfEquallyOldFilesDeletesTheFirstOneListed) {
   SetLimit("1");
   std::string first;
@@ -232,7 +233,7 @@ TEST_F(Housekeeping, TakesTheSameFilesDuringAScan) {
   }
 }
 
-// Somebody else has deleted the next file since the scan has begun.
+// Somebody else has deleted the next file since the scan began.
 TEST_F(Housekeeping, OfAScanPassesOverAFileThatIsGone) {
   SetLimit("1");
   MakeCacheFiles({{"a.id3", kMiB}, {"b.id3", kMiB}, {"c.id3", kMiB}, {"d.id3", kMiB}});

@@ -104,7 +104,7 @@ TEST_F(LoadedEntries, AreFoundBesideABareOneThatIsAddedBehindThem) {
   EXPECT_EQ(Look(index, 45000, Ask::kAtOrBefore), At(0, 3, 40000));
 }
 
-// Bare entries are no cuts, wherever they go.
+// Bare entries are not cuts, wherever they go.
 TEST_F(LoadedEntries, StayCutsBesideBareOnesThatAreAdded) {
   WriteCache(Id3File({{100, 700}, {101, 800}}), HdrFile({5, 750}), {});
   ASSERT_TRUE(Open());

@@ -158,7 +158,7 @@ TEST_F(OddCacheFiles, AreLoadedWholeOrNotAtAllWhenMemoryFails) {
         try {
           fresh.Open_file(Path(archive), 9000);
         } catch (const std::bad_alloc&) {
-          // What has been filed by then is looked at all the same.
+          // What has been filed by then is still looked at.
         }
         refused = memory.Refused() > 0;
       }

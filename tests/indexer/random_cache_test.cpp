@@ -33,8 +33,8 @@ INSTANTIATE_TEST_SUITE_P(Values, RandomCache, testing::Values(2, 3, 16, 256),
                            return "OutOf" + std::to_string(parameter.param);
                          });
 
-// Thousands of entries with hundreds of headers. Every `fallsOnceIn`-th time the time or the
-// position of the next entry falls by up to `fall`; 0 never. Either rises by less than `rise`.
+// Thousands of entries with hundreds of headers. The time and the position of the next entry each
+// rise by less than `rise` or, once in `fallsOnceIn` (0: never), fall by less than `fall`.
 struct LongFile {
   const char* name;
   unsigned fallsOnceIn;
