@@ -29,7 +29,7 @@ class Activity : public ReaderTest {
     EXPECT_EQ(gist.Record().binCount, binCount);
     return Bytes(gist.Record().Levels(), gist.Record().Levels() + gist.GetExtraSize());
   }
-  // `count` bins of 0, but for those given.
+  // `count` bins of 0, except those given.
   static Bytes Bins(std::size_t count, const std::vector<std::pair<std::size_t, int>>& levels) {
     Bytes bins(count);
     for (const auto& level : levels) bins[level.first] = static_cast<unsigned char>(level.second);
@@ -131,7 +131,7 @@ TEST_F(Activity, OfMoreBinsThanMemoryHoldsIsAnsweredOrNot) {
   EXPECT_EQ(Levels(0, 100000, 10, 5), Bins(10, {{6, 10}})) << "the reader stays usable";
 }
 
-// A damaged cache may claim intervals of years; every bin is painted once all the same.
+// A damaged cache may claim intervals of years; every bin is still painted only once.
 TEST_F(Activity, HugeIntervalsCostNoTime) {
   std::vector<IndexCache::Entry> entries;
   for (std::uint32_t i = 0; i < 2000; ++i) {

@@ -167,7 +167,7 @@ TEST_F(BadInput, ADeviceIsNoArchive) {
   OpenAndAskEverything(folder.Path());
 }
 
-// The path of an archive that is known comes to name something else.
+// The path of a known archive comes to name something else.
 TEST_F(BadInput, AnArchiveThatBecomesAPipeIsNotWaitedFor) {
   const std::string a = Place("a.zel3", NumberedBytes(401));
   const std::string b = Place("b.zel3", NumberedBytes(401));

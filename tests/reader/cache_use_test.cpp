@@ -234,7 +234,7 @@ TEST_F(CacheUse, AnIncompleteCacheIsMadeAnew) {
   }
 }
 
-// Any one part that can be read makes the index count as there.
+// Any one part that can be read makes the index count as present.
 TEST_F(CacheUse, AnIndexWithEventsOnlyCounts) {
   const std::string path = PlaceArchive("cam.zel3");
   IndexCache{{}, {}, {{10, 0, {{0x80, "door"}}}}}.WriteBeside(path);

@@ -10,7 +10,7 @@
 
 namespace {
 
-// A client in whose host sending is a point at which a thread may be cancelled.
+// A client to which sending is a point at which a thread may be cancelled.
 class CancellationPoint : public CBrick {
  public:
   void enqueueControl(const cMemBlock&) override { pthread_testcancel(); }

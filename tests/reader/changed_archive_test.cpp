@@ -174,7 +174,7 @@ TEST_F(ChangedArchive, BetweenTwoStarts) {
   }
 }
 
-// Cache files change between two starts, also into those of another archive.
+// Cache files change between two starts, even into those of another archive.
 TEST_F(ChangedArchive, CachesThatChangeBetweenTwoStarts) {
   for (const Change& change : kChanges) {
     for (const char* const extension : {"id3", "hdr", "evt"}) {

@@ -141,7 +141,8 @@ TEST_F(Dispatch, OtherRequestsMayComeAgain) {
   EXPECT_THAT(Ask(request), ElementsAre("IRN3 0/1 at 20000"));
 }
 
-// The list is locked only for the look into it; a handler inside the lock would wait for ever here.
+// The list is locked only while it is looked into; a handler inside the lock would wait for ever
+// here.
 TEST_F(Dispatch, ARequestMayBeMarkedByAnotherBrickWhileItIsHandled) {
   const ActivityRequestBlock activity = ActivityRequest(0, 100000, 10, 1);
   MarkingClient marking(activity);

@@ -52,7 +52,7 @@ class EndingClient : public CBrick {
 
 class EndedInASend : public RunTest {
  protected:
-  // An index reader of the file sends something, and is ended in that.
+  // An index reader of the file sends something, and is ended during the send.
   void ExpectUntouched(const Bytes& content, cMemBlock command) {
     EndingParser* parser = nullptr;
     brick_plugins::RegisterFactory(tag::kSignatureParser, [&](TBrickConfig* config) -> CBrick* {

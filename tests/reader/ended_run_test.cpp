@@ -31,7 +31,7 @@ class EndedRun : public ReaderTest {
  protected:
   void SetUp() override { path = Place("cam.zel3", ArchiveOf("cam", {10, 20, 30})); }
 
-  // True when the reader came to rest before so many steps.
+  // True when the reader came to rest in fewer steps.
   bool OpenAndStep(const std::string& source, int steps) {
     for (const char* const extension : {"id3", "hdr", "evt"})
       fs::remove(CachePath(path, extension));

@@ -75,7 +75,7 @@ TEST_F(EntryBytes, ATimeOutsideTheArchiveGivesTwoMarkers) {
 TEST_F(EntryBytes, TheTimeMarkerHoldsAllBitsOfALateTime) {
   OpenArchive();
   const Bytes answer = Entry(1, 0xFFFFFFFFFFFFFFFF);
-  // 2^64 - 1 by 1000 is 0x004189374BC6A7EF
+  // 2^64 - 1 divided by 1000 is 0x004189374BC6A7EF
   EXPECT_EQ(Part(answer, 4, 9), (Bytes{0xEF, 0xA7, 0xC6, 0x4B, 0x37, 0x89, 0x41, 0, 0}));
 }
 

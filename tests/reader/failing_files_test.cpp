@@ -59,7 +59,7 @@ class FailingFiles : public EveryRequest {
       fs::remove(CachePath(path, extension));
   }
 
-  // What could not be removed at its time.
+  // Removes what could not be removed at the time.
   void RemoveUnfinished() const {
     for (const char* const extension : {"id3", "hdr", "evt"})
       fs::remove(CachePath(path, extension) + ".unfinished." + extension);
@@ -74,8 +74,8 @@ class FailingFiles : public EveryRequest {
     return told;
   }
 
-  // What a fault has left behind harms no later start: the archive is as it was, and the index is
-  // the right one, from the cache or made again.
+  // What a fault has left behind does not harm a later start: the archive is as it was, and the
+  // index is the right one, from the cache or made again.
   void ExpectTheNextStartToBeRight() {
     EXPECT_EQ(ReadFile(path), content);
     EXPECT_THAT(Start(), ElementsAre("IRN3 0/10 at 20000"));

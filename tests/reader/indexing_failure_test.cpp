@@ -115,7 +115,7 @@ TEST_F(FailingRun, ARunIsOverWhereAnotherCannotStartInItsPlace) {
   EXPECT_THAT(Ask(ArchivesRequest()), ElementsAre("Err W010 No archive in other.zel3"));
 }
 
-// What the run has indexed is still without index afterwards: another run would not help.
+// After its run the file still has no index: another run would not help.
 TEST_F(FailingRun, AFileThatStaysUnindexedIsNotIndexedAgainForTheSameRequest) {
   const SmallArchive archive = ArchiveOf("good", {10, 20, 30});
   Place("good.zel3", archive, 1'000'000);
@@ -247,7 +247,7 @@ TEST_F(FailingRun, AnArchiveThatVanishesDuringItsRunIsGoneAfterwards) {
   EXPECT_THAT(Ask(ChunkRequest(10000)), ElementsAre("IRN3 none at 13000"));
 }
 
-// The reopening fails, the waiting request is answered all the same.
+// Opening it again fails; the waiting request is still answered.
 TEST_F(FailingRun, AFolderThatVanishesDuringARunStillAnswersTheWaitingRequest) {
   fs::create_directory(folder / "archives");
   Place("archives/cam.zel3", ArchiveOf("cam", {10, 20}));

@@ -105,8 +105,8 @@ TEST_F(IndexingRun, ProgressComesWithEveryNewPercentAndNoOther) {
 
 TEST_F(IndexingRun, AnyPositionGivesSomePercent) {
   OpenInARun(Place("cam.zel3", NumberedBytes(3)));
-  // 2^64 - 1 times 100 is -100 in 64 bits; by 3 it is 6148914691236517172, of which the low 32 bits
-  // are kept.
+  // 2^64 - 1 times 100 is -100 in 64 bits; divided by 3 it is 6148914691236517172, of which the low
+  // 32 bits are kept.
   EXPECT_THAT(Report(ParsedPlace(0xFFFFFFFFFFFFFFFF)),
               ElementsAre("Warn W008 1431655732% cam.zel3"));
 }
@@ -377,7 +377,7 @@ TEST_F(WholeRun, MayBeFollowedByAnother) {
   EXPECT_THAT(Ask(ChunkRequest(115000)), ElementsAre("IRN3 1/0 at 110000"));
 }
 
-// The last percent of a run stays until the next one has another.
+// The last percentage of a run stays until the next run has another.
 TEST_F(WholeRun, ANewRunRepeatsAnOldPercentOnATick) {
   Place("a.zel3", ArchiveOf("a", {10, 20, 30}));
   Place("b.zel3", ArchiveOf("b", {110, 120, 130}));

@@ -26,8 +26,8 @@ class OpeningAFolder : public ReaderTest {
     Place(name, ArchiveOf(name, {firstIndexTime, firstIndexTime + 10, firstIndexTime + 20}),
           modified);
   }
-  // What two clients are told that ask for one time together: the first request starts a run when
-  // the file needs one, the second is answered at its end.
+  // What two clients are told when they ask for the same time together: the first request starts a
+  // run when the file needs one, the second is answered at its end.
   Lines AskTwice(std::uint64_t time) {
     Send(ChunkRequest(time));
     Send(ChunkRequest(time));
@@ -203,7 +203,7 @@ TEST_F(OpeningAFolder, FilesOlderThanABadOneAreSetAsideEvenWhenTheyAreGood) {
   EXPECT_THAT(AskTwice(510000), ElementsAre("Cewg", "IRN3 1/1 at 510000"));
   EXPECT_THAT(AskTwice(510000), ElementsAre("IRN3 1/1 at 510000", "IRN3 1/1 at 510000"));
 
-  // Brought in by a request, the file ends with its last entry, which so has no bytes.
+  // Brought in by a request, the file ends with its last entry, which therefore has no bytes.
   const std::size_t firstEntry = ArchiveBuilder("older.zel3").Header({{1}, {2}}).Size();
   EXPECT_EQ(BytesFor(BytesRequest(MakeIndexId(1, 2), 520000)),
             Joined(Part(ReadFile(folder / "older.zel3"), 0, firstEntry), EndMarker()));

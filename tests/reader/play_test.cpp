@@ -12,7 +12,7 @@ class Playing : public ReaderTest {
   }
 };
 
-// A client of a host that delivers at once: gives the reader a command while that sends a
+// A client of a host that delivers at once: gives the reader a command while the reader sends a
 // notification.
 class AnsweringClient : public CBrick {
  public:

@@ -119,7 +119,7 @@ TEST_F(QuickIndex, TheHeaderMarkerMayBeTheEndOfTheFile) {
   EXPECT_TRUE(IsArchive(content)) << "both lengths read as zero";
 }
 
-// Steps back from the end may come to byte 1; the last search begins at byte 0 all the same.
+// Steps back from the end may come to byte 1; the last search still begins at byte 0.
 TEST_F(QuickIndex, TheLastSearchBeginsAtTheStart) {
   Bytes content = Joined(ArchiveBuilder("cam").Index(10).Content(), {0xB5, 0xB5, 0x05, 0xB5});
   content.resize(kStep + 1);

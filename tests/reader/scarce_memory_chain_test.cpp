@@ -5,7 +5,7 @@
 
 namespace {
 
-// A client that keeps nothing, but needs memory to get it.
+// A client that keeps nothing, but needs memory to receive.
 class DeafClient : public CBrick {
  public:
   void enqueueControl(const cMemBlock&) override { std::vector<char> queue(1); }

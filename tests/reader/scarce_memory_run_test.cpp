@@ -186,7 +186,7 @@ TEST_F(LittleMemory, ARunThatLosesARecordWhileItWaitsForBytesIsNotKept) {
   EXPECT_GT(lost, 0);
 }
 
-// A record lost in one run is none of the next.
+// A record lost in one run does not count against the next.
 TEST_F(LittleMemory, ARunAfterOneThatLostARecordIsKept) {
   PlaceIndexed();
   const std::vector<Bytes> whole = Caches();
