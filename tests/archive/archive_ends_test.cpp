@@ -66,12 +66,12 @@ TEST(ArchiveEnds, TheLastHeaderTellsTheStreamsThatTheFirstDoesNotHave) {
   ArchiveBuilder archive = EntriesAt({10});
   archive.Header({{2}}).Index(20).Data(2, 3, "sound");
   EXPECT_EQ(EndsIn(archive.Content()), "10000 to 20000");
-  // One of a stream that none has.
+  // Data of a stream that no header has.
   archive.Data(3, 3, "text");
   EXPECT_EQ(EndsIn(archive.Content()), "not known");
 }
 
-// What is searched is searched in portions.
+// The search goes through the file in portions.
 TEST(ArchiveEnds, TheLastIndexRecordMayStandAnywhereInALongFile) {
   for (const std::size_t size : {65511, 65512, 65513, 65514, 65515, 65516, 65532}) {
     ArchiveBuilder archive = EntriesAt({10, 20});

@@ -21,7 +21,7 @@ class Recognition : public ProgramTest {
   }
 };
 
-// What asks a reader about a source.
+// The verbs that ask a reader about a source.
 std::vector<std::vector<std::string>> VerbsOn(const std::string& source) {
   return {{"info", source},
           {"index", source},

@@ -29,7 +29,7 @@ std::string LineOf(const RecordSteps::Record& record) {
   return line;
 }
 
-// All records, and what the steps come to at last, which must not change any more.
+// All records, and what the steps come to at last, which must then stay the same.
 Steps StepsThrough(const PlainFile& file, FilePosition from = 0, FilePosition end = kToTheEnd) {
   RecordSteps steps(file, from, std::min<FilePosition>(end, file.Size()));
   Steps lines;
