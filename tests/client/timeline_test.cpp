@@ -149,9 +149,10 @@ TEST_F(JoinedAnswers, EventsAreTheSame) {
   EXPECT_EQ(joined, ofReader);
 }
 
-// A reader counts an entry for the bin after the one in which it stands, and crowds into the last
-// bin what stands after it: of its bins the first and the last are of no use. Where entries are
-// longer than bins, but bins longer than a unit of time, it leaves bins empty that an entry covers.
+// A reader counts an entry for the bin after the one in which it stands, and puts what would come
+// after the last bin into that one, so the first and the last of its bins are of no use. Where
+// entries are longer than bins, but bins longer than a unit of time, it leaves bins empty that an
+// entry covers.
 TEST_F(JoinedAnswers, LevelsAreTheSame) {
   const ArchiveTime start = ToArchiveTime(mTruth.files.front().entries.front().indexTime);
   for (const ArchiveTime width : {500, 10000, 17000, 60000}) {
