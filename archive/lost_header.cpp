@@ -42,7 +42,8 @@ bool DeclaresTheDataOf(const ArchiveHeader& header, const PlainFile& file, FileP
                        FilePosition to) {
   std::uint64_t declared = 0;
   std::uint64_t others = 0;
-  SoundStretches stretches(file, from, to, header);
+  FileWindow window(file);
+  SoundStretches stretches(file, &window, from, to, header);
   SoundStretch stretch;
   for (std::uint64_t count = 0; count < kMostLookedAt && stretches.Next(&stretch); ++count) {
     if (stretch.undeclared > 0) {

@@ -11,6 +11,9 @@ namespace {
 
 constexpr std::uint64_t kRecordsBetweenLooks = 65536;  // whether the user interrupts
 
+// Larger pieces would not be written faster.
+constexpr std::uint64_t kWorthWriting = 64 << 10;
+
 // What is copied at once is at most this long; a longer range is nothing but empty blocks in a hole
 // of the file.
 constexpr std::uint64_t kLongRange = 2 * SoundStretch::kBytesBetweenCuts;
@@ -41,8 +44,8 @@ void ForEachWanted(const PlainFile& file, const SoundStretch& stretch, const Kno
 
 }  // namespace
 
-RecordCopy::RecordCopy(const PlainFile& file, CopyTarget target)
-    : mFile(file), mTarget(std::move(target)) {}
+RecordCopy::RecordCopy(const PlainFile& file, FileWindow* window, CopyTarget target)
+    : mFile(file), mWindow(*window), mTarget(std::move(target)) {}
 
 void RecordCopy::Add(const SoundStretch& stretch) {
   FilePosition from = stretch.from;
@@ -66,11 +69,13 @@ void RecordCopy::AddBytes(const std::vector<unsigned char>& bytes) {
 void RecordCopy::AddRange(FilePosition from, FilePosition to) {
   if (from >= to) return;
   if (to - from > kLongRange) return AddLong(from, to);
-  if (from != mTo || to - mFrom > kLongRange) {
+  if (from != mTo) {
     Flush();
     mFrom = from;
+    mWindow.KeepFrom(from);
   }
   mTo = to;
+  if (mTo - mFrom >= kWorthWriting) Flush();
 }
 
 // Nothing but empty blocks, where the file has a hole.
@@ -101,7 +106,8 @@ void RecordCopy::Flush() {
   if (mFrom >= mTo) return;
   interruption::Check();
   const auto size = static_cast<std::size_t>(mTo - mFrom);
-  if (!mPassesData && mTarget.copy && mTarget.copy(mFile.Handle(), mFrom, size)) {
+  mWindow.KeepFrom(mTo);
+  if (!mPassesData && GoesWithoutReading(size)) {
     mFrom = mTo;
     return;
   }
@@ -113,6 +119,14 @@ void RecordCopy::Flush() {
     CopyReadableRecords();
   }
   mFrom = mTo;
+}
+
+bool RecordCopy::GoesWithoutReading(std::size_t size) {
+  if (const unsigned char* const bytes = mWindow.Held(mFrom, size)) {
+    mTarget.write(bytes, size);
+    return true;
+  }
+  return mTarget.copy && mTarget.copy(mFile.Handle(), mFrom, size);
 }
 
 void RecordCopy::CopyReadableRecords() {

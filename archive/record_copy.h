@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "archive/archive_headers.h"
+#include "archive/file_window.h"
 #include "archive/sound_stretches.h"
 #include "blocks/units.h"
 #include "indexer/plain_file.h"
@@ -27,8 +28,8 @@ struct CopyTarget {
 // and so perhaps later: when one comes that does not follow, or by Flush.
 class RecordCopy {
  public:
-  // Borrows the file.
-  RecordCopy(const PlainFile& file, CopyTarget target);
+  // Borrows the file and a window on it: what others have just seen there is not read again.
+  RecordCopy(const PlainFile& file, FileWindow* window, CopyTarget target);
 
   // All throw Failure when the user interrupts, and what the target throws.
 
@@ -43,9 +44,11 @@ class RecordCopy {
  private:
   void AddRange(FilePosition from, FilePosition to);
   void AddLong(FilePosition from, FilePosition to);
+  bool GoesWithoutReading(std::size_t size);
   void CopyReadableRecords();
 
   const PlainFile& mFile;
+  FileWindow& mWindow;
   const CopyTarget mTarget;
   std::vector<unsigned char> mPiece;
   // Whole records that are still to be copied.

@@ -21,9 +21,9 @@ std::uint64_t DataOf(const SoundStretch& stretch, const PlainFile& file) {
   return size < kShort ? size : DataBytes(file.Handle(), stretch.from, stretch.to);
 }
 
-SoundStretches::SoundStretches(const PlainFile& file, FilePosition from, FilePosition end,
-                               const std::optional<ArchiveHeader>& header)
-    : mFile(file), mWindow(file), mPosition(from), mEnd(end) {
+SoundStretches::SoundStretches(const PlainFile& file, FileWindow* window, FilePosition from,
+                               FilePosition end, const std::optional<ArchiveHeader>& header)
+    : mFile(file), mWindow(*window), mPosition(from), mEnd(end) {
   if (header) mKnown = TypesKnownBy(*header);
 }
 

@@ -61,8 +61,8 @@ std::uint64_t DataOf(const SoundStretch& stretch, const PlainFile& file);
 class SoundStretches {
  public:
   // From the record at `from` up to `end`, by the header in force there, if there is one. Borrows
-  // the file.
-  SoundStretches(const PlainFile& file, FilePosition from, FilePosition end,
+  // the file and a window on it.
+  SoundStretches(const PlainFile& file, FileWindow* window, FilePosition from, FilePosition end,
                  const std::optional<ArchiveHeader>& header);
   SoundStretches(const SoundStretches&) = delete;
   SoundStretches& operator=(const SoundStretches&) = delete;
@@ -90,7 +90,7 @@ class SoundStretches {
   FilePosition NextMarker(FilePosition from, bool* isUnreadable);
 
   const PlainFile& mFile;
-  FileWindow mWindow;
+  FileWindow& mWindow;
   FilePosition mPosition;
   const FilePosition mEnd;
   std::optional<KnownTypes> mKnown;

@@ -16,7 +16,8 @@ namespace {
 // declares.
 std::vector<std::string> StretchesOf(const MadeFile& made) {
   std::vector<std::string> texts;
-  SoundStretches stretches(made.File(), 0, made.File().Size(), std::nullopt);
+  FileWindow window(made.File());
+  SoundStretches stretches(made.File(), &window, 0, made.File().Size(), std::nullopt);
   SoundStretch stretch;
   while (stretches.Next(&stretch)) {
     std::string text = stretch.kind == SoundStretch::Kind::kHeader  ? "header"
@@ -58,7 +59,8 @@ struct CopiedStretches {
 
 CopiedStretches CopyOf(const MadeFile& made, const KnownTypes& types) {
   CopiedStretches copied;
-  RecordCopy copy(made.File(),
+  FileWindow window(made.File());
+  RecordCopy copy(made.File(), &window,
                   {[&](const unsigned char* bytes, std::size_t size) {
                      copied.bytes.insert(copied.bytes.end(), bytes, bytes + size);
                    },
@@ -66,7 +68,7 @@ CopiedStretches CopyOf(const MadeFile& made, const KnownTypes& types) {
                    [&](FilePosition position, std::uint64_t size, std::uint64_t entries) {
                      copied.lost.push_back(fmt::format("{} +{} {}", position, size, entries));
                    }});
-  SoundStretches stretches(made.File(), 0, made.File().Size(), std::nullopt);
+  SoundStretches stretches(made.File(), &window, 0, made.File().Size(), std::nullopt);
   SoundStretch stretch;
   while (stretches.Next(&stretch)) types.all() ? copy.Add(stretch) : copy.AddTypes(stretch, types);
   copy.Flush();

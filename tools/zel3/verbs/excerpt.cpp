@@ -30,24 +30,26 @@ class Excerpt::Addition {
         mEntry(range.first),
         mFrom(range.first == 0 ? 0 : mIndex.PositionOf(range.first)),
         mTo(range.end < mIndex.Count() ? mIndex.PositionOf(range.end) : mFile.Size()),
-        mCopy(mFile, {[excerpt](const unsigned char* bytes, std::size_t size) {
-                        excerpt->mArchives.File().Write(bytes, size);
-                      },
-                      [excerpt](std::uint64_t size) { excerpt->mArchives.File().Skip(size); },
-                      [excerpt](FilePosition, std::uint64_t size, std::uint64_t entries) {
-                        excerpt->mCounts.lostBytes += size;
-                        excerpt->mCounts.entries -= entries;
-                        excerpt->mPartEntries -= entries;
-                      },
-                      [excerpt](int source, FilePosition position, std::size_t size) {
-                        return excerpt->mArchives.File().CopyFrom(source, position, size);
-                      }}) {}
+        mWindow(mFile),
+        mCopy(mFile, &mWindow,
+              {[excerpt](const unsigned char* bytes, std::size_t size) {
+                 excerpt->mArchives.File().Write(bytes, size);
+               },
+               [excerpt](std::uint64_t size) { excerpt->mArchives.File().Skip(size); },
+               [excerpt](FilePosition, std::uint64_t size, std::uint64_t entries) {
+                 excerpt->mCounts.lostBytes += size;
+                 excerpt->mCounts.entries -= entries;
+                 excerpt->mPartEntries -= entries;
+               },
+               [excerpt](int source, FilePosition position, std::size_t size) {
+                 return excerpt->mArchives.File().CopyFrom(source, position, size);
+               }}) {}
 
   void Run() {
     const auto position = mFrom == 0 ? std::nullopt : mIndex.HeaderFor(mEntry);
     const auto header = position ? HeaderAt(mFile, *position) : std::nullopt;
     mExcerpt.UseHeader(header);
-    SoundStretches stretches(mFile, mFrom, mTo, header);
+    SoundStretches stretches(mFile, &mWindow, mFrom, mTo, header);
     SoundStretch stretch;
     while (stretches.Next(&stretch)) {
       Take(stretch, stretches.Known());
@@ -198,6 +200,7 @@ class Excerpt::Addition {
   std::size_t mEntry;
   const FilePosition mFrom;
   const FilePosition mTo;
+  FileWindow mWindow;
   RecordCopy mCopy;
   Before mBefore = Before::kNoEntry;
   bool mIsEntryDamaged = false;  // the last one

@@ -20,7 +20,8 @@ struct ArchiveFront {
 
 ArchiveFront FrontOf(const PlainFile& file) {
   ArchiveFront front;
-  SoundStretches stretches(file, 0, file.Size(), std::nullopt);
+  FileWindow window(file);
+  SoundStretches stretches(file, &window, 0, file.Size(), std::nullopt);
   SoundStretch stretch;
   while (!front.firstHeader && stretches.Next(&stretch)) {
     if (stretch.kind == SoundStretch::Kind::kHeader) {
@@ -47,17 +48,18 @@ class MendedCopy {
   MendedCopy(const PlainFile& file, UnfinishedFile* output, const OnBytesRead& onBytes)
       : mFile(file),
         mOnBytes(onBytes),
-        mCopy(file, {[output](const unsigned char* bytes, std::size_t size) {
-                       output->Write(bytes, size);
-                     },
-                     [output](std::uint64_t size) { output->Skip(size); },
-                     [this](FilePosition position, std::uint64_t bytes, std::uint64_t entries) {
-                       mMended.losses.Add(LossCause::kUnreadable, position, bytes);
-                       LoseOfEntry(entries);
-                     },
-                     [output](int source, FilePosition position, std::size_t size) {
-                       return output->CopyFrom(source, position, size);
-                     }}) {}
+        mWindow(file),
+        mCopy(
+            file, &mWindow,
+            {[output](const unsigned char* bytes, std::size_t size) { output->Write(bytes, size); },
+             [output](std::uint64_t size) { output->Skip(size); },
+             [this](FilePosition position, std::uint64_t bytes, std::uint64_t entries) {
+               mMended.losses.Add(LossCause::kUnreadable, position, bytes);
+               LoseOfEntry(entries);
+             },
+             [output](int source, FilePosition position, std::size_t size) {
+               return output->CopyFrom(source, position, size);
+             }}) {}
 
   Mended Run() {
     const ArchiveFront front = FrontOf(mFile);
@@ -74,7 +76,7 @@ class MendedCopy {
     if (!header && !front.firstHeader)
       throw Failure(
           "no stream header is whole, and without one nothing can be put into an archive");
-    SoundStretches stretches(mFile, from, mFile.Size(), header);
+    SoundStretches stretches(mFile, &mWindow, from, mFile.Size(), header);
     SoundStretch stretch;
     while (stretches.Next(&stretch)) {
       Take(stretch, stretches.Known());
@@ -189,6 +191,7 @@ class MendedCopy {
   const PlainFile& mFile;
   const OnBytesRead& mOnBytes;
   Mended mMended;
+  FileWindow mWindow;
   RecordCopy mCopy;
   bool mHasHeader = false;
   bool mIsEntryDamaged = false;  // the last one
