@@ -36,16 +36,16 @@ void AddMake(CLI::App* app, Options* options, Run* run) {
       "how long it lasts, gaps included: 90, 15m, 6h, 1d; leaves out the sample day's gaps and "
       "change of streams");
   AddNumber(verb, "--files", &make->fileCount,
-            "into how many files it is cut; leaves out the same as --length");
-  AddDuration(verb, "--interval", &make->intervalSeconds, "from one index entry to the next");
+            "how many files to divide it into; leaves out the same as --length");
+  AddDuration(verb, "--interval", &make->intervalSeconds, "time from one index entry to the next");
   AddParsed(verb, "--gap", &make->gaps, GapsFromText, "list of gaps",
             "gaps after files, numbered from 0: 1:30m,4:1h; or none")
       ->type_name("none|FILE:DURATION,...");
   AddNumber(verb, "--payload", &make->payloadBytes, "mean bytes of data in an entry");
   AddNumber(verb, "--events", &make->eventsPerHour, "mean number of events in an hour");
   verb->add_option("--name", make->namePrefix, "what the file names begin with");
-  AddPath(verb, "--truth", &make->truthFile, "also write what is at which time, as JSON");
-  verb->add_flag("--force", make->force, "also where archives are already");
+  AddPath(verb, "--truth", &make->truthFile, "also write what was recorded at which time, as JSON");
+  verb->add_flag("--force", make->force, "write even where there are archives already");
   AddStyle(verb, &make->style);
 }
 
@@ -63,7 +63,7 @@ void AddIndex(CLI::App* app, Options* options, Run* run) {
               [options] { return RunIndex(options->host, options->index); });
   AddSources(verb, &options->index.sources);
   AddMerge(verb, &options->index.sources);
-  verb->add_flag("--refresh", options->index.refresh, "also build those anew that are there");
+  verb->add_flag("--refresh", options->index.refresh, "also rebuild the indexes that are there");
   verb->add_flag("--watch", options->index.watch,
                  "go on with files as they are finished, until interrupted");
   const auto jobs = [](const std::string& text) {
@@ -71,7 +71,7 @@ void AddIndex(CLI::App* app, Options* options, Run* run) {
     return number == std::size_t{0} ? std::nullopt : number;
   };
   AddParsed(verb, "-j,--jobs", &options->index.jobs, jobs, "number from 1 on",
-            "how many files are indexed at once, each by a process of its own; default: 1")
+            "how many files to index at once, each in its own process; default: 1")
       ->type_name("NUMBER");
   AddStyle(verb, &options->index.style, {"text", "json", "jsonl"});
 }
@@ -79,10 +79,10 @@ void AddIndex(CLI::App* app, Options* options, Run* run) {
 void AddCaches(CLI::App* app, Options* options, Run* run) {
   CachesOptions* const caches = &options->caches;
   CLI::App* const verb =
-      AddVerb(app, "caches", "which indexes are kept where, and which of them are of use", run,
+      AddVerb(app, "caches", "which indexes are kept where, and which are of use", run,
               [options] { return RunCaches(options->host, options->caches); });
   verb->add_option("SOURCE", caches->sources,
-                   "archive files or folders of them, to look beside them as well")
+                   "archive files, or folders of them, to look beside as well")
       ->type_name("PATH");
   const auto wish = [caches](cache_removal::Wish wanted) {
     return [caches, wanted] { caches->wish = wanted; };
@@ -90,10 +90,11 @@ void AddCaches(CLI::App* app, Options* options, Run* run) {
   CLI::Option* const orphans =
       verb->add_flag_callback("--remove-orphans", wish(cache_removal::Wish::kOrphans),
                               "remove what no archive will use again");
-  CLI::Option* const all = verb->add_flag_callback("--remove-all", wish(cache_removal::Wish::kAll),
-                                                   "remove all of them; they are built again");
+  CLI::Option* const all =
+      verb->add_flag_callback("--remove-all", wish(cache_removal::Wish::kAll),
+                              "remove all of them; they are built again when needed");
   all->excludes(orphans);
-  verb->add_flag("--dry-run", caches->onlyLooks, "tell what would be removed, and remove nothing");
+  verb->add_flag("--dry-run", caches->onlyLooks, "say what would be removed, and remove nothing");
   AddFormat(verb, &caches->format);
 }
 

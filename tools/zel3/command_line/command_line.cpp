@@ -16,7 +16,7 @@ namespace {
 
 constexpr char kAbout[] = "Serves recorded ZEL3 archives by time.";
 constexpr char kTimesAndExitCodes[] =
-    "Times are integers in the archive's own unit, or they stand for milliseconds since\n"
+    "Times are integers in the archive's own unit, or stand for milliseconds since\n"
     "1970: 2024-05-01, \"2024-05-01 12:00\", 2024-05-01T12:00:00.250+02:00, today,\n"
     "\"yesterday 18:30\", now, -1h30m, @1714564800 (seconds). Without an offset they are in\n"
     "the time zone of --time-zone. Lengths of time: 90 (seconds), 10m, 1h30m, 1d12h.\n"
@@ -47,7 +47,7 @@ void AddHostOptions(CLI::App* app, HostOptions* host) {
 void AddTimeZone(CLI::App* app) {
   const auto use = [](const std::string& text) { UseTimeZone(TimeZoneNamed(text)); };
   AddTaken(app, "--time-zone", use,
-           "in which times are read and shown: UTC (default), local, Europe/Berlin, +02:00")
+           "time zone of times read and shown: UTC (default), local, Europe/Berlin, +02:00")
       ->type_name("local|ZONE");
 }
 

@@ -23,7 +23,7 @@ void AddOutput(CLI::App* verb, std::string* output, bool* mayReplace) {
 
 void AddCut(CLI::App* app, Options* options, Run* run) {
   CutOptions* const cut = &options->cut;
-  CLI::App* const verb = AddVerb(app, "cut", "an archive of a range of time", run,
+  CLI::App* const verb = AddVerb(app, "cut", "a range of time as a new archive", run,
                                  [options] { return RunCut(options->host, options->cut); });
   AddSources(verb, &cut->sources, Times::kNeeded);
   AddMerge(verb, &cut->sources);
@@ -33,9 +33,9 @@ void AddCut(CLI::App* app, Options* options, Run* run) {
   AddParsed(verb, "--streams", &cut->streams, StreamsFromText, "list of streams (1,3)",
             "only the data of these streams, and events")
       ->type_name("NUMBER,...");
-  verb->add_flag("--no-events", cut->leavesOutEvents, "without events");
+  verb->add_flag("--no-events", cut->leavesOutEvents, "leave out events");
   AddParsed(verb, "--split", &cut->split, PartSizeFromText, "length of time or size with a unit",
-            "into parts: at each full hour (1h), or of at most so many bytes (500MB)")
+            "write parts: split at each full hour (1h), or of at most this size (500MB)")
       ->type_name("DURATION|SIZE");
   AddStyle(verb, &cut->style);
 }
@@ -43,7 +43,7 @@ void AddCut(CLI::App* app, Options* options, Run* run) {
 void AddMend(CLI::App* app, Options* options, Run* run) {
   MendOptions* const mend = &options->mend;
   CLI::App* const verb =
-      AddVerb(app, "mend", "all that is whole in a damaged archive, as a new one", run,
+      AddVerb(app, "mend", "everything undamaged in a damaged archive, as a new one", run,
               [mend] { return RunMend(*mend); });
   verb->add_option("FILE", mend->file, "an archive file")->type_name("PATH")->required();
   AddOutput(verb, &mend->output, &mend->mayReplace);

@@ -13,7 +13,7 @@ void AddDump(CLI::App* app, Options* options, Run* run) {
 
 void AddFailOn(CLI::App* verb, Severity* target) {
   AddParsed(verb, "--fail-on", target, SeverityFromName, "severity (note, warning, error)",
-            "the least finding that makes the exit code 3; default: warning")
+            "the lowest severity that makes the exit code 3; default: warning")
       ->type_name("note|warning|error");
 }
 
@@ -24,7 +24,7 @@ void AddDoctor(CLI::App* app, Options* options, Run* run) {
   AddSources(verb, &options->doctor.sources);
   AddMerge(verb, &options->doctor.sources);
   verb->add_flag("--rebuild", options->doctor.rebuild,
-                 "also make caches that are missing or unsound anew; archives are never written");
+                 "also rebuild caches that are missing or unsound; archives are never written");
   AddFailOn(verb, &options->doctor.failOn);
   AddStyle(verb, &options->doctor.style);
 }

@@ -51,5 +51,5 @@ void AddTimeFormat(CLI::App* app, std::optional<TimeFormat>* target, const std::
 
 void AddStyle(CLI::App* app, OutputStyle* style, const std::vector<std::string>& formats) {
   AddFormat(app, &style->format, formats);
-  AddTimeFormat(app, &style->askedTimeFormat, "default: iso in text, else int");
+  AddTimeFormat(app, &style->askedTimeFormat, "default: iso in text, int elsewhere");
 }

@@ -80,7 +80,7 @@ void AddSources(CLI::App* app, SourceArguments* target, Times need) {
       ->type_name("PATH")
       ->required();
   app->add_flag("--recursive", target->recursive,
-                "also the folders below; each that holds archives is a timeline of its own");
+                "include the folders below; each that holds archives is its own timeline");
 }
 
 void AddMerge(CLI::App* app, SourceArguments* target) {

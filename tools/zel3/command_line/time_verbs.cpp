@@ -8,7 +8,7 @@ namespace {
 void AddNoIndex(CLI::App* app, MissingIndexes* missing) {
   app->add_flag_callback(
       "--no-index", [missing] { *missing = MissingIndexes::kLeaveOut; },
-      "leave out files that have no index instead of building it");
+      "leave out files that have no index instead of building one");
 }
 
 void AddSeek(CLI::App* app, Options* options, Run* run) {
@@ -35,7 +35,7 @@ void AddSeek(CLI::App* app, Options* options, Run* run) {
   next->excludes(type);
   previous->excludes(type)->excludes(next);
   verb->add_flag("--explain", seek->explain,
-                 "also tell why, where its bytes are, and what the answer has cost");
+                 "also say why, where its bytes are, and what the answer cost");
   AddStyle(verb, &seek->style);
 }
 
@@ -51,13 +51,13 @@ void AddRead(CLI::App* app, Options* options, Run* run) {
       ->type_name("PATH");
   verb->add_flag("--follow", read->follow,
                  "go on with new records as they are written, until interrupted");
-  verb->add_flag("--stop-at-gap", read->stopAtGap, "end where nothing is recorded");
+  verb->add_flag("--stop-at-gap", read->stopAtGap, "stop at the first gap");
   AddStyle(verb, &read->style);
 }
 
 void AddEvents(CLI::App* app, Options* options, Run* run) {
   EventsOptions* const events = &options->events;
-  CLI::App* const verb = AddVerb(app, "events", "what has happened", run,
+  CLI::App* const verb = AddVerb(app, "events", "what happened", run,
                                  [options] { return RunEvents(options->host, options->events); });
   AddSources(verb, &events->sources);
   AddMerge(verb, &events->sources);
@@ -91,7 +91,7 @@ void AddActivity(CLI::App* app, Options* options, Run* run) {
                "where it ends; default: from first to last archive");
   AddNumber(verb, "--stream", &activity->streamId, "number of the stream")->required();
   AddNumber(verb, "--bins", &activity->binCount,
-            "into how many parts the range is cut; default: 96, on a terminal as it is wide");
+            "how many parts to divide the range into; default: 96, on a terminal its width");
   AddNoIndex(verb, &activity->missingIndexes);
   AddStyle(verb, &activity->style, {"text", "json", "csv"});
 }
@@ -118,7 +118,7 @@ void AddCalendar(CLI::App* app, Options* options, Run* run) {
   AddSources(verb, &calendar->sources);
   AddMerge(verb, &calendar->sources);
   AddTimeRange(verb, &calendar->range, "where the range begins",
-               "where it ends; default: all days of which something is recorded");
+               "where it ends; default: all days on which something is recorded");
   AddNoIndex(verb, &calendar->missingIndexes);
   AddStyle(verb, &calendar->style, {"text", "json", "jsonl", "csv"});
 }

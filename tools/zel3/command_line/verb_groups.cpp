@@ -2,7 +2,7 @@
 
 namespace {
 
-constexpr char kVerbFooter[] = "The options of the program (zel3 --help) may stand here, too.";
+constexpr char kVerbFooter[] = "The options of the program (zel3 --help) may come here, too.";
 
 }  // namespace
 
