@@ -25,7 +25,7 @@ void AddMake(CLI::App* app, Options* options, Run* run) {
   AddPath(verb, "FOLDER", &make->folder, "where to write; made when missing")->required();
   AddNumber(verb, "--seed", &make->seed, "other contents of the same shape");
   const auto takeStart = [make](const std::string& text) {
-    // A recording starts with a second, also when it is said by how long ago that was.
+    // A recording starts at a full second, even when its start is given as a time ago.
     TimeReference reference = TimeReferenceInForce();
     reference.now -= reference.now % 1000;
     make->start = TimeFromText(text, reference);

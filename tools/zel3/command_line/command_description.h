@@ -13,15 +13,15 @@ class App;
 struct ArgumentDescription {
   std::vector<std::string> names;  // of an option: --output, -o; of a positional argument: SOURCE
   std::string help;
-  // PATH, NUMBER or text|json: parts without capital letters are taken as they are, the others
-  // stand for a value. Empty: takes none.
+  // PATH, NUMBER or text|json: parts without capital letters are literal, the others stand for a
+  // value. Empty: takes none.
   std::string value;
   bool isRequired = false;
   bool mayBeRepeated = false;
 
   bool TakesValue() const { return !value.empty(); }
   bool TakesPath() const;
-  // The values that are taken as they are: text, json.
+  // The literal values: text, json.
   std::vector<std::string> Choices() const;
 };
 
@@ -33,7 +33,7 @@ struct VerbDescription {
 };
 
 struct CommandDescription {
-  // May stand before and after the verb.
+  // May come before or after the verb.
   std::vector<ArgumentDescription> options;
   std::vector<VerbDescription> verbs;
 };

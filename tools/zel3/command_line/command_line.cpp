@@ -43,7 +43,7 @@ void AddHostOptions(CLI::App* app, HostOptions* host) {
           "where the reader keeps its indexes; default: beside the archives");
 }
 
-// Verbs find it in force: their options are taken after those of the program.
+// In force when verbs read times: their options are taken after those of the program.
 void AddTimeZone(CLI::App* app) {
   const auto use = [](const std::string& text) { UseTimeZone(TimeZoneNamed(text)); };
   AddTaken(app, "--time-zone", use,
@@ -56,7 +56,7 @@ void AddAll(CLI::App* app, Options* options, Run* run) {
   app->require_subcommand(1);
   AddHostOptions(app, &options->host);
   AddTimeZone(app);
-  // After the options that it goes by.
+  // After the options that it depends on.
   app->set_version_flag("--version", "", "print the versions and which plug-ins would be loaded");
   AddArchiveVerbs(app, options, run);
   AddTimeVerbs(app, options, run);

@@ -7,8 +7,8 @@ namespace completion {
 namespace {
 
 // Finds out where the cursor is: the option before it that waits for a value, or which argument of
-// which verb. What is there comes from the tables _zel3_value and _zel3_options. The words of bash
-// end at "=" and ":" as well; what follows a colon belongs to the word before it.
+// which verb. What may come there is in the tables _zel3_value and _zel3_options. Bash also ends
+// words at "=" and ":"; what follows a colon belongs to the word before it.
 constexpr char kCompleteFunction[] = R"(
 _zel3() {
   local current=${COMP_WORDS[COMP_CWORD]} verb= option= position=0 word i
@@ -41,7 +41,7 @@ std::string Words(const std::vector<std::string>& words) {
   return fmt::format("{}", fmt::join(words, " "));
 }
 
-// A line of the table of values: what stands after an option, or at a place.
+// A line of the table of values: what follows an option, or comes at a place.
 void AddValue(std::string* script, const std::string& pattern, const ArgumentDescription& what) {
   if (!what.TakesValue()) return;
   const std::string value = what.TakesPath() ? "PATH" : Words(what.Choices());

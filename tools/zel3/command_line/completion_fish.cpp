@@ -6,7 +6,7 @@ namespace completion {
 
 namespace {
 
-// Finds out where the cursor is, by help of the table __zel3_takes_value.
+// Finds out where the cursor is, using the table __zel3_takes_value.
 constexpr char kPlaceFunction[] = R"(
 # Prints the verb, and which of its arguments the cursor is at: "seek at 2", "seek value" for that of
 # an option.

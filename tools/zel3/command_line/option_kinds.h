@@ -17,8 +17,7 @@
 // The kinds of options that verbs have. Each adds one option to `app` that fills `target`, which
 // must live until the command line has been parsed.
 
-// An option whose text is turned into a value by `parse`, which gives nothing for a text that it
-// refuses.
+// An option whose text `parse` turns into a value; it returns nothing for a text that it refuses.
 template <class Target, class Parse>
 CLI::Option* AddParsed(CLI::App* app, const std::string& name, Target* target, Parse parse,
                        const std::string& kindOfValue, const std::string& help) {
@@ -30,8 +29,8 @@ CLI::Option* AddParsed(CLI::App* app, const std::string& name, Target* target, P
   return app->add_option_function<std::string>(name, take, help)->type_name(kindOfValue);
 }
 
-// An option whose text `take` gets, which throws std::invalid_argument with a line for people when
-// it refuses it.
+// An option whose text is passed to `take`, which throws std::invalid_argument with a message for
+// people to refuse it.
 template <class Take>
 CLI::Option* AddTaken(CLI::App* app, const std::string& name, Take take, const std::string& help) {
   const auto takeOrRefuse = [name, take](const std::string& text) {
@@ -88,12 +87,12 @@ CLI::Option* AddPath(CLI::App* app, const std::string& name, std::string* target
                      const std::string& help);
 
 // FROM, TO, --since, --until and --for, for a verb that works on a range of time. What they mean
-// together, and whether the verb can do without, it finds out by RangeOf or BoundedRangeOf, in
-// verbs/time_range.h. REQUIRES: what stands before FROM has been added.
+// together, and whether the verb can do without them, RangeOf or BoundedRangeOf in
+// verbs/time_range.h decides. REQUIRES: the arguments before FROM have been added.
 void AddTimeRange(CLI::App* app, RangeOptions* target, const std::string& fromHelp,
                   const std::string& toHelp);
 
-// --format, which offers these formats: text, json, jsonl, csv.
+// --format with these formats, of text, json, jsonl and csv.
 void AddFormat(CLI::App* app, OutputFormat* target,
                const std::vector<std::string>& formats = {"text", "json"});
 

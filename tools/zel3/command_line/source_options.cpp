@@ -37,7 +37,7 @@ std::optional<std::string> WhyNoTime(const std::string& word) {
   }
 }
 
-// Whether the word is a time, where a source may stand as well. `mayStand`: a time may.
+// Whether the word is a time, where it could also be a source. `mayStand`: a time may come here.
 bool IsTime(const std::string& word, bool mayStand) {
   const std::optional<std::string> whyNoTime = WhyNoTime(word);
   const bool isTime = !whyNoTime;

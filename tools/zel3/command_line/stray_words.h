@@ -4,6 +4,6 @@
 #include <optional>
 #include <string>
 
-// After a command line could not be parsed: what to tell the user when it has a verb or an option
-// that is not known, with what may have been meant. Otherwise nothing.
+// After a command line could not be parsed: what to tell the user about an unknown verb or option
+// in it, with what may have been meant. Nothing if there is none.
 std::optional<std::string> AboutStrayWords(const CLI::App& app);

@@ -25,8 +25,8 @@
 #include "verbs/report.h"
 #include "verbs/seek.h"
 
-// What a command line has asked for. Filled while it is parsed; of the verbs only that one counts
-// that is asked for.
+// What a command line asks for. Filled while it is parsed; only the options of the verb asked for
+// count.
 struct Options {
   HostOptions host;
   MakeOptions make;
@@ -50,24 +50,24 @@ struct Options {
   completion::Script completionScript = nullptr;
 };
 
-// Runs a verb; gives the exit code.
+// Runs a verb; returns the exit code.
 using Run = std::function<int()>;
 
-// Adds a verb without options of its own. When it is the one asked for, `run` becomes `runVerb`.
-// `run` must live until the command line has been parsed.
+// Adds a verb without options. When it is the one asked for, `run` becomes `runVerb`. `run` must
+// live until the command line has been parsed.
 CLI::App* AddVerb(CLI::App* app, const std::string& name, const std::string& help, Run* run,
                   const Run& runVerb);
 
-// Add the verbs of a kind with their options. Verbs are shown in the order in which they are added.
-// `options` must live until the verb has run.
+// Each adds a group of verbs with their options. Verbs are shown in the order in which they are
+// added. `options` must live until the verb has run.
 
 // Archives and their indexes: make, info, index, caches.
 void AddArchiveVerbs(CLI::App* app, Options* options, Run* run);
-// What is at which time: seek, read, events, activity, gaps, calendar, preview.
+// What was recorded at which time: seek, read, events, activity, gaps, calendar, preview.
 void AddTimeVerbs(CLI::App* app, Options* options, Run* run);
-// Archives made of others: cut, mend.
+// Archives made from others: cut, mend.
 void AddCuttingVerbs(CLI::App* app, Options* options, Run* run);
-// All of a source: dump, doctor, report.
+// The whole of a source: dump, doctor, report.
 void AddExaminingVerbs(CLI::App* app, Options* options, Run* run);
 // Plug-ins: console, inspect.
 void AddPlugInVerbs(CLI::App* app, Options* options, Run* run);

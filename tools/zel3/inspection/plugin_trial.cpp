@@ -33,7 +33,7 @@ class Neighbour : public ClientBrick {
     return names;
   }
 
-  // The tag of a block; of a notification its kind, too.
+  // The tag of a block; for a notification also its kind.
   static std::string NameOf(const cMemBlock& block) {
     const std::string tag = FourCcText(block.GetType());
     if (block.GetType() != tag::kNotify) return tag;
@@ -42,8 +42,8 @@ class Neighbour : public ClientBrick {
   }
 };
 
-// A brick of the plug-in between two neighbours. Only a brick that does not open its source itself
-// has one before it.
+// A brick of the plug-in between two neighbours. A brick that opens its source itself has none
+// before it.
 class Chain {
  public:
   Chain(Tag signature, const MadeFor& madeFor, const std::string& source) {
@@ -102,7 +102,7 @@ std::vector<TContentDescriptor> AllDescriptors() {
   return all;
 }
 
-// Tells which bricks the plug-in asks for, the one on trial left out.
+// Notes which bricks the plug-in asks for, except the one on trial.
 class RequestWatch {
  public:
   RequestWatch(Tag onTrial, std::vector<std::string>* asked) {

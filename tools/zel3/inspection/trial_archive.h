@@ -7,14 +7,14 @@
 #include "blocks/units.h"
 #include "sdk/mem_block.h"
 
-// An archive of a minute, written to see what bricks do with it, and removed at the end.
+// A one-minute archive, written to see what bricks do with it, and removed at the end.
 class TrialArchive {
  public:
   TrialArchive();
 
   const std::string& Path() const { return mPath; }
 
-  // All commands of clients, for places in the archive, in an order in which a reader can answer
+  // Every command of clients, for places in the archive, in an order in which a reader can answer
   // each.
   std::vector<cMemBlock> Commands() const;
 

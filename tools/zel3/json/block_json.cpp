@@ -14,7 +14,7 @@
 
 namespace {
 
-// Text that may be longer than memory: it goes out piece by piece.
+// Text that may not fit in memory: it is written piece by piece.
 class Pieces {
  public:
   explicit Pieces(std::ostream* out) : mOut(out) {}
@@ -70,7 +70,7 @@ void PrintBlock(const cMemBlock& block, std::uint64_t byteLimit, std::ostream& o
   const std::optional<Json> json = RecordJson(block);
   if (!json) return;
   const std::string text = PlainJsonText(*json);
-  // Levels and bytes may be as many as memory holds, so they go out without a copy: between the two
+  // Levels and bytes may fill memory, so they are written without a copy: between the two
   // characters that begin and end the last value.
   const std::size_t end = text.size() - 2;
   out << text.substr(0, end);

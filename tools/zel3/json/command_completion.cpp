@@ -9,12 +9,12 @@ namespace {
 constexpr char kHelp[] = "help";
 constexpr char kBlanks[] = " \t";
 
-// What has been typed of the command that the cursor is in.
+// What has been typed so far of the command at the cursor.
 struct OpenCommand {
   std::vector<std::string> texts;  // whole JSON texts: keys, and the name of the command
   std::string openText;            // after a quote that is not closed
   bool isInText = false;
-  char before = '\0';  // the last character that is no blank before the text that is open
+  char before = '\0';  // the last character before the open text that is not a blank
 };
 
 OpenCommand Read(const std::string& text) {

@@ -8,8 +8,7 @@
 
 namespace {
 
-// The numbers of one command. Asking for a number makes its key known, and tells what it stands
-// for.
+// The numbers of one command. Asking for a number makes its key known, and says what it means.
 class Fields {
  public:
   explicit Fields(const Json& command) : mCommand(command) {}

@@ -6,7 +6,7 @@
 
 #include "sdk/mem_block.h"
 
-// Why a text is not a list of commands. The message does not repeat the text.
+// Says why a text is not a list of commands. The message does not repeat the text.
 class CommandError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -16,7 +16,7 @@ class CommandError : public std::runtime_error {
 // in their order. Throws CommandError when any of it is not a command.
 std::vector<cMemBlock> CommandsFromJson(const std::string& text);
 
-// What people are told of the commands.
+// What people are told about the commands.
 struct CommandField {
   std::string name;
   std::string help;
@@ -27,5 +27,5 @@ struct CommandHelp {
   std::vector<CommandField> fields;
 };
 
-// Of all commands there are.
+// For every command.
 std::vector<CommandHelp> HelpOfCommands();

@@ -9,7 +9,7 @@
 
 namespace {
 
-// How many lines come back.
+// How many lines can be recalled.
 constexpr int kMostLines = 1000;
 
 struct EndEditing {
@@ -19,7 +19,7 @@ struct EndHistory {
   void operator()(History* lines) const { history_end(lines); }
 };
 
-// What all of them begin with.
+// The longest start that all words share.
 std::string CommonStart(const LineEditor::Words& words) {
   std::string start = words.front();
   for (const std::string& word : words) {
@@ -34,7 +34,7 @@ std::string CommonStart(const LineEditor::Words& words) {
 struct LineEditor::Parts {
   std::string prompt;
   Complete complete;
-  bool isDropped = false;  // the line at hand
+  bool isDropped = false;  // the current line
   std::unique_ptr<History, EndHistory> lines;
   std::unique_ptr<EditLine, EndEditing> editor;
 
@@ -93,7 +93,7 @@ LineEditor::LineEditor(const std::string& prompt, const Words& earlier, Complete
   el_set(editor, EL_PROMPT, Parts::Prompt);
   el_set(editor, EL_EDITOR, "emacs");
   el_set(editor, EL_HIST, history, mParts->lines.get());
-  // A signal that ends the program gives the terminal back first.
+  // A signal that ends the program restores the terminal first.
   el_set(editor, EL_SIGNAL, 1);
   // While a line is edited Ctrl-C is a key.
   el_set(editor, EL_SETTY, "-d", "-isig", nullptr);
@@ -109,11 +109,11 @@ LineEditor::~LineEditor() = default;
 std::optional<std::string> LineEditor::Next() {
   std::cout.flush();
   mParts->isDropped = false;
-  // Before the prompt: what is typed as soon as it shows is for the editor.
+  // Before the prompt, so that what is typed as soon as it appears goes to the editor.
   el_set(mParts->editor.get(), EL_PREP_TERM, 1);
   int size = 0;
   const char* const typed = el_gets(mParts->editor.get(), &size);
-  // A dropped line that is empty looks like the end.
+  // A discarded line that is empty looks like the end of the input.
   if (mParts->isDropped) {
     el_reset(mParts->editor.get());
     std::cout << "^C" << std::endl;

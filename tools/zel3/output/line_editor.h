@@ -6,27 +6,26 @@
 #include <string>
 #include <vector>
 
-// What a user types at a terminal, line by line, with the keys that people are used to: lines can
-// be edited, earlier ones come back, a tab completes a word, and Ctrl-C drops a line. Some builds
-// have none.
+// Reads lines that a user types at a terminal, with the usual keys: lines can be edited, earlier
+// ones recalled, Tab completes a word, and Ctrl-C discards the line. Some builds have none.
 class LineEditor {
  public:
-  // How a text before the cursor can go on: whole words, and how many bytes at the end of the text
-  // are the start of each.
+  // How the text before the cursor can continue: whole words, and how many bytes at the end of the
+  // text are the start of each.
   using Words = std::vector<std::string>;
   using Complete = std::function<Words(const std::string& text, std::size_t* typed)>;
 
-  // Whether this build has one, and the standard input and output are terminals.
+  // Whether this build has an editor, and the standard input and output are terminals.
   static bool IsAvailable();
 
-  // `earlier`: lines that come back, the oldest first. REQUIRES: it is available.
+  // `earlier`: lines to recall, the oldest first. REQUIRES: it is available.
   LineEditor(const std::string& prompt, const Words& earlier, Complete complete);
   ~LineEditor();
   LineEditor(const LineEditor&) = delete;
   LineEditor& operator=(const LineEditor&) = delete;
 
-  // The next line, without its end; nothing at the end of the input. A line that is dropped is
-  // empty.
+  // The next line, without its end; nothing at the end of the input. A discarded line is returned
+  // as empty.
   std::optional<std::string> Next();
 
  private:

@@ -29,14 +29,14 @@ std::string StateFolder() {
   return stateHome.empty() ? FolderIn("HOME", "/.local/state/zel3") : stateHome;
 }
 
-// Never waits for a pipe. A closed handle for what is not a file.
+// Never waits for a pipe. Returns a closed handle for anything that is not a plain file.
 FileHandle OpenFile(const std::string& path, int flags) {
   FileHandle file(open(path.c_str(), flags | O_NONBLOCK | O_CLOEXEC, S_IRUSR | S_IWUSR));
   const auto status = file.IsOpen() ? StatusOf(file) : std::nullopt;
   return status && S_ISREG(status->stx_mode) ? std::move(file) : FileHandle();
 }
 
-// Not from its start when it is long: then the first line may be half of one.
+// Of a long file not the start: the first line may then be incomplete.
 std::string EndOf(const FileHandle& file) {
   const auto status = StatusOf(file);
   const std::uint64_t size = status ? status->stx_size : 0;
@@ -59,7 +59,7 @@ std::vector<std::string> LineHistory::Lines() const {
   if (!file.IsOpen()) return lines;
   std::istringstream text(EndOf(file));
   for (std::string line; std::getline(text, line);) {
-    // Others than those that were typed would not be fit for a terminal.
+    // Only lines that were typed are fit for a terminal.
     const bool isTyped = std::none_of(line.begin(), line.end(), [](unsigned char character) {
       return character < ' ' || character == 0x7f;
     });
@@ -75,6 +75,6 @@ void LineHistory::Add(const std::string& line) const {
   const FileHandle file = OpenFile(mPath, O_WRONLY | O_APPEND | O_CREAT);
   const std::string text = line + '\n';
   if (!file.IsOpen()) return;
-  // In one step, so that lines of two processes stay apart. On a full disk it is not kept.
+  // In one write, so that lines of two processes stay apart. On a full disk the line is not kept.
   [[maybe_unused]] const ssize_t written = write(file.Get(), text.data(), text.size());
 }

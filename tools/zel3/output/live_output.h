@@ -2,10 +2,10 @@
 
 // The standard output of verbs that print as things happen.
 
-// Passes on what has been printed. Throws Failure when that cannot be written, or the user
+// Flushes what has been printed. Throws Failure when it cannot be written, or when the user
 // interrupts.
 void FlushLiveOutput();
 
-// Ends the verb because nobody reads its output any more, as writing to it would: quietly, unless
-// the process is told to live on.
+// Ends the verb because nobody reads its output any more, in the way that writing to it would:
+// quietly, unless SIGPIPE is ignored.
 [[noreturn]] void EndWithoutReader();

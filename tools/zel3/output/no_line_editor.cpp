@@ -1,4 +1,4 @@
-// Of builds without a library for editing lines.
+// For builds without a library for editing lines.
 
 #include "output/line_editor.h"
 

@@ -9,13 +9,13 @@
 #include "output/unfinished_file.h"
 #include "system/file_handle.h"
 
-// Where the results of a verb go: a file, or what takes bytes as they come. Opened with the first
-// bytes, written without a buffer.
+// Where the results of a verb go: a file, or a pipe, device or standard output. Opened at the first
+// write; not buffered.
 //
-// A file is replaced only when all of it is on the disk: until then what stood there stays as it
-// was, and so it does when the verb fails or is interrupted. Of a symbolic link the file is
-// replaced that it leads to, with the rights that this has; another name of it, by a hard link,
-// keeps the earlier file. Pipes, devices and the standard output are written in place.
+// A file is replaced only when all of it is on the disk: until then, and when the verb fails or is
+// interrupted, the earlier file stays as it was. For a symbolic link, the file that it points to is
+// replaced, and keeps its permissions; other hard links to that file keep the earlier content.
+// Pipes, devices and the standard output are written in place.
 class OutputFile {
  public:
   // "-" is the standard output.
@@ -31,7 +31,7 @@ class OutputFile {
 
   std::uint64_t BytesWritten() const { return mBytesWritten; }
 
-  // The standard output is meant, by "-" or by one of the system's names for it.
+  // Whether the path means the standard output: "-", or one of the system's names for it.
   static bool IsStandardOutput(const std::string& path);
 
  private:
@@ -39,7 +39,7 @@ class OutputFile {
   [[noreturn]] void Fail() const;
 
   const std::string mPath;
-  std::optional<UnfinishedFile> mUnfinished;  // of a file
-  FileHandle mInPlace;                        // of what is written in place
+  std::optional<UnfinishedFile> mUnfinished;  // for a file
+  FileHandle mInPlace;                        // for what is written in place
   std::uint64_t mBytesWritten = 0;
 };

@@ -10,8 +10,8 @@
 
 namespace {
 
-// The path with its folder as the system has it, so that two paths of one file that does not exist
-// yet are equal.
+// The path with its folder made canonical, so that two paths to the same file are equal even when
+// it does not exist yet.
 std::string InCanonicalFolder(const std::string& path) {
   std::error_code ignored;
   const std::string absolute = std::filesystem::absolute(path, ignored).lexically_normal().string();
@@ -45,7 +45,7 @@ bool EndsWith(const std::string& text, const std::string& end) {
 }
 
 void RefuseIndexOf(const std::string& archive, const CacheNames& index, const std::string& output) {
-  // All three have one stem.
+  // All three files have the same stem.
   const std::string ofSource = InCanonicalFolder(QFile::encodeName(index.entries).constData());
   for (const std::string& place : {output, WhereLinksLead(output)}) {
     if (Stem(ofSource) != Stem(InCanonicalFolder(place))) continue;
@@ -54,8 +54,8 @@ void RefuseIndexOf(const std::string& archive, const CacheNames& index, const st
   }
 }
 
-// A cheap look at a name, before folders are looked at. In a folder for indexes a time stands
-// before the name.
+// A cheap check of the name, before looking at folders. In a folder for indexes the name comes
+// after a time.
 bool MayShareIndex(const std::string& archive, const std::string& output) {
   const std::string stem = Stem(archive_source::FileName(archive));
   return EndsWith(Stem(output), stem) || EndsWith(Stem(WhereLinksLead(output)), stem);

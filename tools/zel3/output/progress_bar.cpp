@@ -13,10 +13,10 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr char kEraseLine[] = "\r\x1b[K";
-// What a terminal has made of a line that had room when it was wider.
+// Erases all lines that a terminal, now narrower, has wrapped the line into.
 constexpr char kEraseBelow[] = "\r\x1b[J";
 
-// Of a terminal that does not say how wide it is.
+// For a terminal that does not say how wide it is.
 constexpr std::size_t kUsualColumns = 80;
 
 constexpr milliseconds kBetweenDrawings(100);
@@ -32,13 +32,13 @@ milliseconds Delay() {
   return *end == '\0' && 0 <= delay && delay <= kLongest ? milliseconds(delay) : kUsual;
 }
 
-// Whether the user has not sent the program to the background of the terminal.
+// Whether the program is in the foreground of its terminal.
 bool IsInForeground() {
   const pid_t group = tcgetpgrp(STDERR_FILENO);
   return group < 0 || group == getpgrp();
 }
 
-// A terminal that is gone is no reason to stop.
+// A terminal that is gone is not a reason to stop.
 void Write(const std::string& text) {
   std::fputs(text.c_str(), stderr);
 }
@@ -66,12 +66,12 @@ void ProgressBar::Show(const WorkState& state) {
 
 void ProgressBar::Draw(const WorkState& state) {
   const std::size_t columns = TerminalWidth(STDERR_FILENO).value_or(kUsualColumns);
-  // A line that fills the last column would begin the next one on some terminals.
+  // On some terminals, a line that fills the last column would begin the next one.
   const std::string line = ProgressLine({state, mPace.Rate(), mPace.Left(state.all)}, columns - 1);
   if (line == mLine && columns == mColumns) return;
   if (columns < mColumns) Erase();
-  // From the start of the line also a terminal that makes lines anew when it gets narrower leads to
-  // what is left of this one.
+  // The cursor stays at the start of the line, so that it is still there when a terminal that
+  // rewraps lines gets narrower.
   if (!mLine.empty() || !line.empty()) Write(kEraseLine + line + '\r');
   mLine = line;
   mColumns = columns;

@@ -7,9 +7,9 @@
 #include "output/work_pace.h"
 #include "system/progress.h"
 
-// One line on the standard error that shows how far a piece of work is. Shown on a terminal only,
-// while the program is in its foreground, when the work takes a while; as wide as the terminal is
-// at that moment, and taken back at the end. There is one at a time that shows something.
+// One line on the standard error that shows the progress of a piece of work. Shown only on a
+// terminal, while the program is in its foreground, and when the work takes a while; as wide as the
+// terminal currently is, and erased at the end. Only one at a time shows something.
 class ProgressBar : public Progress {
  public:
   ProgressBar();
@@ -20,8 +20,8 @@ class ProgressBar : public Progress {
   void Show(const WorkState& state) override;
   void Clear() override;
 
-  // Takes back the line that is shown, if one is, so that something else can be written; it comes
-  // back when the work goes on.
+  // Erases the line, if one is shown, so that something else can be written; it comes back when the
+  // work goes on.
   static void MakeRoom();
 
  private:
@@ -37,6 +37,6 @@ class ProgressBar : public Progress {
   Clock::time_point mDrawn;
   std::string mWhat;
   WorkPace mPace;
-  std::string mLine;         // that is shown
-  std::size_t mColumns = 0;  // of the terminal when it was drawn
+  std::string mLine;         // as shown
+  std::size_t mColumns = 0;  // of the terminal when the line was drawn
 };

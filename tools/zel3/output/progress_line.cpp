@@ -24,7 +24,7 @@ std::string Amount(double amount, WorkState::Unit unit) {
   }
   const char* const units[] = {"B", "kB", "MB", "GB", "TB", "PB"};
   std::size_t number = 0;
-  // From where it would be rounded to 1000.
+  // From here on it would be rounded to 1000.
   while (amount >= 999.5 && number + 1 < std::size(units)) {
     amount /= 1000;
     ++number;
@@ -32,7 +32,7 @@ std::string Amount(double amount, WorkState::Unit unit) {
   return fmt::format("{:.{}f} {}", amount, number > 0 && amount < 9.95 ? 1 : 0, units[number]);
 }
 
-// 0:12, 1:02:03; rounded up, so that what goes on never has none left.
+// 0:12, 1:02:03; rounded up, so that unfinished work always has some time left.
 std::string TimeLeft(double seconds) {
   const auto left = static_cast<std::uint64_t>(std::max(std::ceil(seconds), 1.0));
   if (left < 3600) return fmt::format("{}:{:02}", left / 60, left % 60);
@@ -77,7 +77,7 @@ class Parts {
     if (facts.left) mLeft = TimeLeft(*facts.left) + " left";
   }
 
-  // Nothing when it does not fit.
+  // Nothing if it does not fit.
   std::optional<std::string> Line(const Plan& plan, std::size_t width) const {
     const std::string number = plan.number ? mNumber : "";
     const std::string what = plan.what ? mWhat : "";

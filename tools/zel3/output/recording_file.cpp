@@ -9,7 +9,7 @@
 
 namespace {
 
-// Of names beside the one that was asked for.
+// How many other names are tried.
 constexpr int kMostTried = 1000;
 
 bool IsWrittenInPlace(const std::string& path) {

@@ -1,4 +1,4 @@
 #pragma once
 
-// Throws Failure when not all that has been printed so far could be written.
+// Throws Failure unless everything printed so far could be written.
 void CheckStandardOutput();

@@ -13,7 +13,7 @@ constexpr std::size_t kBetweenColumns = 2;
 constexpr std::size_t kIndent = 4;
 // A terminal that is narrower than this has no room to indent.
 constexpr std::size_t kNarrow = 20;
-// A name that is shorter says too little.
+// A shorter name says too little.
 constexpr std::size_t kShortestName = 16;
 
 bool HoldsNames(const std::string& heading) {
@@ -38,7 +38,7 @@ void TableLayout::Fit(const TableRows& rows, const std::vector<std::size_t>& wid
   if (mWidth && !rows.empty()) ShortenNames(rows.front());
 }
 
-// If all fits into one line then.
+// Only if each row then fits into one line.
 void TableLayout::ShortenNames(const TableRow& headings) {
   const std::size_t between = mWidths.empty() ? 0 : kBetweenColumns * (mWidths.size() - 1);
   const std::size_t needed = std::accumulate(mWidths.begin(), mWidths.end(), between);
@@ -81,7 +81,7 @@ std::string TableLayout::Lines(const TableRow& row, const Styled& styled) const 
       used += blank;
     }
     if (used + cellWidth > most) {
-      // It has lines of its own.
+      // The cell gets its own lines.
       bool isFirst = true;
       for (const std::string& part : WrappedToWidth(cell, most - indent)) {
         lines += (isFirst ? "" : nextLine) + styled(i, part);

@@ -13,7 +13,7 @@
 
 namespace {
 
-// What a long table keeps of its rows.
+// How much a long table keeps of its rows.
 constexpr std::size_t kMostKeptBytes = 1 << 20;
 
 constexpr const char* kPlain = "";
@@ -48,7 +48,7 @@ const char* StyleOf(Colour colour) {
   return kPlain;
 }
 
-// `styleOf` gives one of the constants above for a column.
+// `styleOf` returns one of the constants above for a column.
 void PrintRow(const TableRow& row, const TableLayout& layout,
               const std::function<const char*(std::size_t)>& styleOf) {
   std::cout << layout.Lines(row, [&styleOf](std::size_t column, const std::string& text) {
@@ -56,7 +56,7 @@ void PrintRow(const TableRow& row, const TableLayout& layout,
   });
 }
 
-// `styleOf` gives one of the constants above for a row and a column.
+// `styleOf` returns one of the constants above for a row and a column.
 void PrintRows(const TableRows& rows, const TableLayout& layout,
                const std::function<const char*(std::size_t, std::size_t)>& styleOf) {
   for (std::size_t number = 0; number < rows.size(); ++number)

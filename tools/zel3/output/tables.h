@@ -13,15 +13,15 @@ enum class Colour { kRed, kYellow, kGreen };
 std::string Coloured(const std::string& text, Colour colour);
 
 // Print rows of cells in aligned columns: below headings, which are the first row, or after labels,
-// which are the first column. Cells that come from outside must be escaped. On a terminal headings
-// and labels are bold, and cells with one of these texts are coloured, unless the environment has
-// NO_COLOR or the terminal is a dumb one; and no line is wider than the terminal.
+// which are the first column. Cells that come from outside must be escaped. On a terminal, headings
+// and labels are bold, and cells with one of these texts are coloured, unless NO_COLOR is set or
+// the terminal is a dumb one; and no line is wider than the terminal.
 void PrintTable(const TableRows& rows, const std::map<std::string, Colour>& colours = {});
 void PrintLabelled(const TableRows& rows);
 
-// The same as PrintTable for rows that come one by one and may be very many. What comes first is
-// kept, and makes the columns as wide as it needs; when there is more than fits into a megabyte of
-// memory, columns are also as wide as `widths` says, and rows are printed as they come.
+// The same as PrintTable for rows that come one by one and may be very many. The first rows are
+// kept, and columns made as wide as they need; when they exceed a megabyte of memory, columns
+// become at least as wide as `widths` says, and rows are printed as they come.
 class LongTable {
  public:
   LongTable(TableRow headings, std::vector<std::size_t> widths);

@@ -29,6 +29,6 @@ std::optional<std::size_t> TerminalWidth(int descriptor) {
   winsize size = {};
   if (ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return asked;
   const std::size_t width = size.ws_col;
-  // A shell may have told COLUMNS before the terminal was made narrower.
+  // A shell may have set COLUMNS before the terminal was made narrower.
   return asked ? std::min(*asked, width) : width;
 }

@@ -37,7 +37,7 @@ mode_t ModeOfNewFiles() {
   return static_cast<mode_t>(0666) & ~mask;
 }
 
-// A file system that cannot wait for the disk has nothing to wait for.
+// A file system that does not support waiting for the disk has nothing to wait for.
 bool BringToDisk(int file) {
   return fsync(file) == 0 || errno == EINVAL || errno == ENOTSUP;
 }
@@ -87,7 +87,7 @@ UnfinishedFile::UnfinishedFile(const std::string& target, const std::string& suf
   mFile = FileHandle(mkostemps(path.data(), static_cast<int>(suffix.size()), O_CLOEXEC));
   if (!mFile.IsOpen()) Fail();
   mPath = path;
-  // Tells zel3 caches that it is not left over.
+  // Shows zel3 caches that the file is not left over.
   flock(mFile.Get(), LOCK_EX | LOCK_NB);
 }
 
@@ -112,7 +112,7 @@ bool UnfinishedFile::CopyFrom(int source, FilePosition position, std::size_t siz
     } else if (count < 0 && (errno == ENOSPC || errno == EDQUOT || errno == EFBIG)) {
       Fail();
     } else {
-      // What has been copied of a record must not stay, if the rest of it cannot be read.
+      // A part of a record must not stay when the rest of it cannot be read.
       const auto end = static_cast<off_t>(mSize);
       if (lseek(mFile.Get(), end, SEEK_SET) < 0 || ftruncate(mFile.Get(), end) != 0) Fail();
       return false;
@@ -146,7 +146,7 @@ void UnfinishedFile::TakeName(const std::string& name, Existing existing) {
   mShown = name;
   const std::string target = existing == Existing::kReplace ? WhereLinksLead(name) : name;
   const auto status = StatusOf(target);
-  // A rename asks for the rights of the folder only.
+  // A rename checks the permissions of the folder only.
   if (existing == Existing::kReplace && status &&
       faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0) {
     Fail();

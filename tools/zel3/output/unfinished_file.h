@@ -11,40 +11,40 @@
 #include "blocks/units.h"
 #include "system/file_handle.h"
 
-// A file that is being written in the folder of the name that it is to get. It has a passing name
-// until then, and is gone at the end of its scope when it has not got its own.
+// A file that is being written in the folder of its final name. It has a temporary name until it
+// gets the final one, and is removed at the end of its scope if it never does.
 //
 // All throw Failure when the bytes cannot be written or the user interrupts.
 class UnfinishedFile {
  public:
-  // `target`: where symbolic links of it lead is what counts. `suffix`: of the passing name.
+  // `target`: symbolic links are followed. `suffix`: of the temporary name.
   explicit UnfinishedFile(const std::string& target, const std::string& suffix = "");
   ~UnfinishedFile();
   UnfinishedFile(const UnfinishedFile&) = delete;
   UnfinishedFile& operator=(const UnfinishedFile&) = delete;
 
   void Write(const unsigned char* bytes, std::size_t size);
-  // Has the system copy bytes of an open file. False, and nothing is written, when it cannot.
+  // Has the system copy bytes of an open file. Returns false, with nothing written, when it cannot.
   bool CopyFrom(int source, FilePosition position, std::size_t size);
-  // Leaves a hole of so many zeros.
+  // Leaves a hole of this many zeros.
   void Skip(std::uint64_t size);
   std::uint64_t Size() const { return mSize; }
-  // Hears the size whenever it has grown.
+  // Calls `hear` with the size whenever the file has grown.
   void OnGrowth(std::function<void(std::uint64_t size)> hear) { mHearGrowth = std::move(hear); }
 
-  // Its passing name.
+  // The temporary name.
   const std::string& Path() const { return mPath; }
 
-  // What a write that failed has left behind is no part of it.
+  // Removes what a failed write has left at the end.
   void CutToWhole();
-  // All of it can be read now. Nothing is written afterwards.
+  // Makes all of it readable. Nothing is written afterwards.
   void Finish();
-  // Brings it to the disk. REQUIRES: finished.
+  // Waits until it is on the disk. REQUIRES: finished.
   void Save();
 
   enum class Existing { kReplace, kKeep };
-  // Gives it a name in the folder of the target, which it keeps. One that takes the place of a file
-  // gets the rights of that. A file that is to be kept makes it fail. REQUIRES: saved.
+  // Gives it its final name, in the folder of the target. If it replaces a file, it gets the
+  // permissions of that file. Fails if there is a file that is to be kept. REQUIRES: saved.
   void TakeName(const std::string& name, Existing existing);
 
  private:
@@ -52,17 +52,17 @@ class UnfinishedFile {
   void Grow(std::uint64_t size);
 
   std::string mShown;  // the name that the user knows
-  std::string mPath;   // empty: it has its name
+  std::string mPath;   // empty: it has its final name
   FileHandle mFile;
   std::uint64_t mSize = 0;
   std::function<void(std::uint64_t size)> mHearGrowth;
   bool mEndsWithHole = false;
 };
 
-// Where symbolic links lead, also when nothing stands there yet.
+// Where symbolic links lead, even if nothing is there yet.
 std::string WhereLinksLead(const std::string& path);
 
-// The system's names for files that a process has open: what stands there has no name of its own.
+// Whether the path is one of the system's names for an open file: no rename can replace that file.
 bool NamesAnOpenFile(const std::string& path);
 
 // All of the bytes; false when that fails. Throws Failure when the user interrupts.

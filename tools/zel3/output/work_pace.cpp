@@ -5,14 +5,14 @@
 
 namespace {
 
-// Parts that are shorter are put together.
+// Shorter parts are combined.
 constexpr double kShortestPart = 0.1;
-// After so long a part counts a third.
+// After this time a part counts for about a third.
 constexpr double kFading = 8;
 constexpr double kUntilRate = 1;
 constexpr double kUntilLeft = 2;
 constexpr double kLongestLeft = 100 * 3600.0;
-// Nothing is read so fast: what was done at once did not have to be done. In a second.
+// Per second. Nothing is read this fast: work done faster did not have to be done.
 constexpr double kFastest = 20e9;
 
 }  // namespace

@@ -3,18 +3,17 @@
 #include <cstdint>
 #include <optional>
 
-// How fast work goes on, of late: what is long past counts little. Times are in seconds, from any
-// start.
+// The recent speed of work: what is long past counts little. Times are in seconds, from any origin.
 class WorkPace {
  public:
-  // Hears how much is done, at the start and then as often as it is known. Less than before means
+  // Takes how much is done, at the start and then as often as it is known. Less than before means
   // that a part is done again.
   void Note(double now, std::uint64_t done);
 
-  // What is done in a second. Nothing before it can be told.
+  // How much is done in a second. Nothing until it is known.
   std::optional<double> Rate() const;
-  // How many seconds are left until all is done. Nothing before it can be told, and when it is
-  // longer than people would believe.
+  // How many seconds are left until all is done. Nothing until it is known, or when it is longer
+  // than people would believe.
   std::optional<double> Left(std::uint64_t all) const;
 
  private:

@@ -29,7 +29,7 @@ constexpr std::uint32_t kMostBins = 10000;
 struct Bin {
   ArchiveTime time = 0;
   BinLevels levels;
-  unsigned thousandths = 0;  // of it that were recorded
+  unsigned thousandths = 0;  // of the bin that were recorded
 
   bool IsRecorded() const { return thousandths > 0; }
   bool IsRecordedInPart() const { return IsRecorded() && thousandths < 1000; }
@@ -37,7 +37,7 @@ struct Bin {
   double RoundedMean() const { return std::round(levels.mean * 100) / 100; }
 };
 
-// The range with its open ends closed; nothing when none of its times is one that archives hold.
+// The range with its open ends closed; nothing when archives hold none of its times.
 std::optional<BoundedRange> RangeWithin(const OpenRange& range, const Timeline& timeline) {
   ArchiveTime start = kEndOfTimes;
   ArchiveTime end = 0;
@@ -57,7 +57,7 @@ void Check(const ActivityOptions& options) {
     throw Failure("the number of bins must be 1 to 10000", kExitUsage);
 }
 
-// A stream that is not there would look quiet. Where not all streams are known it may be there, and
+// A stream that does not exist would look quiet. It may exist where not all streams are known, and
 // events have levels, too.
 void RefuseUnknownStream(std::uint8_t streamId, const SourceFacts& source) {
   if (IsEventType(streamId)) return;
@@ -70,7 +70,7 @@ void RefuseUnknownStream(std::uint8_t streamId, const SourceFacts& source) {
 
 std::vector<Bin> Measure(const ActivityBins& bins, std::uint8_t streamId, Timeline* timeline) {
   ActivityMeasure measure({streamId}, bins, timeline);
-  // While an archive is open, all is asked that needs its index.
+  // While an archive is open, ask everything that needs its index.
   timeline->ForEach("measuring", [&](std::size_t number) {
     measure.Add(number);
     DoubtRecorded(number, bins.from, bins.to, timeline);
@@ -123,7 +123,7 @@ const char* Mark(const Bin& bin) {
   return bin.IsRecorded() ? kMarks[bin.levels.highest / kLevelsPerMark] : "·";
 }
 
-// A mark below each bin that is recorded in part; empty when there is none.
+// A mark below each bin that was recorded only in part; empty when there is none.
 std::string MarksBelow(const std::vector<Bin>& bins) {
   std::string marks;
   for (const Bin& bin : bins) marks += bin.IsRecordedInPart() ? '-' : ' ';
@@ -137,7 +137,7 @@ void PrintWrapped(const std::string& text, const std::optional<std::size_t>& ter
   for (const std::string& line : lines) std::cout << line << '\n';
 }
 
-// Unless the user has asked for a number, a terminal gets as many as a line of it has room for.
+// Unless the user asked for a number, a terminal gets as many as fit on a line.
 std::uint32_t MostBins(const ActivityOptions& options) {
   constexpr std::uint32_t kUsual = 96;
   if (options.binCount) return *options.binCount;

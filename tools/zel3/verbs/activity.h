@@ -14,7 +14,7 @@ struct ActivityOptions {
   SourceArguments sources;
   std::uint8_t streamId = 0;
   RangeOptions range;  // default: from the start of the first archive to the last end
-  std::optional<std::uint32_t> binCount;  // as many as fit unless asked for
+  std::optional<std::uint32_t> binCount;  // default: as many as fit
   MissingIndexes missingIndexes = MissingIndexes::kBuild;
   OutputStyle style;
 };

@@ -14,7 +14,7 @@
 
 namespace {
 
-// Whatever goes on, these end the verb.
+// Whether the failure ends the whole verb.
 bool EndsAll(const Failure& failure) {
   return failure.Code() == kExitUsage || failure.Code() == kExitInterrupted;
 }
@@ -31,7 +31,7 @@ int Weightier(int one, int other) {
 
 class Answers {
  public:
-  // `mayBeMany`: their answers say which source they are of.
+  // `mayBeMany`: answers say which source they are for.
   Answers(FoundSources found, bool mayBeMany, OutputFormat format) : mFound(std::move(found)) {
     mFrame.areMany = mayBeMany && mFound.areMany;
     mFrame.isJsonList = mFrame.areMany && format == OutputFormat::kJson;
@@ -75,7 +75,7 @@ class Answers {
 }  // namespace
 
 void AskedSource::Tell(const std::string& notice) const {
-  // Some name it by themselves.
+  // Some notices name the source themselves.
   const bool isNamed = notice.find(mGiven.path) != std::string::npos;
   PrintNotice(IsOneOfMany() && !isNamed ? mGiven.path + ": " + notice : notice);
 }
@@ -89,7 +89,7 @@ void AskedSource::BeginText() {
   if (IsOneOfMany()) std::cout << (isFirst ? "" : "\n") << Escaped(mGiven.path) << '\n';
 }
 
-// What stands between answers, or before the first one.
+// Prints what comes between answers, or before the first one.
 void AskedSource::BeginMember() {
   const bool isFirst = mFrame.answers++ == 0;
   if (mFrame.isJsonList) std::cout << (isFirst ? kListBegins : ",");

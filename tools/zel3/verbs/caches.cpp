@@ -31,7 +31,7 @@ struct CacheCounts {
 
 struct ShownCache {
   KeptCache cache;
-  std::vector<std::string> removed;  // names of files, also those that would be removed
+  std::vector<std::string> removed;  // names of files removed, or that would be
 };
 
 std::string PathOf(const KeptCache& cache) {
@@ -47,7 +47,8 @@ std::string AsText(const CacheCounts& counts) {
                      Counted(counts.bytes, "byte"));
 }
 
-// What is found and, when the user wants it, removed; printed whole also when the user interrupts.
+// Lists and, if the user wants it, removes what is found; the output is complete even when the user
+// interrupts.
 class CachesRun {
  public:
   explicit CachesRun(const CachesOptions& options) : mOptions(options) {}

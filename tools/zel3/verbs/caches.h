@@ -9,11 +9,11 @@
 #include "sources/host_options.h"
 
 struct CachesOptions {
-  std::vector<std::string> sources;         // to look beside their archives as well
+  std::vector<std::string> sources;         // also look beside their archives
   std::optional<cache_removal::Wish> wish;  // none: nothing is removed
-  bool onlyLooks = false;                   // tells what would be removed
+  bool onlyLooks = false;                   // only says what would be removed
   OutputFormat format = OutputFormat::kText;
 };
 
-// The verb caches: which indexes are kept where, and which of them are of use.
+// The verb caches: which indexes are kept where, and which are of use.
 int RunCaches(const HostOptions& host, const CachesOptions& options);

@@ -8,7 +8,7 @@
 
 struct CalendarOptions {
   SourceArguments sources;
-  RangeOptions range;  // default: all days of which something is recorded
+  RangeOptions range;  // default: all days on which something is recorded
   MissingIndexes missingIndexes = MissingIndexes::kBuild;
   OutputStyle style;
 };

@@ -14,7 +14,7 @@ QDate DateAt(ArchiveTime time, const QTimeZone& zone) {
   return DayAt(static_cast<std::int64_t>(std::min(time, kEndOfTimes)), zone);
 }
 
-// Of an instant; none before 1970.
+// The time of an instant; 0 for those before 1970.
 ArchiveTime TimeOf(std::int64_t instant) {
   return static_cast<ArchiveTime>(std::max(instant, std::int64_t{0}));
 }
@@ -26,7 +26,7 @@ class Rows {
 
   void Add(const RecordedDay& day) { mRows.push_back({day, {}}); }
 
-  // The days from one on, up to another, of which nothing is recorded.
+  // Adds the days from `first` up to `end`, on which nothing is recorded.
   void AddEmpty(const QDate& first, const QDate& end) {
     const std::int64_t count = first.daysTo(end);
     if (count > kMostEmptyDays) {

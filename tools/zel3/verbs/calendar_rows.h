@@ -8,19 +8,19 @@
 
 #include "client/recorded_hours.h"
 
-// Days of which nothing is recorded, one after the other.
+// Consecutive days on which nothing is recorded.
 struct CalendarGap {
   QDate first;
   std::int64_t days = 0;
   bool isInDoubt = false;
 };
 
-// A day, or many without anything.
+// A day, or many days without anything.
 struct CalendarRow {
   std::optional<RecordedDay> day;
   CalendarGap gap;  // where there is no day
 };
 
-// All days from the first to the last, or of the range where it is given: more than a week without
+// All days from the first to the last, or of the range if one is given. More than a week without
 // anything is one row.
 std::vector<CalendarRow> RowsOf(const RecordedDays& found, const QTimeZone& zone);

@@ -16,12 +16,12 @@
 
 namespace {
 
-// A line of the calendar: a text and how wide it is on a terminal.
+// A line of the calendar: a text and its width on a terminal.
 struct CalendarLine {
   std::string text;
   std::size_t width = 0;
   bool isHeading = false;
-  QDate date;  // of what it shows, or what follows it
+  QDate date;  // of what it shows, or of what follows it
 
   void Add(const std::string& more) {
     text += more;
@@ -29,7 +29,7 @@ struct CalendarLine {
   }
 };
 
-// How days look that stand one below the other, or side by side.
+// How days look in one column, or in two.
 struct Layout {
   std::size_t cellWidth;
   bool isNarrow;
@@ -40,7 +40,7 @@ constexpr Layout kNarrow = {1, true};
 constexpr std::size_t kMostWideRows = 31;
 constexpr std::size_t kNarrowWidth = 39;
 constexpr std::size_t kBetween = 2;
-// Of one of two columns: what a tall window shows, and more than a hundred days need.
+// Rows in each of two columns: what a tall window shows, and more than a hundred days need.
 constexpr std::size_t kMostNarrowRows = 56;
 
 std::string DateOf(const QDate& date, const Layout& layout) {
@@ -80,7 +80,7 @@ std::string PercentText(const RecordedHour& sum) {
   return percent == 0 && sum.recorded > 0 ? "<1" : std::to_string(percent);
 }
 
-// In three characters: 999, 12k.
+// In at most three characters: 999, 12k.
 std::string ShortCount(std::uint64_t count) {
   const char* unit = "";
   for (const char* const next : {"k", "M", "G"}) {
@@ -127,7 +127,7 @@ CalendarLine HeadingOf(const QDate& date, const Layout& layout) {
   for (std::size_t hour = 0; hour < kHoursOfDay; hour += 3)
     text += fmt::format("{:<{}}", hour, 3 * layout.cellWidth);
   if (layout.isNarrow) {
-    // The month takes the place of the first hour.
+    // The month replaces the first hour.
     line.Add(fmt::format("{:04}-{:02}{}   %  ev", date.year(), date.month(), text.substr(1)));
   } else {
     line.Add(fmt::format("{:15}{}     %  events", "", text));
@@ -159,12 +159,12 @@ void PrintLine(std::string text) {
 
 using LineIterator = std::vector<CalendarLine>::const_iterator;
 
-// A part of the lines, from which a column is made; it begins with a heading.
+// Takes the lines of one column, which begins with a heading.
 std::vector<CalendarLine> TakeColumn(LineIterator* next, LineIterator end, std::size_t rows) {
   std::vector<CalendarLine> column;
   if (*next != end && !(*next)->isHeading) column.push_back(HeadingOf((*next)->date, kNarrow));
   while (*next != end && column.size() < rows) column.push_back(*(*next)++);
-  // What it is of would stand elsewhere.
+  // Its days would be in the next column.
   if (*next != end && column.size() > 1 && column.back().isHeading) {
     column.pop_back();
     --*next;
@@ -176,7 +176,7 @@ void PrintSideBySide(const std::vector<CalendarLine>& lines) {
   LineIterator next = lines.begin();
   while (next != lines.end()) {
     if (next != lines.begin()) PrintLine("");
-    // With the headings that the columns get.
+    // Including the headings that the columns get.
     const auto left = static_cast<std::size_t>(lines.end() - next) + (next->isHeading ? 1 : 2);
     const std::size_t rows = std::min(kMostNarrowRows, (left + 1) / 2);
     const std::vector<CalendarLine> first = TakeColumn(&next, lines.end(), rows);

@@ -5,7 +5,7 @@
 
 namespace {
 
-// Waking the thread for less takes longer than what it reads.
+// Waking the thread for less takes longer than reading it.
 constexpr FilePosition kWorthReading = 1 << 20;
 
 }  // namespace

@@ -9,24 +9,24 @@
 #include "checkup/archive_checkup.h"
 #include "checkup/finding.h"
 
-// Goes through an archive while it is being written, on a thread of its own, as zel3 doctor goes
-// through one. Used on one thread.
+// Checks an archive while it is being written, as zel3 doctor would, on its own thread. To be used
+// from one thread.
 class CheckWhileWritten {
  public:
   explicit CheckWhileWritten(const std::string& path);
-  // Gives up when the end has not been asked for.
+  // Gives up unless End has been called.
   ~CheckWhileWritten();
   CheckWhileWritten(const CheckWhileWritten&) = delete;
   CheckWhileWritten& operator=(const CheckWhileWritten&) = delete;
 
-  // So many bytes of the archive can be read now.
+  // This many bytes of the archive can be read now.
   void Grow(FilePosition size);
 
   struct Result {
     ArchiveFacts facts;
     Findings findings;
   };
-  // Waits for what has been found in the whole archive, which has `size` bytes. Called once. Throws
+  // Waits for the findings about the whole archive, which has `size` bytes. Called once. Throws
   // Failure when the user interrupts.
   Result End(FilePosition size);
 

@@ -18,7 +18,7 @@ class PlainLines : public ConsoleLines {
   bool Next(std::string* line) override { return static_cast<bool>(std::getline(std::cin, *line)); }
 };
 
-// Of one command, or of all.
+// For one command, or for all.
 void PrintHelp(const std::string& name) {
   std::vector<std::vector<std::string>> rows;
   for (const CommandHelp& command : HelpOfCommands()) {

@@ -12,7 +12,6 @@ class ConsoleLines {
   virtual bool Next(std::string* line) = 0;
 };
 
-// The lines of the standard input as they are. Those that somebody types at a terminal can be
-// edited, are kept for the next time, and may ask for help, which is printed and given back as an
-// empty line.
+// The lines of the standard input as they are. Lines typed at a terminal can be edited and are kept
+// for the next time; one that asks for help is answered here and returned as an empty line.
 std::unique_ptr<ConsoleLines> MakeConsoleLines();

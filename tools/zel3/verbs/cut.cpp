@@ -31,12 +31,12 @@ struct PartOfArchive {
   std::vector<EntryRange> ranges;
 };
 
-// All that the range holds.
+// Everything in the range.
 struct CutPlan {
   std::vector<PartOfArchive> parts;
   std::uint64_t dataBytes = 0;  // without the holes of files
   std::uint64_t entries = 0;
-  std::set<unsigned> streams;  // that the headers of the archives declare
+  std::set<unsigned> streams;  // declared by the headers of the archives
 };
 
 class Planner {
@@ -111,7 +111,7 @@ WantedRecords WantedBy(const CutOptions& options, const BoundedRange& range) {
   return wanted;
 }
 
-// What a cut has made.
+// What was written.
 struct Summary {
   std::vector<NewArchive> archives;
   ExcerptCounts counts;
@@ -215,7 +215,7 @@ int Cut(const CutOptions& options, const BoundedRange& range, ServedSource* sour
   CutProgress shown(&progress);
   const auto onBytes = [&shown](std::uint64_t bytes) { shown.Add(bytes); };
   const auto refuse = [source](const std::string& path) {
-    // What does not exist is not of the source.
+    // A file that does not exist is not part of the source.
     if (StatusOf(path, Links::kNot)) RefuseToHarm(source->Facts(), path);
     RefuseToShareIndex(source->Facts(), path);
   };

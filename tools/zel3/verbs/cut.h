@@ -22,5 +22,5 @@ struct CutOptions {
   OutputStyle style;
 };
 
-// The verb cut: an archive of a range of time.
+// The verb cut: a range of time as a new archive.
 int RunCut(const HostOptions& host, const CutOptions& options);

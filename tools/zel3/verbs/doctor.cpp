@@ -90,7 +90,7 @@ SeverityCounts CountsOf(const std::vector<Finding>& findings) {
   return counts;
 }
 
-// Once for each kind: findings are many, and a table with their remedies too wide.
+// Once for each kind: there are many findings, and a table with remedies would be too wide.
 void PrintRemedies(const std::vector<Finding>& findings) {
   std::set<FindingKind> kinds;
   for (const Finding& finding : findings) kinds.insert(finding.kind);
@@ -135,7 +135,7 @@ void TellWhereIndexesAre(const SourceFacts& source, const AskedSource& asked) {
   }
 }
 
-// Gives the number of files that cannot be indexed.
+// Returns the number of files that cannot be indexed.
 std::uint64_t Rebuild(const HostOptions& host, const SourceFacts& source,
                       const std::vector<ArchiveFacts>& archives, const AskedSource& asked,
                       ProgressBar* progress) {

@@ -10,10 +10,10 @@
 struct DoctorOptions {
   SourceArguments sources;
   bool rebuild = false;
-  Severity failOn = Severity::kWarning;  // the least that makes the verb end as damaged
+  Severity failOn = Severity::kWarning;  // the lowest that makes the verb end as damaged
   OutputStyle style;
 };
 
 // The verb doctor: what is wrong with archive files and their caches, found without a reader. With
-// `rebuild` caches that are missing or unsound are made anew. Archives are never written.
+// `rebuild`, caches that are missing or unsound are rebuilt. Archives are never written.
 int RunDoctor(const HostOptions& host, const DoctorOptions& options);

@@ -2,8 +2,8 @@
 
 #include "system/failure.h"
 
-// Runs a verb. When it ends because nothing is recorded or known there, `printEmpty` prints before
-// that what programs get, so that they need not tell an empty answer from none.
+// Runs a verb. When it ends because nothing is recorded or known there, `printEmpty` first prints
+// the empty answer for programs, so that they always get one.
 template <class Verb, class PrintEmpty>
 int RunOrPrintEmpty(Verb verb, PrintEmpty printEmpty) {
   try {

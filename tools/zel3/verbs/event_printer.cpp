@@ -18,7 +18,7 @@ const std::vector<std::string>& Headings() {
   return headings;
 }
 
-// Of a table of all kinds of events.
+// The widths of a table that has every kind of event.
 std::vector<std::size_t> LargestWidths() {
   std::size_t typeWidth = 0;
   for (const std::string& name : event_types::Names()) typeWidth = std::max(typeWidth, name.size());

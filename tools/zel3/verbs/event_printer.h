@@ -7,7 +7,7 @@
 #include "output/tables.h"
 #include "verbs/asked_source.h"
 
-// Prints the events of a source as they come, in any format. What is printed is whole also when
+// Prints the events of a source as they come, in any format. The output is well-formed even when
 // there are none.
 class EventPrinter {
  public:
@@ -16,7 +16,7 @@ class EventPrinter {
 
   // Throws Failure when it cannot be written.
   void Print(const RecordedEvent& event);
-  // Ends what has been printed.
+  // Ends the output.
   void Finish();
 
   bool HasPrinted() const { return mHasPrinted; }

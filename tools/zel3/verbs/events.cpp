@@ -23,8 +23,8 @@ bool IsWanted(const RecordedEvent& event, const OpenRange& range,
   return types.empty() || std::find(types.begin(), types.end(), event.type) != types.end();
 }
 
-// Whether damage of an archive may hide events of a range. Archives that come one after the other
-// bound what their neighbours may hide; otherwise it may be a day's.
+// Whether damage in an archive may hide events of a range. Where archives follow one another, their
+// neighbours bound what it may hide; otherwise it may be up to a day.
 bool MayHide(const std::vector<ServedArchive>& archives, std::size_t number,
              const OpenRange& range) {
   const ServedArchive& archive = archives[number];
@@ -60,8 +60,8 @@ int Events(const HostOptions& host, const EventsOptions& options, const OpenRang
   for (std::size_t number = 0; number < archives.size(); ++number) {
     const ServedArchive& archive = archives[number];
     if (archive.IsLeftOut()) continue;
-    // One without an index is read through at once: building one reads it as well, and takes memory
-    // for all events.
+    // An archive without an index is read right away: building one would read it, too, and take
+    // memory for all events.
     const std::uint64_t damaged =
         archive.HasIndex()
             ? ForEachEvent(archive.path, source.Facts().CacheOf(archive.path), onEvent)

@@ -14,10 +14,10 @@ struct EventsOptions {
   SourceArguments sources;
   RangeOptions range;
   std::vector<std::uint8_t> types;  // empty: all
-  bool follow = false;              // goes on with what is written
+  bool follow = false;              // goes on with events as they are written
   MissingIndexes missingIndexes = MissingIndexes::kBuild;
   OutputStyle style;
 };
 
-// The verb events: what has happened.
+// The verb events: what happened.
 int RunEvents(const HostOptions& host, const EventsOptions& options);

@@ -19,7 +19,7 @@
 
 namespace {
 
-// Prints events, each at once. Columns are as wide as all kinds of events need.
+// Prints each event at once. Columns are wide enough for every kind of event.
 class LiveEvents {
  public:
   LiveEvents(const OutputStyle& style, const FollowedFiles* files)
@@ -46,7 +46,7 @@ class LiveEvents {
   }
 
  private:
-  // `width`: a text as wide as times are.
+  // `width`: a text as wide as times.
   void PrintRow(const std::string& time, const std::string& type, const std::string& text,
                 const std::string& source, const std::string& width) const {
     if (mFormat == OutputFormat::kCsv) {

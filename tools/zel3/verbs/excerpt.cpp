@@ -16,7 +16,7 @@ Excerpt::Excerpt(const WantedRecords& wanted, const std::optional<PartSize>& par
                  NewArchives* archives, OnBytesRead onBytes)
     : mWanted(wanted), mPartSize(partSize), mArchives(*archives), mOnBytes(std::move(onBytes)) {}
 
-// Entries of one archive that follow each other.
+// Consecutive entries of one archive.
 class Excerpt::Addition {
  public:
   Addition(Excerpt* excerpt, std::size_t number, const OpenedArchive& opened,
@@ -94,7 +94,7 @@ class Excerpt::Addition {
            named == static_cast<std::int64_t>(stretch.wholeTo);
   }
 
-  // Data after a header goes on with the entry before.
+  // Data after a header belongs to the entry before it.
   void TakeRestOfEntry(const SoundStretch& stretch, const KnownTypes& known) {
     SoundStretch rest = stretch;
     rest.from = stretch.data;
@@ -152,7 +152,7 @@ class Excerpt::Addition {
     ++mCounts.damagedEntries;
   }
 
-  // What comes before an entry of that size.
+  // Begins a new part if that is due, and writes what must come before an entry of that size.
   void WriteHeader(ArchiveTime place, std::uint64_t size) {
     if (mExcerpt.BeginsPart(place, size)) {
       mCopy.Flush();
@@ -163,7 +163,7 @@ class Excerpt::Addition {
     WriteHeaderInForce(size);
   }
 
-  // What comes before so much of it.
+  // Writes the header in force, unless it is there already, before so much of an entry.
   void WriteHeaderInForce(std::uint64_t size) {
     if (mExcerpt.mPartBytes + size > kLargestIndexed) {
       throw Failure(
@@ -175,7 +175,7 @@ class Excerpt::Addition {
     mExcerpt.mPartBytes += mExcerpt.mHeader->size();
   }
 
-  // An index does not have what a wrong length has led over.
+  // An index does not have entries that a wrong length has skipped.
   bool IsWithin(const SoundStretch& stretch) {
     while (mEntry + 1 < mIndex.Count() && mIndex.PositionOf(mEntry + 1) <= stretch.from) ++mEntry;
     const ArchiveTime time = ToArchiveTime(stretch.index.time);
@@ -187,8 +187,8 @@ class Excerpt::Addition {
   enum class Before {
     kNoEntry,
     kEntry,       // that is written
-    kLostEntry,   // without a header
-    kOtherEntry,  // of another time
+    kLostEntry,   // that has no header
+    kOtherEntry,  // not of the range
   };
 
   Excerpt& mExcerpt;
@@ -207,7 +207,7 @@ class Excerpt::Addition {
 };
 
 void Excerpt::Add(std::size_t number, const OpenedArchive& opened, const EntryRange& range) {
-  // It may have been opened anew since the range was found.
+  // The archive may have been opened again since the range was found.
   const KeptIndex& index = opened.Index();
   if (range.first >= range.end || range.end > index.Count() ||
       index.PositionOf(range.end - 1) >= opened.File().Size()) {
@@ -224,7 +224,7 @@ void Excerpt::UseHeader(const std::optional<ArchiveHeader>& header) {
   mHeader.reset();
   if (!header) return;
   ArchiveHeader wanted = *header;
-  // An index record follows at once.
+  // An index record follows immediately.
   wanted.firstIndexDelta = kFirstIndexDelta;
   auto& streams = wanted.streams;
   streams.erase(

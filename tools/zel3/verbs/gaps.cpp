@@ -20,22 +20,22 @@
 
 namespace {
 
-// With names in place of numbers.
+// A gap with names instead of numbers.
 struct ShownGap {
   MissingStretch gap;
-  std::optional<std::string> file;      // in which recording ends before it
-  std::optional<std::string> nextFile;  // in which it goes on
+  std::optional<std::string> file;      // where recording ends before it
+  std::optional<std::string> nextFile;  // where it goes on
 };
 
 struct ShownGaps {
   MissingTime missing;
   std::vector<ShownGap> listed;
-  bool isWhole = true;  // what may be missing besides is not known otherwise
+  bool isWhole = true;  // false: more may be missing than is known
 
   std::size_t Shorter() const { return missing.gaps.size() - listed.size(); }
 };
 
-// An archive time of one second.
+// Seconds as archive time.
 ArchiveTime Seconds(std::uint32_t seconds) {
   return ArchiveTime{seconds} * kArchiveTimePerIndexTime;
 }
@@ -127,7 +127,7 @@ std::string SummaryText(const ShownGaps& shown, const GapsOptions& options) {
                        TimeText(missing.from, times), TimeText(missing.to, times));
   }
   const ArchiveTime all = missing.to - missing.from;
-  // Cut off, so that only a whole range has 100 %.
+  // Rounded down, so that only a whole range has 100 %.
   const std::uint64_t thousandths = missing.recorded * 1000 / all;
   std::string text = fmt::format(
       "{} of {} recorded ({}.{} %), {}, the longest {}", LengthText(missing.recorded, times),

@@ -11,7 +11,7 @@
 struct GapsOptions {
   SourceArguments sources;
   RangeOptions range;                   // default: from the first entry to the end of the last one
-  std::uint32_t longerThanSeconds = 0;  // shorter gaps are counted only
+  std::uint32_t longerThanSeconds = 0;  // shorter gaps are only counted
   MissingIndexes missingIndexes = MissingIndexes::kBuild;
   OutputStyle style;
 };

@@ -34,7 +34,7 @@ const char* Name(State state) {
   return "failed";
 }
 
-// By path, of the archives whose indexes have been built just now.
+// By path; of the archives whose indexes have just been built.
 using DamageByPath = std::map<std::string, Damage>;
 
 DamageByPath FindDamage(Timeline* timeline, Progress* progress) {
@@ -56,7 +56,7 @@ DamageByPath FindDamage(Timeline* timeline, Progress* progress) {
   return found;
 }
 
-// All files of the source by name, those that are not archives as left out.
+// All files of the source by name; those that are not archives count as left out.
 std::vector<ServedArchive> FilesByName(const Timeline& timeline, const SourceFacts& source) {
   std::map<std::string, ServedArchive> byPath;
   for (const ServedArchive& archive : timeline.Archives()) byPath[archive.path] = archive;
@@ -150,7 +150,7 @@ int Index(const HostOptions& host, const IndexOptions& options, AskedSource* ask
 
 int RunIndex(const HostOptions& host, const IndexOptions& options) {
   if (options.watch) return WatchAndIndex(host, options);
-  // Other processes are to end with this one.
+  // The other processes must end with this one.
   if (options.jobs > 1) interruption::WatchAllEndings();
   return AnswerForEach(options.sources, options.style.format,
                        [&](AskedSource* asked) { return Index(host, options, asked); });

@@ -8,9 +8,9 @@
 
 struct IndexOptions {
   SourceArguments sources;
-  bool refresh = false;  // also indexes that are there are built again
-  bool watch = false;    // goes on with files as they are finished
-  std::size_t jobs = 1;  // files that are indexed at once
+  bool refresh = false;  // also rebuild indexes that exist
+  bool watch = false;    // go on with files as they are finished
+  std::size_t jobs = 1;  // how many files are indexed at once
   OutputStyle style;
 };
 

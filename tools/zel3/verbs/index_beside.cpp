@@ -24,7 +24,7 @@ bool HasSuffixOfArchives(const std::filesystem::path& path) {
   return strcasecmp(suffix.c_str(), ".zel3") == 0 || strcasecmp(suffix.c_str(), ".zel") == 0;
 }
 
-// One index serves all archives of a folder that only differ in their suffixes.
+// Archives of a folder that differ only in their suffixes share one index.
 void RefuseOtherArchiveBeside(const std::filesystem::path& archive) {
   const std::filesystem::path folder =
       archive.has_parent_path() ? archive.parent_path() : std::filesystem::path(".");

@@ -28,7 +28,7 @@ namespace {
 
 using Clock = FinishedFiles::Clock;
 
-// When something was last written to a file, and how long it was then.
+// When a file was last written to, and how long it was then.
 struct Writing {
   std::int64_t seconds = 0;
   std::uint32_t nanoseconds = 0;
@@ -50,7 +50,7 @@ class IndexWatch {
   IndexWatch(const HostOptions& host, const IndexOptions& options)
       : mHost(host), mOptions(options), mFiles(options.sources, PrintNotice) {}
 
-  // Until the user interrupts, or nobody reads what is printed.
+  // Runs until the user interrupts, or nobody reads what is printed.
   void Run() {
     FileNews news;
     news.appeared = mFiles.FindAll();
@@ -97,7 +97,7 @@ class IndexWatch {
     }
   }
 
-  // A file that fails costs its own index only.
+  // A file that fails costs only its own index.
   void Index(const std::string& path) {
     try {
       ServedSource source(mHost, GivenSource{path, false, {path}}, MissingIndexes::kBuild,

@@ -2,6 +2,7 @@
 
 #include "verbs/index.h"
 
-// What index --watch does: builds the missing indexes of all files, and then of each one that is
-// finished, until the user interrupts. Throws Failure, a usage error when options do not fit.
+// Runs index --watch: builds the missing indexes of all files, and then of each file that is
+// finished, until the user interrupts. Throws Failure; a usage error when options do not go
+// together.
 int WatchAndIndex(const HostOptions& host, const IndexOptions& options);

@@ -16,7 +16,7 @@
 
 namespace {
 
-// Signs that something is known only with an index, and that something cannot be told.
+// Marks for what is known only with an index, and for what cannot be known.
 constexpr char kPerhapsMore[] = "...";
 constexpr char kUnknown[] = "?";
 

@@ -17,7 +17,7 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-// What is registered for a file whose bricks the host does not know.
+// The signature registered for a file that the host does not know.
 constexpr Tag kNoSignature = 0;
 
 struct PlugInsInUse {
@@ -29,7 +29,7 @@ struct PlugInsInUse {
   const SettingsInForce inForce;
 };
 
-// Makes the file known under the signature that the host knows a file of this name by.
+// Registers the file under the signature by which the host knows a file of this name.
 Tag Register(const std::string& path) {
   const QFileInfo info(QFile::decodeName(path.c_str()));
   if (!info.isFile()) throw Failure("no file at " + path);

@@ -10,7 +10,7 @@
 
 namespace {
 
-// As much is written at once.
+// How much is written at once.
 constexpr std::size_t kPortion = 65536;
 
 }  // namespace
@@ -41,7 +41,7 @@ class LiveArchive::Part : public FollowedRecords {
     mWhole.mWaiting.insert(mWhole.mWaiting.end(), bytes.begin(), bytes.end());
     mWhole.Add(payload, head.length);
   }
-  // A long hole of the file.
+  // A long hole in the file.
   void OnEmptyData(FilePosition /*position*/, std::uint64_t count, Tag /*kind*/) override {
     if (mHeader.empty() || !mIndex) return;
     if (!IsInForce()) WriteIndex();
@@ -76,7 +76,7 @@ std::unique_ptr<FollowedRecords> LiveArchive::RecordsOf() {
   return std::make_unique<Part>(this);
 }
 
-// The end of a record.
+// The bytes end a record.
 void LiveArchive::Add(const void* bytes, std::size_t size) {
   const auto* const from = static_cast<const unsigned char*>(bytes);
   mWaiting.insert(mWaiting.end(), from, from + size);
@@ -85,7 +85,7 @@ void LiveArchive::Add(const void* bytes, std::size_t size) {
 
 void LiveArchive::Flush() {
   if (mWaiting.empty()) return;
-  // What cannot be written is not tried again: some of it may have been.
+  // A failed write is not repeated: some of it may have been written.
   const Bytes bytes = std::exchange(mWaiting, {});
   mOnBytes(bytes);
 }

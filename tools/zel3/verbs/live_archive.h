@@ -8,9 +8,9 @@
 #include "parser/framing.h"
 #include "sources/followed_archives.h"
 
-// One archive put together of the records of several as they come. It is sound wherever it ends:
-// bytes go out in whole records, a header with the index record after it, and a block after the
-// header and the index record that it came after.
+// One archive made from the records of several as they come. It is sound wherever it ends: only
+// whole records are written, a header together with the index record after it, and a block only
+// after its own header and index record.
 class LiveArchive {
  public:
   using Bytes = std::vector<unsigned char>;
@@ -19,10 +19,11 @@ class LiveArchive {
   // `onBytes` gets whole records.
   explicit LiveArchive(OnBytes onBytes) : mOnBytes(std::move(onBytes)) {}
 
-  // What is written of one archive. Borrows this object.
+  // Takes the records of one archive. Borrows this object.
   std::unique_ptr<FollowedRecords> RecordsOf();
 
-  // Hands over what has been kept to be written together. REQUIRES: called at the end of each look.
+  // Hands over what has been kept so far, to be written at once. REQUIRES: called at the end of
+  // each look.
   void Flush();
 
   std::uint64_t Entries() const { return mEntries; }

@@ -29,7 +29,7 @@ void LossList::Add(LossCause cause, FilePosition position, std::uint64_t bytes) 
     mLast.bytes += bytes;
     if (mCount <= kMostKept) {
       mKept.back().bytes = mLast.bytes;
-      // An entry that has been found since is lost itself.
+      // An entry found since then is itself lost.
       mKept.back().after.reset();
       mWithoutAfter = std::min(mWithoutAfter, mKept.size() - 1);
     }

@@ -11,15 +11,15 @@ enum class LossCause {
   kDamage,      // makes no sense
   kUnreadable,  // cannot be read
   kUndeclared,  // data of a stream that no header declares
-  kNoIndex,     // data between a header and an index record, which is of no entry
-  kNoHeader,    // no whole header comes before it
+  kNoIndex,     // data between a header and an index record: of no entry
+  kNoHeader,    // no whole header before it
   kCutOff,      // a last record that is not whole
 };
 
 // One word, for programs: damage, no-header
 const char* Name(LossCause cause);
 
-// Bytes of an archive that are of no use.
+// Bytes of an archive that are lost.
 struct Loss {
   LossCause cause = LossCause::kDamage;
   FilePosition position = 0;
@@ -29,15 +29,15 @@ struct Loss {
   std::optional<ArchiveTime> after = {};
 };
 
-// What an archive has lost, in the order of the file. The first thousand are kept; a damaged disk
-// has many more.
+// What an archive has lost, in the order of the file. Only the first thousand are kept, since a
+// damaged disk can cause many more.
 class LossList {
  public:
   static constexpr std::size_t kMostKept = 1000;
 
-  // What follows a loss of the same cause at once is one with it.
+  // A loss that directly follows one of the same cause is merged with it.
   void Add(LossCause cause, FilePosition position, std::uint64_t bytes);
-  // An entry has been found whose index record is whole.
+  // Notes an entry whose index record is whole.
   void OnEntry(ArchiveTime time);
 
   const std::vector<Loss>& Kept() const { return mKept; }
@@ -48,7 +48,7 @@ class LossList {
   std::vector<Loss> mKept;
   std::uint64_t mCount = 0;
   std::uint64_t mBytes = 0;
-  std::size_t mWithoutAfter = 0;  // kept ones from this one on have no entry after them yet
+  std::size_t mWithoutAfter = 0;  // kept losses from this one on have no entry after them yet
   std::optional<ArchiveTime> mTime;
   Loss mLast;
 };

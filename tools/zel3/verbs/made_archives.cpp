@@ -32,7 +32,7 @@ bool BeginsWith(const std::string& path, const std::vector<unsigned char>& bytes
   return file && start == bytes;
 }
 
-// What was made before begins with the same header.
+// An archive made before begins with the same header.
 bool MayBeReplaced(const std::string& path, const Scenario& scenario) {
   const auto status = StatusOf(path, Links::kNot);
   if (!status) return errno == ENOENT;
@@ -51,8 +51,8 @@ void RefuseWhatIsInTheWay(const std::string& path, const Scenario& scenario) {
                 " is in the way: it was not made by this program");
 }
 
-// A cache beside an archive is not tied to the archive's contents: it would be taken for the new
-// file's.
+// A cache beside an archive is not tied to its contents, and would be taken for that of the new
+// file.
 void RemoveCacheOf(const std::string& archive) {
   const CacheNames names = CacheOf(archive, "");
   for (const QString& name : {names.events, names.entries, names.headers}) QFile::remove(name);

@@ -63,7 +63,7 @@ ArchiveTime StartOf(const GroundTruthFile& file) {
   return ToArchiveTime(file.entries.front().indexTime);
 }
 
-// Of the last entry, as other verbs show it.
+// The time of the last entry, as other verbs show it.
 ArchiveTime EndOf(const GroundTruthFile& file) {
   return ToArchiveTime(file.entries.back().indexTime);
 }

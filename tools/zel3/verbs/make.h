@@ -12,7 +12,7 @@
 struct MakeOptions {
   std::string folder;
   std::string truthFile;  // empty: none is written
-  bool force = false;     // also where archives are already
+  bool force = false;     // even where there are archives already
   OutputStyle style;
 
   // What differs from the sample day.

@@ -97,7 +97,7 @@ void TellLosses(const Mended& mended) {
                           Counted(mended.damagedEntries, "entry", "entries")));
 }
 
-// What the archive is, before anything is written.
+// Finds the archive, before anything is written.
 std::string Located(const std::string& file) {
   const std::string path = archive_source::Locate(file);
   if (archive_source::IsFolder(path)) throw Failure(path + " is a folder; one archive is mended");

@@ -11,5 +11,5 @@ struct MendOptions {
   OutputStyle style;
 };
 
-// The verb mend: all that is whole in a damaged archive.
+// The verb mend: everything undamaged in a damaged archive, as a new one.
 int RunMend(const MendOptions& options);

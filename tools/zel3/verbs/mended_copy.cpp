@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::uint64_t kLargestWithAnIndex = std::uint64_t{1} << 48;
 
-// What stands where the first header of an archive should be.
+// What was found at the start of an archive.
 struct ArchiveFront {
   std::optional<FilePosition> firstIndex;   // before any header
   std::optional<FilePosition> firstHeader;  // a whole one
@@ -33,7 +33,7 @@ ArchiveFront FrontOf(const PlainFile& file) {
   return front;
 }
 
-// How many bytes of the file are other than these, at its start.
+// How many bytes at the start of the file differ from these.
 std::uint64_t DifferentAtStart(const PlainFile& file, const std::vector<unsigned char>& bytes) {
   std::vector<unsigned char> found(bytes.size());
   bool failed = false;
@@ -119,8 +119,8 @@ class MendedCopy {
     return mHasHeader ? LossCause::kDamage : LossCause::kNoHeader;
   }
 
-  // Data between the first header and an index record is of no entry, but where that header leads
-  // over it. Data after a later one goes on with the entry before.
+  // Data between the first header and an index record belongs to no entry, unless that header skips
+  // it. Data after a later header belongs to the entry before.
   void TakeHeader(const SoundStretch& stretch, const std::optional<KnownTypes>& known) {
     const bool isFirst = !std::exchange(mHasHeader, true);
     const std::int64_t named = stretch.header->length + stretch.header->firstIndexDelta;
@@ -134,7 +134,7 @@ class MendedCopy {
     }
     ArchiveHeader header = *stretch.header;
     if (isFirst && header.firstIndexDelta != kFirstIndexDelta) {
-      // Folders do not open a file whose first header leads to no index record.
+      // In a folder, a file is not opened when its first header does not lead to an index record.
       header.firstIndexDelta = kFirstIndexDelta;
       mMended.firstHeader = Mended::FirstHeader::kRestored;
     }
@@ -143,14 +143,14 @@ class MendedCopy {
   }
 
   std::vector<unsigned char> WriteHeader(const ArchiveHeader& header) {
-    // One that has been decoded can be encoded.
+    // A header that has been decoded can be encoded.
     const auto bytes = EncodeHeaderRecord(header).value();
     mCopy.AddBytes(bytes);
     return bytes;
   }
 
   void TakeEntry(const SoundStretch& stretch, const std::optional<KnownTypes>& known) {
-    // What cannot be read of the entry before is noted before this one is.
+    // So that unreadable bytes of the entry before are noted before this entry is.
     mCopy.Flush();
     mMended.losses.OnEntry(ToArchiveTime(stretch.index.time));
     if (!mHasHeader) {
@@ -163,7 +163,8 @@ class MendedCopy {
     Copy(stretch, known);
   }
 
-  // Something of the last entry cannot be read, or so many index records: then it is lost.
+  // Something of the last entry cannot be read. When that includes index records, as many entries
+  // are lost.
   void LoseOfEntry(std::uint64_t indexRecords) {
     if (mMended.entries == 0) return;
     if (indexRecords > 0) {

@@ -9,24 +9,24 @@
 #include "verbs/loss_list.h"
 #include "verbs/new_archives.h"
 
-// What copying all that is whole has met.
+// What was found while copying everything whole.
 struct Mended {
   enum class FirstHeader {
     kWhole,
     kRestored,  // from what was left of it
-    kLater,     // one that stands later in the archive was put in its place
+    kLater,     // replaced by one from later in the archive
   };
 
   LossList losses;
   std::uint64_t entries = 0;         // written, at least in part
-  std::uint64_t damagedEntries = 0;  // of these: something of them is lost
+  std::uint64_t damagedEntries = 0;  // of these: those that have lost something
   FirstHeader firstHeader = FirstHeader::kWhole;
-  std::optional<FilePosition> laterHeader;  // the one that was put there
+  std::optional<FilePosition> laterHeader;  // that replaced the first one
 
   bool IsWhole() const { return losses.Count() == 0 && firstHeader == FirstHeader::kWhole; }
 };
 
-// Writes all that is whole of an archive into a new one, which has begun. A whole one is copied
-// byte by byte. Throws Failure when no header is whole, when something cannot be written, and when
-// the user interrupts.
+// Writes everything whole in an archive into a new one, which has begun. An undamaged archive is
+// copied byte by byte. Throws Failure when no header is whole, when something cannot be written,
+// and when the user interrupts.
 Mended CopyWhatIsWhole(const PlainFile& file, UnfinishedFile* output, const OnBytesRead& onBytes);

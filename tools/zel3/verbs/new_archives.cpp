@@ -24,7 +24,7 @@ constexpr char kSuffix[] = ".zel3";
 constexpr std::size_t kSuffixSize = sizeof(kSuffix) - 1;
 constexpr std::size_t kFewestDigits = 3;
 
-// What its entries and events are the reason for; whoever writes them elsewhere changes neither.
+// Findings caused by the entries and events themselves, which copying does not change.
 bool ComesWithTheEntries(FindingKind kind) {
   return kind == FindingKind::kMisplaced || kind == FindingKind::kBackwards ||
          kind == FindingKind::kEventsNotKept || kind == FindingKind::kFirstIndexPlace;
@@ -56,7 +56,7 @@ NewArchives::NewArchives(NewArchivePlace place, RefuseToHarm refuse)
 
 std::string NewArchives::NameOf(std::size_t number, std::size_t count) const {
   if (!mPlace.isInParts) return mPlace.path;
-  // All have as many digits, so that their order by name is that of their times.
+  // All have the same number of digits, so that they sort by time.
   const std::size_t digits =
       std::max(kFewestDigits, fmt::format("{}", std::max<std::size_t>(count, 1) - 1).size());
   const std::size_t stem = mPlace.path.size() - kSuffixSize;
@@ -143,7 +143,7 @@ void NewArchives::TakeName(std::size_t number) {
                                                    : UnfinishedFile::Existing::kKeep);
 }
 
-// The first ones. What they have replaced cannot come back.
+// Takes back the names of the first ones. What they replaced cannot be restored.
 void NewArchives::TakeNamesBack(std::size_t count) {
   if (mPlace.mayReplace) return;
   for (std::size_t number = 0; number < count; ++number) unlink(mArchives[number].path.c_str());

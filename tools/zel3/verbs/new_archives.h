@@ -10,9 +10,9 @@
 #include "output/unfinished_file.h"
 #include "verbs/check_while_written.h"
 
-// A new archive that has been looked at.
+// A new archive that has been checked.
 struct NewArchive {
-  std::string path;  // its name, which it has in the end
+  std::string path;  // its final name
   // Of the earliest entry and of the latest.
   ArchiveTime start = 0;
   ArchiveTime end = 0;
@@ -20,22 +20,22 @@ struct NewArchive {
   std::uint64_t bytes = 0;
 };
 
-// Where a new archive, or parts of it, are to be.
+// Where a new archive, or its parts, will be.
 struct NewArchivePlace {
   std::string path;
   bool isInParts = false;  // DAY.zel3 becomes DAY-000.zel3, DAY-001.zel3, ...
   bool mayReplace = false;
 };
 
-// Archives that are being written. Each is looked at as zel3 doctor does it, and all get their
-// names only when nothing is wrong with any.
+// Archives that are being written. Each is checked as by zel3 doctor, and they get their names only
+// when nothing is wrong with any of them.
 class NewArchives {
  public:
-  // Throws a usage error for what would take the place of a file of the source, or share an index
-  // with an archive of it.
+  // Throws a usage error for a path that would replace a file of the source, or share an index with
+  // an archive of it.
   using RefuseToHarm = std::function<void(const std::string& path)>;
 
-  // Throws Failure when the place is not one for archives, or something stands there.
+  // Throws Failure when archives cannot be put there, or something is there already.
   NewArchives(NewArchivePlace place, RefuseToHarm refuse);
 
   // All throw Failure when something cannot be written, and when the user interrupts.
@@ -44,20 +44,19 @@ class NewArchives {
   bool HasBegun() const { return mFile != nullptr; }
   // REQUIRES: it has begun.
   UnfinishedFile& File() { return *mFile; }
-  // Throws Failure when something is wrong that a good archive has not, or it has other than so
-  // many entries.
+  // Throws Failure when the archive is not sound, or does not have this many entries.
   void End(std::uint64_t entries);
 
-  // Gives all their names. An index that an earlier archive of such a name has left beside it is
-  // removed: readers would take it for that of the new one. Throws Failure when it may be that of
-  // another archive, or when it is there and nothing may be replaced.
+  // Gives all their names. An index left beside it by an earlier archive of that name is removed:
+  // readers would take it for that of the new one. Throws Failure when the index may belong to
+  // another archive, or when there is one and nothing may be replaced.
   void TakeNames();
 
-  // The names of other files that look like parts of this output: of an earlier one, perhaps. In
-  // order. REQUIRES: all have their names.
+  // The names, in order, of other files that look like parts of this output, perhaps of an earlier
+  // one. REQUIRES: all have their names.
   std::vector<std::string> OtherParts() const;
 
-  // Those that have ended; their paths as soon as they have their names.
+  // The archives that have ended. Their paths are valid once they have their names.
   const std::vector<NewArchive>& Ended() const { return mArchives; }
 
  private:

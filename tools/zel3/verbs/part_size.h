@@ -6,7 +6,7 @@
 
 #include "blocks/units.h"
 
-// Where an archive is cut into parts. One of both is set.
+// Where an archive is split into parts. Exactly one of the two is set.
 struct PartSize {
   ArchiveTime time = 0;     // at multiples of this time since 1970
   std::uint64_t bytes = 0;  // before it gets larger than that

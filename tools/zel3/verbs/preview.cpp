@@ -19,8 +19,8 @@ constexpr std::uint32_t kMostPositions = 10000;
 struct Position {
   ArchiveTime time = 0;
   std::optional<FoundEntry> entry;  // the first at that time or later; none before all archives
-  std::string file;                 // that holds it
-  bool timeReached = false;         // the end of the range is not after the entry
+  std::string file;                 // with the entry
+  bool timeReached = false;         // the entry is at the end of the range or after it
 };
 
 void Check(const PreviewOptions& options) {
@@ -53,8 +53,8 @@ void PrintAsJson(const std::vector<Position>& positions, TimeFormat times, Asked
   asked->PrintJson(json);
 }
 
-// How rows are written: the heads, what stands for each cell of an entry that there is not, and
-// the words for whether the end of the range is not after the entry.
+// How rows are written: the headings, what fills the cells when there is no entry, and the words
+// for whether the entry is at the end of the range or after it.
 struct RowStyle {
   std::vector<std::string> heads;
   const char* none;

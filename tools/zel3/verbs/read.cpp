@@ -197,7 +197,7 @@ int Read(const ReadOptions& options, const BoundedRange& range, const std::strin
   Timeline timeline(source, &progress);
   timeline.RequireOne();
 
-  // On a terminal that gets the bytes there is no place for it.
+  // When the bytes go to the terminal, progress has no place there.
   NoProgress noProgress;
   const bool isOccupied = OutputFile::IsStandardOutput(target) && isatty(STDOUT_FILENO) == 1;
   Progress* const shown = isOccupied ? static_cast<Progress*>(&noProgress) : &progress;

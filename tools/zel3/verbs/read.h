@@ -12,8 +12,8 @@ struct ReadOptions {
   RangeOptions range;
   std::string output;  // "-": the standard output; empty: the same, unless it is a terminal
   bool stopAtGap = false;
-  bool follow = false;  // goes on with what is written
-  OutputStyle style;    // of what is told about the bytes
+  bool follow = false;  // goes on with records as they are written
+  OutputStyle style;    // of the report about the bytes
 };
 
 // The verb read: the archive bytes of a range of time.

@@ -28,7 +28,7 @@ void BeginAtEntry(const FoundArchive& found, ArchiveTime time) {
   found.archive->BeginAt(LastEntry(file, file.Size(), time));
 }
 
-// All that begins at `time` or goes on then, or, when all has ended before, the last entry.
+// Everything from the entry at or before `time` on or, when everything is earlier, the last entry.
 void BeginFrom(const std::vector<FoundArchive>& found, ArchiveTime time) {
   const FoundArchive* last = nullptr;
   bool goesOn = false;
@@ -99,7 +99,7 @@ int FollowBytes(const ReadOptions& options) {
   try {
     archives.Follow(begin, OutputFile::IsStandardOutput(target) ? STDOUT_FILENO : -1);
   } catch (const Failure& failure) {
-    // A recording is kept, whatever ends it. An interrupt is how it ends; a further one gives up
+    // A recording is kept, whatever ends it. An interrupt is the normal end; a second one discards
     // what has been written.
     const bool isInterrupted = failure.Code() == kExitInterrupted;
     if (isInterrupted) interruption::Forget();

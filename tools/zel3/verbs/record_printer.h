@@ -6,7 +6,7 @@
 #include "text/json_text.h"
 #include "times/time_text.h"
 
-// Shows the records of archive files, each on one line, so that a file of any length can be shown.
+// Prints the records of archive files one line at a time, so that files can have any length.
 namespace record_printer {
 
 // The name of a file and the names of the columns.

@@ -13,7 +13,7 @@ struct ReportOptions {
   SourceArguments sources;
   RangeOptions range;                    // default: from the first to the last entry
   std::string output;                    // where the page goes; -: the standard output
-  Severity failOn = Severity::kWarning;  // the least that makes the verb end as damaged
+  Severity failOn = Severity::kWarning;  // the lowest that makes the verb end as damaged
   std::optional<TimeFormat> askedTimeFormat;
 };
 

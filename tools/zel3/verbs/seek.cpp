@@ -23,9 +23,9 @@ namespace {
 
 using Rule = SeekExplanation::Rule;
 
-// What an answer has cost.
+// What an answer cost.
 struct Cost {
-  std::optional<std::uint64_t> filesOpened;  // nothing: more than can be counted
+  std::optional<std::uint64_t> filesOpened;  // nothing: too many to count
   std::uint64_t bytesRead;
   bool indexWasBuilt;
 };
@@ -64,7 +64,7 @@ std::string RuleText(const SeekExplanation& explanation, const FoundEntry& found
   return "the entry before the one that holds the time";
 }
 
-// Of an answer, what is not there is null.
+// An answer in which every value is null.
 Json NothingAsJson(bool explained) {
   Json json;
   for (const char* const key : {"file", "fileNumber", "entryNumber", "time"}) json[key] = nullptr;
@@ -126,7 +126,7 @@ void PrintAsText(const FoundEntry& found, const std::string& file,
 
 using Rows = std::vector<std::vector<std::string>>;
 
-// A table of one row, or rows for a table of all sources.
+// Prints a table of one row, or adds a row to the table of all sources.
 void AddRow(const FoundEntry& found, const std::string& file, const AskedSource& asked,
             TimeFormat times, Rows* rows) {
   std::vector<std::string> headings{"file", "number", "entry", "time"};
@@ -140,7 +140,7 @@ void AddRow(const FoundEntry& found, const std::string& file, const AskedSource&
   rows->push_back(std::move(row));
 }
 
-// Where a time lies that has no answer.
+// Where a time without an answer is.
 std::string NothingThere(const Timeline& timeline, ArchiveTime time, TimeFormat times) {
   const std::string nothing = kNothingRecorded;
   const ArchiveTime first = timeline.Start();
@@ -150,7 +150,7 @@ std::string NothingThere(const Timeline& timeline, ArchiveTime time, TimeFormat 
   return nothing;
 }
 
-// The folders of what a reader opens: archives and their caches.
+// The folders of the files that a reader opens: archives and their caches.
 std::vector<std::string> FoldersOf(const SourceFacts& source) {
   std::set<std::string> folders;
   for (const std::string& file : source.Files()) folders.insert(archive_source::FolderOf(file));
@@ -161,7 +161,7 @@ std::vector<std::string> FoldersOf(const SourceFacts& source) {
   return {folders.begin(), folders.end()};
 }
 
-// Rows of a table are left to be printed.
+// Rows of a table are returned for printing later.
 int Seek(const HostOptions& host, const SeekOptions& options, AskedSource* asked, Rows* rows) {
   ServedSource source(host, asked->Given(), MissingIndexes::kBuild, asked->Teller());
   ProgressBar progress;

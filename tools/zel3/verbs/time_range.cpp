@@ -13,7 +13,7 @@ void RefuseTwice(const std::optional<ArchiveTime>& positional,
   if (positional && option) throw Failure(std::string(names) + " give the same end", kExitUsage);
 }
 
-// The other end of a range; where times end, the range does, too.
+// Adds the other end of a range, which never goes beyond the limits of time.
 void AddOtherEnd(ArchiveTime length, OpenRange* range) {
   if (range->from.has_value() == range->to.has_value())
     throw Failure("--for needs one end of the range, FROM, --since or --until", kExitUsage);
@@ -53,7 +53,7 @@ std::string SecondsHint(std::optional<ArchiveTime> time, ArchiveTime recordedFro
                         ArchiveTime recordedTo) {
   constexpr ArchiveTime kYear1980 = 315532800000;
   constexpr ArchiveTime kDay = 24 * 3600 * 1000;
-  // What is far after 1970 as milliseconds is meant as such.
+  // Times that, as milliseconds, are long after 1970 are milliseconds.
   const bool areMilliseconds = recordedFrom >= kYear1980;
   if (!time || !areMilliseconds || *time > (recordedTo + kDay) / 1000) return "";
   if (*time * 1000 + kDay < recordedFrom) return "";

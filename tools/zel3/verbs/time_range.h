@@ -6,10 +6,10 @@
 #include "blocks/units.h"
 #include "client/timeline.h"
 
-// Ranges of time as verbs take them. The command line fills a RangeOptions (AddTimeRange); when it
-// runs, the verb asks for what that means.
+// Ranges of time for verbs. The command line fills a RangeOptions (AddTimeRange); the verb, when it
+// runs, asks what it means.
 
-// A range as a user gives it. No more than two of these say something new.
+// A range as a user gives it. At most two of these are independent.
 struct RangeOptions {
   std::optional<ArchiveTime> from;    // FROM
   std::optional<ArchiveTime> to;      // TO
@@ -18,7 +18,7 @@ struct RangeOptions {
   std::optional<ArchiveTime> length;  // --for
 };
 
-// An end that is not there is open.
+// A missing end is open.
 struct OpenRange {
   std::optional<ArchiveTime> from;
   std::optional<ArchiveTime> to;  // not part of the range
@@ -29,16 +29,17 @@ struct BoundedRange {
   ArchiveTime to = 0;  // not part of the range
 };
 
-// For verbs that can do without: both ends are open when none is given. Throws a usage error when
-// an end is given twice, FROM has no other end, --for has none or two, or the range holds no time.
+// For verbs that can do without a range: both ends are open when none is given. Throws a usage
+// error when an end is given twice, FROM has no other end, --for has none or two, or the range
+// holds no time.
 OpenRange RangeOf(const RangeOptions& options);
 
-// For verbs that need both ends: also without one there is a usage error.
+// For verbs that need both ends: throws a usage error also when one is missing.
 BoundedRange BoundedRangeOf(const RangeOptions& options);
 
-// What to add to a message that nothing is recorded at a time: how to write it, when it looks like
-// seconds and the archives count milliseconds. Else nothing.
+// What to add to the message that nothing is recorded at a time: how to write it, if it looks like
+// seconds and the archives count milliseconds. Otherwise empty.
 std::string SecondsHint(std::optional<ArchiveTime> time, ArchiveTime recordedFrom,
                         ArchiveTime recordedTo);
-// For one of the ends of a range.
+// For either end of a range.
 std::string SecondsHint(const OpenRange& range, const Timeline& timeline);
