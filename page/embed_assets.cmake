@@ -8,7 +8,7 @@ foreach(name IN LISTS STYLES)
   file(READ ${FOLDER}/${name} part)
   string(APPEND style "\n${part}")
 endforeach()
-# Nothing of ours is seen by other scripts.
+# Other scripts see nothing of ours.
 set(script "/*\n${licence}*/\n${uplot_script}\n(() => {\n\"use strict\";\n")
 foreach(name IN LISTS SCRIPTS)
   file(READ ${FOLDER}/${name} part)

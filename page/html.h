@@ -7,20 +7,20 @@
 
 namespace html {
 
-// A text from outside as HTML text: nothing in it is markup, and control characters are shown.
+// A text from outside as HTML text: none of it is markup, and control characters are made visible.
 std::string FromText(const std::string& text);
 
-// A table, cell by cell. All texts are texts, not HTML.
+// A table, cell by cell. All texts are plain, not HTML.
 class Table {
  public:
-  // `caption` is read out, and not shown: the heading before the table says the same. Headings that
-  // begin with "#" stand above numbers.
+  // `caption` is read out but not shown, since the heading before the table says the same. Headings
+  // that begin with "#" are for columns of numbers.
   Table(const std::string& caption, const std::vector<std::string>& headings);
 
   void BeginRow() { mHtml += "<tr>"; }
   void EndRow() { mHtml += "</tr>\n"; }
-  // `kind` is a class of the style sheet: it tells what the cells of a column are. Texts have none,
-  // since there are thousands of them.
+  // `kind` is a class of the style sheet for the cells of a column. Texts have none, since there
+  // are thousands of them.
   void Cell(const std::string& text, const char* kind = "");
   void Number(const std::string& text) { Cell(text, "number"); }
   void Time(const std::string& text) { Cell(text, "time"); }
@@ -35,7 +35,7 @@ class Table {
 
 std::string Paragraph(const std::string& text);
 
-// The box in which a wide or long table moves. `label` is read out.
+// A box in which a wide or long table scrolls. `label` is read out.
 std::string Scrolled(const std::string& label, const std::string& table);
 
 // A part of a page. `content` is HTML.

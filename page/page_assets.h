@@ -1,6 +1,6 @@
 #pragma once
 
-// The parts of a report that are the same in all.
+// The parts that all reports share.
 namespace page_assets {
 
 // HTML with places to fill in: {{title}}.

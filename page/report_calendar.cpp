@@ -27,7 +27,8 @@ std::string PercentText(unsigned thousandths) {
   return fmt::format("{}.{} %", thousandths / 10, thousandths % 10);
 }
 
-// A whole hour has no words, and one in part has its share for those who have it read to them.
+// A whole hour has no text; a partly recorded one gives its share to those who have the page read
+// out.
 std::string CellOf(const RecordedHour& hour) {
   if (hour.length == 0 && hour.recorded == 0 && hour.events == 0 && !hour.isInDoubt) return "<td>";
   const unsigned thousandths = hour.Thousandths();
@@ -65,7 +66,7 @@ std::string RowOf(const RecordedDay& day) {
   return row + "</tr>\n";
 }
 
-// Days between two in which nothing is recorded.
+// A row for consecutive days on which nothing is recorded.
 std::string EmptyRow(std::int64_t days) {
   return fmt::format(
       "<tr><td class=\"time\">{}<td class=\"number\">0.0 %<td class=\"number\">0"

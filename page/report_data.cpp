@@ -15,13 +15,13 @@
 
 namespace {
 
-// A page holds one character for each bin and stream; of few streams finer bins fit.
+// A page holds one character for each bin and stream, so with few streams finer bins fit.
 constexpr std::uint32_t kMostLevels = 600000;
 constexpr std::uint32_t kMostFineBins = 150000;
 constexpr std::uint32_t kFewestFineBins = 4000;
 constexpr std::uint32_t kMostCoarseBins = 48;
 constexpr std::uint32_t kMostEventBins = 2000;
-// More make a page that browsers open slowly and that nobody reads.
+// With more, browsers open the page slowly, and nobody reads it.
 constexpr std::size_t kMostEvents = 5000;
 constexpr std::size_t kMostFindings = 5000;
 constexpr std::size_t kMostGaps = 5000;
@@ -65,7 +65,7 @@ class Collection {
     return range;
   }
 
-  // Where nothing is recorded on the open side of an end, the range has no more than that end.
+  // Where nothing is recorded on the open side of a given end, the range holds only that end.
   std::optional<ReportRange> RangeWithin(const std::optional<ArchiveTime>& from,
                                          const std::optional<ArchiveTime>& to) const {
     if (from && to) return ReportRange{*from, *to};
@@ -126,7 +126,7 @@ class Collection {
     for (const ReportFile& file : mData.files) mData.damage.empty += file.HoldsEntries() ? 0 : 1;
   }
 
-  // What neither costs data nor keeps a file from being indexed.
+  // Findings that neither cost data nor keep a file from being indexed.
   void CountOther(const Finding& finding) {
     switch (finding.kind) {
       case FindingKind::kDamage:
@@ -166,7 +166,7 @@ class Collection {
     return mSource.Facts().NameOf(mTimeline.Archives()[*archive].path);
   }
 
-  // What is left of a gap between the files that have no index: those are not missing.
+  // The parts of a gap that are outside the files without an index, which are not missing.
   std::vector<ReportGap> WithoutNotIndexed(ReportGap gap) const {
     std::vector<ReportGap> parts;
     for (const ReportFile& file : mData.files) {
@@ -201,7 +201,7 @@ class Collection {
     AddActivity(ids);
   }
 
-  // Finer bins than entries follow each other tell nothing more.
+  // Bins finer than the distance between entries say nothing more.
   ArchiveTime ShortestStep() const {
     ArchiveTime shortest = 0;
     for (const ReportFile& file : mData.files) {
@@ -211,7 +211,7 @@ class Collection {
     return shortest;
   }
 
-  // Of the streams that have data.
+  // For the streams that have data.
   std::map<std::uint8_t, std::string> StreamNames() const {
     std::map<std::uint8_t, std::string> names;
     for (const ReportFile& file : mData.files) {
@@ -228,7 +228,7 @@ class Collection {
   void AddActivity(const std::vector<std::uint8_t>& ids) {
     ActivityMeasure fine(ids, mData.fineBins, &mTimeline);
     ActivityMeasure coarse(ids, mData.coarseBins, &mTimeline);
-    // Both while an archive is open.
+    // Asks for both while an archive is open.
     for (std::size_t number = 0; number < mTimeline.Archives().size(); ++number) {
       fine.Add(number);
       coarse.Add(number);
@@ -285,7 +285,7 @@ class Collection {
     if (events.size() == 2 * kMostEvents) KeepFirstEvents();
   }
 
-  // The first ones by time; of those of one time the ones that came first.
+  // The first ones by time; among equal times, those that came first.
   void KeepFirstEvents() {
     std::vector<RecordedEvent>& events = mData.events.items;
     std::stable_sort(

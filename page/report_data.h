@@ -13,7 +13,7 @@
 #include "client/recorded_hours.h"
 #include "page/stream_places.h"
 
-// What a report tells. Texts are as recorded: any bytes.
+// What a report says. Texts are as recorded: any bytes.
 
 // How active a stream was in each bin. A bin that is not recorded has the level 0.
 struct ReportActivity {
@@ -24,11 +24,11 @@ struct ReportActivity {
 struct ReportStream {
   std::uint8_t id = 0;
   std::string name;
-  ReportActivity fine;    // for charts, which join bins where they show more of them
+  ReportActivity fine;    // for charts, which merge bins when zoomed out
   ReportActivity coarse;  // for tables
 };
 
-// From when to when; `to` is not part of it.
+// A range of time; `to` is not part of it.
 struct ReportRange {
   ArchiveTime from = 0;
   ArchiveTime to = 0;
@@ -36,8 +36,9 @@ struct ReportRange {
   bool Meets(ArchiveTime first, ArchiveTime last) const { return first < to && last >= from; }
 };
 
-// Where nothing is recorded. The files that recording ends in before it and goes on in after it:
-// one and the same where it lies in a file; none where nothing is recorded before it, or after it.
+// A time in which nothing is recorded, with the files in which recording ends before it and goes on
+// after it: the same file for a gap within a file, none where nothing is recorded before or after
+// it.
 struct ReportGap {
   ReportRange range;
   std::optional<std::string> file;
@@ -48,12 +49,12 @@ struct ReportGap {
 struct RecordedShare {
   ArchiveTime recorded = 0;
   ArchiveTime all = 0;
-  bool isWhole = true;  // otherwise damage or a wrong time may hide more of it
+  bool isWhole = true;  // false: damage or a wrong time may hide more of it
 };
 
-// In how many files something is wrong that costs data, and how many other findings there are.
+// How many files have faults that cost data, and how many other findings there are.
 struct DamagedFiles {
-  std::uint64_t damaged = 0;  // bytes that are not what a recorder writes
+  std::uint64_t damaged = 0;  // bytes that no recorder writes
   std::uint64_t unreadable = 0;
   std::uint64_t cutOff = 0;
   std::uint64_t empty = 0;  // that hold no entry
@@ -63,7 +64,7 @@ struct DamagedFiles {
   bool None() const { return damaged + unreadable + cutOff + empty == 0; }
 };
 
-// Of many things a page shows the first ones only.
+// A page shows only the first of many things.
 template <class Item>
 struct FirstOf {
   std::vector<Item> items;
@@ -78,33 +79,31 @@ struct FirstOf {
 
 struct ReportData {
   std::string source;
-  std::optional<ReportRange> recorded;  // from the first to the last entry; none: there is none
+  std::optional<ReportRange> recorded;  // from the first to the last entry; none: no entries
   std::optional<ReportRange> range;     // none: no file holds an index entry
-  ActivityBins fineBins =
-      {};  // of the range: as fine as entries follow each other, if not too many
-  ActivityBins coarseBins = {};  // of the range: at most 48
-  // Those that meet the range, by start time; then those without entries.
+  ActivityBins fineBins = {};           // of the range: as fine as entries, if not too many
+  ActivityBins coarseBins = {};         // of the range: at most 48
+  // Those that overlap the range, by start time; then those without entries.
   std::vector<ReportFile> files;
   std::optional<RecordedShare> share;  // none: nothing is recorded
   FirstOf<ReportGap> gaps;             // of the range, by start time
   std::vector<RecordedDay> days;       // of a range of more than two days
   std::vector<ReportStream> streams;
-  FirstOf<RecordedEvent> events;  // of the range, ascending; long texts are cut
-  // How many other events there are of each type, by the number of a bin of this width, counted
-  // from time 0.
+  FirstOf<RecordedEvent> events;  // of the range, ascending; long texts are shortened
+  // How many other events of each type there are in each bin of this width. Bins are numbered from
+  // time 0.
   ArchiveTime laterEventWidth = 0;
   std::map<std::pair<std::uint8_t, std::uint64_t>, std::uint64_t> laterEvents;
-  FirstOf<Finding> findings;  // that meet the range or have no time
+  FirstOf<Finding> findings;  // that overlap the range or have no time
   SeverityCounts severities;  // of all findings
-  DamagedFiles damage;        // of those of the range
+  DamagedFiles damage;        // of those in the range
 };
 
 // How many files have no index.
 std::uint64_t CountNotIndexed(const ReportData& report);
 
-// Goes through all files, gives those that have none an index, and asks the reader for the rest.
-// Without `from` the range begins with the first entry, without `to` it ends with the last one.
-// REQUIRES: `from` is below `to`. Throws Failure when the source holds no archive or the user
-// interrupts.
+// Goes through all files, builds missing indexes, and asks the reader for the rest. Without `from`
+// the range begins with the first entry, without `to` it ends with the last one. REQUIRES: `from`
+// is less than `to`. Throws Failure when the source holds no archive or the user interrupts.
 ReportData CollectReport(ServedSource* source, const std::optional<ArchiveTime>& from,
                          const std::optional<ArchiveTime>& to, Progress* progress);

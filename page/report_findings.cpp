@@ -18,7 +18,7 @@ struct Cause {
   std::uint64_t count = 0;
 };
 
-// The worst first, and what explains others before them.
+// The worst first, and those that explain others before them.
 std::vector<Cause> CausesOf(const std::vector<Finding>& findings) {
   std::vector<Cause> causes;
   for (const Finding& finding : findings) {
@@ -62,7 +62,7 @@ std::string TableOf(const Cause& cause, TimeFormat times) {
   return html::Scrolled(caption, table.Finish());
 }
 
-// Notes stay closed until somebody wants them.
+// Notes stay closed until somebody opens them.
 std::string PartOf(const Cause& cause, TimeFormat times) {
   const Severity severity = SeverityOf(cause.kind);
   return fmt::format(

@@ -29,7 +29,7 @@ std::string RecordedText(const ReportData& report, TimeFormat times) {
   const std::string recorded = isLessKnown ? "seen to be recorded" : "recorded";
   const std::string span = SpanText(share->all, times);
   if (share->recorded == share->all) return fmt::format("all of {} {}", span, recorded);
-  // Cut off, so that only a whole range has 100 %.
+  // Rounded down, so that only a whole range has 100 %.
   const std::uint64_t thousandths = share->recorded * 1000 / share->all;
   if (thousandths == 0) return fmt::format("less than 0.1 % of {} {}", span, recorded);
   return fmt::format("{}.{} % of {} {}", thousandths / 10, thousandths % 10, span, recorded);

@@ -13,14 +13,14 @@
 
 namespace {
 
-// In units of the picture.
+// In the units of the picture.
 constexpr double kLeft = 190;
 constexpr double kWidth = 800;
 constexpr double kLaneHeight = 22;
 constexpr double kStreamHeight = 44;
 constexpr double kTrackHeight = 4;
 constexpr double kSpace = 8;
-constexpr double kOverlap = 0.4;  // of bars, lest rounding leaves lines between them
+constexpr double kOverlap = 0.4;  // of bars, so that rounding leaves no lines between them
 constexpr unsigned kHighestLevel = 63;
 
 constexpr std::uint32_t kMostParts = 280;
@@ -77,7 +77,7 @@ class Overview {
                         html::FromText(Shortened(text, kMostLabelBytes)));
   }
 
-  // A date stands at the first time, and where every time is one.
+  // The first time has a date, and so has every time when all are dates.
   std::string ShortTime(ArchiveTime time, ArchiveTime width, bool isFirst) const {
     const std::string text = TimeText(time, mTimes);
     constexpr std::size_t kDate = 10;
@@ -152,7 +152,7 @@ class Overview {
   void AddFindings() {
     std::string path;
     for (const Finding& finding : mReport.findings.items) {
-      // The files show gaps.
+      // The lane of files already shows gaps.
       if (!finding.time || finding.kind == FindingKind::kGap) continue;
       const double left = std::min(X(*finding.time), kLeft + kWidth - 3);
       const double right = std::max(X(finding.endTime.value_or(*finding.time)), left + 3);

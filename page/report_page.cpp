@@ -47,7 +47,7 @@ std::string SummaryOf(const ReportData& report, TimeFormat times) {
   return text;
 }
 
-// What keeps the report from telling all; empty when nothing does.
+// Why the report is incomplete; empty when it is complete.
 std::string WarningOf(const ReportData& report) {
   const std::uint64_t left = CountNotIndexed(report);
   const SeverityCounts& found = report.severities;

@@ -34,8 +34,8 @@ std::string LevelsText(const ReportActivity& activity) {
   return text;
 }
 
-// The types by name, and of each event its time and the number of its type: their texts stand in
-// the table.
+// The types by name, and for each event its time and the number of its type. The texts are in the
+// table.
 void AddEventsJson(const ReportData& report, Json* json) {
   std::map<std::uint8_t, std::size_t> numbers;
   for (const RecordedEvent& event : report.events.items) numbers[event.type];
@@ -70,7 +70,7 @@ Json FilesJson(const ReportData& report) {
   return files;
 }
 
-// A finding without a time is of all its file.
+// A finding without a time is about its whole file.
 Json FindingsJson(const ReportData& report) {
   std::map<std::string, const ArchiveFacts*> files;
   for (const ReportFile& file : report.files) {
@@ -78,7 +78,7 @@ Json FindingsJson(const ReportData& report) {
   }
   Json findings = Json::array();
   for (const Finding& finding : report.findings.items) {
-    // A chart shows gaps by themselves.
+    // Charts show gaps anyway.
     if (finding.kind == FindingKind::kGap) continue;
     std::optional<ArchiveTime> from = finding.time;
     std::optional<ArchiveTime> to = finding.endTime ? finding.endTime : finding.time;
@@ -97,7 +97,7 @@ Json FindingsJson(const ReportData& report) {
 }
 
 // How far clocks of the zone in force are ahead of UTC, in milliseconds, and from when on: the
-// browser's own zone need not be that, and it may know other rules.
+// browser may be in another zone, and know other rules.
 Json OffsetsJson(const ReportRange& range) {
   const QTimeZone& zone = TimeReferenceInForce().zone;
   Json offsets = Json::array();
@@ -137,7 +137,7 @@ Json DataJson(const ReportData& report, TimeFormat times) {
 }  // namespace
 
 std::string ReportScriptData(const ReportData& report, TimeFormat times) {
-  // A "<" could end the element that the data stands in.
+  // A "<" could end the element that holds the data.
   std::string data;
   for (const char character : JsonText(DataJson(report, times))) {
     if (character == '<') {

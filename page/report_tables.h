@@ -5,7 +5,7 @@
 #include "page/report_data.h"
 #include "times/time_text.h"
 
-// The tables of a report, each a part of a page; empty where there is nothing to tell.
+// The tables of a report, each a part of a page; empty where there is nothing to show.
 namespace report_tables {
 
 std::string Files(const ReportData& report, TimeFormat times);

@@ -7,7 +7,7 @@ constexpr ArchiveTime kMinute = 60 * kSecond;
 constexpr ArchiveTime kHour = 60 * kMinute;
 constexpr ArchiveTime kDay = 24 * kHour;
 
-// The widest ones cut all times that there are into a few.
+// The widest ones divide the whole range of times into a few bins.
 constexpr ArchiveTime kWidths[] = {
     kSecond,     2 * kSecond, 5 * kSecond,  10 * kSecond, 15 * kSecond, 30 * kSecond, kMinute,
     2 * kMinute, 5 * kMinute, 10 * kMinute, 15 * kMinute, 30 * kMinute, kHour,        2 * kHour,

@@ -7,14 +7,14 @@
 #include "client/activity_bins.h"
 
 // Bins of a width that people count in: seconds, minutes, hours, days. They start at multiples of
-// it, so that the first one may start before the range, and the last one end after it.
+// the width, so the first may start before the range, and the last end after it.
 
-// Of the widths that leave at most `mostBins` the least one that is not below `narrowest`; where
-// none leaves so few the widest one. REQUIRES: `from` is below `to`.
+// The smallest width that gives at most `mostBins` and is not below `narrowest`; if no width gives
+// so few, the widest one. REQUIRES: `from` is less than `to`.
 ActivityBins RoundBins(ArchiveTime from, ArchiveTime to, std::uint32_t mostBins,
                        ArchiveTime narrowest = 0);
 
-// The widest of the widths that is not above `most`; the narrowest one where all are.
+// The largest width that is not above `most`; the narrowest one if all are.
 ArchiveTime RoundWidthUpTo(ArchiveTime most);
 
 // The width and all wider ones that are multiples of it, ascending.

@@ -3,6 +3,6 @@
 #include <cstddef>
 #include <string>
 
-// A text of at most so many bytes as it is; a longer one is cut between characters there, and
-// ends with "…".
+// The text as it is, if it has at most this many bytes; a longer one is cut there, between
+// characters, and ends with "…".
 std::string Shortened(const std::string& text, std::size_t mostBytes);

@@ -6,8 +6,8 @@
 
 namespace {
 
-// Up to which time each file tells what is recorded: after the last entry that is so far, the file
-// goes on until the next one starts.
+// Up to which time each file says what is recorded: after the latest entry so far, the file goes on
+// until the next one starts.
 std::vector<ArchiveTime> LastTimes(const std::vector<ReportFile>& files) {
   std::vector<ArchiveTime> lastTimes;
   ArchiveTime latestEnd = 0;

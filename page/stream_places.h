@@ -16,19 +16,19 @@ struct ReportFile {
 
 enum class BinState { kRecorded, kMissing, kNotIndexed };
 
-// When a stream is in the files: one may leave a stream out that others have. All times are archive
+// When a stream is in the files: a file may lack a stream that others have. All times are archive
 // times.
 class StreamPlaces {
  public:
   // `files` are sorted by start time, those without entries last.
   StreamPlaces(const std::vector<ReportFile>& files, std::uint8_t id);
 
-  // What there is of the stream from `from` up to `to`. `recorded`: the reader has something of any
-  // stream.
+  // The state of the stream from `from` up to `to`. `recorded`: the reader has something of any
+  // stream there.
   BinState StateOf(ArchiveTime from, ArchiveTime to, bool recorded) const;
 
  private:
-  // From the first to the last time of each; in order and apart once sorted.
+  // The first and last time of each stretch; sorted and disjoint once joined.
   using Stretches = std::vector<std::pair<ArchiveTime, ArchiveTime>>;
 
   static Stretches Joined(Stretches stretches);

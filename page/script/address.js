@@ -1,4 +1,5 @@
-// The view stands in the page's address, so that it can be kept and passed on: #from-to, archive times.
+// The view is kept in the page's address, so that it can be saved and passed on: #from-to, archive
+// times.
 
 const WRITE_AFTER = 200;  // milliseconds: browsers limit how often an address changes
 let writing = 0;
@@ -15,7 +16,7 @@ function writeAddress() {
   writing = setTimeout(() => {
     const part = isWholeView() ? "" : `#${Math.floor(view.from)}-${Math.ceil(view.to)}`;
     if (part === location.hash) return;
-    // Where a page may not change its address, it does without.
+    // Where a page may not change its address, the view is not kept.
     try {
       history.replaceState(null, "", part || location.pathname + location.search);
     } catch (error) {

@@ -3,7 +3,7 @@
 const AXIS_WIDTH = 72;
 const NARROW_AXIS_WIDTH = 56;
 const TIMES_HEIGHT = 44;
-const TRACK = 6;  // how far what is recorded goes below level 0
+const TRACK = 6;  // how far the recorded track extends below level 0
 const charts = [];
 
 const plotPixels = () => charts[0].chart.bbox.width / (devicePixelRatio || 1);
@@ -14,7 +14,7 @@ function redrawCharts() {
   for (const {chart} of charts) chart.redraw(false);
 }
 
-// Fills from one time to another, and from one height to another (0 is the bottom).
+// Fills the area between two times and two heights (0 is the bottom).
 function fill(u, paint, from, to, low, high, thinnest = 1) {
   if (to < view.from || from > view.to) return;
   const left = u.bbox.left;
@@ -23,7 +23,7 @@ function fill(u, paint, from, to, low, high, thinnest = 1) {
   const top = u.valToPos(high, "y", true);
   const width = Math.max(x(to) - x(from), thinnest * (devicePixelRatio || 1));
   const start = Math.min(x(from), right - width);
-  // uPlot takes its own settings to be still in force.
+  // uPlot assumes that its own settings are still in force.
   u.ctx.save();
   u.ctx.fillStyle = paints[paint];
   u.ctx.fillRect(start, top, width, u.valToPos(low, "y", true) - top);
@@ -83,13 +83,13 @@ function addChart({title, description, height, hasTimes, least = 0, most, splits
   charts.push({chart, place});
 }
 
-// Lanes, from the lowest one: the events have twice the height of the others.
+// Lanes, from the bottom up: that of events is twice as high as the others.
 const FINDINGS = 0;
 const EVENTS = 1;
 const FILES = 3;
 const LANES_HEIGHT = 4;
 
-// Of two files that overlap both stay visible.
+// When two files overlap, both stay visible.
 function drawFile(u, file, isOther) {
   const low = FILES + (isOther ? 0.3 : 0.1);
   const paint = isOther ? "other-file" : "file";
@@ -109,7 +109,7 @@ function drawEvents(u) {
   const {width, bins, most} = countedEvents(countingWidth());
   for (const [start, counts] of bins) {
     const all = [...counts.values()].reduce((one, other) => one + other, 0);
-    // Few stay visible beside many.
+    // So that few events stay visible beside many.
     const height = 0.2 + 1.6 * all / most;
     let bottom = low;
     for (const [type, count] of [...counts].sort(([one], [other]) => one - other)) {
@@ -144,7 +144,7 @@ function addLanes() {
   });
 }
 
-// Neighbouring bins of one value are one rectangle.
+// Neighbouring bins of equal value become one rectangle.
 function forEachRun({first, width, codes}, valueOf, use) {
   let bin = Math.max(0, Math.floor((view.from - first) / width));
   while (bin < codes.length && first + bin * width <= view.to) {

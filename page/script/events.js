@@ -1,5 +1,5 @@
-// Events: which are shown, and how many there are in each step where a view holds too many days to
-// show each.
+// Events: which are shown, and, where a view has too many days to show each, how many there are in
+// each step.
 
 const MOST_SINGLE_DAYS = 2;
 const eventRows = [...document.querySelectorAll("#events tbody tr")];
@@ -11,11 +11,11 @@ for (const [, type, count] of report.laterEvents) typeCounts[type] += count;
 
 const wantedTypes = new Set(report.eventTypes.keys());
 let wantedText = "";
-let counted = null;  // of the width asked for last
+let counted = null;  // for the last width asked for
 
 const eventsAreCounted = () => isDate && viewLength() > MOST_SINGLE_DAYS * DAY;
 const shownEvents = () => events.filter(event => event.isShown);
-// Texts of those that are not listed are not known.
+// The texts of events that are not listed are not known.
 const laterEvents = () =>
   wantedText ? [] : report.laterEvents.filter(([, type]) => wantedTypes.has(type));
 
@@ -38,7 +38,7 @@ function countedEvents(width) {
   return counted;
 }
 
-// Wide enough for what is not listed, of which only the bin is known.
+// Wide enough for the events that are not listed, of which only the bin is known.
 function countingWidth() {
   const step = stepInView();
   if (report.laterEvents.length === 0) return step;
@@ -75,7 +75,7 @@ function tellShownEvents(shown) {
     (later > 0 ? `; ${later} more are only counted` : "");
 }
 
-// The types are the legend as well.
+// The types also serve as the legend.
 function addEventFilter() {
   if (typeCounts.length === 0) return;
   const place = element("event-types");

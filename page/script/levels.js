@@ -1,5 +1,5 @@
-// How active streams were, in steps of any of the page's widths: a wide bin has the highest level of
-// the bins that it joins, and is missing only where all of them are.
+// How active streams were, in steps of any of the page's widths: a wide bin has the highest level
+// of the bins that it merges, and is missing only if all of them are.
 
 // Codes of bins: 0 is missing, 1 not indexed, then come the levels.
 const NOT_INDEXED = 1;
@@ -47,6 +47,6 @@ class Levels {
   }
 }
 
-// The least width of which one bin takes at least a pixel.
+// The smallest width whose bins take at least a pixel.
 const widthFor = (length, pixels) =>
   report.binWidths.find(width => length / width <= pixels) || report.binWidths[report.binWidths.length - 1];

@@ -1,6 +1,6 @@
 // The colours of the style sheet, for canvases.
 
-const EVENT_COLOURS = 8;  // of the types, by their places; the types after them share one
+const EVENT_COLOURS = 8;  // of the first types in order; the rest share one
 let paints = {};
 
 const eventPaint = type => `event-${Math.min(type, EVENT_COLOURS)}`;

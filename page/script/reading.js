@@ -16,7 +16,7 @@ function nearest(marks, time, start) {
   return found;
 }
 
-// The pointer moves in all charts at once.
+// Every chart reports each move of the pointer; reading it once is enough.
 let timeToRead = null;
 
 function readSoon(time) {

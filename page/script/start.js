@@ -13,13 +13,13 @@ if (report.from !== report.to) {
   followAddress();
   addEventFilter();
   bindCommands();
-  // Long tables come after the first view.
+  // Long tables are dealt with after the first view is shown.
   setTimeout(linkTimes);
 
   let width = element("charts").clientWidth;
   new ResizeObserver(() => {
     const now = element("charts").clientWidth;
-    // On paper there are none.
+    // There are no charts on paper.
     if (now === 0 || now === width) return;
     width = now;
     for (const {chart, place} of charts) chart.setSize({width: place.clientWidth, height: chart.height});

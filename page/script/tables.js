@@ -1,8 +1,8 @@
-// Tables: headings sort them, and times lead to where they are in the charts.
+// Tables: headings sort them, and times lead to their places in the charts.
 
 const texts = new Intl.Collator("en", {numeric: true});
 
-// By number where texts hold some; what is empty comes last.
+// By number where texts contain one; empty cells come last.
 function compareCells(one, other) {
   if (one === "" || other === "") return (one === "") - (other === "");
   return texts.compare(one, other);
@@ -50,7 +50,7 @@ function linkTimes() {
   });
 }
 
-// What is closed is printed, too.
+// Closed parts are printed, too.
 function openForPrinting() {
   let opened = [];
   addEventListener("beforeprint", () => {

@@ -32,7 +32,7 @@ function lengthText(length) {
   return `${+(seconds / 86400).toFixed(1)} days`;
 }
 
-// A date stands below the first time of each day.
+// The first time of each day has the date below it.
 function axisTexts(u, times, axis, space, step) {
   if (!isDate) return times.map(String);
   let day = "";

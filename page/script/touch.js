@@ -1,4 +1,4 @@
-// Fingers: one moves the charts, two stretch them; up and down the page moves as ever.
+// Touch: one finger moves the charts, two stretch them; up and down, the page scrolls as usual.
 
 // The times that were under the fingers stay under them.
 function viewUnder(touches, area) {
@@ -20,7 +20,7 @@ function bindTouch(over) {
   const touches = new Map();
   let waiting = false;
 
-  // From where they are now on.
+  // Measures from where the fingers are now.
   function anchor() {
     const area = over.getBoundingClientRect();
     for (const touch of touches.values())
@@ -33,7 +33,7 @@ function bindTouch(over) {
     const wanted = viewUnder([...touches.values()].slice(0, 2), over.getBoundingClientRect());
     if (!wanted) return;
     show(...wanted);
-    // At an end the charts stop, and go back at once when the fingers do.
+    // The charts stop at an end, and move back as soon as the fingers do.
     if (view.from !== wanted[0] || view.to !== wanted[1]) anchor();
   }
 

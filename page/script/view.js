@@ -1,4 +1,4 @@
-// From when to when the charts show, and all that changes it.
+// The range of time that the charts show, and everything that changes it.
 
 const SHORTEST_VIEW = 1000;
 const view = {from: report.from, to: report.to};
