@@ -9,7 +9,7 @@ export function startBrowser() {
   });
 }
 
-// A page that keeps what goes wrong in it and what it loads.
+// A page that records what goes wrong in it and what it loads.
 export async function openPage(browser, address, options = {}) {
   const context = await browser.newContext({viewport: {width: 1200, height: 900}, ...options});
   const page = await context.newPage();

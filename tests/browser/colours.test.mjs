@@ -1,4 +1,4 @@
-// What carries meaning stands out from the page, in both themes and on paper.
+// Everything with a meaning stands out from the page, in both themes and on paper.
 import assert from "node:assert/strict";
 import {after, before, test} from "node:test";
 
@@ -46,7 +46,7 @@ for (const look of [{colorScheme: "light"}, {colorScheme: "dark"}, {colorScheme:
       assert.ok(contrast(colours[name], colours.page) >= 3, `${name}: ${contrast(colours[name], colours.page)}`);
     for (const name of TEXTS)
       assert.ok(contrast(colours[name], colours.page) >= 4.5, `${name}: ${contrast(colours[name], colours.page)}`);
-    // Activity stands on what is recorded.
+    // Activity is drawn on the tint of what is recorded.
     assert.ok(contrast(colours.active, colours.tint) >= 3);
   });
 }

@@ -28,21 +28,21 @@ afterEach(async () => {
 const open = async options => (page = await openPage(browser, report.address, options));
 const text = selector => page.locator(selector).innerText();
 
-// What the charts show: from when to when.
+// The range of time that the charts show.
 async function view() {
   const times = (await text("#view")).matchAll(/(\d{4}-\d\d-\d\d) (\d\d:\d\d:\d\d\.\d{3}) UTC/g);
   const [from, to] = [...times].map(([, date, clock]) => Date.parse(`${date}T${clock}Z`));
   return {from, to, length: to - from};
 }
 
-// Where a time is in the window, in the chart with this number: 0 shows files, 1 the first stream.
+// Where a time is in the window, for the chart with this number: 0 shows files, 1 the first stream.
 async function placeOf(time, chart) {
   const {from, length} = await view();
   const box = await page.locator(".u-over").nth(chart).boundingBox();
   return {x: box.x + (time - from) / length * box.width, y: box.y + box.height / 2};
 }
 
-// What the page tells about a time when the pointer is there.
+// What the page says about a time when the pointer is there.
 async function told(time, chart = 1) {
   const {x, y} = await placeOf(time, chart);
   await page.mouse.move(x, y);
@@ -151,7 +151,7 @@ test("quiet, active, missing and not indexed look different", async () => {
   const low = bins.reduce((one, other) => other.level < one.level ? other : one);
   const high = bins.reduce((one, other) => other.level > one.level ? other : one);
   assert.ok(low.level < 40 && high.level > 50, `${low.level} ${high.level}`);
-  // A view of some minutes, where a bin is wider than what is looked at.
+  // A view of some minutes, in which a bin is wider than the area checked.
   const colours = {};
   for (const [name, time] of Object.entries({
     quiet: low.time + 30000, active: high.time + 30000, missing: GAP.from + 10 * MINUTE,
@@ -185,7 +185,7 @@ test("zooms by dragging, from the whole archive to a second, and back", async ()
 
 test("axes keep their colour when the charts are drawn again", async () => {
   await open();
-  // The darkest of the places left of the charts and below them.
+  // The darkest spot to the left of the charts and below them.
   const darkest = () => page.evaluate(() => [...document.querySelectorAll(".uplot")].map(chart => {
     const canvas = chart.querySelector("canvas");
     const left = chart.querySelector(".u-over").offsetLeft * devicePixelRatio;
@@ -351,7 +351,7 @@ test("fingers move and stretch the charts as the hint says", async () => {
   near(moved.length, stretched.length);
   near(moved.from, stretched.from + 0.4 * stretched.length);
 
-  // As far as there is something.
+  // As far as there is anything.
   for (let time = 0; time < 8; ++time) {
     await send("touchStart", 0.1);
     for (const share of [0.3, 0.6, 0.9]) await send("touchMove", share);
@@ -407,7 +407,7 @@ test("follows the window's width and the colours of the system", async () => {
   const light = await colourAt(GAP.from - MINUTE, 1);
   await page.emulateMedia({colorScheme: "dark"});
   await page.waitForFunction(() => matchMedia("(prefers-color-scheme: dark)").matches);
-  // Charts are painted anew some time after that.
+  // Charts are painted again some time after that.
   const end = Date.now() + 10000;
   while (!isUnlike(light, await colourAt(GAP.from - MINUTE, 1))) assert.ok(Date.now() < end);
   await page.setViewportSize({width: 500, height: 900});

@@ -1,5 +1,5 @@
-// The report on a recording of three hours in three files: with a gap of twenty minutes after the first, with a second
-// file that folders of hosts cannot open, and with a last one that cannot be indexed.
+// The report on a recording of three hours in three files: with a gap of twenty minutes after the
+// first, a second file that hosts cannot open in a folder, and a last one that cannot be indexed.
 import {execFileSync} from "node:child_process";
 import {closeSync, mkdtempSync, openSync, readdirSync, renameSync, rmSync, writeSync} from "node:fs";
 import {tmpdir} from "node:os";
@@ -61,7 +61,7 @@ export class SampleReport extends SampleFolder {
     closeSync(file);
   }
 
-  // The parser does not know older files.
+  // The parser does not know the older suffix.
   makeOlder() {
     const path = join(this.archives, this.files[2]);
     this.files[2] = this.files[2].replace(/\.zel3$/, ".zel");
@@ -75,7 +75,7 @@ export class SampleReport extends SampleFolder {
     return `file://${page}`;
   }
 
-  // The levels of a stream, one for each of `count` bins from a time on.
+  // The levels of a stream, one for each of `count` bins between two times.
   levels(stream, from, to, count) {
     const answer = this.zel3("activity", this.archives, "--stream", String(stream), "--bins", String(count),
                              String(from), String(to), "--format", "json");
