@@ -1,9 +1,9 @@
-// Loaded before a program's own libraries, it makes trouble with files as the environment says:
+// Loaded before a program's own libraries, this makes trouble with files as the environment says:
 //   TROUBLE_STOP_BEFORE=N     the process stops (SIGSTOP) before its Nth change to the disk, from 1
 //   TROUBLE_KILL_BEFORE=N     it is killed there
 //   TROUBLE_BAD_FILE=PATH     reading the bytes FROM up to TO of this file is an input error
 //   TROUBLE_BAD_FROM, TROUBLE_BAD_TO
-//   TROUBLE_BAD_TIMES=N       only so many times; then they can be read
+//   TROUBLE_BAD_TIMES=N       only this many times; then they can be read
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -20,7 +20,7 @@
 
 namespace {
 
-// The number in a variable of the environment; `otherwise` when it is not set.
+// The number in an environment variable; `otherwise` when it is not set.
 long long Number(const char* variable, long long otherwise) {
   const char* const text = std::getenv(variable);
   return text == nullptr ? otherwise : std::atoll(text);

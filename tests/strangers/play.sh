@@ -13,7 +13,7 @@ work=$(cd "$(mktemp -d)" && pwd -P)
 trap 'rm -rf "$work"' EXIT
 export TZ=UTC LC_ALL=C.UTF-8 HOME=$work/home TMPDIR=$work/tmp
 export XDG_CONFIG_HOME=$work/config XDG_CACHE_HOME=$work/cache
-# The library for trouble comes before that of the sanitizer.
+# The trouble library must come before that of the sanitizer.
 export ASAN_OPTIONS=verify_asan_link_order=0${ASAN_OPTIONS:+:$ASAN_OPTIONS}
 shared='Vorn auxillary files'
 
@@ -26,7 +26,7 @@ fail() {
   exit 1
 }
 
-# A fresh place with only one archive of two hours in it.
+# A fresh place with a single archive of two hours in it.
 set_up() {
   rm -rf "${work:?}"/*
   mkdir -p "$HOME" "$TMPDIR" "$XDG_CONFIG_HOME" "$XDG_CACHE_HOME" "$work/foreign"
@@ -51,7 +51,8 @@ clear_caches() {
   rm -rf "${TMPDIR:?}"/* "${XDG_CACHE_HOME:?}"
 }
 
-# What the plug-in says of the archive, except progress: its events, and entries with their bytes.
+# What the plug-in says about the archive, except progress: its events, and entries with their
+# bytes.
 ask() {
   local number
   {
@@ -70,7 +71,7 @@ expect_right_answers() {
   }
 }
 
-# Links under the names of cache files lead to other people's files.
+# Links with the names of cache files lead to other people's files.
 play_links() {
   local kind how
   set_up
@@ -92,13 +93,13 @@ play_links() {
   done
 }
 
-# Somebody else has been in the temporary folder before, with an index that tells of other events.
+# Somebody else has been in the temporary folder before, and left an index with other events.
 play_temporary_folder() {
   local trap forged
   for trap in link world_writable stranger; do
     if [ $trap = stranger ] && [ "$(id -u)" != 0 ]; then continue; fi
     set_up
-    # The index cannot stand beside the archive.
+    # The index cannot be beside the archive.
     mkdir "$archives/cam.evt"
     forged=$work/foreign/forged
     mkdir "$forged"
@@ -123,7 +124,8 @@ play_temporary_folder() {
   done
 }
 
-# Becomes the verb at work on the archive, in trouble as the other arguments say. For a process of its own.
+# Becomes a process that runs the verb on the archive, with the trouble that the other arguments
+# name.
 in_trouble() {
   local verb=$1
   shift
@@ -145,8 +147,8 @@ start_and_stop() {
   done
 }
 
-# A second process indexes the archive while the first stands still before each of its changes to the disk; then the
-# first goes on, or is killed.
+# A second process indexes the archive while the first is stopped before each of its changes to the
+# disk; then the first goes on, or is killed.
 play_two_processes() {
   local end step
   set_up
@@ -168,7 +170,7 @@ play_two_processes() {
   done
 }
 
-# The second process is killed in the middle of what it does, and the first goes on.
+# The second process is killed in the middle of its work, and the first goes on.
 play_killed_second() {
   local step killed
   set_up
@@ -224,7 +226,7 @@ expect_right_after() {
 play_bad_sector() {
   local status=0
   set_up
-  # The program shows what is before and after them, and says how many there are.
+  # The program shows what is before and after the bad bytes, and says how many there are.
   LD_PRELOAD=$trouble TROUBLE_BAD_FILE=$archive TROUBLE_BAD_FROM=204800 TROUBLE_BAD_TO=208896 \
     "$zel3" dump "$archives" >"$work/dumped" 2>"$work/said" || status=$?
   [ $status = 3 ] || fail "dump ends with $status"
@@ -243,7 +245,7 @@ play_bad_sector() {
   expect_right_answers "after a moment of trouble"
 }
 
-# What the program says of the archive: its events and the bytes of some of its entries.
+# What the program says about the archive: its events and the bytes of some of its entries.
 ask_program() {
   "$zel3" events "$archive" --format jsonl
   "$zel3" read "$archive" $((start + 300000)) $((start + 900000)) -o - | sha256sum
@@ -259,13 +261,13 @@ expect_right_program() {
 verbs=(info index events 'seek * 2024-05-01T00:10:00Z' 'activity * --stream 1' 'read * 0 1 -o /dev/null'
   'preview * 0 1' "report * -o $work/page.html")
 
-# The program looks first, and touches nothing that is not its own.
+# The program checks first, and touches nothing that is not its own.
 play_program() {
   local verb how kind words status before photos=$work/foreign/photos
   set_up
   ask_program >"$work/right" 2>/dev/null
 
-  # Pictures with files beside them that have the names of an index, and a file without a suffix.
+  # Pictures, beside them files with the names of an index, and a file without a suffix.
   mkdir "$photos"
   seq 1 20000 | tee "$photos/photo.jpg" >"$photos/notes"
   for kind in photo.hdr photo.id3 photo.evt hdr id3 evt; do echo "a letter, $kind" >"$photos/$kind"; done
@@ -289,7 +291,7 @@ play_program() {
   [ $status = 2 ] || fail "pictures as a cache folder end with $status"
   expect_foreign_untouched "pictures"
 
-  # Letters under the names of a sound archive's index, and links that lead to letters.
+  # Letters with the names of a sound archive's index, and links that lead to letters.
   for how in plain symbolic hard; do
     for kind in hdr id3 evt; do
       clear_caches
@@ -306,7 +308,7 @@ play_program() {
     done
   done
 
-  # Nothing is made where nothing may be made.
+  # Nothing is created where nothing may be created.
   clear_caches
   "$zel3" events --no-index "$archive" >/dev/null 2>&1 || true
   [ "$(ls -A "$archives")" = cam.zel3 ] || fail "--no-index has made files"
@@ -321,7 +323,7 @@ play_program() {
     expect_foreign_untouched "a $how link as output"
   done
 
-  # Another process at work on the index is waited for.
+  # The program waits for another process that is working on the index.
   clear_caches
   start_and_stop index 10
   [ $stopped = yes ] || fail "the first does not come to step 10"
