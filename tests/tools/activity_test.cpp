@@ -27,7 +27,7 @@ Scenario LivelySample() {
   return scenario;
 }
 
-// The highest level that the entries from `from` up to `to` have; nothing where there is no entry.
+// The highest level of the entries from `from` up to `to`; nothing where there is no entry.
 std::optional<unsigned> LevelBetween(const GroundTruth& truth, IndexTime from, IndexTime to) {
   std::optional<unsigned> level;
   for (const GroundTruthFile& file : truth.files) {
@@ -89,7 +89,7 @@ class ActivityOfSample : public Activity {
   const GroundTruth mTruth = WriteScenario(Folder(), LivelySample());
 };
 
-// Writes an archive whose entries stand at these index times; stream 1 has the level 10 in each.
+// Writes an archive with entries at these index times; stream 1 has the level 10 in each.
 void WriteEntries(const std::string& path, const std::vector<std::uint32_t>& indexTimes,
                   const ArchiveHeader& header = OneStreamHeader()) {
   ArchiveWriter writer(path);

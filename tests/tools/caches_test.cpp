@@ -56,7 +56,7 @@ class Caches : public ProgramTest {
     ASSERT_EQ(result.exitCode, 0) << result.err;
   }
 
-  // Keeps the index of a.zel3 from lying beside it.
+  // Builds the index of a.zel3 where it cannot be beside it.
   void IndexAPrivately() {
     WriteFile(mArchives + "/a.hdr", "What stands here is precious.");
     Index();
@@ -71,7 +71,7 @@ class Caches : public ProgramTest {
     return nlohmann::json::parse(mResult.out);
   }
 
-  // "in-use beside a": of all but what was found out.
+  // "in-use beside a": for everything except what was found out about archives.
   Texts Told(const Arguments& options, int exitCode = 0) {
     Texts texts;
     const nlohmann::json caches = Ask(options, exitCode)["caches"];
@@ -83,7 +83,7 @@ class Caches : public ProgramTest {
     return texts;
   }
 
-  // The names of the files that one run has removed.
+  // The names of the files that a run removed.
   Texts Removed(const Arguments& options, int exitCode = 0) {
     Texts names;
     const nlohmann::json caches = Ask(options, exitCode)["caches"];
@@ -253,7 +253,7 @@ TEST_F(Caches, WhatASaveHasLeftBehindIsALeftover) {
   EXPECT_THAT(Told({mArchives}), Contains("busy beside b")) << "it is new";
 }
 
-// A name that would be too long stands in the unfinished one as a number.
+// The name of an unfinished file has a number in place of a name that would be too long.
 TEST_F(Caches, AFolderWithWhatASaveOfALongNameHasLeftBehindIsStillOne) {
   fs::create_directory(*this / "kept");
   const std::string unfinished = std::string(32, 'c') + ".unfinished.evt";
@@ -345,7 +345,7 @@ TEST_F(Caches, WhatIsBeingFoundOutStays) {
   EXPECT_THAT(Removed({"--remove-orphans"}), ElementsAre(std::string(32, 'a') + ".abc123"));
 }
 
-// Names in folders of indexes carry local time.
+// Names in folders of indexes contain the local time.
 TEST_F(Caches, UnderTheClockOfAnotherTimeZoneAreUnused) {
   IndexAPrivately();
   SetModificationTime(mArchives + "/a.zel3", 1367935389 + 9 * 3600);

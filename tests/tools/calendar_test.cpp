@@ -20,8 +20,8 @@ namespace {
 constexpr std::uint32_t kHourOfEntries = 3600;
 constexpr std::uint32_t kDayOfEntries = 24 * kHourOfEntries;
 constexpr std::uint32_t kWednesday = 1714521600;       // 2024-05-01 UTC
-constexpr std::uint32_t kSpringInBerlin = 1774738800;  // midnight of the day of 23 hours
-constexpr std::uint32_t kAutumnInBerlin = 1792879200;  // and of 25
+constexpr std::uint32_t kSpringInBerlin = 1774738800;  // midnight of the day with 23 hours
+constexpr std::uint32_t kAutumnInBerlin = 1792879200;  // and with 25
 
 class Calendar : public ProgramTest {
  protected:

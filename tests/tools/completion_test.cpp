@@ -15,7 +15,7 @@ using Words = std::vector<std::string>;
 
 constexpr int kNotInstalled = 127;
 
-// A command whose texts hold what shells take for more than text.
+// A command whose texts contain characters that are special to shells.
 CommandDescription CommandOfOddTexts() {
   CommandDescription command;
   command.verbs.push_back({"odd", R"(it's [a] "test": \ $(false) `false`)", {}, {}});
@@ -32,7 +32,7 @@ class Completion : public ProgramTest {
     return mScript;
   }
 
-  // What bash offers for the last of `words`, as it cuts the command line into them.
+  // What bash offers for the last of `words`, into which it has split the command line.
   Words BashOffers(const Words& words) {
     const std::string script = R"(
       source "$1"
@@ -48,7 +48,7 @@ class Completion : public ProgramTest {
     return LinesOf(result.out);
   }
 
-  // What fish offers at the end of `line`, with a tab and the help after each.
+  // What fish offers at the end of `line`, each followed by a tab and its help.
   Words FishOffers(const std::string& line) {
     const std::string script = "cd $argv[1]; source $argv[2]; complete -C $argv[3]";
     const ProgramResult result =
@@ -156,7 +156,7 @@ TEST_F(Completion, ZshGetsArgumentsInItsOwnLanguage) {
   EXPECT_THAT(LinesOf(result.out)[0], "#compdef zel3");
 }
 
-// An interactive shell lists what it offers; the test hangs until it is ended when it does not.
+// An interactive shell lists what it offers; if it does not, the test hangs until it is stopped.
 TEST_F(Completion, ZshListsVerbsOptionsAndChoices) {
   if (!IsInstalled("zsh")) GTEST_SKIP() << "zsh is not installed";
   ScriptFor("zsh");

@@ -19,7 +19,7 @@ constexpr char kEarlierLine[] = "\x10";
 
 class ConsoleTerminal : public ProgramTest {
  protected:
-  // Starts the console, and waits until it asks.
+  // Starts the console, and waits for its prompt.
   void Begin() {
     Start({"console", SampleFile(Folder(), mTruth, 0)}, [this] {
       mTerminal.TakeThePlaceOf(STDIN_FILENO);
@@ -31,7 +31,7 @@ class ConsoleTerminal : public ProgramTest {
     mTerminal.WaitFor(kPrompt);
   }
 
-  // What a line brings, up to the next prompt.
+  // The answer to a line, up to the next prompt.
   std::string Ask(const std::string& line) {
     mTerminal.Type(line + "\r");
     mTerminal.WaitFor("\n");
@@ -97,7 +97,7 @@ TEST_F(ConsoleTerminal, ControlCDropsTheLine) {
   mTerminal.WaitFor("nonsense");
   mTerminal.Type(kDrop);
   mTerminal.WaitFor(kPrompt);
-  // Also one that is empty.
+  // Also a line that is empty.
   mTerminal.Type(kDrop);
   mTerminal.WaitFor(kPrompt);
   EXPECT_THAT(Ask("help ArcR"), HasSubstr("the list of archives"));

@@ -37,7 +37,7 @@ class Cut : public ProgramTest {
     return nlohmann::json::parse(result.out);
   }
 
-  // Every verb takes it as a good archive.
+  // Every verb accepts it as a sound archive.
   void ExpectGood(const std::string& archive) {
     const ProgramResult looked = Run({"doctor", archive, "--fail-on", "warning"});
     EXPECT_EQ(looked.exitCode, 0) << looked.out;
@@ -85,7 +85,7 @@ class CutSample : public Cut {
   const GroundTruth mTruth = WriteScenario(Folder(), SampleScenario());
 };
 
-// Of one stream, 1; each entry has a block of that and an event.
+// With stream 1 only; each entry has a block of it and an event.
 class CutHandMade : public Cut {
  protected:
   static constexpr std::size_t kEntrySize = 13 + 4 + 100 + 4 + 4;
@@ -125,9 +125,9 @@ TEST_F(CutSample, ARangeIsTheHeaderInForceAndWholeEntries) {
       {SampleTime(0), SampleTime(10), Header() + Entries(0, 0, 1)},
       {SampleTime(20), SampleTime(40), Header() + Entries(0, 2, 4)},
       {SampleTime(29), SampleTime(30), Header() + Entries(0, 2, 3)},
-      // A file that begins with the header in force does not say it again.
+      // The header of a file that begins with the header in force is not written again.
       {SampleTime(40), SampleTime(110), Header() + Entries(0, 4) + Entries(1, 0, 2)},
-      // The streams change within the file.
+      // Here the streams change within the file.
       {SampleTime(100), SampleTime(130),
        Header() + Between(changed, Position(1, 1), Position(1, 4))},
       {SampleTime(130), SampleTime(131),
@@ -253,7 +253,7 @@ TEST_F(CutHandMade, NoIndexOfAnotherArchiveGoes) {
   Write({10, 20});
   const struct {
     std::string source;
-    std::string beside;  // another archive than the source, or none
+    std::string beside;  // an archive other than the source, or none
   } cases[] = {{"cam.ZEL3", ""}, {"cam.zel", ""}, {"other.zel3", "cam.zel"}};
   for (const auto& each : cases) {
     SCOPED_TRACE(each.source + " " + each.beside);
@@ -348,7 +348,7 @@ TEST_F(CutSample, OneThatIsKilledLeavesNothingUnderTheFinalName) {
   const rlim_t room = FileBytes(0).size() + 200;
   ASSERT_EQ(Run({"index", Folder()}).exitCode, 0);
   Start({"cut", Folder(), "0", "2100-01-01", "-o", mOutput}, [room] {
-    // The signal of a file that grows too large ends the program where it stands, as a kill does.
+    // The signal for a file that grows too large ends the program at once, as a kill does.
     const rlimit none{0, 0}, small{room, room};
     setrlimit(RLIMIT_CORE, &none);
     setrlimit(RLIMIT_FSIZE, &small);
@@ -402,7 +402,7 @@ TEST_F(CutHandMade, EventsStayUnlessAskedFor) {
 
 TEST_F(CutHandMade, WhatDamageHidesFromAnIndexIsOfTheRangeToo) {
   Write({10, 20, 30, 40});
-  // A length that leads over the end of the file.
+  // A length that leads beyond the end of the file.
   mBytes[Entry(1) + 13 + 1] = 0x40;
   Rewrite();
   EXPECT_EQ(CutRange(0, 35000).exitCode, 3);
@@ -412,9 +412,9 @@ TEST_F(CutHandMade, WhatDamageHidesFromAnIndexIsOfTheRangeToo) {
 
 TEST_F(CutHandMade, DamageIsLeftOutAndTold) {
   Write({10, 20, 30, 40});
-  // The type of a block: its record only.
+  // The type of a block: costs only its record.
   mBytes[Entry(1) + 13 + 3] = 0x77;
-  // The length of another: what it leads over is found all the same.
+  // The length of another block: the records that it skips are still found.
   mBytes[Entry(2) + 13 + 1] = 0x01;
   Rewrite();
   const nlohmann::json json = JsonOf(3);
@@ -485,7 +485,7 @@ TEST_F(CutHandMade, AGapIsOneOfWhatIsWritten) {
   std::vector<std::uint32_t> times;
   for (std::uint32_t entry = 0; entry < 24; ++entry) times.push_back(10 + 10 * entry);
   Write(times);
-  // The index does not have the entries that this length leads over; they are saved.
+  // The index does not have the entries that this length skips; they are saved.
   const std::size_t length = 17 * kEntrySize - 13 - 4;
   mBytes[Entry(2) + 13] = static_cast<unsigned char>(length & 0xFF);
   mBytes[Entry(2) + 13 + 1] = static_cast<unsigned char>(length >> 8);

@@ -34,10 +34,11 @@ constexpr std::uint64_t kHuge = std::uint64_t{64} << 30;
 
 using Texts = std::vector<std::string>;
 
-// What doctor says of indexes.
+// What doctor says about indexes.
 class DoctorOfIndexes : public ProgramTest {
  protected:
-  // An archive with two streams and two entries: each has a block of either, and these events.
+  // An archive with two streams and two entries: each entry has a block of each stream, and these
+  // events.
   std::string WriteEvents(const std::vector<Texts>& entries) {
     ArchiveHeader header = OneStreamHeader();
     header.streams.push_back({2, 1, "sound", "Mast", "pcm"});
@@ -87,7 +88,7 @@ class DoctorOfIndexes : public ProgramTest {
   }
 
   std::string Byte(std::size_t entry) const { return std::to_string(mPositions[entry]); }
-  // The folder in which hosts leave indexes, and the one for this user where that is taken.
+  // The folder in which hosts leave indexes, and the one for this user when that is taken.
   std::string Fallback() const { return Temporary() + "/Vorn auxillary files"; }
   std::string OwnFallback() const { return Fallback() + " " + std::to_string(geteuid()); }
 
@@ -168,7 +169,7 @@ TEST_F(DoctorOfIndexes, ComparesFlagsLevelsAndTextsWithTheArchive) {
   EXPECT_EQ(ReadFile(*this / "a.evt"), events);
 }
 
-// Blocks after a damaged place of an entry may have had levels and events that only the index
+// Blocks after a damaged place in an entry may have had levels and events that only the index
 // knows.
 TEST_F(DoctorOfIndexes, WhatAnEntryHasLostIsNoFaultOfItsIndex) {
   WriteEvents({{"one", "two", "three"}, {"four"}});
@@ -223,7 +224,7 @@ TEST_F(DoctorOfIndexes, TellsHowManyEventsNoIndexCanHold) {
         EXPECT_EQ(finding["remedy"], "zel3 events takes them from the archive");
         EXPECT_EQ(mResult.exitCode, 3);
       }
-      // An index with a NUL in a text has not the shape of one.
+      // An index with a NUL in a text does not have the form of one.
       if (row.text.find("NUL") != std::string::npos) break;
       Index();
     }
@@ -245,7 +246,7 @@ TEST_F(DoctorOfIndexes, TellsAnIndexThatIsTooLargeForItsArchive) {
     const Bytes good = ReadFile(*this / row.name);
     fs::resize_file(*this / row.name, row.size);
     EXPECT_THAT(Found(), ElementsAre("warning cache-mismatch " + std::string(row.name) + tooLarge));
-    // An archive that is a hole but for its start has no larger index.
+    // An archive that is a hole except for its start has no larger index.
     const Bytes archive = ReadFile(mArchive);
     fs::resize_file(mArchive, kHuge);
     EXPECT_THAT(Found(), ElementsAre(StartsWith("error damage"),
@@ -281,7 +282,7 @@ TEST_F(DoctorOfIndexes, LooksIntoThePrivateFolder) {
                                          HasSubstr(" and is not used"))));
   EXPECT_EQ(mResult.exitCode, 0);
 
-  // An archive of the same name and date has taken the place of the other.
+  // An archive of the same name and date has replaced the other.
   WriteEvents({{"ONE"}, {"two"}});
   ASSERT_EQ(Run({"doctor", mArchive, "--rebuild"}).exitCode, 3);
   const nlohmann::json report = Doctor();
@@ -362,7 +363,7 @@ TEST_F(DoctorOfIndexes, NeverReadsWhatOthersCanHaveWritten) {
   EXPECT_THAT(Found(), notRead("belongs to another user"));
 }
 
-// Five thousand findings are enough to be told one by one.
+// After five thousand findings, further ones are only summed up.
 TEST_F(DoctorOfIndexes, ManyFindingsInManyFilesAreSummedUp) {
   const ArchiveHeader header = OneStreamHeader();
   for (int file = 0; file < 52; ++file) {

@@ -131,7 +131,7 @@ TEST_F(Doctor, TellsWhereDamageIsAndHowMuch) {
               HasSubstr("makes no sense and is passed over (after 1970-01-01T00:00:10.000Z)"));
 }
 
-// Without its header no data of the archive can be read, and its index holds more.
+// Without its header, no data of the archive can be read, and its index holds more.
 TEST_F(Doctor, ADestroyedHeaderIsToldOnceAndFirst) {
   const std::string path = Write("a.zel3", {10, 20, 30, 40});
   ASSERT_EQ(Run({"index", path}).exitCode, 0);
@@ -233,7 +233,7 @@ TEST_F(Doctor, TellsTimesThatRunBackwardsAndGaps) {
   EXPECT_EQ(report["findings"][2]["text"], "2 entries with the time of the one before");
 }
 
-// A bit of it is wrong, and neither the start nor the end of the file.
+// One bit of the time is wrong; such a time is neither the start nor the end of the file.
 TEST_F(Doctor, TellsAWrongTimeAndKeepsItsEntryInItsPlace) {
   constexpr std::uint32_t kWrong = 0x80000000;
   const struct {
@@ -615,7 +615,7 @@ TEST_F(Doctor, MakesUnsoundAndMissingCachesAnew) {
   EXPECT_EQ(ReadFile(*this / "c.zel3"), archive);
 }
 
-// The archive stands under the very name of its cache file.
+// The archive has the very name of its cache file.
 TEST_F(Doctor, NeverRemovesAnArchive) {
   const std::string path = *this / "cam.evt";
   fs::rename(Write("a.zel3", {10, 20}), path);

@@ -158,7 +158,7 @@ TEST_F(Dump, AFileOfSomethingElseIsAllDamage) {
   EXPECT_EQ(records[0]["bytes"], 200000);
 }
 
-// A hole in a file is zeros: what they are depends on whether stream 0 is active.
+// A hole in a file is zeros; what they mean depends on whether stream 0 is active.
 TEST_F(Dump, AHoleCostsNothingAndIsWhatZerosAre) {
   constexpr std::uint64_t kSize = std::uint64_t{64} << 30;
   const Bytes bytes = ReadFile(WriteSmall());

@@ -14,16 +14,16 @@ using testing::Not;
 
 namespace {
 
-// DEL, two C1 controls, and characters that turn the direction of writing.
+// DEL, two C1 controls, and characters that change the direction of writing.
 const std::string kUnsafe =
     "\x7f \xc2\x80 \xc2\x9b \xd8\x9c \xe2\x80\x8e \xe2\x80\x8f \xe2\x80\xaa \xe2\x80\xae "
     "\xe2\x81\xa6 \xe2\x81\xa9";
 const std::string kUnsafeEscaped =
     "\\u007f \\u0080 \\u009b \\u061c \\u200e \\u200f \\u202a \\u202e \\u2066 \\u2069";
-// Their neighbours.
+// The characters next to them.
 const std::string kSafe = "~ \xc2\xa0 \xd8\x9b \xe2\x80\x90 \xe2\x80\xa9 \xe2\x80\xaf \xe2\x81\xaa";
 
-// An archive in which each text that people gave is unsafe.
+// An archive in which every text given by people is unsafe.
 class Escaping : public ProgramTest {
  protected:
   void Write(const std::vector<std::string>& events) {

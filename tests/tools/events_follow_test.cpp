@@ -62,7 +62,7 @@ TEST_F(EventsFollow, FromATimeInItsPlace) {
   EXPECT_EQ(Interrupt(SIGTERM).exitCode, kInterrupted);
 }
 
-// None lost, and none twice, whenever it begins.
+// No event is lost, and none comes twice, whenever following begins.
 TEST_F(EventsFollow, NoEventIsMissedWhileItBegins) {
   Recorder recorder(*this / "a.zel3");
   recorder.Note(1, "n1.");

@@ -19,7 +19,7 @@ using testing::HasSubstr;
 
 namespace {
 
-// About one event in each entry of the sample.
+// The sample with about one event in each entry.
 Scenario BusySample() {
   Scenario scenario = SampleScenario();
   scenario.eventsPerHour = 1440;
@@ -42,7 +42,7 @@ class Events : public ProgramTest {
 
 class EventsOfSample : public Events {
  protected:
-  // The lines of the events of these files that are wanted.
+  // The lines of the wanted events of these files.
   std::vector<std::string> Expected(
       const std::vector<std::size_t>& files = {0, 1, 2},
       const std::function<bool(const GroundTruthEvent&)>& isWanted = [](const GroundTruthEvent&) {
@@ -66,7 +66,7 @@ class NoProgress : public Progress {
   void Clear() override {}
 };
 
-// An archive with many events of little text.
+// An archive with many events with short texts.
 void WriteMany(const std::string& path, std::uint32_t entries, int eventsInEach) {
   ArchiveWriter writer(path);
   writer.WriteHeader(OneStreamHeader());

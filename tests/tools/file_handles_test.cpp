@@ -25,7 +25,7 @@ TEST_F(FileHandles, TooFewAreAnErrorAndNotAnEmptyArchive) {
       setrlimit(RLIMIT_NOFILE, &limit);
     });
     const ProgramResult result = Finish();
-    // With still fewer the system cannot load the program.
+    // With even fewer, the system cannot load the program.
     if (result.exitCode == 127) continue;
     if (result.exitCode == 0) {
       EXPECT_EQ(result.out, answer);

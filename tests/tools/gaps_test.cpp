@@ -15,7 +15,7 @@ namespace {
 
 class Gaps : public ProgramTest {
  protected:
-  // Writes an archive whose entries stand at these index times.
+  // Writes an archive with entries at these index times.
   void Write(const std::string& name, const std::vector<std::uint32_t>& indexTimes) {
     ArchiveWriter writer(*this / name);
     writer.WriteHeader(OneStreamHeader());
@@ -123,7 +123,7 @@ TEST_F(Gaps, ShorterOnesAreCountedOnly) {
               HasSubstr("2 gaps, the longest 0:06:00; 2 of them not longer than 1:00:00\n"));
 }
 
-// One rule says what a gap is.
+// All verbs have the same rule for what a gap is.
 TEST_F(Gaps, AreThoseOfTheOtherVerbs) {
   const struct {
     const char* what;

@@ -34,7 +34,7 @@ class IndexJobs : public ProgramTest {
               0);
   }
 
-  // The workers of the program, as soon as there are so many.
+  // The workers of the program, once there are this many.
   std::vector<pid_t> WaitForWorkers(std::size_t count) {
     std::vector<pid_t> workers;
     while (workers.size() < count && !HasEnded()) workers = Children();
@@ -123,7 +123,7 @@ TEST_F(IndexJobs, OneThatIsKilledCostsItsFileOnly) {
   Start({"index", archives, "-j", "2", "--format", "json"});
   const std::vector<pid_t> workers = WaitForWorkers(2);
   ASSERT_THAT(workers, SizeIs(2));
-  // It is at work on a file while the other indexes all the rest.
+  // This worker stays at one file while the other indexes all the rest.
   kill(workers[0], SIGSTOP);
   const auto indexes = [this] {
     const std::vector<std::string> names = EntryNames(archives);
@@ -155,7 +155,7 @@ TEST_F(IndexJobs, EndWithTheProgramAndLeaveNothingHalf) {
     Start({"index", archives, "-j", "3", "--refresh"});
     const std::vector<pid_t> workers = WaitForWorkers(3);
     ASSERT_THAT(workers, SizeIs(3));
-    // It will not be done by itself before the signal comes.
+    // So that the worker is not done before the signal comes.
     kill(workers[0], SIGSTOP);
     usleep(20000);
     SendSignal(signal);
@@ -165,7 +165,7 @@ TEST_F(IndexJobs, EndWithTheProgramAndLeaveNothingHalf) {
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.err, signal == SIGKILL ? "" : "zel3: interrupted\n");
     for (const pid_t worker : workers) {
-      // Those of a killed program end by themselves.
+      // The workers of a killed program end by themselves.
       for (int i = 0; signal == SIGKILL && i < 500 && kill(worker, 0) == 0; ++i) usleep(10000);
       EXPECT_EQ(kill(worker, 0), -1);
     }
@@ -190,7 +190,7 @@ TEST_F(IndexJobs, FailAsOneProcessWithoutAPlugIn) {
   EXPECT_EQ(two.out, one.out);
 }
 
-// The readers of a folder of indexes would look through it for each archive.
+// The readers do not: each would look through the folder for its archive.
 TEST_F(IndexJobs, KeepTheLimitOfAFolderOfIndexes) {
   WriteScenario(archives, SampleScenario());
   const std::string caches = *this / "caches";

@@ -141,8 +141,8 @@ TEST_F(Index, APathMayBeLong) {
   EXPECT_THAT(States(), ElementsAre("cached"));
 }
 
-// The parser does not know older files. Where nothing can be written an archive is served without
-// keeping its index.
+// The parser does not know the older suffix. Where nothing can be written, an archive is served
+// without keeping its index.
 TEST_F(Index, AnArchiveThatCannotBeIndexedIsNotCalledNone) {
   const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
   const std::string path = SampleFile(Folder(), truth, 0);
@@ -187,7 +187,7 @@ TEST_F(Index, TellsWhatAnIndexLacks) {
   const std::string path = SampleFile(Folder(), truth, 0);
   const std::string name = truth.files[0].name;
   Bytes bytes = ReadFile(path);
-  // The first block of the second entry, which then leads nowhere.
+  // The type of the first block of the second entry, which then leads nowhere.
   bytes[truth.files[0].entries[1].position + 13 + 3] = 0x77;
   bytes.resize(bytes.size() - 1);
   WriteFile(path, bytes);
@@ -214,7 +214,7 @@ TEST_F(Index, FileNamesAreShownWithoutControlCharacters) {
 TEST_F(Index, RefreshBuildsAgainWhatIsRemembered) {
   WriteScenario(Folder(), SampleScenario());
   States();
-  // Files that were left alone for so long are remembered by the next look.
+  // After this time without changes, files are remembered by the next look.
   std::this_thread::sleep_for(std::chrono::milliseconds(2100));
   States();
   EXPECT_THAT(States(0, {"--refresh"}), ElementsAre("indexed", "indexed", "indexed"));

@@ -61,7 +61,8 @@ TEST_F(Inspect, TellsWhatTheReaderIs) {
   EXPECT_THAT(reader["knownInputs"], IsEmpty());
   EXPECT_THAT(reader["knownOutputs"], IsEmpty());
   EXPECT_EQ(reader["asksFor"], nlohmann::json::parse(R"(["Pars"])"));
-  // No library of a host: its functions may be in any, or in the program itself.
+  // Not the library of a host: the host's functions may be in any library, or in the program
+  // itself.
   EXPECT_THAT(reader["needs"].get<std::vector<std::string>>(),
               AllOf(Not(Contains(HasSubstr("brickhost"))), Contains("libQt5Core.so.5")));
 }

@@ -13,7 +13,7 @@ using testing::HasSubstr;
 
 namespace {
 
-// What stands below a heading of a page.
+// What is below a heading of a page.
 struct Section {
   std::set<std::string> options;  // --format, -o: those that begin a line
   std::string text;

@@ -20,7 +20,7 @@ using testing::IsEmpty;
 
 namespace {
 
-// Where the records of an archive stand that was made for a test.
+// Where the records of an archive made for a test are.
 struct Layout {
   Bytes bytes;
   std::vector<std::size_t> records;  // their starts, and the end of the last one
@@ -30,7 +30,7 @@ struct Layout {
 class Mend : public ProgramTest {
  protected:
   // Each entry has `blocks` blocks of data of two streams and an event; no two records are equal.
-  // Half way a header says once more what the first one has said, and declares one more stream.
+  // Half way, a header repeats the first one and declares one more stream.
   static Layout Make(const std::string& path, std::size_t entries, std::size_t blocks,
                      std::size_t secondHeader) {
     Layout layout;
@@ -94,7 +94,7 @@ class Mend : public ProgramTest {
   const std::string mOutput = mOutputFolder / "out.zel3";
 };
 
-// How many records of an archive stand whole in another file, in their order.
+// Tells which records of an archive are whole in another file, asked in their order.
 class Survivors {
  public:
   explicit Survivors(const Bytes& mended) : mMended(mended.begin(), mended.end()) {}
@@ -125,7 +125,7 @@ void Fill(Bytes* bytes, std::size_t from, std::size_t size, const std::function<
     (*bytes)[i] = static_cast<unsigned char>(value());
 }
 
-// One kind of damage, so many times in an archive.
+// One kind of damage, done this many times to an archive.
 struct Kind {
   const char* name;
   int hurts;
@@ -350,7 +350,7 @@ TEST_F(Mend, WithoutAHeaderItFails) {
 
 TEST_F(Mend, DataBetweenAHeaderAndAnIndexRecordIsOfNoEntry) {
   const Layout layout = Make(mPath, 4, 2, 0);
-  // The first index record is taken out.
+  // The first index record is removed.
   Bytes bytes = layout.bytes;
   bytes.erase(bytes.begin() + static_cast<std::ptrdiff_t>(layout.records[1]),
               bytes.begin() + static_cast<std::ptrdiff_t>(layout.records[2]));
@@ -379,7 +379,7 @@ TEST_F(Mend, WhatItRefuses) {
 TEST_F(Mend, OneThatIsKilledLeavesNothingUnderTheFinalName) {
   const rlim_t room = Make(mPath, 6, 2, 0).bytes.size() / 2;
   Start({"mend", mPath, "-o", mOutput}, [room] {
-    // The signal of a file that grows too large ends the program where it stands, as a kill does.
+    // The signal for a file that grows too large ends the program at once, as a kill does.
     const rlimit none{0, 0}, small{room, room};
     setrlimit(RLIMIT_CORE, &none);
     setrlimit(RLIMIT_FSIZE, &small);

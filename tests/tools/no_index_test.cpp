@@ -28,7 +28,7 @@ class NoIndex : public ProgramTest {
     return Run({"events", source, "--format", "csv", "--no-index"}).out;
   }
 
-  // Nothing on the disk is another than before, settings included.
+  // Nothing on the disk differs from before, settings included.
   void ExpectNoChange(Arguments arguments, int exitCode) {
     arguments.insert(arguments.end(), {"--settings-folder", *this / "settings"});
     const FolderSnapshot before = SnapshotOf(Folder());

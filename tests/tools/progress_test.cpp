@@ -1,4 +1,4 @@
-// The line about the progress as a terminal gets it.
+// The progress line as a terminal gets it.
 
 #include <gmock/gmock.h>
 #include <unistd.h>
@@ -21,7 +21,7 @@ namespace {
 
 constexpr char kErased[] = "\r\x1b[K";
 
-// What stands between moves to the start of the line, without the sequences that erase.
+// What is written between moves to the start of the line, without the sequences that erase.
 std::vector<std::string> Lines(std::string written) {
   for (const std::string erase : {"\x1b[K", "\x1b[J"}) {
     for (std::size_t at; (at = written.find(erase)) != std::string::npos;)
@@ -54,7 +54,7 @@ class ProgressOnTerminal : public ProgramTest {
     });
   }
 
-  // Takes some tenths of a second to read.
+  // An archive that takes some tenths of a second to read.
   std::string LargeArchive() {
     const std::string path = *this / "large.zel3";
     ArchiveWriter writer(path);
@@ -145,12 +145,12 @@ TEST_F(ProgressOnTerminal, FollowsATerminalThatIsMadeNarrower) {
   EXPECT_THAT(wide, HasSubstr("examining large.zel3 [..........................."));
   SendSignal(SIGSTOP);
   terminal.SetWidth(20);
-  // Longer than it lets pass between two drawings.
+  // Longer than the time between two drawings.
   usleep(150000);
   SendSignal(SIGCONT);
   EXPECT_EQ(Finish().exitCode, 0);
   const std::string written = terminal.Written();
-  // What the terminal has made of the wide line goes first.
+  // First the wide line is erased, as the terminal has wrapped it.
   const std::size_t narrower = written.find("\x1b[J");
   ASSERT_NE(narrower, std::string::npos);
   EXPECT_THAT(written.substr(narrower), HasSubstr("%"));

@@ -15,7 +15,7 @@ namespace {
 
 class ReadFollow : public ProgramTest {
  protected:
-  // Starts it, and waits until it has written what is there.
+  // Starts following, and waits until what is already there has been written.
   void Follow(const std::string& source, const Arguments& options = {}) {
     Arguments arguments{"read", source, "--follow"};
     arguments.insert(arguments.end(), options.begin(), options.end());
@@ -127,7 +127,7 @@ TEST_F(ReadFollow, AnOutputFileGetsItsNameAtTheInterrupt) {
   EXPECT_THAT(EntryNames(Folder()), ElementsAre("a.zel3", "out.zel3"));
 }
 
-// A recorder has given the name to a file of its own meanwhile.
+// Meanwhile a recorder has given the name to its own file.
 TEST_F(ReadFollow, WhatHasComeUnderTheNameOfTheOutputStays) {
   Recorder recorder(*this / "tmp.zel3");
   recorder.Picture(1);

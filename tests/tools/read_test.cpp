@@ -305,7 +305,7 @@ TEST_F(Read, WhatDamageLeavesOfAnEntryIsDelivered) {
   EXPECT_EQ(json["damagedBytes"], 0);
   EXPECT_EQ(ReadFile(mOutput), bytes);
 
-  // Its length, too.
+  // And its length.
   bytes[second + kBlock] = 0x78;
   WriteFile(*this / "a.zel3", bytes);
   const ProgramResult damaged =
@@ -354,7 +354,7 @@ TEST_F(Read, AnInterruptEndsItAtOnce) {
   scenario.payloadBytesPerEntry = 100000;
   WriteScenario(Folder(), scenario);
   ASSERT_EQ(Run({"index", Folder()}).exitCode, 0);
-  // A pipe that nobody empties holds the program up in the middle of its work.
+  // A pipe that nobody reads stops the program in the middle of its work.
   ASSERT_EQ(mkfifo(mOutput.c_str(), 0600), 0);
   const int pipe = open(mOutput.c_str(), O_RDONLY | O_NONBLOCK);
   ASSERT_GE(pipe, 0);

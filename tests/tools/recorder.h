@@ -9,7 +9,7 @@
 
 #include "support/archive_builder.h"
 
-// A recorder: writes an archive a few bytes at a time, as files that are written do come.
+// A recorder: writes an archive a few bytes at a time, which is how files grow.
 class Recorder {
  public:
   explicit Recorder(const std::string& path) : mPath(path) {
@@ -21,7 +21,7 @@ class Recorder {
     mArchive.Index(time).Data(0xFA, 0, text).Data(1, 0, "picture");
     Write();
   }
-  // A second of a stream without an event.
+  // One second of a stream without an event.
   void Picture(std::uint32_t time) {
     mArchive.Index(time).Data(1, 0, "picture");
     Write();
@@ -34,7 +34,7 @@ class Recorder {
     std::filesystem::rename(mPath, path);
     mPath = path;
   }
-  // Its folder has been renamed.
+  // Call this when its folder has been renamed.
   void IsAt(const std::string& path) { mPath = path; }
 
   const Bytes& Content() const { return mArchive.Content(); }

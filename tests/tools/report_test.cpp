@@ -28,7 +28,7 @@ std::string Sha256(const std::string& text) {
   return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toBase64().constData();
 }
 
-// What stands between two texts of a page.
+// What is between two texts of a page.
 std::string Between(const std::string& page, const std::string& before, const std::string& after) {
   const std::size_t begin = page.find(before);
   if (begin == std::string::npos) return "";
@@ -72,7 +72,7 @@ std::string JudgementOf(const std::string& page) {
 
 class Report : public ProgramTest {
  protected:
-  // The page about a folder; its data as the script of the page sees it are in mData.
+  // The page about a folder. Its data, as the script of the page sees it, goes into mData.
   std::string PageOf(const std::string& source, const Arguments& options = {}) {
     Arguments arguments{"report", source, "-o", "-"};
     arguments.insert(arguments.end(), options.begin(), options.end());
@@ -249,7 +249,7 @@ TEST_F(ReportOfSample, TimesAreInTheZoneThatIsAskedFor) {
 
 TEST_F(Report, ChartsFollowClocksThatAreSet) {
   const std::string folder = NewFolder("spring");
-  // From the evening before the clocks of Berlin are set forward.
+  // From the evening before clocks in Berlin are set forward.
   Write(folder + "/a.zel3", {1711832400, 1711850000}, {1});
   PageOf(folder, {"--time-zone", "Europe/Berlin"});
   EXPECT_EQ(mData["offsets"],

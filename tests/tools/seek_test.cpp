@@ -137,7 +137,7 @@ TEST_F(Seek, ExplainsWhereTheBytesAreAndWhatTheAnswerCost) {
 
 TEST_F(Seek, WhatWasLookedAtCostsNoSecondLook) {
   ASSERT_EQ(Run({"index", Folder()}).exitCode, 0);
-  // Files that were left alone for so long may be remembered.
+  // After this time without changes, files may be remembered.
   std::this_thread::sleep_for(std::chrono::milliseconds(2100));
   const auto explain = [this] {
     return nlohmann::json::parse(SeekTo(SampleTime(105), {"--explain"}).out);

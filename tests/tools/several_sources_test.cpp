@@ -67,7 +67,7 @@ class SeveralSources : public ProgramTest {
   GroundTruth mTruth;
 };
 
-// Each verb with what it needs after its sources.
+// Each verb, with the arguments that it needs after its sources.
 const std::vector<std::vector<std::string>>& AnsweringVerbs() {
   static const std::string from = std::to_string(SampleTime(10));
   static const std::string to = std::to_string(SampleTime(2000));
@@ -90,7 +90,7 @@ TEST_F(SeveralSources, EachHasTheAnswerThatItHasAlone) {
     SCOPED_TRACE(testing::PrintToString(verb));
     const Arguments rest(verb.begin() + 1, verb.end());
     const Arguments json{"--format", "json"};
-    // Indexes that only one call builds are no difference.
+    // Built beforehand, so that answers do not differ by which call builds the indexes.
     Run({"index", mOne, mOther});
     const ProgramResult both = Run(With(With({verb[0], mOne, mOther}, rest), json));
     const Json answer = Json::parse(both.out);

@@ -1,4 +1,4 @@
-// Tables, and what else is written for people, on terminals of some widths.
+// Tables, and other output for people, on terminals of several widths.
 
 #include <gmock/gmock.h>
 #include <unistd.h>
@@ -20,7 +20,7 @@ namespace {
 
 class TerminalTables : public ProgramTest {
  protected:
-  // The lines on a terminal of so many columns.
+  // The lines on a terminal of this many columns.
   std::vector<std::string> Shown(const Arguments& arguments, unsigned columns,
                                  const char* asked = "") {
     const Terminal terminal;

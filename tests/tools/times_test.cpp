@@ -13,7 +13,7 @@ using testing::Not;
 
 namespace {
 
-// The sample begins with the first of May 2024 in UTC.
+// The sample begins at midnight of 1 May 2024 in UTC.
 class Times : public ProgramTest {
  protected:
   ProgramResult RunOn(const std::string& verb, const Arguments& options) {

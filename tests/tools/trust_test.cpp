@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Archives whose indexes are not theirs any more, and what the program makes of them.
+// Archives whose indexes no longer belong to them, and what the program does about it.
 class Trust : public ProgramTest {
  protected:
   // An entry at each of these index times, with a block of stream 1 and an event.
@@ -36,7 +36,7 @@ class Trust : public ProgramTest {
     return ReadFile(path);
   }
 
-  // What has changed is not taken for what was looked at before: the file has another time.
+  // Gives the file another time, so that it is not taken for the one checked before.
   static void MakeOld(const std::string& path) { SetModificationTime(path, 1600000000); }
 
   nlohmann::json Json(Arguments arguments, int exitCode) {
@@ -104,7 +104,7 @@ TEST_F(Trust, SwappedIndexesAreBuiltAgain) {
   EXPECT_EQ(Json({"seek", Folder(), "51000"}, 0)["file"], "b.zel3");
 }
 
-// As long as the index itself, so that each byte tells.
+// As long as the index itself, so that each byte matters.
 TEST_F(Trust, NoByteOfASmallIndexIsBelievedBlindly) {
   const Bytes bytes = Write(mPath, {10, 20, 30});
   ASSERT_EQ(Run({"index", mPath}).exitCode, 0);
@@ -247,7 +247,7 @@ TEST_F(Trust, AWrongTimeIsNoPlaceInTime) {
 
 TEST_F(Trust, AnUndeclaredStreamIsServedAndTold) {
   Bytes bytes = Write(mPath, {10, 20, 30});
-  // The type of the block of the first entry, behind its index record.
+  // The type of the block of the first entry, after its index record.
   bytes[32 + 13 + 3] = 9;
   WriteFile(mPath, bytes);
   EXPECT_EQ(AllBytes(mPath, 3), bytes);

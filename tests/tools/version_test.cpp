@@ -38,7 +38,7 @@ TEST_F(Version, GoesByTheFolderAskedForAndLoadsNothing) {
 }
 
 TEST_F(Version, SaysWhichPlugInIsMissing) {
-  // Far from its plug-ins; only the library of the host is found.
+  // Away from its plug-ins; only the library of the host is found.
   const std::filesystem::path program = ZEL3_PROGRAM;
   const std::string libraries = (program.parent_path().parent_path() / "lib").string();
   std::filesystem::create_directory(*this / "bin");
