@@ -12,7 +12,7 @@ def contents_of(place):
 
 
 class Asker:
-    """`contents`: what the archives hold, by default what has been put into the place."""
+    """`contents`: what the archives hold; by default, what was put into the place."""
 
     def __init__(self, program, place, contents=None, source=SOURCE, options=()):
         self.program = program
@@ -91,7 +91,7 @@ def _says_what_it_knows(answer):
     return answer
 
 
-# By name what can be asked of an archive that is there; each gets an Asker.
+# The questions that can be asked of an archive that is there, by name; each gets an Asker.
 QUESTIONS = {
     'read': lambda asker: asker.read(),
     'read the end': lambda asker: asker.read_range(asker.times()[-1] - 4000, asker.times()[-1] + 1),

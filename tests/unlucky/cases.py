@@ -17,7 +17,7 @@ ENOUGH = 0.99
 
 class Cases:
     def __init__(self, scene, program, folder, most=None, on_trial=False):
-        """`most`: only so many cases are run, from all over the scene. `on_trial`: it is the scene that is tested."""
+        """`most`: run only this many cases, from all over the scene. `on_trial`: the scene itself is being tested."""
         self.scene = scene
         self.program = program
         self.score = Score()
@@ -35,7 +35,7 @@ class Cases:
         self._cases.append((name, play, arguments))
 
     def run(self):
-        """Whether nothing was wrong."""
+        """Returns whether nothing was wrong."""
         chosen = self._cases
         if self._most is not None and self._most < len(chosen):
             chosen = random.Random(len(chosen)).sample(chosen, self._most)

@@ -1,4 +1,4 @@
-"""Compares what the program answers with what the archives hold: nothing wrong with exit 0, and nothing made up at all.
+"""Compares the program's answers with what the archives hold: nothing wrong with exit 0, and never anything made up.
 
 Each check gets the archives as they are now, as framing.Content by name, and throws Wrong.
 """
@@ -9,7 +9,7 @@ from client import as_shown
 from framing import HEADER_MARKER, INDEX_MARKER, INDEX_SIZE, places, record_end
 
 DONE, FAILED, LEFT_OUT, NOTHING = 0, 1, 3, 4
-# More bytes of no record than any archive here has: nothing is looked for after them.
+# More bytes outside records than any archive here has; after them the search stops.
 MOST_UNKNOWN = 1 << 16
 
 
@@ -20,7 +20,7 @@ class Wrong(Exception):
 
 
 class Score:
-    """How many of the bytes that are whole have been handed out."""
+    """How many of the whole bytes have been handed out."""
 
     def __init__(self):
         self.whole = 0
@@ -46,7 +46,7 @@ def untouched(answer, place):
 
 
 def _head(bytes_, place):
-    """What tells most records from others."""
+    """A key that differs for most records."""
     head = bytes(bytes_[place:place + 4])
     return bytes(bytes_[place:place + INDEX_SIZE]) if head == INDEX_MARKER else head
 
@@ -61,7 +61,7 @@ class Matching:
 
     def __init__(self, output, contents):
         self.served = {name: bytearray(len(content.bytes)) for name, content in contents.items()}
-        self.unknown = 0   # bytes that are of no record
+        self.unknown = 0   # bytes outside any record
         self.repeated = 0  # records, except headers
         self._contents = contents
         self._by_head = {}
@@ -100,12 +100,12 @@ class Matching:
         return all(self.served[name][start:end])
 
     def missing(self):
-        """By name the places of bytes that are not served; not of headers that nothing follows."""
+        """The places of bytes that are not served, by name; headers that nothing follows do not count."""
         return {name: [place for place, served in enumerate(mask) if not served]
                 for name, mask in self.served.items() if not all(mask)}
 
     def left_out(self, name):
-        """Whether bytes are missing that belong to an entry or a header of one, or to no record."""
+        """Whether bytes are missing that belong to an entry, to the header of one, or to no record."""
         content = self._contents[name]
         return (content.damaged and not all(self.served[name]) or
                 _both(content.whole, self.served[name]) < sum(content.whole))
@@ -118,7 +118,7 @@ class Matching:
 
 
 def read_everything(answer, contents, score=None, exits=(DONE, LEFT_OUT)):
-    """The caller checks `score`; without it all that is whole must be there."""
+    """The caller checks `score`; without it, everything whole must be there."""
     holds_entries = any(content.entries for content in contents.values())
     ended_well(answer, (DONE, FAILED, LEFT_OUT, NOTHING) if score or not holds_entries else exits)
     if answer.exit_code == NOTHING and holds_entries:
@@ -148,7 +148,7 @@ def _in_words(missing):
 
 
 def read_range(answer, contents, first, last):
-    """Entries of the times from `first` up to `last` must be there, and at most one more of each file on each side."""
+    """Entries from `first` up to `last` must be there, and at most one more of each file on each side."""
     ended_well(answer, (DONE, LEFT_OUT))
     matching = Matching(answer.output, contents)
     if matching.unknown or matching.repeated:
@@ -167,7 +167,7 @@ def read_range(answer, contents, first, last):
 
 
 def events(answer, contents, exits=(DONE, LEFT_OUT), complete=False):
-    """`complete`: all of what is whole must be there, whatever the exit code."""
+    """`complete`: everything whole must be there, whatever the exit code."""
     sure = Counter(event for content in contents.values() for event in content.events())
     possible = sure | Counter(event for content in contents.values() for event in content.possible_events())
     ended_well(answer, exits if sure else (*exits, NOTHING))
@@ -195,14 +195,14 @@ def seek(answer, contents, time, exits=(DONE, LEFT_OUT)):
     holders = set()
     for content in contents.values():
         times = [entry_time for _, entry_time in content.possible_entries()]
-        # An entry holds the time up to the next one; the last one of a file, too.
+        # An entry holds the time up to the next one, and so does the last one of a file.
         holders |= {here for here, after in zip(times, times[1:] + [None])
                     if here <= time and (after is None or time < after or after < here)}
         sound = [entry.archive_time for entry in content.entries]
         holders |= {here for here, after in zip(sound, sound[1:]) if here <= time < after}
         if answer.exit_code == LEFT_OUT:
             holders |= {here for here in sound[-1:] if here <= time}
-    # In a gap between files it is the first entry after it.
+    # For a gap between files the answer is the first entry after it.
     spans = [[entry.archive_time for entry in content.entries] for content in contents.values() if content.entries]
     if not any(times[0] <= time < times[-1] for times in spans):
         holders |= set(sorted(times[0] for times in spans if times[0] > time)[:1])
@@ -248,7 +248,7 @@ def _files(answer, contents, exits, complete):
 
 
 def activity(answer, contents, stream, width, exits=(DONE, LEFT_OUT), complete=False):
-    """Of bins of `width` archive times."""
+    """For bins of `width` archive times."""
     ended_well(answer, (*exits, NOTHING))
     entries = [entry for content in contents.values() for entry in content.entries]
     if answer.exit_code == NOTHING:
@@ -270,7 +270,7 @@ def activity(answer, contents, stream, width, exits=(DONE, LEFT_OUT), complete=F
 
 
 def preview(answer, contents, exits=(DONE, LEFT_OUT), complete=False):
-    """Of positions at which something is recorded."""
+    """For positions at which something is recorded."""
     ended_well(answer, exits)
     if answer.exit_code not in (DONE, LEFT_OUT):
         return
@@ -281,7 +281,7 @@ def preview(answer, contents, exits=(DONE, LEFT_OUT), complete=False):
 
 
 def doctor(answer, contents, sound=False, exits=(DONE, FAILED, LEFT_OUT)):
-    """`sound`: nothing is wrong with the indexes, either."""
+    """`sound`: nothing is wrong with the indexes either."""
     ended_well(answer, exits)
     hurt = [name for name, content in contents.items() if content.damaged or content.undeclared]
     if hurt and answer.exit_code == DONE:

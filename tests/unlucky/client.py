@@ -1,4 +1,4 @@
-"""Runs the program in a place of its own, and knows the shape of what it answers."""
+"""Runs the program in its own place, and knows the shape of its answers."""
 
 import json
 import os
@@ -15,7 +15,7 @@ ALL = ('0', '9999999999999')
 
 
 class Answer:
-    """What one call of the program has brought; `output` is what it wrote with -o."""
+    """The result of one call of the program; `output` is what it wrote with -o."""
 
     def __init__(self, command, exit_code, said, told, output=b'', seconds=0.0, memory=0, count=None):
         self.command = command
@@ -25,23 +25,23 @@ class Answer:
         self.output = output
         self.seconds = seconds
         self.memory = memory  # bytes, at its peak
-        self.count = count    # of a word in what it said
+        self.count = count    # of a word in its standard output
 
     def json(self):
         return json.loads(self.said.decode('utf-8'))
 
-    # Every field name is here and nowhere else.
+    # Field names appear only here.
 
     def read_counts_damage(self):
         answer = self.json()
         return any(answer[key] for key in ('damagedBytes', 'cutOffBytes', 'undeclaredEntries', 'withoutHeader'))
 
     def files(self):
-        """Of `info`, `index` and `doctor`: name, start and end; no times when they are not known."""
+        """From `info`, `index` and `doctor`: name, start and end; no times when they are not known."""
         return [(file['file'], file.get('start'), file.get('end')) for file in self.json()['files']]
 
     def streams(self):
-        """Of `info`, by name; only of files whose streams are all known."""
+        """From `info`, by name; only for files whose streams are all known."""
         return {file['file']: set(file['streams']) for file in self.json()['files'] if file.get('streamsComplete')}
 
     def events(self):
@@ -56,11 +56,11 @@ class Answer:
         return [(row['time'], row['level'], row['recorded']) for row in self.json()['bins']]
 
     def shown_times(self):
-        """Of `preview`: the times of the entries shown, None where there is none."""
+        """From `preview`: the times of the entries shown, None where there is none."""
         return [row['entry']['time'] if row['entry'] else None for row in self.json()['positions']]
 
     def findings(self):
-        """Of `doctor`: (severity, file)"""
+        """From `doctor`: (severity, file)"""
         return [(finding['severity'], finding['file']) for finding in self.json()['findings']]
 
     def tells_disorder(self):
@@ -68,7 +68,7 @@ class Answer:
         return bool(answer['backward']) or answer['misplacedEntries'] > 0
 
     def names(self, name):
-        """Whether it speaks of a file; whatever is not ASCII in the name may be written in any way."""
+        """Whether it mentions a file; characters of the name that are not ASCII may be written in any way."""
         plain = ''.join(sign for sign in name if sign.isascii() and sign.isprintable())[:5].encode()
         return plain in self.told or plain in self.said
 
@@ -79,7 +79,7 @@ def as_shown(name):
 
 
 class Place:
-    """A home, and a folder of archives in it. What is put there as `foreign` must stay as it is."""
+    """A home with a folder of archives. What is put there as `foreign` must stay as it is."""
 
     def __init__(self, folder):
         self.folder = pathlib.Path(folder)
@@ -90,7 +90,7 @@ class Place:
         self._foreign = {}
 
     def put(self, name, bytes_, mtime=None):
-        """Writes an archive; a file that is already there grows or shrinks and is not made anew."""
+        """Writes an archive; a file that is already there grows or shrinks, and is not created again."""
         path = self.archives / name
         with open(path, 'r+b' if path.exists() else 'wb') as file:
             file.write(bytes_)
@@ -113,7 +113,7 @@ class Place:
             (self.archives / (stem + suffix)).write_bytes(bytes_)
 
     def changed(self):
-        """The archives that are not as they were put."""
+        """The archives that are no longer as they were put there."""
         return [name for name, bytes_ in self._foreign.items()
                 if not (self.archives / name).is_file() or (self.archives / name).read_bytes() != bytes_]
 
@@ -132,20 +132,20 @@ class Place:
 
 
 class Program:
-    """The program as it is built. With `slowness` above 1 it is given more time."""
+    """The built program. With `slowness` above 1 it is given more time."""
 
     def __init__(self, path, slowness=1):
         self.path = str(pathlib.Path(path).resolve())
         self.slowness = slowness
 
     def run(self, place, *words, seconds=SECONDS, count=None):
-        """With `count` what it says is not kept, only how often this word is in it."""
+        """With `count`, its standard output is not kept, only how often this word is in it."""
         command = [self.path, *words]
         said, told = place.folder / 'said', place.folder / 'told'
         with open(said, 'wb') as out, open(told, 'wb') as err:
             process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=out, stderr=err,
                                        cwd=place.folder, env=place.environment())
-            # Its computing time is measured, because others may be at work on the machine, too.
+            # Its computing time is measured, because the machine may be busy with other work, too.
             watch = threading.Timer(seconds * self.slowness * 10, process.kill)
             watch.start()
             _, status, usage = os.wait4(process.pid, 0)
@@ -157,7 +157,7 @@ class Program:
 
 
 def _output(place, words):
-    """Of what has been written with -o, as much as any archive here has."""
+    """What was written with -o, up to the size of the largest archive here."""
     if '-o' not in words:
         return b''
     path = place.folder / words[words.index('-o') + 1]

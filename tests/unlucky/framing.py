@@ -1,6 +1,6 @@
-"""What an archive holds, found by going through its bytes record by record; knows nothing of the program.
+"""What an archive holds, found by reading its bytes record by record; independent of the program.
 
-Records stand back to back:
+Records follow each other directly:
   header  B5 B5 05 B5, i16 length of the body without its last NUL, i16, title NUL, streams of u8 number, u8 active
           and three texts with a NUL
   index   05 B5 B5 B5, u32 time, u32, u8 flag
@@ -18,15 +18,15 @@ UNITS = 1000  # archive times count thousandths of an index time
 
 
 class CutOff(Exception):
-    """The record goes on after the end of the file."""
+    """The record continues beyond the end of the file."""
 
 
 class NoRecord(Exception):
-    """The bytes make no record."""
+    """The bytes are not a record."""
 
 
 class Entry:
-    """What begins with an index record. The streams' highest levels are doubled, as everybody shows them."""
+    """What begins with an index record. The streams' highest levels are doubled, as they are shown everywhere."""
 
     def __init__(self, start, time, flag):
         self.start = start
@@ -41,7 +41,7 @@ class Entry:
 
 
 def declared_streams(body):
-    """Of a header, from the two words after its marker on. Number and whether it is active; None: makes no sense."""
+    """Streams of a header, from the two words after its marker on: number and whether active; None: makes no sense."""
     parts = body[4:].split(b'\0', 1)
     if len(parts) != 2:
         return None
@@ -148,9 +148,9 @@ class Content:
             entry.events.append((kind, bytes(self.bytes[place + 4:end])))
 
     def _pass_undeclared(self, place):
-        """Records of streams that are not declared are whole when they lead exactly to the next index record."""
+        """Records of undeclared streams are whole when they lead exactly to the next index record."""
         at, taken = place, []
-        # Zeros are not records of anything.
+        # Zeros are not records.
         while self.bytes[at:at + 4] not in (HEADER_MARKER, INDEX_MARKER, bytes(4)):
             try:
                 end = record_end(self.bytes, at)
@@ -178,7 +178,7 @@ class Content:
                 self.whole[place:end] = bytes(end - place)
 
     def served_places(self):
-        """Places of the records that a reader may hand out: also those found from any marker, where there is damage."""
+        """Places of the records that a reader may hand out, where there is damage also those found from any marker."""
         if self._served is None:
             self._served = set(self.records)
             if self.damaged or self.undeclared:
@@ -203,7 +203,7 @@ class Content:
                 for place in sorted(self.served_places()) if self.bytes[place:place + 4] == INDEX_MARKER]
 
     def possible_events(self):
-        """Of records that may be events, with the time of the last possible entry before them."""
+        """Records that may be events, with the time of the last possible entry before them."""
         events, time = [], None
         for place in sorted(self.served_places()):
             head = self.bytes[place:place + 4]
@@ -221,13 +221,13 @@ class Content:
 
 
 def shown_text(bytes_):
-    """Without regard to how many signs stand for bytes that are not UTF-8."""
+    """The text, whatever number of characters stands for bytes that are not UTF-8."""
     parts = bytes(bytes_).decode('utf-8', 'replace').split('\ufffd')
     return '\ufffd'.join(part for number, part in enumerate(parts) if part or number in (0, len(parts) - 1))
 
 
 def places(times):
-    """The times by which entries stand in their file: one that is wrong beside its neighbours counts for nothing."""
+    """The times of entries as used in their file: one that does not fit between its neighbours is replaced."""
     found = []
     for number, time in enumerate(times):
         before, after = times[max(number - 1, 0)], times[min(number + 1, len(times) - 1)]

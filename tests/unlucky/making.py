@@ -34,7 +34,7 @@ THREE_STREAMS = header([(1, 'video'), (2, 'sound'), (3, 'text')], 'Unlucky, late
 
 def archive(entries=6, start=START, step=2, seed=1, payload=12, second_header=None, times=None, events=True):
     """An archive of two streams; from entry `second_header` on of three. No two entries have the same bytes.
-    `times`: of the entries, in place of steps. Returns its records, one after the other."""
+    `times`: of the entries, instead of steps. Returns its records, one after the other."""
     chance = random.Random(seed)
     records = [TWO_STREAMS]
     for number in range(entries):
@@ -56,7 +56,7 @@ def archive_bytes(**shape):
 
 
 def days_of_three(folder_start=START, entries=6, step=2):
-    """Three archives, one after the other in time: bytes by name."""
+    """Three archives, consecutive in time: bytes by name."""
     return {f'{name}.zel3': archive_bytes(entries=entries, start=folder_start + number * entries * step, step=step,
                                           seed=10 + number)
             for number, name in enumerate(['bb', 'dd', 'ff'])}

@@ -12,7 +12,7 @@ MOST_CASES = 90
 # Only one scene measures.
 MEASURED = {'takes_its_time', 'takes_memory'}
 
-# What a scene cannot notice, because it does not ask for it or all of its archives are sound.
+# What a scene cannot notice, because it does not ask for it, or because all its archives are sound.
 BLIND = {
     'whole_bytes': {'says_that_all_is_well'},
     'trimmed': {'says_that_all_is_well'},

@@ -1,4 +1,4 @@
-"""A program that answers right, or wrong in one way: the scenes are tried on it."""
+"""A program that answers right, or wrong in one way, to try the scenes on."""
 
 import functools
 import json
@@ -12,7 +12,7 @@ content_of = functools.lru_cache(maxsize=128)(Content)
 
 
 class Reply:
-    """An answer before it is written down."""
+    """An answer before it is written out."""
 
     def __init__(self):
         self.exit_code = 0
@@ -163,7 +163,7 @@ _VERBS = {'read': _read, 'events': _events, 'seek': _seek, 'info': _files, 'inde
 
 
 def _changes(*verbs):
-    """An alteration of the replies to these verbs that are answers."""
+    """An alteration of the replies to these verbs, if they are answers."""
     def of(change):
         @functools.wraps(change)
         def alter(verb, reply, place):

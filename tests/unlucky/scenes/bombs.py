@@ -1,4 +1,4 @@
-"""Small files that look huge, and huge numbers of small things: they cost what their data costs."""
+"""Small files that look huge, and huge numbers of small things: they cost only what their data costs."""
 
 import os
 import random
@@ -55,7 +55,7 @@ def _write_with_holes(path, parts, size):
 
 
 HALF = DATA.index(making.THREE_STREAMS)
-# In blocks of their own, so that there is a hole between them.
+# In separate blocks, so that there is a hole between them.
 FAR = (64 * GIGABYTE) // 4096 * 4096 + 1
 HOLES = {
     'after the data': ([(0, DATA)], DATA + bytes(33)),
@@ -155,7 +155,7 @@ def add_cases(cases):
         for format_ in ('text', 'json', 'jsonl', 'csv'):
             cases.add(f'events of {entries} entries as {format_}', _listed_events,
                       entries, size, format_)
-        # All in one entry is worst for what collects them.
+        # All in one entry is the worst case for collecting them.
         for words in ABOUT_EVENTS if entries > 1 else ABOUT_EVENTS_OF_ONE_ENTRY:
             cases.add(f'{words[0]} of {entries} entries of events', _asked_about_events,
                       entries, size, words)

@@ -21,7 +21,7 @@ def _one_wrong(file, number, wrong):
 
 
 def _set_back(file, number, by):
-    """From the entry on; the files after it follow the new clock."""
+    """From this entry on; the files after it follow the new clock."""
     times = [_even(each) for each in range(3)]
     for each in range(file, 3):
         for at in range(number if each == file else 0, ENTRIES):

@@ -41,7 +41,7 @@ def _fresh(program, place, at, value, all_questions, score):
 
 
 def _as_now_or_before(ask, now, before):
-    """What an index says of events and levels is not compared with the archive."""
+    """What an index says about events and levels is not compared with the archive."""
     try:
         ask(now)
     except Wrong:

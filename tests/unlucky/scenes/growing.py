@@ -9,7 +9,7 @@ BEFORE = making.archive_bytes(entries=5, seed=4)
 
 
 def _prefix(records, bytes_=0):
-    """So many whole records, and bytes of the next."""
+    """This many whole records, and this many bytes of the next."""
     return b''.join(RECORDS[:records]) + b''.join(RECORDS[records:])[:bytes_]
 
 
@@ -19,14 +19,14 @@ def _grows_once(program, place, old, new, question, asked_before, with_another):
     place.put('cam.zel3', old, MTIME)
     place.put_index('cam.zel3', making.index_files(old))
     if asked_before:
-        # What has been found out about the index is remembered.
+        # So that what is found out about the index is remembered.
         Asker(program, place).run('seek', str(making.START * 1000 + 40000))
     place.put('cam.zel3', new, MTIME)
     QUESTIONS[question](Asker(program, place))
 
 
 def _grows_on_and_on(program, place, steps, names):
-    """`names`: of the questions that are asked in turn; nobody tidies up between them."""
+    """`names`: of the questions that are asked in turn, without tidying up between them."""
     for number, bytes_ in enumerate(steps):
         place.put('cam.zel3', bytes_, MTIME)
         QUESTIONS[names[number % len(names)]](Asker(program, place))

@@ -1,4 +1,4 @@
-"""One bad file stands among good archives, anywhere in the order of names and ages: it costs nobody else anything."""
+"""One bad file is among good archives, anywhere in the order of names and ages: it costs the others nothing."""
 
 import os
 import random
@@ -67,7 +67,7 @@ SOUND = {
 
 
 def _complete(asker, question):
-    """Asks so that all that is whole in any of the files must be there."""
+    """Asks so that everything whole in any of the files must be there."""
     times = asker.times()
     how = {'info': lambda: asker.info(complete=True), 'index': lambda: asker.index(complete=True),
            'events': lambda: asker.events(complete=True), 'activity': lambda: asker.activity(complete=True),
@@ -87,7 +87,7 @@ def _one_of(program, place, kind, put, name, mtime, question):
         asker = Asker(program, place, {key: Content(bytes_) for key, bytes_ in GOOD.items()})
     else:
         asker = Asker(program, place)
-    # What has been found out the first time is remembered.
+    # The second time, what was found out the first time is remembered.
     for _ in range(2 if mtime == AGES[0] else 1):
         answer = _complete(asker, question)
         if kind in SOUND and 'without indexing' not in question and answer.exit_code != checks.DONE:
@@ -97,7 +97,7 @@ def _one_of(program, place, kind, put, name, mtime, question):
 
 
 def _capital_suffix(program, place, name, mtime, question):
-    """Either an archive like others, or one that is left out and named."""
+    """Either an archive like the others, or one that is left out and named."""
     _put_good(place)
     place.put(name + '.ZEL3', OWN, mtime)
     asker = Asker(program, place)
@@ -128,7 +128,7 @@ def add_cases(cases):
     for place, name in enumerate(NAMES):
         for age, mtime in enumerate(AGES):
             for number, question in enumerate(ASKED):
-                # Each question meets each kind in half of all places, and each place half of the questions.
+                # Each question is asked of each kind in half of all places, and each place gets half of the questions.
                 if (place + age + number) % 2:
                     continue
                 for kind, put in kinds.items():

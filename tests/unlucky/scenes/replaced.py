@@ -13,7 +13,7 @@ ID3_PAIRS = 12
 
 
 def _of_size(size, **shape):
-    """An archive of exactly this size: what is left over is one more record."""
+    """An archive of exactly this size, filled up with one more record."""
     for seed in range(100, 200):
         bytes_ = making.archive_bytes(seed=seed, **shape)
         if len(bytes_) == size:
@@ -75,7 +75,7 @@ def _cut_off(program, place, suffix, length, question):
 
 
 def _is_word(suffix, at):
-    """Whether a byte is what only the index says of levels, flags, types and texts. Only `doctor` compares these."""
+    """Whether a byte holds levels, flags, types or texts of the index. Only `doctor` compares these."""
     if suffix == '.id3':
         return at % ID3_RECORD < 2 or at % ID3_RECORD >= ID3_PAIRS
     if suffix == '.evt':
