@@ -54,7 +54,7 @@ void AddValues(std::string* script, const VerbDescription& verb) {
     ++place;
     if (argument.mayBeRepeated) {
       AddValue(script, fmt::format("'{} '[1-9]*", verb.name), argument);
-      // What stands after it has no place of its own.
+      // What follows it has no fixed place.
       break;
     }
     AddValue(script, fmt::format("'{} {}'", verb.name, place), argument);

@@ -80,7 +80,7 @@ void AddVerbLines(std::string* script, const VerbDescription& verb) {
     ++place;
     const std::string at = argument.mayBeRepeated ? "*" : std::to_string(place);
     if (!values.empty()) *script += LineFor(verb.name + " at " + at) + values + "\n";
-    // What stands after it has no place of its own.
+    // What follows it has no fixed place.
     if (argument.mayBeRepeated) break;
   }
   for (const ArgumentDescription& option : verb.options) {

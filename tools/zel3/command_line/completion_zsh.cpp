@@ -63,7 +63,7 @@ std::string Elements(const VerbDescription& verb) {
     const std::string name = EscapedText(argument.names.front());
     if (argument.mayBeRepeated) {
       elements += Element(fmt::format("*:{}:{}", name, Action(argument)));
-      // What stands after it has no place of its own.
+      // What follows it has no fixed place.
       break;
     }
     elements += Element(fmt::format("{}{}{}:{}", ++place, colon, name, Action(argument)));
