@@ -9,7 +9,7 @@ const unsigned char* FileWindow::At(FilePosition position, std::size_t size) {
   const std::size_t longest = mKeptFrom ? kLongestBesideKept : kLongest;
   mLength = std::max(goesOn ? std::min(2 * mLength, longest) : kShortest, size);
   if (goesOn && MoveKept()) {
-    Append(mLength);
+    Append(mLength + static_cast<std::size_t>(position - std::min(position, mFrom + mSize)));
     if (const unsigned char* const held = Held(position, size)) return held;
     // Something in between cannot be read.
   }
