@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "client/calendar_rows.h"
 #include "page/html.h"
 #include "text/shown_text.h"
 #include "times/local_time.h"
@@ -11,7 +12,7 @@
 
 namespace {
 
-constexpr std::size_t kMostDays = 400;
+constexpr std::size_t kMostRows = 400;
 constexpr unsigned kWhole = 1000;
 
 constexpr char kCalendarKey[] =
@@ -66,18 +67,19 @@ std::string RowOf(const RecordedDay& day) {
   return row + "</tr>\n";
 }
 
-// A row for consecutive days on which nothing is recorded.
-std::string EmptyRow(std::int64_t days) {
+std::string RowOf(const CalendarGap& gap) {
   return fmt::format(
       "<tr><td class=\"time\">{}<td class=\"number\">0.0 %<td class=\"number\">0"
-      "<td colspan=\"{}\" class=\"r0\">– nothing recorded</tr>\n",
-      Counted(static_cast<std::uint64_t>(days), "day"), kHoursOfDay);
+      "<td colspan=\"{}\" class=\"r0\">– nothing recorded{}</tr>\n",
+      Counted(static_cast<std::uint64_t>(gap.days), "day"), kHoursOfDay,
+      gap.isInDoubt ? " <b class=\"warning\">!</b>" : "");
 }
 
 }  // namespace
 
 std::string CalendarSection(const ReportData& report, TimeFormat times) {
-  if (times == TimeFormat::kInteger || report.days.empty()) return "";
+  const std::vector<CalendarRow> rows = RowsOf(report.days, TimeReferenceInForce().zone);
+  if (times == TimeFormat::kInteger || rows.empty()) return "";
   std::string table =
       "<table class=\"calendar\">\n<caption class=\"unseen\">Days, with how much of each is "
       "recorded, its events, and the same for each hour</caption>\n<thead><tr>"
@@ -86,15 +88,11 @@ std::string CalendarSection(const ReportData& report, TimeFormat times) {
   for (std::size_t hour = 0; hour < kHoursOfDay; ++hour)
     table += fmt::format("<th scope=\"col\">{:02}</th>", hour);
   table += "</tr></thead>\n<tbody>\n";
-  const std::size_t shown = std::min(report.days.size(), kMostDays);
-  for (std::size_t i = 0; i < shown; ++i) {
-    const std::int64_t apart = i > 0 ? report.days[i - 1].date.daysTo(report.days[i].date) : 1;
-    if (apart > 1) table += EmptyRow(apart - 1);
-    table += RowOf(report.days[i]);
-  }
+  const std::size_t shown = std::min(rows.size(), kMostRows);
+  for (std::size_t i = 0; i < shown; ++i)
+    table += rows[i].day ? RowOf(*rows[i].day) : RowOf(rows[i].gap);
   table += "</tbody>\n</table>";
   const std::string heading =
-      shown < report.days.size() ? fmt::format("Calendar: {} of {} days", shown, report.days.size())
-                                 : "Calendar";
+      shown < rows.size() ? fmt::format("Calendar: {} of {} rows", shown, rows.size()) : "Calendar";
   return html::Section("calendar", heading, kCalendarKey + html::Scrolled("Calendar", table));
 }

@@ -97,7 +97,6 @@ class Collection {
   }
 
   void AddFindings() {
-    std::map<FindingKind, std::set<std::string>> filesWith;
     for (Finding finding : mDiagnosis.findings) {
       if (finding.time) {
         ArchiveTime first = *finding.time;
@@ -110,7 +109,9 @@ class Collection {
         if (!IsInRange(first, last)) continue;
       }
       mData.severities.Add(SeverityOf(finding.kind), finding.Count());
-      filesWith[finding.kind].insert(finding.file);
+      KindOfFindings& kind = mData.kinds[finding.kind];
+      kind.count += finding.Count();
+      kind.files.insert(finding.file);
       CountOther(finding);
       mData.findings.items.push_back(finding);
     }
@@ -119,11 +120,16 @@ class Collection {
                        return SeverityOf(one.kind) > SeverityOf(other.kind);
                      });
     mData.findings.CutTo(kMostFindings);
-    mHasMisplaced = filesWith.count(FindingKind::kMisplaced) > 0;
-    mData.damage.damaged = filesWith[FindingKind::kDamage].size();
-    mData.damage.unreadable = filesWith[FindingKind::kUnreadable].size();
-    mData.damage.cutOff = filesWith[FindingKind::kCutOff].size();
+    mHasMisplaced = mData.kinds.count(FindingKind::kMisplaced) > 0;
+    mData.damage.damaged = FilesWith(FindingKind::kDamage);
+    mData.damage.unreadable = FilesWith(FindingKind::kUnreadable);
+    mData.damage.cutOff = FilesWith(FindingKind::kCutOff);
     for (const ReportFile& file : mData.files) mData.damage.empty += file.HoldsEntries() ? 0 : 1;
+  }
+
+  std::uint64_t FilesWith(FindingKind kind) const {
+    const auto found = mData.kinds.find(kind);
+    return found == mData.kinds.end() ? 0 : found->second.files.size();
   }
 
   // Findings that neither cost data nor keep a file from being indexed.
@@ -158,7 +164,7 @@ class Collection {
 
   void AddDays(const std::optional<ArchiveTime>& from, const std::optional<ArchiveTime>& to) {
     if (mData.range->to - mData.range->from <= kLongestWithoutDays) return;
-    mData.days = FindRecordedHours(from, to, TimeReferenceInForce().zone, mSource, &mTimeline).days;
+    mData.days = FindRecordedHours(from, to, TimeReferenceInForce().zone, mSource, &mTimeline);
   }
 
   std::optional<std::string> NameOf(const std::optional<std::size_t>& archive) const {

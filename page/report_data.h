@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -77,6 +78,12 @@ struct FirstOf {
   bool IsCut() const { return items.size() < count; }
 };
 
+// All findings of one kind.
+struct KindOfFindings {
+  std::uint64_t count = 0;
+  std::set<std::string> files;
+};
+
 struct ReportData {
   std::string source;
   std::optional<ReportRange> recorded;  // from the first to the last entry; none: no entries
@@ -87,16 +94,17 @@ struct ReportData {
   std::vector<ReportFile> files;
   std::optional<RecordedShare> share;  // none: nothing is recorded
   FirstOf<ReportGap> gaps;             // of the range, by start time
-  std::vector<RecordedDay> days;       // of a range of more than two days
+  RecordedDays days;                   // of a range of more than two days
   std::vector<ReportStream> streams;
   FirstOf<RecordedEvent> events;  // of the range, ascending; long texts are shortened
   // How many other events of each type there are in each bin of this width. Bins are numbered from
   // time 0.
   ArchiveTime laterEventWidth = 0;
   std::map<std::pair<std::uint8_t, std::uint64_t>, std::uint64_t> laterEvents;
-  FirstOf<Finding> findings;  // that overlap the range or have no time
-  SeverityCounts severities;  // of all findings
-  DamagedFiles damage;        // of those in the range
+  FirstOf<Finding> findings;                    // that overlap the range or have no time
+  std::map<FindingKind, KindOfFindings> kinds;  // of all findings
+  SeverityCounts severities;                    // of all findings
+  DamagedFiles damage;                          // of those in the range
 };
 
 // How many files have no index.

@@ -3,32 +3,26 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <set>
+#include <map>
 
 #include "page/html.h"
 #include "text/shown_text.h"
 
 namespace {
 
-// The findings of one kind.
+// The findings of one kind that are shown, and how many there are.
 struct Cause {
   FindingKind kind;
-  std::vector<const Finding*> findings;
-  std::set<std::string> files;
-  std::uint64_t count = 0;
+  const KindOfFindings* all;
+  std::vector<const Finding*> shown;
 };
 
 // The worst first, and those that explain others before them.
-std::vector<Cause> CausesOf(const std::vector<Finding>& findings) {
+std::vector<Cause> CausesOf(const ReportData& report) {
+  std::map<FindingKind, std::vector<const Finding*>> shown;
+  for (const Finding& finding : report.findings.items) shown[finding.kind].push_back(&finding);
   std::vector<Cause> causes;
-  for (const Finding& finding : findings) {
-    auto cause = std::find_if(causes.begin(), causes.end(),
-                              [&finding](const Cause& one) { return one.kind == finding.kind; });
-    if (cause == causes.end()) cause = causes.insert(causes.end(), Cause{finding.kind, {}, {}});
-    cause->findings.push_back(&finding);
-    cause->files.insert(finding.file);
-    cause->count += finding.Count();
-  }
+  for (const auto& [kind, all] : report.kinds) causes.push_back({kind, &all, shown[kind]});
   std::sort(causes.begin(), causes.end(), [](const Cause& one, const Cause& other) {
     const Severity severity = SeverityOf(one.kind);
     const Severity otherSeverity = SeverityOf(other.kind);
@@ -44,7 +38,7 @@ std::string NumberText(const std::optional<std::uint64_t>& number) {
 std::string TableOf(const Cause& cause, TimeFormat times) {
   const std::string caption = fmt::format("Findings of the kind {}", Name(cause.kind));
   html::Table table(caption, {"File", "What", "From", "To", "#Position", "#Bytes"});
-  for (const Finding* const finding : cause.findings) {
+  for (const Finding* const finding : cause.shown) {
     table.BeginRow();
     table.Cell(finding->file);
     table.Cell(finding->text);
@@ -69,8 +63,9 @@ std::string PartOf(const Cause& cause, TimeFormat times) {
       "<details class=\"cause\"{}><summary><span class=\"{}\">{}</span> <b>{}</b>: {} in {}; "
       "<span class=\"remedy\">{}</span></summary>\n{}\n</details>\n",
       severity > Severity::kNote ? " open" : "", Name(severity), Name(severity), Name(cause.kind),
-      cause.count, Counted(cause.files.size(), "file"), html::FromText(RemedyOf(cause.kind)),
-      TableOf(cause, times));
+      cause.all->count, Counted(cause.all->files.size(), "file"),
+      html::FromText(RemedyOf(cause.kind)),
+      cause.shown.empty() ? html::Paragraph("None of these is listed.") : TableOf(cause, times));
 }
 
 }  // namespace
@@ -80,7 +75,7 @@ std::string FindingsSection(const ReportData& report, TimeFormat times) {
     return html::Section("findings", "Findings",
                          html::Paragraph("Nothing is wrong with the files."));
   std::string content;
-  for (const Cause& cause : CausesOf(report.findings.items)) content += PartOf(cause, times);
+  for (const Cause& cause : CausesOf(report)) content += PartOf(cause, times);
   const std::string heading =
       report.findings.IsCut()
           ? fmt::format("Findings: {} of {}", report.findings.items.size(), report.findings.count)

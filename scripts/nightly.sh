@@ -32,13 +32,14 @@ if [ "$reports" = yes ]; then
   failed=no
   for part in "${parts[@]}"; do
     started=$(date +%s)
+    sources=$(git describe --always --dirty 2>/dev/null || echo unknown)
     status=0
+    # A part counts when it has ended.
+    rm -f "$logs/$part.state"
     scripts/nightly.sh "$part" >"$logs/$part.log" 2>&1 || status=$?
     grep -vxF 'nightly: nothing found' "$logs/$part.log" || true
     [ "$status" = 0 ] || failed=yes
-    # A part counts when it has ended.
-    printf '%s %s %s %s\n' "$started" "$(($(date +%s) - started))" "$status" \
-      "$(git describe --always --dirty 2>/dev/null || echo unknown)" >"$logs/$part.state"
+    printf '%s %s %s %s\n' "$started" "$(($(date +%s) - started))" "$status" "$sources" >"$logs/$part.state"
   done
   scripts/nightly_page.sh "$logs" "${all[@]}" >"$logs/page.md"
   mv "$logs/page.md" docs/nightly.md

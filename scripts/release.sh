@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # What has to be so before a release, as far as a script can tell, and what a person still does.
 #   scripts/release.sh --check [--quick]
-# Changes nothing but what lies under build/. All checks are made, the quick ones first; ends with 1 when one has failed.
+# Writes only under build/, and installs the packages that building needs. All checks are made, the quick ones first; ends
+# with 1 when one has failed.
 # --quick: only those that build nothing and take seconds.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -10,7 +11,7 @@ quick=no
 case "$*" in
   --check) ;;
   '--check --quick' | '--quick --check') quick=yes ;;
-  *) sed -n '3,5s/^# *//p' "$0" >&2; exit 2 ;;
+  *) sed -n '3,6s/^# *//p' "$0" >&2; exit 2 ;;
 esac
 
 failed=0
@@ -36,14 +37,15 @@ is_a_version() { [[ $version =~ ^[0-9]+\.[0-9]+\.[0-9]+$ ]] || { echo "CMakeList
 
 is_clean() {
   local changes
-  changes=$(git status --porcelain)
+  changes=$(git status --porcelain) || return 1
   [ -z "$changes" ] || { head -20 <<<"$changes"; return 1; }
 }
 
 is_above_the_last_tag() {
-  local last
-  last=$(git tag --list 'v[0-9]*' --sort=-version:refname | head -1)
-  [ -n "$last" ] || return 0
+  local tags last
+  tags=$(git tag --list 'v[0-9]*' --sort=-version:refname) || return 1
+  [ -n "$tags" ] || return 0
+  last=${tags%%$'\n'*}
   [ "v$version" != "$last" ] && [ "$(printf '%s\n' "$last" "v$version" | sort -V | tail -1)" = "v$version" ] ||
     { echo "$version is not above $last"; return 1; }
 }
@@ -84,16 +86,23 @@ packages_have_the_date() {
   [ "$dated" = "$released" ] || { echo "packaging/changelog.in has $dated, CHANGELOG.md $released"; return 1; }
 }
 
+# finds_nothing ARGUMENT...: of git grep, which ends with 1 then, and with another status when it cannot look.
+finds_nothing() {
+  local status=0
+  git grep -nI "$@" || status=$?
+  [ "$status" = 1 ]
+}
+
 has_no_mark() {
   # In two parts, so that this line is not one of them.
   local marks='\b(TO''DO|FIX''ME|HA''CK|X''XX)\b|^(<<<<<<<|>>>>>>>) '
-  ! git grep -nIP "$marks"
+  finds_nothing -P "$marks"
 }
 
 names_no_place_of_a_machine() {
   local found=0
-  ! git grep -nIF "$PWD/" || found=1
-  ! git grep -nIP '(?<![\w.}/$])/(home/(?!someone)|Users/|work/)\w' || found=1
+  finds_nothing -F "$PWD/" || found=1
+  finds_nothing -P '(?<![\w.}/$])/(home/(?!someone)|Users/|work/)\w' || found=1
   return "$found"
 }
 

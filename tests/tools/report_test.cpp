@@ -423,6 +423,38 @@ TEST_F(Report, WhatIsWrongCountsHoweverLateItIsFound) {
   EXPECT_THAT(page, HasSubstr("1 file not indexed, 2 errors, 0 warnings"));
 }
 
+TEST_F(Report, CausesAreCountedAsAWholeWhereFindingsAreNot) {
+  const std::string folder = NewFolder("many");
+  std::vector<std::uint32_t> times;
+  for (std::uint32_t i = 0; i < 10; ++i) times.push_back(1000 + i);
+  for (std::uint32_t i = 1; i <= 99; ++i) times.push_back(1009 + i * 10);
+  // Each file has 99 gaps of its own and one after it, the last one 99 only.
+  for (std::uint32_t file = 0; file < 52; ++file) {
+    std::vector<std::uint32_t> shifted;
+    for (const std::uint32_t time : times) shifted.push_back(time + file * 100000);
+    Write(folder + "/" + std::to_string(100 + file) + ".zel3", shifted, {1});
+  }
+  const std::string page = PageOf(folder);
+  EXPECT_EQ(FindingsOf(page).size(), 5000U);
+  EXPECT_THAT(page, HasSubstr("Findings: 5000 of 5199"));
+  EXPECT_THAT(page, HasSubstr("<b>gap</b>: 5199 in 52 files"));
+}
+
+TEST_F(Report, ALongTimeInDoubtIsMarkedInTheCalendar) {
+  const std::string nothing =
+      "days<td class=\"number\">0.0 %<td class=\"number\">0"
+      "<td colspan=\"24\" class=\"r0\">– nothing recorded";
+  const std::string folder = NewFolder("long");
+  const std::uint32_t start = 1714521600;
+  const std::uint32_t end = start + 100 * 86400;
+  Write(folder + "/a.zel3", {start, start + 1}, {1});
+  Write(folder + "/z.zel3", {end, end + 1}, {1});
+  EXPECT_THAT(PageOf(folder), HasSubstr(nothing + "</tr>"));
+  // The parser does not know the older suffix.
+  Write(folder + "/b.zel", {start + 10, end - 10}, {1});
+  EXPECT_THAT(PageOf(folder), HasSubstr(nothing + " <b class=\"warning\">!</b></tr>"));
+}
+
 TEST_F(Report, TimesThatRunBackwardsAreAStretch) {
   const std::string folder = NewFolder("backwards");
   Write(folder + "/a.zel3", {1000, 1001, 1002, 990, 991}, {1});

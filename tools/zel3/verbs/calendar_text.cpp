@@ -7,12 +7,12 @@
 #include <utility>
 #include <vector>
 
+#include "client/calendar_rows.h"
 #include "output/standard_output.h"
 #include "output/tables.h"
 #include "text/shown_text.h"
 #include "times/length_text.h"
 #include "times/time_reference.h"
-#include "verbs/calendar_rows.h"
 
 namespace {
 

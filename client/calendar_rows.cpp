@@ -1,4 +1,4 @@
-#include "verbs/calendar_rows.h"
+#include "client/calendar_rows.h"
 
 #include <algorithm>
 
