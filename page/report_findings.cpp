@@ -68,6 +68,16 @@ std::string PartOf(const Cause& cause, TimeFormat times) {
       cause.shown.empty() ? html::Paragraph("None of these is listed.") : TableOf(cause, times));
 }
 
+// A finding may stand for many.
+std::string HeadingOf(const ReportData& report) {
+  if (!report.findings.IsCut()) return "Findings";
+  std::uint64_t shown = 0;
+  for (const Finding& finding : report.findings.items) shown += finding.Count();
+  std::uint64_t all = 0;
+  for (const auto& [kind, ofKind] : report.kinds) all += ofKind.count;
+  return fmt::format("Findings: {} of {}", shown, all);
+}
+
 }  // namespace
 
 std::string FindingsSection(const ReportData& report, TimeFormat times) {
@@ -76,9 +86,5 @@ std::string FindingsSection(const ReportData& report, TimeFormat times) {
                          html::Paragraph("Nothing is wrong with the files."));
   std::string content;
   for (const Cause& cause : CausesOf(report)) content += PartOf(cause, times);
-  const std::string heading =
-      report.findings.IsCut()
-          ? fmt::format("Findings: {} of {}", report.findings.items.size(), report.findings.count)
-          : "Findings";
-  return html::Section("findings", heading, content);
+  return html::Section("findings", HeadingOf(report), content);
 }
