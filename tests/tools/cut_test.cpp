@@ -104,6 +104,18 @@ class CutHandMade : public Cut {
     mHeader = mBytes.size() - times.size() * kEntrySize;
   }
   void Rewrite() { WriteFile(mPath, mBytes); }
+  // 24 entries, one each 10 units of index time from 10 on. A length leads from the third one into
+  // a later one, past many whole ones.
+  void WriteWithLengthPastManyEntries() {
+    std::vector<std::uint32_t> times;
+    for (std::uint32_t entry = 0; entry < 24; ++entry) times.push_back(10 + 10 * entry);
+    Write(times);
+    const std::size_t length = 17 * kEntrySize - 13 - 4;
+    mBytes[Entry(2) + 13] = static_cast<unsigned char>(length & 0xFF);
+    mBytes[Entry(2) + 13 + 1] = static_cast<unsigned char>(length >> 8);
+    mBytes[Entry(19)] ^= 1;
+    Rewrite();
+  }
   std::size_t Entry(std::size_t number) const { return mHeader + number * kEntrySize; }
 
   const std::string mPath = *this / "a.zel3";
@@ -464,15 +476,7 @@ TEST_F(CutHandMade, DataThatTheFirstHeaderLeadsOverIsNotDamage) {
 }
 
 TEST_F(CutHandMade, ARangeThatBeginsInWhatDamageHidesIsInDoubt) {
-  std::vector<std::uint32_t> times;
-  for (std::uint32_t entry = 0; entry < 24; ++entry) times.push_back(10 + 10 * entry);
-  Write(times);
-  // A length that leads from the third entry into a later one, past many whole ones.
-  const std::size_t length = 17 * kEntrySize - 13 - 4;
-  mBytes[Entry(2) + 13] = static_cast<unsigned char>(length & 0xFF);
-  mBytes[Entry(2) + 13 + 1] = static_cast<unsigned char>(length >> 8);
-  mBytes[Entry(19)] ^= 1;
-  Rewrite();
+  WriteWithLengthPastManyEntries();
   const ProgramResult result = CutRange(155000, kForever);
   EXPECT_EQ(result.exitCode, 3) << result.err;
   EXPECT_THAT(result.err, HasSubstr("entries may be lost there"));
@@ -482,15 +486,8 @@ TEST_F(CutHandMade, ARangeThatBeginsInWhatDamageHidesIsInDoubt) {
 }
 
 TEST_F(CutHandMade, AGapIsOneOfWhatIsWritten) {
-  std::vector<std::uint32_t> times;
-  for (std::uint32_t entry = 0; entry < 24; ++entry) times.push_back(10 + 10 * entry);
-  Write(times);
-  // The index does not have the entries that this length skips; they are saved.
-  const std::size_t length = 17 * kEntrySize - 13 - 4;
-  mBytes[Entry(2) + 13] = static_cast<unsigned char>(length & 0xFF);
-  mBytes[Entry(2) + 13 + 1] = static_cast<unsigned char>(length >> 8);
-  mBytes[Entry(19)] ^= 1;
-  Rewrite();
+  // The index does not have the entries that the length skips; they are saved.
+  WriteWithLengthPastManyEntries();
   const nlohmann::json json = JsonOf(3);
   EXPECT_EQ(json["entries"], 23);
   EXPECT_EQ(json["gaps"].dump(), "[]");
