@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "archive/file_scan.h"
-
 namespace {
 
 class EntryFinder : public FramingSink {
@@ -38,9 +36,10 @@ class EntryFinder : public FramingSink {
 
 }  // namespace
 
-EntryStart LastEntry(const PlainFile& file, FilePosition end, std::optional<ArchiveTime> time) {
+EntryStart LastEntry(const PlainFile& file, FilePosition end, std::optional<ArchiveTime> time,
+                     const OnBytesRead& onBytesRead) {
   EntryFinder finder(time);
   FramingParser parser(finder);
-  FileScan(file, parser).UpTo(end, [](std::uint64_t) {});
+  FileScan(file, parser).UpTo(end, onBytesRead);
   return finder.found;
 }

@@ -3,6 +3,7 @@
 #include <optional>
 #include <vector>
 
+#include "archive/file_scan.h"
 #include "blocks/units.h"
 #include "indexer/plain_file.h"
 
@@ -20,5 +21,6 @@ struct EntryStart {
 // The last entry that begins before the position `end`; with `time`, the last such entry at that
 // time or before it, or the first one when there is none. Reads the file up to `end`. Throws
 // Failure when the user interrupts.
-EntryStart LastEntry(const PlainFile& file, FilePosition end,
-                     std::optional<ArchiveTime> time = std::nullopt);
+EntryStart LastEntry(
+    const PlainFile& file, FilePosition end, std::optional<ArchiveTime> time = std::nullopt,
+    const OnBytesRead& onBytesRead = [](std::uint64_t) {});

@@ -1,5 +1,6 @@
 #include "archive/growing_archive.h"
 
+#include <cerrno>
 #include <utility>
 
 #include "system/file_handle.h"
@@ -82,8 +83,9 @@ FilePosition GrowingArchive::Position() const {
 GrowingArchive::Found GrowingArchive::Look() {
   // Looked up before reading: so what the file held when it lost its name is still read.
   const auto named = StatusOf(mPath);
+  const Found nameless = errno == ENOENT || errno == ENOTDIR ? Found::kGone : Found::kNotRead;
   if (!mFile.IsOpen()) {
-    if (!named) return Tell(Found::kGone);
+    if (!named) return Tell(nameless);
     if (mId && *mId != InodeOf(*named)) {
       Restart();
       return Found::kReplaced;
@@ -108,7 +110,7 @@ GrowingArchive::Found GrowingArchive::Look() {
     mTold = Found::kNothing;
     return Found::kMore;
   }
-  return Tell(named ? Found::kNothing : Found::kGone);
+  return Tell(named ? Found::kNothing : nameless);
 }
 
 // Once, until something else is found.
@@ -146,14 +148,15 @@ void GrowingArchive::Restart() {
 
 // Brings the parser to where reading begins.
 void GrowingArchive::Prepare() {
-  if (mBeginAtEnd) mStart = LastEntry(mFile, *mBeginAtEnd);
+  const OnBytesRead count = [this](std::uint64_t bytes) { mBytesRead += bytes; };
+  if (mBeginAtEnd) mStart = LastEntry(mFile, *mBeginAtEnd, std::nullopt, count);
   mPlaced = std::make_unique<Placed>(&mSink, mStart);
   mParser.emplace(*mPlaced);
   mParser->Feed(mStart.header.data(), mStart.header.size());
   mScan.emplace(mFile, *mParser, mStart.position);
   if (!mBeginAtEnd) return;
   mPlaced->isOld = true;
-  mScan->UpTo(*mBeginAtEnd, [](std::uint64_t) {});
+  mScan->UpTo(*mBeginAtEnd, count);
   mPlaced->isOld = false;
 }
 

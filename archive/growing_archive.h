@@ -14,8 +14,9 @@
 
 // An archive file that may still be written: hands over what is new in it at each look, record by
 // record. A record that is not whole yet is waited for; damage is passed over as ScanArchive passes
-// over it, and told when the next record is found. No new byte is read twice; to begin at an entry,
-// the file is gone through once to find it.
+// over it, and told when the next record is found. No new byte is read twice. Of what is there
+// when it begins at the end, all is read once to find the last entry, and what stands after that
+// once more.
 //
 // The file is kept open between looks, so that what is written to it before it gets another name
 // can still be read.
@@ -57,7 +58,7 @@ class GrowingArchive {
   const std::optional<InodeId>& Id() const { return mId; }
   bool IsOpen() const { return mFile.IsOpen(); }
 
-  // How many bytes of the file have been read, and how many of them could not be.
+  // How many bytes have been read in all, and how many of them could not be.
   std::uint64_t BytesRead() const { return mBytesRead; }
   std::uint64_t Unreadable() const { return mScan ? mScan->Unreadable() : 0; }
 
