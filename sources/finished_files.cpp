@@ -1,6 +1,7 @@
 #include "sources/finished_files.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "sources/archive_source.h"
 
@@ -21,13 +22,17 @@ void FinishedFiles::Written(const std::string& path, Time now) {
   file->second.isTaken = false;
 }
 
-void FinishedFiles::Renamed(const std::string& from, const std::string& to) {
-  auto file = mFiles.extract(from);
-  if (file.empty()) return;
-  file.key() = to;
-  file.mapped().folder = archive_source::FolderOf(to);
-  mFiles.erase(to);
-  mFiles.insert(std::move(file));
+void FinishedFiles::Renamed(const std::vector<RenamedFile>& renamed) {
+  std::vector<std::pair<std::string, File>> moved;
+  for (const auto& [from, to] : renamed) {
+    auto file = mFiles.extract(from);
+    if (!file.empty()) moved.emplace_back(to.path, std::move(file.mapped()));
+  }
+  for (auto& [path, file] : moved) {
+    file.folder = archive_source::FolderOf(path);
+    file.isTaken = false;
+    mFiles[path] = std::move(file);
+  }
 }
 
 void FinishedFiles::Gone(const std::string& path) {

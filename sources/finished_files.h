@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "sources/followed_files.h"
+
 // Tells when files that are being written are finished: nothing has been written to them for a
 // while, or another file of their folder has come after what was last written to them.
 class FinishedFiles {
@@ -23,11 +25,11 @@ class FinishedFiles {
   void Appeared(const std::string& path, Time now, Time written);
   // Something was written to it.
   void Written(const std::string& path, Time now);
-  void Renamed(const std::string& from, const std::string& to);
+  void Renamed(const std::vector<RenamedFile>& renamed);
   void Gone(const std::string& path);
 
   // Those that are finished, in the order in which they have appeared: each once, and again when it
-  // has been written to since.
+  // has been written to since, or has got another name.
   std::vector<std::string> Take(Time now);
   // When the next one may be finished.
   std::optional<Time> Next() const;

@@ -128,26 +128,27 @@ void FollowedArchives::Follow(const Begin& begin, int output) {
   }
 }
 
-void FollowedArchives::Rename(const std::vector<std::pair<std::string, std::string>>& renamed) {
-  std::vector<std::pair<std::string, std::unique_ptr<Followed>>> moved;
+void FollowedArchives::Rename(const std::vector<RenamedFile>& renamed) {
+  std::vector<std::pair<FollowedFile, std::unique_ptr<Followed>>> moved;
   for (const auto& [from, to] : renamed) {
     const auto followed = mArchives.find(from);
     if (followed == mArchives.end()) continue;
-    followed->second->Tell("is " + to + " now, and is followed there");
+    followed->second->Tell("is " + to.path + " now, and is followed there");
     moved.emplace_back(to, std::move(followed->second));
     mArchives.erase(followed);
   }
   for (auto& [to, followed] : moved) {
-    followed->file.path = to;
-    followed->archive.MoveTo(to);
-    const auto replaced = mArchives.find(to);
+    followed->file = to;
+    followed->records->MovedTo(to);
+    followed->archive.MoveTo(to.path);
+    const auto replaced = mArchives.find(to.path);
     if (replaced != mArchives.end()) {
       replaced->second->isGone = true;
       LookAt(replaced->second.get());
       mOpen.remove(replaced->second.get());
       mArchives.erase(replaced);
     }
-    mArchives[to] = std::move(followed);
+    mArchives[to.path] = std::move(followed);
   }
 }
 
@@ -237,7 +238,7 @@ bool FollowedArchives::IsBack(const FollowedFile& file) {
     const auto gone = mArchives.find(path);
     if (gone == mArchives.end() || !gone->second->isGone || path == file.path) continue;
     if (!id || gone->second->archive.Id() != id) continue;
-    Rename({{path, file.path}});
+    Rename({{path, file}});
     break;
   }
   const auto known = mArchives.find(file.path);

@@ -16,6 +16,8 @@ class FollowedRecords : public FramingSink {
  public:
   // The file begins anew: it has become shorter, or is another one.
   virtual void Begin() {}
+  // It has another name now, and may be of another timeline.
+  virtual void MovedTo(const FollowedFile& /*file*/) {}
   // That was all for now.
   virtual void EndOfLook() {}
 };
@@ -54,7 +56,7 @@ class FollowedArchives {
   Followed* Add(const FollowedFile& file);
   void LookAt(Followed* followed);
   bool IsArchive(Followed* followed);
-  void Rename(const std::vector<std::pair<std::string, std::string>>& renamed);
+  void Rename(const std::vector<RenamedFile>& renamed);
   void KeepOpen(Followed* followed);
   void KeepGone(const std::string& path);
   bool IsBack(const FollowedFile& file);

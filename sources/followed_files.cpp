@@ -1,9 +1,12 @@
 #include "sources/followed_files.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <utility>
 
 #include "sources/archive_source.h"
@@ -11,11 +14,29 @@
 #include "system/failure.h"
 #include "system/file_handle.h"
 
-FollowedFiles::FollowedFiles(const SourceArguments& arguments, OnNotice onNotice)
+namespace {
+
+// Whether no folder is there, for all that can be told.
+bool IsGone(const std::string& folder) {
+  const auto status = StatusOf(folder);
+  return status ? !S_ISDIR(status->stx_mode) : errno == ENOENT || errno == ENOTDIR;
+}
+
+// Whether its entries can be told apart from ones that are not there; otherwise errno says why not.
+bool MayLookInto(const std::string& folder, bool isListed) {
+  if (!StatusOf(folder + "/.")) return false;
+  if (!isListed) return true;
+  return OpenForReading(folder, O_DIRECTORY).IsOpen();
+}
+
+}  // namespace
+
+FollowedFiles::FollowedFiles(const SourceArguments& arguments, OnNotice onNotice,
+                             ChangeWatch::Clock::duration betweenChecks)
     : mIsRecursive(arguments.recursive),
       mIsMerged(arguments.merge),
-      mOnNotice(onNotice),
-      mWatch(std::move(onNotice)) {
+      mOnNotice(std::move(onNotice)),
+      mWatch([this](const std::string& notice) { TellOnce(notice); }, betweenChecks) {
   FileHandle output(STDOUT_FILENO);
   const auto status = StatusOf(output);
   output.Release();
@@ -58,32 +79,40 @@ void FollowedFiles::AddFile(const std::string& path) {
   mWatch.Add(folder);
 }
 
-void FollowedFiles::AddFolder(const std::string& path, bool isTree, bool isBelow) {
-  const auto status = StatusOf(path);
-  if (!status) return;
-  const auto [known, isNew] = mFolderIds.insert({InodeOf(*status), path});
-  if (!isNew && known->second != path) {
-    // Another way to it, unless it has been renamed.
-    if (StatusOf(known->second)) return;
-    known->second = path;
-  }
+// True when it is another folder than the path has led to before.
+bool FollowedFiles::AddFolder(const std::string& path, bool isTree, bool isBelow) {
+  const auto leadsTo = [](const std::string& to) {
+    const auto status = StatusOf(to);
+    return status ? std::make_optional(InodeOf(*status)) : std::nullopt;
+  };
+  const std::optional<InodeId> id = leadsTo(path);
+  if (!id) return false;
+  std::string& known = mFolderIds.insert({*id, path}).first->second;
+  // Another way to it, unless it has been renamed.
+  if (known != path && leadsTo(known) == id) return false;
+  known = path;
   Folder& folder = mFolders[path];
-  folder.isListed = true;
-  folder.isTree = isTree;
-  folder.isBelow = isBelow;
-  if (mIsMerged && !mSources.empty()) folder.source = 0;
+  if (!folder.isListed) {
+    folder.isListed = true;
+    folder.isTree = isTree;
+    folder.isBelow = isBelow;
+    if (mIsMerged && !mSources.empty()) folder.source = 0;
+  }
   mWatch.Add(path);
+  return std::exchange(folder.id, id) != id;
 }
 
 void FollowedFiles::AddTree(const std::string& top, bool isBelow, std::set<std::string>* added) {
   const FolderTree tree = FoldersBelow(top);
   for (const std::string& folder : tree.folders) {
-    const auto known = mFolders.find(folder);
-    if (known != mFolders.end() && known->second.isListed) continue;
-    AddFolder(folder, true, isBelow || folder != top);
-    added->insert(folder);
+    if (AddFolder(folder, true, isBelow || folder != top)) added->insert(folder);
   }
-  for (const std::string& problem : tree.problems) mOnNotice(problem);
+  for (const std::string& problem : tree.problems) TellOnce(problem);
+}
+
+// What is looked at again and again fails again and again.
+void FollowedFiles::TellOnce(const std::string& notice) {
+  if (mTold.insert(notice).second) mOnNotice(notice);
 }
 
 std::size_t FollowedFiles::SourceOf(Folder* folder, const std::string& path) {
@@ -94,19 +123,28 @@ std::size_t FollowedFiles::SourceOf(Folder* folder, const std::string& path) {
   return *folder->source;
 }
 
-std::map<std::string, InodeId> FollowedFiles::Listed(const std::string& path,
-                                                     const Folder& folder) {
-  std::vector<std::string> names(folder.named.begin(), folder.named.end());
-  if (folder.isListed && archive_source::IsFolder(path)) names = archive_source::Files(path);
+// Nothing when it cannot be told.
+std::optional<std::map<std::string, InodeId>> FollowedFiles::Listed(const std::string& path,
+                                                                    const Folder& folder) {
   std::map<std::string, InodeId> listed;
+  if (IsGone(path)) return listed;
+  std::vector<std::string> names(folder.named.begin(), folder.named.end());
+  try {
+    if (!MayLookInto(path, folder.isListed))
+      throw Failure("cannot look into " + path + ": " + std::strerror(errno));
+    if (folder.isListed) names = archive_source::Files(path);
+  } catch (const Failure& failure) {
+    TellOnce(failure.what());
+    return std::nullopt;
+  }
   for (const std::string& name : names) {
     const auto status = StatusOf(name);
     if (!status || !S_ISREG(status->stx_mode)) continue;
     const InodeId id = InodeOf(*status);
     if (id != mOutput) {
       listed[name] = id;
-    } else if (!std::exchange(mHasToldOutput, true)) {
-      mOnNotice(name + " is what is written to; it is left out");
+    } else {
+      TellOnce(name + " is what is written to; it is left out");
     }
   }
   return listed;
@@ -135,7 +173,7 @@ void FollowedFiles::Relist(const std::set<std::string>& changed, FileNews* news)
   // Folders that are gone from a tree hold nothing any more, whether or not this was told of them.
   std::set<std::string> folders = changed;
   for (const auto& [path, folder] : mFolders) {
-    if (folder.isBelow && !archive_source::IsFolder(path)) folders.insert(path);
+    if (folder.isBelow && IsGone(path)) folders.insert(path);
   }
   std::set<std::string> all = folders;
   for (const std::string& path : folders) {
@@ -145,13 +183,20 @@ void FollowedFiles::Relist(const std::set<std::string>& changed, FileNews* news)
   }
   std::map<std::string, InodeId> listed;
   std::map<std::string, std::string> folderOf;
-  for (const std::string& path : all) {
-    const auto folder = mFolders.find(path);
-    if (folder == mFolders.end()) continue;
-    for (const auto& [file, id] : Listed(path, folder->second)) {
-      listed[file] = id;
-      folderOf[file] = path;
+  for (auto path = all.begin(); path != all.end();) {
+    const auto folder = mFolders.find(*path);
+    const auto files = folder != mFolders.end() ? Listed(*path, folder->second) : std::nullopt;
+    if (!files) {
+      // What was known of it stays, until it is found anew.
+      if (folder != mFolders.end()) folder->second.id.reset();
+      path = all.erase(path);
+      continue;
     }
+    for (const auto& [file, id] : *files) {
+      listed[file] = id;
+      folderOf[file] = *path;
+    }
+    ++path;
   }
 
   std::map<InodeId, std::string> lost;  // by what they were: names that no longer lead there
@@ -175,7 +220,8 @@ void FollowedFiles::Relist(const std::set<std::string>& changed, FileNews* news)
     if (known != mFiles.end() && known->second.id == id) continue;
     const auto before = lost.find(id);
     if (before != lost.end()) {
-      news->renamed.push_back({before->second, file});
+      const std::size_t source = SourceOf(&mFolders[folderOf[file]], folderOf[file]);
+      news->renamed.push_back({before->second, {file, source}});
       moved[file] = {id, folderOf[file]};
       unnamed.erase(before->second);
       lost.erase(before);
@@ -184,7 +230,7 @@ void FollowedFiles::Relist(const std::set<std::string>& changed, FileNews* news)
       fresh.push_back(file);
     }
   }
-  for (const auto& [from, to] : news->renamed) mFiles.erase(from);
+  for (const RenamedFile& renamed : news->renamed) mFiles.erase(renamed.from);
   for (const std::string& file : unnamed) {
     mFiles.erase(file);
     news->gone.push_back(file);
@@ -211,7 +257,7 @@ void FollowedFiles::Relist(const std::set<std::string>& changed, FileNews* news)
   }
   for (const std::string& path : folders) {
     const auto folder = mFolders.find(path);
-    if (folder == mFolders.end() || !folder->second.isBelow || StatusOf(path)) continue;
+    if (folder == mFolders.end() || !folder->second.isBelow || !IsGone(path)) continue;
     mWatch.Remove(path);
     mFolders.erase(folder);
   }

@@ -4,7 +4,6 @@
 #include <optional>
 #include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "sources/given_sources.h"
@@ -18,9 +17,15 @@ struct FollowedFile {
   std::size_t source = 0;  // number of its timeline
 };
 
+// A file that has another name now, and may be of another timeline.
+struct RenamedFile {
+  std::string from;
+  FollowedFile to;
+};
+
 // What has become of the files that are followed. What holds for many comes in this order.
 struct FileNews {
-  std::vector<std::pair<std::string, std::string>> renamed;  // from, to
+  std::vector<RenamedFile> renamed;  // at once: what one gives up another may take
   std::vector<std::string> gone;
   std::vector<FollowedFile> appeared;  // by name in each folder
   std::vector<std::string> touched;    // may hold more, or be another file
@@ -31,9 +36,13 @@ struct FileNews {
 // the standard output goes to is not followed at all.
 class FollowedFiles {
  public:
-  // `onNotice` hears of what cannot be followed, and how. Throws Failure when there is neither a
-  // file nor a folder at one of the paths.
-  FollowedFiles(const SourceArguments& arguments, OnNotice onNotice);
+  // `onNotice` hears of what cannot be followed, and how; `betweenChecks` is for ChangeWatch.
+  // Throws Failure when there is neither a file nor a folder at one of the paths.
+  FollowedFiles(const SourceArguments& arguments, OnNotice onNotice,
+                ChangeWatch::Clock::duration betweenChecks = ChangeWatch::kBetweenChecks);
+
+  FollowedFiles(const FollowedFiles&) = delete;
+  FollowedFiles& operator=(const FollowedFiles&) = delete;
 
   // The paths of the timelines, by number. Grows.
   const std::vector<std::string>& Sources() const { return mSources; }
@@ -54,6 +63,7 @@ class FollowedFiles {
     bool isTree = false;          // folders in it are followed, too
     std::set<std::string> named;  // paths
     std::optional<std::size_t> source;
+    std::optional<InodeId> id;  // what the path has led to
   };
 
   struct Known {
@@ -63,9 +73,11 @@ class FollowedFiles {
 
   void AddFile(const std::string& path);
   void AddTree(const std::string& top, bool isBelow, std::set<std::string>* added);
-  void AddFolder(const std::string& path, bool isTree, bool isBelow);
+  bool AddFolder(const std::string& path, bool isTree, bool isBelow);
+  void TellOnce(const std::string& notice);
   std::size_t SourceOf(Folder* folder, const std::string& path);
-  std::map<std::string, InodeId> Listed(const std::string& path, const Folder& folder);
+  std::optional<std::map<std::string, InodeId>> Listed(const std::string& path,
+                                                       const Folder& folder);
   // Adds what has changed in the entries of these folders.
   void Relist(const std::set<std::string>& changed, FileNews* news);
   void Watch(const std::string& file);
@@ -73,6 +85,7 @@ class FollowedFiles {
   const bool mIsRecursive;
   const bool mIsMerged;
   const OnNotice mOnNotice;
+  std::set<std::string> mTold;
   ChangeWatch mWatch;
   bool mAreMany = false;
   std::vector<std::string> mSources;
@@ -81,5 +94,4 @@ class FollowedFiles {
   std::map<std::string, Known> mFiles;
   std::map<std::string, std::string> mLeadTo;  // by where links lead: the path that is followed
   std::optional<InodeId> mOutput;
-  bool mHasToldOutput = false;
 };

@@ -44,42 +44,73 @@ bool IsShared(const std::string& folder) {
 
 }  // namespace
 
-ChangeWatch::ChangeWatch(OnNotice onNotice)
-    : mOnNotice(std::move(onNotice)), mHandle(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+ChangeWatch::ChangeWatch(OnNotice onNotice, Clock::duration betweenChecks)
+    : mOnNotice(std::move(onNotice)),
+      mBetweenChecks(betweenChecks),
+      mHandle(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)),
+      mLastLook(Clock::now()),
+      mLastCheck(mLastLook) {
   if (!mHandle.IsOpen()) LookOnceASecond(std::strerror(errno));
 }
 
 void ChangeWatch::Add(const std::string& folder) {
-  if (!Watch(folder)) mMissing.insert(folder);
+  Watch(folder);
 }
 
 void ChangeWatch::Remove(const std::string& folder) {
   mMissing.erase(folder);
-  for (auto watched = mFolders.begin(); watched != mFolders.end();) {
-    watched->second.erase(folder);
-    if (watched->second.empty()) {
-      inotify_rm_watch(mHandle.Get(), watched->first);
-      watched = mFolders.erase(watched);
-    } else {
-      ++watched;
-    }
-  }
+  mUnreadable.erase(folder);
+  Drop(folder);
 }
 
-// False when there is no such folder.
+// No longer watches what this path has led to.
+void ChangeWatch::Drop(const std::string& folder) {
+  const auto known = mWatches.find(folder);
+  if (known == mWatches.end()) return;
+  const auto watched = mFolders.find(known->second);
+  mWatches.erase(known);
+  watched->second.erase(folder);
+  if (!watched->second.empty()) return;
+  inotify_rm_watch(mHandle.Get(), watched->first);
+  mFolders.erase(watched);
+}
+
+// Watches what the path leads to now. True when it has led elsewhere before.
 bool ChangeWatch::Watch(const std::string& folder) {
-  if (!mHandle.IsOpen()) return true;
+  if (!mHandle.IsOpen()) return false;
+  const auto known = mWatches.find(folder);
+  // The same number for the same folder.
   const int watch = inotify_add_watch(mHandle.Get(), folder.c_str(),
                                       kEntriesChange | kContentsChange | IN_ONLYDIR);
-  if (watch >= 0) {
-    mFolders[watch].insert(folder);
-    if (IsShared(folder)) LookOnceASecond(folder + " is on a file system of several machines");
-    return true;
+  if (watch < 0) {
+    Miss(folder, errno);
+    const bool wasWatched = known != mWatches.end();
+    Drop(folder);
+    return wasWatched;
   }
-  if (errno == ENOENT || errno == ENOTDIR) return false;
-  LookOnceASecond(folder + ": " +
-                  (errno == ENOSPC ? "too many folders are watched" : std::strerror(errno)));
+  mMissing.erase(folder);
+  mUnreadable.erase(folder);
+  if (known != mWatches.end() && known->second == watch) return false;
+  Drop(folder);
+  mFolders[watch].insert(folder);
+  mWatches[folder] = watch;
+  if (IsShared(folder)) LookOnceASecond(folder + " is on a file system of several machines");
   return true;
+}
+
+// Why it cannot be watched decides whether others can.
+void ChangeWatch::Miss(const std::string& folder, int error) {
+  if (error == ENOSPC || error == ENOMEM) {
+    LookOnceASecond(folder + ": " +
+                    (error == ENOSPC ? "too many folders are watched" : std::strerror(error)));
+    return;
+  }
+  mMissing.insert(folder);
+  if (error == ENOENT || error == ENOTDIR) {
+    mUnreadable.erase(folder);
+  } else if (mUnreadable.insert(folder).second) {
+    mOnNotice("cannot look into " + folder + ": " + std::strerror(error));
+  }
 }
 
 void ChangeWatch::LookOnceASecond(const std::string& why) {
@@ -87,41 +118,42 @@ void ChangeWatch::LookOnceASecond(const std::string& why) {
     mOnNotice("changes are looked for once a second, since the system does not tell them: " + why);
 }
 
-Changes ChangeWatch::Wait(std::optional<Clock::time_point> until, int output) {
-  const bool looksAgain = mLooksOnceASecond || !mMissing.empty();
-  // Kept from one call to the next: other changes may come more often.
-  if (!looksAgain || mNextLook == Clock::time_point()) mNextLook = Clock::now() + kBetweenLooks;
-  const auto next = mNextLook;
-  Changes changes;
-  for (;;) {
-    const auto now = Clock::now();
-    std::optional<Clock::time_point> end = until;
-    if (looksAgain && (!end || next < *end)) end = next;
-    if (end && *end <= now) break;
-    std::optional<std::chrono::milliseconds> longest;
-    if (end) longest = std::chrono::ceil<std::chrono::milliseconds>(*end - now);
-    pollfd ready[] = {{mHandle.Get(), POLLIN, 0}, {output, 0, 0}};
-    interruption::WaitFor(ready, 2, longest);
-    mIsReaderGone = ready[1].revents != 0;
-    TakeEvents(&changes);
-    if (mIsReaderGone || changes.all || !changes.folders.empty() || !changes.paths.empty()) break;
-  }
-  if (looksAgain && Clock::now() >= next) {
-    mNextLook = Clock::now() + kBetweenLooks;
-    WatchMissing(&changes);
-    changes.all = changes.all || mLooksOnceASecond;
-  }
-  return changes;
+ChangeWatch::Clock::time_point ChangeWatch::NextLook() const {
+  const auto check = mLastCheck + mBetweenChecks;
+  const bool isOften = mLooksOnceASecond || !mMissing.empty();
+  return isOften ? std::min(check, mLastLook + kBetweenLooks) : check;
 }
 
-void ChangeWatch::WatchMissing(Changes* changes) {
-  for (auto folder = mMissing.begin(); folder != mMissing.end();) {
-    if (!Watch(*folder)) {
-      ++folder;
-      continue;
-    }
-    changes->folders.insert(*folder);
-    folder = mMissing.erase(folder);
+Changes ChangeWatch::Wait(std::optional<Clock::time_point> until, int output) {
+  Changes changes;
+  for (;;) {
+    const auto end = std::min(until.value_or(NextLook()), NextLook());
+    const auto longest = std::max(end - Clock::now(), Clock::duration::zero());
+    pollfd ready[] = {{mHandle.Get(), POLLIN, 0}, {output, 0, 0}};
+    interruption::WaitFor(ready, 2, std::chrono::ceil<std::chrono::milliseconds>(longest));
+    mIsReaderGone = ready[1].revents != 0;
+    TakeEvents(&changes);
+    if (NextLook() <= Clock::now()) Look(&changes);
+    const bool isAny = changes.all || !changes.folders.empty() || !changes.paths.empty();
+    if (mIsReaderGone || isAny || (until && *until <= Clock::now())) return changes;
+  }
+}
+
+// Looks for what the system does not tell.
+void ChangeWatch::Look(Changes* changes) {
+  mLastLook = Clock::now();
+  changes->all = changes->all || mLooksOnceASecond;
+  std::set<std::string> folders = mMissing;
+  if (mLastCheck + mBetweenChecks <= mLastLook) {
+    mLastCheck = mLastLook;
+    for (const auto& [folder, watch] : mWatches) folders.insert(folder);
+  }
+  WatchAgain(folders, changes);
+}
+
+void ChangeWatch::WatchAgain(const std::set<std::string>& folders, Changes* changes) {
+  for (const std::string& folder : folders) {
+    if (Watch(folder)) changes->folders.insert(folder);
   }
 }
 
@@ -132,7 +164,10 @@ void ChangeWatch::TakeEvents(Changes* changes) {
     for (char* place = events; place < events + size;) {
       const auto* const event = reinterpret_cast<inotify_event*>(place);
       place += sizeof(inotify_event) + event->len;
-      if ((event->mask & IN_Q_OVERFLOW) != 0) changes->all = true;
+      if ((event->mask & IN_Q_OVERFLOW) != 0) {
+        changes->all = true;
+        mLastCheck = Clock::time_point();
+      }
       const auto watched = mFolders.find(event->wd);
       if (watched == mFolders.end()) continue;
       for (const std::string& folder : watched->second) {
@@ -142,12 +177,14 @@ void ChangeWatch::TakeEvents(Changes* changes) {
           changes->paths.insert((folder == "/" ? folder : folder + "/") + event->name);
         }
       }
-      const bool isMoved = (event->mask & IN_MOVE_SELF) != 0;
-      if (isMoved) inotify_rm_watch(mHandle.Get(), event->wd);
-      if (!isMoved && (event->mask & IN_IGNORED) == 0) continue;
+      if ((event->mask & (IN_MOVE_SELF | IN_IGNORED)) == 0) continue;
       // What has that name now is another folder, or comes to be there.
-      mMissing.insert(watched->second.begin(), watched->second.end());
-      mFolders.erase(watched);
+      const std::set<std::string> folders = watched->second;
+      if ((event->mask & IN_IGNORED) != 0) {
+        for (const std::string& folder : folders) mWatches.erase(folder);
+        mFolders.erase(watched);
+      }
+      WatchAgain(folders, changes);
     }
   }
 }

@@ -17,16 +17,22 @@ struct Changes {
 };
 
 // Waits for changes in folders, at no cost while nothing changes. Where the system does not tell of
-// changes, as of those that other machines make, all folders count as changed once a second.
+// changes, as of those that other machines make, all folders count as changed once a second. A path
+// is followed, not what it has led to: where links, or folders above it, are changed so that it
+// leads to another folder, that one is watched a few seconds later.
 class ChangeWatch {
  public:
   using Clock = std::chrono::steady_clock;
 
-  // `onNotice` hears once why it is looked once a second.
-  explicit ChangeWatch(OnNotice onNotice);
+  // Between looks at where the paths lead.
+  static constexpr std::chrono::seconds kBetweenChecks{5};
 
-  // Also this folder from now on. One that is not there, or is removed, is looked for once a
-  // second.
+  // `onNotice` hears once why it is looked once a second, and of each folder that cannot be looked
+  // into.
+  explicit ChangeWatch(OnNotice onNotice, Clock::duration betweenChecks = kBetweenChecks);
+
+  // Also this folder from now on. One that is not there, is removed or cannot be looked into is
+  // tried once a second.
   void Add(const std::string& folder);
   void Remove(const std::string& folder);
 
@@ -38,15 +44,23 @@ class ChangeWatch {
 
  private:
   bool Watch(const std::string& folder);
+  void WatchAgain(const std::set<std::string>& folders, Changes* changes);
+  void Drop(const std::string& folder);
+  void Miss(const std::string& folder, int error);
   void LookOnceASecond(const std::string& why);
-  void WatchMissing(Changes* changes);
+  Clock::time_point NextLook() const;
+  void Look(Changes* changes);
   void TakeEvents(Changes* changes);
 
   const OnNotice mOnNotice;
+  const Clock::duration mBetweenChecks;
   FileHandle mHandle;
   std::map<int, std::set<std::string>> mFolders;  // by watch; several paths may lead to one folder
-  std::set<std::string> mMissing;                 // folders that are not there
+  std::map<std::string, int> mWatches;            // by path
+  std::set<std::string> mMissing;                 // folders that are not watched
+  std::set<std::string> mUnreadable;              // those of them of which that is told
   bool mLooksOnceASecond = false;
-  Clock::time_point mNextLook;
+  Clock::time_point mLastLook;
+  Clock::time_point mLastCheck;
   bool mIsReaderGone = false;
 };

@@ -72,7 +72,25 @@ TEST_F(FinishedFilesTest, WhatWasWrittenLongAgoIsFinishedAtOnce) {
 TEST_F(FinishedFilesTest, NamesChangeAndGo) {
   Appeared("/a/1", 10);
   Appeared("/a/2", 10);
-  mFiles.Renamed("/a/2", "/a/3");
+  mFiles.Renamed({{"/a/2", {"/a/3"}}});
   mFiles.Gone("/a/1");
   EXPECT_THAT(mFiles.Take(At(70)), ElementsAre("/a/3"));
+}
+
+// Its index has the old name.
+TEST_F(FinishedFilesTest, AFileWithAnotherNameIsFinishedAgain) {
+  Appeared("/a/1", 10);
+  EXPECT_THAT(mFiles.Take(At(70)), ElementsAre("/a/1"));
+  mFiles.Renamed({{"/a/1", {"/a/2"}}});
+  EXPECT_THAT(mFiles.Take(At(71)), ElementsAre("/a/2"));
+  EXPECT_THAT(mFiles.Take(At(72)), IsEmpty());
+}
+
+TEST_F(FinishedFilesTest, NamesAreTakenOverAtOnce) {
+  Appeared("/a/1", 10);
+  Appeared("/a/2", 11);
+  Appeared("/a/3", 40);
+  mFiles.Renamed({{"/a/1", {"/a/2"}}, {"/a/2", {"/a/3"}}});
+  EXPECT_EQ(mFiles.Next(), At(40.2)) << "of the first";
+  EXPECT_THAT(mFiles.Take(At(99)), ElementsAre("/a/2", "/a/3"));
 }

@@ -23,7 +23,6 @@ using testing::StartsWith;
 namespace {
 
 namespace fs = std::filesystem;
-using Links = ReaderPath::Links;
 
 class NameOfAnyBytes : public testing::TestWithParam<std::string> {
  protected:
@@ -37,7 +36,7 @@ class NameOfAnyBytes : public testing::TestWithParam<std::string> {
 
   // Builds the index through the path of a reader, as a run does.
   void BuildIndex() const {
-    const ReaderPath path(mArchive, Links::kKept);
+    const ReaderPath path(mArchive, ReaderPath::Links::kKept);
     cZel3Indexer indexer;
     indexer.cacheFolder = QFile::decodeName(reader_path::IndexFolderOf(mArchive, "").c_str());
     indexer.Open_file(QFile::decodeName(path.Path().c_str()), 1);
@@ -65,8 +64,8 @@ TEST(ReaderPath, IsThePathItselfWhereACreationRecordHoldsIt) {
   const std::string longest = "/" + std::string(259, 'x');
   for (const std::string& path : {std::string("/a/b.zel3"), std::string("/a b"), longest}) {
     EXPECT_TRUE(reader_path::CanBeNamed(path));
-    EXPECT_EQ(ReaderPath(path, Links::kPassing).Path(), path);
-    EXPECT_EQ(ReaderPath(path, Links::kKept).Path(), path);
+    EXPECT_EQ(ReaderPath(path, ReaderPath::Links::kPassing).Path(), path);
+    EXPECT_EQ(ReaderPath(path, ReaderPath::Links::kKept).Path(), path);
     EXPECT_EQ(reader_path::IndexFolderOf(path, ""), "");
   }
   EXPECT_FALSE(reader_path::CanBeNamed(longest + "x"));
@@ -83,21 +82,21 @@ TEST(ReaderPath, LinksKeepTheSuffixInLowerCase) {
 }
 
 TEST_P(NameOfAnyBytes, IsReachedThroughAKeptLink) {
-  const ReaderPath path(mArchive, Links::kKept);
+  const ReaderPath path(mArchive, ReaderPath::Links::kKept);
   EXPECT_TRUE(reader_path::CanBeNamed(path.Path()));
   EXPECT_EQ(path.Path(), PrivateFolder() + "/" + reader_path::LinkName(mArchive));
   EXPECT_EQ(fs::read_symlink(path.Path()), mArchive);
   EXPECT_EQ(fs::status(PrivateFolder()).permissions(), fs::perms::owner_all);
-  EXPECT_EQ(ReaderPath(mArchive, Links::kKept).Path(), path.Path());
+  EXPECT_EQ(ReaderPath(mArchive, ReaderPath::Links::kKept).Path(), path.Path());
   EXPECT_THAT(EntryNames(PrivateFolder()), SizeIs(1));
 }
 
 TEST_P(NameOfAnyBytes, ALinkThatLeadsElsewhereIsReplaced) {
-  const std::string link = ReaderPath(mArchive, Links::kKept).Path();
+  const std::string link = ReaderPath(mArchive, ReaderPath::Links::kKept).Path();
   for (const std::string& elsewhere : {mFolder / "nowhere", std::string("/dev/null")}) {
     fs::remove(link);
     fs::create_symlink(elsewhere, link);
-    EXPECT_EQ(ReaderPath(mArchive, Links::kKept).Path(), link);
+    EXPECT_EQ(ReaderPath(mArchive, ReaderPath::Links::kKept).Path(), link);
     EXPECT_EQ(fs::read_symlink(link), mArchive);
   }
   EXPECT_THAT(EntryNames(PrivateFolder()), SizeIs(1));
@@ -106,7 +105,7 @@ TEST_P(NameOfAnyBytes, ALinkThatLeadsElsewhereIsReplaced) {
 TEST_P(NameOfAnyBytes, IsReachedThroughAPassingLinkWhereNoneMayBeKept) {
   std::string link;
   {
-    const ReaderPath path(mArchive, Links::kPassing);
+    const ReaderPath path(mArchive, ReaderPath::Links::kPassing);
     link = path.Path();
     EXPECT_TRUE(reader_path::CanBeNamed(link));
     EXPECT_EQ(fs::read_symlink(link), mArchive);
@@ -118,7 +117,7 @@ TEST_P(NameOfAnyBytes, IsReachedThroughAPassingLinkWhereNoneMayBeKept) {
 TEST_P(NameOfAnyBytes, IsReachedThroughAPassingLinkWhereNoneCanBeKept) {
   fs::create_directories(mHome + "/zel3");
   ASSERT_EQ(chmod((mHome + "/zel3").c_str(), 0770), 0);
-  const ReaderPath path(mArchive, Links::kKept);
+  const ReaderPath path(mArchive, ReaderPath::Links::kKept);
   EXPECT_THAT(path.Path(), testing::Not(StartsWith(mHome)));
   EXPECT_EQ(fs::read_symlink(path.Path()), mArchive);
   EXPECT_THAT(EntryNames(mHome + "/zel3"), IsEmpty());

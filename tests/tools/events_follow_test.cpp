@@ -185,6 +185,39 @@ TEST_F(EventsFollow, AFolderThatIsRenamedIsNotShownAgain) {
   EXPECT_EQ(LinesOf(Interrupt().out).size(), 2U);
 }
 
+TEST_F(EventsFollow, AFolderThatIsRenamedAndTheOneThatGetsItsNameAreShown) {
+  std::filesystem::create_directories(*this / "cam/day");
+  Recorder first(*this / "cam/day/a.zel3");
+  first.Note(1, "one");
+  Follow({"--since", "0", "--recursive"});
+  WaitForOutput("one");
+  SendSignal(SIGSTOP);
+  std::filesystem::rename(*this / "cam", *this / "old");
+  std::filesystem::create_directories(*this / "cam/day");
+  SendSignal(SIGCONT);
+  first.IsAt(*this / "old/day/a.zel3");
+  first.Note(2, "two");
+  WaitForOutput("two");
+  Recorder second(*this / "cam/day/b.zel3");
+  second.Note(3, "three");
+  WaitForOutput("three");
+  EXPECT_EQ(LinesOf(Interrupt().out).size(), 3U);
+}
+
+TEST_F(EventsFollow, AFileThatIsMovedIsOfTheSourceThatItIsIn) {
+  for (const char* const name : {"one", "two"}) std::filesystem::create_directory(*this / name);
+  Recorder recorder(*this / "one/a.zel3");
+  recorder.Note(1, "first");
+  Start({"events", *this / "one", *this / "two", "--follow", "--since", "0", "--format", "csv"});
+  WaitForOutput("first");
+  recorder.MoveTo(*this / "two/b.zel3");
+  recorder.Note(2, "second");
+  WaitForOutput("second");
+  EXPECT_THAT(LinesOf(Interrupt().out),
+              ElementsAre("source,time,type,text", (*this / "one") + ",1000,note,first",
+                          (*this / "two") + ",2000,note,second"));
+}
+
 TEST_F(EventsFollow, AFileIsReplacedCutAndRemoved) {
   Recorder first(*this / "a.zel3");
   first.Note(1, "one");

@@ -2,6 +2,7 @@
 #include <signal.h>
 
 #include <ctime>
+#include <filesystem>
 
 #include "recorder.h"
 #include "support/program.h"
@@ -14,16 +15,17 @@ namespace {
 class IndexWatchTest : public ProgramTest {
  protected:
   // A file that was written to an hour ago.
-  void WriteOld(const std::string& name) {
+  void WriteOld(const std::string& name, std::uint32_t entries = 3) {
     Recorder recorder(*this / name);
-    for (std::uint32_t time = 1; time <= 3; ++time) recorder.Picture(time);
+    for (std::uint32_t time = 1; time <= entries; ++time) recorder.Picture(time);
     SetModificationTime(*this / name, time(nullptr) - 3600);
   }
 };
 
-std::string Line(const std::string& name) {
-  return R"({"file":")" + name +
-         R"(","state":"indexed","start":1000,"end":3000,"entries":3,"damagedBytes":0,"cutOffBytes":0})";
+std::string Line(const std::string& name, unsigned entries = 3) {
+  const std::string number = std::to_string(entries);
+  return R"({"file":")" + name + R"(","state":"indexed","start":1000,"end":)" + number +
+         R"(000,"entries":)" + number + R"(,"damagedBytes":0,"cutOffBytes":0})";
 }
 
 }  // namespace
@@ -44,6 +46,23 @@ TEST_F(IndexWatchTest, IndexesWhatIsThereAndThenWhatIsFinished) {
   EXPECT_TRUE(FileExists(*this / "b.id3"));
   EXPECT_FALSE(FileExists(*this / "c.id3")) << "it is still being written";
   EXPECT_EQ(Run({"index", *this / "b.zel3"}).out.find("indexed"), std::string::npos);
+}
+
+TEST_F(IndexWatchTest, FilesWithOtherNamesAreIndexedUnderThem) {
+  WriteOld("a.zel3", 2);
+  WriteOld("b.zel3", 4);
+  Start({"index", Folder(), "--watch", "--format", "jsonl"});
+  WaitForOutput("b.zel3");
+  // All at once.
+  SendSignal(SIGSTOP);
+  std::filesystem::rename(*this / "b.zel3", *this / "c.zel3");
+  std::filesystem::rename(*this / "a.zel3", *this / "b.zel3");
+  SendSignal(SIGCONT);
+  WaitForOutput("c.zel3");
+  SendSignal(SIGINT);
+  EXPECT_THAT(LinesOf(Finish().out), ElementsAre(Line("a.zel3", 2), Line("b.zel3", 4),
+                                                 Line("b.zel3", 2), Line("c.zel3", 4)));
+  EXPECT_TRUE(FileExists(*this / "c.id3"));
 }
 
 TEST_F(IndexWatchTest, AFileThatIsBeingWrittenIsLeftAlone) {

@@ -69,10 +69,13 @@ class LiveEvents {
 // The events of one archive.
 class EventRecords : public FollowedRecords {
  public:
-  using OnLiveEvent = std::function<void(const RecordedEvent& event)>;
+  // `source`: number of its timeline.
+  using OnLiveEvent = std::function<void(const RecordedEvent& event, std::size_t source)>;
 
-  explicit EventRecords(OnLiveEvent onEvent) : mOnEvent(std::move(onEvent)) {}
+  EventRecords(std::size_t source, OnLiveEvent onEvent)
+      : mSource(source), mOnEvent(std::move(onEvent)) {}
 
+  void MovedTo(const FollowedFile& file) override { mSource = file.source; }
   void Begin() override { mEvent.time = 0; }
   void OnHeader(FilePosition /*position*/, const ArchiveHeader& /*header*/) override {}
   void OnIndex(FilePosition /*position*/, const IDX_T& index) override {
@@ -83,11 +86,12 @@ class EventRecords : public FollowedRecords {
     if (kind != tag::kData) return;
     mEvent.type = head.type;
     mEvent.text.assign(reinterpret_cast<const char*>(payload), head.length);
-    mOnEvent(mEvent);
+    mOnEvent(mEvent, mSource);
   }
   void OnEmptyData(FilePosition /*position*/, std::uint64_t /*count*/, Tag /*kind*/) override {}
 
  private:
+  std::size_t mSource;
   const OnLiveEvent mOnEvent;
   RecordedEvent mEvent;
 };
@@ -110,10 +114,10 @@ int FollowEvents(const EventsOptions& options) {
   FollowedArchives archives(
       &files,
       [&](const FollowedFile& file) {
-        return std::make_unique<EventRecords>(
-            [&, source = file.source](const RecordedEvent& event) {
-              if (isWanted(event)) printer.Print(event, source);
-            });
+        return std::make_unique<EventRecords>(file.source,
+                                              [&](const RecordedEvent& event, std::size_t source) {
+                                                if (isWanted(event)) printer.Print(event, source);
+                                              });
       },
       PrintNotice);
   archives.Follow(

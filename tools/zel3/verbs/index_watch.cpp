@@ -71,11 +71,13 @@ class IndexWatch {
 
  private:
   void Note(const FileNews& news) {
+    mFinished.Renamed(news.renamed);
+    std::vector<std::pair<std::string, Known>> moved;
     for (const auto& [from, to] : news.renamed) {
-      mFinished.Renamed(from, to);
-      mKnown[to] = mKnown[from];
+      moved.push_back({to.path, {to.source, mKnown[from].writing}});
       mKnown.erase(from);
     }
+    for (const auto& [path, known] : moved) mKnown[path] = known;
     for (const std::string& path : news.gone) {
       mFinished.Gone(path);
       mKnown.erase(path);
