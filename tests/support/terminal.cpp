@@ -22,7 +22,10 @@ Terminal::~Terminal() {
 }
 
 void Terminal::TakeThePlaceOf(int descriptor) const {
-  dup2(open(mName.c_str(), O_RDWR | O_NOCTTY), descriptor);
+  const int opened = open(mName.c_str(), O_RDWR | O_NOCTTY);
+  if (opened == descriptor) return;
+  dup2(opened, descriptor);
+  close(opened);
 }
 
 void Terminal::SetWidth(unsigned columns) const {

@@ -167,9 +167,26 @@ TEST_F(ProgressOnTerminal, IsTakenBackWhenTheUserInterrupts) {
   EXPECT_THAT(terminal.Written(), EndsWith("\r\x1b[Kzel3: interrupted\r\n"));
 }
 
+TEST_F(ProgressOnTerminal, IsTakenBackWhenIndexingIsEnded) {
+  const std::string archive = LargeArchive();
+  for (const int ending : {SIGINT, SIGTERM, SIGHUP}) {
+    SCOPED_TRACE(ending);
+    Terminal terminal;
+    terminal.SetWidth(80);
+    StartOn(terminal, {"index", archive, "--refresh"});
+    terminal.WaitFor("indexing");
+    SendSignal(ending);
+    EXPECT_EQ(Finish().exitCode, 130);
+    EXPECT_THAT(terminal.Written(), EndsWith("\r\x1b[Kzel3: interrupted\r\n"));
+  }
+}
+
 TEST_F(ProgressOnTerminal, NoticesHaveTheirOwnLines) {
-  WriteScenario(Folder(), SampleScenario());
+  const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
+  // Told before anything is shown.
   WriteFile(*this / "a.zel3", std::string(1000, 'x'));
+  // Told when its turn to be indexed has come, which is after that of the large one.
+  WriteFile(*this / "old.zel", ReadFile(SampleFile(Folder(), truth, 2)));
   LargeArchive();
   for (const std::string jobs : {"1", "2"}) {
     const Terminal terminal;
@@ -177,9 +194,13 @@ TEST_F(ProgressOnTerminal, NoticesHaveTheirOwnLines) {
     StartOn(terminal, {"index", Folder(), "--refresh", "-j", jobs});
     EXPECT_EQ(Finish().exitCode, 3);
     const std::string written = terminal.Written();
+    std::size_t withinLines = 0;
     for (std::size_t at = 0; (at = written.find("zel3: ", at)) != std::string::npos; ++at) {
       if (at == 0 || written[at - 1] == '\n') continue;
       EXPECT_EQ(written.substr(at - 4, 4), kErased);
+      ++withinLines;
     }
+    EXPECT_GT(withinLines, 0U) << written;
+    EXPECT_THAT(written, HasSubstr("\x1b[Kzel3: old.zel cannot be indexed"));
   }
 }

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 #include "output/progress_line.h"
 #include "output/terminal_width.h"
@@ -48,11 +49,12 @@ ProgressBar* shownBar = nullptr;
 
 }  // namespace
 
-ProgressBar::ProgressBar() : mOnTerminal(isatty(STDERR_FILENO) == 1), mDelay(Delay()) {}
+ProgressBar::ProgressBar(std::function<Clock::time_point()> now)
+    : mNow(std::move(now)), mOnTerminal(isatty(STDERR_FILENO) == 1), mDelay(Delay()) {}
 
 void ProgressBar::Show(const WorkState& state) {
   if (!mOnTerminal) return;
-  const Clock::time_point now = Clock::now();
+  const Clock::time_point now = mNow();
   if (!mIsAtWork) mStart = now;
   if (!mIsAtWork || mWhat != state.what) mPace = WorkPace();
   mIsAtWork = true;

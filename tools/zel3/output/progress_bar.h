@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <string>
 
 #include "output/work_pace.h"
@@ -12,7 +13,10 @@
 // terminal currently is, and erased at the end. Only one at a time shows something.
 class ProgressBar : public Progress {
  public:
-  ProgressBar();
+  using Clock = std::chrono::steady_clock;
+
+  // `now` says what time it is.
+  explicit ProgressBar(std::function<Clock::time_point()> now = Clock::now);
   ~ProgressBar() override { Clear(); }
   ProgressBar(const ProgressBar&) = delete;
   ProgressBar& operator=(const ProgressBar&) = delete;
@@ -25,11 +29,10 @@ class ProgressBar : public Progress {
   static void MakeRoom();
 
  private:
-  using Clock = std::chrono::steady_clock;
-
   void Draw(const WorkState& state);
   void Erase();
 
+  const std::function<Clock::time_point()> mNow;
   const bool mOnTerminal;
   const Clock::duration mDelay;
   bool mIsAtWork = false;

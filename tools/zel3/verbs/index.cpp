@@ -150,8 +150,12 @@ int Index(const HostOptions& host, const IndexOptions& options, AskedSource* ask
 
 int RunIndex(const HostOptions& host, const IndexOptions& options) {
   if (options.watch) return WatchAndIndex(host, options);
-  // The other processes must end with this one.
-  if (options.jobs > 1) interruption::WatchAllEndings();
+  // The progress line must end with this process, and so must other processes.
+  if (options.jobs > 1) {
+    interruption::WatchAllEndings();
+  } else {
+    interruption::WatchTermination();
+  }
   return AnswerForEach(options.sources, options.style.format,
                        [&](AskedSource* asked) { return Index(host, options, asked); });
 }
