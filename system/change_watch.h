@@ -16,10 +16,10 @@ struct Changes {
   std::set<std::string> paths;    // of these what they hold; folder/name
 };
 
-// Waits for changes in folders, at no cost while nothing changes. Where the system does not tell of
-// changes, as of those that other machines make, all folders count as changed once a second. A path
-// is followed, not what it has led to: where links, or folders above it, are changed so that it
-// leads to another folder, that one is watched a few seconds later.
+// Waits for changes in folders, at next to no cost while nothing changes. Where the system does not
+// tell of changes, as of those that other machines make, all folders count as changed once a
+// second. Paths are followed, not what they led to at first: where links, or folders above, are
+// changed so that a path leads to another folder, that one is watched a few seconds later.
 class ChangeWatch {
  public:
   using Clock = std::chrono::steady_clock;

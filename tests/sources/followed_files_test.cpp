@@ -19,7 +19,6 @@ using testing::ElementsAre;
 namespace {
 
 namespace fs = std::filesystem;
-using Clock = ChangeWatch::Clock;
 
 constexpr int kNoOutput = -1;
 constexpr std::chrono::milliseconds kBetweenChecks(20);
@@ -27,6 +26,8 @@ constexpr std::chrono::seconds kGenerous(5);
 
 class FollowedFilesTest : public testing::Test {
  protected:
+  using Clock = ChangeWatch::Clock;
+
   void Make(const std::string& folder) { fs::create_directories(mFolder / folder); }
   void Write(const std::string& file) { WriteFile(mFolder / file, "x"); }
   // The link leads to another folder from now on.

@@ -169,7 +169,7 @@ TEST_F(ProgressOnTerminal, IsTakenBackWhenTheUserInterrupts) {
 
 TEST_F(ProgressOnTerminal, IsTakenBackWhenIndexingIsEnded) {
   const std::string archive = LargeArchive();
-  for (const int ending : {SIGINT, SIGTERM, SIGHUP}) {
+  for (const int ending : {SIGINT, SIGTERM}) {
     SCOPED_TRACE(ending);
     Terminal terminal;
     terminal.SetWidth(80);
