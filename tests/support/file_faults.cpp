@@ -59,7 +59,8 @@ thread_local int mostAtOnce = 0;
 
 // Whether the operation is to fail; errno is set then.
 bool Fails(FileOperation operation) {
-  if (plan == nullptr || (plan->kind && *plan->kind != operation)) return false;
+  if (plan == nullptr) return false;
+  if (plan->kind ? *plan->kind != operation : operation == FileOperation::kExamine) return false;
   const int number = plan->counted++;
   const bool strikes = number == plan->first ||
                        (number > plan->first && plan->repeats == FileFaults::Repeats::kFromThenOn);
@@ -78,10 +79,35 @@ Function* Original(const char* name) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
+// What was not asked for is not told: a system may leave it out.
+void KeepOnly(unsigned asked, struct statx* status) {
+  const auto keep = [asked](unsigned field, auto& value) {
+    if ((asked & field) == 0) value = {};
+  };
+  const unsigned kind = (asked & STATX_TYPE) != 0 ? S_IFMT : 0U;
+  const unsigned rights = (asked & STATX_MODE) != 0 ? ~S_IFMT : 0U;
+  status->stx_mode = static_cast<decltype(status->stx_mode)>(status->stx_mode & (kind | rights));
+  keep(STATX_NLINK, status->stx_nlink);
+  keep(STATX_UID, status->stx_uid);
+  keep(STATX_GID, status->stx_gid);
+  keep(STATX_ATIME, status->stx_atime);
+  keep(STATX_MTIME, status->stx_mtime);
+  keep(STATX_CTIME, status->stx_ctime);
+  keep(STATX_BTIME, status->stx_btime);
+  keep(STATX_INO, status->stx_ino);
+  keep(STATX_SIZE, status->stx_size);
+  keep(STATX_BLOCKS, status->stx_blocks);
+  status->stx_mask &= asked;
+}
+
 }  // namespace
 
 FileFaults::FileFaults(FileOperation kind, int first, Repeats repeats, int error) {
   plan = new Plan{kind, first, repeats, error, {}};
+}
+
+FileFaults::FileFaults(FileOperation kind, int first, std::function<void()> act) {
+  plan = new Plan{kind, first, Repeats::kOnce, 0, std::move(act)};
 }
 
 FileFaults::FileFaults(int first, std::function<void()> act) {
@@ -196,6 +222,20 @@ EXPORTED int fdatasync(int file) {
 EXPORTED int fsync(int file) {
   if (Fails(FileOperation::kSync)) return -1;
   return Original<int(int)>("fsync")(file);
+}
+
+EXPORTED int statx(int folder, const char* path, int flags, unsigned asked,
+                   struct statx* status) noexcept {
+  if (Fails(FileOperation::kExamine)) return -1;
+  using Statx = int(int, const char*, int, unsigned, struct statx*);
+  const int result = Original<Statx>("statx")(folder, path, flags, asked, status);
+  if (result == 0) KeepOnly(asked, status);
+  return result;
+}
+
+EXPORTED int fchmod(int file, mode_t rights) noexcept {
+  if (Fails(FileOperation::kAllow)) return -1;
+  return Original<int(int, mode_t)>("fchmod")(file, rights);
 }
 
 EXPORTED int flock(int file, int operation) noexcept {

@@ -5,8 +5,11 @@
 #include <string>
 #include <vector>
 
-// What programs ask of the system for files.
-enum class FileOperation { kOpen, kRead, kWrite, kSync, kRename, kRemove, kLock };
+// In a program with this, statx never tells more of a file than it is asked for.
+
+// What programs ask of the system for files. kExamine: what a file is like; kAllow: to change who
+// may use it.
+enum class FileOperation { kOpen, kRead, kWrite, kSync, kRename, kRemove, kLock, kExamine, kAllow };
 
 // Lets a file operation of this thread go wrong until the end of a scope. Only one object at a
 // time.
@@ -17,7 +20,9 @@ class FileFaults {
   // Operation number `first` of this kind, counted from 0, fails with the error number `error`;
   // with kFromThenOn, so do all that follow it.
   FileFaults(FileOperation kind, int first, Repeats repeats, int error);
-  // `act` is called before operation number `first`, counting all kinds; none fails.
+  // `act` is called before operation number `first` of this kind; none fails.
+  FileFaults(FileOperation kind, int first, std::function<void()> act);
+  // The same, counting all kinds but kExamine, which changes nothing.
   FileFaults(int first, std::function<void()> act);
   ~FileFaults();
   FileFaults(const FileFaults&) = delete;
