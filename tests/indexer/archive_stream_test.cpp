@@ -134,6 +134,20 @@ TEST_F(Stream, GoesTwiceAsFarAfterEachFurtherFailure) {
   EXPECT_EQ(mDamage->FailedAt(), expected);
 }
 
+// Doubt lasts from one portion to the next.
+TEST_F(Stream, TriesAPlaceOnceWhereAPortionEndsBeforeIt) {
+  Place(40960, {{0, 40960}});
+  for (int portion = 0; portion < 10; ++portion) EXPECT_EQ(Read(4096), Bytes(4096));
+  EXPECT_EQ(mDamage->FailedAt(), (Places{0, 0, 4096, 12288, 28672, 36864}));
+}
+
+TEST_F(Stream, CountsWhatItHasPassedOver) {
+  Place(200000, {{8192, 12288}, {100000, 100001}});
+  EXPECT_EQ(mStream.PassedOver(), 0u);
+  ReadAll();
+  EXPECT_EQ(mStream.PassedOver(), 4096u + 2400);
+}
+
 TEST_F(Stream, TriesTheLast4KiBPageByPage) {
   Place(1'000'000, {{0, 1'000'000}});
   ReadAll();
@@ -162,6 +176,21 @@ TEST_F(Stream, EndsWhereTheFileEndsNow) {
   EXPECT_EQ(ReadAll().size(), 10000u);
   std::filesystem::resize_file(mPath, 70000);
   EXPECT_EQ(ReadAll().size(), 10000u);
+}
+
+TEST_F(Stream, FillsWhatWasAskedForWhereTheFileGrowsBetweenTwoLooksAtItsSize) {
+  constexpr int kThirdLook = 2;  // the first two find the place to try next, and the end
+  Place(10000, {{8192, 10000}});
+  Bytes bytes(30000, 0xEE);
+  {
+    const FileFaults between(FileOperation::kExamine, kThirdLook,
+                             [this] { std::filesystem::resize_file(mPath, 12200); });
+    EXPECT_EQ(mStream.Read(mFile, bytes.data() + 10000, 12000), 12000u);
+  }
+  Bytes expected(30000, 0xEE);
+  std::copy_n(mContent.begin(), 8192, expected.begin() + 10000);
+  std::fill_n(expected.begin() + 18192, 3808, 0);
+  EXPECT_TRUE(bytes == expected);
 }
 
 TEST_F(Stream, EndsInAFileThatIsCutWithinWhatIsPassedOver) {
@@ -211,6 +240,16 @@ TEST_F(Stream, ReachesTheEndWhereOnlyASmallRestIsMissing) {
   }
 }
 
+TEST_F(Stream, ReachesTheEndOfAFileThatIsCutWhereItFailed) {
+  Place(20000, {{8192, 20000}});
+  ReadAll();
+  EXPECT_FALSE(mStream.ReachesTheEnd(mFile));
+  std::filesystem::resize_file(mPath, 8192);
+  EXPECT_TRUE(mStream.ReachesTheEnd(mFile));
+  std::filesystem::resize_file(mPath, 8191);
+  EXPECT_FALSE(mStream.ReachesTheEnd(mFile));
+}
+
 TEST_F(Stream, TellsWhetherAPlaceThatFailedCanBeReadNow) {
   Place(200000, {{8192, 12288}, {100000, 100001}});
   ReadAll();
@@ -232,6 +271,30 @@ TEST_F(Stream, TriesOnlyThePlacesThatFailed) {
   mDamage = std::make_unique<UnreadableBytes>(mPath, Ranges{{0, 300000}});
   EXPECT_FALSE(mStream.CanBeReadNow(mFile));
   EXPECT_EQ(mDamage->FailedAt(), Places(first.begin() + 1, first.end()));
+}
+
+TEST_F(Stream, TriesOnlyThePlacesThatFailedOfEachOfTwoStretches) {
+  const Ranges ranges = {{4096, 8192}, {102400, 400000}};
+  const Places places = {4096, 102400, 106496, 114688, 131072, 163840, 229376, 360448};
+  Place(kMegabyte, ranges);
+  ReadAll();
+  mDamage = nullptr;
+  mDamage = std::make_unique<UnreadableBytes>(mPath, ranges);
+  EXPECT_FALSE(mStream.CanBeReadNow(mFile));
+  EXPECT_EQ(mDamage->FailedAt(), places);
+}
+
+// As many as are kept apart.
+TEST_F(Stream, TriesNothingElseOf64PlacesThatFailed) {
+  Ranges ranges;
+  for (std::uint64_t page = 1; page <= 64; ++page)
+    ranges.push_back({page * 2 * kPage, page * 2 * kPage + kPage});
+  Place(200 * kPage, ranges);
+  ReadAll();
+  mDamage = nullptr;
+  mDamage = std::make_unique<UnreadableBytes>(mPath, ranges);
+  EXPECT_FALSE(mStream.CanBeReadNow(mFile));
+  EXPECT_EQ(mDamage->FailedAt().size(), 64u);
 }
 
 // More places than are kept apart.
