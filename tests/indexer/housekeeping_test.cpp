@@ -1,3 +1,6 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <QCoreApplication>
 #include <QDir>
 #include <algorithm>
@@ -180,6 +183,35 @@ TEST_F(Housekeeping, OfEquallyOldFilesDeletesTheFirstOneListed) {
   EXPECT_EQ(Names(), left);
 }
 
+TEST_F(Housekeeping, OfEquallyOldFilesGoesOnInTheOrderListed) {
+  SetLimit("1");
+  for (const char* name : {"a.id3", "b.id3", "c.id3", "d.id3", "e.id3"}) {
+    MakeSparseFile(cache / name, 2 * kMiB);
+    SetModificationTime(cache / name, kArchiveTime);
+  }
+  const QDir folderOfCache(Path(cache.Path()));
+  const QStringList listed = folderOfCache.entryList(QDir::Files, QDir::Unsorted);
+  CacheHousekeeping housekeeping(Path(cache.Path()));
+  for (int trimmed = 1; trimmed <= 3; ++trimmed) {
+    housekeeping.Trim();
+    EXPECT_EQ(folderOfCache.entryList(QDir::Files, QDir::Unsorted), listed.mid(trimmed));
+  }
+}
+
+TEST_F(Housekeeping, CountsFilesThatOnlyOthersMayRead) {
+  MakeCacheFiles({{"a.id3", 101 * kMiB}});
+  ASSERT_EQ(chmod((cache / "a.id3").c_str(), 0), 0);
+  ASSERT_EQ(chmod(cache.Path().c_str(), 0777), 0);
+  // The administrator may read everything, and nobody else may come here by the path.
+  const auto isDeletedByNobody = [this] {
+    if (chdir(cache.Path().c_str()) != 0) return false;
+    if (geteuid() == 0 && setuid(65534) != 0) return false;
+    CacheHousekeeping(QLatin1String(".")).Trim();
+    return access("a.id3", F_OK) != 0;
+  };
+  EXPECT_EXIT(_exit(isDeletedByNobody() ? 0 : 1), testing::ExitedWithCode(0), "");
+}
+
 TEST_F(Housekeeping, DeletesAFileWhoseNameBeginsWithAByteOrderMark) {
   SetLimit("1");
   MakeCacheFiles({{"\xEF\xBB\xBF"
@@ -231,6 +263,19 @@ TEST_F(Housekeeping, TakesTheSameFilesDuringAScan) {
     EXPECT_EQ(left[0], left[1]);
     EXPECT_EQ(left[0].size(), files.size() - static_cast<std::size_t>(std::min(opened, 5)));
   }
+}
+
+TEST_F(Housekeeping, OfAScanKnowsTheFilesOfItsBeginning) {
+  SetLimit("1");
+  MakeCacheFiles({{"a.id3", kMiB}, {"b.id3", kMiB}});
+  index.BeginScan();
+  OpenArchive();
+  MakeCacheFiles({{"c.id3", 5 * kMiB}});
+  OpenArchive();
+  EXPECT_THAT(Names(), ElementsAre("b.id3", "c.id3"));
+  index.EndScan();
+  OpenArchive();
+  EXPECT_THAT(Names(), ElementsAre("b.id3"));
 }
 
 // Somebody else has deleted the next file since the scan began.
@@ -313,6 +358,15 @@ TEST_F(Housekeeping, GivesUpOnAFileThatCannotBeDeleted) {
   MakeCacheFiles({{"a.id3", 10 * kMiB}, {"b.id3", 10 * kMiB}});
   const ReadOnlyFolder readOnly(cache.Path());
   OpenArchive();
+  EXPECT_THAT(Names(), ElementsAre("a.id3", "b.id3"));
+}
+
+TEST_F(Housekeeping, GivesUpOnAFileThatCannotBeDeletedWhereTheNextOneCould) {
+  SetLimit("1");
+  MakeCacheFiles({{"a.id3", 10 * kMiB}, {"b.id3", 10 * kMiB}});
+  const FileFaults faults(FileOperation::kRemove, 0, FileFaults::Repeats::kOnce, EBUSY);
+  OpenArchive();
+  EXPECT_EQ(faults.Struck(), 1);
   EXPECT_THAT(Names(), ElementsAre("a.id3", "b.id3"));
 }
 

@@ -1,13 +1,17 @@
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <functional>
 #include <map>
 
 #include "cache_test.h"
+#include "support/file_faults.h"
 #include "support/process_limit.h"
 #include "support/read_only_folder.h"
+#include "support/unprivileged.h"
 
 // Where the cache files cannot be written beside the archive they go to the temporary folder, and
 // what goes wrong while writing leaves no cache that could be taken for a whole one.
@@ -352,6 +356,23 @@ TEST_F(SaveInPlace, WorksWhereFilesMayBeWrittenButNotMade) {
   EXPECT_EQ(ContentsOf(reader.Current()), collected);
 }
 
+// Where only owners remove files, those of somebody else may be written at best.
+TEST_F(SaveInPlace, WorksWhereTheFilesAreSomebodyElses) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root becomes somebody else";
+  WriteSmallCache();
+  for (const char* kind : {"hdr", "id3", "evt"})
+    fs::permissions(Beside(kind), static_cast<fs::perms>(0666));
+  fs::permissions(folder.Path(), fs::perms::all | fs::perms::sticky_bit);
+  CollectOneLongEvent();
+  {
+    const OtherUser stranger(12345);
+    index.Save_files();
+  }
+  EXPECT_THAT(ArchiveFolderNames(), ElementsAre("cam.evt", "cam.hdr", "cam.id3", "cam.zel3"));
+  ASSERT_TRUE(Open());
+  EXPECT_EQ(ContentsOf(index.Current()), collected);
+}
+
 TEST_F(SaveInPlace, IsRefusedForLinksBecauseTheirOtherNamesWouldShowIt) {
   for (const bool isSymbolic : {true, false}) {
     for (const char* kind : {"hdr", "id3", "evt"}) {
@@ -388,6 +409,29 @@ TEST_F(SaveAnew, WorksWhereTheTemporaryNameIsTaken) {
   ASSERT_TRUE(Open());
   EXPECT_EQ(ContentsOf(index.Current()), collected);
   EXPECT_TRUE(fs::is_directory(taken));
+}
+
+TEST_F(SaveAnew, GivesUpWhereTenTemporaryNamesAreTaken) {
+  for (int taken = 0; taken < 10; ++taken) {
+    const std::string mark = taken == 0 ? "" : "-" + std::to_string(taken);
+    fs::create_directory(Beside("evt.unfinished" + mark + ".evt"));
+    CollectOneLongEvent();
+    index.Save_files();
+    EXPECT_EQ(OpensBeside(), taken < 9) << taken;
+    // Writing begins with adding the entry that was collected last.
+    EXPECT_EQ(index.Current().id3Records.size(), taken < 9 ? 3 : 2) << taken;
+  }
+}
+
+// Another run may be at work there.
+TEST_F(SaveAnew, LeavesAnUnfinishedFileWhereNobodyCanLock) {
+  const FileFaults noLocks(FileOperation::kLock, 0, FileFaults::Repeats::kFromThenOn, ENOLCK);
+  const std::string unfinished = Beside("hdr.unfinished-" + std::to_string(getpid()) + ".hdr");
+  WriteFile(unfinished, std::string("of another run"));
+  CollectOneLongEvent();
+  index.Save_files();
+  EXPECT_TRUE(OpensBeside());
+  EXPECT_EQ(ReadFile(unfinished).size(), 14U);
 }
 
 TEST_F(SaveAnew, WorksWhereTheTemporaryNameWouldBeTooLong) {

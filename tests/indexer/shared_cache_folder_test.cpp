@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "cache_test.h"
+#include "support/unprivileged.h"
 
 // The cache folder lies in the temporary folder, in which others may have made it before us.
 
@@ -64,14 +65,8 @@ class SharedFolder : public CacheTest {
     return Text(fresh.cacheFolder);
   }
   std::string CacheFolderOfAStranger() {
-    for (fs::path path = fs::canonical(temporary.Path()).parent_path(); path.has_relative_path();
-         path = path.parent_path()) {
-      fs::permissions(path, static_cast<fs::perms>(0011), fs::perm_options::add);
-    }
-    EXPECT_EQ(seteuid(kStranger), 0);
-    std::string found = CacheFolder();
-    EXPECT_EQ(seteuid(0), 0);
-    return found;
+    const OtherUser stranger(kStranger);
+    return CacheFolder();
   }
   void Clear() {
     for (const std::string& name : EntryNames(temporary.Path())) fs::remove_all(temporary / name);
@@ -150,6 +145,20 @@ TEST_F(SharedFolder, IsLookedForAgainWithTheNextFile) {
   index.Open_file_draft(Path(archive));
   EXPECT_EQ(Text(index.cacheFolder), OwnName() + "/");
   EXPECT_TRUE(index.Reopen_for_write());
+}
+
+TEST_F(SharedFolder, ThatIsRefusedToASecondRunDoesNotKeepItFromOtherCaches) {
+  for (const std::string& name : {SharedName(), OwnName()}) fs::create_symlink("gone", name);
+  const std::string other = MakeArchive(folder / "other.zel3");
+  WriteSmallCache();
+  for (const char* kind : {"id3", "hdr", "evt"})
+    fs::copy(Beside(kind), folder / (std::string("other.") + kind));
+  cZel3Indexer first;
+  first.Open_file_draft(Path(archive));
+  ASSERT_TRUE(first.Reopen_for_write());
+  index.Open_file_draft(Path(archive));
+  EXPECT_FALSE(index.Reopen_for_write());
+  EXPECT_TRUE(index.Open_file(Path(other), 9000));
 }
 
 TEST_F(SharedFolder, ThatIsAFileOfOursMakesTheTemporaryFolderServe) {

@@ -5,6 +5,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <exception>
 #include <stdexcept>
 
 namespace {
@@ -32,6 +33,16 @@ Unprivileged::Unprivileged() : mCapabilities(ChangeCapabilities(~kOverride, 0)) 
 
 Unprivileged::~Unprivileged() {
   ChangeCapabilities(~0U, mCapabilities);
+}
+
+OtherUser::OtherUser(uid_t user) {
+  if (geteuid() != 0 || seteuid(user) != 0) throw std::runtime_error("cannot become another user");
+  ChangeCapabilities(~0U, 1U << CAP_DAC_READ_SEARCH);
+}
+
+OtherUser::~OtherUser() {
+  // As another user, the tests that follow would prove nothing.
+  if (seteuid(0) != 0) std::terminate();
 }
 
 // A user who is not root has nothing to give up, and the calls fail.
