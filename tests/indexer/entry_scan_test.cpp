@@ -26,6 +26,15 @@ TimeRange PlainRange(const QVector<ZEL_ID3_REC>& entries) {
   return range;
 }
 
+TEST(EntryScan, TakesNothingFromAnEmptyPortion) {
+  const ZEL_ID3_REC entries[] = {EntryAt(5, 900), EntryAt(100, 200), EntryAt(110, 300)};
+  EntryScan scan;
+  scan.Add(entries, 0);
+  scan.Add(entries + 1, 2);
+  EXPECT_EQ(scan.Range().startTime, 100U);
+  EXPECT_TRUE(scan.Order().positionsAscend);
+}
+
 // In portions of any size, of entries that ascend all the time, mostly or hardly ever.
 TEST(EntryScan, SaysWhatThePlainRuleSays) {
   int ascending = 0;

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "cache_test.h"
+#include "support/file_faults.h"
 
 namespace {
 
@@ -119,6 +120,16 @@ TEST_F(LoadedEvents, EndAnywhereTheFileIsCut) {
     EXPECT_LE(loaded.size(), wholeGroups + 1);
     EXPECT_TRUE(std::equal(
         groups.begin(), groups.begin() + static_cast<std::ptrdiff_t>(wholeGroups), loaded.begin()));
+  }
+}
+
+TEST_F(LoadedEvents, OfAGroupThatCannotBeReadFurtherThanItsHeadAreNone) {
+  WriteCache({}, {}, EvtFile().Group(7, 8, 1).Event(0x80, "door"));
+  for (const std::uint64_t readable : {9, 10, 11}) {
+    SCOPED_TRACE(readable);
+    const UnreadableBytes unreadable(Beside("evt"), {{readable, readable + 1}});
+    EXPECT_FALSE(Open());
+    EXPECT_TRUE(index.Current().events.isEmpty());
   }
 }
 

@@ -206,6 +206,28 @@ TEST_F(LoadedPortions, EndWhereTheFileCannotBeRead) {
   }
 }
 
+TEST_F(LoadedPortions, AreNoneWhereNotEvenTheFirstEntryCanBeRead) {
+  WriteCache(Id3File(Even(5)), {}, {});
+  for (const std::uint64_t readable : {0, 23}) {
+    SCOPED_TRACE(readable);
+    const UnreadableBytes unreadable(Beside("id3"), {{readable, readable + 1}});
+    EXPECT_FALSE(Open());
+    EXPECT_TRUE(index.Files().empty());
+  }
+}
+
+// A run that replaces the file leaves this one as it is; whoever else writes to it adds nothing.
+TEST_F(LoadedPortions, EndWhereTheFileEndedWhenItWasOpened) {
+  constexpr int kCount = kEntriesPerRead + 10;
+  constexpr int kFirstRead = 3;  // after three files are opened
+  WriteCache(Id3File(Even(kCount)), HdrFile({0}), {});
+  const FileFaults between(kFirstRead,
+                           [this] { WriteFile(Beside("id3"), Id3File(Even(kCount + 5))); });
+  ASSERT_TRUE(Open());
+  EXPECT_EQ(between.Struck(), 1);
+  EXPECT_EQ(index.Current().id3Records.size(), kCount);
+}
+
 // What comes after a read that failed once might begin within an entry.
 TEST_F(LoadedPortions, EndAtAReadThatFailsOnce) {
   constexpr int kCount = 2 * kEntriesPerRead + 100;

@@ -93,10 +93,10 @@ struct GiantCase {
 TEST_F(OddCacheFiles, TooLargeForTheBuildAreNotLoaded) {
   const GiantCase cases[] = {
       {"id3", 24LL << 32},  // 2^32 records
-      {"id3", (24LL << 32) + 24}, {"id3", 24 * kGiB},    {"id3", 2 * kGiB + 24},
-      {"id3", 4 * kGiB + 24},     {"hdr", 8LL << 32},  // 2^32 positions
-      {"hdr", (8LL << 32) + 8},   {"hdr", 4 * kGiB + 8}, {"hdr", 2 * kGiB + 8},
-      {"evt", 4 * kGiB + 20},     {"evt", 2 * kGiB},     {"evt", 100 * kGiB},
+      {"id3", (24LL << 32) + 24}, {"id3", 24 * kGiB},     {"id3", 2 * kGiB + 24},
+      {"id3", 2 * kGiB - 8},      {"id3", 4 * kGiB + 24}, {"hdr", 8LL << 32},  // 2^32 positions
+      {"hdr", (8LL << 32) + 8},   {"hdr", 4 * kGiB + 8},  {"hdr", 2 * kGiB + 8},
+      {"evt", 4 * kGiB + 20},     {"evt", 2 * kGiB},      {"evt", 100 * kGiB},
   };
   for (const GiantCase& row : cases) {
     SCOPED_TRACE(testing::Message() << row.kind << ' ' << row.size);
@@ -144,9 +144,12 @@ TEST_F(OddCacheFiles, ForWhichThereIsNoMemoryAreNotLoaded) {
 }
 
 // Whatever allocation fails: entries come with their cuts, or not at all.
-TEST_F(OddCacheFiles, AreLoadedWholeOrNotAtAllWhenMemoryFails) {
+class ScarceMemoryForCacheFiles : public OddCacheFiles,
+                                  public testing::WithParamInterface<std::vector<EntryBytes>> {};
+
+TEST_P(ScarceMemoryForCacheFiles, LoadsThemWholeOrNotAtAll) {
   if (kIsSanitized) GTEST_SKIP() << "sanitizers bring their own allocation";
-  WriteCache(Id3File({{100, 700}, {110, 800}}), HdrFile({5, 750}),
+  WriteCache(Id3File(GetParam()), HdrFile({5, 750}),
              EvtFile().Group(100, 700, 2).Event(0x80, "door").Event(0x81, "gate"));
   for (const auto refusal : {ScarceMemory::kOnce, ScarceMemory::kFromThenOn}) {
     bool refused = true;
@@ -176,5 +179,12 @@ TEST_F(OddCacheFiles, AreLoadedWholeOrNotAtAllWhenMemoryFails) {
     }
   }
 }
+
+INSTANTIATE_TEST_SUITE_P(, ScarceMemoryForCacheFiles,
+                         testing::Values(std::vector<EntryBytes>{{100, 700}, {110, 800}},
+                                         std::vector<EntryBytes>{{100, 800}, {110, 700}}),
+                         [](const auto& test) {
+                           return test.index == 0 ? "Ascending" : "Descending";
+                         });
 
 }  // namespace
