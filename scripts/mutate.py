@@ -87,7 +87,7 @@ SWAPS = {
 }
 SWAP = re.compile("|".join(rf"\b{re.escape(text)}\b" if text.isalpha() else re.escape(text)
                            for text in sorted(SWAPS, key=len, reverse=True)))
-NUMBER = re.compile(r"(?<![\w.:])(0x[0-9A-Fa-f]+|\d+)(?![\w.]|::)")
+NUMBER = re.compile(r"(?<![\w.:])(?<!\d')(0x[0-9A-Fa-f]+|\d+(?:'\d+)*)(?![\w.]|::|'\d)")
 NEGATION = re.compile(r"(?<=\()!(?=\w)|(?<= )!(?=\w)")
 CONDITION = re.compile(r"\bif \(")
 # A statement on a single line that calls or assigns something.
@@ -121,7 +121,8 @@ def blanked(text):
 
 
 def value_of(number):
-    """The value of a number in C++: 0x1F, 0644 or 31."""
+    """The value of a number in C++: 0x1F, 0644, 31 or 86'400."""
+    number = number.replace("'", "")
     is_octal = number.startswith("0") and number.isdigit()
     return int(number, 8 if is_octal else 0)
 
