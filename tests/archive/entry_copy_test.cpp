@@ -240,7 +240,7 @@ TEST(EntryCopy, DataOfAStreamThatNoHeaderDeclaresIsCopiedWhereItLeadsToTheNextEn
   EXPECT_EQ(copied.counts, "1 entries, 1 undeclared");
 }
 
-TEST(EntryCopy, ZerosAreNoDataUnlessTheirStreamIsDeclared) {
+TEST(EntryCopy, ZerosAreNotDataUnlessTheirStreamIsDeclared) {
   ArchiveBuilder archive = EntriesAt({10});
   archive.Filler(8, 0).Index(20).Data(1, 3, "picture");
   const Bytes bytes = archive.Content();

@@ -74,7 +74,7 @@ TEST(FramingFollow, EndsAtTheNextIndexRecord) {
   EXPECT_EQ(Followed(made.File(), 104, 104), "whole up to 104");
 }
 
-TEST(FramingFollow, WhatTheEndCutsOffIsNoDamage) {
+TEST(FramingFollow, WhatTheEndCutsOffIsNotDamage) {
   const MadeFile made(EntriesAt({10, 20}));
   for (const FilePosition end : {46, 48, 49, 55})
     EXPECT_EQ(Followed(made.File(), 45, end), "whole up to 45") << end;

@@ -145,7 +145,7 @@ TEST(IndexFit, TellsHowTheArchiveEnds) {
   }
 }
 
-TEST(IndexFit, DamageBeforeTheFirstEntryIsNoHindrance) {
+TEST(IndexFit, DamageBeforeTheFirstEntryDoesNoHarm) {
   const Bytes bytes = EntriesAt({10, 20, 30}).Content();
   EXPECT_EQ(FitOfCache({{{10, 82}, {20, 106}, {30, 130}}, {50}}, MadeFile(Bytes(50, 0xEE) + bytes))
                 .verdict,

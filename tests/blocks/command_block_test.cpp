@@ -65,7 +65,7 @@ TEST_F(CommandBlock, KeepsItsPayloadAsTheBytesOfTheRecord) {
   EXPECT_EQ(std::memcmp(block.GetData(), expected, sizeof(expected)), 0);
 }
 
-TEST_F(CommandBlock, FillsTheBytesBehindTheRecordWithZeros) {
+TEST_F(CommandBlock, FillsTheBytesAfterTheRecordWithZeros) {
   const ActivityGistBlock block = ActivityGistBlock::New(28 + 100);
   EXPECT_EQ(block.GetExtraSize(), 100U);
   const unsigned char zeros[100] = {};

@@ -143,7 +143,7 @@ TEST(RecordLayout, HasEveryFieldInItsPlace) {
   }
 }
 
-TEST(RecordLayout, PutsArchiveEntriesAndLevelsRightBehindTheirRecord) {
+TEST(RecordLayout, PutsArchiveEntriesAndLevelsRightAfterTheirRecord) {
   ArchivesBlock archives = ArchivesBlock::New(sizeof(TArchivesInfo) + 2 * 56);
   EXPECT_EQ(reinterpret_cast<char*>(archives.Record().Archives()),
             static_cast<char*>(archives.GetData()) + sizeof(TArchivesInfo));

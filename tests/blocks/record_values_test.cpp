@@ -36,7 +36,7 @@ TEST(FreshRecord, OfAResetPlaysForwardFromNoEntry) {
   EXPECT_THAT(BytesOf(TZEL3ResetNotify{}), ElementsAreArray(expected));
 }
 
-TEST(FreshRecord, OfAGistIsZeroBehindItsKind) {
+TEST(FreshRecord, OfAGistIsZeroAfterItsKind) {
   const int expected[28] = {'G', 'i', 's', 't'};
   EXPECT_THAT(BytesOf(TActivityGist{}), ElementsAreArray(expected));
 }

@@ -12,7 +12,7 @@ using testing::ElementsAreArray;
 
 class StructBlock : public BlockTest {};
 
-TEST_F(StructBlock, HoldsARecordAndTheBytesBehindIt) {
+TEST_F(StructBlock, HoldsARecordAndTheBytesAfterIt) {
   const DataBlock block = DataBlock::New(104);
   EXPECT_EQ(block.GetType(), 863265092U);
   EXPECT_EQ(block.Size(), 104U);
@@ -44,7 +44,7 @@ TEST_F(StructBlock, KeepsItsPayloadAsTheBytesOfTheRecord) {
               ElementsAreArray(expected));
 }
 
-TEST_F(StructBlock, PutsThePayloadRightBehindTheFieldsOfTheNode) {
+TEST_F(StructBlock, PutsThePayloadRightAfterTheFieldsOfTheNode) {
   const IndexBlock block = IndexBlock::New();
   EXPECT_EQ(block.Bytes(),
             reinterpret_cast<unsigned char*>(&NodeAccess::Of(block)) + sizeof(cMemBlock::node));

@@ -110,7 +110,7 @@ TEST(RecordedTime, IsCutToWhatIsAskedFor) {
   EXPECT_THAT(StretchesOf({10, 20, 30}, 0, 10000), IsEmpty());
 }
 
-TEST(RecordedTime, AChangeOfArchivesIsNoGapUnlessItTakesMoreThanTwoSteps) {
+TEST(RecordedTime, AChangeOfArchivesIsNotAGapUnlessItTakesMoreThanTwoSteps) {
   MadeArchives archives;
   archives.Write("a.zel3", At({10, 20, 30}));
   archives.Write("b.zel3", At({50, 60}));

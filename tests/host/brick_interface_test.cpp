@@ -43,7 +43,7 @@ TEST(BrickInterface, KeepsItsVirtualFunctionsInTheAgreedPlaces) {
   for (const Slot& slot : Slots::All()) EXPECT_EQ(slot.actual, slot.expected) << slot.name;
 }
 
-TEST(BrickInterface, AddsOnlyItsStateBehindTheTable) {
+TEST(BrickInterface, AddsOnlyItsStateAfterTheTable) {
   EXPECT_EQ(sizeof(CBrick), 2 * sizeof(void*));
 }
 

@@ -214,7 +214,7 @@ TEST_F(BrickPlugins, SaysWhyAFileCannotBeLoaded) {
                                         HasSubstr("invalid ELF header")));
 }
 
-TEST_F(BrickPlugins, SaysThatALibraryIsNoPlugIn) {
+TEST_F(BrickPlugins, SaysThatALibraryIsNotAPlugIn) {
   brick_plugins::RegisterFile(kSample, "no_entry.so");
   EXPECT_EQ(FailureOf(kSample),
             PLUGIN_FOLDER "/no_entry.so is no plug-in: it offers no CreateBrick");

@@ -69,7 +69,7 @@ TEST_F(Connection, SharesTheBlockInsteadOfCopyingIt) {
   EXPECT_EQ(log.size(), 4U);
 }
 
-TEST_F(Connection, IsMadeOnlyBetweenTwoBricksThatAreNoNeighboursYet) {
+TEST_F(Connection, IsMadeOnlyBetweenTwoBricksThatAreNotNeighboursYet) {
   middle->ConnectAfter(nullptr);
   middle->ConnectAfter(middle.get());
   after1->ConnectAfter(middle.get());

@@ -22,7 +22,7 @@ TEST_F(Delivery, FollowsTheOrderOfSendingAcrossBothQueuesAndAllBricks) {
               ElementsAre("b.data 1", "a.ctrl 2", "b.ctrl 3", "a.data 4", "b.data 5", "a.ctrl 6"));
 }
 
-TEST_F(Delivery, PutsWhatACallbackSendsBehindWhatWaitsAlready) {
+TEST_F(Delivery, PutsWhatACallbackSendsAfterWhatWaitsAlready) {
   const Brick a = Make("a");
   const Brick b = Make("b");
   b->ConnectAfter(a.get());

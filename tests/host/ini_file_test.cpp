@@ -130,7 +130,7 @@ TEST_F(IniFile, KeepsItsOtherLinesByteForByte) {
   EXPECT_EQ(Text(), before + "\nsize=100\n");
 }
 
-TEST_F(IniFile, KeepsAValueThatIsNoInteger) {
+TEST_F(IniFile, KeepsAValueThatIsNotAnInteger) {
   WriteFile(folder / "host", std::string("size=plenty\n"));
   CIniFile file("host");
   file.EnableDefValsCreation(true);

@@ -134,7 +134,7 @@ TEST(FramingParserWithDamage, LosesItsPlaceAtAnInactiveStream) {
                                           "damage@19 7 bytes", "index@26 time 2 flag 0"));
 }
 
-TEST(FramingParserWithDamage, LooksFromOneByteBehindTheDamagedHead) {
+TEST(FramingParserWithDamage, LooksFromOneByteAfterTheDamagedHead) {
   // The marker begins with the second byte of what is taken for a head of type B5.
   const ArchiveBytes archive = ArchiveBytes().Header({}, "").Raw({0x00}).Index(7);
   EXPECT_THAT(Found(archive), ElementsAre("header@0 length 4 delta 5 \"\"", "damage@9 1 bytes",

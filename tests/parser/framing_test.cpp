@@ -60,7 +60,7 @@ TEST(HeaderRecord, WithNothingInItIsTheShortest) {
               ElementsAre(0xB5, 0xB5, 0x05, 0xB5, kShortestHeaderLength, 0, 5, 0, 0));
 }
 
-TEST(HeaderRecord, LeadsToTheIndexRecordBehindIt) {
+TEST(HeaderRecord, LeadsToTheIndexRecordAfterIt) {
   // A reader looks for the first index record at length + delta, counted from the start of the
   // file.
   EXPECT_EQ(Decode(kHeaderRecord)->length + kFirstIndexDelta,

@@ -183,7 +183,7 @@ TEST_F(Places, WithoutAPlaceTheIndexIsNotKept) {
   ExpectNotKept([this] { setenv("XDG_CACHE_HOME", (*this / "mine.txt").c_str(), 1); }, "mine.txt");
 }
 
-TEST_F(Places, WhatOthersCouldHaveWrittenIsNoPlace) {
+TEST_F(Places, WhatOthersCouldHaveWrittenIsNotAPlace) {
   WriteFile(*this / "cam.hdr", "precious");
   const std::string home = CacheHome() + "/zel3";
   fs::create_directories(home);

@@ -250,7 +250,7 @@ TEST_F(ActivityOfSample, NoIndexShowsFilesWithoutOneAsMissing) {
   EXPECT_EQ(EntryNames(Folder()).size(), 6U) << "nothing has been written";
 }
 
-TEST_F(ActivityOfSample, AFileThatIsNoArchiveIsLeftOut) {
+TEST_F(ActivityOfSample, AFileThatIsNotAnArchiveIsLeftOut) {
   const nlohmann::json expected = Bins({"--bins", "20"});
   std::ofstream(Folder() + "/broken.zel3") << "no archive, though long enough";
   const ProgramResult result = Measure({"--bins", "20", "--format", "json"});

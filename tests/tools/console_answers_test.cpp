@@ -156,7 +156,7 @@ TEST_F(ConsoleAnswers, ATickIsAnsweredWithTheTerminatingMarker) {
   EXPECT_THAT(AnswersTo({R"({"cmd":"datr"})"}), ElementsAre(RawData({}), kIdle));
 }
 
-TEST_F(ConsoleAnswers, TheFirstEntryComesBehindTheHeaderAndTheNextWithout) {
+TEST_F(ConsoleAnswers, TheFirstEntryComesAfterTheHeaderAndTheNextWithout) {
   IndexAll();
   const GroundTruthFile& file = mTruth.files.at(0);
   const Bytes bytes = ReadFile(SampleFile(Folder(), mTruth, 0));

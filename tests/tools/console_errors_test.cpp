@@ -15,7 +15,7 @@ class ConsoleErrors : public ProgramTest {
 
 }  // namespace
 
-TEST_F(ConsoleErrors, ALineThatIsNoCommandIsRefused) {
+TEST_F(ConsoleErrors, ALineThatIsNotACommandIsRefused) {
   const char* const lines[] = {
       "x",
       "{",

@@ -47,7 +47,7 @@ TEST_F(ConsoleRun, AFolderWithoutArchivesIsReported) {
           kIdle));
 }
 
-TEST_F(ConsoleRun, ASingleFileWithoutAParserIsNoArchive) {
+TEST_F(ConsoleRun, ASingleFileWithoutAParserIsNotAnArchive) {
   const GroundTruth truth = WriteScenario(Folder(), SampleScenario());
   const ProgramResult result =
       Run({"console", "--no-parser", SampleFile(Folder(), truth, 0)}, R"({"cmd":"ArcR"})");

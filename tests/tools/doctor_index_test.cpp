@@ -171,7 +171,7 @@ TEST_F(DoctorOfIndexes, ComparesFlagsLevelsAndTextsWithTheArchive) {
 
 // Blocks after a damaged place in an entry may have had levels and events that only the index
 // knows.
-TEST_F(DoctorOfIndexes, WhatAnEntryHasLostIsNoFaultOfItsIndex) {
+TEST_F(DoctorOfIndexes, WhatAnEntryHasLostIsNotAFaultOfItsIndex) {
   WriteEvents({{"one", "two", "three"}, {"four"}});
   Index();
   Bytes archive = ReadFile(mArchive);

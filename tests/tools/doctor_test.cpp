@@ -94,7 +94,7 @@ TEST_F(Doctor, FindsNothingInAGoodArchive) {
                 R"(,"cache":"none","end":30000,"entries":3,"file":"a.zel3","start":10000}])");
 }
 
-TEST_F(Doctor, TellsWhatIsNoArchive) {
+TEST_F(Doctor, TellsWhatIsNotAnArchive) {
   WriteFile(*this / "long.zel3", std::string(500, 'x'));
   WriteFile(*this / "short.zel3", "too short");
   WriteFile(*this / "empty.zel3", "");

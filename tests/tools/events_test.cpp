@@ -148,7 +148,7 @@ TEST_F(EventsOfSample, OfASingleFile) {
   EXPECT_EQ(LinesOf(Run({"events", file, "--format", "jsonl"}).out), Expected({1}));
 }
 
-TEST_F(EventsOfSample, AFileThatIsNoArchiveIsLeftOut) {
+TEST_F(EventsOfSample, AFileThatIsNotAnArchiveIsLeftOut) {
   WriteFile(*this / "z.zel3", std::string(1000, 'x'));
   const ProgramResult result = EventLines();
   EXPECT_EQ(result.exitCode, 3);

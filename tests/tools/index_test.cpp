@@ -72,7 +72,7 @@ TEST_F(Index, TheCacheFolderIsUsedInsteadOfTheArchives) {
   EXPECT_THAT(States(0, options), ElementsAre("cached", "cached", "cached"));
 }
 
-TEST_F(Index, FilesThatAreNoArchivesFailAndTheRestIsDone) {
+TEST_F(Index, FilesThatAreNotArchivesFailAndTheRestIsDone) {
   WriteScenario(Folder(), SampleScenario());
   WriteFile(*this / "a_empty.zel3", "");
   WriteFile(*this / "b_short.zel3", std::string(40, '\xb5'));

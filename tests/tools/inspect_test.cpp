@@ -126,7 +126,7 @@ TEST_F(Inspect, APlugInOfAnotherNameHasNoSignature) {
   EXPECT_THAT(Sent(plugIns[0], "down"), Contains("CRq3: ntfy IRN3,"));
 }
 
-TEST_F(Inspect, WhatIsNoPlugInFails) {
+TEST_F(Inspect, WhatIsNotAPlugInFails) {
   WriteFile(*this / "text.so", "no library");
   const struct {
     std::string file;

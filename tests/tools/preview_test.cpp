@@ -117,7 +117,7 @@ TEST_F(Preview, NothingThereExitsWithFour) {
   }
 }
 
-TEST_F(Preview, AFileThatIsNoArchiveIsLeftOut) {
+TEST_F(Preview, AFileThatIsNotAnArchiveIsLeftOut) {
   WriteFile(*this / "z.zel3", std::string(1000, 'x'));
   const ProgramResult result = Show(SampleTime(0), SampleTime(60));
   EXPECT_EQ(result.exitCode, 3);

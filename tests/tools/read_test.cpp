@@ -141,7 +141,7 @@ TEST_F(ReadSample, ARangeAfterAChangeOfStreamsBeginsWithTheLaterHeader) {
                                    Between(bytes, Position(1, 4), Position(1, 5)));
 }
 
-TEST_F(ReadSample, TheStandardOutputIsWrittenWhenItIsNoTerminal) {
+TEST_F(ReadSample, TheStandardOutputIsWrittenWhenItIsNotATerminal) {
   const std::string from = std::to_string(SampleTime(0));
   const std::string to = std::to_string(SampleTime(10));
   const Bytes expected = Between(FileBytes(0), 0, Position(0, 1));

@@ -342,7 +342,7 @@ TEST_F(Report, QuietMissingAndNotIndexedDiffer) {
                     Contains("1970-01-01T00:16:48.000Z|not indexed|missing")));
 }
 
-TEST_F(Report, AFileThatOthersLieWithinDoesNotReachBehindThem) {
+TEST_F(Report, AFileThatOthersLieWithinDoesNotReachPastThem) {
   const std::string folder = NewFolder("overlap");
   Write(folder + "/a.zel3", {1000, 1001, 1002, 1003, 1004, 1005, 1006, 1007}, {1});
   Write(folder + "/b.zel3", {1002, 1003}, {2});

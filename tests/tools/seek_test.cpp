@@ -203,7 +203,7 @@ TEST_F(Seek, NothingStandsBeforeTheFirstEntry) {
   EXPECT_EQ(SeekTo(SampleTime(5), {"--previous"}).exitCode, 4);
 }
 
-TEST_F(Seek, AFileThatIsNoArchiveIsAFailure) {
+TEST_F(Seek, AFileThatIsNotAnArchiveIsAFailure) {
   WriteFile(*this / "x.zel3", std::string(500, 'x'));
   EXPECT_EQ(Run({"seek", *this / "x.zel3", "1"}).exitCode, 1);
 }

@@ -316,7 +316,7 @@ TEST_F(SeveralSources, OptionsMayStandForTheTimes) {
   EXPECT_EQ(ReadFile(*this / "by-options"), ReadFile(*this / "by-words"));
 }
 
-TEST_F(SeveralSources, AFolderInBracketsIsNoList) {
+TEST_F(SeveralSources, AFolderInBracketsIsNotAList) {
   std::filesystem::rename(mOne, *this / "[one,other]");
   const ProgramResult result = RunInFolder({"info", "[one,other]", "--format", "json"});
   EXPECT_EQ(Json::parse(result.out)["source"], *this / "[one,other]");

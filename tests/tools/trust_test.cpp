@@ -225,7 +225,7 @@ TEST_F(Trust, NamesThatAreNotTextAreServed) {
   EXPECT_EQ(CountEvents(Folder(), 0), 3U);
 }
 
-TEST_F(Trust, AWrongTimeIsNoPlaceInTime) {
+TEST_F(Trust, AWrongTimeIsNotAPlaceInTime) {
   Write(mPath, {10, 20, 4000000000, 40, 50});
   EXPECT_EQ(Json({"info", mPath}, 0)["files"][0]["end"], 50000);
   Run({"index", mPath});
