@@ -62,7 +62,7 @@ IndexFit FitOf(const KeptIndex& index, const PlainFile& archive) {
   for (std::size_t i = 0; i < entries; ++i) {
     const std::size_t entry = Chosen(i, entries, index.Count());
     if (HasEntryAt(archive, index.PositionOf(entry), index.TimeOf(entry))) continue;
-    return Other(fmt::format("has not the entry {} that its index has at byte {}", entry,
+    return Other(fmt::format("lacks the entry {} that its index has at byte {}", entry,
                              index.PositionOf(entry)));
   }
 
@@ -70,7 +70,7 @@ IndexFit FitOf(const KeptIndex& index, const PlainFile& archive) {
   for (std::size_t i = 0; i < headers; ++i) {
     const FilePosition position = index.Headers()[Chosen(i, headers, index.Headers().size())];
     if (HasHeaderAt(archive, position)) continue;
-    return Other(fmt::format("has not the header that its index has at byte {}", position));
+    return Other(fmt::format("lacks the header that its index has at byte {}", position));
   }
   const bool headersAscend = std::is_sorted(index.Headers().begin(), index.Headers().end());
   const bool startsWithHeader = HeaderAt(archive, 0).has_value();

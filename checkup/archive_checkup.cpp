@@ -92,7 +92,7 @@ class ArchiveCheckup : public FramingSink {
       return;
     }
     mTimes.OnDamage();
-    const Finding finding = About(FindingKind::kDamage, "makes no sense and is passed over");
+    const Finding finding = About(FindingKind::kDamage, "is not a record; skipped");
     AddBytes(finding, position, bytes);
   }
 
@@ -115,7 +115,7 @@ class ArchiveCheckup : public FramingSink {
       mFindings->Add(finding);
     }
     if (bytes.all < kSmallestArchiveBytes) {
-      mFindings->Add(About(FindingKind::kTooSmall, "readers leave so small a file out"));
+      mFindings->Add(About(FindingKind::kTooSmall, "readers skip so small a file"));
     } else if (!mHasHeader) {
       mFindings->Add(
           AboutHeaderless(FindingKind::kNoHeader, "without a header nothing can be read"));
@@ -151,10 +151,10 @@ class ArchiveCheckup : public FramingSink {
   Finding AboutHeaderless(FindingKind kind, const std::string& text) const {
     Finding finding = About(kind, text);
     if (mHeaderless.stretches == 0) return finding;
-    finding.text += fmt::format("; {} passed over",
-                                mHeaderless.stretches == 1
-                                    ? "1 stretch is"
-                                    : fmt::format("{} stretches are", mHeaderless.stretches));
+    finding.text +=
+        fmt::format("; {} skipped", mHeaderless.stretches == 1
+                                        ? "1 stretch is"
+                                        : fmt::format("{} stretches are", mHeaderless.stretches));
     finding.position = mHeaderless.first;
     finding.bytes = mHeaderless.bytes;
     return finding;
@@ -179,7 +179,7 @@ class ArchiveCheckup : public FramingSink {
     if (!mSource.PlaceOf(mPath).isPrivate) return;
     for (const std::string& stranger : StrangersBeside(mPath)) {
       mFindings->Add({FindingKind::kStranger, stranger,
-                      "has the name of a cache file, but is none, and is left alone"});
+                      "has the name of a cache file but is not one, and is left alone"});
     }
   }
 

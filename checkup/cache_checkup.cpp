@@ -14,8 +14,8 @@
 
 namespace {
 
-constexpr char kUnreadable[] = "is no file that can be read";
-constexpr char kIsAnother[] = "is another one than";
+constexpr char kUnreadable[] = "is not a file that can be read";
+constexpr char kDiffers[] = "differs from";
 
 constexpr RecordKind kEntryRecords{"entry", "entries", sizeof(ZEL_ID3_REC), [](const char* record) {
                                      ZEL_ID3_REC entry;
@@ -52,7 +52,7 @@ CacheCheckup::CacheCheckup(const CacheNames& names, const ArchiveSize& archive)
 void CacheCheckup::OnHeader(FilePosition position) {
   const char* const kept = mHeaders.Expect();
   if (kept != nullptr && LoadLittleEndian<FilePosition>(kept) != position)
-    mHeaders.NoteDifference(kIsAnother, position);
+    mHeaders.NoteDifference(kDiffers, position);
 }
 
 void CacheCheckup::OnIndex(FilePosition position, const IDX_T& index) {
@@ -63,9 +63,9 @@ void CacheCheckup::OnIndex(FilePosition position, const IDX_T& index) {
   if (kept == nullptr) return;
   std::memcpy(&mKeptEntry, kept, sizeof(mKeptEntry));
   if (kEntryRecords.positionOf(kept) != position || mKeptEntry.time != mEntry.time) {
-    mEntries.NoteDifference(kIsAnother, position);
+    mEntries.NoteDifference(kDiffers, position);
   } else if (mKeptEntry.flags != mEntry.flags) {
-    mEntries.NoteDifference("has another flag than", position);
+    mEntries.NoteDifference("has a different flag from", position);
   } else {
     mComparesEntry = true;
   }
@@ -87,7 +87,7 @@ void CacheCheckup::OnLost(FilePosition begin, FilePosition end) {
 void CacheCheckup::EndEntry() {
   if (mComparesEntry && !HaveSameActivity(mKeptEntry, mEntry)) {
     const auto* const record = reinterpret_cast<const char*>(&mEntry);
-    mEntries.NoteDifference("has other levels than", kEntryRecords.positionOf(record));
+    mEntries.NoteDifference("has different levels from", kEntryRecords.positionOf(record));
   }
   mComparesEntry = false;
 }
@@ -146,7 +146,8 @@ void CacheCheckup::FinishEvents(Findings* findings) {
     return;
   }
   if (mEvents.IsBroken())
-    Report(FindingKind::kCacheDamaged, name, "is cut off or holds what is no event", findings);
+    Report(FindingKind::kCacheDamaged, name, "is cut off, or holds something that is not an event",
+           findings);
   if (!mEvents.Mismatch().empty()) {
     Report(FindingKind::kCacheMismatch, name, mEvents.Mismatch(), findings);
   } else if (!mIsWrong) {

@@ -13,7 +13,7 @@ struct KindFacts {
 
 constexpr char kCopyAgain[] = "copy the file again from its source";
 constexpr char kOpenAlone[] = "open the file by itself where a host does not show it";
-constexpr char kRebuild[] = "zel3 doctor --rebuild makes the index anew";
+constexpr char kRebuild[] = "zel3 doctor --rebuild rebuilds the index";
 
 KindFacts FactsOf(FindingKind kind) {
   switch (kind) {
@@ -53,7 +53,7 @@ KindFacts FactsOf(FindingKind kind) {
     case FindingKind::kEventsNotKept:
       return {"events-not-kept", Severity::kWarning, "zel3 events takes them from the archive"};
     case FindingKind::kStranger:
-      return {"stranger", Severity::kNote, "rename it, if the index shall lie beside the archive"};
+      return {"stranger", Severity::kNote, "rename it, if the index is to lie beside the archive"};
     case FindingKind::kCacheLeftover:
       return {"cache-leftover", Severity::kWarning,
               "zel3 caches SOURCE --remove-orphans removes it"};

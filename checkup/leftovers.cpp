@@ -74,7 +74,7 @@ std::vector<Finding> Leftovers::OfVerbs() {
       findings.push_back({FindingKind::kOutputLeftover, mSource.NameOf(folder + "/" + name),
                           passing_name::Is(name)
                               ? "is what a verb that did not end began to write"
-                              : "has a name that earlier versions gave what they began to write"});
+                              : "has a name that earlier versions gave to unfinished files"});
     }
   }
   return findings;

@@ -197,5 +197,5 @@ bool Timeline::IsWhole() const {
 void Timeline::FailWithNothing(const std::string& what, const std::string& hint) const {
   RequireOne();
   if (IsWhole()) throw Failure(what + hint, kExitNothing);
-  throw Failure(what + ", but not all is known" + hint, kExitDamaged);
+  throw Failure(what + ", but not everything is known" + hint, kExitDamaged);
 }

@@ -138,7 +138,7 @@ void* HandleOf(const std::string& path) {
 EntryPoint EntryPointOf(const std::string& path) {
   void* const entryPoint = dlsym(HandleOf(path), "CreateBrick");
   if (entryPoint == nullptr) {
-    throw std::runtime_error(path + " is no plug-in: it offers no CreateBrick");
+    throw std::runtime_error(path + " is not a plug-in: it has no CreateBrick");
   }
   return reinterpret_cast<EntryPoint>(entryPoint);
 }

@@ -18,7 +18,7 @@ constexpr unsigned kWhole = 1000;
 constexpr char kCalendarKey[] =
     "<p class=\"key\">\n"
     "<span><i class=\"swatch whole\"></i>recorded</span>\n"
-    "<span><i class=\"swatch part\"></i>in part</span>\n"
+    "<span><i class=\"swatch part\"></i>partly recorded</span>\n"
     "<span><i class=\"swatch hole\"></i>– nothing recorded</span>\n"
     "<span><b class=\"warning\">!</b> damaged, or not known</span>\n"
     "<span>numbers: events</span>\n"
@@ -81,8 +81,8 @@ std::string CalendarSection(const ReportData& report, TimeFormat times) {
   const std::vector<CalendarRow> rows = RowsOf(report.days, TimeReferenceInForce().zone);
   if (times == TimeFormat::kInteger || rows.empty()) return "";
   std::string table =
-      "<table class=\"calendar\">\n<caption class=\"unseen\">Days, with how much of each is "
-      "recorded, its events, and the same for each hour</caption>\n<thead><tr>"
+      "<table class=\"calendar\">\n<caption class=\"unseen\">Days: how much of each day and "
+      "of each hour is recorded, and their events</caption>\n<thead><tr>"
       "<th scope=\"col\">Day</th><th scope=\"col\" class=\"number\">Recorded</th>"
       "<th scope=\"col\" class=\"number\">Events</th>";
   for (std::size_t hour = 0; hour < kHoursOfDay; ++hour)

@@ -25,8 +25,8 @@ std::string RecordedText(const ReportData& report, TimeFormat times) {
   const std::optional<RecordedShare>& share = report.share;
   const bool isLessKnown = CountNotIndexed(report) > 0 || (share && !share->isWhole);
   if (!share || share->recorded == 0)
-    return isLessKnown ? "nothing seen to be recorded" : "nothing recorded";
-  const std::string recorded = isLessKnown ? "seen to be recorded" : "recorded";
+    return isLessKnown ? "no recording found" : "nothing recorded";
+  const std::string recorded = isLessKnown ? "known to be recorded" : "recorded";
   const std::string span = SpanText(share->all, times);
   if (share->recorded == share->all) return fmt::format("all of {} {}", span, recorded);
   // Rounded down, so that only a whole range has 100 %.
@@ -38,7 +38,7 @@ std::string RecordedText(const ReportData& report, TimeFormat times) {
 std::string GapsText(const ReportData& report) {
   if (report.gaps.count > 0) return Counted(report.gaps.count, "gap");
   const bool isKnown = report.share && report.share->isWhole && CountNotIndexed(report) == 0;
-  return isKnown ? "no gap" : "no gap seen";
+  return isKnown ? "no gap" : "no gap found";
 }
 
 void AddFiles(std::uint64_t count, const char* what, std::string* text) {
@@ -50,7 +50,7 @@ std::string DamageText(const ReportData& report) {
   if (damage.None()) return ", no damage";
   std::string text;
   AddFiles(damage.damaged, "damaged", &text);
-  AddFiles(damage.unreadable, "not readable as a whole", &text);
+  AddFiles(damage.unreadable, "not fully readable", &text);
   AddFiles(damage.cutOff, "cut off", &text);
   AddFiles(damage.empty, "without an entry", &text);
   return text;

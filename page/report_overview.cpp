@@ -42,7 +42,7 @@ class Overview {
       AddStream(mReport.streams[i]);
     if (mReport.streams.size() > kMostStreams) {
       const std::size_t more = mReport.streams.size() - kMostStreams;
-      AddLabel(fmt::format("and {}", Counted(more, "stream more", "streams more")), kLaneHeight);
+      AddLabel(fmt::format("and {}", Counted(more, "more stream", "more streams")), kLaneHeight);
       mTop += kLaneHeight;
     }
     return fmt::format(

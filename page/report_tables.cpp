@@ -75,7 +75,7 @@ std::string Gaps(const ReportData& report, TimeFormat times) {
   if (report.gaps.items.empty()) {
     const bool isKnown = report.share && report.share->isWhole && CountNotIndexed(report) == 0;
     return html::Section("gaps", "Gaps",
-                         html::Paragraph(isKnown ? "There is no gap." : "No gap is seen."));
+                         html::Paragraph(isKnown ? "There are no gaps." : "No gap was found."));
   }
   html::Table table("Gaps, by start", {"From", "To", "#Length", "Where"});
   for (const ReportGap& gap : report.gaps.items) {
@@ -149,7 +149,7 @@ std::string Activity(const ReportData& report, TimeFormat times) {
 std::string Events(const ReportData& report, TimeFormat times) {
   if (!report.range) return "";
   if (report.events.items.empty())
-    return html::Section("events", "Events", html::Paragraph("There is no event."));
+    return html::Section("events", "Events", html::Paragraph("There are no events."));
   html::Table table("Events, by time", {"Time", "Type", "Text"});
   for (const RecordedEvent& event : report.events.items) {
     table.BeginRow();

@@ -62,7 +62,7 @@ Number NumberFrom(const Json& json) {
 
 const Json& ListIn(const Json& json, const char* key) {
   const Json& list = json.at(key);
-  if (!list.is_array()) throw std::runtime_error(std::string(key) + " is no list");
+  if (!list.is_array()) throw std::runtime_error(std::string(key) + " is not a list");
   return list;
 }
 

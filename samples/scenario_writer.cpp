@@ -36,7 +36,7 @@ GroundTruth WriteScenario(const std::string& folder, const Scenario& scenario) {
   CheckScenario(scenario);
   std::error_code failed;
   std::filesystem::create_directories(folder, failed);
-  if (failed) throw std::runtime_error("cannot make the folder " + folder);
+  if (failed) throw std::runtime_error("cannot create the folder " + folder);
 
   GroundTruth truth;
   RandomNumbers random(scenario.seed);

@@ -52,7 +52,7 @@ scripts/setup.sh
 preset=i386
 if [ ! -e /usr/lib/i386-linux-gnu/libQt5Core.so.5 ]; then
   preset=native
-  printf '\n*** The 32-bit packages cannot be had on this machine: going on in 64 bits. ***\n'
+  printf '\n*** The 32-bit packages are not available on this machine; continuing in 64 bits. ***\n'
 fi
 
 heading "Building ($preset)"
@@ -66,7 +66,7 @@ archives=$work/archives
 truth=$work/truth.json
 export XDG_CONFIG_HOME=$work XDG_CACHE_HOME=$work/cache
 
-heading 'Writing a day of archives, and beside them what is at which time'
+heading 'Writing a day of archives, and a list of what they hold at which time'
 show make "$archives" --truth "$truth"
 
 heading 'What the reader finds in the folder, from the first and last index records'
@@ -117,14 +117,14 @@ cat "${files[@]}" >"$work/day.expected"
 cmp "$work/day" "$work/day.expected"
 echo 'The bytes are those that were written.'
 
-heading 'What has happened between five and seven'
+heading 'What happened between five and seven'
 show events "$archives" 2024-05-01T05:00:00Z 2024-05-01T07:00:00Z
 "$program" events "$archives" --format jsonl | sed -E 's/"type":"[^"]*",//' >"$work/events"
 sed -nE 's/.*\{"indexTime":([0-9]+),"type":[0-9]+,("text":.*\}),?$/{"time":\1000,\2/p' "$truth" >"$work/events.expected"
 cmp "$work/events" "$work/events.expected"
 echo "All $(wc -l <"$work/events") events of the day are those that were written."
 
-heading 'How active the gate was: quiet nights, and twice no recording at all'
+heading 'How active the gate was: quiet nights, and two gaps'
 show activity "$archives" --stream 1 --bins 96 2024-05-01 2024-05-02
 
-heading 'Done: what was asked for is what was written'
+heading 'Done: all that was read is what was written'

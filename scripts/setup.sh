@@ -46,7 +46,7 @@ install() {
 if installed "${packages[@]}" "${i386_packages[@]}" "${night_packages[@]}"; then exit 0; fi
 
 as_root dpkg --add-architecture i386
-as_root apt-get update || echo "setup: some package lists could not be fetched; going on with the others" >&2
+as_root apt-get update || echo "setup: some package lists could not be fetched; continuing with the others" >&2
 install "${packages[@]}"
 [ "$night" = no ] || install "${night_packages[@]}" ||
   echo "setup: other libraries could not be installed; nothing is measured against them" >&2

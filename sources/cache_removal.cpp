@@ -55,7 +55,7 @@ std::string WhyToKeep(const KeptCache& cache, const std::string& file, const Sta
   if (!status) return std::string("cannot be looked at: ") + std::strerror(errno);
   if (status->stx_uid != geteuid()) return "belongs to another user";
   if (!S_ISREG(status->stx_mode) || status->stx_nlink != 1 || !HasShape(cache, file))
-    return "has not the shape of a cache file any more";
+    return "no longer has the shape of a cache file";
   return "";
 }
 

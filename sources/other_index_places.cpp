@@ -75,7 +75,7 @@ std::string WhyNotToBeRead(const std::string& path) {
   const auto status = StatusOf(path, Links::kNot);
   if (!status) return "";
   if (S_ISLNK(status->stx_mode)) return "is a link";
-  if (!S_ISREG(status->stx_mode)) return "is no file";
+  if (!S_ISREG(status->stx_mode)) return "is not a file";
   if (BelongsToAnother(*status)) return "belongs to another user";
   if (status->stx_nlink > 1) return "has another name, too";
   return "";

@@ -54,7 +54,7 @@ ReaderPath::ReaderPath(const std::string& archive, Links links) {
   if (!reader_path::CanBeNamed(mPath))
     throw Failure("there is no folder for links whose path is short and plain text");
   if (MakeLink(archive, mPath)) return;
-  throw Failure("cannot make a link in " + mFolder->Path() + ": " + std::strerror(errno));
+  throw Failure("cannot create a link in " + mFolder->Path() + ": " + std::strerror(errno));
 }
 
 namespace reader_path {

@@ -15,7 +15,7 @@ PassingFolder::PassingFolder(const std::string& parent)
     : mPath(parent + "/" + passing_name::kPattern), mOwner(getpid()) {
   interruption::WatchAllEndings();
   if (mkdtemp(mPath.data()) != nullptr) return;
-  throw Failure("cannot make a folder in " + parent + ": " + std::strerror(errno));
+  throw Failure("cannot create a folder in " + parent + ": " + std::strerror(errno));
 }
 
 PassingFolder::~PassingFolder() {

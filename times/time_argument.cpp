@@ -48,9 +48,7 @@ class TimeReader {
   [[noreturn]] void Refuse(const std::string& reason) const {
     throw std::invalid_argument("'" + mText + "' is not a time: " + reason);
   }
-  [[noreturn]] void RefuseAsTooLate() const {
-    Refuse("it is after the last time that there can be");
-  }
+  [[noreturn]] void RefuseAsTooLate() const { Refuse("it is after the last possible time"); }
   [[noreturn]] void RefuseAsTooEarly() const { Refuse("times begin with 1970 UTC"); }
 
   // These give nothing for a text of another form.
@@ -114,7 +112,7 @@ class TimeReader {
     if (zone.isEmpty()) return FromShown(shown);
     if (zone == QLatin1String("Z") || zone == QLatin1String("UTC")) return FromInstant(shown);
     const std::optional<int> offset = OffsetFromText(zone);
-    if (!offset) Refuse("there is no offset " + Plain(zone));
+    if (!offset) Refuse(Plain(zone) + " is not an offset");
     return FromInstant(shown - std::int64_t{*offset} * 1000);
   }
 
@@ -151,7 +149,7 @@ class TimeReader {
       Refuse("leap seconds do not count: the second after 59 is 00 of the next minute");
     const QTime time(number("hour"), number("minute"), number("second"),
                      static_cast<int>(Thousandths(match.captured(QLatin1String("fraction")))));
-    if (!time.isValid()) Refuse("there is no such time of day, the last is 23:59:59");
+    if (!time.isValid()) Refuse("there is no such time of day; the last is 23:59:59");
     return time;
   }
 

@@ -89,7 +89,7 @@ function addEventFilter() {
     const swatch = make("i", {className: `swatch ${eventPaint(type)}`});
     place.append(make("label", {}, box, swatch, `${name} (${typeCounts[type]})`));
   });
-  const text = make("input", {type: "search", id: "event-text", placeholder: "text of events"});
+  const text = make("input", {type: "search", id: "event-text", placeholder: "event text"});
   text.setAttribute("aria-label", "Show only events with this text");
   text.addEventListener("input", () => { wantedText = text.value; filterEvents(); });
   place.append(text, make("span", {id: "events-shown"}));

@@ -233,7 +233,7 @@ test("a time in a table leads to its place in the charts", async () => {
 test("opens with a line of judgement", async () => {
   await open();
   assert.equal(await text("header p:first-of-type"),
-               "3 files, 84.2 % of 2:06:40 seen to be recorded, 1 gap, no damage, 1 file not indexed, " +
+               "3 files, 84.2 % of 2:06:40 known to be recorded, 1 gap, no damage, 1 file not indexed, " +
                "1 warning");
 });
 
@@ -384,12 +384,12 @@ test("says what tables and charts are to those who have them read", async () => 
   assert.match(charts[1], /^Activity of stream 1 over time: recorded \S+ (min|h), highest level \d+ of 63$/);
 });
 
-test("the tables and an overview tell the same without scripts", async () => {
+test("the tables and an overview say the same without scripts", async () => {
   await open({javaScriptEnabled: false});
   assert.equal(await page.locator("#overview svg").isVisible(), true);
   const box = await page.locator("#overview svg .recorded-track").first().boundingBox();
   assert.ok(box.width > 400 && box.height >= 3, JSON.stringify(box));
-  assert.match(await page.locator("noscript").innerText(), /The tables below tell the same/);
+  assert.match(await page.locator("noscript").innerText(), /the tables below say the same/);
   assert.equal(await page.locator("#timeline").isVisible(), false);
   assert.equal(await page.locator("#files tbody tr").count(), 3);
   assert.equal(await page.locator("#events tbody tr").count(), report.events().length);

@@ -217,7 +217,7 @@ TEST_F(BrickPlugins, SaysWhyAFileCannotBeLoaded) {
 TEST_F(BrickPlugins, SaysThatALibraryIsNotAPlugIn) {
   brick_plugins::RegisterFile(kSample, "no_entry.so");
   EXPECT_EQ(FailureOf(kSample),
-            PLUGIN_FOLDER "/no_entry.so is no plug-in: it offers no CreateBrick");
+            PLUGIN_FOLDER "/no_entry.so is not a plug-in: it has no CreateBrick");
 }
 
 TEST_F(BrickPlugins, PassesOverFoldersAndPipesOfTheName) {

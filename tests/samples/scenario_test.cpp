@@ -308,7 +308,7 @@ TEST(WriteScenario, SaysWhereItCannotWrite) {
   const TempFolder folder;
   WriteFile(folder / "file", "in the way");
   EXPECT_THAT([&] { WriteScenario(folder / "file", SmallScenario()); },
-              ThrowsMessage<std::runtime_error>("cannot make the folder " + (folder / "file")));
+              ThrowsMessage<std::runtime_error>("cannot create the folder " + (folder / "file")));
 }
 
 }  // namespace

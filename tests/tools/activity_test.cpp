@@ -197,7 +197,7 @@ TEST_F(ActivityOfSample, TextMarksWhatWasRecordedInPart) {
   ASSERT_EQ(lines.size(), 4U);
   EXPECT_EQ(lines[2], "  --") << "10 of 25 seconds before the gap, and after it";
   EXPECT_EQ(lines[3],
-            "▁ quiet  █ most active (levels 0-63)  · nothing recorded  - recorded in part");
+            "▁ quiet  █ most active (levels 0-63)  · nothing recorded  - partly recorded");
 }
 
 TEST_F(ActivityOfSample, TextHasNoMarksBelowWhereAllIsWhole) {
@@ -349,7 +349,7 @@ TEST_F(Activity, WithoutAnyStreamEachIsRefused) {
   writer.WriteIndex({1000, 0, 0});
   writer.WriteIndex({1010, 0, 0});
   writer.Close();
-  EXPECT_EQ(Measure({}).err, "zel3: there is no stream 1, nor any other\n");
+  EXPECT_EQ(Measure({}).err, "zel3: there is no stream 1: no file has any\n");
 }
 
 TEST_F(ActivityOfSample, WhereNotAllStreamsAreKnownNoneIsRefused) {

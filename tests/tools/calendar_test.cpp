@@ -83,7 +83,7 @@ TEST_F(Calendar, HalfRecordedHoursLookHalfRecorded) {
           "               0     3     6     9     12    15    18    21         %  events",
           "Wed 2024-05-01 ██░░··▒▒······································▓▓    10       2",
           "· nothing  ░ less than a third  ▒ about half  ▓ most  █ all recorded  ! in doubt",
-          "recorded on 1 of 1 day, 2:30:00 in all, 2 events", "by the clocks of UTC"));
+          "recorded on 1 of 1 day, 2:30:00 in all, 2 events", "in the time zone UTC"));
 }
 
 TEST_F(Calendar, EmptyDaysAreShownUntilTheyAreMany) {

@@ -97,17 +97,17 @@ TEST_F(CommandLine, WhatIsNotKnownIsAnsweredWithWhatIsNear) {
     Arguments arguments;
     const char* message;
   } cases[] = {
-      {{}, "a verb is missing; zel3 --help names them"},
+      {{}, "no verb given; zel3 --help lists them"},
       {{"sekk", "a", "5"}, "there is no verb 'sekk': did you mean 'seek'?"},
       {{"--plugin-folder", "x", "in"}, "there is no verb 'in': did you mean 'info' or 'index'?"},
-      {{"frobnicate"}, "there is no verb 'frobnicate'; zel3 --help names them"},
+      {{"frobnicate"}, "there is no verb 'frobnicate'; zel3 --help lists them"},
       {{"info", "a", "--formt", "json"},
        "there is no option --formt of info: did you mean '--format'?"},
       {{"info", "--recursve"},
        "there is no option --recursve of info: did you mean '--recursive'?"},
       {{"seek", "a", "5", "--plugin-foldr=x"},
        "there is no option --plugin-foldr of seek: did you mean '--plugin-folder'?"},
-      {{"info", "a", "--bogus"}, "there is no option --bogus of info; zel3 info --help names them"},
+      {{"info", "a", "--bogus"}, "there is no option --bogus of info; zel3 info --help lists them"},
       {{"--versoin"}, "there is no option --versoin: did you mean '--version'?"},
       {{"console", "a", "b"}, "The following argument was not expected: b"},
       {{"--plugin-folder"}, "--plugin-folder: 1 required PATH missing"},

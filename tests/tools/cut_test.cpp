@@ -174,7 +174,7 @@ TEST_F(CutSample, TellsWhatItHasWritten) {
   const std::size_t size = ReadFile(mOutput).size();
   EXPECT_EQ(text.exitCode, 0);
   EXPECT_EQ(text.err,
-            "nothing is recorded from 2024-05-01T00:00:50.000Z to 2024-05-01T00:01:30.000Z\n");
+            "nothing was recorded from 2024-05-01T00:00:50.000Z to 2024-05-01T00:01:30.000Z\n");
   EXPECT_THAT(
       LinesOf(text.out),
       ElementsAre(StartsWith("file "),
@@ -497,7 +497,7 @@ TEST_F(CutSample, PartsOfAnEarlierCutAreTold) {
   ASSERT_EQ(CutAll({"--split", "1m"}).exitCode, 0);
   const ProgramResult result = CutRange(0, SampleTime(100), {"--split", "1m", "--force"});
   EXPECT_EQ(result.exitCode, 0);
-  EXPECT_THAT(result.err, HasSubstr("2 files with the name of a part, not of this cut, stayed: "
+  EXPECT_THAT(result.err, HasSubstr("2 other files with the name of a part were left as they are: "
                                     "out-002.zel3"));
   EXPECT_EQ(EntryNames(mOutputFolder.Path()).size(), 4U);
 }

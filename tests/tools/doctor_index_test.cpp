@@ -123,13 +123,13 @@ TEST_F(DoctorOfIndexes, ComparesFlagsLevelsAndTextsWithTheArchive) {
   } cases[] = {
       {"as it was", "a.id3", entries, ""},
       {"flag", "a.id3", with(entries, kKeptFlags, 0),
-       "entry 0 has another flag than that at byte " + Byte(0)},
+       "entry 0 has a different flag from that at byte " + Byte(0)},
       {"level", "a.id3", with(entries, kKeptEntrySize + kKeptFirstLevel, 8),
-       "entry 1 has other levels than that at byte " + Byte(1)},
+       "entry 1 has different levels from that at byte " + Byte(1)},
       {"level of the last entry", "a.id3", with(entries, 2 * kKeptEntrySize + kKeptFirstLevel, 8),
-       "entry 2 has other levels than that at byte " + Byte(2)},
+       "entry 2 has different levels from that at byte " + Byte(2)},
       {"number of streams", "a.id3", onePairLess,
-       "entry 1 has other levels than that at byte " + Byte(1)},
+       "entry 1 has different levels from that at byte " + Byte(1)},
       {"type", "a.evt", with(events, kKeptEventType, 0x81), others},
       {"text", "a.evt", with(events, kKeptEventText, 'O'), others},
       {"longer text", "a.evt",
@@ -162,7 +162,7 @@ TEST_F(DoctorOfIndexes, ComparesFlagsLevelsAndTextsWithTheArchive) {
                 ElementsAre(AllOf(StartsWith("warning cache-mismatch " + std::string(row.name)),
                                   HasSubstr(row.text))));
     EXPECT_EQ(report["files"][0]["cache"], "unsound");
-    EXPECT_EQ(report["findings"][0]["remedy"], "zel3 doctor --rebuild makes the index anew");
+    EXPECT_EQ(report["findings"][0]["remedy"], "zel3 doctor --rebuild rebuilds the index");
     EXPECT_EQ(mResult.exitCode, 3);
   }
   Run({"doctor", mArchive, "--rebuild"});
@@ -304,10 +304,11 @@ TEST_F(DoctorOfIndexes, LooksIntoTheFolderOfHosts) {
     Bytes wrong = ReadFile(folder + "/" + name);
     wrong[kKeptFlags] = 0;
     WriteFile(folder + "/" + name, wrong);
-    EXPECT_THAT(Found(), ElementsAre("note other-index " + name + ": lies in " + folder +
-                                     " and is not of this archive: entry 0 has another flag than "
-                                     "that at byte " +
-                                     Byte(0)));
+    EXPECT_THAT(Found(),
+                ElementsAre("note other-index " + name + ": lies in " + folder +
+                            " and is not of this archive: entry 0 has a different flag from "
+                            "that at byte " +
+                            Byte(0)));
     fs::remove_all(folder);
   }
 }
@@ -330,7 +331,7 @@ TEST_F(DoctorOfIndexes, NeverFollowsLinksInTheFolderOfHosts) {
   EXPECT_THAT(Found(), notRead("has another name, too"));
   fs::remove(path);
   ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-  EXPECT_THAT(Found(), notRead("is no file"));
+  EXPECT_THAT(Found(), notRead("is not a file"));
   fs::remove(path);
 
   fs::rename(Fallback(), *this / "folder");

@@ -128,7 +128,7 @@ TEST_F(Doctor, TellsWhereDamageIsAndHowMuch) {
   EXPECT_EQ(report["findings"][0]["to"], nullptr);
   EXPECT_EQ(mResult.exitCode, 3);
   EXPECT_THAT(Run({"doctor", path}).out,
-              HasSubstr("makes no sense and is passed over (after 1970-01-01T00:00:10.000Z)"));
+              HasSubstr("is not a record; skipped (after 1970-01-01T00:00:10.000Z)"));
 }
 
 // Without its header, no data of the archive can be read, and its index holds more.
@@ -145,7 +145,7 @@ TEST_F(Doctor, ADestroyedHeaderIsToldOnceAndFirst) {
                               std::to_string(4 * data),
                           "warning cache-mismatch a.hdr"));
   EXPECT_EQ(report["findings"][1]["text"],
-            "without a header nothing can be read; 4 stretches are passed over");
+            "without a header nothing can be read; 4 stretches are skipped");
   EXPECT_EQ(report["findings"][2]["text"], "holds more than the damaged archive: 1 header");
 }
 
@@ -158,7 +158,7 @@ TEST_F(Doctor, DataBeforeTheFirstHeaderIsToldOnce) {
   EXPECT_EQ(report["findings"][0]["kind"], "damage");
   EXPECT_EQ(report["findings"][0]["position"], 13);
   EXPECT_EQ(report["findings"][0]["text"],
-            "cannot be read without a header; 3 stretches are passed over");
+            "cannot be read without a header; 3 stretches are skipped");
   for (std::size_t i = 1; i < report["findings"].size(); ++i)
     EXPECT_NE(report["findings"][i]["kind"], "damage");
 }
@@ -185,7 +185,7 @@ TEST_F(Doctor, WhatAnIndexHoldsOfADamagedStretchIsToldAfterTheDamage) {
     report = Examine(path);
     EXPECT_EQ(report["findings"][2]["text"],
               "is not of this archive: entry " + std::to_string(entry) +
-                  " is another one than that at byte " + std::to_string(mPositions[entry]));
+                  " differs from that at byte " + std::to_string(mPositions[entry]));
   }
 }
 
@@ -391,7 +391,7 @@ TEST_F(Doctor, AnArchiveThatNoParserKnowsIsAnError) {
   EXPECT_EQ(report["findings"][0]["remedy"], "rename it to end in .zel3, if it is a ZEL3 file");
   const ProgramResult rebuilt = Run({"doctor", Folder(), "--rebuild", "--fail-on", "error"});
   EXPECT_EQ(rebuilt.exitCode, 3);
-  EXPECT_THAT(rebuilt.err, HasSubstr("0 caches made anew, 0 kept, 1 file cannot be indexed"));
+  EXPECT_THAT(rebuilt.err, HasSubstr("0 caches built, 0 kept, 1 file cannot be indexed"));
   EXPECT_EQ(Run({"report", Folder(), "-o", *this / "page", "--fail-on", "error"}).exitCode, 3);
 }
 
@@ -424,12 +424,16 @@ TEST_F(Doctor, ComparesACacheWithItsArchive) {
     const char* text;
   } cases[] = {
       {"as it was", "a.id3", id3, {}, ""},
-      {"another time", "a.id3", otherTime, {"warning cache-mismatch a.id3"}, "entry 1 is another"},
+      {"another time",
+       "a.id3",
+       otherTime,
+       {"warning cache-mismatch a.id3"},
+       "entry 1 differs from"},
       {"another place",
        "a.id3",
        otherPlace,
        {"warning cache-mismatch a.id3"},
-       "entry 2 is another"},
+       "entry 2 differs from"},
       {"an entry less",
        "a.id3",
        Between(id3, 0, 72),
@@ -498,7 +502,7 @@ TEST_F(Doctor, TellsWhichCacheEndsWithinARecord) {
        ".evt",
        Bytes{1, 0, 0, 0, 2, 0, 0, 0, 1, 0x80, 'x'},
        {"damaged"},
-       "is cut off or holds what is no event"},
+       "is cut off, or holds something that is not an event"},
   };
   for (const auto& row : cases) {
     SCOPED_TRACE(row.what);
@@ -564,9 +568,9 @@ TEST_F(Doctor, TellsEachStrangerThatHasTheNameOfACache) {
               ElementsAre("note stranger a.id3", "note stranger a.hdr", "note stranger a.evt"));
   EXPECT_EQ(report["files"][0]["cache"], "none");
   EXPECT_THAT(mResult.err, testing::MatchesRegex(
-                               "zel3: indexes cannot lie beside the archives \\(a.id3 is not a "
+                               "zel3: indexes cannot be kept beside the archives \\(a.id3 is not a "
                                "cache file\\) and are kept in " +
-                               CacheHome() + "/zel3/[0-9a-f]{32}\n1 cache made anew, .*\n"));
+                               CacheHome() + "/zel3/[0-9a-f]{32}\n1 cache built, .*\n"));
   EXPECT_THAT(EntryNames(Folder()), ElementsAre("a.evt", "a.hdr", "a.id3", "a.zel3"));
   EXPECT_EQ(Examine(path)["files"][0]["cache"], "sound") << "where the index is kept";
 }
@@ -608,7 +612,7 @@ TEST_F(Doctor, MakesUnsoundAndMissingCachesAnew) {
               UnorderedElementsAre("warning cache-incomplete b.id3", "warning cache-mismatch c.id3",
                                    "note gap b.zel3", "note gap c.zel3"));
   EXPECT_EQ(mResult.exitCode, 3) << "something was found";
-  EXPECT_THAT(mResult.err, HasSubstr("2 caches made anew, 1 kept, 0 files cannot be indexed"));
+  EXPECT_THAT(mResult.err, HasSubstr("2 caches built, 1 kept, 0 files cannot be indexed"));
   const nlohmann::json rebuilt = Examine(Folder());
   for (const nlohmann::json& file : rebuilt["files"]) EXPECT_EQ(file["cache"], "sound");
   EXPECT_EQ(fs::last_write_time(*this / "a.id3"), kept);

@@ -120,7 +120,7 @@ TEST_F(Gaps, ShorterOnesAreCountedOnly) {
   EXPECT_EQ(Json({"gaps", Folder(), "--longer-than", "39"})["shorterGaps"], 0);
   EXPECT_EQ(Json({"gaps", Folder(), "--longer-than", "1d"})["longest"], 360000);
   EXPECT_THAT(Ask({"--longer-than", "1h"}).out,
-              HasSubstr("2 gaps, the longest 0:06:00; 2 of them not longer than 1:00:00\n"));
+              HasSubstr("2 gaps, the longest 0:06:00; 2 of them are not longer than 1:00:00\n"));
 }
 
 // All verbs have the same rule for what a gap is.
@@ -191,7 +191,7 @@ TEST_F(Gaps, WhereBytesAreDamagedNothingIsSeenToBeMissing) {
   const ProgramResult result = Ask({});
   EXPECT_EQ(result.exitCode, 3);
   EXPECT_THAT(result.err, HasSubstr("a.zel3"));
-  EXPECT_THAT(result.out, HasSubstr("nothing is seen to be missing"));
+  EXPECT_THAT(result.out, HasSubstr("nothing was found missing"));
 }
 
 TEST_F(Gaps, NoIndexBuildsNoneAndSaysWhatIsNotKnown) {

@@ -31,7 +31,7 @@ TEST_F(Info, ShowsFilesTimesAndStreams) {
                           "2024-05-01T00:02:20.000Z  ...      1 2 3 ...",
                           "cam01_2024-05-01_00-02-30.zel3  2       2024-05-01T00:02:30.000Z  "
                           "2024-05-01T00:03:10.000Z  ...      1 2 3 ...",
-                          "... not all is known before the file has its index"));
+                          "... some of it is known only after the file has been indexed"));
 }
 
 TEST_F(Info, ShowsTheStreamsOfAllHeadersOfAnIndexedFile) {
@@ -90,7 +90,7 @@ TEST_F(Info, StreamsOfADamagedHeaderAreNotKnown) {
   ASSERT_EQ(lines.size(), 7U);
   EXPECT_THAT(lines[3], MatchesRegex("cam01_2024-05-01_00-01-30.zel3  1 .*Z  6        [?]"));
   EXPECT_THAT(lines[4], EndsWith("1 2 3 ..."));
-  EXPECT_EQ(lines[6], "? cannot be told: zel3 doctor says what is wrong");
+  EXPECT_EQ(lines[6], "? not known; zel3 doctor says what is wrong");
   const auto json = nlohmann::json::parse(Run({"info", Folder(), "--format", "json"}).out);
   EXPECT_EQ(json["files"][1]["streams"], nullptr);
   EXPECT_EQ(json["files"][1]["streamsComplete"], false);

@@ -135,7 +135,7 @@ TEST_F(Inspect, WhatIsNotAPlugInFails) {
       {*this / "text.so", "cannot load "},
       {*this / "missing.so", "no file at "},
       {Folder(), "no file at "},
-      {BuiltFile("libbrickhost.so"), "is no plug-in: it offers no CreateBrick"},
+      {BuiltFile("libbrickhost.so"), "is not a plug-in: it has no CreateBrick"},
   };
   for (const auto& each : cases) {
     SCOPED_TRACE(each.file);

@@ -287,7 +287,7 @@ TEST_F(Mend, ALaterHeaderStandsInForOneThatIsLost) {
                                    Between(bytes, first, bytes.size()));
   ExpectGood();
   const ProgramResult text = Run({"mend", mPath, "-o", mOutput, "--force"});
-  EXPECT_THAT(text.err, HasSubstr("that at byte " + std::to_string(layout.records[later])));
+  EXPECT_THAT(text.err, HasSubstr("the one at byte " + std::to_string(layout.records[later])));
 }
 
 TEST_F(Mend, ALaterHeaderThatDeclaresOtherStreamsDoesNot) {

@@ -65,7 +65,7 @@ TEST_F(ReadSample, TheWholeArchiveIsItsFiles) {
   EXPECT_EQ(result.out, "");
   const Bytes expected = FileBytes(0) + FileBytes(1) + FileBytes(2);
   EXPECT_EQ(result.err,
-            "nothing is recorded from 2024-05-01T00:00:50.000Z to 2024-05-01T00:01:30.000Z\n"
+            "nothing was recorded from 2024-05-01T00:00:50.000Z to 2024-05-01T00:01:30.000Z\n"
             "17 entries, " +
                 std::to_string(expected.size()) + " bytes\n");
   EXPECT_EQ(ReadFile(mOutput), expected);
@@ -77,7 +77,7 @@ TEST_F(ReadSample, EndsAtAGapWhenAsked) {
   EXPECT_EQ(result.exitCode, 0);
   const Bytes expected = FileBytes(0);
   EXPECT_EQ(result.err,
-            "nothing is recorded from 2024-05-01T00:00:50.000Z to 2024-05-01T00:01:30.000Z\n"
+            "nothing was recorded from 2024-05-01T00:00:50.000Z to 2024-05-01T00:01:30.000Z\n"
             "6 entries, " +
                 std::to_string(expected.size()) + " bytes\nzel3: stopped at the gap\n");
   EXPECT_EQ(ReadFile(mOutput), expected);
@@ -208,7 +208,7 @@ TEST_F(ReadSample, AHalfWrittenOutputIsRemoved) {
 TEST_F(Read, AGapIsMoreThanFourStepsInAFile) {
   WriteEntries(*this / "a.zel3", {10, 20, 60, 101, 111});
   EXPECT_THAT(ReadRange(*this / "a.zel3", 0, 1000000).err,
-              StartsWith("nothing is recorded from 1970-01-01T00:01:00.000Z to "
+              StartsWith("nothing was recorded from 1970-01-01T00:01:00.000Z to "
                          "1970-01-01T00:01:41.000Z\n5 entries, "));
 }
 
@@ -274,8 +274,7 @@ TEST_F(Read, AnArchiveCutShortAfterItWasIndexedIsReportedAsDamaged) {
   WriteFile(*this / "a.zel3", Between(bytes, 0, bytes.size() - 1));
   const ProgramResult result = ReadRange(Folder(), 0, 100000);
   EXPECT_EQ(result.exitCode, 3);
-  EXPECT_THAT(result.err,
-              HasSubstr("zel3: the last record is not whole; 4 bytes were passed over"));
+  EXPECT_THAT(result.err, HasSubstr("zel3: the last record is not whole; 4 bytes were skipped"));
   EXPECT_EQ(ReadFile(mOutput), Between(bytes, 0, bytes.size() - 5));
 }
 

@@ -521,21 +521,21 @@ TEST_F(Report, TheJudgementSaysWhatIsNotKnown) {
   // The parser does not know older files.
   Write(folder + "/b.zel", {1004, 1005, 1006}, {1});
   EXPECT_EQ(JudgementOf(PageOf(folder)),
-            "2 files, all of 0:00:04 seen to be recorded, no gap seen, no damage, "
+            "2 files, all of 0:00:04 known to be recorded, no gap found, no damage, "
             "1 file not indexed");
   fs::remove(folder + "/b.zel");
 
   std::fstream(folder + "/a.zel3", std::ios::in | std::ios::out | std::ios::binary).seekp(90)
       << std::string(30, '\x07');
   EXPECT_EQ(JudgementOf(PageOf(folder)),
-            "1 file, all of 0:00:03 seen to be recorded, no gap seen, 1 file damaged");
+            "1 file, all of 0:00:03 known to be recorded, no gap found, 1 file damaged");
 }
 
 TEST_F(Report, TheJudgementDoubtsWrongTimes) {
   const std::string folder = NewFolder("wrong");
   Write(folder + "/a.zel3", {1000, 1001, 1002, 900000, 1004, 1005}, {1});
   EXPECT_THAT(JudgementOf(PageOf(folder)),
-              AllOf(HasSubstr("seen to be recorded"), HasSubstr("no damage, 1 warning")));
+              AllOf(HasSubstr("known to be recorded"), HasSubstr("no damage, 1 warning")));
 }
 
 TEST_F(Report, ADayIsCalledOne) {

@@ -241,7 +241,7 @@ TEST_F(SeveralSources, ReadNeedsOneTimeline) {
   const ProgramResult refused = Run({"read", mOne, mOther, from, to, "-o", *this / "out"});
   EXPECT_EQ(refused.exitCode, 2);
   EXPECT_EQ(refused.err,
-            "zel3: read takes one timeline, and these are 2: --merge makes one of them\n");
+            "zel3: read takes one timeline, but these are 2; --merge makes one of them\n");
   EXPECT_FALSE(FileExists(*this / "out"));
   EXPECT_EQ(Run({"report", mOne, mOther, "-o", *this / "out"}).exitCode, 2);
   ASSERT_EQ(Run({"read", mOne, mOther, "--merge", from, to, "-o", *this / "out"}).exitCode, 0);
@@ -279,7 +279,7 @@ TEST_F(SeveralSources, AWordThatCouldBeTwoThingsIsRefused) {
   const ProgramResult neither = RunInFolder({"events", "one", "2024-13-01", "2024-05-02"});
   EXPECT_EQ(neither.exitCode, 2);
   EXPECT_EQ(neither.err,
-            "zel3: there is no file or folder of that name, and '2024-13-01' is not a time: there "
+            "zel3: no file or folder has that name, and '2024-13-01' is not a time: there "
             "is no day 2024-13-01\n");
 }
 

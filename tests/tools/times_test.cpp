@@ -157,7 +157,7 @@ TEST_F(Times, ARangeIsRefusedThatIsNone) {
        {"1", "2", "--for", "1"},
        "--for needs one end of the range, FROM, --since or --until"},
       {"events", {"--for", "1"}, "--for needs one end of the range, FROM, --since or --until"},
-      {"events", {"1"}, "FROM needs TO, --until or --for; --since TIME has an open end"},
+      {"events", {"1"}, "FROM needs TO, --until or --for; for an open end use --since TIME"},
       {"events", {"--since", "2", "--until", "1"}, "the range must begin before it ends"},
       {"events", {"--since", "2", "--for", "0"}, "the range must begin before it ends"},
       {"events", {"--until", "0"}, "the range must begin before it ends"},
@@ -170,7 +170,7 @@ TEST_F(Times, ARangeIsRefusedThatIsNone) {
        "the range needs two ends: FROM and TO, or two of --since, --until and --for"},
       {"read",
        {"--since", "1", "--for", "1x"},
-       "--for: '1x' is no length of time: 90, 15m, 1h30m or 1d12h"},
+       "--for: '1x' is not a length of time: 90, 15m, 1h30m or 1d12h"},
   };
   for (const auto& each : cases) {
     SCOPED_TRACE(testing::PrintToString(each.range));

@@ -281,7 +281,7 @@ TEST_F(Trust, AnArchiveThatIsBeingWrittenIsServedUpToItsLastWholeRecord) {
   WriteFile(mPath, Between(bytes, 0, secondEnds - 1));
   SetModificationTime(mPath, second);
   EXPECT_EQ(AllBytes(mPath, 3), Between(bytes, 0, secondEnds - kEvent));
-  EXPECT_THAT(mResult.err, HasSubstr("the last record is not whole; 8 bytes were passed over"));
+  EXPECT_THAT(mResult.err, HasSubstr("the last record is not whole; 8 bytes were skipped"));
   WriteFile(mPath, bytes);
   SetModificationTime(mPath, second);
   EXPECT_EQ(AllBytes(mPath), bytes);

@@ -96,8 +96,7 @@ std::function<int()> ParseCommandLine(int argc, char** argv) {
     return [options] { return RunVersion(options->host); };
   } catch (const CLI::RequiredError& error) {
     const bool verbGiven = !app.get_subcommands().empty();
-    const std::string missing =
-        verbGiven ? error.what() : "a verb is missing; zel3 --help names them";
+    const std::string missing = verbGiven ? error.what() : "no verb given; zel3 --help lists them";
     throw Failure(AboutStrayWords(app).value_or(missing), kExitUsage);
   } catch (const CLI::ParseError& error) {
     throw Failure(AboutStrayWords(app).value_or(error.what()), kExitUsage);

@@ -91,7 +91,7 @@ std::string BashScript(const CommandDescription& command) {
   for (const VerbDescription& verb : command.verbs) AddValues(&script, verb);
   script +=
       "    *) return 1 ;;\n  esac\n}\n\n"
-      "# Sets `options` to the options that may stand behind the verb $1.\n"
+      "# Sets `options` to the options that may follow the verb $1.\n"
       "_zel3_options() {\n  case $1 in\n";
   for (const VerbDescription& verb : command.verbs) {
     script += fmt::format("    {}) options='{}' ;;\n", verb.name, Names(verb.options));

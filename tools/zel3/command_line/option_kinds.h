@@ -18,12 +18,13 @@
 // must live until the command line has been parsed.
 
 // An option whose text `parse` turns into a value; it returns nothing for a text that it refuses.
+// `kindOfValue` comes after an "a".
 template <class Target, class Parse>
 CLI::Option* AddParsed(CLI::App* app, const std::string& name, Target* target, Parse parse,
                        const std::string& kindOfValue, const std::string& help) {
   const auto take = [name, target, parse, kindOfValue](const std::string& text) {
     const auto value = parse(text);
-    if (!value) throw CLI::ValidationError(name, "'" + text + "' is no " + kindOfValue);
+    if (!value) throw CLI::ValidationError(name, "'" + text + "' is not a " + kindOfValue);
     *target = *value;
   };
   return app->add_option_function<std::string>(name, take, help)->type_name(kindOfValue);

@@ -48,7 +48,7 @@ bool IsTime(const std::string& word, bool mayStand) {
                                "' is a time, and there is a file or folder of that name: write ./" +
                                word + " for that, or --since for the time");
   }
-  throw CLI::ValidationError("there is no file or folder of that name, and " + *whyNoTime);
+  throw CLI::ValidationError("no file or folder has that name, and " + *whyNoTime);
 }
 
 // How many of the words are times; the first one is a source.

@@ -26,7 +26,7 @@ std::string AboutUnknownVerb(const std::string& word, const CommandDescription& 
   for (const VerbDescription& verb : command.verbs) verbs.push_back(verb.name);
   const std::string question = DidYouMean(NearNames(word, verbs));
   return "there is no verb '" + word + "'" +
-         (question.empty() ? "; zel3 --help names them" : question);
+         (question.empty() ? "; zel3 --help lists them" : question);
 }
 
 std::string AboutUnknownOption(const std::string& word, const std::string& verb,
@@ -45,7 +45,7 @@ std::string AboutUnknownOption(const std::string& word, const std::string& verb,
   const std::string ofVerb = verb.empty() ? "" : " of " + verb;
   const std::string help = verb.empty() ? "zel3 --help" : "zel3 " + verb + " --help";
   return "there is no option " + option + ofVerb +
-         (question.empty() ? "; " + help + " names them" : question);
+         (question.empty() ? "; " + help + " lists them" : question);
 }
 
 }  // namespace

@@ -66,7 +66,7 @@ void AddEvents(CLI::App* app, Options* options, Run* run) {
   const auto addType = [events](const std::vector<std::string>& texts) {
     for (const std::string& text : texts) {
       const std::optional<std::uint8_t> type = event_types::FromText(text);
-      if (!type) throw CLI::ValidationError("--type", "'" + text + "' is no type of event");
+      if (!type) throw CLI::ValidationError("--type", "'" + text + "' is not a type of event");
       events->types.push_back(*type);
     }
   };

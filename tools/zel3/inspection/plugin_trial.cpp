@@ -72,7 +72,7 @@ class Chain {
   bool HasBefore() const { return mHasBefore; }
 
   BlockReaction Settle(const std::string& block = "") {
-    if (!mPipeline.RunUntilIdle(kMostSteps)) throw Failure("the plug-in does not come to rest");
+    if (!mPipeline.RunUntilIdle(kMostSteps)) throw Failure("the plug-in never becomes idle");
     return {block, mBefore.TakeNames(), mAfter.TakeNames()};
   }
   BlockReaction Command(const cMemBlock& block) {

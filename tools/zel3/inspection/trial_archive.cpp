@@ -26,7 +26,7 @@ Scenario OneMinute() {
 }  // namespace
 
 TrialArchive::TrialArchive() {
-  if (!mFolder.isValid()) throw Failure("cannot make a temporary folder");
+  if (!mFolder.isValid()) throw Failure("cannot create a temporary folder");
   const std::string folder = QFile::encodeName(mFolder.path()).constData();
   const GroundTruth truth = WriteScenario(folder, OneMinute());
   const GroundTruthFile& file = truth.files.front();

@@ -49,7 +49,7 @@ void RefuseIndexOf(const std::string& archive, const CacheNames& index, const st
   const std::string ofSource = InCanonicalFolder(QFile::encodeName(index.entries).constData());
   for (const std::string& place : {output, WhereLinksLead(output)}) {
     if (Stem(ofSource) != Stem(InCanonicalFolder(place))) continue;
-    throw Failure("the output would have the same index as " + archive + "; give another name",
+    throw Failure("the output would have the same index as " + archive + "; choose another name",
                   kExitUsage);
   }
 }

@@ -63,9 +63,9 @@ void RefuseUnknownStream(std::uint8_t streamId, const SourceFacts& source) {
   if (IsEventType(streamId)) return;
   const std::optional<std::vector<unsigned>> ids = AllStreamsOf(source);
   if (!ids || std::find(ids->begin(), ids->end(), streamId) != ids->end()) return;
-  const std::string others =
-      ids->empty() ? "nor any other" : fmt::format("only {}", fmt::join(*ids, ", "));
-  throw Failure(fmt::format("there is no stream {}, {}", streamId, others));
+  const std::string known =
+      ids->empty() ? ": no file has any" : fmt::format(", only {}", fmt::join(*ids, ", "));
+  throw Failure(fmt::format("there is no stream {}{}", streamId, known));
 }
 
 std::vector<Bin> Measure(const ActivityBins& bins, std::uint8_t streamId, Timeline* timeline) {
@@ -169,7 +169,7 @@ void PrintAsText(const ActivityOptions& options, const ActivityBins& bins,
     bin = end;
   }
   PrintWrapped(std::string("▁ quiet  █ most active (levels 0-63)  · nothing recorded") +
-                   (anyMarks ? "  - recorded in part" : ""),
+                   (anyMarks ? "  - partly recorded" : ""),
                terminal);
 }
 

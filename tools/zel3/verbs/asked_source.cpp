@@ -144,8 +144,8 @@ int AnswerForOne(const SourceArguments& arguments, const std::string& what,
   FoundSources found = FindSources(arguments);
   const std::size_t count = found.sources.size();
   if (count > 1) {
-    throw Failure(what + " takes one timeline, and these are " + std::to_string(count) +
-                      ": --merge makes one of them",
+    throw Failure(what + " takes one timeline, but these are " + std::to_string(count) +
+                      "; --merge makes one of them",
                   kExitUsage);
   }
   return Answers(std::move(found), false, OutputFormat::kText).Ask(answer);

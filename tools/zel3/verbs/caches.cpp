@@ -55,7 +55,7 @@ class CachesRun {
 
   void Take(const KeptInventory& inventory) {
     for (const std::string& why : inventory.notLookedInto) {
-      PrintNotice(why + ", and is not looked into");
+      PrintNotice(why + "; skipped");
       mIsWhole = false;
     }
     for (const KeptCache& cache : inventory.caches) {
@@ -72,7 +72,8 @@ class CachesRun {
     for (ShownCache& shown : mShown) {
       interruption::Check();
       if (!cache_removal::IsWished(shown.cache, *mOptions.wish)) {
-        if (shown.cache.state == KeptState::kBusy) Stays(shown.cache, "another process uses it");
+        if (shown.cache.state == KeptState::kBusy)
+          Stays(shown.cache, "another process is using it");
         continue;
       }
       const cache_removal::Result result = cache_removal::Remove(shown.cache, mOptions.onlyLooks);
@@ -153,7 +154,7 @@ class CachesRun {
 
 int RunCaches(const HostOptions& host, const CachesOptions& options) {
   if (options.onlyLooks && !options.wish)
-    throw Failure("--dry-run goes with --remove-orphans or --remove-all", kExitUsage);
+    throw Failure("--dry-run needs --remove-orphans or --remove-all", kExitUsage);
   const std::string cacheFolder = cache_folder::Checked(host.cacheFolder);
   std::vector<SourceFacts> sources;
   for (const std::string& path : options.sources) sources.emplace_back(host, path);

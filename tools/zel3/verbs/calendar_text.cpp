@@ -223,7 +223,7 @@ void PrintSummary(const RecordedDays& found, const std::vector<CalendarRow>& row
                            Counted(days, "day"), LengthInHours(all.recorded, TimeFormat::kIso),
                            Counted(all.events, "event"));
   if (doubtedDays > 0) std::cout << ", " << Counted(doubtedDays, "day") << " in doubt";
-  std::cout << "\nby the clocks of " << ShownZone() << '\n';
+  std::cout << "\nin the time zone " << ShownZone() << '\n';
 }
 
 }  // namespace

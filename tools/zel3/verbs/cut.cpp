@@ -149,7 +149,7 @@ void TellAsText(const Summary& summary, TimeFormat times) {
   PrintTable(summary.archives, times);
   std::cout.flush();
   for (const TimeLeap& gap : summary.counts.gaps) {
-    std::cerr << "nothing is recorded from " << TimeText(gap.from, times) << " to "
+    std::cerr << "nothing was recorded from " << TimeText(gap.from, times) << " to "
               << TimeText(gap.to, times) << '\n';
   }
   for (const TimeLeap& leap : summary.counts.backward) {
@@ -158,10 +158,10 @@ void TellAsText(const Summary& summary, TimeFormat times) {
   }
   const ExcerptCounts& counts = summary.counts;
   if (counts.unwantedBytes > 0)
-    std::cerr << counts.unwantedBytes << " bytes were left out as asked for\n";
+    std::cerr << counts.unwantedBytes << " bytes were left out as requested\n";
   if (counts.entrylessBytes > 0) {
     PrintNotice(std::to_string(counts.entrylessBytes) +
-                " bytes of data before the first entry, which belong to none, were left out");
+                " bytes of data before the first entry, which belong to no entry, were left out");
   }
   if (summary.counts.misplaced > 0) {
     PrintNotice(Counted(summary.counts.misplaced, "entry", "entries") +
@@ -243,7 +243,7 @@ int Cut(const CutOptions& options, const BoundedRange& range, ServedSource* sour
   summary.counts = excerpt.Counts();
   if (archives.Ended().empty()) {
     TellLosses(summary.counts);
-    throw Failure("nothing of the range can be put into an archive");
+    throw Failure("nothing in the range can be put into an archive");
   }
   archives.TakeNames();
   summary.archives = archives.Ended();
@@ -255,9 +255,9 @@ int Cut(const CutOptions& options, const BoundedRange& range, ServedSource* sour
   TellLosses(summary.counts);
   const std::vector<std::string> others = archives.OtherParts();
   if (!others.empty()) {
-    PrintNotice(Counted(others.size(), "file") +
-                " with the name of a part, not of this cut, stayed: " + Escaped(others.front()) +
-                (others.size() > 1 ? " and so on" : ""));
+    PrintNotice(Counted(others.size(), "other file") + " with the name of a part " +
+                (others.size() > 1 ? "were left as they are: " : "was left as it is: ") +
+                Escaped(others.front()) + (others.size() > 1 ? " and so on" : ""));
   }
   return timeline.IsWhole() && summary.counts.IsWhole() ? kExitDone : kExitDamaged;
 }

@@ -130,7 +130,7 @@ void TellWhereIndexesAre(const SourceFacts& source, const AskedSource& asked) {
     if (!place.isPrivate || !told.insert(place.whyNotBeside).second) continue;
     const std::string where =
         place.whyNotKept.empty() ? "kept in " + place.folder : "not kept: " + place.whyNotKept;
-    asked.Tell("indexes cannot lie beside the archives (" + place.whyNotBeside + ") and are " +
+    asked.Tell("indexes cannot be kept beside the archives (" + place.whyNotBeside + ") and are " +
                where);
   }
 }
@@ -155,7 +155,7 @@ std::uint64_t Rebuild(const HostOptions& host, const SourceFacts& source,
   progress->Clear();
   const std::uint64_t failed = counts[ServedArchive::State::kLeftOut] + source.Others().size();
   if (asked.IsOneOfMany()) fmt::print(stderr, "{}: ", Escaped(asked.Given().path));
-  fmt::print(stderr, "{} made anew, {} kept, {} cannot be indexed\n",
+  fmt::print(stderr, "{} built, {} kept, {} cannot be indexed\n",
              Counted(counts[ServedArchive::State::kIndexed], "cache"),
              counts[ServedArchive::State::kCached], Counted(failed, "file"));
   return failed;

@@ -30,7 +30,7 @@ bool DumpFile(const std::string& path, const OutputStyle& style, AskedSource* as
   records.Finish();
   if (bytes.unreadable == 0) return whole;
   asked->Tell(std::to_string(bytes.unreadable) + " bytes of " + name +
-              " cannot be read; zeros stand for them");
+              " cannot be read and are taken as zeros");
   return false;
 }
 

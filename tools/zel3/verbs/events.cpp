@@ -74,7 +74,7 @@ int Events(const HostOptions& host, const EventsOptions& options, const OpenRang
   }
   constexpr char kNothing[] = "no event is recorded there";
   if (!printer->HasPrinted() && !isWhole)
-    throw Failure(std::string(kNothing) + ", but not all is known", kExitDamaged);
+    throw Failure(std::string(kNothing) + ", but not everything is known", kExitDamaged);
   if (!printer->HasPrinted()) timeline.FailWithNothing(kNothing, SecondsHint(range, timeline));
   printer->Finish();
   return isWhole ? kExitDone : kExitDamaged;

@@ -166,8 +166,7 @@ class Excerpt::Addition {
   // Writes the header in force, unless it is there already, before so much of an entry.
   void WriteHeaderInForce(std::uint64_t size) {
     if (mExcerpt.mPartBytes + size > kLargestIndexed) {
-      throw Failure(
-          "the archive would be larger than an index can tell (256 TiB); --split cuts it");
+      throw Failure("the archive would be too large for an index (256 TiB); split it with --split");
     }
     if (mExcerpt.mWritten == mExcerpt.mHeader) return;
     mExcerpt.mWritten = mExcerpt.mHeader;
@@ -211,7 +210,7 @@ void Excerpt::Add(std::size_t number, const OpenedArchive& opened, const EntryRa
   const KeptIndex& index = opened.Index();
   if (range.first >= range.end || range.end > index.Count() ||
       index.PositionOf(range.end - 1) >= opened.File().Size()) {
-    throw Failure("an archive of the source has changed meanwhile");
+    throw Failure("an archive of the source changed during the cut");
   }
   Addition(this, number, opened, range).Run();
 }

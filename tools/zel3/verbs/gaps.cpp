@@ -123,7 +123,7 @@ std::string SummaryText(const ShownGaps& shown, const GapsOptions& options) {
   const MissingTime& missing = shown.missing;
   if (missing.gaps.empty()) {
     return fmt::format("{} from {} to {}",
-                       shown.isWhole ? "nothing is missing" : "nothing is seen to be missing",
+                       shown.isWhole ? "nothing is missing" : "nothing was found missing",
                        TimeText(missing.from, times), TimeText(missing.to, times));
   }
   const ArchiveTime all = missing.to - missing.from;
@@ -134,7 +134,8 @@ std::string SummaryText(const ShownGaps& shown, const GapsOptions& options) {
       LengthText(all, times), thousandths / 10, thousandths % 10,
       Counted(missing.gaps.size(), "gap"), LengthText(missing.Longest(), times));
   if (shown.Shorter() > 0) {
-    text += fmt::format("; {} of them not longer than {}", shown.Shorter(),
+    text += fmt::format("; {} of them {} not longer than {}", shown.Shorter(),
+                        shown.Shorter() == 1 ? "is" : "are",
                         LengthText(Seconds(options.longerThanSeconds), times));
   }
   return text;

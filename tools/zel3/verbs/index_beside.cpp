@@ -34,7 +34,7 @@ void RefuseOtherArchiveBeside(const std::filesystem::path& archive) {
     const std::filesystem::path& path = entry->path();
     if (path.stem() != archive.stem() || path.filename() == archive.filename()) continue;
     if (!HasSuffixOfArchives(path) || AreOneFile(path.string(), archive.string())) continue;
-    throw Failure(path.string() + " would have the same index as the output; give another name",
+    throw Failure(path.string() + " would have the same index as the output; choose another name",
                   kExitUsage);
   }
 }
@@ -59,9 +59,10 @@ void RefuseIndexBeside(const std::string& archive, bool mayReplace) {
     if (files.empty() || !StrangersBeside(place).empty()) continue;
     if (files.size() < kFilesOfAnIndex) {
       throw Failure(files.front() +
-                    " would be taken for the index of the output; move it, or give another name");
+                    " would be taken for the index of the output; move it, or choose another name");
     }
-    if (!mayReplace) throw Failure(files.front() + ", of an index, exists; --force replaces it");
+    if (!mayReplace)
+      throw Failure(files.front() + " belongs to an index and exists; --force replaces it");
   }
 }
 

@@ -91,8 +91,8 @@ void PrintAsText(AskedSource* asked, const std::vector<ShownArchive>& archives, 
   }
   PrintTable(rows);
   if (anyPerhapsMore)
-    std::cout << kPerhapsMore << " not all is known before the file has its index\n";
-  if (anyUnknown) std::cout << kUnknown << " cannot be told: zel3 doctor says what is wrong\n";
+    std::cout << kPerhapsMore << " some of it is known only after the file has been indexed\n";
+  if (anyUnknown) std::cout << kUnknown << " not known; zel3 doctor says what is wrong\n";
 }
 
 int Info(const HostOptions& host, const InfoOptions& options, AskedSource* asked) {

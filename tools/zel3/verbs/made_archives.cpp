@@ -22,7 +22,7 @@ namespace {
 void MakeFolder(const std::string& folder) {
   std::error_code failed;
   std::filesystem::create_directories(folder, failed);
-  if (failed) throw Failure("cannot make the folder " + folder + ": " + failed.message());
+  if (failed) throw Failure("cannot create the folder " + folder + ": " + failed.message());
 }
 
 bool BeginsWith(const std::string& path, const std::vector<unsigned char>& bytes) {

@@ -23,11 +23,11 @@ IndexTime IndexTimeOf(ArchiveTime archiveTime) {
 }
 
 std::uint32_t SecondsPerFile(const Scenario& scenario, std::uint32_t fileCount) {
-  if (fileCount == 0) throw Failure("an archive has at least one file", kExitUsage);
+  if (fileCount == 0) throw Failure("a recording has at least one file", kExitUsage);
   std::uint64_t recordedSeconds = scenario.lengthSeconds;
   for (const ScenarioGap& gap : scenario.gaps) {
     if (gap.seconds > recordedSeconds)
-      throw Failure("the gaps are longer than the archive", kExitUsage);
+      throw Failure("the gaps are longer than the recording", kExitUsage);
     recordedSeconds -= gap.seconds;
   }
   return static_cast<std::uint32_t>((recordedSeconds + (fileCount - 1)) / fileCount);
@@ -107,7 +107,7 @@ int RunMake(const MakeOptions& options) {
   const Scenario scenario = ScenarioFor(options);
   if (!options.force && std::filesystem::is_directory(options.folder) &&
       !archive_source::Files(options.folder).empty()) {
-    throw Failure(options.folder + " holds archives already; --force writes all the same");
+    throw Failure(options.folder + " already holds archives; --force writes anyway");
   }
   GroundTruth truth;
   try {

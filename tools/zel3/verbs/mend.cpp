@@ -83,16 +83,16 @@ void TellAsText(const Mended& mended, const std::vector<NewArchive>& archives, T
 
 void TellLosses(const Mended& mended) {
   if (mended.firstHeader == Mended::FirstHeader::kRestored) {
-    PrintNotice(
-        "the stream header at the start is damaged, and was put together from what is left");
+    PrintNotice("the stream header at the start is damaged, and was restored from what is left");
   } else if (mended.firstHeader == Mended::FirstHeader::kLater) {
-    PrintNotice(fmt::format(
-        "the stream header at the start is lost; that at byte {}, which declares the data of the "
-        "entries before it, was put in its place",
-        mended.laterHeader.value_or(0)));
+    PrintNotice(
+        fmt::format("the stream header at the start is lost; the one at byte {}, which declares "
+                    "the data of the "
+                    "entries before it, replaces it",
+                    mended.laterHeader.value_or(0)));
   }
   if (mended.losses.Count() == 0) return;
-  PrintNotice(fmt::format("{} lost in {}; {} not whole", Counted(mended.losses.Bytes(), "byte"),
+  PrintNotice(fmt::format("{} lost in {}; {} damaged", Counted(mended.losses.Bytes(), "byte"),
                           Counted(mended.losses.Count(), "place"),
                           Counted(mended.damagedEntries, "entry", "entries")));
 }
@@ -100,7 +100,8 @@ void TellLosses(const Mended& mended) {
 // Finds the archive, before anything is written.
 std::string Located(const std::string& file) {
   const std::string path = archive_source::Locate(file);
-  if (archive_source::IsFolder(path)) throw Failure(path + " is a folder; one archive is mended");
+  if (archive_source::IsFolder(path))
+    throw Failure(path + " is a folder; mend takes one archive file");
   return path;
 }
 

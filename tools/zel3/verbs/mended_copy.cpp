@@ -202,6 +202,6 @@ class MendedCopy {
 
 Mended CopyWhatIsWhole(const PlainFile& file, UnfinishedFile* output, const OnBytesRead& onBytes) {
   if (file.Size() > kLargestWithAnIndex)
-    throw Failure("the archive is larger than an index can tell (256 TiB)");
+    throw Failure("the archive is too large for an index (256 TiB)");
   return MendedCopy(file, output, onBytes).Run();
 }

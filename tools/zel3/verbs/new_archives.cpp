@@ -33,7 +33,7 @@ bool ComesWithTheEntries(FindingKind kind) {
 void RequireNothingWrong(const Findings& findings) {
   for (const Finding& finding : findings.All()) {
     if (SeverityOf(finding.kind) == Severity::kNote || ComesWithTheEntries(finding.kind)) continue;
-    throw Failure(fmt::format("what was written is not a good archive and was removed ({}: {})",
+    throw Failure(fmt::format("what was written is not a sound archive, and was removed ({}: {})",
                               Name(finding.kind), finding.text));
   }
 }
@@ -44,12 +44,12 @@ NewArchives::NewArchives(NewArchivePlace place, RefuseToHarm refuse)
     : mPlace(std::move(place)), mRefuse(std::move(refuse)) {
   if (OutputFile::IsStandardOutput(mPlace.path)) {
     throw Failure(
-        "an archive is looked at before it is handed out, so it goes to a file: give -o FILE",
+        "an archive is checked before it gets its name, so the output must be a file: use -o FILE",
         kExitUsage);
   }
   if (!archive_source::IsKnownToParsers(mPlace.path) ||
       archive_source::FileName(mPlace.path).size() <= kSuffixSize) {
-    throw Failure("the name of the output must end in .zel3: parsers know no others", kExitUsage);
+    throw Failure("the name of the output must end in .zel3: parsers know no other", kExitUsage);
   }
   RefuseWhatStandsAt(NameOf(0, 1));
 }

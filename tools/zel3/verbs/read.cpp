@@ -29,7 +29,7 @@ namespace {
 std::string ChosenOutput(const ReadOptions& options, const SourceFacts& source) {
   if (options.output.empty()) {
     if (isatty(STDOUT_FILENO) == 1) {
-      throw Failure("archive bytes are not for a terminal: give -o FILE, or -o - to insist",
+      throw Failure("archive bytes do not go to a terminal: use -o FILE, or -o - to insist",
                     kExitUsage);
     }
     return "-";
@@ -162,7 +162,7 @@ void TellAsJson(const Summary& summary, bool bytesOnOutput, TimeFormat times) {
 
 void TellAsText(const Summary& summary, TimeFormat times) {
   for (const TimeLeap& gap : summary.gaps) {
-    std::cerr << "nothing is recorded from " << TimeText(gap.from, times) << " to "
+    std::cerr << "nothing was recorded from " << TimeText(gap.from, times) << " to "
               << TimeText(gap.to, times) << '\n';
   }
   for (const TimeLeap& leap : summary.backward) {
@@ -177,11 +177,11 @@ void TellAsText(const Summary& summary, TimeFormat times) {
   }
   if (counts.hasNoHeader) PrintNotice("there is no whole header; parsers need one");
   if (counts.lostBytes > 0) {
-    PrintNotice(std::to_string(counts.lostBytes) + " bytes are damaged and were passed over");
+    PrintNotice(std::to_string(counts.lostBytes) + " bytes are damaged and were skipped");
   }
   if (counts.cutOffBytes > 0) {
     PrintNotice("the last record is not whole; " + std::to_string(counts.cutOffBytes) +
-                " bytes were passed over");
+                " bytes were skipped");
   }
   if (counts.undeclaredEntries > 0) {
     PrintNotice(Counted(counts.undeclaredEntries, "entry", "entries") +

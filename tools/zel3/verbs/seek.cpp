@@ -49,7 +49,7 @@ const char* Name(Rule rule) {
 std::string RuleText(const SeekExplanation& explanation, const FoundEntry& found) {
   switch (explanation.rule) {
     case Rule::kAt:
-      return "an entry has this very time";
+      return "an entry has exactly this time";
     case Rule::kBefore:
       return "the last entry before the time";
     case Rule::kGap:
@@ -107,9 +107,9 @@ std::string RangeText(const std::optional<ByteRange>& range) {
 }
 
 std::string CostText(const Cost& cost) {
-  return fmt::format("{} files opened, {} bytes read",
-                     cost.filesOpened ? std::to_string(*cost.filesOpened) : "very many",
-                     cost.bytesRead);
+  const std::string opened = cost.filesOpened ? fmt::format("{} files opened", *cost.filesOpened)
+                                              : "too many files opened to count";
+  return fmt::format("{}, {} bytes read", opened, cost.bytesRead);
 }
 
 void PrintAsText(const FoundEntry& found, const std::string& file,

@@ -34,7 +34,7 @@ OpenRange RangeOf(const RangeOptions& options) {
   range.to = options.to ? options.to : options.until;
   if (options.length) AddOtherEnd(*options.length, &range);
   if (options.from && !range.to)
-    throw Failure("FROM needs TO, --until or --for; --since TIME has an open end", kExitUsage);
+    throw Failure("FROM needs TO, --until or --for; for an open end use --since TIME", kExitUsage);
   if (range.from.value_or(0) >= range.to.value_or(kLastTime))
     throw Failure("the range must begin before it ends", kExitUsage);
   return range;
