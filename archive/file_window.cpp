@@ -5,8 +5,9 @@
 
 const unsigned char* FileWindow::At(FilePosition position, std::size_t size) {
   if (const unsigned char* const held = Held(position, size)) return held;
-  const bool goesOn = mSize > 0 && mFrom <= position && position - mFrom <= mSize + kNear;
-  const std::size_t longest = mKeptFrom ? kLongestBesideKept : kLongest;
+  const std::size_t near = mKeptFrom ? kNearWithKept : kNear;
+  const std::size_t longest = mKeptFrom ? kLongestWithKept : kLongest;
+  const bool goesOn = mSize > 0 && mFrom <= position && position - mFrom <= mSize + near;
   mLength = std::max(goesOn ? std::min(2 * mLength, longest) : kShortest, size);
   if (goesOn && MoveKept()) {
     Append(mLength + static_cast<std::size_t>(position - std::min(position, mFrom + mSize)));

@@ -28,10 +28,11 @@ class FileWindow {
  private:
   static constexpr std::size_t kShortest = 512;
   static constexpr std::size_t kLongest = 65536;
-  // What is kept is moved at each read, so there are fewer.
-  static constexpr std::size_t kLongestBesideKept = 128 << 10;
   // Reading this many bytes takes no longer than another call.
   static constexpr std::size_t kNear = 6144;
+  // What is kept is moved at each read, so there are fewer of them; and all of it is of use.
+  static constexpr std::size_t kLongestWithKept = 128 << 10;
+  static constexpr std::size_t kNearWithKept = 64 << 10;
 
   bool MoveKept();
   void Append(std::size_t size);
