@@ -102,15 +102,22 @@ measure_program() {
   rm -r "$folder"
 }
 
+# timed ROW WHOSE COMMAND...: how long a command takes.
+timed() {
+  local row=$1 whose=$2 start
+  shift 2
+  start=${EPOCHREALTIME/./}
+  "$@" >/dev/null
+  result "$row" "$whose" "$(awk "BEGIN { print $((${EPOCHREALTIME/./} - start)) / 1000 }")"
+}
+
 # index_anew PRESET ROW ARCHIVES CACHES OPTION...: the time to index a folder that has no indexes. CACHES is where they
 # go: the cache folder or ARCHIVES itself.
 index_anew() {
-  local program=build/$1/bin/zel3 row=$2 archives=$3 caches=$4 start
+  local program=build/$1/bin/zel3 row=$2 archives=$3 caches=$4
   shift 4
   find "$caches" -type f ! -name '*.zel3' -delete
-  start=${EPOCHREALTIME/./}
-  "$program" index "$archives" "$@" >/dev/null
-  result "$row" ours "$(awk "BEGIN { print $((${EPOCHREALTIME/./} - start)) / 1000 }")"
+  timed "$row" ours "$program" index "$archives" "$@"
 }
 
 # make_archives PRESET FOLDER COUNT: makes small archives of ten entries.
@@ -145,6 +152,21 @@ measure_indexing() {
   done
 }
 
+# measure_cut PRESET: all of a day as one archive, after copies of its files.
+measure_cut() {
+  local program=build/$1/bin/zel3 day=$work/day round
+  "$program" make "$day" --files 8 --length 1d --payload "$cut_payload" >/dev/null
+  "$program" index "$day" >/dev/null 2>&1
+  mkdir "$work/copy"
+  for ((round = 0; round < cut_rounds; ++round)); do
+    timed cut/8 baseline cp "$day"/*.zel3 "$work/copy"
+    rm "$work/copy"/*
+    timed cut/8 ours "$program" cut "$day" 0 2100-01-01 -o "$work/copy/cut.zel3"
+    rm "$work/copy"/*
+  done
+  rm -r "$day" "$work/copy"
+}
+
 mkdir -p build/bench
 library=build/benchmark-1.7.1
 [ -d "$library" ] || fetch_library
@@ -160,11 +182,14 @@ requests=1000
 length=24h
 indexed_files=5000
 indexing_rounds=$((repetitions < 5 ? repetitions : 5))
+cut_payload=100000
+cut_rounds=$repetitions
 if [ -n "${ZEL3_BENCH_SMOKE:-}" ]; then
   runs=1
   requests=10
   length=13h
   indexed_files=100
+  cut_payload=1000
 fi
 failed=no
 for preset in "${presets[@]}"; do
@@ -199,6 +224,10 @@ for preset in "${presets[@]}"; do
                              index_cache_folder/5000 =~ $rows ]]; then
     echo "bench: $preset indexing" >&2
     { echo '{"benchmarks": ['; measure_indexing "$preset" | sed '$ s/,$//'; echo ']}'; } >"$results/indexing.json"
+  fi
+  if [ "$peers" = no ] && [[ cut/8 =~ $rows ]]; then
+    echo "bench: $preset cut" >&2
+    { echo '{"benchmarks": ['; measure_cut "$preset" | sed '$ s/,$//'; echo ']}'; } >"$results/cut.json"
   fi
 done
 scripts/bench_table.py "${presets[@]/#/build/bench/}"

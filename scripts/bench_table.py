@@ -46,6 +46,7 @@ GOALS = [
     ("program_start", "milliseconds more", 60.0),
     ("index_files.one_process", "time", 1.3),
     ("index_files.two_processes", "time", 0.75),
+    ("cut", "throughput", 0.7),
     ("peers.read_all", "throughput", 5.0),
     ("peers.later_seek", "faster", 1.3),
     ("peers.first_seek", "faster", 500.0),
