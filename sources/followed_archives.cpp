@@ -185,7 +185,7 @@ void FollowedArchives::LookAt(Followed* followed) {
           followed->Tell("is another file now, which is read from its beginning");
         break;
       case GrowingArchive::Found::kGone:
-        followed->Tell("is not there any more");
+        followed->Tell("no longer exists");
         break;
       case GrowingArchive::Found::kNotRead:
         followed->Tell("cannot be read now");

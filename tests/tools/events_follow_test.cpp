@@ -233,7 +233,7 @@ TEST_F(EventsFollow, AFileIsReplacedCutAndRemoved) {
   third.Note(3, "three");
   WaitForOutput("three");
   std::filesystem::remove(*this / "a.zel3");
-  WaitForError("a.zel3: is not there any more");
+  WaitForError("a.zel3: no longer exists");
   Recorder fourth(*this / "a.zel3");
   fourth.Note(4, "four");
   WaitForOutput("four");

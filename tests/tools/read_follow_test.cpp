@@ -139,7 +139,7 @@ TEST_F(ReadFollow, WhatHasComeUnderTheNameOfTheOutputStays) {
   EXPECT_EQ(result.exitCode, 130);
   EXPECT_EQ(ReadFile(output), recorder.Content());
   EXPECT_EQ(ReadFile(*this / "out-1.zel3"), recorder.Content());
-  EXPECT_THAT(result.err, HasSubstr("out.zel3 is another file now; what was read is in " +
+  EXPECT_THAT(result.err, HasSubstr("out.zel3 is now another file; what was read is in " +
                                     Folder() + "/out-1.zel3"));
 }
 

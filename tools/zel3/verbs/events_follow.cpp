@@ -100,7 +100,7 @@ class EventRecords : public FollowedRecords {
 
 int FollowEvents(const EventsOptions& options) {
   if (options.style.format == OutputFormat::kJson) {
-    throw Failure("--follow has no end, and --format json would have none: take jsonl", kExitUsage);
+    throw Failure("--format json would never end with --follow; use jsonl", kExitUsage);
   }
   const std::optional<ArchiveTime> from = FollowedFrom(options.range);
   interruption::WatchTermination();

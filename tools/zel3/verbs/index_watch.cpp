@@ -169,12 +169,12 @@ class IndexWatch {
 
 int WatchAndIndex(const HostOptions& host, const IndexOptions& options) {
   if (options.style.format == OutputFormat::kJson) {
-    throw Failure("--watch has no end, and --format json would have none: take jsonl", kExitUsage);
+    throw Failure("--format json would never end with --watch; use jsonl", kExitUsage);
   }
   if (options.jobs > 1 || options.refresh || options.sources.merge) {
     throw Failure(
-        "--watch indexes one file after the other, and only those without an index: it "
-        "does not go with --jobs, --refresh or --merge",
+        "--watch indexes one file at a time, and only those without an index; it cannot be used "
+        "with --jobs, --refresh or --merge",
         kExitUsage);
   }
   interruption::WatchTermination();

@@ -65,7 +65,7 @@ void FlushIfPossible(LiveArchive* archive) {
 std::string TargetOf(const ReadOptions& options) {
   if (!options.output.empty()) return options.output;
   if (isatty(STDOUT_FILENO) == 1) {
-    throw Failure("archive bytes are not for a terminal: give -o FILE, or -o - to insist",
+    throw Failure("archive bytes do not go to a terminal: use -o FILE, or -o - to insist",
                   kExitUsage);
   }
   return "-";
@@ -77,7 +77,7 @@ int FollowBytes(const ReadOptions& options) {
   const std::optional<ArchiveTime> from = FollowedFrom(options.range);
   if (options.stopAtGap || options.style.format != OutputFormat::kText) {
     throw Failure(
-        "--follow goes on until it is interrupted: it does not go with --stop-at-gap or "
+        "--follow goes on until it is interrupted; it cannot be used with --stop-at-gap or "
         "--format json",
         kExitUsage);
   }
@@ -85,7 +85,7 @@ int FollowBytes(const ReadOptions& options) {
   interruption::WatchTermination();
   FollowedFiles files(options.sources, PrintNotice);
   if (files.AreMany()) {
-    throw Failure("read takes one timeline, and these may be several: --merge makes one of them",
+    throw Failure("read takes one timeline, but these may be several; --merge makes one of them",
                   kExitUsage);
   }
   RecordingFile output(target);
@@ -106,7 +106,7 @@ int FollowBytes(const ReadOptions& options) {
     if (isInterrupted) FlushIfPossible(&archive);
     const std::string name = output.Finish();
     if (!name.empty() && name != target)
-      PrintNotice(Escaped(target) + " is another file now; what was read is in " + Escaped(name));
+      PrintNotice(Escaped(target) + " is now another file; what was read is in " + Escaped(name));
     if (isInterrupted || output.BytesWritten() > 0) {
       std::cerr << Counted(archive.Entries(), "entry", "entries") << ", " << output.BytesWritten()
                 << " bytes\n";
