@@ -101,6 +101,17 @@ class Report : public ProgramTest {
     writer.Close();
   }
 
+  // 52 archives with so many gaps each; there is one more between two of them.
+  void WriteFilesWithGaps(const std::string& folder, std::uint32_t gaps) {
+    for (std::uint32_t file = 0; file < 52; ++file) {
+      const std::uint32_t start = 1000 + file * 100000;
+      std::vector<std::uint32_t> times;
+      for (std::uint32_t i = 0; i < 10; ++i) times.push_back(start + i);
+      for (std::uint32_t i = 1; i <= gaps; ++i) times.push_back(start + 9 + i * 10);
+      Write(folder + "/" + std::to_string(100 + file) + ".zel3", times, {1});
+    }
+  }
+
   // The states of a stream, one for each stretch: "recorded 0-60" with index times.
   std::vector<std::string> StretchesOf(const nlohmann::json& stream) const {
     const std::uint64_t first = mData["firstBin"].get<std::uint64_t>() / 1000;
@@ -405,15 +416,8 @@ TEST_F(Report, GapsBetweenFilesAreToldHoweverManyThereAreWithinOne) {
 
 TEST_F(Report, WhatIsWrongCountsHoweverLateItIsFound) {
   const std::string folder = NewFolder("late");
-  std::vector<std::uint32_t> times;
-  for (std::uint32_t i = 0; i < 10; ++i) times.push_back(1000 + i);
-  for (std::uint32_t i = 1; i <= 101; ++i) times.push_back(1009 + i * 10);
-  // Each file has a hundred gaps of its own, one more that is summed up, and one before it.
-  for (std::uint32_t file = 0; file < 52; ++file) {
-    std::vector<std::uint32_t> shifted;
-    for (const std::uint32_t time : times) shifted.push_back(time + file * 100000);
-    Write(folder + "/" + std::to_string(100 + file) + ".zel3", shifted, {1});
-  }
+  // A hundred gaps of a file are findings of their own, one more is summed up.
+  WriteFilesWithGaps(folder, 101);
   std::ofstream(folder + "/999.zel3") << "short";
   const std::string page = PageOf(folder);
   EXPECT_EQ(mResult.exitCode, 3);
@@ -425,15 +429,7 @@ TEST_F(Report, WhatIsWrongCountsHoweverLateItIsFound) {
 
 TEST_F(Report, CausesAreCountedAsAWholeWhereFindingsAreNot) {
   const std::string folder = NewFolder("many");
-  std::vector<std::uint32_t> times;
-  for (std::uint32_t i = 0; i < 10; ++i) times.push_back(1000 + i);
-  for (std::uint32_t i = 1; i <= 99; ++i) times.push_back(1009 + i * 10);
-  // Each file has 99 gaps of its own and one after it, the last one 99 only.
-  for (std::uint32_t file = 0; file < 52; ++file) {
-    std::vector<std::uint32_t> shifted;
-    for (const std::uint32_t time : times) shifted.push_back(time + file * 100000);
-    Write(folder + "/" + std::to_string(100 + file) + ".zel3", shifted, {1});
-  }
+  WriteFilesWithGaps(folder, 99);
   const std::string page = PageOf(folder);
   EXPECT_EQ(FindingsOf(page).size(), 5000U);
   EXPECT_THAT(page, HasSubstr("Findings: 5000 of 5199"));
