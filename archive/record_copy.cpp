@@ -14,8 +14,7 @@ constexpr std::uint64_t kRecordsBetweenLooks = 65536;  // whether the user inter
 // Larger pieces would not be written faster.
 constexpr std::uint64_t kWorthWriting = 64 << 10;
 
-// What is copied at once is at most this long; a longer range is nothing but empty blocks in a hole
-// of the file.
+// A range that is longer is nothing but empty blocks in a hole of the file.
 constexpr std::uint64_t kLongRange = 2 * SoundStretch::kBytesBetweenCuts;
 static_assert(SoundStretch::kBytesBetweenCuts % sizeof(DATA_T) == 0);
 
